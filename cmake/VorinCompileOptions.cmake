@@ -1,0 +1,24 @@
+# The compile options every target of the project shares, as interface targets:
+#   vorin_warnings   the warnings we keep clean under g++ and clang
+#   vorin_arithmetic the floating-point rules of the numerical code
+#   vorin_sanitize   sanitizers, when VORIN_SANITIZE is on
+
+add_library(vorin_warnings INTERFACE)
+target_compile_options(vorin_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<BOOL:${VORIN_WERROR}>:-Werror>)
+
+# A result must not depend on whether the CPU has fused multiply-add, so
+# contraction is off; fast-math would also reorder sums. -Wdouble-promotion
+# keeps double arithmetic from slipping into a single-precision road.
+add_library(vorin_arithmetic INTERFACE)
+target_compile_options(vorin_arithmetic INTERFACE
+  -ffp-contract=off -fno-fast-math -fno-unsafe-math-optimizations
+  -Wdouble-promotion)
+
+add_library(vorin_sanitize INTERFACE)
+if(VORIN_SANITIZE)
+  target_compile_options(vorin_sanitize INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(vorin_sanitize INTERFACE -fsanitize=address,undefined)
+endif()

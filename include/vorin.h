@@ -1,0 +1,271 @@
+/* Vorin: from a measured decay to a distribution of relaxation times.
+ *
+ * A host hands in a decay Y of nf samples and a kernel matrix K of nf rows and
+ * ng columns, which maps ng grid amplitudes onto the samples, and gets back the
+ * non-negative distribution F that fits the decay under quadratic regularisation:
+ *
+ *     minimise over F >= 0:   1/2 |K F - Y|^2  +  w/2 |F|^2
+ *
+ * by the iteration of Butler, Reeds and Dawson (SIAM J. Numer. Anal. 18, 381,
+ * 1981). The weight w is the library's to choose or the host's to give, by the
+ * key TARG. The host makes the kernel: the library knows nothing of times and
+ * units, so every array is in whatever unit the host uses.
+ *
+ * Conventions of every function here:
+ *  - Matrices are stored by columns: element (i, j), counted from 0, of a matrix
+ *    with leading dimension ld stands at i + j * ld.
+ *  - Integers are 32-bit signed. "By value" and "by address" are what the
+ *    prototype shows; a comment repeats the shape of what an address leads to.
+ *  - Text is an address and a length, padded with blanks, with no terminator.
+ *  - Nothing throws, prints or ends the process on a numerical failure, and
+ *    arguments are not checked. The report is a status word; outputs are
+ *    delivered also after a failure, with the last values that exist.
+ *  - All calls use library-wide state, the parameter block first of all: make
+ *    one call at a time. The library starts no thread.
+ *
+ * The header is good as C99 and as C++. */
+#ifndef VORIN_H
+#define VORIN_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#if defined(VORIN_BUILDING_LIBRARY)
+#define VORIN_API __declspec(dllexport)
+#else
+#define VORIN_API __declspec(dllimport)
+#endif
+#define VORIN_CALL __stdcall
+#define VORIN_CDECL __cdecl
+#else
+#define VORIN_API __attribute__((visibility("default")))
+#define VORIN_CALL
+#define VORIN_CDECL
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------
+ * Status of an inversion
+ * ------------------------------------------------------------------------ */
+
+/* The values a status word holds after Vorin_s and its kin. */
+enum {
+  VORIN_OK = 0,                  /* converged, or the one solve succeeded */
+  VORIN_SOLVER_FAILED = 1,       /* the BRD iteration ran out of passes or stalled */
+  VORIN_SEARCH_EXHAUSTED = 2,    /* the weight search ran out of iterations (WITE) */
+  VORIN_LOWER_WEIGHT_LIMIT = 21, /* the search touched the lower weight limit three times */
+  VORIN_UPPER_WEIGHT_LIMIT = 22, /* the search touched the upper weight limit three times */
+  VORIN_CORNER_MODE = 999        /* always so in corner mode (TARG = "2"), with a result all the same */
+};
+
+/* ------------------------------------------------------------------------
+ * Inversion
+ * ------------------------------------------------------------------------ */
+
+/* Inverts one decay, with the settings of the parameter block: prunes the data
+ * (PRMO, PRPO), chooses the weight (TARG) and solves. Results beside F are
+ * queried by key afterwards: CSTA, CWEI, CSE, CSIG, DSE, CITE, CWIT.
+ *
+ *   nf      in   number of data points, by value
+ *   ng      in   number of grid points, by value
+ *   K       in   kernel, nf x ng by columns with leading dimension nf
+ *   Y       in   measured data, nf, in the host's unit
+ *   F       in and out  distribution, ng, in the unit of Y; never negative on return.
+ *                It holds the last distribution also after a failure.
+ *   status  out  VORIN_OK or another value of the table above
+ *
+ * The pruning runs on the point index 1 .. nf as abscissa; Voriny_s takes the
+ * host's own. A decay sampled at even spacing needs no more than this entry. */
+VORIN_API void VORIN_CALL Vorin_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
+                                  int32_t* status);
+
+/* As Vorin_s, with the arrays that Vorin_s makes up given by the host.
+ *
+ *   nf, ng                 in   sizes, by value
+ *   nfAddress, ngAddress   in   the same sizes, by address; the two forms must agree
+ *   K       in   kernel, nf x ng by columns with leading dimension nf
+ *   T       in   abscissa of each data point, nf, rising, in the host's unit; used by
+ *                the pruning. Logarithmic bins (PRMO = "LOG") want T[0] above 0.
+ *   Y       in   measured data, nf
+ *   W       out  nf; set to 1 by every call, whatever it held
+ *   G       in   grid abscissae, ng, for the save section only
+ *   F       in and out  distribution, ng
+ *   FIT     out  K F on all nf points, also after a failure
+ *   status  out  as for Vorin_s */
+VORIN_API void VORIN_CALL Voriny_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
+                                   const int32_t* ngAddress, const float* K, const float* T,
+                                   const float* Y, float* W, const float* G, float* F, float* FIT,
+                                   int32_t* status);
+
+/* As Vorin_s for a host that works in double precision. K and Y are rounded to
+ * single precision into copies and stay as they are; F is rounded on the way in
+ * and widened on the way out. */
+VORIN_API void VORIN_CALL Vorin_d(int32_t nf, int32_t ng, const double* K, const double* Y,
+                                  double* F, int32_t* status);
+
+/* Vorin_s for hosts of the C calling convention. */
+VORIN_API void VORIN_CDECL vorin_s_cdecl(int32_t nf, int32_t ng, const float* K, const float* Y,
+                                         float* F, int32_t* status);
+
+/* ------------------------------------------------------------------------
+ * Plain sums, for a host that wants to try its call interface
+ * ------------------------------------------------------------------------ */
+
+/* a + b of two integers by value; all three do the same, fadd_dp_dll included,
+ * whose name says otherwise. A sum out of range wraps. */
+VORIN_API int32_t VORIN_CDECL sum(int32_t a, int32_t b);
+VORIN_API int32_t VORIN_CDECL fadd_i4b_dll(int32_t a, int32_t b);
+VORIN_API int32_t VORIN_CDECL fadd_dp_dll(int32_t a, int32_t b);
+
+/* *result = *a + *b, of integers and of doubles. */
+VORIN_API void VORIN_CDECL sadd_i4b_dll(const int32_t* a, const int32_t* b, int32_t* result);
+VORIN_API void VORIN_CDECL sadd_dp_dll(const double* a, const double* b, double* result);
+
+/* ------------------------------------------------------------------------
+ * Parameters: set and query by four-letter keys
+ * ------------------------------------------------------------------------ */
+
+/* The status of a set, query or reset. An unknown key is no failure. */
+enum {
+  VORIN_SQ_OK = 0,
+  VORIN_SQ_UNKNOWN_MODE = 1 /* the operation letter is not S, Q or I; nothing was done */
+};
+
+/* The length of the text argument of VorinSQC2. */
+enum { VORIN_SQC2_TEXT_LENGTH = 32 };
+
+/* Sets, queries or resets a parameter.
+ *
+ *   mode    in   one character: S sets, Q queries, I resets every key that has a
+ *                reset value (the key is then not looked at). Lower case works.
+ *   key     in   four characters, padded with blanks; case does not matter. An
+ *                unknown key does nothing.
+ *   text    in on S, out on Q: *len characters. On Q it is blanked, then takes the
+ *                value's text, cut or padded.
+ *   len     in   the length of text, by address; 0 means no text, and so does a
+ *                value below 0. Nothing outside the text is touched.
+ *   value   in on S, out on Q: the number. A choice (PRMO, NALG, TARG) is set by its
+ *                code when the text is blank, and answers its code.
+ *   status  out  VORIN_SQ_OK or VORIN_SQ_UNKNOWN_MODE */
+VORIN_API void VORIN_CDECL vorinSQC99(const char* mode, const char* key, char* text,
+                                      const int32_t* len, float* value, int32_t* status);
+
+/* Numbers: as vorinSQC99 with no text. VorinSQR_s is the same. */
+VORIN_API void VORIN_CALL VorinSQR(const char* mode, const char* key, float* value,
+                                   int32_t* status);
+VORIN_API void VORIN_CALL VorinSQR_s(const char* mode, const char* key, float* value,
+                                     int32_t* status);
+
+/* As VorinSQR with mode S when mode is exactly S and with mode Q for anything
+ * else, lower-case s and I included. In spite of its name, value addresses a
+ * single-precision number. */
+VORIN_API void VORIN_CALL VorinSQR_d(const char* mode, const char* key, float* value,
+                                     int32_t* status);
+
+/* Integers: as VorinSQR through a conversion. On mode Q, upper case only, value
+ * takes the number plus 0.5 truncated toward zero, so that a negative one rounds
+ * up: -1 answers 0. With lower-case q it is left unchanged. A number outside the
+ * 32-bit range answers the smallest integer. */
+VORIN_API void VORIN_CALL VorinSQI(const char* mode, const char* key, int32_t* value,
+                                   int32_t* status);
+
+/* Text: as vorinSQC99 without a number, for text keys only. A numeric key set
+ * this way stores an undefined number (0 in this library). */
+VORIN_API void VORIN_CALL VorinSQC(const char* mode, const char* key, char* text,
+                                   const int32_t* len, int32_t* status);
+
+/* As VorinSQC with a text of exactly 32 characters. */
+VORIN_API void VORIN_CALL VorinSQC2(const char* mode, const char* key, char* text,
+                                    int32_t* status);
+
+/* VorinSQC and VorinSQR for hosts of the C calling convention. */
+VORIN_API void VORIN_CDECL vorin_sqc_cdecl(const char* mode, const char* key, char* text,
+                                           const int32_t* len, int32_t* status);
+VORIN_API void VORIN_CDECL vorin_sqr_cdecl(const char* mode, const char* key, float* value,
+                                           int32_t* status);
+
+/* ------------------------------------------------------------------------
+ * One solve at one weight
+ * ------------------------------------------------------------------------ */
+
+/* The status of one solve on the two iterative routes (BRDA other than 3). */
+enum {
+  VORIN_SOLVE_OK = 0,
+  VORIN_SOLVE_FAILED = 1 /* out of passes (MAXI) or stalled; the last values are delivered */
+};
+
+/* The distribution f >= 0 that minimises 1/2 |K f - d|^2 + weight/2 |f|^2, with no
+ * pruning, scaling or weight search (Butler, Reeds and Dawson, SIAM J. Numer.
+ * Anal. 18, 381, 1981). BRDA chooses the route: 1 iterates in single precision,
+ * any other value but 3 in double. Keys read: BRDA, REPO, MAXI, TOL. Key written:
+ * CITE, the number of passes.
+ *
+ *   m         in   rows of K, by value; 0 or less gives rss = rssSlope = 0
+ *   n         in   columns of K, by value
+ *   K         in   kernel, m x n by columns
+ *   d         in   data, m, in the host's unit
+ *   f         out  distribution, n; what it held is overwritten
+ *   weight    in   regularisation weight, by address, in the unit of K squared;
+ *                  must be positive for a defined result
+ *   rss       out  residual sum of squares |K f - d|^2, as weight^2 (c . c) with the
+ *                  dual vector c of the last pass
+ *   rssSlope  out  the derivative of rss with respect to the weight
+ *   status    out  VORIN_SOLVE_OK or VORIN_SOLVE_FAILED */
+VORIN_API void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float* d,
+                                        float* f, const float* weight, float* rss, float* rssSlope,
+                                        int32_t* status);
+VORIN_API void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d,
+                                        double* f, const double* weight, double* rss,
+                                        double* rssSlope, int32_t* status);
+
+/* ------------------------------------------------------------------------
+ * Pruning: fewer data points before an inversion
+ * ------------------------------------------------------------------------ */
+
+/* How VorinPruneZ spaces its bins. */
+enum {
+  VORIN_PRUNE_LOG = 1,      /* logarithmic over the whole range */
+  VORIN_PRUNE_LINEAR = 2,   /* linear over the whole range */
+  VORIN_PRUNE_LEADING = 3   /* points before prLo one by one, logarithmic from there on */
+};
+
+/* Lays bins along the sample axis and gives the linear map P that turns the data
+ * into one value a non-empty bin: pruned data = P y, and pruned kernel = P K,
+ * which the caller forms. Row k is the sum over bin k divided by its norm
+ * s_k = sqrt(sum of scale^2), so with scale 1 the noise of a pruned value is that
+ * of a single point. A point exactly on an edge counts in both bins; points below
+ * -1e20 are left out. The edges are laid anew, nine times at most, until the count
+ * is target.
+ *
+ *   nPoints   in   number of points, by value
+ *   ldPoints  in   columns of P, at least nPoints, by value
+ *   maxBins   in   capacity of the bin arrays and leading dimension of P, by value
+ *   y         in   data, nPoints
+ *   t         in   position of each point, ldPoints, rising; above 0 for modes 1 and 3
+ *   scale     in   scale of each point, nPoints (1 for equal noise)
+ *   prLo      in   1-based index of the point at which the bins begin, by value;
+ *                  outside 1 .. nPoints the first point
+ *   prHi      in   by value; accepted and without influence
+ *   target    in   wanted count, by value; at most maxBins counts
+ *   mode      in   one of the constants above, by value
+ *   count     out  number of pruned rows. The last of them is always empty: a zero
+ *                  row with datum 0, so count is one more than the filled bins.
+ *   yPruned   out  pruned data, maxBins; 0 from the last row on
+ *   tSum      out  sum of t over each bin, maxBins; the first count are set
+ *   binNorm   out  bin norms s_k, maxBins; 1e-10 from the empty row on
+ *   P         out  the map, maxBins x ldPoints by columns
+ *   status    out  always 0 */
+VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t maxBins,
+                                      const float* y, const float* t, const float* scale,
+                                      int32_t prLo, int32_t prHi, int32_t target, int32_t mode,
+                                      int32_t* count, float* yPruned, float* tSum, float* binNorm,
+                                      float* P, int32_t* status);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VORIN_H */

@@ -1,0 +1,27 @@
+// The dispatchers of one solve at one weight: the key BRDA picks the route.
+//
+//   BRDA            caller in single              caller in double
+//   1               single iteration              single iteration, converted
+//   3               quadratic program, converted  quadratic program
+//   anything else   double iteration, converted   double iteration
+#pragma once
+
+#include <cstdint>
+
+#include "brd/problem.hpp"
+
+namespace vorin::brd {
+
+/// Solves `problem` at `weight` by the route that BRDA names.
+///   f   in and out, n: the distribution. The single iteration overwrites what it
+///       held; the converting routes start from 1.0 whatever it held.
+///   c   in and out, m: the dual vector. The single iteration starts from it and
+///       updates it, so that a search that hands in the same c starts warm; the
+///       other routes neither read nor write it.
+///   status  0, or 1 when the iteration ran out of passes or stalled
+void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss,
+             float& rssSlope, std::int32_t& status);
+void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
+             double& rssSlope, std::int32_t& status);
+
+}  // namespace vorin::brd

@@ -1,0 +1,23 @@
+// The log: the library's only voice. One text file, rewritten from its start by
+// each inversion, of lines module::kind::message.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace vorin::params {
+
+/// True opens the log under the name that FLOG gives and writes the header;
+/// false closes it. A file that can't be opened costs the lines, nothing else.
+void VorinLogOpen(bool open);
+
+/// Writes "module::kind::message" without trailing blanks, if the log is open.
+void VorinLogLine(std::string_view module, std::string_view kind, std::string_view message);
+
+/// Writes `text` without trailing blanks as a line of its own, if the log is open.
+void VorinLogText(std::string_view text);
+
+/// True while the log has a file behind it.
+bool logIsOpen();
+
+}  // namespace vorin::params

@@ -1,0 +1,21 @@
+// The few LAPACK routines the library uses, overloaded by precision.
+//
+// LU factorisation with partial pivoting and its solve (GETRF, GETRS; Anderson
+// et al., LAPACK Users' Guide, 3rd ed., SIAM 1999). Result codes are not looked
+// at: a singular matrix gives whatever its factors give, and the callers report
+// through their own status. Matrices are stored by columns.
+#pragma once
+
+namespace vorin {
+
+/// Factors the n-by-n matrix `a` (leading dimension `lda`) in place; `pivots`
+/// takes n row numbers. n below 1 does nothing.
+void getrf(int n, float* a, int lda, int* pivots);
+void getrf(int n, double* a, int lda, int* pivots);
+
+/// Replaces `b` (n) by the solution of A x = b, from the factors and pivots that
+/// getrf left. No transposition, one right-hand side. n below 1 does nothing.
+void getrs(int n, const float* lu, int lda, const int* pivots, float* b);
+void getrs(int n, const double* lu, int lda, const int* pivots, double* b);
+
+}  // namespace vorin
