@@ -44,7 +44,10 @@
 #endif
 
 #ifdef __cplusplus
+#define VORIN_NOEXCEPT noexcept
 extern "C" {
+#else
+#define VORIN_NOEXCEPT
 #endif
 
 /* ------------------------------------------------------------------------
@@ -58,7 +61,7 @@ enum {
   VORIN_SEARCH_EXHAUSTED = 2,    /* the weight search ran out of iterations (WITE) */
   VORIN_LOWER_WEIGHT_LIMIT = 21, /* the search touched the lower weight limit three times */
   VORIN_UPPER_WEIGHT_LIMIT = 22, /* the search touched the upper weight limit three times */
-  VORIN_CORNER_MODE = 999        /* always so in corner mode (TARG = "2"), with a result all the same */
+  VORIN_CORNER_MODE = 999 /* always so in corner mode (TARG = "2"), with a result all the same */
 };
 
 /* ------------------------------------------------------------------------
@@ -80,7 +83,7 @@ enum {
  * The pruning runs on the point index 1 .. nf as abscissa; Voriny_s takes the
  * host's own. A decay sampled at even spacing needs no more than this entry. */
 VORIN_API void VORIN_CALL Vorin_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
-                                  int32_t* status);
+                                  int32_t* status) VORIN_NOEXCEPT;
 
 /* As Vorin_s, with the arrays that Vorin_s makes up given by the host.
  *
@@ -98,17 +101,17 @@ VORIN_API void VORIN_CALL Vorin_s(int32_t nf, int32_t ng, const float* K, const 
 VORIN_API void VORIN_CALL Voriny_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
                                    const int32_t* ngAddress, const float* K, const float* T,
                                    const float* Y, float* W, const float* G, float* F, float* FIT,
-                                   int32_t* status);
+                                   int32_t* status) VORIN_NOEXCEPT;
 
 /* As Vorin_s for a host that works in double precision. K and Y are rounded to
  * single precision into copies and stay as they are; F is rounded on the way in
  * and widened on the way out. */
 VORIN_API void VORIN_CALL Vorin_d(int32_t nf, int32_t ng, const double* K, const double* Y,
-                                  double* F, int32_t* status);
+                                  double* F, int32_t* status) VORIN_NOEXCEPT;
 
 /* Vorin_s for hosts of the C calling convention. */
 VORIN_API void VORIN_CDECL vorin_s_cdecl(int32_t nf, int32_t ng, const float* K, const float* Y,
-                                         float* F, int32_t* status);
+                                         float* F, int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Plain sums, for a host that wants to try its call interface
@@ -116,13 +119,15 @@ VORIN_API void VORIN_CDECL vorin_s_cdecl(int32_t nf, int32_t ng, const float* K,
 
 /* a + b of two integers by value; all three do the same, fadd_dp_dll included,
  * whose name says otherwise. A sum out of range wraps. */
-VORIN_API int32_t VORIN_CDECL sum(int32_t a, int32_t b);
-VORIN_API int32_t VORIN_CDECL fadd_i4b_dll(int32_t a, int32_t b);
-VORIN_API int32_t VORIN_CDECL fadd_dp_dll(int32_t a, int32_t b);
+VORIN_API int32_t VORIN_CDECL sum(int32_t a, int32_t b) VORIN_NOEXCEPT;
+VORIN_API int32_t VORIN_CDECL fadd_i4b_dll(int32_t a, int32_t b) VORIN_NOEXCEPT;
+VORIN_API int32_t VORIN_CDECL fadd_dp_dll(int32_t a, int32_t b) VORIN_NOEXCEPT;
 
 /* *result = *a + *b, of integers and of doubles. */
-VORIN_API void VORIN_CDECL sadd_i4b_dll(const int32_t* a, const int32_t* b, int32_t* result);
-VORIN_API void VORIN_CDECL sadd_dp_dll(const double* a, const double* b, double* result);
+VORIN_API void VORIN_CDECL sadd_i4b_dll(const int32_t* a, const int32_t* b,
+                                        int32_t* result) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CDECL sadd_dp_dll(const double* a, const double* b,
+                                       double* result) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Parameters: set and query by four-letter keys
@@ -151,41 +156,42 @@ enum { VORIN_SQC2_TEXT_LENGTH = 32 };
  *                code when the text is blank, and answers its code.
  *   status  out  VORIN_SQ_OK or VORIN_SQ_UNKNOWN_MODE */
 VORIN_API void VORIN_CDECL vorinSQC99(const char* mode, const char* key, char* text,
-                                      const int32_t* len, float* value, int32_t* status);
+                                      const int32_t* len, float* value,
+                                      int32_t* status) VORIN_NOEXCEPT;
 
 /* Numbers: as vorinSQC99 with no text. VorinSQR_s is the same. */
 VORIN_API void VORIN_CALL VorinSQR(const char* mode, const char* key, float* value,
-                                   int32_t* status);
+                                   int32_t* status) VORIN_NOEXCEPT;
 VORIN_API void VORIN_CALL VorinSQR_s(const char* mode, const char* key, float* value,
-                                     int32_t* status);
+                                     int32_t* status) VORIN_NOEXCEPT;
 
 /* As VorinSQR with mode S when mode is exactly S and with mode Q for anything
  * else, lower-case s and I included. In spite of its name, value addresses a
  * single-precision number. */
 VORIN_API void VORIN_CALL VorinSQR_d(const char* mode, const char* key, float* value,
-                                     int32_t* status);
+                                     int32_t* status) VORIN_NOEXCEPT;
 
 /* Integers: as VorinSQR through a conversion. On mode Q, upper case only, value
  * takes the number plus 0.5 truncated toward zero, so that a negative one rounds
  * up: -1 answers 0. With lower-case q it is left unchanged. A number outside the
- * 32-bit range answers the smallest integer. */
+ * 32-bit range answers the nearest integer there is. */
 VORIN_API void VORIN_CALL VorinSQI(const char* mode, const char* key, int32_t* value,
-                                   int32_t* status);
+                                   int32_t* status) VORIN_NOEXCEPT;
 
 /* Text: as vorinSQC99 without a number, for text keys only. A numeric key set
  * this way stores an undefined number (0 in this library). */
 VORIN_API void VORIN_CALL VorinSQC(const char* mode, const char* key, char* text,
-                                   const int32_t* len, int32_t* status);
+                                   const int32_t* len, int32_t* status) VORIN_NOEXCEPT;
 
 /* As VorinSQC with a text of exactly 32 characters. */
 VORIN_API void VORIN_CALL VorinSQC2(const char* mode, const char* key, char* text,
-                                    int32_t* status);
+                                    int32_t* status) VORIN_NOEXCEPT;
 
 /* VorinSQC and VorinSQR for hosts of the C calling convention. */
 VORIN_API void VORIN_CDECL vorin_sqc_cdecl(const char* mode, const char* key, char* text,
-                                           const int32_t* len, int32_t* status);
+                                           const int32_t* len, int32_t* status) VORIN_NOEXCEPT;
 VORIN_API void VORIN_CDECL vorin_sqr_cdecl(const char* mode, const char* key, float* value,
-                                           int32_t* status);
+                                           int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * One solve at one weight
@@ -216,10 +222,10 @@ enum {
  *   status    out  VORIN_SOLVE_OK or VORIN_SOLVE_FAILED */
 VORIN_API void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float* d,
                                         float* f, const float* weight, float* rss, float* rssSlope,
-                                        int32_t* status);
+                                        int32_t* status) VORIN_NOEXCEPT;
 VORIN_API void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d,
                                         double* f, const double* weight, double* rss,
-                                        double* rssSlope, int32_t* status);
+                                        double* rssSlope, int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Pruning: fewer data points before an inversion
@@ -227,9 +233,9 @@ VORIN_API void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, c
 
 /* How VorinPruneZ spaces its bins. */
 enum {
-  VORIN_PRUNE_LOG = 1,      /* logarithmic over the whole range */
-  VORIN_PRUNE_LINEAR = 2,   /* linear over the whole range */
-  VORIN_PRUNE_LEADING = 3   /* points before prLo one by one, logarithmic from there on */
+  VORIN_PRUNE_LOG = 1,    /* logarithmic over the whole range */
+  VORIN_PRUNE_LINEAR = 2, /* linear over the whole range */
+  VORIN_PRUNE_LEADING = 3 /* points before prLo one by one, logarithmic from there on */
 };
 
 /* Lays bins along the sample axis and gives the linear map P that turns the data
@@ -262,7 +268,7 @@ VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t
                                       const float* y, const float* t, const float* scale,
                                       int32_t prLo, int32_t prHi, int32_t target, int32_t mode,
                                       int32_t* count, float* yPruned, float* tSum, float* binNorm,
-                                      float* P, int32_t* status);
+                                      float* P, int32_t* status) VORIN_NOEXCEPT;
 
 #ifdef __cplusplus
 }

@@ -19,8 +19,8 @@ namespace vorin::brd {
 ///       updates it, so that a search that hands in the same c starts warm; the
 ///       other routes neither read nor write it.
 ///   status  0, or 1 when the iteration ran out of passes or stalled
-void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss,
-             float& rssSlope, std::int32_t& status);
+void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
+             std::int32_t& status);
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
              double& rssSlope, std::int32_t& status);
 

@@ -3,35 +3,48 @@
 // conversions are made once and work arrays are allocated once.
 #pragma once
 
-#include <memory>
+#include <optional>
+#include <type_traits>
+
+#include "brd/system.hpp"
 
 namespace vorin::brd {
-
-template <class Real>
-class SharedWork;
 
 /// K (m x n by columns, leading dimension m) and d (m) belong to the caller and
 /// must stay as they are while the Problem lives. Sizes below 1 count as empty.
 template <class Real>
 class Problem {
  public:
-  Problem(int m, int n, const Real* K, const Real* d);
-  ~Problem();
-  Problem(const Problem&) = delete;
-  Problem& operator=(const Problem&) = delete;
+  Problem(int m, int n, const Real* K, const Real* d) : m_(m), n_(n), K_(K), d_(d) {}
 
   int m() const { return m_; }
   int n() const { return n_; }
   const Real* K() const { return K_; }
   const Real* d() const { return d_; }
-  SharedWork<Real>& work() { return *work_; }
+
+  /// The system in single or in double precision, made at its first use.
+  System<float>& single() { return make(single_); }
+  System<double>& twice() { return make(twice_); }
 
  private:
+  template <class Working>
+  System<Working>& make(std::optional<System<Working>>& system) {
+    if (!system) {
+      if constexpr (std::is_same_v<Working, Real>) {
+        system.emplace(m_, n_, K_, d_);
+      } else {
+        system.emplace(System<Working>::converted(m_, n_, K_, d_));
+      }
+    }
+    return *system;
+  }
+
   int m_;
   int n_;
   const Real* K_;
   const Real* d_;
-  std::unique_ptr<SharedWork<Real>> work_;
+  std::optional<System<float>> single_;
+  std::optional<System<double>> twice_;
 };
 
 }  // namespace vorin::brd

@@ -6,14 +6,16 @@
 
 namespace vorin {
 
-/// `value` without its fraction. A NaN and a value outside the 32-bit range
-/// give the smallest integer, as the conversion instruction of x86 does; in C++
-/// itself those conversions are undefined.
+/// `value` without its fraction. Values outside the 32-bit range give the nearest
+/// integer there is, so that a huge setting stays huge; a NaN gives the smallest.
 template <class Real>
 std::int32_t truncateToInt(Real value) {
-  constexpr Real limit = static_cast<Real>(2147483648.0);
-  const bool inRange = value > -limit - static_cast<Real>(1) && value < limit;
-  return inRange ? static_cast<std::int32_t>(value) : std::numeric_limits<std::int32_t>::min();
+  using Limits = std::numeric_limits<std::int32_t>;
+  constexpr Real beyond = static_cast<Real>(2147483648.0);
+  if (value >= beyond) {
+    return Limits::max();
+  }
+  return value > -beyond ? static_cast<std::int32_t>(value) : Limits::min();
 }
 
 }  // namespace vorin

@@ -42,8 +42,12 @@ void solve(Getrs routine, int n, const Real* lu, int lda, const int* pivots, Rea
 
 }  // namespace
 
-void getrf(int n, float* a, int lda, int* pivots) { factor(sgetrf_, n, a, lda, pivots); }
-void getrf(int n, double* a, int lda, int* pivots) { factor(dgetrf_, n, a, lda, pivots); }
+void getrf(int n, float* a, int lda, int* pivots) {
+  factor(sgetrf_, n, a, lda, pivots);
+}
+void getrf(int n, double* a, int lda, int* pivots) {
+  factor(dgetrf_, n, a, lda, pivots);
+}
 
 void getrs(int n, const float* lu, int lda, const int* pivots, float* b) {
   solve(sgetrs_, n, lu, lda, pivots, b);

@@ -36,7 +36,9 @@ struct MatrixView {
     return base[i * rowStride + j * colStride];
   }
 
-  VectorView<Real> column(std::ptrdiff_t j) const { return {base + j * colStride, rows, rowStride}; }
+  VectorView<Real> column(std::ptrdiff_t j) const {
+    return {base + j * colStride, rows, rowStride};
+  }
   VectorView<Real> row(std::ptrdiff_t i) const { return {base + i * rowStride, cols, colStride}; }
 
   operator MatrixView<const Real>() const { return {base, rows, cols, rowStride, colStride}; }

@@ -1,0 +1,32 @@
+// The Butler-Reeds-Dawson iteration at one weight, in its two precisions.
+//
+// J. P. Butler, J. A. Reeds and S. V. Dawson, "Estimating solutions of first kind
+// integral equations with nonnegative constraints and optimal smoothing", SIAM
+// J. Numer. Anal. 18 (1981) 381-397. At the minimum of
+//     1/2 |K f - d|^2 + w/2 |f|^2   over f >= 0
+// f = max(0, K' c) with (K H K' + w I) c = d; each pass solves that system for the
+// mask H of the current f and takes the step whole.
+#pragma once
+
+#include <cstdint>
+
+#include "brd/system.hpp"
+
+namespace vorin::brd {
+
+/// What every route of one solve reports.
+template <class Real>
+struct Solution {
+  Real rss = 0;             ///< w^2 (c . c), the residual sum of squares |K f - d|^2
+  Real rssSlope = 0;        ///< d rss / d w with the mask held
+  std::int32_t status = 0;  ///< 0, or 1 when out of passes or stalled
+};
+
+/// Single precision. Starts from c (m, in and out) alone; f (n) is written.
+Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weight);
+
+/// Double precision. Starts from f (n, in and out) clipped at 0; c (m, in and out)
+/// is only compared with in the first pass.
+Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight);
+
+}  // namespace vorin::brd

@@ -1,0 +1,34 @@
+// Vectors that begin on a cache line, for the arrays the kernels stream through:
+// a vector load that crosses a line costs twice.
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace vorin {
+
+template <class T>
+struct CacheLineAllocator {
+  using value_type = T;
+  static constexpr std::align_val_t line{64};
+
+  CacheLineAllocator() = default;
+  template <class U>
+  CacheLineAllocator(const CacheLineAllocator<U>& /*other*/) {}
+
+  T* allocate(std::size_t count) {
+    return static_cast<T*>(::operator new(count * sizeof(T), line));
+  }
+  void deallocate(T* address, std::size_t /*count*/) { ::operator delete(address, line); }
+
+  template <class U>
+  bool operator==(const CacheLineAllocator<U>& /*other*/) const {
+    return true;
+  }
+};
+
+template <class T>
+using AlignedVector = std::vector<T, CacheLineAllocator<T>>;
+
+}  // namespace vorin

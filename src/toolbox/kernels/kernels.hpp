@@ -1,0 +1,51 @@
+// The hot loops of the library and the choice of instruction set for them.
+//
+// Every kernel vectorises across independent outputs and keeps each output's sum
+// in its plain left-to-right order, with no fused multiply-add. The result
+// therefore has the same bits at every instruction-set level and equals the
+// plain loop beside each declaration.
+#pragma once
+
+namespace vorin::kernels {
+
+/// Instruction-set levels, lowest first.
+enum class Level { baseline, avx2, avx512 };
+
+/// The highest level that this CPU runs.
+Level highestLevel();
+
+/// The level in use; the highest one until useLevel says otherwise.
+Level currentLevel();
+
+/// Test hook: uses `level`, or the highest possible one when the CPU lacks it.
+void useLevel(Level level);
+
+/// Rows of a packed panel: a cache line of one tile column, the same at every
+/// level so that one packing serves all.
+template <class Real>
+inline constexpr int panelRows = 64 / static_cast<int>(sizeof(Real));
+
+/// Values by which a row of a row-major array is padded to whole vectors.
+template <class Real>
+inline constexpr int rowPadding = 64 / static_cast<int>(sizeof(Real));
+
+template <class Real>
+struct Table {
+  /// G (m x m by columns) = A A' for A of m rows and `columns` columns, packed in
+  /// panels: row r of column i stands at
+  ///   packed[(r / panelRows * columns + i) * panelRows + r % panelRows],
+  /// rows past m being zero. Plain form, for every r and s:
+  ///   sum = 0; for (i = 0 .. columns-1) sum += A(r, i) * A(s, i); G(r, s) = sum;
+  void (*gram)(int m, int columns, const Real* packed, Real* G);
+
+  /// out[i] = sum over j of a[j * stride + i] * x[j], for i below `stride`, which
+  /// is a multiple of rowPadding. Plain form, for every i:
+  ///   sum = 0; for (j = 0 .. rows-1) sum += a[j * stride + i] * x[j]; out[i] = sum;
+  void (*combineRows)(int rows, int stride, const Real* a, const Real* x, Real* out);
+};
+
+/// The kernels at the level in use.
+template <class Real>
+const Table<Real>& table();
+
+}  // namespace vorin::kernels

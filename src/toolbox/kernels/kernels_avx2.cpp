@@ -1,0 +1,19 @@
+// The hot loops compiled for the instruction-set level `avx2`.
+#include "toolbox/kernels/kernels.hpp"
+#include "toolbox/kernels/levels.hpp"
+
+#define VORIN_VECTOR_BYTES 32
+
+namespace vorin::kernels::avx2 {
+namespace {
+#include "toolbox/kernels/kernel_body.inc"
+}  // namespace
+
+Table<float> tableFloat() {
+  return makeTable<float>();
+}
+Table<double> tableDouble() {
+  return makeTable<double>();
+}
+
+}  // namespace vorin::kernels::avx2
