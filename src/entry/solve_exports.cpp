@@ -23,13 +23,11 @@ void solveOnce(Dispatcher dispatch, std::int32_t m, std::int32_t n, const Real* 
 // The single iteration starts from c: ones, as in the weight search. The double
 // iteration only compares with it: zeros.
 void vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float* d, float* f,
-                   const float* weight, float* rss, float* rssSlope,
-                   int32_t* status) noexcept {
+                   const float* weight, float* rss, float* rssSlope, int32_t* status) noexcept {
   solveOnce(vorin::brd::vrBRD_s, m, n, K, d, f, 1.0f, weight, rss, rssSlope, status);
 }
 
 void vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d, double* f,
-                   const double* weight, double* rss, double* rssSlope,
-                   int32_t* status) noexcept {
+                   const double* weight, double* rss, double* rssSlope, int32_t* status) noexcept {
   solveOnce(vorin::brd::vrBRD_d, m, n, K, d, f, 0.0, weight, rss, rssSlope, status);
 }

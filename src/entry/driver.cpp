@@ -1,0 +1,106 @@
+#include "entry/driver.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <string_view>
+
+#include "params/block.hpp"
+#include "params/log.hpp"
+#include "params/number_field.hpp"
+#include "params/store.hpp"
+#include "reduce/prune_plan.hpp"
+#include "toolbox/convert.hpp"
+#include "toolbox/linear_map.hpp"
+#include "toolbox/norms.hpp"
+#include "weight/se_to_w.hpp"
+
+namespace vorin::entry {
+namespace {
+
+// Rows that a pruned problem may have, in every driver.
+constexpr int pruneCapacity = 5000;
+constexpr int fewestPruned = 10;
+constexpr std::size_t messageWidth = 70;
+
+void report(std::string_view message) {
+  params::VorinLogLine("Vorin", "M", params::cutTo(message, messageWidth));
+}
+
+std::size_t length(int n) {
+  return static_cast<std::size_t>(std::max(n, 0));
+}
+
+void invertUnpruned(const Inversion& job, std::int32_t& status) {
+  report("No pruning");
+  float& reference = params::rawNumber("WREF");
+  reference = meanSquaredColumnNorm(job.nf, job.ng, job.K);
+  weight::Vorin_SEtoW(job.nf, job.ng, job.K, job.Y, job.F, status);
+  // Required: on this road alone the reference goes back to 1 after the call; the
+  // pruned road leaves it for a host to read.
+  reference = 1.0f;
+}
+
+reduce::PruneRequest pruneRequest(const Inversion& job, std::string_view mode) {
+  reduce::PruneRequest request;
+  request.points = job.nf;
+  request.capacityPoints = job.nf;
+  request.maxBins = pruneCapacity;
+  request.t = job.T;
+  request.scale = job.W;
+  request.firstPoint = truncateToInt(params::rawNumber("PRLO"));
+  request.target =
+      std::clamp(truncateToInt(params::rawNumber("PRPO")), fewestPruned, pruneCapacity);
+  // Two characters decide, so "LIN" and "LILO" are both linear and anything else is
+  // logarithmic, the text "A" of the reset included.
+  request.mode = mode == "LI" ? reduce::kPruneLinear : reduce::kPruneLog;
+  return request;
+}
+
+void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& status) {
+  const reduce::PrunePlan plan(pruneRequest(job, mode));
+  const int rows = plan.count();
+  std::vector<float> kernel(length(rows) * length(job.ng));
+  std::vector<float> data(length(rows));
+  plan.apply(job.Y, data.data());
+  plan.apply(job.ng, job.K, job.nf, kernel.data(), rows);
+  report("With pruning from " + params::integerField(job.nf, 5) + " to" +
+         params::integerField(rows, 3));
+  params::rawNumber("WREF") = meanSquaredColumnNorm(rows, job.ng, kernel.data());
+  weight::Vorin_SEtoW(rows, job.ng, kernel.data(), data.data(), job.F, status);
+}
+
+}  // namespace
+
+void invert(const Inversion& job, std::int32_t& status) {
+  params::VorinLogOpen(true);
+  std::fill_n(job.W, length(job.nf), 1.0f);
+  report("Start inversion");
+  const std::string_view mode = params::rawText("PRMO").substr(0, 2);
+  if (mode == "NO") {
+    invertUnpruned(job, status);
+  } else {
+    invertPruned(job, mode, status);
+  }
+  formFit(job.nf, job.ng, job.K, job.F, job.FIT);
+  const std::string_view outcome = status < 1 ? "Successful" : "Unsuccessful";
+  report(std::string(outcome) + " inversion, status = " + params::integerField(status, 3));
+  params::VorinLogOpen(false);
+}
+
+MadeUpArrays::MadeUpArrays(int nf, int ng)
+    : nf_(nf), ng_(ng), T_(length(nf)), W_(length(nf), 1.0f), G_(length(ng)), FIT_(length(nf)) {
+  for (std::size_t i = 0; i < T_.size(); ++i) {
+    T_[i] = static_cast<float>(i + 1);
+  }
+  // A grid of one point has the exponent 0/0 and shows as not a number.
+  for (std::size_t k = 0; k < G_.size(); ++k) {
+    G_[k] = std::pow(10.0f, static_cast<float>(k) / static_cast<float>(ng - 1));
+  }
+}
+
+Inversion MadeUpArrays::job(const float* K, const float* Y, float* F) {
+  return {nf_, ng_, K, T_.data(), Y, W_.data(), G_.data(), F, FIT_.data()};
+}
+
+}  // namespace vorin::entry

@@ -1,0 +1,44 @@
+// The primary inversion driver and the arrays that the short entries make up for it.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace vorin::entry {
+
+/// What a host hands in for one inversion; arrays belong to the host.
+struct Inversion {
+  int nf = 0;                ///< data points
+  int ng = 0;                ///< grid points
+  const float* K = nullptr;  ///< nf x ng by columns, leading dimension nf
+  const float* T = nullptr;  ///< nf, abscissa of each data point, rising
+  const float* Y = nullptr;  ///< nf, measured data
+  float* W = nullptr;        ///< nf, out: overwritten with 1.0
+  const float* G = nullptr;  ///< ng, grid abscissae, for the save section only
+  float* F = nullptr;        ///< ng, in and out: the distribution
+  float* FIT = nullptr;      ///< nf, out: K F
+};
+
+/// Runs one inversion with the settings of the parameter block: log, pruning, weight
+/// driver, fit on the full data, report. `status` is the weight driver's.
+void invert(const Inversion& job, std::int32_t& status);
+
+/// T, W, G and FIT for a host of the short entries: the point index, ones, a
+/// placeholder grid from 1 to 10, and scratch.
+class MadeUpArrays {
+ public:
+  MadeUpArrays(int nf, int ng);
+
+  /// The job of a host that gives K, Y and F only.
+  Inversion job(const float* K, const float* Y, float* F);
+
+ private:
+  int nf_;
+  int ng_;
+  std::vector<float> T_;
+  std::vector<float> W_;
+  std::vector<float> G_;
+  std::vector<float> FIT_;
+};
+
+}  // namespace vorin::entry

@@ -1,0 +1,90 @@
+#include "reduce/prune_plan.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+#include "reduce/bin_edges.hpp"
+
+namespace vorin::reduce {
+namespace {
+
+// No norm is below this, so that a bin of points with scale 0 divides by something.
+constexpr float smallestNorm = 1e-10f;
+
+}  // namespace
+
+PrunePlan::PrunePlan(const PruneRequest& request) {
+  if (request.points < 1) {
+    return;
+  }
+  PruneRequest wanted = request;
+  wanted.target = std::min(request.target, request.maxBins);
+  const BinFinder finder(wanted.points, wanted.t);
+  // One row is the empty one: bins past the capacity take no row.
+  const auto most = static_cast<std::size_t>(std::max(wanted.maxBins - 1, 0));
+  forEachBin(layEdges(wanted, finder), [&](float from, float to) {
+    if (rows_.size() >= most) {
+      return;
+    }
+    BinFinder::Run run{};
+    if (finder.rising()) {
+      run = finder.run(from, to);
+    } else {
+      run.begin = static_cast<int>(listed_.size());
+      finder.list(from, to, listed_);
+      run.end = static_cast<int>(listed_.size());
+    }
+    if (run.begin < run.end) {
+      rows_.push_back({run.begin, run.end, 0.0f});
+    }
+  });
+  for (int r = 0; r < filled(); ++r) {
+    float square = 0.0f;
+    forEachPoint(r, [&](int i) { square += wanted.scale[i] * wanted.scale[i]; });
+    const float norm = std::sqrt(square);
+    rows_[static_cast<std::size_t>(r)].norm = norm < smallestNorm ? smallestNorm : norm;
+  }
+}
+
+void PrunePlan::apply(const float* values, float* out) const {
+  for (int r = 0; r < filled(); ++r) {
+    const float share = 1.0f / norm(r);
+    float sum = 0.0f;
+    forEachPoint(r, [&](int i) { sum += values[i] * share; });
+    out[r] = sum;
+  }
+  out[filled()] = 0.0f;
+}
+
+void PrunePlan::apply(int columns, const float* in, int ldIn, float* out, int ldOut) const {
+  // Columns are independent sums: eight at a time hide the latency of the
+  // additions, each adding its points in order.
+  constexpr int group = 8;
+  const std::ptrdiff_t inStep = ldIn;
+  const std::ptrdiff_t outStep = ldOut;
+  int j0 = 0;
+  for (; j0 + group <= columns; j0 += group) {
+    const float* block = in + j0 * inStep;
+    for (int r = 0; r < filled(); ++r) {
+      const float share = 1.0f / norm(r);
+      float sums[group] = {};
+      forEachPoint(r, [&](int i) {
+        for (int j = 0; j < group; ++j) {
+          sums[j] += share * block[j * inStep + i];
+        }
+      });
+      for (int j = 0; j < group; ++j) {
+        out[r + (j0 + j) * outStep] = sums[j];
+      }
+    }
+    for (int j = 0; j < group; ++j) {
+      out[filled() + (j0 + j) * outStep] = 0.0f;
+    }
+  }
+  for (; j0 < columns; ++j0) {
+    apply(in + j0 * inStep, out + j0 * outStep);
+  }
+}
+
+}  // namespace vorin::reduce

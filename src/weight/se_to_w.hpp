@@ -1,0 +1,17 @@
+// The weight driver: from a kernel and data to a distribution and the result keys,
+// at a weight that the key TARG says how to choose.
+#pragma once
+
+#include <cstdint>
+
+namespace vorin::weight {
+
+/// Solves K f = d (K m x n by columns, leading dimension m) for f >= 0.
+///   f       in and out, n: the distribution
+///   status  out: 0 success; 1 the solver failed; 2, 21, 22 as the weight search ends;
+///           999 in corner mode
+/// Writes the result keys CSE, CWIT, CWEI, CSTA, and what the mode adds. The kernel may
+/// be full, pruned or compressed: here it is a dense matrix. m or n below 1 is empty.
+void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::int32_t& status);
+
+}  // namespace vorin::weight
