@@ -1,0 +1,434 @@
+// Pruning against a literal dense build of its definition, which scans every point
+// for every bin and multiplies full matrices.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "reduce/prune_plan.hpp"
+#include "support/problems.hpp"
+#include "vorin.h"
+
+namespace {
+
+using vorin::test::area;
+
+struct Pruned {
+  int count = -1;
+  int status = -1;
+  std::vector<float> y, tSum, norm, P;
+};
+
+struct Request {
+  std::vector<float> t;
+  int maxBins = 300;
+  int prLo = 1;
+  int prHi = -1;
+  int target = 20;
+  int mode = VORIN_PRUNE_LOG;
+  std::vector<float> scale = {};
+};
+
+constexpr float untouched = -123.0f;
+
+std::vector<float> scaleOf(const Request& request) {
+  return request.scale.empty() ? std::vector<float>(request.t.size(), 1.0f) : request.scale;
+}
+
+std::vector<float> dataOf(const Request& request) {
+  vorin::test::Uniform uniform(5);
+  std::vector<float> y(request.t.size());
+  std::generate(y.begin(), y.end(), [&] { return static_cast<float>(uniform()); });
+  return y;
+}
+
+Pruned prune(const Request& request) {
+  const int n = static_cast<int>(request.t.size());
+  const auto bins = static_cast<std::size_t>(std::max(request.maxBins, 0));
+  Pruned out;
+  out.y.assign(bins, untouched);
+  out.tSum.assign(bins, untouched);
+  out.norm.assign(bins, untouched);
+  out.P.assign(bins * request.t.size(), untouched);
+  VorinPruneZ(n, n, request.maxBins, dataOf(request).data(), request.t.data(),
+              scaleOf(request).data(), request.prLo, request.prHi, request.target, request.mode,
+              &out.count, out.y.data(), out.tSum.data(), out.norm.data(), out.P.data(),
+              &out.status);
+  return out;
+}
+
+std::vector<float> evenTimes(int n, float step = 1.0f) {
+  std::vector<float> t(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) {
+    t[static_cast<std::size_t>(i)] = step * static_cast<float>(i + 1);
+  }
+  return t;
+}
+
+// The edges of one try, by the formulas.
+std::vector<float> literalEdges(const Request& request, int N) {
+  const auto& t = request.t;
+  const int n = static_cast<int>(t.size());
+  const float h = 0.5f * std::min(t[0], t[1] - t[0]);
+  float base =
+      request.prLo >= 1 && request.prLo <= n ? t[static_cast<std::size_t>(request.prLo - 1)] : t[0];
+  if (base < 1e-10f) {
+    base = *std::min_element(t.begin(), t.end());
+  }
+  const float lo = base - h;
+  const float hi = t.back() + h;
+  const auto mix = [](float a, float b, int k, int steps) {
+    return (a * static_cast<float>(steps - k) + b * static_cast<float>(k)) /
+           static_cast<float>(steps);
+  };
+  const auto log10f = [](float x) { return static_cast<float>(std::log10(double(x))); };
+  const auto pow10f = [](float x) { return static_cast<float>(std::pow(10.0, double(x))); };
+  std::vector<float> g(static_cast<std::size_t>(std::max(N, 0)));
+  const int leading = request.mode == VORIN_PRUNE_LEADING ? request.prLo - 1 : 0;
+  for (int k = 0; k < N; ++k) {
+    float& edge = g[static_cast<std::size_t>(k)];
+    if (k < leading) {
+      edge = t[static_cast<std::size_t>(k)] - h / 2.0f;
+    } else if (request.mode == VORIN_PRUNE_LINEAR) {
+      edge = mix(lo, hi, k, N - 1);
+    } else {
+      edge = pow10f(mix(log10f(lo), log10f(hi), k - leading, N - 1 - leading));
+    }
+  }
+  return g;
+}
+
+Pruned literalPrune(const Request& request) {
+  const auto& t = request.t;
+  const std::vector<float> y = dataOf(request);
+  const std::vector<float> v = scaleOf(request);
+  const std::size_t n = t.size();
+  const auto bins = static_cast<std::size_t>(request.maxBins);
+  const int target = std::min(request.target, request.maxBins);
+  int N = static_cast<int>(static_cast<float>(target) * 1.3f);
+  std::vector<float> g;
+  const auto inBin = [&](std::size_t k, float x) {
+    return k == 0 ? x >= -1e20f && x <= g[0] : g[k - 1] <= x && x <= g[k];
+  };
+  const auto holds = [&](std::size_t k) {
+    return std::any_of(t.begin(), t.end(), [&](float x) { return inBin(k, x); });
+  };
+  for (int attempt = 1;;) {
+    N = std::min(N, 6 * request.maxBins);
+    g = literalEdges(request, N);
+    int c = 1;
+    for (std::size_t k = 0; k < g.size(); ++k) {
+      c += holds(k) ? 1 : 0;
+    }
+    if (c == target || ++attempt > 9) {
+      break;
+    }
+    N = static_cast<int>(
+        static_cast<float>(target) * static_cast<float>(N) / static_cast<float>(c) + 0.5f);
+  }
+  Pruned out;
+  out.P.assign(bins * n, 0.0f);
+  std::size_t r = 0;
+  for (std::size_t k = 0; k < g.size() && r + 1 < bins; ++k) {
+    if (!holds(k)) {
+      continue;
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+      out.P[r + i * bins] += inBin(k, t[i]) ? 1.0f : 0.0f;
+    }
+    ++r;
+  }
+  out.count = static_cast<int>(r) + 1;
+  out.status = 0;
+  out.tSum.assign(bins, untouched);
+  out.norm.assign(bins, 1e-10f);
+  out.y.assign(bins, 0.0f);
+  for (std::size_t k = 0; k <= r; ++k) {
+    float sum = 0.0f;
+    float square = 0.0f;
+    for (std::size_t i = 0; i < n; ++i) {
+      sum += t[i] * out.P[k + i * bins];
+      square += v[i] * v[i] * out.P[k + i * bins];
+    }
+    out.tSum[k] = sum;
+    out.norm[k] = k < r ? std::max(std::sqrt(square), 1e-10f) : 1e-10f;
+    for (std::size_t i = 0; i < n; ++i) {
+      out.P[k + i * bins] /= out.norm[k];
+    }
+    for (std::size_t i = 0; i < n && k < r; ++i) {
+      out.y[k] += y[i] * out.P[k + i * bins];
+    }
+  }
+  return out;
+}
+
+void expectEqualBits(const std::vector<float>& a, const std::vector<float>& b, const char* what) {
+  ASSERT_EQ(a.size(), b.size()) << what;
+  EXPECT_EQ(std::memcmp(a.data(), b.data(), a.size() * sizeof(float)), 0) << what;
+}
+
+void expectLiteral(const Request& request) {
+  const Pruned got = prune(request);
+  const Pruned expected = literalPrune(request);
+  EXPECT_EQ(got.status, 0);
+  EXPECT_EQ(got.count, expected.count);
+  expectEqualBits(got.y, expected.y, "yPruned");
+  expectEqualBits(got.tSum, expected.tSum, "tSum");
+  expectEqualBits(got.norm, expected.norm, "binNorm");
+  expectEqualBits(got.P, expected.P, "P");
+}
+
+int rowsWithPoints(const Pruned& pruned, std::size_t bins) {
+  int rows = 0;
+  for (std::size_t r = 0; r < bins; ++r) {
+    bool filled = false;
+    for (std::size_t i = r; i < pruned.P.size(); i += bins) {
+      filled = filled || pruned.P[i] != 0.0f;
+    }
+    rows += filled ? 1 : 0;
+  }
+  return rows;
+}
+
+TEST(VorinPruneZ, EqualsTheDenseDefinitionOnRisingTimes) {
+  for (const int mode : {VORIN_PRUNE_LOG, VORIN_PRUNE_LINEAR, VORIN_PRUNE_LEADING}) {
+    for (const int n : {2, 5, 64, 333}) {
+      for (const int prLo : {1, 2, 4}) {
+        for (const int target : {3, 20, 150}) {
+          Request request{evenTimes(n)};
+          request.mode = mode;
+          request.prLo = std::min(prLo, n);
+          request.target = target;
+          SCOPED_TRACE(testing::Message() << mode << " " << n << " " << prLo << " " << target);
+          expectLiteral(request);
+        }
+      }
+    }
+  }
+}
+
+TEST(VorinPruneZ, EqualsTheDenseDefinitionOnTimesThatDoNotRise) {
+  Request request{evenTimes(60)};
+  std::swap(request.t[10], request.t[40]);
+  std::swap(request.t[20], request.t[21]);
+  for (const int mode : {VORIN_PRUNE_LOG, VORIN_PRUNE_LINEAR}) {
+    request.mode = mode;
+    expectLiteral(request);
+  }
+}
+
+TEST(VorinPruneZ, ScaleEntersTheNorm) {
+  Request request{evenTimes(40)};
+  vorin::test::Uniform uniform(3);
+  for (std::size_t i = 0; i < request.t.size(); ++i) {
+    request.scale.push_back(static_cast<float>(2.0 + uniform()));
+  }
+  expectLiteral(request);
+}
+
+TEST(VorinPruneZ, TargetTenIsReachedOnDensePoints) {
+  Request request{evenTimes(1000)};
+  request.target = 10;
+  const Pruned pruned = prune(request);
+  EXPECT_EQ(pruned.count, 10);
+  EXPECT_EQ(rowsWithPoints(pruned, 300), 9);
+}
+
+TEST(VorinPruneZ, FewPointsGetARowEachAndTheZeroRow) {
+  Request request{evenTimes(12)};
+  request.target = 200;
+  const Pruned pruned = prune(request);
+  EXPECT_EQ(pruned.count, 13);
+  const std::vector<float> y = dataOf(request);
+  for (std::size_t i = 0; i < 12; ++i) {
+    EXPECT_EQ(pruned.y[i], y[i]);
+    EXPECT_EQ(pruned.P[i + i * 300], 1.0f);
+  }
+  EXPECT_EQ(pruned.y[12], 0.0f);
+  EXPECT_EQ(pruned.norm[12], 1e-10f);
+}
+
+TEST(VorinPruneZ, APointExactlyOnAnEdgeCountsInBothBins) {
+  // Linear edges over 0.5 .. 3.5; target 3 asks for int(3.9) = 3 of them: 0.5, 2, 3.5.
+  // The middle point lies on the second edge.
+  Request request{{1.0f, 2.0f, 3.0f}};
+  request.mode = VORIN_PRUNE_LINEAR;
+  request.maxBins = 6;
+  request.target = 3;
+  const Pruned pruned = prune(request);
+  ASSERT_EQ(pruned.count, 3);
+  const float share = 1.0f / std::sqrt(2.0f);
+  EXPECT_FLOAT_EQ(pruned.P[0 + 1 * 6], share);
+  EXPECT_FLOAT_EQ(pruned.P[1 + 1 * 6], share);
+  const std::vector<float> y = dataOf(request);
+  EXPECT_FLOAT_EQ(pruned.y[0], (y[0] + y[1]) * share);
+  EXPECT_FLOAT_EQ(pruned.y[1], (y[1] + y[2]) * share);
+}
+
+TEST(VorinPruneZ, AllTimesZeroGiveCountOneAndAnEmptyMap) {
+  Request request{std::vector<float>(20, 0.0f)};
+  const Pruned pruned = prune(request);
+  EXPECT_EQ(pruned.count, 1);
+  EXPECT_EQ(rowsWithPoints(pruned, 300), 0);
+  EXPECT_TRUE(std::all_of(pruned.y.begin(), pruned.y.end(), [](float y) { return y == 0.0f; }));
+  EXPECT_TRUE(
+      std::all_of(pruned.norm.begin(), pruned.norm.end(), [](float s) { return s == 1e-10f; }));
+}
+
+TEST(VorinPruneZ, ALogarithmicRangeThatReachesZeroHoldsNoPoint) {
+  for (const int mode : {VORIN_PRUNE_LOG, VORIN_PRUNE_LEADING}) {
+    Request request{{0.0f, 1.0f, 2.0f, 3.0f}};
+    request.mode = mode;
+    EXPECT_EQ(prune(request).count, 1);
+    request.t = {-2.0f, -1.5f, -1.0f};
+    EXPECT_EQ(prune(request).count, 1);
+  }
+  Request linear{{0.0f, 1.0f, 2.0f, 3.0f}};
+  linear.mode = VORIN_PRUNE_LINEAR;
+  EXPECT_GT(prune(linear).count, 1);
+}
+
+TEST(VorinPruneZ, TheLastPointOfTheRangeHasNoInfluence) {
+  Request request{evenTimes(100)};
+  const Pruned first = prune(request);
+  for (const int prHi : {0, 7, 50, 1000, -3}) {
+    request.prHi = prHi;
+    const Pruned second = prune(request);
+    EXPECT_EQ(first.count, second.count);
+    expectEqualBits(first.P, second.P, "P");
+    expectEqualBits(first.y, second.y, "yPruned");
+  }
+}
+
+TEST(VorinPruneZ, AFirstPointOutsideThePointsMeansTheFirst) {
+  for (const int mode : {VORIN_PRUNE_LOG, VORIN_PRUNE_LINEAR, VORIN_PRUNE_LEADING}) {
+    Request request{evenTimes(100)};
+    request.mode = mode;
+    const Pruned first = prune(request);
+    for (const int prLo : {0, -5, 101, 2000000000}) {
+      request.prLo = prLo;
+      const Pruned second = prune(request);
+      EXPECT_EQ(first.count, second.count);
+      expectEqualBits(first.P, second.P, "P");
+    }
+  }
+}
+
+TEST(VorinPruneZ, ALaterFirstPointGathersTheEarlierOnesInTheFirstBin) {
+  // The first bin reaches from -1e20 to the first edge, which lies just before the
+  // fifth point: four points in row 0.
+  Request request{evenTimes(100)};
+  request.prLo = 5;
+  const Pruned pruned = prune(request);
+  EXPECT_FLOAT_EQ(pruned.norm[0], 2.0f);
+  EXPECT_FLOAT_EQ(pruned.tSum[0], 1.0f + 2.0f + 3.0f + 4.0f);
+}
+
+TEST(VorinPruneZ, LeadingPointsStandAlone) {
+  Request request{evenTimes(200)};
+  request.mode = VORIN_PRUNE_LEADING;
+  request.prLo = 11;
+  request.target = 40;
+  const Pruned pruned = prune(request);
+  // Nothing lies below the first edge t[0] - h / 2, so row r is point r up to the tenth.
+  for (std::size_t r = 0; r < 9; ++r) {
+    EXPECT_EQ(pruned.P[r + r * 300], 1.0f);
+    EXPECT_EQ(pruned.norm[r], 1.0f);
+  }
+}
+
+TEST(VorinPruneZ, PointsMarkedBelowTheLimitAreDropped) {
+  Request request{evenTimes(50)};
+  request.mode = VORIN_PRUNE_LINEAR;
+  request.t[0] = -2e20f;
+  const Pruned pruned = prune(request);
+  for (std::size_t r = 0; r < 300; ++r) {
+    EXPECT_EQ(pruned.P[r], 0.0f);
+  }
+}
+
+TEST(VorinPruneZ, CapacityCutsTheFillingAndNothingIsWrittenPastIt) {
+  // Points that bin k and bin k + 1 share make more rows than edges can avoid: with
+  // all points on one spot every wide bin pair holds them.
+  Request request{std::vector<float>(30, 2.0f)};
+  request.mode = VORIN_PRUNE_LINEAR;
+  for (const int maxBins : {1, 2, 3, 7}) {
+    request.maxBins = maxBins;
+    request.target = 5000;
+    const Pruned pruned = prune(request);
+    EXPECT_LE(pruned.count, maxBins);
+    EXPECT_GE(pruned.count, 1);
+  }
+  Request dense{evenTimes(500)};
+  dense.maxBins = 10;
+  dense.target = 10000;
+  const Pruned pruned = prune(dense);
+  EXPECT_EQ(pruned.count, 10);
+}
+
+TEST(VorinPruneZ, NoCapacityWritesNothing) {
+  Request request{evenTimes(20)};
+  for (const int maxBins : {0, -4}) {
+    request.maxBins = maxBins;
+    EXPECT_EQ(prune(request).count, 1);
+  }
+}
+
+TEST(VorinPruneZ, OnePointDoesNotLookAtASecond) {
+  Request request{{4.0f}};
+  // h = 2, lo = 2, hi = 6: the point lies inside.
+  const Pruned pruned = prune(request);
+  EXPECT_EQ(pruned.count, 2);
+  EXPECT_EQ(pruned.tSum[0], 4.0f);
+}
+
+TEST(VorinPruneZ, NoPointsGiveCountOne) {
+  Request request{{}};
+  const Pruned pruned = prune(request);
+  EXPECT_EQ(pruned.count, 1);
+  EXPECT_EQ(pruned.status, 0);
+}
+
+TEST(VorinPruneZ, AModeWithoutEdgesHoldsNoPoint) {
+  Request request{evenTimes(30)};
+  for (const int mode : {0, 4, -1, 99}) {
+    request.mode = mode;
+    EXPECT_EQ(prune(request).count, 1);
+  }
+}
+
+TEST(VorinPruneZ, TargetsBelowOneGiveCountOne) {
+  Request request{evenTimes(30)};
+  for (const int target : {0, -1, std::numeric_limits<int>::min()}) {
+    request.target = target;
+    EXPECT_EQ(prune(request).count, 1);
+  }
+}
+
+TEST(PrunePlan, KernelHasTheBitsOfTheDenseProduct) {
+  for (const int columns : {1, 7, 8, 17}) {
+    Request request{evenTimes(257)};
+    const Pruned dense = prune(request);
+    const auto problem = vorin::test::randomProblem<float>(257, columns, 21);
+    const std::vector<float> scale(257, 1.0f);
+    const vorin::reduce::PrunePlan plan(
+        {257, 257, 300, request.t.data(), scale.data(), 1, 20, VORIN_PRUNE_LOG});
+    const int rows = plan.count();
+    std::vector<float> kernel(area(rows, columns), untouched);
+    plan.apply(columns, problem.K.data(), 257, kernel.data(), rows);
+    for (int j = 0; j < columns; ++j) {
+      for (int r = 0; r < rows; ++r) {
+        float sum = 0.0f;
+        for (std::size_t i = 0; i < 257; ++i) {
+          sum += dense.P[static_cast<std::size_t>(r) + i * 300] * problem.K[i + area(257, j)];
+        }
+        EXPECT_EQ(kernel[static_cast<std::size_t>(r) + area(rows, j)], sum);
+      }
+    }
+  }
+}
+
+}  // namespace

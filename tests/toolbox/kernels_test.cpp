@@ -1,0 +1,132 @@
+// The kernels against the plain loops that state their meaning: equal bits at
+// every instruction-set level, at odd sizes too.
+#include "toolbox/kernels/kernels.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "support/problems.hpp"
+#include "toolbox/aligned.hpp"
+
+namespace {
+
+using vorin::AlignedVector;
+using vorin::kernels::Level;
+using vorin::test::area;
+using vorin::test::Uniform;
+
+const Level levels[] = {Level::baseline, Level::avx2, Level::avx512};
+
+class LevelGuard {
+ public:
+  LevelGuard() : before_(vorin::kernels::currentLevel()) {}
+  ~LevelGuard() { vorin::kernels::useLevel(before_); }
+
+ private:
+  Level before_;
+};
+
+template <class Real>
+class KernelsTest : public testing::Test {};
+using Precisions = testing::Types<float, double>;
+TYPED_TEST_SUITE(KernelsTest, Precisions);
+
+template <class Real>
+std::vector<Real> plainGram(int m, int columns, const std::vector<Real>& A) {
+  std::vector<Real> G(area(m, m));
+  for (int s = 0; s < m; ++s) {
+    for (int r = 0; r < m; ++r) {
+      Real sum = 0;
+      for (int i = 0; i < columns; ++i) {
+        sum += A[static_cast<std::size_t>(r) + area(m, i)] *
+               A[static_cast<std::size_t>(s) + area(m, i)];
+      }
+      G[static_cast<std::size_t>(r) + area(m, s)] = sum;
+    }
+  }
+  return G;
+}
+
+template <class Real>
+AlignedVector<Real> pack(int m, int columns, const std::vector<Real>& A) {
+  const int rows = vorin::kernels::panelRows<Real>;
+  const int panels = (m + rows - 1) / rows;
+  AlignedVector<Real> packed(area(panels * rows, columns), Real(0));
+  for (int i = 0; i < columns; ++i) {
+    for (int r = 0; r < m; ++r) {
+      packed[static_cast<std::size_t>((r / rows * columns + i) * rows + r % rows)] =
+          A[static_cast<std::size_t>(r) + area(m, i)];
+    }
+  }
+  return packed;
+}
+
+TYPED_TEST(KernelsTest, GramHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const int m : {1, 2, 7, 8, 9, 15, 16, 17, 33, 100}) {
+    for (const int columns : {0, 1, 3, 40}) {
+      Uniform uniform(static_cast<std::uint64_t>(m * 1000 + columns));
+      std::vector<Real> A(area(m, columns));
+      for (Real& value : A) {
+        value = static_cast<Real>(uniform());
+      }
+      const std::vector<Real> expected = plainGram(m, columns, A);
+      const AlignedVector<Real> packed = pack(m, columns, A);
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> G(expected.size(), Real(-7));
+        vorin::kernels::table<Real>().gram(m, columns, packed.data(), G.data());
+        EXPECT_EQ(std::memcmp(G.data(), expected.data(), G.size() * sizeof(Real)), 0)
+            << m << " x " << columns << " at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
+TYPED_TEST(KernelsTest, CombineRowsHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  const int padding = vorin::kernels::rowPadding<Real>;
+  for (const int rows : {0, 1, 5, 64}) {
+    for (const int blocks : {1, 2, 3, 5, 9, 17}) {
+      const int stride = blocks * padding;
+      Uniform uniform(static_cast<std::uint64_t>(rows * 100 + blocks));
+      AlignedVector<Real> a(area(rows, stride));
+      std::vector<Real> x(static_cast<std::size_t>(rows));
+      for (Real& value : a) {
+        value = static_cast<Real>(uniform());
+      }
+      for (Real& value : x) {
+        value = static_cast<Real>(uniform());
+      }
+      std::vector<Real> expected(static_cast<std::size_t>(stride));
+      for (int i = 0; i < stride; ++i) {
+        Real sum = 0;
+        for (int j = 0; j < rows; ++j) {
+          sum += a[area(j, stride) + static_cast<std::size_t>(i)] * x[static_cast<std::size_t>(j)];
+        }
+        expected[static_cast<std::size_t>(i)] = sum;
+      }
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        AlignedVector<Real> out(expected.size(), Real(-7));
+        vorin::kernels::table<Real>().combineRows(rows, stride, a.data(), x.data(), out.data());
+        EXPECT_EQ(std::memcmp(out.data(), expected.data(), out.size() * sizeof(Real)), 0)
+            << rows << " rows, stride " << stride << " at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
+TEST(Kernels, ALevelTheCpuLacksGivesTheHighestPossible) {
+  const LevelGuard guard;
+  vorin::kernels::useLevel(Level::avx512);
+  EXPECT_EQ(vorin::kernels::currentLevel(), vorin::kernels::highestLevel());
+  vorin::kernels::useLevel(Level::baseline);
+  EXPECT_EQ(vorin::kernels::currentLevel(), Level::baseline);
+}
+
+}  // namespace
