@@ -11,11 +11,16 @@ namespace vorin::params {
 /// false closes it. A file that can't be opened costs the lines, nothing else.
 void VorinLogOpen(bool open);
 
-/// Writes "module::kind::message" without trailing blanks, if the log is open.
+/// Writes "module::kind::message", cut at 500 characters and without trailing
+/// blanks, if the log is open. The pieces are joined as they stand.
 void VorinLogLine(std::string_view module, std::string_view kind, std::string_view message);
 
 /// Writes `text` without trailing blanks as a line of its own, if the log is open.
 void VorinLogText(std::string_view text);
+
+/// Writes a blank and `text`, without trailing blanks, as a line of its own, if
+/// the log is open: the free-form records of routines that have no module tag.
+void writeRecord(std::string_view text);
 
 /// True while the log has a file behind it.
 bool logIsOpen();

@@ -1,5 +1,8 @@
 // Set and query of parameters from inside the library, by the same keys and the
 // same core routine that hosts reach through the exported entries.
+//
+// Nothing here checks a value: it is stored as it comes, and who reads it applies
+// his own limits. An unknown key does nothing and is no failure. Nothing throws.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +15,21 @@ namespace vorin::params {
 /// unknown mode. A length below 0 counts as 0; nothing outside
 /// text[0 .. length - 1] is read or written.
 void setQuery(char mode, std::string_view key, char* text, std::int32_t length, float& value,
-              std::int32_t& status);
+              std::int32_t& status) noexcept;
+
+/// The core for an integer by the rules of hosts: on S it is converted; on mode Q,
+/// upper case only, it takes the number plus 0.5 truncated toward zero. Other
+/// modes, lower-case q among them, leave it.
+void setQueryInteger(char mode, std::string_view key, std::int32_t& value,
+                     std::int32_t& status) noexcept;
 
 /// The number under `key`; 0 for a key that answers no number.
-float queryReal(std::string_view key);
+float queryReal(std::string_view key) noexcept;
 
 /// The number under `key` plus 0.5, truncated toward zero.
-std::int32_t queryInteger(std::string_view key);
+std::int32_t queryInteger(std::string_view key) noexcept;
 
 /// Stores `value` under the numeric key `key`; an unknown key is ignored.
-void setReal(std::string_view key, float value);
+void setReal(std::string_view key, float value) noexcept;
 
 }  // namespace vorin::params
