@@ -86,8 +86,9 @@ void VorinLogLine(std::string_view module, std::string_view kind, std::string_vi
 
 void VorinLogText(std::string_view text) {
   writeLine(trimmed(text));
-  // Some drivers leave the log open until the next call opens it anew; the lines
-  // must be there for a reader all the same.
+}
+
+void flushLog() {
   flushLogUnit();
 }
 

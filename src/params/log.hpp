@@ -22,6 +22,11 @@ void VorinLogText(std::string_view text);
 /// the log is open: the free-form records of routines that have no module tag.
 void writeRecord(std::string_view text);
 
+/// Brings what has been written to the file. Lines are buffered; a routine that
+/// returns to the host with the log still open calls this, so that a reader of the
+/// file sees them.
+void flushLog();
+
 /// True while the log has a file behind it.
 bool logIsOpen();
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,12 +90,13 @@ class Driver : public testing::Test {
  protected:
   void SetUp() override {
     vorin::test::loadSettings();
+    log_.emplace("DRIVER");
     setText("TARG", "WEIG");
     setNumber("WEIG", 0.3f);
   }
   void TearDown() override { vorin::test::loadSettings(); }
 
-  LogFile log_{"DRIVER"};
+  std::optional<LogFile> log_;
   const TestProblem<float> job_ = vorin::test::laplaceProblem<float>(300, 40, 0.01, 31);
 };
 
@@ -148,7 +150,7 @@ TEST_F(Driver, TheResetTextOfThePruningModePrunesLogarithmically) {
   VorinSQR("I", "    ", &value, &status);
   setText("TARG", "WEIG");
   setNumber("WEIG", 0.3f);
-  setText("FLOG", log_.path());
+  setText("FLOG", log_->path());
   EXPECT_EQ(invert(job_).F, expected.F);
   EXPECT_EQ(vorin::test::getText("PRMO"), "NONE");
 }
@@ -177,8 +179,8 @@ int loggedCount(const std::vector<std::string>& lines) {
 TEST_F(Driver, TheWantedCountIsClippedToTenFromBelow) {
   setNumber("PRPO", 3.0f);
   const Inverted three = invert(job_);
-  EXPECT_LE(loggedCount(log_.body()), 10);
-  EXPECT_GT(loggedCount(log_.body()), 3);
+  EXPECT_LE(loggedCount(log_->body()), 10);
+  EXPECT_GT(loggedCount(log_->body()), 3);
   setNumber("PRPO", 10.9f);
   EXPECT_EQ(invert(job_).F, three.F);
   setNumber("PRPO", -1e30f);
@@ -205,13 +207,14 @@ TEST_F(Driver, TheWantedCountIsClippedToTheCapacityFromAbove) {
 
 TEST_F(Driver, LogLinesOfAPrunedSuccess) {
   invert(job_);
-  const auto lines = log_.body();
+  const auto lines = log_->body();
   ASSERT_GE(lines.size(), 5u);
   EXPECT_EQ(lines[0], "Vorin::M::Start inversion");
   const PrunedProblem pruned = pruneDense(job_, 200, VORIN_PRUNE_LOG);
   EXPECT_EQ(lines[1], "Vorin::M::With pruning from   300 to" + std::to_string(pruned.rows));
   EXPECT_EQ(lines[2], "Vorin_SEtoW::Comment::WEIG: target W=  0.3000");
-  EXPECT_EQ(lines[3], "vrBRD_w::M::Solving with  weight = 0.3");
+  // The double route logs the weight that it uses: 0.3f, widened.
+  EXPECT_EQ(lines[3], "vrBRD_w::M::Solving with  weight = 0.30000001192092896");
   EXPECT_EQ(lines.back(), "Vorin::M::Successful inversion, status =   0");
 }
 
@@ -220,7 +223,7 @@ TEST_F(Driver, LogLinesOfAnUnprunedFailure) {
   setNumber("MAXI", 1.0f);
   const Inverted got = invert(job_);
   EXPECT_EQ(got.status, VORIN_SOLVER_FAILED);
-  const auto lines = log_.body();
+  const auto lines = log_->body();
   EXPECT_EQ(lines[1], "Vorin::M::No pruning");
   EXPECT_EQ(lines.back(), "Vorin::M::Unsuccessful inversion, status =   1");
   EXPECT_EQ(getNumber("CSTA"), 1.0f);
@@ -234,7 +237,7 @@ TEST_F(Driver, APrunedCountOfAThousandShowsStars) {
   setNumber("PRPO", 1200.0f);
   setNumber("MAXI", 1.0f);
   invert(large);
-  EXPECT_EQ(log_.body()[1], "Vorin::M::With pruning from  1500 to***");
+  EXPECT_EQ(log_->body()[1], "Vorin::M::With pruning from  1500 to***");
 }
 
 TEST_F(Driver, FixedModeWritesItsResultKeysAndLeavesTheNoiseKeys) {
