@@ -2,16 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string>
 #include <string_view>
 
+#include "entry/report.hpp"
 #include "params/block.hpp"
 #include "params/log.hpp"
-#include "params/number_field.hpp"
 #include "params/store.hpp"
 #include "reduce/prune_plan.hpp"
 #include "toolbox/convert.hpp"
-#include "toolbox/linear_map.hpp"
 #include "toolbox/norms.hpp"
 #include "weight/se_to_w.hpp"
 
@@ -21,11 +19,6 @@ namespace {
 // Rows that a pruned problem may have, in every driver.
 constexpr int pruneCapacity = 5000;
 constexpr int fewestPruned = 10;
-constexpr std::size_t messageWidth = 70;
-
-void report(std::string_view message) {
-  params::VorinLogLine("Vorin", "M", params::cutTo(message, messageWidth));
-}
 
 std::size_t length(int n) {
   return static_cast<std::size_t>(std::max(n, 0));
@@ -64,8 +57,7 @@ void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& sta
   std::vector<float> data(length(rows));
   plan.apply(job.Y, data.data());
   plan.apply(job.ng, job.K, job.nf, kernel.data(), rows);
-  report("With pruning from " + params::integerField(job.nf, 5) + " to" +
-         params::integerField(rows, 3));
+  report(reductionLine("With pruning from ", job.nf, rows));
   params::rawNumber("WREF") = meanSquaredColumnNorm(rows, job.ng, kernel.data());
   weight::Vorin_SEtoW(rows, job.ng, kernel.data(), data.data(), job.F, status);
 }
@@ -73,18 +65,14 @@ void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& sta
 }  // namespace
 
 void invert(const Inversion& job, std::int32_t& status) {
-  params::VorinLogOpen(true);
-  std::fill_n(job.W, length(job.nf), 1.0f);
-  report("Start inversion");
+  beginInversion(job);
   const std::string_view mode = params::rawText("PRMO").substr(0, 2);
   if (mode == "NO") {
     invertUnpruned(job, status);
   } else {
     invertPruned(job, mode, status);
   }
-  formFit(job.nf, job.ng, job.K, job.F, job.FIT);
-  const std::string_view outcome = status < 1 ? "Successful" : "Unsuccessful";
-  report(std::string(outcome) + " inversion, status = " + params::integerField(status, 3));
+  endInversion(job, status);
   params::VorinLogOpen(false);
 }
 
