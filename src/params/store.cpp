@@ -43,7 +43,6 @@ void set(std::string_view key, std::string_view text, float value) {
     return;
   }
   const KeyRow& row = keyTable[index];
-  const std::string_view given = trimmed(text);
   switch (row.kind) {
     case Kind::Integer:
     case Kind::General:
@@ -51,14 +50,16 @@ void set(std::string_view key, std::string_view text, float value) {
       break;
     case Kind::Text:
       // Required: all text is stored in upper case, file names too.
-      block().setText(index, given);
+      block().setText(index, trimmed(text));
       std::ranges::transform(block().text(index), block().text(index).begin(),
                              [](char c) { return ToUpperCase(c); });
       break;
-    case Kind::Choice:
+    case Kind::Choice: {
+      const std::string_view given = trimmed(text);
       block().setText(index, given.empty() ? storedByCode(*row.choice, choiceCode(value))
                                            : storedByText(*row.choice, given));
       break;
+    }
   }
 }
 
