@@ -31,7 +31,7 @@ std::string queryText(std::string_view key, std::size_t width) {
 std::string logFileName() {
   constexpr std::size_t nameWidth = 80;
   const std::string field = queryText("FLOG", nameWidth);
-  const std::string name(trimmed(field));
+  std::string name(trimmed(field));
   // Required: NONE doesn't silence the log but sends it to the default file.
   if (name.empty() || EqualNoCase(name, "NONE")) {
     return "Vorin.log";

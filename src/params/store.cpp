@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <span>
+#include <string>
 
 #include "params/block_state.hpp"
 #include "params/number_field.hpp"

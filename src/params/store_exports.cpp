@@ -6,7 +6,7 @@
 // and a set never writes it. The entries therefore work on the host's text in
 // place: what comes back is the same as from a copy, without an allocation, and a
 // text that is set may lie in read-only memory.
-#include <cstddef>
+#include <string_view>
 
 #include "params/store.hpp"
 #include "vorin.h"

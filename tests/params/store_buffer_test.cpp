@@ -3,6 +3,7 @@
 // the address sanitizer see any touch beyond them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
