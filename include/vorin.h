@@ -270,6 +270,103 @@ VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t
                                       int32_t* count, float* yPruned, float* tSum, float* binNorm,
                                       float* P, int32_t* status) VORIN_NOEXCEPT;
 
+/* ------------------------------------------------------------------------
+ * Regression: linear fits without the parameter block
+ *
+ * Four fits of a host's own matrix and data. They read no key and open no log.
+ * Arrays are in double precision by columns; three of the four work in single
+ * precision, on copies rounded to the nearest, so that a value beyond the range of
+ * a float becomes an infinity. The inputs are never written to. A size below 0
+ * counts as 0.
+ *
+ * Each fit has status values of its own. After a failure x holds what the solver
+ * left there; a solver that refuses the sizes leaves x untouched.
+ * ------------------------------------------------------------------------ */
+
+/* The status of plsN_dll: 1 is success. */
+enum {
+  VORIN_PLSN_SOLVED = 1,
+  VORIN_PLSN_EMPTY = 2,          /* m or n is below 1 */
+  VORIN_PLSN_ITERATION_LIMIT = 3 /* more than 3n solves; x is what the last complete one gave */
+};
+
+/* The status of plsB_dll: 0 is success. */
+enum {
+  VORIN_PLSB_SOLVED = 0,
+  VORIN_PLSB_EMPTY = 1,          /* m or n is below 1 */
+  VORIN_PLSB_ITERATION_LIMIT = 4 /* x is the last solve as it came, negative elements included */
+};
+
+/* The status of plsReg_DLL: 0 is success. */
+enum {
+  VORIN_PLSREG_SOLVED = 0,
+  VORIN_PLSREG_EMPTY = 1,          /* n is below 1; m below 1 is no failure */
+  VORIN_PLSREG_ITERATION_LIMIT = 4 /* x is the last solve as it came, negative elements included */
+};
+
+/* The status of LUReg_DLL. There is only one, and it says nothing about x. */
+enum { VORIN_LUREG_DONE = 0 };
+
+/* The x >= 0 that minimises |A x - b|, by NNLS (Lawson and Hanson, Solving Least
+ * Squares Problems, Prentice-Hall 1974, chapter 23) in single precision. There is no
+ * limit to give: the solver takes 3n solves at most. When it reaches them while a
+ * log is open, left so by a compressed driver, it writes a line there.
+ *
+ *   A       in   matrix, m x n by columns
+ *   m, n    in   rows and columns of A, by value
+ *   b       in   right-hand side, m, in the host's unit
+ *   x       out  solution, n
+ *   status  out  a VORIN_PLSN_ value */
+VORIN_API void VORIN_CALL plsN_dll(const double* A, int32_t m, int32_t n, const double* b,
+                                   double* x, int32_t* status) VORIN_NOEXCEPT;
+
+/* The same problem, by BVLS (Lawson and Hanson, SIAM Classics in Applied Mathematics
+ * 15, 1995, appendix C) in single precision, with a limit of the host's.
+ *
+ *   A       in   matrix, m x n by columns
+ *   m, n    in   rows and columns of A, by value
+ *   b       in   right-hand side, m, in the host's unit
+ *   x       out  solution, n
+ *   itmax   in   limit on the solves, by value; below 3n, 0 included, it counts as 20n
+ *   status  out  a VORIN_PLSB_ value */
+VORIN_API void VORIN_CALL plsB_dll(const double* A, int32_t m, int32_t n, const double* b,
+                                   double* x, int32_t itmax, int32_t* status) VORIN_NOEXCEPT;
+
+/* A fit with penalties on differences of neighbouring coefficients, x >= 0, in double
+ * precision:
+ *
+ *     minimise over x >= 0:  |A x - c|
+ *     A = X'X + sum over k = 0 .. K of lambda[k] D(k)'D(k),   c = X'y
+ *
+ * where D(k) takes the n - k forward differences of order k: lambda[0] is a ridge
+ * term, lambda[1] weighs first differences, lambda[2] curvature. What is minimised is
+ * the norm of the normal equations' residual, so the result differs from a
+ * non-negative fit of X to y as soon as an element of x is held at 0.
+ *
+ *   X       in   design matrix, m x n by columns
+ *   m, n    in   rows and columns of X, by value; m below 1 leaves the penalties
+ *                alone, with x = 0
+ *   y       in   data, m, in the host's unit
+ *   x       out  coefficients, n
+ *   lambda  in   weights, K + 1, in the unit of X squared; an order of n or above has
+ *                no effect
+ *   K       in   highest order of difference, by value; below 0 there is no penalty
+ *                and lambda is not read
+ *   status  out  a VORIN_PLSREG_ value */
+VORIN_API void VORIN_CALL plsReg_DLL(const double* X, int32_t m, int32_t n, const double* y,
+                                     double* x, const double* lambda, int32_t K,
+                                     int32_t* status) VORIN_NOEXCEPT;
+
+/* The x of either sign that solves A x = c, with A and c as for plsReg_DLL but in
+ * single precision, by LU with partial pivoting. A singular A is not noticed: x then
+ * holds whatever the factors give, infinities and NaN included. Arguments as for
+ * plsReg_DLL; n below 1 does nothing.
+ *
+ *   status  out  always VORIN_LUREG_DONE */
+VORIN_API void VORIN_CALL LUReg_DLL(const double* X, int32_t m, int32_t n, const double* y,
+                                    double* x, const double* lambda, int32_t K,
+                                    int32_t* status) VORIN_NOEXCEPT;
+
 #ifdef __cplusplus
 }
 #endif

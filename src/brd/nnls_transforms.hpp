@@ -1,0 +1,102 @@
+// The two companions of NNLS: H12, a Householder transformation, and G1, a Givens
+// rotation (Lawson and Hanson, Solving Least Squares Problems, chapters 3 and 10).
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+
+#include "toolbox/views.hpp"
+
+namespace vorin::brd {
+
+enum class H12Mode { kBuildAndApply = 1, kApply = 2 };
+
+/// Builds the Householder transformation that zeroes u(l1 .. m-1) into u(pivot),
+/// and applies it to the columns of C; or applies one that was built before.
+///   pivot, l1  in: rows, counted from 0
+///   m          in: length; rows l1 .. m-1 take part beside the pivot. An empty range
+///              (or pivot not before l1) changes nothing.
+///   u          in and out: m; on building, u(pivot) takes the transformed element
+///   up         out on building, in on applying: what the vector of the transformation
+///              holds in the place of u(pivot)
+///   C          in and out: at least m rows; its columns are transformed. No column
+///              is good.
+/// A vector that is zero changes nothing, nor does a product up * u(pivot) that is
+/// not below zero, as no transformation has one; NaN falls under it.
+template <class Real>
+void H12(H12Mode mode, std::ptrdiff_t pivot, std::ptrdiff_t l1, std::ptrdiff_t m,
+         VectorView<Real> u, Real& up, MatrixView<Real> C) {
+  if (pivot < 0 || pivot >= l1 || l1 >= m) {
+    return;
+  }
+  Real length = std::abs(u[pivot]);
+  if (mode == H12Mode::kBuildAndApply) {
+    for (std::ptrdiff_t i = l1; i < m; ++i) {
+      const Real magnitude = std::abs(u[i]);
+      if (magnitude > length) {
+        length = magnitude;
+      }
+    }
+    if (length <= Real(0)) {
+      return;
+    }
+    // Relative to the largest element, so that no square overflows.
+    const Real inverse = Real(1) / length;
+    const Real scaledPivot = u[pivot] * inverse;
+    Real sumOfSquares = scaledPivot * scaledPivot;
+    for (std::ptrdiff_t i = l1; i < m; ++i) {
+      const Real scaled = u[i] * inverse;
+      sumOfSquares += scaled * scaled;
+    }
+    length *= std::sqrt(sumOfSquares);
+    if (u[pivot] > Real(0)) {
+      length = -length;
+    }
+    up = u[pivot] - length;
+    u[pivot] = length;
+  } else if (length <= Real(0)) {
+    return;
+  }
+  const Real product = up * u[pivot];
+  if (!(product < Real(0))) {
+    return;
+  }
+  const Real factor = Real(1) / product;
+  for (std::ptrdiff_t j = 0; j < C.cols; ++j) {
+    Real sum = C(pivot, j) * up;
+    for (std::ptrdiff_t i = l1; i < m; ++i) {
+      sum += C(i, j) * u[i];
+    }
+    if (sum != Real(0)) {
+      sum *= factor;
+      C(pivot, j) += sum * up;
+      for (std::ptrdiff_t i = l1; i < m; ++i) {
+        C(i, j) += sum * u[i];
+      }
+    }
+  }
+}
+
+/// The rotation (cterm, sterm; -sterm, cterm) that turns (a, b) into (sig, 0). For
+/// a = b = 0 it is (0, 1) and `sig` is left as it was: nothing uses that rotation.
+template <class Real>
+void G1(Real a, Real b, Real& cterm, Real& sterm, Real& sig) {
+  if (std::abs(a) > std::abs(b)) {
+    const Real xr = b / a;
+    const Real yr = std::sqrt(Real(1) + xr * xr);
+    cterm = std::copysign(Real(1) / yr, a);
+    sterm = cterm * xr;
+    sig = std::abs(a) * yr;
+  } else if (b != Real(0)) {
+    const Real xr = a / b;
+    const Real yr = std::sqrt(Real(1) + xr * xr);
+    sterm = std::copysign(Real(1) / yr, b);
+    cterm = sterm * xr;
+    sig = std::abs(b) * yr;
+  } else {
+    cterm = Real(0);
+    sterm = Real(1);
+  }
+}
+
+}  // namespace vorin::brd
