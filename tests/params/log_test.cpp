@@ -195,7 +195,7 @@ TEST_F(Log, CutsALineAtFiveHundredCharacters) {
 
 TEST_F(Log, TrimsALineAfterTheCut) {
   VorinLogOpen(true);
-  VorinLogLine("Vorin", "M", "z" + std::string(489, ' ') + "lost");
+  VorinLogLine("Vorin", "M", std::string("z") + std::string(489, ' ') + "lost");
   VorinLogOpen(false);
   EXPECT_EQ(entries("Vorin.log"), Lines{"Vorin::M::z"});
 }

@@ -253,7 +253,7 @@ long double readBack(std::string field) {
   const std::size_t sign = field.find_last_of("+-");
   const bool leads = sign == std::string::npos || field.find_first_of("0123456789") > sign;
   if (!leads && field[sign - 1] != 'E') {
-    field.insert(sign, "E");
+    field.insert(field.begin() + static_cast<std::ptrdiff_t>(sign), 'E');
   }
   return std::strtold(field.c_str(), nullptr);
 }
