@@ -148,6 +148,8 @@ TEST(GeneralField, ShowsStarsWhenTooWide) {
 
 TEST(GeneralField, DropsTheLeadingZeroWhenItAloneIsTooWide) {
   EXPECT_EQ(generalField(0.25, 10, 5), ".25000    ");
+  EXPECT_EQ(generalField(0.0, 9, 5), ".0000    ");
+  EXPECT_EQ(generalField(0.0, 8, 5), "********");
   EXPECT_EQ(generalField(1e20, 10, 5), ".10000E+21");
 }
 
