@@ -10,6 +10,7 @@
 #include "params/store.hpp"
 #include "toolbox/linear_map.hpp"
 #include "weight/mode_result.hpp"
+#include "weight/noise_mode.hpp"
 
 namespace vorin::weight {
 namespace {
@@ -52,6 +53,9 @@ void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::in
   result.w = params::queryReal("WEIG");
   status = 999;
   switch (params::queryInteger("TARG")) {
+    case kNoise:
+      noiseMode(problem, f, c.data(), result, status);
+      break;
     default:
       fixedMode(problem, f, c.data(), result, status);
       break;

@@ -222,9 +222,10 @@ TEST_F(Log, AClosedLogTakesNoLinesAndDoesNotFail) {
   EXPECT_TRUE(filesHere().empty());
 }
 
-TEST_F(Log, LinesCanBeReadWhileTheLogIsOpen) {
+TEST_F(Log, FlushedLinesCanBeReadWhileTheLogIsOpen) {
   VorinLogOpen(true);
   VorinLogLine("Vorin", "M", "first");
+  flushLog();
   EXPECT_EQ(entries("Vorin.log"), Lines{"Vorin::M::first"});
 }
 

@@ -248,7 +248,8 @@ TEST_F(Store, SqiAnswersTheValuePlusOneHalfTruncated) {
       {-2.49F, -1},
       {-2.5F, -2},
       {0.001F, 0},
-      {3e9F, std::numeric_limits<std::int32_t>::min()},
+      {3e9F, std::numeric_limits<std::int32_t>::max()},
+      {-3e9F, std::numeric_limits<std::int32_t>::min()},
       {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<std::int32_t>::min()}};
   for (const auto& [stored, answer] : cases) {
     setNumber("MAXI", stored);
