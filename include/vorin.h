@@ -271,6 +271,96 @@ VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t
                                       float* P, int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
+ * SVD compression: fewer kernel rows before an inversion
+ * ------------------------------------------------------------------------ */
+
+/* The status of a compression. */
+enum {
+  VORIN_COMP_OK = 0,
+  VORIN_COMP_ROWS_ABOVE_CAPACITY = 2, /* SVDN above ldC; nothing was written */
+  VORIN_COMP_SCRATCH_TOO_SMALL = 1000 /* VorinCompSVD3_s only; nothing was written */
+};
+
+/* The mode of VorinCompSVD3_s and VorinCompSVD3z_s that decomposes K; any other one
+ * takes the factors that an earlier call left. */
+enum { VORIN_COMP_DECOMPOSE = 1 };
+
+/* Replaces K and d by a small problem with the same minimiser: with the singular
+ * value decomposition K = U S V',
+ *
+ *     Kc = S V',   dc = U' d,
+ *
+ * cut after the last row, of the first min(n, SVDN), whose singular value is above
+ * SVDT times the largest. For every f, |Kc f - dc|^2 differs from |K f - d|^2 by a
+ * constant, up to the rows cut.
+ *
+ * One row is always kept: with SVDN below 1, with SVDT at 1 or above, and for a
+ * kernel of zeros. SVDT below 0 keeps all min(n, SVDN). With m below n the missing
+ * singular values are 0. A kernel that is not finite gives one row that is not a
+ * number.
+ *
+ *   m       in   rows of K in use and length of d, by value
+ *   n       in   columns of K, by value
+ *   ldK     in   leading dimension of K, at least m, by value
+ *   ldC     in   leading dimension of Kc, at least n, by value; SVDN may not be above it
+ *   K       in   kernel, ldK x n by columns
+ *   d       in   data, m, in the host's unit
+ *   SVDT    in   threshold relative to the largest singular value, by value
+ *   SVDN    in   most rows to keep, by value
+ *   count   out  rows kept
+ *   Kc      out  compressed kernel, ldC x n by columns; rows above count are 0 up to
+ *                row n, rows past n are left alone. Kc may be K.
+ *   dc      out  compressed data, n; elements above count are 0. dc may be d, when d
+ *                has room for n.
+ *   status  out  VORIN_COMP_OK or VORIN_COMP_ROWS_ABOVE_CAPACITY
+ *
+ * The factors stand in arrays of the library, which stay allocated while m and n hold. */
+VORIN_API void VORIN_CALL VorinCompSVD_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC,
+                                         const float* K, const float* d, float SVDT, int32_t SVDN,
+                                         int32_t* count, float* Kc, float* dc,
+                                         int32_t* status) VORIN_NOEXCEPT;
+
+/* As VorinCompSVD_s without the cut, with the factors handed to the host.
+ *
+ *   K       in and out  kernel; on return its m rows hold U
+ *   SVDT    in   accepted and without influence
+ *   SVDN    in   refused above ldC, and otherwise only repeated in count
+ *   count   out  SVDN as given, although all n rows of Kc and dc are filled
+ *   V       out  n x n with leading dimension ldC: V, not its transpose
+ *   S       out  singular values, n, the largest first
+ * Neither Kc nor V may be K. */
+VORIN_API void VORIN_CALL VorinCompSVD2_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, float* K,
+                                          const float* d, float SVDT, int32_t SVDN, int32_t* count,
+                                          float* Kc, float* dc, float* V, float* S,
+                                          int32_t* status) VORIN_NOEXCEPT;
+
+/* As VorinCompSVD_s, with everything by address and the factors in an array of the
+ * host's, so that a second data vector on the same kernel needs no decomposition.
+ *
+ *   mode        in   VORIN_COMP_DECOMPOSE, or any other value when scratch holds the
+ *                    factors of an earlier call with the same K, m and n; K is then
+ *                    not read
+ *   scratchLen  in   length of scratch, n + n * n + n * m at least
+ *   scratch     in and out  S (n), then U (m x n), then V' (n x n)
+ *   status      out  a VORIN_COMP_ value; the scratch is looked at before SVDN. With a
+ *                    mode other than VORIN_COMP_DECOMPOSE it is written on a refusal
+ *                    only: set it before such a call. */
+VORIN_API void VORIN_CALL VorinCompSVD3_s(const int32_t* mode, const int32_t* scratchLen,
+                                          const int32_t* m, const int32_t* n, const int32_t* ldK,
+                                          const int32_t* ldC, const float* K, const float* d,
+                                          const float* SVDT, const int32_t* SVDN, int32_t* count,
+                                          float* Kc, float* dc, float* scratch,
+                                          int32_t* status) VORIN_NOEXCEPT;
+
+/* As VorinCompSVD3_s, with an array of the host's for each factor: U (m x n), VT = V'
+ * (n x n) and S (n), by columns without gaps. */
+VORIN_API void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m, const int32_t* n,
+                                           const int32_t* ldK, const int32_t* ldC, const float* K,
+                                           const float* d, const float* SVDT, const int32_t* SVDN,
+                                           int32_t* count, float* Kc, float* dc, float* U,
+                                           float* VT, float* S, int32_t* status) VORIN_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
  * Regression: linear fits without the parameter block
  *
  * Four fits of a host's own matrix and data. They read no key and open no log.

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
+
+#include "toolbox/convert.hpp"
 
 extern "C" {
 void sgetrf_(const int* m, const int* n, float* a, const int* lda, int* ipiv, int* info);
@@ -12,6 +15,10 @@ void sgetrs_(const char* trans, const int* n, const int* nrhs, const float* a, c
              const int* ipiv, float* b, const int* ldb, int* info, std::size_t transLength);
 void dgetrs_(const char* trans, const int* n, const int* nrhs, const double* a, const int* lda,
              const int* ipiv, double* b, const int* ldb, int* info, std::size_t transLength);
+void sgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, float* a,
+             const int* lda, float* s, float* u, const int* ldu, float* vt, const int* ldvt,
+             float* work, const int* lwork, int* info, std::size_t jobuLength,
+             std::size_t jobvtLength);
 }
 
 namespace vorin {
@@ -54,6 +61,25 @@ void getrs(int n, const float* lu, int lda, const int* pivots, float* b) {
 }
 void getrs(int n, const double* lu, int lda, const int* pivots, double* b) {
   solve(dgetrs_, n, lu, lda, pivots, b);
+}
+
+void gesvd(int m, int n, float* a, int lda, float* s, float* vt, int ldvt) {
+  if (m < 1 || n < 1) {
+    return;
+  }
+  lda = std::max(lda, m);
+  ldvt = std::max(ldvt, n);
+  const int one = 1;  // U goes to a: the matrix for U is not referenced
+  int info = 0;
+  const auto call = [&](float* work, int workLength) {
+    sgesvd_("O", "A", &m, &n, a, &lda, s, nullptr, &one, vt, &ldvt, work, &workLength, &info, 1, 1);
+  };
+  float best = 0.0f;
+  call(&best, -1);
+  // The best length comes back as a float, rounded; the least one is a formula.
+  const int least = std::max(3 * std::min(m, n) + std::max(m, n), 5 * std::min(m, n));
+  std::vector<float> work(static_cast<std::size_t>(std::max(truncateToInt(best), least)));
+  call(work.data(), static_cast<int>(work.size()));
 }
 
 }  // namespace vorin

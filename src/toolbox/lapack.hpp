@@ -1,9 +1,10 @@
 // The few LAPACK routines the library uses, overloaded by precision.
 //
-// LU factorisation with partial pivoting and its solve (GETRF, GETRS; Anderson
-// et al., LAPACK Users' Guide, 3rd ed., SIAM 1999). Result codes are not looked
-// at: a singular matrix gives whatever its factors give, and the callers report
-// through their own status. Matrices are stored by columns.
+// LU factorisation with partial pivoting and its solve, and the singular value
+// decomposition (GETRF, GETRS, GESVD; Anderson et al., LAPACK Users' Guide, 3rd
+// ed., SIAM 1999). Result codes are not looked at: a singular matrix gives
+// whatever its factors give, and the callers report through their own status.
+// Matrices are stored by columns.
 #pragma once
 
 namespace vorin {
@@ -17,5 +18,12 @@ void getrf(int n, double* a, int lda, int* pivots);
 /// getrf left. No transposition, one right-hand side. n below 1 does nothing.
 void getrs(int n, const float* lu, int lda, const int* pivots, float* b);
 void getrs(int n, const double* lu, int lda, const int* pivots, double* b);
+
+/// A = U diag(s) V' of the m-by-n matrix `a` (leading dimension `lda`): with
+/// k = min(m, n), the first k columns of `a` take U, its other columns are left
+/// undefined; `s` takes the k singular values, the largest first; `vt` (n by n,
+/// leading dimension `ldvt`) takes V' in full, all n rows orthonormal. m or n
+/// below 1 does nothing. The matrix must be finite.
+void gesvd(int m, int n, float* a, int lda, float* s, float* vt, int ldvt);
 
 }  // namespace vorin

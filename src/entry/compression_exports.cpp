@@ -1,0 +1,35 @@
+// The exported SVD compressions: one algorithm, four ways of keeping the factors.
+#include "reduce/comp_svd.hpp"
+#include "vorin.h"
+
+using vorin::reduce::Compression;
+
+void VorinCompSVD_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, const float* K, const float* d,
+                    float SVDT, int32_t SVDN, int32_t* count, float* Kc, float* dc,
+                    int32_t* status) noexcept {
+  const Compression job{m, n, ldK, ldC, K, d, SVDT, SVDN, Kc, dc, n};
+  vorin::reduce::compressInKeptArrays(job, *count, *status);
+}
+
+void VorinCompSVD2_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, float* K, const float* d,
+                     float SVDT, int32_t SVDN, int32_t* count, float* Kc, float* dc, float* V,
+                     float* S, int32_t* status) noexcept {
+  const Compression job{m, n, ldK, ldC, K, d, SVDT, SVDN, Kc, dc, n};
+  vorin::reduce::compressInPlace(job, K, V, S, *count, *status);
+}
+
+void VorinCompSVD3_s(const int32_t* mode, const int32_t* scratchLen, const int32_t* m,
+                     const int32_t* n, const int32_t* ldK, const int32_t* ldC, const float* K,
+                     const float* d, const float* SVDT, const int32_t* SVDN, int32_t* count,
+                     float* Kc, float* dc, float* scratch, int32_t* status) noexcept {
+  const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
+  vorin::reduce::compressInScratch(*mode, job, scratch, *scratchLen, *count, *status);
+}
+
+void VorinCompSVD3z_s(const int32_t* mode, const int32_t* m, const int32_t* n, const int32_t* ldK,
+                      const int32_t* ldC, const float* K, const float* d, const float* SVDT,
+                      const int32_t* SVDN, int32_t* count, float* Kc, float* dc, float* U,
+                      float* VT, float* S, int32_t* status) noexcept {
+  const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
+  vorin::reduce::compress(*mode, job, {U, VT, S}, *count, *status);
+}
