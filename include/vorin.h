@@ -361,6 +361,63 @@ VORIN_API void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m
                                            float* VT, float* S, int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
+ * Noise measures without an inversion
+ * ------------------------------------------------------------------------ */
+
+/* The differences that VorinSEDiff takes. */
+enum { VORIN_SEDIFF_FIRST = 2, VORIN_SEDIFF_SECOND = 3 };
+
+/* The standard deviation of white noise on a curve that changes slowly, from the
+ * differences of neighbouring samples:
+ *
+ *     sqrt(mean of (x[i+1] - x[i])^2 / 2)               for VORIN_SEDIFF_FIRST
+ *     sqrt(mean of (x[i] - 2 x[i+1] + x[i+2])^2 / 6)    for VORIN_SEDIFF_SECOND
+ *
+ *   order    in   one of the constants above, by value; any other gives 0
+ *   count    in   number of samples, by value. Exactly as many as make no difference
+ *                 (1, or 2 for second differences) give not a number, fewer give 0.
+ *   x        in   samples, count
+ *   returns  the deviation, in the unit of x */
+VORIN_API float VORIN_CALL VorinSEDiff(int32_t order, int32_t count, const float* x) VORIN_NOEXCEPT;
+
+/* The status of VorinSEROL, which is that of its fit. */
+enum {
+  VORIN_SEROL_FITTED = 0,
+  VORIN_SEROL_EMPTY = 1,          /* n is below 1: x is untouched, the fit counts as 0 */
+  VORIN_SEROL_ITERATION_LIMIT = 4 /* x is the last solve as it came, negative elements included */
+};
+
+/* Finds outliers: fits y / W by x >= 0 under a light ridge penalty, and flags each
+ * point whose residual is below thresh times the noise s,
+ *
+ *     |K x - y|[i] / s  <  thresh,   s = VorinSEDiff(VORIN_SEDIFF_SECOND, m, y / W).
+ *
+ * The residual is in the unit of y and s in that of y / W, so with scales other than
+ * 1 the threshold is one of their ratio. Everything is by address.
+ *
+ *   thresh  in   threshold in units of the noise
+ *   ridge   in   weight of the ridge, relative to the mean squared column norm of K / W
+ *   lda     in   leading dimension of K, at least m
+ *   m       in   rows in use
+ *   n       in   columns
+ *   K       in   kernel, lda x n by columns
+ *   y       in   data, m, in the host's unit
+ *   W       in   scale of each data point, m, not 0
+ *   x       out  coefficients of the fit, n
+ *   flags   out  m: 1 for a point below the threshold, 0 for an outlier. A point on
+ *                the threshold is an outlier; one whose residual or noise is not a
+ *                number is none.
+ *   nGood   out  how many flags are 1, summed in single precision
+ *   nBad    out  m - nGood
+ *   spare   -    never touched; any address will do
+ *   status  out  a VORIN_SEROL_ value; the flags are formed whatever it is */
+VORIN_API void VORIN_CALL VorinSEROL(const float* thresh, const float* ridge, const int32_t* lda,
+                                     const int32_t* m, const int32_t* n, const float* K,
+                                     const float* y, const float* W, float* x, float* flags,
+                                     int32_t* nGood, int32_t* nBad, void* spare,
+                                     int32_t* status) VORIN_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
  * Regression: linear fits without the parameter block
  *
  * Four fits of a host's own matrix and data. They read no key and open no log.
