@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "brd/iteration.hpp"
+#include "brd/qp_route.hpp"
 #include "params/store.hpp"
 
 namespace vorin::brd {
@@ -65,6 +66,16 @@ void vrBRD_d_down(Problem<double>& problem, double* f, double weight,
 
 }  // namespace
 
+void vrBRD_s_qp(Problem<float>& problem, float* f, float weight, float& rss, float& rssSlope,
+                std::int32_t& status) {
+  QuadraticProgram& program = problem.program();
+  const auto route = [&program](System<double>& system, double* workF, double* workC, double w) {
+    return vrBRD_qp_d(program, system, workF, workC, w);
+  };
+  solveConverted(problem.twice(), route, freshDualTwice, f, weight,
+                 Report<float>{rss, rssSlope, status});
+}
+
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
              std::int32_t& status) {
   const Report<float> report{rss, rssSlope, status};
@@ -72,7 +83,9 @@ void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& r
     case Route::single:
       report.take(vrBRD_w_s(problem.single(), f, c, weight));
       break;
-    case Route::quadraticProgram:  // its own solver takes this place; till then the default
+    case Route::quadraticProgram:
+      vrBRD_s_qp(problem, f, weight, rss, rssSlope, status);
+      break;
     case Route::twice:
       vrBRD_s_up(problem, f, weight, report);
       break;
@@ -86,7 +99,9 @@ void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, doub
     case Route::single:
       vrBRD_d_down(problem, f, weight, report);
       break;
-    case Route::quadraticProgram:  // as above
+    case Route::quadraticProgram:
+      report.take(vrBRD_qp_d(problem.program(), problem.twice(), f, c, weight));
+      break;
     case Route::twice:
       report.take(vrBRD_w_d(problem.twice(), f, c, weight));
       break;

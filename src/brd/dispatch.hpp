@@ -18,10 +18,15 @@ namespace vorin::brd {
 ///   c   in and out, m: the dual vector. The single iteration starts from it and
 ///       updates it, so that a search that hands in the same c starts warm; the
 ///       other routes neither read nor write it.
-///   status  0, or 1 when the iteration ran out of passes or stalled
+///   status  0, or 1 when the iteration ran out of passes or stalled; on the third
+///           route a QpStatus
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
              std::int32_t& status);
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
              double& rssSlope, std::int32_t& status);
+
+/// The third route for a caller in single precision, whatever BRDA says.
+void vrBRD_s_qp(Problem<float>& problem, float* f, float weight, float& rss, float& rssSlope,
+                std::int32_t& status);
 
 }  // namespace vorin::brd

@@ -6,6 +6,7 @@
 #include <optional>
 #include <type_traits>
 
+#include "brd/qp_route.hpp"
 #include "brd/system.hpp"
 
 namespace vorin::brd {
@@ -26,6 +27,14 @@ class Problem {
   System<float>& single() { return make(single_); }
   System<double>& twice() { return make(twice_); }
 
+  /// The quadratic program of the third route, made at its first use.
+  QuadraticProgram& program() {
+    if (!program_) {
+      program_.emplace(m_, n_, K_, d_);
+    }
+    return *program_;
+  }
+
  private:
   template <class Working>
   System<Working>& make(std::optional<System<Working>>& system) {
@@ -45,6 +54,7 @@ class Problem {
   const Real* d_;
   std::optional<System<float>> single_;
   std::optional<System<double>> twice_;
+  std::optional<QuadraticProgram> program_;
 };
 
 }  // namespace vorin::brd

@@ -1,0 +1,60 @@
+// The third route of a solve: the problem goes as one quadratic program to a direct
+// solver, and the system of the iteration only gives c, rss and its slope from the
+// finished f. It has no start, reads no key, writes no CITE and no log line.
+//
+// Notation: K kernel (m x n), d data (m), f distribution (n), c dual vector (m), w weight,
+//   Q = K'K + w I,  g = -K'd:   minimise 1/2 f'Qf + g'f over f >= 0.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "brd/iteration.hpp"
+#include "brd/system.hpp"
+#include "toolbox/aligned.hpp"
+
+namespace vorin::brd {
+
+/// What the solves of one problem share on this route: K'K, K'd and the work arrays.
+/// Several solves on one object give the bits of one solve on each of several.
+class QuadraticProgram {
+ public:
+  /// Takes what it needs of K (m x n by columns) and d (m), widened to double.
+  template <class Caller>
+  QuadraticProgram(int m, int n, const Caller* K, const Caller* d);
+
+  int m() const { return m_; }
+  int n() const { return n_; }
+  double kernel(int row, int column) const;
+
+  /// f (n, out) = the minimiser at `weight`, as nk0000 gives it; returns its status.
+  std::int32_t minimise(double weight, double* f);
+
+ private:
+  int m_;
+  int n_;
+  AlignedVector<double> transposed_;  // K' in panels, for the gram kernel
+  std::vector<double> KtK_;
+  std::vector<double> minusKtd_;
+  std::vector<double> Q_;
+  std::vector<double> A_;
+  std::vector<double> b_;
+  std::vector<std::int32_t> activeList_;
+  std::vector<double> multipliers_;
+};
+
+/// A = I (n x n).
+void vrEye_d(int n, double* A);
+
+/// One solve. f (n, out), c (m, out); what they held is not read. `system` must be of
+/// the same problem. The status is nk0000's.
+Solution<double> vrBRD_qp_d(QuadraticProgram& program, System<double>& system, double* f, double* c,
+                            double weight);
+
+/// The part of a solve behind the quadratic program: clears small elements of f
+/// (n, in and out) and gives c (m, out), rss and slope for it, whatever the `status` of
+/// the program was.
+Solution<double> closeQuadraticProgram(const QuadraticProgram& program, System<double>& system,
+                                       double* f, double* c, double weight, std::int32_t status);
+
+}  // namespace vorin::brd
