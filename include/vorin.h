@@ -203,11 +203,23 @@ enum {
   VORIN_SOLVE_FAILED = 1 /* out of passes (MAXI) or stalled; the last values are delivered */
 };
 
+/* The status of one solve by the quadratic program (BRDA = 3, and the corner search).
+ * Where it fails, f holds the last distribution it had, or zeros, and rss and rssSlope
+ * belong to that. */
+enum {
+  VORIN_QP_OK = 0,
+  VORIN_QP_NOT_DEFINITE = 32, /* K'K + weight I isn't positive definite where it must be (a
+                               * weight below zero, or zero with dependent columns), or holds
+                               * a NaN */
+  VORIN_QP_LIMIT = 33         /* out of steps */
+};
+
 /* The distribution f >= 0 that minimises 1/2 |K f - d|^2 + weight/2 |f|^2, with no
  * pruning, scaling or weight search (Butler, Reeds and Dawson, SIAM J. Numer.
- * Anal. 18, 381, 1981). BRDA chooses the route: 1 iterates in single precision,
- * any other value but 3 in double. Keys read: BRDA, REPO, MAXI, TOL. Key written:
- * CITE, the number of passes.
+ * Anal. 18, 381, 1981). BRDA chooses the route: 1 iterates in single precision, 3
+ * solves a quadratic program in double without iterating, any other value iterates in
+ * double. Keys read: BRDA; on the iterating routes REPO, MAXI, TOL, and CITE, the
+ * number of passes, is written.
  *
  *   m         in   rows of K, by value; 0 or less gives rss = rssSlope = 0
  *   n         in   columns of K, by value
@@ -219,13 +231,53 @@ enum {
  *   rss       out  residual sum of squares |K f - d|^2, as weight^2 (c . c) with the
  *                  dual vector c of the last pass
  *   rssSlope  out  the derivative of rss with respect to the weight
- *   status    out  VORIN_SOLVE_OK or VORIN_SOLVE_FAILED */
+ *   status    out  VORIN_SOLVE_OK or VORIN_SOLVE_FAILED; with BRDA = 3 VORIN_QP_OK or
+ *                  another VORIN_QP_ value. With BRDA = 3, f holds exact zeros and
+ *                  values from 1e-15 up. */
 VORIN_API void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float* d,
                                         float* f, const float* weight, float* rss, float* rssSlope,
                                         int32_t* status) VORIN_NOEXCEPT;
 VORIN_API void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d,
                                         double* f, const double* weight, double* rss,
                                         double* rssSlope, int32_t* status) VORIN_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Corner search: a weight without knowledge of the noise
+ * ------------------------------------------------------------------------ */
+
+/* Chooses the regularisation weight by the shape of the curve of log |f|^2 against
+ * log rss and solves there (compare the L-curve of Hansen and O'Leary, SIAM J. Sci.
+ * Comput. 14, 1487, 1993). A first solve gives the signal-to-noise ratio as the first
+ * fitted point over the standard error of the fit; 17 solves at 10^e times
+ * 50 |K|^2 / (m snr^2), for e from -2 to 2 in steps of 0.25 and |K|^2 the sum of all
+ * squared elements, give the curve; the rung where it turns most sharply towards the
+ * left is the corner, the one of smallest weight among equals. On a curve that turns
+ * nowhere so, the last rung is taken. All solves are direct, by the quadratic program,
+ * and in double precision whatever BRDA says; no key is read or written and nothing is
+ * logged. TARG = "2" runs this search in an inversion.
+ *
+ *   m         in   rows of K, by value
+ *   n         in   columns of K, by value
+ *   K         in   kernel, m x n by columns
+ *   d         in   data, m, in the host's unit. The first point should be where the
+ *                  signal is large: it stands for the signal.
+ *   f         out  distribution at the corner, n; exact zeros and values from 1e-15 up
+ *   w         out  weight of the corner, by address, in the unit of K squared; what it
+ *                  held is not used
+ *   rss       out  residual sum of squares |K f - d|^2 there
+ *   rssSlope  out  the derivative of rss with respect to the weight
+ *   status    out  VORIN_QP_OK or another VORIN_QP_ value, of the solve at the corner
+ *                  alone
+ *
+ * The weight is 0, infinite or not a number, and the other results follow it, when the
+ * first solve leaves no residual, when its first point is 0, or when the data or the
+ * kernel are zero or m is below 1. f holds numbers in each case. */
+VORIN_API void VORIN_CALL vorinTarget2_sp(int32_t m, int32_t n, const float* K, const float* d,
+                                          float* f, float* w, float* rss, float* rssSlope,
+                                          int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL vorinTarget2_dp(int32_t m, int32_t n, const double* K, const double* d,
+                                          double* f, double* w, double* rss, double* rssSlope,
+                                          int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Pruning: fewer data points before an inversion

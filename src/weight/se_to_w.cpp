@@ -9,6 +9,7 @@
 #include "params/number_field.hpp"
 #include "params/store.hpp"
 #include "toolbox/linear_map.hpp"
+#include "weight/corner_mode.hpp"
 #include "weight/mode_result.hpp"
 #include "weight/noise_mode.hpp"
 
@@ -55,6 +56,9 @@ void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::in
   switch (params::queryInteger("TARG")) {
     case kNoise:
       noiseMode(problem, f, c.data(), result, status);
+      break;
+    case kCorner:
+      cornerMode(problem, f, result);
       break;
     default:
       fixedMode(problem, f, c.data(), result, status);

@@ -1,0 +1,39 @@
+#include "weight/corner_mode.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "brd/dispatch.hpp"
+#include "params/store.hpp"
+#include "weight/residual.hpp"
+#include "weight/target2.hpp"
+
+namespace vorin::weight {
+namespace {
+
+// A scale from here to there, both included, keeps the corner's solution as it stands.
+constexpr float keepFrom = 0.95f;
+constexpr float keepTo = 1.05f;
+
+}  // namespace
+
+void cornerMode(brd::Problem<float>& problem, float* f, ModeResult& result) {
+  std::vector<double> fTwice(static_cast<std::size_t>(std::max(problem.n(), 0)));
+  result.w = static_cast<float>(searchCorner(problem, fTwice.data()).w);
+  std::transform(fTwice.begin(), fTwice.end(), f,
+                 [](double value) { return static_cast<float>(value); });
+  const float scale = params::queryReal("RWEI");
+  if (scale < keepFrom || scale > keepTo) {
+    result.w = scale * result.w;
+    float rss = 0.0f;
+    float rssSlope = 0.0f;
+    std::int32_t dropped = 0;
+    brd::vrBRD_s_qp(problem, f, result.w, rss, rssSlope, dropped);
+  }
+  std::vector<float> work;
+  result.signow = rootMeanSquareResidual(problem, f, work);
+  result.iter = 0.0f;
+}
+
+}  // namespace vorin::weight
