@@ -114,6 +114,60 @@ VORIN_API void VORIN_CDECL vorin_s_cdecl(int32_t nf, int32_t ng, const float* K,
                                          float* F, int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
+ * Inversion after compression
+ *
+ * Five generations of one driver. They solve the same problem with the same
+ * arguments, and add a stage: before the weight is chosen, the problem may be
+ * reduced to a few rows by a truncated singular value decomposition (Hansen, BIT 27,
+ * 534, 1987), alone (PRMO = "NONE") or after pruning. SVDN above 0 asks for it and
+ * says how many rows to keep at most; SVDT drops those whose singular value is not
+ * above SVDT times the largest (its load value 999 drops all but one: set both).
+ * They also store a noise estimate from differences of neighbouring samples in CSI2
+ * (first differences when NALG is "D2", else second ones), which NALG "D2" and "D3"
+ * make the noise of the inversion.
+ *
+ * What tells the generations apart: C works on arrays of its own for each call, C2 to
+ * C5 keep theirs while nf, ng and the rows planned stay the same. C2 to C5 limit PRPO
+ * differently (C3 to C5: at most nf/2, at least ng). C5 rejects outliers when L2MO is
+ * 1: points that a non-negative fit misses by L2NS noise deviations or more; it also
+ * writes the save section above REPO 3 and closes the log. After the others the log
+ * stays open until the next inversion.
+ * ------------------------------------------------------------------------ */
+
+/* Arguments and status as for Vorin_s. */
+VORIN_API void VORIN_CALL VorinC_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
+                                   int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinC2_s(int32_t nf, int32_t ng, const float* K, const float* Y,
+                                    float* F, int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinC4_s(int32_t nf, int32_t ng, const float* K, const float* Y,
+                                    float* F, int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinC5_s(int32_t nf, int32_t ng, const float* K, const float* Y,
+                                    float* F, int32_t* status) VORIN_NOEXCEPT;
+
+/* Arguments and status as for Voriny_s. W comes back as 1 everywhere; after VorinyC5_s
+ * with L2MO at 1, points taken for outliers have 1000000. */
+VORIN_API void VORIN_CALL VorinyC_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
+                                    const int32_t* ngAddress, const float* K, const float* T,
+                                    const float* Y, float* W, const float* G, float* F, float* FIT,
+                                    int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinyC2_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
+                                     const int32_t* ngAddress, const float* K, const float* T,
+                                     const float* Y, float* W, const float* G, float* F, float* FIT,
+                                     int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinyC3_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
+                                     const int32_t* ngAddress, const float* K, const float* T,
+                                     const float* Y, float* W, const float* G, float* F, float* FIT,
+                                     int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinyC4_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
+                                     const int32_t* ngAddress, const float* K, const float* T,
+                                     const float* Y, float* W, const float* G, float* F, float* FIT,
+                                     int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL VorinyC5_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
+                                     const int32_t* ngAddress, const float* K, const float* T,
+                                     const float* Y, float* W, const float* G, float* F, float* FIT,
+                                     int32_t* status) VORIN_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
  * Plain sums, for a host that wants to try its call interface
  * ------------------------------------------------------------------------ */
 

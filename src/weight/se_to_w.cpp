@@ -8,10 +8,10 @@
 #include "params/log.hpp"
 #include "params/number_field.hpp"
 #include "params/store.hpp"
-#include "toolbox/linear_map.hpp"
 #include "weight/corner_mode.hpp"
 #include "weight/mode_result.hpp"
 #include "weight/noise_mode.hpp"
+#include "weight/residual.hpp"
 
 namespace vorin::weight {
 namespace {
@@ -29,19 +29,6 @@ void fixedMode(brd::Problem<float>& problem, float* f, float* c, ModeResult& res
   brd::vrBRD_s(problem, f, c, result.w, rss, rssSlope, status);
   result.signow = std::sqrt(rss / static_cast<float>(problem.m()));
   result.iter = 0.0f;
-}
-
-/// sqrt(|K f - d|^2 / m), recomputed from the distribution.
-float rootMeanSquareResidual(const brd::Problem<float>& problem, const float* f) {
-  const auto m = static_cast<std::size_t>(std::max(problem.m(), 0));
-  std::vector<float> fit(m);
-  formFit(problem.m(), problem.n(), problem.K(), f, fit.data());
-  float square = 0.0f;
-  for (std::size_t j = 0; j < m; ++j) {
-    const float r = fit[j] - problem.d()[j];
-    square += r * r;
-  }
-  return std::sqrt(square / static_cast<float>(problem.m()));
 }
 
 }  // namespace
@@ -66,7 +53,8 @@ void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::in
   }
   // CSE2 reaches the slot of CSE, so that the value from the solver's own rss,
   // written later, is what a host reads.
-  params::setReal("CSE2", rootMeanSquareResidual(problem, f));
+  std::vector<float> fit;
+  params::setReal("CSE2", rootMeanSquareResidual(problem, f, fit));
   params::setReal("CWIT", result.iter);
   params::setReal("CWEI", result.w);
   params::setReal("CSE ", result.signow);

@@ -1,0 +1,26 @@
+// What a compressed driver reads from the parameter block, and the rows it plans for.
+#pragma once
+
+#include "entry/compressed_driver.hpp"
+
+namespace vorin::entry {
+
+struct CompressedSettings {
+  int code = 0;             ///< of PRMO: 0 none, 1 logarithmic, 2 linear, 3 leading points
+  bool rawNone = false;     ///< the stored text of PRMO begins "NO"
+  int points = 0;           ///< PRPO, later as the generation limits it
+  int first = 0;            ///< PRLO
+  int singularVectors = 0;  ///< SVDN, later as the generation limits it
+  float threshold = 0.0f;   ///< SVDT
+};
+
+CompressedSettings readSettings(const Generation& generation);
+
+/// True when nothing is to be reduced.
+bool skipsReduction(const Generation& generation, const CompressedSettings& settings);
+
+/// The rows that the work arrays are given. Limits settings.points and
+/// settings.singularVectors on the way, as the generation does.
+int planCapacity(const Generation& generation, int nf, int ng, CompressedSettings& settings);
+
+}  // namespace vorin::entry
