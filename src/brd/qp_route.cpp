@@ -118,7 +118,7 @@ class MaskedSystem {
 
 // c solves for the data and x for c, with the same factors.
 template <class Factored>
-void solveTwice(const Factored& factored, const double* d, double* c, double* x) {
+void solveTwice(Factored&& factored, const double* d, double* c, double* x) {
   factored.solve(d, c);
   factored.solve(c, x);
 }

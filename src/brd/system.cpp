@@ -19,14 +19,10 @@ template <class Real>
 System<Real>::System(int m, int n, const Real* K, const Real* d)
     : m_(std::max(m, 0)), n_(std::max(n, 0)), K_(K), d_(d) {
   constexpr int padding = kernels::rowPadding<Real>;
-  constexpr int rows = kernels::panelRows<Real>;
   paddedColumns_ = (n_ + padding - 1) / padding * padding;
   const std::size_t length = static_cast<std::size_t>(m_);
-  const std::size_t panels = static_cast<std::size_t>((m_ + rows - 1) / rows);
   product_.resize(static_cast<std::size_t>(paddedColumns_));
-  packed_.resize(panels * area(rows, n_));
-  G_.resize(area(m_, m_));
-  pivots_.resize(length);
+  mask_.resize(static_cast<std::size_t>(n_));
   newDual_.resize(length);
   secondSolution_.resize(length);
   transpose();
@@ -69,46 +65,115 @@ void System<Real>::distributionFromDual(const Real* c, Real* f) {
   }
 }
 
-// H is 1 where f is positive and keeps f elsewhere, which is 0, or a NaN that must
-// reach the result: H times the column is what the panels hold.
 template <class Real>
-void System<Real>::packActive(const Real* f) {
-  constexpr int rows = kernels::panelRows<Real>;
-  activeColumns_ =
-      static_cast<int>(std::count_if(f, f + n_, [](Real value) { return !(value <= Real(0)); }));
-  int place = 0;
+bool& System<Real>::plainRoad() {
+  static bool plain = false;
+  return plain;
+}
+
+// H is 1 where f is positive and keeps f elsewhere, which is 0, or a NaN that must
+// reach the result. A NaN equals nothing, so that such a mask is always a new one.
+template <class Real>
+bool System<Real>::sameMask(const Real* f, Real weight) const {
+  return factored_ && weight == weight_ && !plainRoad() &&
+         std::equal(mask_.begin(), mask_.end(), f, [](Real mask, Real value) {
+           return mask == (value > Real(0) ? Real(1) : value);
+         });
+}
+
+template <class Real>
+void System<Real>::takeMask(const Real* f, Real weight) {
+  active_.clear();
   for (int i = 0; i < n_; ++i) {
-    if (f[i] <= Real(0)) {
-      continue;
+    const Real mask = f[i] > Real(0) ? Real(1) : f[i] <= Real(0) ? Real(0) : f[i];
+    mask_[static_cast<std::size_t>(i)] = mask;
+    if (mask != Real(0)) {
+      active_.push_back(i);
     }
-    const Real mask = f[i] > Real(0) ? Real(1) : f[i];
+  }
+  weight_ = weight;
+  factored_ = true;
+}
+
+// The active columns, each times its mask.
+template <class Real>
+void System<Real>::packActive() {
+  constexpr int rows = kernels::panelRows<Real>;
+  const int count = static_cast<int>(active_.size());
+  const int panels = (m_ + rows - 1) / rows;
+  packed_.resize(area(panels * rows, std::max(count, 1)));
+  for (int k = 0; k < count; ++k) {
+    const int i = active_[static_cast<std::size_t>(k)];
+    const Real mask = mask_[static_cast<std::size_t>(i)];
     const Real* column = K_ + area(m_, i);
     for (int r0 = 0; r0 < m_; r0 += rows) {
-      Real* panel =
-          packed_.data() + (area(r0 / rows, activeColumns_) + static_cast<std::size_t>(place)) *
-                               static_cast<std::size_t>(rows);
+      Real* panel = packed_.data() + area(r0 / rows * count + k, rows);
       const int filled = std::min(rows, m_ - r0);
       for (int r = 0; r < filled; ++r) {
         panel[r] = mask * column[r0 + r];
       }
       std::fill(panel + filled, panel + rows, Real(0));
     }
-    ++place;
   }
 }
 
 template <class Real>
-void System<Real>::factor(const Real* f, Real weight) {
-  packActive(f);
-  kernels::table<Real>().gram(m_, activeColumns_, packed_.data(), G_.data());
+void System<Real>::factorFull() {
+  packActive();
+  G_.resize(area(m_, m_));
+  pivots_.resize(static_cast<std::size_t>(m_));
+  kernels::table<Real>().gram(m_, static_cast<int>(active_.size()), packed_.data(), G_.data());
   for (int j = 0; j < m_; ++j) {
-    G_[area(m_, j) + static_cast<std::size_t>(j)] += weight;
+    G_[area(m_, j) + static_cast<std::size_t>(j)] += weight_;
   }
   getrf(m_, G_.data(), m_, pivots_.data());
 }
 
 template <class Real>
-void System<Real>::solve(const Real* right, Real* x) const {
+void System<Real>::factor(const Real* f, Real weight) {
+  // The last pass of a solve and its close nearly always repeat the mask before.
+  if (sameMask(f, weight)) {
+    return;
+  }
+  takeMask(f, weight);
+  if (SmallerSide<Real>::everServes && !plainRoad() && m_ > 0 && n_ > 0) {
+    if (!smallerSide_) {
+      smallerSide_.emplace(m_, n_, K_);
+    }
+    onSmallerSide_ = smallerSide_->serves(static_cast<int>(active_.size()), weight);
+  } else {
+    onSmallerSide_ = false;
+  }
+  if (onSmallerSide_) {
+    smallerSide_->factor(active_, weight);
+  } else {
+    factorFull();
+  }
+}
+
+// K' right; that of the data is formed once.
+template <class Real>
+const Real* System<Real>::project(const Real* right) {
+  const auto form = [&](Real* out) {
+    kernels::table<Real>().combineRows(m_, paddedColumns_, kernelByRows_.data(), right, out);
+  };
+  if (right != d_) {
+    form(product_.data());
+    return product_.data();
+  }
+  if (projectedData_.empty()) {
+    projectedData_.resize(static_cast<std::size_t>(paddedColumns_));
+    form(projectedData_.data());
+  }
+  return projectedData_.data();
+}
+
+template <class Real>
+void System<Real>::solve(const Real* right, Real* x) {
+  if (onSmallerSide_) {
+    smallerSide_->solve(active_, weight_, right, project(right), x);
+    return;
+  }
   std::copy(right, right + m_, x);
   getrs(m_, G_.data(), m_, pivots_.data(), x);
 }

@@ -7,8 +7,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include "brd/smaller_side.hpp"
 #include "toolbox/aligned.hpp"
 
 namespace vorin::brd {
@@ -30,12 +32,17 @@ class System {
   /// f = max(0, K' c), element by element; a NaN stays a NaN.
   void distributionFromDual(const Real* c, Real* f);
 
-  /// Factors G + w I for the mask of `f`. A column with f = 0 takes no part: its
-  /// terms are zeros, so that leaving them out keeps the bits of the full sum.
+  /// Factors G + w I for the mask of `f`, or what the smaller side has in its place. A
+  /// column with f = 0 takes no part: its terms are zeros, so that leaving them out keeps
+  /// the bits of the full sum. A mask and weight factored last time are not factored again.
   void factor(const Real* f, Real weight);
 
   /// x = (G + w I)^-1 right, with the factors of the last `factor`.
-  void solve(const Real* right, Real* x) const;
+  void solve(const Real* right, Real* x);
+
+  /// Test hook: true takes the road that states the meaning, always: the m-by-m system,
+  /// factored anew in every pass.
+  static bool& plainRoad();
 
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
@@ -43,7 +50,11 @@ class System {
 
  private:
   void transpose();
-  void packActive(const Real* f);
+  bool sameMask(const Real* f, Real weight) const;
+  void takeMask(const Real* f, Real weight);
+  void packActive();
+  void factorFull();
+  const Real* project(const Real* right);
 
   int m_;
   int n_;
@@ -54,7 +65,15 @@ class System {
   int paddedColumns_ = 0;
   AlignedVector<Real> kernelByRows_;  // m x paddedColumns_, zeros in the padding
   AlignedVector<Real> product_;       // paddedColumns_: K' c
-  int activeColumns_ = 0;
+  std::vector<Real> projectedData_;   // paddedColumns_: K' d, once it has been wanted
+
+  // The system that is factored: mask, weight and side.
+  std::vector<Real> mask_;   // 1, 0, or a NaN of f
+  std::vector<int> active_;  // the columns whose mask is not 0
+  Real weight_ = 0;
+  bool factored_ = false;
+  bool onSmallerSide_ = false;
+  std::optional<SmallerSide<Real>> smallerSide_;
   AlignedVector<Real> packed_;  // the active columns in panels of rows, for the gram kernel
   std::vector<Real> G_;         // m x m; its LU factors after `factor`
   std::vector<std::int32_t> pivots_;

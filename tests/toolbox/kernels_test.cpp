@@ -121,6 +121,42 @@ TYPED_TEST(KernelsTest, CombineRowsHasTheBitsOfThePlainSumAtEveryLevel) {
   }
 }
 
+TYPED_TEST(KernelsTest, CombineColumnsHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const int m : {0, 1, 3, 8, 17, 64, 131}) {
+    for (const int count : {0, 1, 5, 30}) {
+      Uniform uniform(static_cast<std::uint64_t>(m * 100 + count));
+      std::vector<Real> K(area(m, 2 * count + 1));
+      std::vector<Real> x(static_cast<std::size_t>(count));
+      std::vector<int> columns;
+      for (Real& value : K) {
+        value = static_cast<Real>(uniform());
+      }
+      for (int k = 0; k < count; ++k) {
+        x[static_cast<std::size_t>(k)] = static_cast<Real>(uniform());
+        columns.push_back(2 * k + 1);
+      }
+      std::vector<Real> expected(static_cast<std::size_t>(m));
+      for (int j = 0; j < m; ++j) {
+        Real sum = 0;
+        for (int k = 0; k < count; ++k) {
+          sum +=
+              K[area(m, 2 * k + 1) + static_cast<std::size_t>(j)] * x[static_cast<std::size_t>(k)];
+        }
+        expected[static_cast<std::size_t>(j)] = sum;
+      }
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> out(expected.size(), Real(-7));
+        vorin::kernels::table<Real>().combineColumns(m, count, columns.data(), K.data(), x.data(),
+                                                     out.data());
+        EXPECT_EQ(out, expected) << m << " rows, " << count << " columns";
+      }
+    }
+  }
+}
+
 TEST(Kernels, ALevelTheCpuLacksGivesTheHighestPossible) {
   const LevelGuard guard;
   vorin::kernels::useLevel(Level::avx512);

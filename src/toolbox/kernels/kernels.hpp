@@ -42,6 +42,12 @@ struct Table {
   /// is a multiple of rowPadding. Plain form, for every i:
   ///   sum = 0; for (j = 0 .. rows-1) sum += a[j * stride + i] * x[j]; out[i] = sum;
   void (*combineRows)(int rows, int stride, const Real* a, const Real* x, Real* out);
+
+  /// out[j] = sum over k of K[columns[k] * m + j] * x[k], for j below m: chosen columns of
+  /// an m-row matrix stored by columns. Plain form, for every j:
+  ///   sum = 0; for (k = 0 .. count-1) sum += K[columns[k] * m + j] * x[k]; out[j] = sum;
+  void (*combineColumns)(int m, int count, const int* columns, const Real* K, const Real* x,
+                         Real* out);
 };
 
 /// The kernels at the level in use.

@@ -1,0 +1,87 @@
+#include "brd/smaller_side.hpp"
+
+#include <cstddef>
+
+#include "toolbox/aligned.hpp"
+#include "toolbox/kernels/kernels.hpp"
+#include "toolbox/lapack.hpp"
+
+namespace vorin::brd {
+namespace {
+
+std::size_t area(int rows, int columns) {
+  return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
+}
+
+// Weights are served from this share of the mean squared column norm. At it the
+// difference r - K_A z keeps some nine digits of a double.
+template <class Real>
+constexpr Real leastShare = Real(1e-7);
+
+// The columns of K as rows of panels, for the gram kernel.
+template <class Real>
+AlignedVector<Real> packTransposed(int m, int n, const Real* K) {
+  constexpr int rows = kernels::panelRows<Real>;
+  AlignedVector<Real> packed(area((n + rows - 1) / rows * rows, m));
+  for (int i = 0; i < n; ++i) {
+    const Real* column = K + area(m, i);
+    Real* panel = packed.data() + area(i / rows * rows, m) + i % rows;
+    for (int j = 0; j < m; ++j) {
+      panel[area(j, rows)] = column[j];
+    }
+  }
+  return packed;
+}
+
+}  // namespace
+
+template <class Real>
+SmallerSide<Real>::SmallerSide(int m, int n, const Real* K)
+    : m_(m), n_(n), K_(K), gram_(area(n, n)) {
+  kernels::table<Real>().gram(n, m, packTransposed(m, n, K).data(), gram_.data());
+  for (int i = 0; i < n; ++i) {
+    meanSquare_ += gram_[area(n, i) + static_cast<std::size_t>(i)];
+  }
+  meanSquare_ /= static_cast<Real>(n);
+}
+
+template <class Real>
+bool SmallerSide<Real>::serves(int activeCount, Real weight) const {
+  return everServes && activeCount < m_ && weight >= leastShare<Real> * meanSquare_;
+}
+
+template <class Real>
+void SmallerSide<Real>::factor(const std::vector<int>& active, Real weight) {
+  const int count = static_cast<int>(active.size());
+  factors_.resize(area(count, count));
+  pivots_.resize(active.size());
+  z_.resize(active.size());
+  std::size_t place = 0;
+  for (std::size_t q = 0; q < active.size(); ++q) {
+    const Real* column = gram_.data() + area(n_, active[q]);
+    for (const int row : active) {
+      factors_[place++] = column[row];
+    }
+    factors_[q * active.size() + q] += weight;
+  }
+  getrf(count, factors_.data(), count, pivots_.data());
+}
+
+template <class Real>
+void SmallerSide<Real>::solve(const std::vector<int>& active, Real weight, const Real* right,
+                              const Real* projected, Real* x) {
+  const int count = static_cast<int>(active.size());
+  for (std::size_t k = 0; k < active.size(); ++k) {
+    z_[k] = projected[active[k]];
+  }
+  getrs(count, factors_.data(), count, pivots_.data(), z_.data());
+  kernels::table<Real>().combineColumns(m_, count, active.data(), K_, z_.data(), x);
+  for (int j = 0; j < m_; ++j) {
+    x[j] = (right[j] - x[j]) / weight;
+  }
+}
+
+template class SmallerSide<float>;
+template class SmallerSide<double>;
+
+}  // namespace vorin::brd
