@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "regress/box_reference.hpp"
+#include "regress/bvls_transforms.hpp"
 #include "regress/random_problem.hpp"
 #include "regress/solver_runs.hpp"
 
@@ -208,6 +209,62 @@ TYPED_TEST(Bvls, AColumnWhoseSolutionLeavesOnTheWrongSideIsRefusedAndRestored) {
   EXPECT_EQ(run.w[0], 0) << "a refused coefficient gets dual value 0";
   EXPECT_EQ(run.A, p.A);
   EXPECT_EQ(run.b, p.b);
+}
+
+// Once x0 = x1 = 1, column 2 enters and would drive both to -3: both meet 0 after a
+// quarter of the way. The first leaves the solved set first, so it stands behind the
+// other in INDEX. At the end x2 = (1 + 1 + 4) / 3.
+TYPED_TEST(Bvls, OfTwoThatMeetTheirBoundsAtOnceTheFirstLeavesFirst) {
+  typename TestFixture::Problem p{3, 3, {1, 0, 0, 0, 1, 0, 1, 1, 1}, {1, 1, 4}, {}, {}};
+  nonNegativeBounds(p);
+  const Run<TypeParam> run = runBvls(p);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.index, (std::vector<std::int32_t>{3, 2, 1}));
+  EXPECT_NEAR(run.x[2], 2, 4 * std::numeric_limits<TypeParam>::epsilon());
+}
+
+// On columns 0 and 2 the fit is (7/6, 5/18). With column 3 it would be (-21/13, -5/13,
+// ...): both meet 0 after 13/31 of the way. Both leave before the next solve; 2 alone
+// would stay, as the fit on columns 2 and 3 is (1/31, 40/31), so it enters again behind 3.
+TYPED_TEST(Bvls, CoefficientsThatReachTheirBoundsTogetherLeaveBeforeTheNextSolve) {
+  typename TestFixture::Problem p{
+      4, 4, {-2, 0, 0, -1, 1, 2, 1, -2, 2, -2, 0, -1, -2, -1, -1, -1}, {-2, -1, -3, -1}, {}, {}};
+  nonNegativeBounds(p);
+  const Run<TypeParam> run = runBvls(p);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.index, (std::vector<std::int32_t>{4, 3, 1, 2}));
+  const auto noise = static_cast<double>(noiseOf(p, run.x, 2 * (4 + 4)));
+  EXPECT_EQ(run.x[0], 0);
+  EXPECT_EQ(run.x[1], 0);
+  EXPECT_NEAR(run.x[2], 1.0 / 31, noise / 3);
+  EXPECT_NEAR(run.x[3], 40.0 / 31, noise / std::sqrt(7.0));
+}
+
+// The new diagonal element takes the sign of the larger of the two.
+TYPED_TEST(Bvls, ARotationZeroesTheLowerElementAndTurnsEveryColumn) {
+  using Pair = std::pair<TypeParam, TypeParam>;
+  const TypeParam epsilon = std::numeric_limits<TypeParam>::epsilon();
+  for (const auto& [a, b] : {Pair{4, 3}, {-4, 3}, {3, -4}, {3, 4}, {0, 5}, {-5, 0}}) {
+    std::vector<TypeParam> A = {1, 2, a, b, 3, 4};
+    std::vector<TypeParam> B = {5, 6};
+    regress::rotateRows(denseColumns(A.data(), 2, 3), viewOf(B), 1, 1);
+    const TypeParam larger = std::abs(a) > std::abs(b) ? a : b;
+    const TypeParam r = larger < 0 ? TypeParam(-5) : TypeParam(5);
+    EXPECT_NEAR(A[2], r, 4 * epsilon * 5);
+    EXPECT_EQ(A[3], 0);
+    EXPECT_NEAR(A[0], (a * 1 + b * 2) / r, 32 * epsilon);
+    EXPECT_NEAR(A[1], (a * 2 - b * 1) / r, 32 * epsilon);
+    EXPECT_NEAR(A[4], (a * 3 + b * 4) / r, 32 * epsilon);
+    EXPECT_NEAR(B[1], (a * 6 - b * 5) / r, 32 * epsilon);
+  }
+}
+
+TYPED_TEST(Bvls, ARotationOfTwoZerosChangesNothing) {
+  std::vector<TypeParam> A = {0, 0, 3, 4};
+  std::vector<TypeParam> B = {5, 6};
+  regress::rotateRows(denseColumns(A.data(), 2, 2), viewOf(B), 1, 0);
+  EXPECT_EQ(A, (std::vector<TypeParam>{0, 0, 3, 4}));
+  EXPECT_EQ(B, (std::vector<TypeParam>{5, 6}));
 }
 
 // Seven coefficients enter one after the other, and six of them drive another one to
