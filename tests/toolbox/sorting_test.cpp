@@ -149,6 +149,70 @@ TEST(Sorting, ManyEqualValuesKeepThePartsBalanced) {
   EXPECT_TRUE(isPermutation(index));
 }
 
+// Values that are decided only when they are compared, so that every partition is as
+// lopsided as it can be (M. D. McIlroy, "A killer adversary for quicksort", Softw.
+// Pract. Exper. 29 (1999) 341-344). `direction` 1 makes the upper parts the large ones,
+// -1 the lower ones.
+class Adversary {
+ public:
+  Adversary(std::size_t n, int direction) : rank_(n, undecided), direction_(direction) {}
+
+  int compare(std::size_t x, std::size_t y) {
+    if (rank_[x] == undecided && rank_[y] == undecided) {
+      rank_[x == candidate_ ? x : y] = decided_++;
+    }
+    if (rank_[x] == undecided) {
+      candidate_ = x;
+    } else if (rank_[y] == undecided) {
+      candidate_ = y;
+    }
+    return direction_ * (rank_[x] < rank_[y] ? -1 : rank_[x] > rank_[y] ? 1 : 0);
+  }
+
+ private:
+  static constexpr int undecided = std::numeric_limits<int>::max();
+  std::vector<int> rank_;
+  int direction_;
+  int decided_ = 0;
+  std::size_t candidate_ = 0;
+};
+
+struct Undecided {
+  std::size_t name;
+  static inline Adversary* adversary = nullptr;
+  friend bool operator>(Undecided a, Undecided b) { return adversary->compare(a.name, b.name) > 0; }
+  friend bool operator>=(Undecided a, Undecided b) {
+    return adversary->compare(a.name, b.name) >= 0;
+  }
+  friend bool operator<=(Undecided a, Undecided b) {
+    return adversary->compare(a.name, b.name) <= 0;
+  }
+};
+
+TEST(Sorting, StackStaysShallowOnTheWorstInputs) {
+  vorin::test::loadSettings();
+  OpenLog log("SORTWORST");
+  constexpr std::int32_t n = 4000;
+  // Two entries a part, and the one at hand is at most half of the one before: from
+  // 4000 to 15 at most eight times, log2(4000 / 15).
+  constexpr int sixteenEntries = 16;
+  for (const int direction : {1, -1}) {
+    Adversary adversary(n, direction);
+    Undecided::adversary = &adversary;
+    std::vector<Undecided> arr(n);
+    for (std::size_t k = 0; k < arr.size(); ++k) {
+      arr[k].name = k;
+    }
+    Index index(arr.size());
+    std::iota(index.begin(), index.end(), 1);
+    vorin::detail::IndexQuicksort<Undecided>({arr.data(), n, 1}, {index.data(), n, 1},
+                                             sixteenEntries)
+        .run();
+    EXPECT_TRUE(isPermutation(index));
+  }
+  EXPECT_EQ(log.written(), Lines{});
+}
+
 TEST(Sorting, StackMessageIsAWarningAndTheSortGoesOn) {
   vorin::test::loadSettings();
   OpenLog log("SORTSTACK");

@@ -191,6 +191,18 @@ TEST_F(CalcSE, RsigAfterAResetWantsLessThanTheNoise) {
   EXPECT_FLOAT_EQ(estimate(place, 0.01f, 0.1f).dse, 0.02f);
 }
 
+TEST_F(CalcSE, ScanSetsTheWantedStandardErrorByItsOwnRule) {
+  // Half the data can't be fitted: sig is 0.5 and rms 1. The scan takes 1.5 * 0.5 since
+  // it lies below rms; the closing rule would take the mixture, 0.05 + 0.95 * 0.5.
+  setNumber("RSIG", 1.5f);
+  const float part = std::sqrt(3.0f);
+  Workplace place(identityProblem({part, -1.0f, 0.0f, 0.0f}));
+  setText("NALG", "ASYM");
+  EXPECT_NEAR(estimate(place).dse, 0.75f, 1e-6f);
+  setText("NALG", "NONE");
+  EXPECT_NEAR(estimate(place, 0.01f, 0.5f).dse, 0.525f, 1e-6f);
+}
+
 TEST_F(CalcSE, LogLineWordByWord) {
   OpenLog log("CALCSE");
   Workplace place(identityProblem({1, 1, 1, 1}));

@@ -197,6 +197,15 @@ TEST_F(TargSE, ThirdTouchOfTheUpperLimitIsStatus22) {
   EXPECT_EQ(log.writtenBy(tag).back(), tag + "E::Wmax    3.000     is hit");
 }
 
+TEST_F(TargSE, WeightEqualToALimitTouchesIt) {
+  // The ratio takes the weight from 1 to the limits themselves.
+  setNumber("WMIN", 1.0f / 10.0f);
+  setNumber("WMAX", 10.0f);
+  Workplace place(identityProblem(twos));
+  EXPECT_EQ(search(place, 1.0f, 0.0f).iter, 3.0f);
+  EXPECT_EQ(search(place, 1.0f, 5.0f).iter, 3.0f);
+}
+
 TEST_F(TargSE, StartOnALimitCountsAsATouch) {
   // Two more touches, not three, end the search.
   setNumber("WMIN", 0.5f);
