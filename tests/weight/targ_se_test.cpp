@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "brd/dispatch.hpp"
 #include "support/open_log.hpp"
 #include "weight/weight_cases.hpp"
 
@@ -384,6 +385,62 @@ TEST_F(TargSE, FailingSolvesEndEvenWithoutALimitThatCanBeTouched) {
   setNumber("WMIN", -1.0f);
   setNumber("WNMI", -1.0f);
   EXPECT_EQ(search(place, 0.0f, 1.0f).status, 22);  // ten times zero never rises
+}
+
+TEST_F(TargSE, OtherFailuresWithoutAGoodSolveEndByTheLimitAndLeaveTheDistribution) {
+  // At w = -0.5 the quadratic program is not convex in its first variable: a failure
+  // with a status of its own, so that there is no warning and no tenfold way out, only
+  // the limit of iterations. Nothing is restored; f stays what that solve left, which in
+  // the other variables is 2 / (1 - 0.5).
+  setNumber("BRDA", 3.0f);
+  setNumber("WMIN", -9.0f);
+  setNumber("WNMI", -9.0f);
+  OpenLog log("TARGQP");
+  auto problem = identityProblem(twos);
+  problem.K[0] = 0.5f;
+  Workplace place(problem);
+  const Searched out = search(place, -0.5f, 1.0f, 0.0f);
+  EXPECT_EQ(out.status, 2);
+  EXPECT_EQ(out.iter, 1.0f);
+  EXPECT_EQ(out.w, 1.0f);
+  EXPECT_EQ(out.signow, 0.0f);
+  EXPECT_EQ(place.f, (std::vector<float>{0, 4, 4, 4}));
+  const Lines lines = log.writtenBy(tag);
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[2].substr(0, lines[2].find(" conv=")),
+            tag +
+                "I::iw= 1 w=-0.50000     wwant=  0.0000     wnew= -5.0000     "
+                "signow=  2.0000    ");
+  EXPECT_EQ(lines[3], tag + "E::Weight iterations  1 exceeded");
+}
+
+TEST_F(TargSE, DataThatAreNotNumbersEndByTheLimit) {
+  for (const float route : {1.0f, 2.0f, 3.0f}) {
+    setNumber("BRDA", route);
+    Workplace place(identityProblem({2, std::nanf(""), 2, 2}));
+    const Searched out = search(place, 0.5f, 1.0f, 2.0f);
+    EXPECT_EQ(out.status, 2) << route;
+    EXPECT_EQ(out.iter, 3.0f) << route;
+  }
+}
+
+TEST_F(TargSE, OtherFailuresAreClearedWhenTheResidualIsOnTarget) {
+  // At w = -2 the program on the identity kernel is not convex and has no solution. Its
+  // residual is formed all the same, and meets the target.
+  setNumber("BRDA", 3.0f);
+  setNumber("WMIN", -5.0f);
+  setNumber("WNMI", -5.0f);
+  Workplace place(identityProblem(twos));
+  float rss = 0.0f;
+  float slope = 0.0f;
+  std::int32_t status = 0;
+  vorin::brd::vrBRD_s(place.problem, place.f.data(), place.c.data(), -2.0f, rss, slope, status);
+  ASSERT_GT(status, 2);
+  ASSERT_GT(rss, 0.0f);
+  const Searched out = search(place, -2.0f, std::sqrt(rss / 4.0f));
+  EXPECT_EQ(out.status, 0);
+  EXPECT_EQ(out.iter, 1.0f);
+  EXPECT_EQ(out.w, -2.0f);
 }
 
 TEST_F(TargSE, ZeroDataHasNoResidualAndRisesToTheLimit) {
