@@ -42,6 +42,10 @@ inline double identityRss(const std::vector<float>& d, double w) {
   return rss;
 }
 
+/// Data for the identity kernel: rss(w) = 16 w^2 / (1 + w)^2, which is 4 with slope 4 at
+/// w = 1; standard error 2 w / (1 + w).
+inline const std::vector<float> twos(4, 2.0f);
+
 /// `full` reduced to about `target` rows on a logarithmic axis, as the driver does it.
 inline TestProblem<float> prunedProblem(const TestProblem<float>& full, int target) {
   std::vector<float> positions(static_cast<std::size_t>(full.m));
@@ -123,6 +127,19 @@ inline double standardErrorOf(const TestProblem<float>& problem, const std::vect
 inline double valueBehind(const std::string& line, const std::string& label) {
   const std::size_t place = line.find(label);
   return place == std::string::npos ? std::nan("") : std::stod(line.substr(place + label.size()));
+}
+
+inline const std::string searchTag = "Vorin_TargSE::";
+
+/// The lines of the search's iterations among `lines`.
+inline std::vector<std::string> iterations(const std::vector<std::string>& lines) {
+  std::vector<std::string> found;
+  for (const std::string& line : lines) {
+    if (line.rfind(searchTag + "I::iw=", 0) == 0) {
+      found.push_back(line);
+    }
+  }
+  return found;
 }
 
 }  // namespace vorin::test
