@@ -1,0 +1,103 @@
+#include "common/measures.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace vorin::host {
+
+namespace {
+
+/// First and last index of a maximal run of equal values.
+struct Run {
+  std::size_t first;
+  std::size_t last;
+};
+
+/// The runs that lie higher than what is on either side; ends of the grid count as lower.
+std::vector<Run> maxima(const std::vector<double>& f) {
+  std::vector<Run> result;
+  for (std::size_t first = 0; first < f.size();) {
+    std::size_t last = first;
+    while (last + 1 < f.size() && f[last + 1] == f[first]) {
+      ++last;
+    }
+    const bool risesBefore = first == 0 || f[first - 1] < f[first];
+    const bool fallsAfter = last + 1 == f.size() || f[last + 1] < f[last];
+    if (f[first] > 0.0 && risesBefore && fallsAfter) {
+      result.push_back({first, last});
+    }
+    first = last + 1;
+  }
+  return result;
+}
+
+double positionOf(const Run& run, const Distribution& distribution) {
+  const std::vector<double>& f = distribution.amplitude;
+  const double left = std::log(distribution.time[run.first]);
+  const double right = std::log(distribution.time[run.last]);
+  if (run.first != run.last || run.first == 0 || run.last + 1 == f.size()) {
+    return std::exp(0.5 * (left + right));
+  }
+  // The vertex of the parabola through three points, by divided differences; the
+  // grid need not be even, since a distribution may come from elsewhere.
+  const std::size_t k = run.first;
+  const double before = std::log(distribution.time[k - 1]);
+  const double after = std::log(distribution.time[k + 1]);
+  const double slopeBefore = (f[k] - f[k - 1]) / (left - before);
+  const double slopeAfter = (f[k + 1] - f[k]) / (after - left);
+  const double curvature = (slopeAfter - slopeBefore) / (after - before);
+  return std::exp(0.5 * (before + left) - slopeBefore / (2.0 * curvature));
+}
+
+}  // namespace
+
+double totalAmplitude(const Distribution& distribution) {
+  double total = 0.0;
+  for (double amplitude : distribution.amplitude) {
+    total += amplitude;
+  }
+  return total;
+}
+
+double logMean(const Distribution& distribution) {
+  double sum = 0.0;
+  for (std::size_t k = 0; k < distribution.time.size(); ++k) {
+    sum += distribution.amplitude[k] * std::log(distribution.time[k]);
+  }
+  const double total = totalAmplitude(distribution);
+  return total > 0.0 ? std::exp(sum / total) : std::numeric_limits<double>::quiet_NaN();
+}
+
+std::vector<Peak> peaks(const Distribution& distribution, double smallestShare) {
+  const std::vector<double>& f = distribution.amplitude;
+  const double total = totalAmplitude(distribution);
+  const std::vector<Run> tops = maxima(f);
+  std::vector<Peak> result;
+  std::size_t start = 0;  // first index of this peak
+  double carried = 0.0;   // the half of the minimum before it
+  for (std::size_t p = 0; p < tops.size(); ++p) {
+    double sum = carried;
+    std::size_t end = f.size();  // one behind its last whole index
+    if (p + 1 < tops.size()) {
+      const auto lowest =
+          std::min_element(f.begin() + static_cast<std::ptrdiff_t>(tops[p].last + 1),
+                           f.begin() + static_cast<std::ptrdiff_t>(tops[p + 1].first));
+      end = static_cast<std::size_t>(lowest - f.begin());
+      carried = 0.5 * *lowest;
+      sum += carried;
+    }
+    for (std::size_t k = start; k < end; ++k) {
+      sum += f[k];
+    }
+    start = end + 1;
+    const double share = sum / total;
+    if (share >= smallestShare) {
+      const bool atGridEnd = tops[p].first == 0 || tops[p].last + 1 == f.size();
+      result.push_back({positionOf(tops[p], distribution), share, atGridEnd});
+    }
+  }
+  return result;
+}
+
+}  // namespace vorin::host

@@ -1,0 +1,241 @@
+#include "common/picture.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+
+#include "common/measures.hpp"
+#include "common/numbers.hpp"
+#include "common/user_error.hpp"
+
+namespace vorin::host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The unit that both time axes share, so that the eye can go from one to the other.
+struct AxisUnit {
+  double size;
+  std::string_view name;
+};
+
+AxisUnit axisUnit(double longestTime) {
+  if (longestTime >= 3.0) {
+    return {1.0, "s"};
+  }
+  return longestTime >= 3e-3 ? AxisUnit{1e-3, "ms"} : AxisUnit{1e-6, "us"};
+}
+
+std::string_view terminal(const fs::path& picture) {
+  const std::string kind = picture.extension().string();
+  if (kind == ".svg") {
+    return "svg size 1000,1050 dynamic background 'white' font 'DejaVu Sans,15'";
+  }
+  if (kind == ".pdf") {
+    return "pdfcairo size 20cm,21cm font 'DejaVu Sans,11'";
+  }
+  return "pngcairo size 1000,1050 font 'DejaVu Sans,12'";
+}
+
+/// `text` inside single quotes of a gnuplot script.
+std::string scriptQuoted(std::string_view text) {
+  std::string result = "'";
+  for (char c : text) {
+    if (static_cast<unsigned char>(c) < ' ') {
+      c = '?';
+    }
+    result += c;
+    if (c == '\'') {
+      result += c;
+    }
+  }
+  return result + "'";
+}
+
+/// Width of the grid around each time in decades: what an amplitude is spread over.
+/// Amplitudes a decade do not depend on how fine the grid is, so that two
+/// distributions on different grids can be laid over each other.
+std::vector<double> perDecade(const Distribution& distribution) {
+  const std::vector<double>& T = distribution.time;
+  std::vector<double> result(T.size());
+  for (std::size_t k = 0; k < T.size(); ++k) {
+    const std::size_t left = k == 0 ? 0 : k - 1;
+    const std::size_t right = std::min(k + 1, T.size() - 1);
+    const double width = std::log10(T[right] / T[left]) /
+                         static_cast<double>(std::max<std::size_t>(right - left, 1));
+    result[k] = width > 0.0 ? distribution.amplitude[k] / width : 0.0;
+  }
+  return result;
+}
+
+/// Writes the columns that the script plots.
+void writeData(const Inversion& inversion, const ReportContext& context, double unit) {
+  std::ofstream decay("decay.dat");
+  for (std::size_t i = 0; i < context.decay.time.size(); ++i) {
+    const double amplitude = context.decay.amplitude[i];
+    decay << fmt::format("{:.8g} {:.8g} {:.8g} {:.8g}\n", context.decay.time[i] / unit, amplitude,
+                         inversion.fit[i], amplitude - inversion.fit[i]);
+  }
+  const auto writeDistribution = [&](const char* name, const Distribution& distribution) {
+    std::ofstream file(name);
+    const std::vector<double> density = perDecade(distribution);
+    for (std::size_t k = 0; k < density.size(); ++k) {
+      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / unit, density[k]);
+    }
+  };
+  writeDistribution("distribution.dat", inversion.distribution);
+  if (context.truth) {
+    writeDistribution("truth.dat", *context.truth);
+  }
+}
+
+/// The script's settings that all panels share.
+constexpr std::string_view kCommon = R"(set encoding utf8
+set border 3 lw 1 lc rgb '#404040'
+set tics nomirror out scale 0.6 textcolor rgb '#202020'
+set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
+set lmargin at screen 0.125
+set rmargin at screen 0.965
+set key at graph 1, 1.02 right bottom horizontal reverse Left noenhanced samplen 3 width 1
+set autoscale yfix
+set offsets 0, 0, graph 0.03, graph 0.03
+set multiplot
+)";
+
+double largestResidual(const Inversion& inversion, const ReportContext& context) {
+  double largest = 0.0;
+  for (std::size_t i = 0; i < inversion.fit.size(); ++i) {
+    largest = std::max(largest, std::fabs(context.decay.amplitude[i] - inversion.fit[i]));
+  }
+  return largest;
+}
+
+/// The greatest of 1, 2 and 5 times a power of ten that is not above `limit`.
+double roundStep(double limit) {
+  const double power = std::pow(10.0, std::floor(std::log10(limit)));
+  const double digit = limit / power;
+  return power * (digit >= 5.0 ? 5.0 : digit >= 2.0 ? 2.0 : 1.0);
+}
+
+std::string decayPanels(const Inversion& inversion, const ReportContext& context,
+                        const AxisUnit& unit) {
+  const std::vector<double>& t = context.decay.time;
+  // Where times spread over two decades or more, a linear axis would hide the start.
+  const bool logAxis = t.front() > 0.0 && t.back() >= 100.0 * t.front();
+  const bool crowded = t.size() > 300;
+  std::string script = fmt::format("set {}logscale x\n", logAxis ? "" : "un");
+  script += logAxis ? fmt::format("set xrange [{:.6g}:{:.6g}]\n", 0.8 * t.front() / unit.size,
+                                  1.25 * t.back() / unit.size)
+                    : fmt::format("set xrange [{:.6g}:{:.6g}]\n", t.front() / unit.size,
+                                  t.back() / unit.size);
+  const std::string points =
+      crowded ? "pt 7 ps 0.45 lc rgb '#80527fb5'" : "pt 7 ps 0.8 lc rgb '#527fb5'";
+  script += fmt::format(R"(set tmargin at screen 0.925
+set bmargin at screen 0.625
+set format x ''
+set ylabel 'amplitude (unit of the data)'
+plot 'decay.dat' using 1:2 with points {0} title 'measured', \
+     'decay.dat' using 1:3 with lines lw 2 lc rgb '#b8322a' title 'fit'
+unset title
+set tmargin at screen 0.595
+set bmargin at screen 0.495
+set offsets 0, 0, 0, 0
+set format x '%g'
+set xlabel 'time ({1})' offset 0,0.3
+set ylabel 'residual'
+set ytics autofreq
+)",
+                        points, unit.name);
+  const double limit = largestResidual(inversion, context);
+  if (limit > 0.0) {
+    script += fmt::format("set yrange [{:.6g}:{:.6g}]\nset ytics {:.6g}\n", -1.15 * limit,
+                          1.15 * limit, roundStep(limit));
+  }
+  script += fmt::format(
+      "plot 'decay.dat' using 1:4 with points {} notitle, 0 lc rgb '#b8322a' notitle\n", points);
+  script += "set autoscale y\nset ytics autofreq\n";
+  return script;
+}
+
+std::string distributionPanel(const Inversion& inversion, const ReportContext& context,
+                              const AxisUnit& unit) {
+  const std::vector<double>& T = inversion.distribution.time;
+  const std::string_view name = relaxationTimeName(context.kernel);
+  const double mean = logMean(inversion.distribution);
+  std::string script = fmt::format(R"(set tmargin at screen 0.375
+set bmargin at screen 0.075
+set logscale x
+set xrange [{:.6g}:{:.6g}]
+set yrange [0:*]
+set format x '%g'
+set xlabel 'relaxation time {} ({})'
+set ylabel 'amplitude per decade'
+)",
+                                   T.front() / unit.size, T.back() / unit.size, name, unit.name);
+  std::string plots =
+      "plot 'distribution.dat' with filledcurves y1=0 fs solid 0.35 noborder lc rgb '#7f9fc4' "
+      "notitle, "
+      "'distribution.dat' with lines lw 2 lc rgb '#2d5d9b' title 'distribution'";
+  if (context.truth) {
+    plots += ", 'truth.dat' with lines lw 1.5 dt 2 lc rgb '#303030' title 'truth'";
+  }
+  if (!std::isnan(mean)) {
+    script += fmt::format(
+        "set arrow 1 from {0:.8g}, graph 0 to {0:.8g}, graph 1 nohead lw 1.5 dt 4 lc rgb '#b8322a' "
+        "front\n",
+        mean / unit.size);
+    plots += fmt::format(", NaN with lines lw 1.5 dt 4 lc rgb '#b8322a' title 'log mean {}'",
+                         timeText(mean));
+  }
+  return script + plots + "\nunset multiplot\nset output\n";
+}
+
+std::string titleText(const Inversion& inversion, const ReportContext& context) {
+  constexpr std::size_t kLongestName = 50;
+  return fmt::format("{:.{}}: weight {}, standard error {}",
+                     fs::path(context.name).filename().string(), kLongestName,
+                     significant(inversion.weight, 3), significant(inversion.reachedError, 3)) +
+         (succeeded(inversion) ? "" : fmt::format(" (unsuccessful, status {})", inversion.status));
+}
+
+}  // namespace
+
+void requireGnuplot(const fs::path& picture, std::string_view option) {
+  const std::string kind = picture.extension().string();
+  if (kind != ".png" && kind != ".svg" && kind != ".pdf") {
+    throw UserError(
+        fmt::format("{} {}: the name must end in .png, .svg or .pdf", option, picture.string()));
+  }
+  if (std::system("command -v gnuplot >/dev/null 2>&1") != 0) {
+    throw UserError(
+        fmt::format("{} {}: gnuplot, which draws the picture, is not installed; install the "
+                    "package gnuplot-nox",
+                    option, picture.string()));
+  }
+}
+
+std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
+                        const Inversion& inversion, const ReportContext& context) {
+  const AxisUnit unit = axisUnit(context.decay.time.back());
+  writeData(inversion, context, unit.size);
+  {
+    std::ofstream script("picture.gp");
+    script << "set terminal " << terminal(picture) << "\nset output 'picture.out'\n"
+           << kCommon << "set title " << scriptQuoted(titleText(inversion, context))
+           << " noenhanced font ',15' offset 0,1\n"
+           << decayPanels(inversion, context, unit) << distributionPanel(inversion, context, unit);
+  }
+  if (std::system("gnuplot picture.gp >picture.log 2>&1") != 0) {
+    throw UserError(fmt::format("{}: gnuplot could not draw the picture: {}", picture.string(),
+                                trimmed(contentOf(scratch.path() / "picture.log"))));
+  }
+  return contentOf(scratch.path() / "picture.out");
+}
+
+}  // namespace vorin::host

@@ -1,0 +1,29 @@
+// What a user is told and given after an inversion, as text.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "common/csv.hpp"
+#include "common/inversion.hpp"
+
+namespace vorin::host {
+
+/// What a report says beside the numbers of the inversion itself.
+struct ReportContext {
+  std::string name;  ///< of the decay, as the user gave it
+  const Decay& decay;
+  Kernel kernel = Kernel::t2;
+  std::optional<Distribution> truth;  ///< to compare the distribution with
+};
+
+/// The summary for the terminal, lines ending in a newline.
+std::string summary(const Inversion& inversion, const ReportContext& context);
+
+/// The distribution as CSV: relaxation time in seconds, amplitude.
+std::string distributionCsv(const Inversion& inversion, const ReportContext& context);
+
+/// The fit as CSV: time in seconds, amplitude, fit, residual (amplitude - fit).
+std::string fitCsv(const Inversion& inversion, const ReportContext& context);
+
+}  // namespace vorin::host

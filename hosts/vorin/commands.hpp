@@ -1,0 +1,20 @@
+// The commands of the program. Each adds itself to the command line and returns
+// what is to be run once the line has been read.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "common/user_error.hpp"
+
+namespace vorin::host {
+
+struct Command {
+  CLI::App* line;                   ///< the part of the command line that calls for it
+  std::function<ExitStatus()> run;  ///< throws UserError for bad input
+};
+
+Command addInvertCommand(CLI::App& program);
+Command addSimulateCommand(CLI::App& program);
+
+}  // namespace vorin::host

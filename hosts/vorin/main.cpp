@@ -1,0 +1,66 @@
+// vorin: inverts measured decays from the command line.
+//
+// Exit status: 0 success, 1 the inversion did not succeed (its outputs are written
+// all the same), 2 bad input or options (nothing is written).
+#include <fmt/format.h>
+#include <vorin.h>
+
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "commands.hpp"
+#include "common/library.hpp"
+
+namespace {
+
+using vorin::host::Command;
+using vorin::host::ExitStatus;
+
+int complain(std::string_view sentence) {
+  fmt::print(stderr, "vorin: {}\n", sentence);
+  return static_cast<int>(ExitStatus::badInput);
+}
+
+int run(int argc, char** argv) {
+  CLI::App program(
+      "From a measured relaxation decay to a non-negative distribution of relaxation times.\n"
+      "Exit status: 0 success, 1 unsuccessful inversion (outputs are written), 2 bad input.",
+      "vorin");
+  program.require_subcommand(1);
+  program.get_formatter()->column_width(30);
+  program.set_version_flag(
+      "--version", [] { return fmt::format("vorin, library {}", vorin::host::queryText("VERS")); });
+  const std::vector<Command> commands{vorin::host::addInvertCommand(program),
+                                      vorin::host::addSimulateCommand(program)};
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::Success& request) {
+    return program.exit(request);  // --help, --version
+  } catch (const CLI::ParseError& error) {
+    return complain(
+        fmt::format("{}; vorin --help lists the commands, vorin COMMAND --help its "
+                    "options",
+                    error.what()));
+  }
+  for (const Command& command : commands) {
+    if (command.line->parsed()) {
+      return static_cast<int>(command.run());
+    }
+  }
+  return complain("no command was given");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    return complain("there is not enough memory for this many samples and grid times");
+  } catch (const std::exception& error) {
+    return complain(error.what());
+  }
+}

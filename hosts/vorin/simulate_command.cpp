@@ -1,0 +1,176 @@
+// vorin simulate: a computed decay with known truth.
+#include <fmt/format.h>
+
+#include <cmath>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands.hpp"
+#include "common/csv.hpp"
+#include "common/files.hpp"
+#include "common/grid.hpp"
+#include "common/kernel.hpp"
+#include "common/measures.hpp"
+#include "common/numbers.hpp"
+#include "common/simulation.hpp"
+
+namespace vorin::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The options as the user wrote them.
+struct SimulateOptions {
+  std::string kernel = "t2";
+  std::vector<std::string> peaks{"0.008:0.15:30", "0.09:0.15:70"};
+  std::string spacing = "0.0002";
+  std::string samples = "3000";
+  std::string times;
+  std::string noise = "0.2";
+  std::string seed = "1";
+  std::string grid = "0.0001:10:200";
+  std::string out;
+  std::string truth;
+};
+
+/// The command that makes the same files again, but for the folders they are in.
+std::string commandText(const SimulateOptions& options) {
+  std::string text = "vorin simulate --kernel " + options.kernel;
+  for (const std::string& peak : options.peaks) {
+    text += " --peak " + peak;
+  }
+  text += options.times.empty()
+              ? fmt::format(" --spacing {} --samples {}", options.spacing, options.samples)
+              : " --times " + options.times;
+  text += fmt::format(" --noise {} --seed {} --grid {} --out {}", options.noise, options.seed,
+                      options.grid, fs::path(options.out).filename().string());
+  if (!options.truth.empty()) {
+    text += " --truth " + fs::path(options.truth).filename().string();
+  }
+  return text;
+}
+
+std::vector<double> sampleTimes(const SimulateOptions& options) {
+  if (!options.times.empty()) {
+    return parseGrid(options.times, "--times").times();
+  }
+  const auto spacing = parseNumber(options.spacing);
+  if (!spacing || !(*spacing > 0.0 && *spacing <= 1e20)) {
+    throw UserError(fmt::format("--spacing {}: a time in seconds above 0 is wanted",
+                                inQuotes(options.spacing)));
+  }
+  const auto samples = parseInteger(options.samples);
+  constexpr long long kMostSamples = 10'000'000;
+  if (!samples || *samples < 2 || *samples > kMostSamples) {
+    throw UserError(fmt::format("--samples {}: a whole number from 2 to {} is wanted",
+                                inQuotes(options.samples), kMostSamples));
+  }
+  std::vector<double> times(static_cast<std::size_t>(*samples));
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    times[i] = static_cast<double>(i + 1) * *spacing;
+  }
+  return times;
+}
+
+// Seven significant places are beyond any instrument and hide the last bits in
+// which the exponentials of two mathematical libraries may differ.
+std::string decayCsv(const Decay& decay, const SimulateOptions& options) {
+  std::string text = "# computed decay, made by: " + commandText(options) + "\ntime_s,amplitude\n";
+  for (std::size_t i = 0; i < decay.time.size(); ++i) {
+    fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g}\n", decay.time[i], decay.amplitude[i]);
+  }
+  return text;
+}
+
+std::string truthCsv(const Distribution& truth, Kernel kernel, const SimulateOptions& options) {
+  std::string text = fmt::format(
+      "# true distribution of {}, made by: {}\n# log mean {:.6g} s, total amplitude {:.6g}\n"
+      "{}_s,amplitude\n",
+      fs::path(options.out).filename().string(), commandText(options), logMean(truth),
+      totalAmplitude(truth), kernel == Kernel::t2 ? "t2" : "t1");
+  for (std::size_t k = 0; k < truth.time.size(); ++k) {
+    fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g}\n", truth.time[k],
+                   truth.amplitude[k] < 1e-12 * totalAmplitude(truth) ? 0.0 : truth.amplitude[k]);
+  }
+  return text;
+}
+
+ExitStatus runSimulate(const SimulateOptions& options) {
+  const Kernel kernel = parseKernel(options.kernel, "--kernel");
+  std::vector<LogNormalPeak> peaks;
+  for (const std::string& text : options.peaks) {
+    peaks.push_back(parsePeak(text, "--peak"));
+  }
+  const std::vector<double> times = sampleTimes(options);
+  const auto noise = parseNumber(options.noise);
+  if (!noise || !(*noise >= 0.0 && std::isfinite(*noise))) {
+    throw UserError(
+        fmt::format("--noise {}: a number of 0 or above is wanted", inQuotes(options.noise)));
+  }
+  const auto seed = parseInteger(options.seed);
+  if (!seed || *seed < 0) {
+    throw UserError(
+        fmt::format("--seed {}: a whole number of 0 or above is wanted", inQuotes(options.seed)));
+  }
+  const std::vector<double> grid = parseGrid(options.grid, "--grid").times();
+  for (const LogNormalPeak& peak : peaks) {
+    if (peak.time < grid.front() || peak.time > grid.back()) {
+      throw UserError(
+          fmt::format("--peak at {}: it lies outside the grid from {} to {}; widen "
+                      "--grid",
+                      timeText(peak.time), timeText(grid.front()), timeText(grid.back())));
+    }
+  }
+
+  OutputFiles outputs;
+  const fs::path out = outputs.announce(options.out, "--out", {});
+  const fs::path truthFile =
+      options.truth.empty() ? fs::path() : outputs.announce(options.truth, "--truth", {});
+  const Distribution truth = distributionOf(peaks, grid);
+  outputs.write(
+      out, decayCsv(simulatedDecay(kernel, truth, times, *noise, static_cast<std::uint64_t>(*seed)),
+                    options));
+  if (!truthFile.empty()) {
+    outputs.write(truthFile, truthCsv(truth, kernel, options));
+  }
+  outputs.commit();
+  fmt::print("{}: {} samples from {} to {}, noise {:g}\n  true log mean {}, total amplitude {}\n",
+             options.out, times.size(), timeText(times.front()), timeText(times.back()), *noise,
+             timeText(logMean(truth)), significant(totalAmplitude(truth)));
+  return ExitStatus::success;
+}
+
+}  // namespace
+
+Command addSimulateCommand(CLI::App& program) {
+  CLI::App* line = program.add_subcommand(
+      "simulate", "Make a computed decay with seeded noise, and its true distribution");
+  const auto options = std::make_shared<SimulateOptions>();
+  const auto add = [line](const std::string& name, auto& value, const std::string& type,
+                          const std::string& text) {
+    return line->add_option(name, value, text)->type_name(type);
+  };
+  add("--kernel", options->kernel, "NAME", "t2 (default), t1-saturation or t1-inversion");
+  add("--peak", options->peaks, "T:WIDTH:AMPLITUDE",
+      "A peak normal in log10 T: centre in seconds, standard deviation in\n"
+      "decades, total; may be repeated (default 0.008:0.15:30 and 0.09:0.15:70)")
+      ->allow_extra_args(false);
+  add("--spacing", options->spacing, "S",
+      "Spacing of the samples in seconds, the first one spacing after 0\n(default 0.0002)");
+  add("--samples", options->samples, "N", "Number of samples (default 3000)");
+  add("--times", options->times, "FROM:TO:N",
+      "Sample times evenly spaced in their logarithm, in place of\n--spacing and --samples");
+  add("--noise", options->noise, "SIGMA", "Standard deviation of the noise (default 0.2)");
+  add("--seed", options->seed, "N", "Seed of the noise (default 1)");
+  add("--grid", options->grid, "FROM:TO:N",
+      "Relaxation times of the distribution (default 0.0001:10:200)");
+  add("--out", options->out, "FILE.csv", "Write the decay")->required();
+  add("--truth", options->truth, "FILE.csv", "Write the true distribution");
+  return {line, [options] { return runSimulate(*options); }};
+}
+
+}  // namespace vorin::host

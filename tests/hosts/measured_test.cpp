@@ -1,0 +1,79 @@
+// Measured decays, where they are at hand (VORIN_MEASURED_DATA_DIR).
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "common/csv.hpp"
+#include "common/measures.hpp"
+#include "common/noise.hpp"
+#include "hosts/child.hpp"
+
+namespace vorin::host::test {
+namespace {
+
+class Measured : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!fs::is_directory(VORIN_MEASURED_DATA_DIR)) {
+      GTEST_SKIP() << "no measured decays at " << VORIN_MEASURED_DATA_DIR;
+    }
+  }
+
+  static std::string file(const std::string& name) {
+    return (fs::path(VORIN_MEASURED_DATA_DIR) / name).string();
+  }
+
+  /// The distribution that `vorin invert` finds.
+  static Distribution inverted(const std::string& name, std::vector<std::string> options) {
+    const TemporaryFolder folder;
+    std::vector<std::string> words{"invert", file(name), "--out", "f.csv"};
+    words.insert(words.end(), options.begin(), options.end());
+    const Outcome outcome = runProgram(folder.path(), words);
+    EXPECT_EQ(outcome.status, 0) << outcome.err << outcome.out;
+    return outcome.status == 0 ? readDistribution(folder / "f.csv") : Distribution{};
+  }
+};
+
+TEST_F(Measured, RockEchoTrainHasItsPublishedLogMean) {
+  // 22.92 ms is what the source of the decay publishes; 0.0769 is the noise of the
+  // imaginary channel, which owes nothing to a fit.
+  const Distribution found = inverted("rock_cpmg.csv", {"--noise", "0.0769"});
+  EXPECT_NEAR(logMean(found) / 0.0229, 1.0, 0.03);
+}
+
+TEST_F(Measured, EveryDecayIsInvertedWithoutBeingToldAnything) {
+  // Beside the figures of a non-negative least-squares program of another make,
+  // whose weight was set so that the standard error is 1.02 times the smallest.
+  EXPECT_NEAR(logMean(inverted("rock_cpmg.csv", {})) / 0.0225, 1.0, 0.03);
+  EXPECT_NEAR(logMean(inverted("berea_cpmg.csv", {})) / 0.00246, 1.0, 0.03);
+  EXPECT_NEAR(
+      logMean(inverted("rock_saturation_recovery.csv", {"--kernel", "t1-saturation"})) / 0.647, 1.0,
+      0.03);
+}
+
+TEST_F(Measured, DifferencesFindTheNoiseOfTheImaginaryChannel) {
+  EXPECT_NEAR(*differenceNoise(readDecay(file("rock_cpmg.csv"))) / 0.0769, 1.0, 0.1);
+  EXPECT_NEAR(*differenceNoise(readDecay(file("berea_cpmg.csv"))) / 24.6, 1.0, 0.1);
+}
+
+// At a fixed weight: the log means are those that a non-negative least-squares
+// program of another make finds with an identity penalty.
+TEST_F(Measured, RockEchoTrainAtAFixedWeight) {
+  EXPECT_NEAR(logMean(inverted("rock_cpmg.csv", {"--weight", "1"})) / 0.0225, 1.0, 0.03);
+}
+
+TEST_F(Measured, BereaEchoTrainAtAFixedWeight) {
+  EXPECT_NEAR(logMean(inverted("berea_cpmg.csv", {"--weight", "0.01"})) / 0.00246, 1.0, 0.03);
+}
+
+TEST_F(Measured, RockSaturationRecoveryAtAFixedWeight) {
+  EXPECT_NEAR(logMean(inverted("rock_saturation_recovery.csv",
+                               {"--kernel", "t1-saturation", "--weight", "0.01"})) /
+                  0.647,
+              1.0, 0.03);
+}
+
+}  // namespace
+}  // namespace vorin::host::test

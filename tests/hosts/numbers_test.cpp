@@ -1,0 +1,58 @@
+// Numbers as text, both ways.
+#include "common/numbers.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace vorin::host {
+namespace {
+
+TEST(Numbers, ReadsWhatPeopleAndProgramsWrite) {
+  EXPECT_EQ(parseNumber("0.0012"), 0.0012);
+  EXPECT_EQ(parseNumber(" 1.2e-3\t"), 0.0012);
+  EXPECT_EQ(parseNumber("+7"), 7.0);
+  EXPECT_EQ(parseNumber("-.5E+1"), -5.0);
+  EXPECT_EQ(parseNumber("1e-999"), 0.0);
+  EXPECT_EQ(parseNumber("-1e999"), -HUGE_VAL);
+  EXPECT_TRUE(std::isnan(*parseNumber("nan")));
+}
+
+TEST(Numbers, TakesTheWholeTextOrNothing) {
+  for (const char* text :
+       {"", " ", "abc", "1.5x", "1,5", "1 2", "0x10", "+-3", "++3", "--3", "e5"}) {
+    EXPECT_FALSE(parseNumber(text).has_value()) << text;
+  }
+  for (const char* text : {"", "1.5", "1e3", "12a", "99999999999999999999"}) {
+    EXPECT_FALSE(parseInteger(text).has_value()) << text;
+  }
+  EXPECT_EQ(parseInteger(" -12 "), -12);
+}
+
+TEST(Numbers, QuotesHarmlessly) {
+  EXPECT_EQ(inQuotes("abc"), "\"abc\"");
+  EXPECT_EQ(inQuotes(std::string_view("a\0\x1b\xc3", 4)), "\"a???\"");
+  EXPECT_EQ(inQuotes(std::string(41, 'x')), "\"" + std::string(40, 'x') + "...\"");
+}
+
+TEST(Numbers, TimesTakeTheUnitThatSuitsThem) {
+  EXPECT_EQ(timeText(0.0229), "22.9 ms");
+  EXPECT_EQ(timeText(0.0004), "400 us");
+  EXPECT_EQ(timeText(1.0), "1.00 s");
+  EXPECT_EQ(timeText(12.345), "12.3 s");
+  EXPECT_EQ(timeText(2.5e-8), "25.0 ns");
+  EXPECT_EQ(timeText(0.0), "0 s");
+  // Rounding must not leave the unit: 0.99996 s is 1.00 s and not 1000 ms.
+  EXPECT_EQ(timeText(0.99996), "1.00 s");
+  EXPECT_EQ(timeText(9.996e-3), "10.0 ms");
+}
+
+TEST(Numbers, SignificantPlaces) {
+  EXPECT_EQ(significant(0.076912), "0.07691");
+  EXPECT_EQ(significant(47588.4), "47588");
+  EXPECT_EQ(significant(0.0), "0");
+  EXPECT_EQ(percentText(0.375), "37.5 %");
+}
+
+}  // namespace
+}  // namespace vorin::host
