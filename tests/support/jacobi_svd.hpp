@@ -15,6 +15,15 @@ namespace vorin::test {
 template <class Real>
 std::vector<double> jacobiSingularValues(std::size_t m, std::size_t n, const Real* A) {
   std::vector<double> a(A, A + m * n);
+  // A power of two brings the largest element near 1: squares of squares stay in range.
+  double largest = 0.0;
+  for (const double value : a) {
+    largest = std::max(largest, std::abs(value));
+  }
+  const int exponent = std::ilogb(largest > 0.0 ? largest : 1.0);
+  for (double& value : a) {
+    value = std::ldexp(value, -exponent);
+  }
   const auto dot = [&](std::size_t p, std::size_t q) {
     double sum = 0.0;
     for (std::size_t i = 0; i < m; ++i) {
@@ -52,7 +61,7 @@ std::vector<double> jacobiSingularValues(std::size_t m, std::size_t n, const Rea
   }
   std::vector<double> values(n);
   for (std::size_t j = 0; j < n; ++j) {
-    values[j] = std::sqrt(dot(j, j));
+    values[j] = std::ldexp(std::sqrt(dot(j, j)), exponent);
   }
   std::sort(values.begin(), values.end(), std::greater<>());
   return values;
