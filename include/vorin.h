@@ -376,6 +376,65 @@ VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t
                                       int32_t* count, float* yPruned, float* tSum, float* binNorm,
                                       float* P, int32_t* status) VORIN_NOEXCEPT;
 
+/* As VorinPruneZ with the pruned kernel formed, mean positions, one try at target bins
+ * and no empty row: count is the number of bins that hold points. With scale v,
+ *
+ *     P(k, i) = 1 / s_k in bin k,  s_k = sqrt(sum of v^2),  yPruned = P y,  kPruned = P k.
+ *
+ *   nCols     in   columns of the kernel, by value
+ *   nPoints   in   number of points, by value
+ *   ldPoints  in   capacity of the point arrays and columns of P, at least nPoints, by value
+ *   maxBins   in   capacity of the bin arrays, leading dimension of P and kPruned, by value
+ *   y         in   data, nPoints
+ *   t         in   position of each point, ldPoints, rising; above 0 for mode 1
+ *   k         in   kernel, ldPoints x nCols by columns
+ *   scale     in   scale v of each point, nPoints
+ *   prLo      in   1-based index of the point at which the bins begin, by value;
+ *                  outside 1 .. nPoints the first point
+ *   prHi      in   by value; accepted and without influence
+ *   target    in   number of bins, by value; at most maxBins counts
+ *   mode      in   VORIN_PRUNE_LOG or VORIN_PRUNE_LINEAR, by value; any other value lays
+ *                  no bins, and count is 0
+ *   count     out  number of pruned rows. When no bin holds a point it is the number of
+ *                  bins laid, over a pruned problem of zeros.
+ *   yPruned   out  pruned data, maxBins; 0 past count
+ *   tMean     out  (sum of t over the bin) / s_k^2, maxBins: with v = 1 the mean position;
+ *                  0 past count
+ *   kPruned   out  pruned kernel, maxBins x nCols by columns; 0 past count
+ *   binNorm   out  s_k, maxBins; at least 1e-10, and that past count
+ *   P         out  the map, maxBins x ldPoints by columns
+ *   status    out  always 0 */
+VORIN_API void VORIN_CALL VorinPrune(int32_t nCols, int32_t nPoints, int32_t ldPoints,
+                                     int32_t maxBins, const float* y, const float* t,
+                                     const float* k, const float* scale, int32_t prLo, int32_t prHi,
+                                     int32_t target, int32_t mode, int32_t* count, float* yPruned,
+                                     float* tMean, float* kPruned, float* binNorm, float* P,
+                                     int32_t* status) VORIN_NOEXCEPT;
+
+/* As VorinPrune for points of unequal noise, with up to nine tries at the edges as
+ * VorinPruneZ makes them. Data and kernel rows are divided by the scale before they are
+ * summed, and bins by the root of their number of points n_k, so that with v the standard
+ * deviation of each point every pruned value has noise 1:
+ *
+ *     P(k, i) = 1 / sqrt(n_k) in bin k,  yPruned = P (y / v),  kPruned = P (k / v).
+ *
+ * Arguments as for VorinPrune, but for:
+ *   scale     in   scale v of each point, nPoints; a 0 gives an infinite result
+ *   target    in   wanted count, by value, at most maxBins. A search that ends well leaves
+ *                  target - 1 bins with points.
+ *   count     in and out  the bins with points, or what it held if that is more: set it
+ *                  to 0 before the call. Rows without points, up to a greater value,
+ *                  are not numbers.
+ *   tMean     out  mean position of each bin, maxBins
+ *   binNorm   out  1 / (sum over the bin of P / v), maxBins; at least 1e-10, and that past
+ *                  count */
+VORIN_API void VORIN_CALL VorinPrune2(int32_t nCols, int32_t nPoints, int32_t ldPoints,
+                                      int32_t maxBins, const float* y, const float* t,
+                                      const float* k, const float* scale, int32_t prLo,
+                                      int32_t prHi, int32_t target, int32_t mode, int32_t* count,
+                                      float* yPruned, float* tMean, float* kPruned, float* binNorm,
+                                      float* P, int32_t* status) VORIN_NOEXCEPT;
+
 /* ------------------------------------------------------------------------
  * SVD compression: fewer kernel rows before an inversion
  * ------------------------------------------------------------------------ */
@@ -465,6 +524,35 @@ VORIN_API void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m
                                            const float* d, const float* SVDT, const int32_t* SVDN,
                                            int32_t* count, float* Kc, float* dc, float* U,
                                            float* VT, float* S, int32_t* status) VORIN_NOEXCEPT;
+
+/* Pruning by VorinPruneZ and compression by VorinCompSVD_s, either or both, without an
+ * inversion. With pmode and SVDN both below 1 nothing is written, status included.
+ *
+ *   n       in   columns of the kernel, by value
+ *   nf      in   data points, by value
+ *   ldK     in   leading dimension of K, at least nf, by value
+ *   cap     in   most rows of the reduced problem and leading dimension of Kout, by value
+ *   Y       in   data, nf, in the host's unit
+ *   T       in   position of each point, nf, rising; above 0 for logarithmic bins
+ *   K       in   kernel, ldK x n by columns
+ *   W       in   scale of each point, nf, as for VorinPruneZ
+ *   first   in   1-based index of the point at which the bins begin, by value
+ *   last    in   by value; accepted and without influence
+ *   want    in   wanted count of pruned rows, by value
+ *   pmode   in   a VORIN_PRUNE_ constant, by value; below 1 there is no pruning
+ *   SVDT    in   threshold of the compression, by value
+ *   SVDN    in   most rows to keep, by value; below 1 there is no compression
+ *   count   out  rows of the reduced problem. From pruning alone the last row is empty.
+ *   Yout    out  reduced data, cap
+ *   Kout    out  reduced kernel, cap x n by columns. From pruning alone the rows past
+ *                count are left alone, from a compression they are 0 up to row n.
+ *   status  out  VORIN_COMP_OK, or VORIN_COMP_ROWS_ABOVE_CAPACITY with SVDN above cap:
+ *                count, Yout and Kout are then those of the pruning, if there was one */
+VORIN_API void VORIN_CALL VorinComp_s(int32_t n, int32_t nf, int32_t ldK, int32_t cap,
+                                      const float* Y, const float* T, const float* K,
+                                      const float* W, int32_t first, int32_t last, int32_t want,
+                                      int32_t pmode, float SVDT, int32_t SVDN, int32_t* count,
+                                      float* Yout, float* Kout, int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Noise measures without an inversion
@@ -618,6 +706,27 @@ VORIN_API void VORIN_CALL plsReg_DLL(const double* X, int32_t m, int32_t n, cons
  *   status  out  always VORIN_LUREG_DONE */
 VORIN_API void VORIN_CALL LUReg_DLL(const double* X, int32_t m, int32_t n, const double* y,
                                     double* x, const double* lambda, int32_t K,
+                                    int32_t* status) VORIN_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Stubs, for a host that wants to try the interface of the corner search
+ * ------------------------------------------------------------------------ */
+
+/* Nothing is solved: f (n) becomes 0, rss, rssSlope and status become 0, and the rest
+ * is not touched.
+ *
+ *   m, n      in   rows and columns of K, by value
+ *   K, d      -    kernel (m x n by columns) and data (m); not looked at
+ *   f         out  n zeros
+ *   w         -    the weight, left as it is
+ *   rss       out  0
+ *   rssSlope  out  0
+ *   status    out  0 */
+VORIN_API void VORIN_CALL debug2_sp(int32_t m, int32_t n, const float* K, const float* d, float* f,
+                                    float* w, float* rss, float* rssSlope,
+                                    int32_t* status) VORIN_NOEXCEPT;
+VORIN_API void VORIN_CALL debug2_dp(int32_t m, int32_t n, const double* K, const double* d,
+                                    double* f, double* w, double* rss, double* rssSlope,
                                     int32_t* status) VORIN_NOEXCEPT;
 
 #ifdef __cplusplus

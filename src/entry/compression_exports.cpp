@@ -1,4 +1,6 @@
-// The exported SVD compressions: one algorithm, four ways of keeping the factors.
+// The exported SVD compressions: one algorithm, four ways of keeping the factors. And
+// pruning and compression in one call.
+#include "reduce/comp.hpp"
 #include "reduce/comp_svd.hpp"
 #include "vorin.h"
 
@@ -32,4 +34,12 @@ void VorinCompSVD3z_s(const int32_t* mode, const int32_t* m, const int32_t* n, c
                       float* VT, float* S, int32_t* status) noexcept {
   const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
   vorin::reduce::compress(*mode, job, {U, VT, S}, *count, *status);
+}
+
+void VorinComp_s(int32_t n, int32_t nf, int32_t ldK, int32_t cap, const float* Y, const float* T,
+                 const float* K, const float* W, int32_t first, int32_t /*last*/, int32_t want,
+                 int32_t pmode, float SVDT, int32_t SVDN, int32_t* count, float* Yout, float* Kout,
+                 int32_t* status) noexcept {
+  vorin::reduce::reduceProblem(
+      {n, nf, ldK, cap, Y, T, K, W, first, want, pmode, SVDT, SVDN, Yout, Kout}, *count, *status);
 }

@@ -1,31 +1,21 @@
-// The exported pruning: a plan rendered as the dense matrix that hosts expect.
+// The exported prunings: a plan rendered as the dense matrix that hosts expect.
 #include <algorithm>
-#include <cstddef>
 
 #include "reduce/prune_plan.hpp"
+#include "reduce/prune_variants.hpp"
 #include "vorin.h"
 
 namespace {
 
 using vorin::reduce::PrunePlan;
 
-// Norms past the filled rows have this value, down to the capacity.
-constexpr float emptyNorm = 1e-10f;
-
-void render(const PrunePlan& plan, int maxBins, int ldPoints, const float* t, float* tSum,
-            float* binNorm, float* P) {
-  const std::ptrdiff_t rows = std::max(maxBins, 0);
-  const std::ptrdiff_t columns = std::max(ldPoints, 0);
-  std::fill(P, P + rows * columns, 0.0f);
-  std::fill(binNorm, binNorm + rows, emptyNorm);
-  std::fill(tSum, tSum + std::min<std::ptrdiff_t>(plan.count(), rows), 0.0f);
+void describe(const PrunePlan& plan, int maxBins, const float* t, float* tSum, float* binNorm) {
+  const int rows = std::max(maxBins, 0);
+  std::fill_n(binNorm, rows, vorin::reduce::smallestNorm);
+  std::fill_n(tSum, std::min(plan.count(), rows), 0.0f);
   for (int r = 0; r < plan.filled(); ++r) {
-    const float share = 1.0f / plan.norm(r);
     binNorm[r] = plan.norm(r);
-    plan.forEachPoint(r, [&](int i) {
-      tSum[r] += t[i];
-      P[r + i * rows] = share;
-    });
+    plan.forEachPoint(r, [&](int i) { tSum[r] += t[i]; });
   }
 }
 
@@ -42,5 +32,26 @@ void VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t maxBins, const float
   if (plan.filled() > 0) {
     plan.apply(y, yPruned);
   }
-  render(plan, maxBins, ldPoints, t, tSum, binNorm, P);
+  plan.render(maxBins, ldPoints, P);
+  describe(plan, maxBins, t, tSum, binNorm);
+}
+
+void VorinPrune(int32_t nCols, int32_t nPoints, int32_t ldPoints, int32_t maxBins, const float* y,
+                const float* t, const float* k, const float* scale, int32_t prLo, int32_t /*prHi*/,
+                int32_t target, int32_t mode, int32_t* count, float* yPruned, float* tMean,
+                float* kPruned, float* binNorm, float* P, int32_t* status) noexcept {
+  *status = 0;
+  vorin::reduce::pruneScaled({nCols, nPoints, ldPoints, maxBins, y, t, k, scale, prLo, target, mode,
+                              yPruned, tMean, kPruned, binNorm, P},
+                             *count);
+}
+
+void VorinPrune2(int32_t nCols, int32_t nPoints, int32_t ldPoints, int32_t maxBins, const float* y,
+                 const float* t, const float* k, const float* scale, int32_t prLo, int32_t /*prHi*/,
+                 int32_t target, int32_t mode, int32_t* count, float* yPruned, float* tMean,
+                 float* kPruned, float* binNorm, float* P, int32_t* status) noexcept {
+  *status = 0;
+  vorin::reduce::pruneWhitened({nCols, nPoints, ldPoints, maxBins, y, t, k, scale, prLo, target,
+                                mode, yPruned, tMean, kPruned, binNorm, P},
+                               *count);
 }

@@ -139,12 +139,16 @@ void BinFinder::list(float from, float to, std::vector<int>& points) const {
 
 std::vector<float> layEdges(const PruneRequest& request, const BinFinder& finder) {
   const Range range = rangeOf(request);
+  std::vector<float> edges;
+  if (!request.adjust) {
+    buildEdges(request, range, request.target, edges);
+    return edges;
+  }
   const float target = static_cast<float>(request.target);
   const std::int64_t wanted = 6 * static_cast<std::int64_t>(request.maxBins);
   const int limit =
       static_cast<int>(std::min<std::int64_t>(wanted, std::numeric_limits<std::int32_t>::max()));
   int edgeCount = std::min(truncateToInt(target * 1.3f), limit);
-  std::vector<float> edges;
   for (int attempt = 1;; ++attempt) {
     buildEdges(request, range, edgeCount, edges);
     const int count = countRows(edges, finder);

@@ -7,22 +7,17 @@
 #include "reduce/bin_edges.hpp"
 
 namespace vorin::reduce {
-namespace {
 
-// No norm is below this, so that a bin of points with scale 0 divides by something.
-constexpr float smallestNorm = 1e-10f;
-
-}  // namespace
-
-PrunePlan::PrunePlan(const PruneRequest& request) {
+PrunePlan::PrunePlan(const PruneRequest& request) : closingRow_(request.closingRow) {
   if (request.points < 1) {
     return;
   }
   PruneRequest wanted = request;
   wanted.target = std::min(request.target, request.maxBins);
   const BinFinder finder(wanted.points, wanted.t);
-  // One row is the empty one: bins past the capacity take no row.
-  const auto most = static_cast<std::size_t>(std::max(wanted.maxBins - 1, 0));
+  // Bins past the capacity take no row.
+  const int capacity = std::max(wanted.maxBins, 0);
+  const auto most = static_cast<std::size_t>(std::max(capacity - (closingRow_ ? 1 : 0), 0));
   forEachBin(layEdges(wanted, finder), [&](float from, float to) {
     if (rows_.size() >= most) {
       return;
@@ -41,7 +36,10 @@ PrunePlan::PrunePlan(const PruneRequest& request) {
   });
   for (int r = 0; r < filled(); ++r) {
     float square = 0.0f;
-    forEachPoint(r, [&](int i) { square += wanted.scale[i] * wanted.scale[i]; });
+    forEachPoint(r, [&](int i) {
+      const float scale = wanted.scale != nullptr ? wanted.scale[i] : 1.0f;
+      square += scale * scale;
+    });
     const float norm = std::sqrt(square);
     rows_[static_cast<std::size_t>(r)].norm = norm < smallestNorm ? smallestNorm : norm;
   }
@@ -54,7 +52,9 @@ void PrunePlan::apply(const float* values, float* out) const {
     forEachPoint(r, [&](int i) { sum += values[i] * share; });
     out[r] = sum;
   }
-  out[filled()] = 0.0f;
+  if (closingRow_) {
+    out[filled()] = 0.0f;
+  }
 }
 
 void PrunePlan::apply(int columns, const float* in, int ldIn, float* out, int ldOut) const {
@@ -78,12 +78,25 @@ void PrunePlan::apply(int columns, const float* in, int ldIn, float* out, int ld
         out[r + (j0 + j) * outStep] = sums[j];
       }
     }
-    for (int j = 0; j < group; ++j) {
+    for (int j = 0; closingRow_ && j < group; ++j) {
       out[filled() + (j0 + j) * outStep] = 0.0f;
     }
   }
   for (; j0 < columns; ++j0) {
     apply(in + j0 * inStep, out + j0 * outStep);
+  }
+}
+
+void PrunePlan::render(int rows, int columns, float* P) const {
+  const std::ptrdiff_t step = std::max(rows, 0);
+  std::fill_n(P, step * std::max(columns, 0), 0.0f);
+  for (int r = 0; r < filled(); ++r) {
+    const float share = 1.0f / norm(r);
+    forEachPoint(r, [&](int i) {
+      if (i < columns) {
+        P[r + i * step] = share;
+      }
+    });
   }
 }
 

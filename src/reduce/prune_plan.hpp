@@ -21,19 +21,26 @@ struct PruneRequest {
   int capacityPoints = 0;        ///< elements of t, at least `points`
   int maxBins = 0;               ///< most rows a plan may have
   const float* t = nullptr;      ///< positions, rising
-  const float* scale = nullptr;  ///< scale of each point
+  const float* scale = nullptr;  ///< scale of each point; none: 1 for all
   int firstPoint = 1;            ///< 1-based index of the point at which the bins begin
   int target = 0;                ///< wanted count of rows
   int mode = kPruneLog;
+  bool adjust = true;      ///< lay 1.3 target edges, then anew until the count is reached;
+                           ///< else target edges, once
+  bool closingRow = true;  ///< end with an empty row
 };
+
+/// Rows past those that hold points have this norm, and no row a smaller one, so that a
+/// bin of points with scale 0 divides by something.
+inline constexpr float smallestNorm = 1e-10f;
 
 class PrunePlan {
  public:
   explicit PrunePlan(const PruneRequest& request);
 
-  /// Rows of the pruned problem. The last one is always empty (a zero row with
-  /// datum 0), so there is one more than bins with points.
-  int count() const { return filled() + 1; }
+  /// Rows of the pruned problem. With a closing row the last one is always empty (a
+  /// zero row with datum 0), so there is one more than bins with points.
+  int count() const { return filled() + (closingRow_ ? 1 : 0); }
   int filled() const { return static_cast<int>(rows_.size()); }
 
   /// The norm s of filled row r.
@@ -49,12 +56,16 @@ class PrunePlan {
   }
 
   /// out[r] = sum over the points i of row r of values[i] / norm(r), for the filled
-  /// rows; 0 for the last one. `out` has count() elements.
+  /// rows; 0 for the closing one. `out` has count() elements.
   void apply(const float* values, float* out) const;
 
   /// The same for each of `columns` columns: `in` with leading dimension ldIn,
   /// `out` with leading dimension ldOut, at least count().
   void apply(int columns, const float* in, int ldIn, float* out, int ldOut) const;
+
+  /// The dense matrix of the map, `rows` by `columns` by columns, for hosts that expect
+  /// one: 1 / norm(r) at the points of row r, 0 elsewhere.
+  void render(int rows, int columns, float* P) const;
 
  private:
   // Points listed_[begin .. end) of a row; the points begin .. end themselves
@@ -67,6 +78,7 @@ class PrunePlan {
 
   std::vector<Row> rows_;
   std::vector<int> listed_;
+  bool closingRow_;
 };
 
 }  // namespace vorin::reduce

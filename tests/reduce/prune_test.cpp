@@ -9,12 +9,14 @@
 #include <vector>
 
 #include "reduce/prune_plan.hpp"
+#include "support/dense_bins.hpp"
 #include "support/problems.hpp"
 #include "vorin.h"
 
 namespace {
 
 using vorin::test::area;
+using vorin::test::DenseBins;
 
 struct Pruned {
   int count = -1;
@@ -68,79 +70,17 @@ std::vector<float> evenTimes(int n, float step = 1.0f) {
   return t;
 }
 
-// The edges of one try, by the formulas.
-std::vector<float> literalEdges(const Request& request, int N) {
-  const auto& t = request.t;
-  const int n = static_cast<int>(t.size());
-  const float h = 0.5f * std::min(t[0], t[1] - t[0]);
-  float base =
-      request.prLo >= 1 && request.prLo <= n ? t[static_cast<std::size_t>(request.prLo - 1)] : t[0];
-  if (base < 1e-10f) {
-    base = *std::min_element(t.begin(), t.end());
-  }
-  const float lo = base - h;
-  const float hi = t.back() + h;
-  const auto mix = [](float a, float b, int k, int steps) {
-    return (a * static_cast<float>(steps - k) + b * static_cast<float>(k)) /
-           static_cast<float>(steps);
-  };
-  const auto log10f = [](float x) { return static_cast<float>(std::log10(double(x))); };
-  const auto pow10f = [](float x) { return static_cast<float>(std::pow(10.0, double(x))); };
-  std::vector<float> g(static_cast<std::size_t>(std::max(N, 0)));
-  const int leading = request.mode == VORIN_PRUNE_LEADING ? request.prLo - 1 : 0;
-  for (int k = 0; k < N; ++k) {
-    float& edge = g[static_cast<std::size_t>(k)];
-    if (k < leading) {
-      edge = t[static_cast<std::size_t>(k)] - h / 2.0f;
-    } else if (request.mode == VORIN_PRUNE_LINEAR) {
-      edge = mix(lo, hi, k, N - 1);
-    } else {
-      edge = pow10f(mix(log10f(lo), log10f(hi), k - leading, N - 1 - leading));
-    }
-  }
-  return g;
-}
-
 Pruned literalPrune(const Request& request) {
   const auto& t = request.t;
   const std::vector<float> y = dataOf(request);
   const std::vector<float> v = scaleOf(request);
   const std::size_t n = t.size();
   const auto bins = static_cast<std::size_t>(request.maxBins);
-  const int target = std::min(request.target, request.maxBins);
-  int N = static_cast<int>(static_cast<float>(target) * 1.3f);
-  std::vector<float> g;
-  const auto inBin = [&](std::size_t k, float x) {
-    return k == 0 ? x >= -1e20f && x <= g[0] : g[k - 1] <= x && x <= g[k];
-  };
-  const auto holds = [&](std::size_t k) {
-    return std::any_of(t.begin(), t.end(), [&](float x) { return inBin(k, x); });
-  };
-  for (int attempt = 1;;) {
-    N = std::min(N, 6 * request.maxBins);
-    g = literalEdges(request, N);
-    int c = 1;
-    for (std::size_t k = 0; k < g.size(); ++k) {
-      c += holds(k) ? 1 : 0;
-    }
-    if (c == target || ++attempt > 9) {
-      break;
-    }
-    N = static_cast<int>(
-        static_cast<float>(target) * static_cast<float>(N) / static_cast<float>(c) + 0.5f);
-  }
+  const DenseBins literal{t, request.prLo, request.mode};
+  const std::vector<float> g = literal.adjustedEdges(request.target, request.maxBins);
   Pruned out;
   out.P.assign(bins * n, 0.0f);
-  std::size_t r = 0;
-  for (std::size_t k = 0; k < g.size() && r + 1 < bins; ++k) {
-    if (!holds(k)) {
-      continue;
-    }
-    for (std::size_t i = 0; i < n; ++i) {
-      out.P[r + i * bins] += inBin(k, t[i]) ? 1.0f : 0.0f;
-    }
-    ++r;
-  }
+  const std::size_t r = literal.fill(g, bins, bins - 1, out.P);
   out.count = static_cast<int>(r) + 1;
   out.status = 0;
   out.tSum.assign(bins, untouched);
