@@ -612,6 +612,81 @@ VORIN_API void VORIN_CALL VorinSEROL(const float* thresh, const float* ridge, co
                                      int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
+ * Text: numbers in fields of characters, for hosts without formatted output
+ *
+ * A text is *len characters, blank-padded or cut; a length of 0 or below means no
+ * text, and nothing outside is written. These calls read no key and write no log.
+ * ------------------------------------------------------------------------ */
+
+/* The status of CHGetFormat_dp. There is only one. */
+enum { VORIN_FORMAT_DONE = 0 };
+
+/* A format that shows all of an array's values in w columns: (I8) when each of them
+ * lies within 2e-12 of an integer, as those of an empty array do; otherwise
+ * (G 8. 2), general notation with w - 6 significant places, both numbers in two
+ * columns and as stars when they need more. The format is made in 8 characters, and
+ * what goes beyond them is lost.
+ *
+ *   values  in   count numbers
+ *   count   in   how many, by value; 0 or below means none
+ *   w       in   columns wanted, by address; not checked
+ *   text    out  the format, *len characters
+ *   len     in   length of text, by address; 8 hold every format
+ *   status  out  always VORIN_FORMAT_DONE */
+VORIN_API void VORIN_CALL CHGetFormat_dp(const double* values, int32_t count, const int32_t* w,
+                                         char* text, const int32_t* len,
+                                         int32_t* status) VORIN_NOEXCEPT;
+
+/* A number as text of at most 32 characters.
+ *
+ * Within 2e-12 of an integer, that integer in int(log10|value|) + 2 columns, so with
+ * a blank or the sign in front (" 1000"); zero in one column ("0"). An integer that
+ * needs more than 32 columns, from 1e31 on, shows 32 stars, and a negative one that
+ * only the rounding brings to a power of ten shows as many stars as its columns are.
+ *
+ * Off the integers, as CHToString3_dp with w = 13, d = 6, lower = 0.1, upper = 1e6 and
+ * fmin = 10: 10 columns in fixed notation ("  12.345600"), else 13 in exponent notation
+ * (" 0.123450E-06"). Either reads back to 6 significant places. NaN and infinities
+ * are shown by name.
+ *
+ *   text   out  the number, *len characters
+ *   value  in   the number, by address
+ *   len    in   length of text, by address; a shorter text than the columns loses the
+ *               number's end, which 32 never do */
+VORIN_API void VORIN_CALL CHToString_dp(char* text, const double* value,
+                                        const int32_t* len) VORIN_NOEXCEPT;
+
+/* A number as text in a notation that its magnitude decides.
+ *
+ * Exponent notation when |value| is below *lower or not below *upper: w columns with d
+ * places (0.123450E-06), d counting as 0 when it is below. Otherwise fixed notation
+ * in wf columns, the larger of fmin and w - 4 but at most w, with
+ *
+ *     (d - w) - (int(log10|value| + 0.5) + (1 for a negative value)) + 4 + wf
+ *
+ * decimals, at least 0 and at most wf - 2; int cuts off the fraction. A value too wide
+ * for its columns shows stars in all of them. More than 32 columns show 32 stars,
+ * and columns of 0 or below leave the text blank.
+ *
+ *   text          out  the number, *len characters
+ *   value         in   the number, by address
+ *   w, d          in   columns and places, by address
+ *   lower, upper  in   the range of fixed notation, by address
+ *   fmin          in   fewest columns in fixed notation, by address
+ *   len           in   length of text, by address */
+VORIN_API void VORIN_CALL CHToString3_dp(char* text, const double* value, const int32_t* w,
+                                         const int32_t* d, const double* lower, const double* upper,
+                                         const int32_t* fmin, const int32_t* len) VORIN_NOEXCEPT;
+
+/* An integer as text, in as many columns as it has characters.
+ *
+ *   text   out  the digits, with a minus sign when negative, *len characters
+ *   value  in   the integer, by address
+ *   len    in   length of text, by address; 11 hold every integer */
+VORIN_API void VORIN_CALL CHToString_i4b(char* text, const int32_t* value,
+                                         const int32_t* len) VORIN_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
  * Regression: linear fits without the parameter block
  *
  * Four fits of a host's own matrix and data. They read no key and open no log.
