@@ -612,6 +612,33 @@ VORIN_API void VORIN_CALL VorinSEROL(const float* thresh, const float* ridge, co
                                      int32_t* status) VORIN_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
+ * The save section
+ *
+ * With SAVE = 1 or REPO above 3, Voriny_s and the entries that lead to it end by
+ * writing the inversion as text, behind the last line of the log:
+ *
+ *    " !  Vorin save1"
+ *    " [PARAM]"  "nf" and the number of grid points, "ng" and the number of data
+ *                points (the reverse of the names here), then 32 keys, each in 4
+ *                columns, three blanks, and what a query answers as text
+ *    " [COEF]"   a line a grid point: G, F, F
+ *    " [DATA]"   a line a data point: T, Y, FIT
+ *    " [K]"      a line a data point: its row of K, each value a blank and 12 columns
+ *                with 5 significant places
+ *    " [EOF]"
+ *
+ * with empty lines between the parts. The numbers of [COEF] and [DATA] stand in a
+ * blank and 16 columns each and read back as the same float. Where REPO of 0 has
+ * closed the log, there is no section.
+ *
+ * When the log could not be opened, SAVE = 2 with REPO above 3 leaves a compact form
+ * instead, of comma-separated fields without K and FIT, in a file beside the log: the
+ * log's name with .sav for its extension ("Vorin.sav" by default), rewritten by each
+ * such call. A file that can't be opened either costs the section. Nothing else is
+ * written anywhere.
+ * ------------------------------------------------------------------------ */
+
+/* ------------------------------------------------------------------------
  * Text: numbers in fields of characters, for hosts without formatted output
  *
  * A text is *len characters, blank-padded or cut; a length of 0 or below means no

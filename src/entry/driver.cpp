@@ -7,6 +7,8 @@
 #include "entry/report.hpp"
 #include "params/block.hpp"
 #include "params/log.hpp"
+#include "params/log_file.hpp"
+#include "params/save_section.hpp"
 #include "params/store.hpp"
 #include "reduce/prune_plan.hpp"
 #include "toolbox/convert.hpp"
@@ -62,6 +64,13 @@ void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& sta
   weight::Vorin_SEtoW(rows, job.ng, kernel.data(), data.data(), job.F, status);
 }
 
+// Required: a log at level 4 brings the section even when SAVE says 0, and SAVE asks
+// for it with 1 alone: 2 only chooses a layout. Nothing else is looked at, SAVF least
+// of all.
+bool wantsSaveSection() {
+  return params::queryInteger("SAVE") == 1 || params::queryInteger("REPO") > 3;
+}
+
 }  // namespace
 
 void invert(const Inversion& job, std::int32_t& status) {
@@ -73,6 +82,11 @@ void invert(const Inversion& job, std::int32_t& status) {
     invertPruned(job, mode, status);
   }
   endInversion(job, status);
+  if (wantsSaveSection()) {
+    // The second column of the distribution's table is the distribution as well.
+    params::VorinSave(params::logUnit(), job.nf, job.ng, job.K, job.T, job.Y, job.FIT, job.G, job.F,
+                      job.F, status);
+  }
   params::VorinLogOpen(false);
 }
 

@@ -27,7 +27,17 @@ std::string queryText(std::string_view key, std::size_t width) {
   return text;
 }
 
-/// The name of the log file, of the first 80 characters of FLOG.
+void writeHeader() {
+  constexpr std::size_t dateWidth = 35;
+  const std::string versionLine = queryText("VERS", versionWidth) + std::string(banner);
+  VorinLogText(rule);
+  VorinLogText(versionLine);
+  VorinLogText("date =" + DateTimeText(dateWidth));
+  VorinLogText(rule);
+}
+
+}  // namespace
+
 std::string logFileName() {
   constexpr std::size_t nameWidth = 80;
   const std::string field = queryText("FLOG", nameWidth);
@@ -44,17 +54,6 @@ std::string logFileName() {
   // A name of 77 characters or more loses part of the extension.
   return (name + ".log").substr(0, nameWidth);
 }
-
-void writeHeader() {
-  constexpr std::size_t dateWidth = 35;
-  const std::string versionLine = queryText("VERS", versionWidth) + std::string(banner);
-  VorinLogText(rule);
-  VorinLogText(versionLine);
-  VorinLogText("date =" + DateTimeText(dateWidth));
-  VorinLogText(rule);
-}
-
-}  // namespace
 
 void VorinLogOpen(bool open) {
   closeLogUnit();  // the log is per inversion: one left open ends here

@@ -3,9 +3,14 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace vorin::params {
+
+/// The name of the log file as FLOG gives it at this moment, of its first 80
+/// characters.
+std::string logFileName();
 
 /// True opens the log under the name that FLOG gives and writes the header;
 /// false closes it. A file that can't be opened costs the lines, nothing else.
