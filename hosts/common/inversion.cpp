@@ -139,7 +139,9 @@ class Problem {
     result.reachedError = static_cast<double>(queryNumber("CSE")) * scale_;
     result.fitError = rootMeanSquareDifference(amplitude_, result.fit, scale_);
     result.weightSteps = static_cast<int>(std::lround(queryNumber("CWIT")));
-    result.passes = static_cast<int>(std::lround(queryNumber("CITE")));
+    if (queryNumber("BRDA") != 3.0F) {  // the quadratic program has no passes
+      result.passes = static_cast<int>(std::lround(queryNumber("CITE")));
+    }
     if (result.mode == WeightMode::noise) {
       result.wantedError = static_cast<double>(queryNumber("DSE")) * scale_;
       if (const float used = queryNumber("CSIG"); used != queryNumber("SIG")) {

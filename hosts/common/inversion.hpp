@@ -47,7 +47,7 @@ struct Inversion {
   double reachedError = 0.0;  ///< of the pruned points
   double fitError = 0.0;      ///< root mean square of decay - fit over all samples
   int weightSteps = 0;        ///< solves of the weight search; 0 for a fixed weight
-  int passes = 0;             ///< of the last solve
+  int passes = 0;             ///< of the last solve; 0 when it was none that iterates
 };
 
 /// The abscissae on which the library prunes: the times themselves, unless the

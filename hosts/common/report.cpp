@@ -39,15 +39,19 @@ std::string weightText(const Inversion& inversion) {
   const std::string weight = significant(inversion.weight);
   switch (inversion.mode) {
     case WeightMode::fixed:
-      return fmt::format("{} (given), {} passes of the solver", weight, inversion.passes);
+      return inversion.passes == 0
+                 ? fmt::format("{} (given)", weight)
+                 : fmt::format("{} (given), {}", weight,
+                               inversion.passes == 1
+                                   ? "1 pass of the solver"
+                                   : fmt::format("{} passes of the solver", inversion.passes));
     case WeightMode::corner:
-      return weight + " (corner of the L-curve)";
+      return fmt::format("{} (corner of the L-curve)", weight);
     case WeightMode::noise:
       break;
   }
-  return fmt::format("{} after {} iteration{}, {} passes in the last", weight,
-                     inversion.weightSteps, inversion.weightSteps == 1 ? "" : "s",
-                     inversion.passes);
+  return fmt::format("{} after {} iteration{}", weight, inversion.weightSteps,
+                     inversion.weightSteps == 1 ? "" : "s");
 }
 
 std::string errorText(const Inversion& inversion) {

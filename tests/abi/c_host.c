@@ -15,7 +15,9 @@
 
 enum { NF = 64, NG = 16 };
 
-int32_t sum(int32_t a, int32_t b) VORIN_NOEXCEPT { return a * 1000 + b; }
+int32_t sum(int32_t a, int32_t b) VORIN_NOEXCEPT {
+  return a * 1000 + b;
+}
 
 static void* library;
 
