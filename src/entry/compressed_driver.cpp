@@ -9,6 +9,8 @@
 #include "entry/report.hpp"
 #include "params/block.hpp"
 #include "params/log.hpp"
+#include "params/log_file.hpp"
+#include "params/save_section.hpp"
 #include "params/store.hpp"
 #include "reduce/comp_svd.hpp"
 #include "reduce/prune_plan.hpp"
@@ -231,6 +233,12 @@ void invertCompressed(const Generation& generation, const Inversion& job, std::i
   CompressedInversion(generation, job).run(status);
   endInversion(job, status);
   if (generation.savesAndCloses) {
+    if (params::queryInteger("REPO") > 3) {
+      // The second column of the distribution's table has nothing to show here.
+      const std::vector<float> zeros(length(job.ng));
+      params::VorinSave(params::logUnit(), job.nf, job.ng, job.K, job.T, job.Y, job.FIT, job.G,
+                        zeros.data(), job.F, status);
+    }
     params::VorinLogOpen(false);
   } else {
     // Required: the log stays open till the next inversion opens it anew, so that a

@@ -6,6 +6,7 @@
 #include <functional>
 #include <numeric>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -217,6 +218,34 @@ TEST_F(Compressed, OnlyTheFifthClosesTheLog) {
     }
     EXPECT_EQ(log_->lines().size() > before, !member.closesLog) << member.name;
     setText("FLOG", log_->path());
+  }
+}
+
+TEST_F(Compressed, OnlyTheFifthSavesAboveLevelThree) {
+  for (const Member& member : members) {
+    for (const float level : {3.0f, 4.0f}) {
+      setNumber("REPO", level);
+      setNumber("SAVE", 1.0f);  // plays no part here
+      invert(member.longEntry, job_);
+      const auto lines = log_->lines();
+      const auto begins = [&](const std::string& text) {
+        return std::count_if(lines.begin(), lines.end(),
+                             [&](const std::string& line) { return line.find(text) == 1; });
+      };
+      EXPECT_EQ(begins("!  Vorin save1"), member.closesLog && level > 3.0f ? 1 : 0) << member.name;
+      if (begins("[COEF]") == 0) {
+        continue;
+      }
+      // Each row of the distribution's table: grid, zero, amplitude.
+      auto row = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find("[COEF]") != std::string::npos;
+      });
+      std::istringstream fields(*(row + 3));
+      double grid = -1, second = -1, amplitude = -1;
+      EXPECT_TRUE(fields >> grid >> second >> amplitude) << *(row + 3);
+      EXPECT_EQ(grid, 1.0);
+      EXPECT_EQ(second, 0.0);
+    }
   }
 }
 
