@@ -59,7 +59,7 @@ fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
   if (path.filename().empty() || fs::is_directory(path, error)) {
     throw fail("this is a folder; give the name of a file");
   }
-  const fs::path target = resolved(path);
+  fs::path target = resolved(path);
   if (!fs::is_directory(target.parent_path(), error)) {
     throw fail(fmt::format("there is no folder {}; make it first", target.parent_path().string()));
   }

@@ -101,7 +101,7 @@ std::string assign(std::string_view assignment, std::string_view option) {
   if (equals == std::string_view::npos) {
     throw fail("an = is missing; write KEY=VALUE, for instance MAXI=200");
   }
-  const std::string key = upperCase(trimmed(assignment.substr(0, equals)));
+  std::string key = upperCase(trimmed(assignment.substr(0, equals)));
   const std::string_view value = trimmed(assignment.substr(equals + 1));
   if (key == "FLOG") {
     throw fail("the log's name is given by --log FILE");

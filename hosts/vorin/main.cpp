@@ -9,6 +9,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.hpp"
@@ -19,8 +20,9 @@ namespace {
 using vorin::host::Command;
 using vorin::host::ExitStatus;
 
-int complain(std::string_view sentence) {
-  fmt::print(stderr, "vorin: {}\n", sentence);
+int complain(std::string_view sentence) noexcept {
+  // Not by fmt, which may throw: this is where exceptions end.
+  std::fprintf(stderr, "vorin: %.*s\n", static_cast<int>(sentence.size()), sentence.data());
   return static_cast<int>(ExitStatus::badInput);
 }
 
