@@ -28,6 +28,19 @@ inline std::string byCLibrary(const char* format, double x) {
   return text.data();
 }
 
+/// A number in exponent notation as other programs read it: "0.125+102", where a third
+/// digit of the exponent has taken the place of the E, gets its E back.
+inline std::string withE(const std::string& text) {
+  if (text.find('E') != std::string::npos) {
+    return text;
+  }
+  const std::size_t sign = text.find_last_of("+-");
+  std::string readable = text.substr(0, sign);
+  readable += 'E';
+  readable += text.substr(sign);
+  return readable;
+}
+
 /// What `call(text, length)` leaves in a text of `length` characters; a length
 /// below 0 is passed on, with no character that may be written.
 template <class Call>

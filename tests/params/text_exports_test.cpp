@@ -21,6 +21,7 @@ using vorin::test::infinity;
 using vorin::test::notANumber;
 using vorin::test::trimmed;
 using vorin::test::wide;
+using vorin::test::withE;
 
 auto formatCall(const std::vector<double>& values, std::int32_t w) {
   return [&values, w](char* text, const std::int32_t* length) {
@@ -41,6 +42,14 @@ auto realCall(double x) {
 
 std::string textOf(double x) {
   return trimmed(guardedText(wide, realCall(x)));
+}
+
+/// The double next to `mantissa` times ten to the `power`.
+double decimal(const char* mantissa, int power) {
+  std::string text = mantissa;
+  text += 'e';
+  text += std::to_string(power);
+  return std::strtod(text.c_str(), nullptr);
 }
 
 // ---- formats --------------------------------------------------------------------
@@ -129,12 +138,12 @@ TEST(CHToString, OfAThousandTakesFiveColumns) {
 
 TEST(CHToString, IntegersTakeTheirDigitsAndAColumnForTheSign) {
   for (int power = 0; power <= 30; ++power) {
-    const double first = std::strtod(("1e" + std::to_string(power)).c_str(), nullptr);
+    const double first = decimal("1", power);
     for (const double n : {first, 3.0 * first, 9.0 * first}) {
       if (n == first && power > 22) {
         continue;  // no double is this power of ten
       }
-      EXPECT_EQ(textOf(n), ' ' + byCLibrary("%.0f", n));
+      EXPECT_EQ(textOf(n), byCLibrary(" %.0f", n));
       EXPECT_EQ(textOf(-n), byCLibrary("%.0f", -n));
     }
   }
@@ -175,7 +184,7 @@ TEST(CHToString, NumbersOffTheIntegersReadBackToSixPlaces) {
                                    "5.5",       "9.99994",    "9.999999"};
   for (int power = -300; power <= 300; ++power) {
     for (const char* mantissa : mantissas) {
-      const double a = std::strtod((mantissa + ("e" + std::to_string(power))).c_str(), nullptr);
+      const double a = decimal(mantissa, power);
       if (std::fabs(a - std::round(a)) <= 2e-12) {
         continue;
       }
@@ -183,12 +192,7 @@ TEST(CHToString, NumbersOffTheIntegersReadBackToSixPlaces) {
         const std::string text = textOf(x);
         const bool fixed = a >= 0.1 && a < 1e6;
         ASSERT_EQ(text.size(), fixed ? 10U : 13U) << x << ' ' << text;
-        // "0.123456+101": a third digit of the exponent takes the place of the E.
-        std::string readable = text;
-        const std::size_t sign = readable.find_last_of("+-");
-        if (!fixed && readable.find('E') == std::string::npos) {
-          readable.insert(sign, "E");
-        }
+        const std::string readable = fixed ? text : withE(text);
         char* end = nullptr;
         const double back = std::strtod(readable.c_str(), &end);
         ASSERT_EQ(*end, '\0') << text;
