@@ -13,7 +13,8 @@ enum QpStatus : std::int32_t {
   kQpNotPositiveDefinite = 32,  ///< Q, or a block of it that was needed, has no Cholesky
                                 ///< factor in double precision; so has one with a NaN, and
                                 ///< a solution that overflows counts as the same
-  kQpLimitReached = 33          ///< out of steps: x is the last iterate
+  kQpLimitReached = 33          ///< out of steps, or out of the range of the numbers: x is
+                                ///< the last iterate and not the minimiser
 };
 
 /// The minimiser of 1/2 x'Qx + g'x subject to A x >= b, for a symmetric positive

@@ -16,6 +16,10 @@ constexpr double endless = std::numeric_limits<double>::infinity();
 // standing, would move the solution visibly.
 constexpr double gradientRounding = epsilon;
 
+// A free element may be bound when its gradient would then be this fraction of its terms:
+// what the factorisation and solve of its block leave of a true zero.
+constexpr double solveRounding = 16.0 * epsilon;
+
 // What the conditions must hold to for a solution to be called one; the steps above
 // reach rounding, so that only a broken-down computation fails it.
 constexpr double acceptedGradient = 1e-10;
@@ -185,7 +189,7 @@ void BoundedMinimum::bindDegenerate() {
     std::fill(z_.begin(), z_.end(), 0.0);
     z_[static_cast<std::size_t>(k)] = 1.0;
     factor_.solve(z_.data());
-    if (x_[at] <= gradientRounding * size_[at] * z_[static_cast<std::size_t>(k)]) {
+    if (x_[at] <= solveRounding * size_[at] * z_[static_cast<std::size_t>(k)]) {
       x_[at] = 0.0;
       factor_.remove(k);
       found = true;
@@ -237,18 +241,21 @@ bool BoundedMinimum::violated(int i) const {
   return y_[at] < -gradientRounding * size_[at];
 }
 
+// An overflow in the terms would make every allowance infinite. A minimum over the free
+// elements says nothing of a Hessian that turns down elsewhere; its diagonal shows some.
 QpStatus BoundedMinimum::judge() const {
   bool solved = true;
-  bool finite = true;
-  for (std::size_t i = 0; i < x_.size(); ++i) {
-    const double allowed = acceptedGradient * size_[i];
-    solved = solved && y_[i] >= -allowed && (x_[i] == 0.0 || y_[i] <= allowed);
-    finite = finite && std::isfinite(y_[i]);
+  bool sound = true;
+  for (int i = 0; i < n_; ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    const double allowed = acceptedGradient * size_[at];
+    solved = solved && y_[at] >= -allowed && (x_[at] == 0.0 || y_[at] <= allowed);
+    sound = sound && std::isfinite(size_[at]) && Q_[i + static_cast<long>(i) * n_] >= 0.0;
   }
-  if (solved && finite) {
+  if (solved && sound) {
     return kQpSolved;
   }
-  return singular_ || !finite ? kQpNotPositiveDefinite : kQpLimitReached;
+  return sound && !singular_ ? kQpLimitReached : kQpNotPositiveDefinite;
 }
 
 }  // namespace vorin::brd

@@ -10,6 +10,8 @@
 namespace vorin::brd {
 namespace {
 
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
 // A constraint counts as violated below this fraction of the terms its residual is
 // summed from. Rounding in x brings a few units of 1e-16 for a well-conditioned Q; the
 // room above that keeps copies of an active constraint from being taken for violated.
@@ -21,6 +23,13 @@ constexpr double consistency = 1e-10;
 // A normal counts as dependent on the active ones when less than this fraction of it,
 // in the metric of Q^-1, stands off their span.
 constexpr double independence = 1e-12;
+
+// What all conditions of the minimum must hold to for an answer to be called one.
+constexpr double accepted = 1e-9;
+
+double length(const double* values, int count) {
+  return std::sqrt(std::inner_product(values, values + count, values, 0.0));
+}
 
 // The pair of columns turned: left = c left + s right, right = c right - s left.
 void rotate(int n, double* left, double* right, double c, double s) {
@@ -45,19 +54,16 @@ DualActiveSet::DualActiveSet(int n, int constraints, int equalities, const doubl
       Q_(Q),
       stepsLeft_(20L * (n + constraints) + 100) {
   const auto length = static_cast<std::size_t>(n);
-  rowLength_.resize(static_cast<std::size_t>(constraints));
+  rowSize_.resize(static_cast<std::size_t>(constraints));
   J_.resize(length * length);
   R_.resize(length * length);
-  for (std::vector<double>* vector : {&d_, &r_, &work_, &x_}) {
+  for (std::vector<double>* vector : {&d_, &r_, &step_, &gradient_, &x_}) {
     vector->resize(length);
   }
   for (int p = 0; p < constraints; ++p) {
-    double square = 0.0;
     for (int j = 0; j < n; ++j) {
-      const double a = A[p + static_cast<long>(j) * constraints];
-      square += a * a;
+      rowSize_[static_cast<std::size_t>(p)] += std::abs(a(p, j));
     }
-    rowLength_[static_cast<std::size_t>(p)] = std::sqrt(square);
   }
 }
 
@@ -110,29 +116,25 @@ QpStatus DualActiveSet::activateEqualities() {
 }
 
 DualActiveSet::Residual DualActiveSet::residual(int constraint) const {
-  const double bound = b_[constraint];
-  Residual sum{0.0, std::abs(bound)};
+  double sum = 0.0;
   for (int j = 0; j < n_; ++j) {
-    const double term =
-        A_[constraint + static_cast<long>(j) * constraints_] * x_[static_cast<std::size_t>(j)];
-    sum.value += term;
-    sum.size += std::abs(term);
+    sum += a(constraint, j) * x_[static_cast<std::size_t>(j)];
   }
-  sum.value -= bound;
-  return sum;
+  const double bound = b_[constraint];
+  return {sum - bound, std::abs(bound) + rowSize_[static_cast<std::size_t>(constraint)] * xSize_};
 }
 
 // The inequality whose boundary lies farthest from x on the wrong side; -1 for none.
 int DualActiveSet::mostViolated() const {
   int worst = -1;
-  double worstDistance = 0.0;
+  double worstDistance = -1.0;
   for (int p = equalities_; p < constraints_; ++p) {
     if (std::find(active_.begin(), active_.end(), p) != active_.end()) {
       continue;
     }
     const Residual left = residual(p);
-    if (left.value < -feasibility * left.size || b_[p] == std::numeric_limits<double>::infinity()) {
-      const double distance = -left.value / rowLength_[static_cast<std::size_t>(p)];
+    if (left.value < -feasibility * left.size || b_[p] == infinity) {
+      const double distance = -left.value / rowSize_[static_cast<std::size_t>(p)];
       if (distance > worstDistance) {
         worst = p;
         worstDistance = distance;
@@ -148,25 +150,27 @@ QpStatus DualActiveSet::activate(int constraint) {
   double multiplier = 0.0;
   while (stepsLeft_-- > 0) {
     const bool independent = projectNormal(constraint);
-    double length = std::numeric_limits<double>::infinity();
-    const int leaving = firstToLeave(length);
+    double reach = infinity;
+    const int leaving = firstToLeave(reach);
     const double missing = -residual(constraint).value;
-    const double full = independent ? std::max(missing, 0.0) / freeLength_
-                                    : std::numeric_limits<double>::infinity();
-    if (!std::isfinite(missing) || (leaving < 0 && !independent)) {
+    const double full = independent ? std::max(missing, 0.0) / freeLength_ : infinity;
+    if (missing == infinity || (leaving < 0 && !independent)) {
       return kQpInfeasible;
     }
-    if (full <= length) {
+    if (!std::isfinite(missing)) {
+      return kQpLimitReached;
+    }
+    if (independent && full <= reach) {
       addNormal(constraint, multiplier + full);
       settle();
       return kQpSolved;
     }
-    multiplier += length;
+    multiplier += reach;
     for (int k = 0; k < activeCount(); ++k) {
-      u_[static_cast<std::size_t>(k)] -= length * r_[static_cast<std::size_t>(k)];
+      u_[static_cast<std::size_t>(k)] -= reach * r_[static_cast<std::size_t>(k)];
     }
     if (independent) {
-      stepAlong(length);
+      stepAlong(reach);
     }
     drop(leaving);
   }
@@ -182,48 +186,40 @@ bool DualActiveSet::projectNormal(int constraint) {
     const double* column = J(k);
     double sum = 0.0;
     for (int j = 0; j < n_; ++j) {
-      sum += column[j] * A_[constraint + static_cast<long>(j) * constraints_];
+      sum += column[j] * a(constraint, j);
     }
     d_[static_cast<std::size_t>(k)] = sum;
     whole += sum * sum;
     freeLength_ += k < q ? 0.0 : sum * sum;
   }
-  for (int k = q - 1; k >= 0; --k) {
-    double sum = d_[static_cast<std::size_t>(k)];
-    for (int i = k + 1; i < q; ++i) {
-      sum -= R(k, i) * r_[static_cast<std::size_t>(i)];
-    }
-    r_[static_cast<std::size_t>(k)] = sum / R(k, k);
-  }
+  std::copy(d_.begin(), d_.begin() + q, r_.begin());
+  solveUpper(r_);
   return freeLength_ > independence * independence * whole;
 }
 
-// The active inequality whose multiplier reaches zero first, after `length`; -1 for none.
-int DualActiveSet::firstToLeave(double& length) {
-  const auto norm = [](const double* values, int count) {
-    return std::sqrt(std::inner_product(values, values + count, values, 0.0));
-  };
-  const double normal = norm(d_.data(), n_);
+// The active inequality whose multiplier reaches zero first, and how far that is; -1 for none.
+int DualActiveSet::firstToLeave(double& shortest) {
+  const double normal = length(d_.data(), n_);
   int leaving = -1;
   for (int k = activeEqualities_; k < activeCount(); ++k) {
     const double rate = r_[static_cast<std::size_t>(k)];
-    if (!(rate * norm(&R(0, k), k + 1) > independence * normal)) {
+    if (!(rate * length(&R(0, k), k + 1) > independence * normal)) {
       continue;
     }
     const double reach = std::max(u_[static_cast<std::size_t>(k)], 0.0) / rate;
-    if (leaving < 0 || reach < length) {
-      length = reach;
+    if (leaving < 0 || reach < shortest) {
+      shortest = reach;
       leaving = k;
     }
   }
   return leaving;
 }
 
-// x moves by length * J2 d2.
-void DualActiveSet::stepAlong(double length) {
+// x moves by reach * J2 d2.
+void DualActiveSet::stepAlong(double reach) {
   for (int k = activeCount(); k < n_; ++k) {
     const double* column = J(k);
-    const double factor = length * d_[static_cast<std::size_t>(k)];
+    const double factor = reach * d_[static_cast<std::size_t>(k)];
     for (int j = 0; j < n_; ++j) {
       x_[static_cast<std::size_t>(j)] += factor * column[j];
     }
@@ -277,52 +273,123 @@ void DualActiveSet::drop(int position) {
 }
 
 // x and u anew from the active set alone, so that the rounding of the steps doesn't add
-// up: with t = J'g and v = R'^-1 b, x = J1 v - J2 t2 and u = R^-1 (v + t1).
+// up. The second round corrects the first by what it left of both conditions.
 void DualActiveSet::settle() {
-  const int q = activeCount();
   std::fill(x_.begin(), x_.end(), 0.0);
-  for (int k = 0; k < n_; ++k) {
-    const double* column = J(k);
-    double t = 0.0;
-    for (int j = 0; j < n_; ++j) {
-      t += column[j] * g_[j];
-    }
-    double factor = -t;
-    if (k < q) {
-      double v = b_[active_[static_cast<std::size_t>(k)]];
-      for (int i = 0; i < k; ++i) {
-        v -= R(i, k) * work_[static_cast<std::size_t>(i)];
-      }
-      v /= R(k, k);
-      work_[static_cast<std::size_t>(k)] = v;
-      u_[static_cast<std::size_t>(k)] = v + t;
-      factor = v;
-    }
-    for (int j = 0; j < n_; ++j) {
-      x_[static_cast<std::size_t>(j)] += factor * column[j];
+  std::fill(u_.begin(), u_.end(), 0.0);
+  for (int round = 0; round < 2; ++round) {
+    correct();
+  }
+  xSize_ = 0.0;
+  for (const double value : x_) {
+    xSize_ = std::max(xSize_, std::abs(value));
+  }
+}
+
+// gradient = Qx + g - N u.
+void DualActiveSet::updateGradient() {
+  std::copy(g_, g_ + n_, gradient_.begin());
+  for (int j = 0; j < n_; ++j) {
+    const double* column = Q_ + static_cast<long>(j) * n_;
+    for (int i = 0; i < n_; ++i) {
+      gradient_[static_cast<std::size_t>(i)] += column[i] * x_[static_cast<std::size_t>(j)];
     }
   }
-  for (int k = q - 1; k >= 0; --k) {
-    double& value = u_[static_cast<std::size_t>(k)];
-    for (int i = k + 1; i < q; ++i) {
-      value -= R(k, i) * u_[static_cast<std::size_t>(i)];
+  for (int k = 0; k < activeCount(); ++k) {
+    for (int i = 0; i < n_; ++i) {
+      gradient_[static_cast<std::size_t>(i)] -=
+          a(active_[static_cast<std::size_t>(k)], i) * u_[static_cast<std::size_t>(k)];
+    }
+  }
+}
+
+// With r the gradient, s = b - N'x, t = J'r and v = R'^-1 s, the conditions of the
+// minimum on the active constraints hold after x += J1 v - J2 t2, u += R^-1 (v + t1).
+void DualActiveSet::correct() {
+  const int q = activeCount();
+  updateGradient();
+  for (int k = 0; k < q; ++k) {
+    step_[static_cast<std::size_t>(k)] = -residual(active_[static_cast<std::size_t>(k)]).value;
+  }
+  for (int k = 0; k < n_; ++k) {
+    const double* column = J(k);
+    const auto at = static_cast<std::size_t>(k);
+    const double t = std::inner_product(column, column + n_, gradient_.begin(), 0.0);
+    if (k >= q) {
+      step_[at] = -t;
+    } else {
+      for (int i = 0; i < k; ++i) {
+        step_[at] -= R(i, k) * step_[static_cast<std::size_t>(i)];
+      }
+      step_[at] /= R(k, k);
+      r_[at] = step_[at] + t;
+    }
+  }
+  for (int k = 0; k < n_; ++k) {
+    const double* column = J(k);
+    for (int j = 0; j < n_; ++j) {
+      x_[static_cast<std::size_t>(j)] += step_[static_cast<std::size_t>(k)] * column[j];
+    }
+  }
+  solveUpper(r_);
+  for (int k = 0; k < q; ++k) {
+    u_[static_cast<std::size_t>(k)] += r_[static_cast<std::size_t>(k)];
+  }
+}
+
+// r = R^-1 r, over the active set.
+void DualActiveSet::solveUpper(std::vector<double>& r) {
+  for (int k = activeCount() - 1; k >= 0; --k) {
+    double& value = r[static_cast<std::size_t>(k)];
+    for (int i = k + 1; i < activeCount(); ++i) {
+      value -= R(k, i) * r[static_cast<std::size_t>(i)];
     }
     value /= R(k, k);
   }
 }
 
-// A NaN compares as no violation, so what the loop ended with is looked at once more.
-// Multipliers of inequalities may stand below zero by rounding only.
+// A NaN compares as no violation and an overflow may hide one, so that all conditions are
+// looked at once more before an answer counts as one.
 QpStatus DualActiveSet::judge() {
-  bool finite =
-      std::all_of(x_.begin(), x_.end(), [](double value) { return std::isfinite(value); });
-  for (int p = 0; p < constraints_; ++p) {
-    finite = finite && !std::isnan(residual(p).value);
-  }
   for (int k = activeEqualities_; k < activeCount(); ++k) {
+    // Below zero by rounding only.
     u_[static_cast<std::size_t>(k)] = std::max(u_[static_cast<std::size_t>(k)], 0.0);
   }
-  return finite ? kQpSolved : kQpNotPositiveDefinite;
+  bool holds = true;
+  bool number = true;
+  for (int p = 0; p < constraints_; ++p) {
+    const Residual left = residual(p);
+    const double wrong = p < equalities_ ? std::abs(left.value) : -left.value;
+    const bool bounded = std::isfinite(left.size) || b_[p] == -infinity;
+    holds = holds && bounded && wrong <= accepted * left.size;
+    number = number && !std::isnan(left.value);
+  }
+  updateGradient();
+  const double size = gradientSize();
+  for (const double value : gradient_) {
+    holds = holds && std::abs(value) <= accepted * size;
+    number = number && !std::isnan(value);
+  }
+  if (holds && number) {
+    return kQpSolved;
+  }
+  return number ? kQpLimitReached : kQpNotPositiveDefinite;
+}
+
+// The largest sum of the absolute terms that an element of the gradient is made of.
+double DualActiveSet::gradientSize() const {
+  double largest = 0.0;
+  for (int i = 0; i < n_; ++i) {
+    double sum = std::abs(g_[i]);
+    for (int j = 0; j < n_; ++j) {
+      sum += std::abs(Q_[i + static_cast<long>(j) * n_] * x_[static_cast<std::size_t>(j)]);
+    }
+    for (int k = 0; k < static_cast<int>(active_.size()); ++k) {
+      sum += std::abs(a(active_[static_cast<std::size_t>(k)], i) * u_[static_cast<std::size_t>(k)]);
+    }
+    largest = std::max(largest, sum);
+  }
+  return largest;
 }
 
 }  // namespace vorin::brd

@@ -29,7 +29,7 @@ class DualActiveSet {
  private:
   struct Residual {
     double value;  // a'x - b
-    double size;   // |a|' |x| + |b|, the terms it is summed from
+    double size;   // |b| + (sum of |a|) (largest |x|), what its rounding is measured by
   };
 
   bool factor();
@@ -39,13 +39,21 @@ class DualActiveSet {
   Residual residual(int constraint) const;
 
   bool projectNormal(int constraint);
-  int firstToLeave(double& length);
-  void stepAlong(double length);
+  int firstToLeave(double& shortest);
+  void stepAlong(double reach);
   void addNormal(int constraint, double multiplier);
   void drop(int position);
-  void settle();
-  QpStatus judge();
 
+  void settle();
+  void correct();
+  void updateGradient();
+  void solveUpper(std::vector<double>& r);
+  QpStatus judge();
+  double gradientSize() const;
+
+  double a(int constraint, int j) const {
+    return A_[constraint + static_cast<long>(j) * constraints_];
+  }
   double* J(int column) { return J_.data() + static_cast<long>(column) * n_; }
   double& R(int row, int column) {
     return R_[static_cast<std::size_t>(row + static_cast<long>(column) * n_)];
@@ -59,14 +67,16 @@ class DualActiveSet {
   const double* b_;
   const double* g_;
   const double* Q_;
-  std::vector<double> rowLength_;  // |a| of each constraint
-  std::vector<double> J_;          // n x n by columns
-  std::vector<double> R_;          // n x n by columns
-  std::vector<double> d_;          // J' a of the constraint at hand
-  std::vector<double> r_;          // R^-1 d1: how the multipliers answer to it
-  double freeLength_ = 0.0;        // |d2|^2, how far its normal can be followed
-  std::vector<double> work_;
+  std::vector<double> rowSize_;   // sum of |a| of each constraint
+  std::vector<double> J_;         // n x n by columns
+  std::vector<double> R_;         // n x n by columns
+  std::vector<double> d_;         // J' a of the constraint at hand
+  std::vector<double> r_;         // R^-1 d1: how the multipliers answer to it
+  double freeLength_ = 0.0;       // |d2|^2, how far its normal can be followed
+  std::vector<double> step_;      // of x, in the basis J
+  std::vector<double> gradient_;  // Qx + g - N u
   std::vector<double> x_;
+  double xSize_ = 0.0;  // largest |x|
   std::vector<double> u_;
   std::vector<int> active_;
   int activeEqualities_ = 0;
