@@ -54,7 +54,8 @@ extern "C" {
  * Status of an inversion
  * ------------------------------------------------------------------------ */
 
-/* The values a status word holds after Vorin_s and its kin. */
+/* The values a status word holds after Vorin_s and its kin. With BRDA = 3 and a fixed
+ * weight (TARG = "WEIG"), a failed solve leaves a VORIN_QP_ value of "One solve" below. */
 enum {
   VORIN_OK = 0,                  /* converged, or the one solve succeeded */
   VORIN_SOLVER_FAILED = 1,       /* the BRD iteration ran out of passes or stalled */

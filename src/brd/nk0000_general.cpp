@@ -102,7 +102,7 @@ bool DualActiveSet::factor() {
 QpStatus DualActiveSet::activateEqualities() {
   for (int p = 0; p < equalities_; ++p) {
     if (projectNormal(p)) {
-      addNormal(p, 0.0);
+      addNormal(p);
       ++activeEqualities_;
       settle();
       continue;
@@ -147,7 +147,6 @@ int DualActiveSet::mostViolated() const {
 // Raises the multiplier of a violated inequality until it is met, letting go of others
 // whose multipliers reach zero on the way.
 QpStatus DualActiveSet::activate(int constraint) {
-  double multiplier = 0.0;
   while (stepsLeft_-- > 0) {
     const bool independent = projectNormal(constraint);
     double reach = infinity;
@@ -161,11 +160,10 @@ QpStatus DualActiveSet::activate(int constraint) {
       return kQpLimitReached;
     }
     if (independent && full <= reach) {
-      addNormal(constraint, multiplier + full);
+      addNormal(constraint);
       settle();
       return kQpSolved;
     }
-    multiplier += reach;
     for (int k = 0; k < activeCount(); ++k) {
       u_[static_cast<std::size_t>(k)] -= reach * r_[static_cast<std::size_t>(k)];
     }
@@ -226,8 +224,9 @@ void DualActiveSet::stepAlong(double reach) {
   }
 }
 
-// Turns J2 until J2'a has its first element alone, which becomes R's new diagonal.
-void DualActiveSet::addNormal(int constraint, double multiplier) {
+// Turns J2 until J2'a has its first element alone, which becomes R's new diagonal. The
+// multiplier comes with the next settle().
+void DualActiveSet::addNormal(int constraint) {
   const int q = activeCount();
   for (int k = n_ - 1; k > q; --k) {
     double& upper = d_[static_cast<std::size_t>(k - 1)];
@@ -246,7 +245,7 @@ void DualActiveSet::addNormal(int constraint, double multiplier) {
     R(k, q) = d_[static_cast<std::size_t>(k)];
   }
   active_.push_back(constraint);
-  u_.push_back(multiplier);
+  u_.push_back(0.0);
 }
 
 // Takes a column out of R; the elements that then stand below its diagonal are turned

@@ -41,7 +41,7 @@ class DualActiveSet {
   bool projectNormal(int constraint);
   int firstToLeave(double& shortest);
   void stepAlong(double reach);
-  void addNormal(int constraint, double multiplier);
+  void addNormal(int constraint);
   void drop(int position);
 
   void settle();

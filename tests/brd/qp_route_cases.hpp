@@ -21,6 +21,17 @@ struct Solved {
   brd::Solution<double> result;
 };
 
+/// For its lifetime the closing system is the m-by-m one, with the sums that its
+/// definition states; otherwise a smaller one that is equal in exact arithmetic may stand
+/// in for it.
+class PlainClosing {
+ public:
+  PlainClosing() { brd::System<double>::plainRoad() = true; }
+  ~PlainClosing() { brd::System<double>::plainRoad() = false; }
+  PlainClosing(const PlainClosing&) = delete;
+  PlainClosing& operator=(const PlainClosing&) = delete;
+};
+
 inline std::size_t length(int count) {
   return static_cast<std::size_t>(std::max(count, 0));
 }

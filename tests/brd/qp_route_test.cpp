@@ -27,6 +27,7 @@ using vorin::test::expectSameBits;
 using vorin::test::getNumber;
 using vorin::test::laplaceProblem;
 using vorin::test::length;
+using vorin::test::PlainClosing;
 using vorin::test::randomProblem;
 using vorin::test::setNumber;
 using vorin::test::solve;
@@ -127,6 +128,7 @@ TEST_F(QpRoute, AMatrixOfOnesOnTheDiagonal) {
 }
 
 TEST_F(QpRoute, HasTheBitsOfItsPlainFormAtEveryInstructionSetLevel) {
+  const PlainClosing plain;
   using vorin::kernels::Level;
   int seed = 0;
   for (const int m : {1, 2, 7, 33, 64}) {
@@ -166,6 +168,7 @@ TEST_F(QpRoute, ZeroDataGiveZeroEverything) {
 }
 
 TEST_F(QpRoute, TinyElementsAreClearedAndLargerOnesKeepAMaskOfOne) {
+  const PlainClosing plain;
   const auto data = randomProblem<double>(5, 4, 21);
   const Solved got = close(data, 0.3, {-1e-18, 2e-15, 0.7, 9.99e-16});
   EXPECT_EQ(got.f, Numbers({0.0, 2e-15, 0.7, 0.0}));
@@ -176,6 +179,7 @@ TEST_F(QpRoute, TinyElementsAreClearedAndLargerOnesKeepAMaskOfOne) {
 
 // Columns of 1e8 make a mask of 1e-15 weigh as much as ordinary columns do.
 TEST_F(QpRoute, AnElementOfExactlyTheSmallestValueKeepsItAsItsMask) {
+  const PlainClosing plain;
   auto data = randomProblem<double>(6, 3, 22);
   for (std::size_t j = 0; j < 6; ++j) {
     data.K[j] *= 1e8;
