@@ -1,0 +1,23 @@
+// What the reference script needs beside the public calls: the decays, and the switch to
+// the road that states the meaning. Linked with a copy of the library's own objects into a
+// module of its own, since the library that hosts load shows neither.
+#include <cstdint>
+
+#include "brd/system.hpp"
+#include "decay.hpp"
+#include "toolbox/kernels/kernels.hpp"
+
+#define VORIN_BENCH_HOOK extern "C" __attribute__((visibility("default")))
+
+VORIN_BENCH_HOOK void benchDecay(std::int32_t nf, std::int32_t ng, double snr, std::uint64_t seed,
+                                 float* K, float* Y) noexcept {
+  vorin::bench::makeDecay(nf, ng, snr, seed, K, Y);
+}
+
+/// 1: the m-by-m system factored anew in every pass, by baseline kernels; 0: as a host has it.
+VORIN_BENCH_HOOK void benchPlainRoad(std::int32_t plain) noexcept {
+  vorin::brd::System<float>::plainRoad() = plain != 0;
+  vorin::brd::System<double>::plainRoad() = plain != 0;
+  vorin::kernels::useLevel(plain != 0 ? vorin::kernels::Level::baseline
+                                      : vorin::kernels::highestLevel());
+}

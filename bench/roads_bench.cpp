@@ -1,0 +1,200 @@
+// Times whole inversions, each road over the sizes and noise levels that hosts have, and
+// the stages that one is made of. CPU time; every timed inversion has been checked once.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <numeric>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "brd/problem.hpp"
+#include "brd/system.hpp"
+#include "decay.hpp"
+#include "reduce/prune_plan.hpp"
+#include "toolbox/kernels/kernels.hpp"
+#include "toolbox/linear_map.hpp"
+#include "toolbox/norms.hpp"
+#include "vorin.h"
+
+namespace {
+
+using vorin::kernels::Level;
+
+void setNumber(const char* key, float value) {
+  std::int32_t status = 0;
+  VorinSQR("S", key, &value, &status);
+}
+
+float number(const char* key) {
+  std::int32_t status = 0;
+  float value = 0.0f;
+  VorinSQR("Q", key, &value, &status);
+  return value;
+}
+
+void setText(const char* key, std::string text) {
+  std::int32_t status = 0;
+  const auto length = static_cast<std::int32_t>(text.size());
+  VorinSQC("S", key, text.data(), &length, &status);
+}
+
+struct Decay {
+  std::int32_t nf, ng;
+  double snr;
+  std::vector<float> K, Y;
+};
+
+const Decay& decay(std::int64_t nf, std::int64_t ng, std::int64_t snr) {
+  static std::map<std::tuple<std::int64_t, std::int64_t, std::int64_t>, Decay> made;
+  const auto [place, isNew] = made.try_emplace({nf, ng, snr});
+  Decay& found = place->second;
+  if (isNew) {
+    found = {static_cast<std::int32_t>(nf), static_cast<std::int32_t>(ng), static_cast<double>(snr),
+             std::vector<float>(static_cast<std::size_t>(nf * ng)),
+             std::vector<float>(static_cast<std::size_t>(nf))};
+    vorin::bench::makeDecay(found.nf, found.ng, found.snr, 1, found.K.data(), found.Y.data());
+  }
+  return found;
+}
+
+enum class Road { noise, unpruned, compressed, fixed, corner };
+
+// The settings of a road, beside the load values.
+void set(Road road, const Decay& data) {
+  setText("PRMO", road == Road::unpruned ? "NONE" : "LOG");
+  setText("TARG", road == Road::fixed ? "WEIG" : road == Road::corner ? "2" : "NOISE");
+  setNumber("SIG ", static_cast<float>(1.0 / data.snr));
+  setNumber("WEIG", road == Road::fixed ? 0.1f : 0.01f);
+  setNumber("SVDN", road == Road::compressed ? 20.0f : 0.0f);
+  setNumber("SVDT", 1e-6f);
+}
+
+void invert(benchmark::State& state, Road road, bool plain) {
+  const Decay& data = decay(state.range(0), state.range(1), state.range(2));
+  set(road, data);
+  vorin::brd::System<double>::plainRoad() = plain;
+  vorin::kernels::useLevel(plain ? Level::baseline : vorin::kernels::highestLevel());
+  std::vector<float> F(static_cast<std::size_t>(data.ng));
+  std::int32_t status = -1;
+  const auto once = [&] {
+    (road == Road::compressed ? VorinC5_s : Vorin_s)(data.nf, data.ng, data.K.data(), data.Y.data(),
+                                                     F.data(), &status);
+  };
+  once();
+  const std::int32_t good = road == Road::corner ? VORIN_CORNER_MODE : VORIN_OK;
+  const bool seeksNoise = road != Road::fixed && road != Road::corner;
+  const float wanted = number("DSE ");
+  const float missed = std::abs(number("CSE ") - wanted) / wanted;
+  if (status != good || (seeksNoise && !(missed < 0.001f))) {
+    state.SkipWithError("the inversion failed");
+    return;
+  }
+  for (auto _ : state) {
+    once();
+    benchmark::DoNotOptimize(F.data());
+  }
+  state.counters["solves"] = static_cast<double>(number("CWIT"));
+  vorin::brd::System<double>::plainRoad() = false;
+  vorin::kernels::useLevel(vorin::kernels::highestLevel());
+}
+
+void sizes(benchmark::internal::Benchmark* bench) {
+  bench->ArgNames({"nf", "ng", "snr"})
+      ->ArgsProduct({{256, 1000, 3000, 10000}, {50, 100, 200}, {20, 100, 1000}})
+      ->Unit(benchmark::kMicrosecond)
+      ->MinTime(0.02);
+}
+
+void oneSize(benchmark::internal::Benchmark* bench) {
+  bench->ArgNames({"nf", "ng", "snr"})
+      ->ArgsProduct({{1000, 10000}, {100}, {100}})
+      ->Unit(benchmark::kMicrosecond)
+      ->MinTime(0.02);
+}
+
+void unprunedSizes(benchmark::internal::Benchmark* bench) {
+  bench->ArgNames({"nf", "ng", "snr"})
+      ->ArgsProduct({{1000}, {50, 100, 200}, {20, 100, 1000}})
+      ->Unit(benchmark::kMicrosecond)
+      ->MinTime(0.02);
+}
+
+BENCHMARK_CAPTURE(invert, noise, Road::noise, false)->Apply(sizes);
+BENCHMARK_CAPTURE(invert, noise_plain, Road::noise, true)->Apply(oneSize);
+BENCHMARK_CAPTURE(invert, unpruned, Road::unpruned, false)->Apply(unprunedSizes);
+BENCHMARK_CAPTURE(invert, compressed, Road::compressed, false)->Apply(sizes);
+BENCHMARK_CAPTURE(invert, fixed, Road::fixed, false)->Apply(sizes);
+BENCHMARK_CAPTURE(invert, corner, Road::corner, false)->Apply(oneSize);
+
+// Stages.
+
+vorin::reduce::PruneRequest request(const Decay& data, const std::vector<float>& t,
+                                    const std::vector<float>& ones) {
+  vorin::reduce::PruneRequest wanted;
+  wanted.points = wanted.capacityPoints = data.nf;
+  wanted.maxBins = 5000;
+  wanted.t = t.data();
+  wanted.scale = ones.data();
+  wanted.target = 200;
+  return wanted;
+}
+
+void layBins(benchmark::State& state) {
+  const Decay& data = decay(state.range(0), state.range(1), state.range(2));
+  std::vector<float> t(data.Y.size());
+  std::iota(t.begin(), t.end(), 1.0f);
+  const std::vector<float> ones(t.size(), 1.0f);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(vorin::reduce::PrunePlan(request(data, t, ones)).count());
+  }
+}
+BENCHMARK(layBins)->Apply(oneSize);
+
+void pruneKernel(benchmark::State& state) {
+  const Decay& data = decay(state.range(0), state.range(1), state.range(2));
+  std::vector<float> t(data.Y.size());
+  std::iota(t.begin(), t.end(), 1.0f);
+  const std::vector<float> ones(t.size(), 1.0f);
+  const vorin::reduce::PrunePlan plan(request(data, t, ones));
+  std::vector<float> kernel(static_cast<std::size_t>(plan.count() * data.ng));
+  for (auto _ : state) {
+    plan.apply(data.ng, data.K.data(), data.nf, kernel.data(), plan.count());
+    benchmark::DoNotOptimize(kernel.data());
+  }
+}
+BENCHMARK(pruneKernel)->Apply(oneSize);
+
+void columnNorms(benchmark::State& state) {
+  const Decay& data = decay(state.range(0), state.range(1), state.range(2));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(vorin::meanSquaredColumnNorm(data.nf, data.ng, data.K.data()));
+  }
+}
+BENCHMARK(columnNorms)->Apply(oneSize);
+
+void fitOnAllPoints(benchmark::State& state) {
+  const Decay& data = decay(state.range(0), state.range(1), state.range(2));
+  std::vector<float> F(static_cast<std::size_t>(data.ng), 0.01f), fit(data.Y.size());
+  for (auto _ : state) {
+    vorin::formFit(data.nf, data.ng, data.K.data(), F.data(), fit.data());
+    benchmark::DoNotOptimize(fit.data());
+  }
+}
+BENCHMARK(fitOnAllPoints)->Apply(oneSize);
+
+void makeSystem(benchmark::State& state) {
+  const Decay& data = decay(state.range(0), state.range(1), state.range(2));
+  for (auto _ : state) {
+    const auto system =
+        vorin::brd::System<double>::converted(data.nf, data.ng, data.K.data(), data.Y.data());
+    benchmark::DoNotOptimize(system.d());
+  }
+}
+BENCHMARK(makeSystem)->Apply(oneSize);
+
+}  // namespace
