@@ -45,13 +45,19 @@ System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* 
   return system;
 }
 
+// Columns are read in groups, side by side: one row of a group is a cache line.
 template <class Real>
 void System<Real>::transpose() {
+  constexpr int group = kernels::rowPadding<Real>;
   kernelByRows_.assign(area(m_, paddedColumns_), Real(0));
-  for (int i = 0; i < n_; ++i) {
-    const Real* column = K_ + area(m_, i);
-    for (int j = 0; j < m_; ++j) {
-      kernelByRows_[area(paddedColumns_, j) + static_cast<std::size_t>(i)] = column[j];
+  for (int i0 = 0; i0 < n_; i0 += group) {
+    const Real* columns = K_ + area(m_, i0);
+    const int filled = std::min(group, n_ - i0);
+    Real* out = kernelByRows_.data() + i0;
+    for (int j = 0; j < m_; ++j, out += paddedColumns_) {
+      for (int i = 0; i < filled; ++i) {
+        out[i] = columns[area(m_, i) + static_cast<std::size_t>(j)];
+      }
     }
   }
 }
