@@ -302,6 +302,8 @@ TEST(CompSvdEdges, KeptArraysStayWhileTheShapeHolds) {
   EXPECT_EQ(first.U, again.U);
   EXPECT_EQ(first.VT, again.VT);
   EXPECT_EQ(first.S, again.S);
+  // New arrays, which may get old addresses, would hold zeros.
+  EXPECT_GT(vorin::reduce::keptArrays().factorsFor(40, 10).S[0], 0.0f);
   // A refused call asks for its shape all the same.
   CompressionCall refused = call;
   refused.SVDN = refused.ldC + 1;

@@ -16,7 +16,7 @@ namespace {
 
 using namespace vorin::test;
 
-constexpr double eps = std::numeric_limits<float>::epsilon();
+constexpr auto eps = static_cast<double>(std::numeric_limits<float>::epsilon());
 
 // Single-precision factors are exact to a few rounding units of the largest singular
 // value, growing slowly with the size (Golub and Van Loan, Matrix Computations, 5.5.8).

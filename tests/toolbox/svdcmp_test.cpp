@@ -88,7 +88,7 @@ std::vector<Matrix<Real>> matrices() {
       {"zero columns", 4, 3, {0, 0, 0, 0, 1, 2, 3, 4, 0, 0, 0, 0}},
       {"diagonal", 3, 3, {3, 0, 0, 0, -1, 0, 0, 0, 2}},
       {"bidiagonal with a zero", 4, 4, {1, 0, 0, 0, 2, 0, 0, 0, 0, 3, 4, 0, 0, 0, 5, 6}},
-      {"graded", 4, 3, {1e12f, 1e6f, 1, 0, 1, 1e-6f, 1, 2, 1e-6f, 1e-12f, 1, 3}}};
+      {"graded", 4, 3, {Real(1e12), Real(1e6), 1, 0, 1, Real(1e-6), 1, 2, 0, Real(1e-12), 1, 3}}};
   Matrix<Real> large = random<Real>("large", 12, 8, 21);
   Matrix<Real> small = random<Real>("small", 12, 8, 22);
   // Squares of singular values just fit the range.
