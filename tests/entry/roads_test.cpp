@@ -1,0 +1,326 @@
+// Whole inversions on the road that a host gets (smaller side, factors kept, the highest
+// instruction-set level) against the one that states the meaning: the m-by-m system,
+// factored anew in every pass, by baseline kernels. Single inversions may differ in how a
+// double was rounded, never in what they decide.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "brd/system.hpp"
+#include "support/log_file.hpp"
+#include "support/problems.hpp"
+#include "support/store.hpp"
+#include "toolbox/kernels/kernels.hpp"
+#include "vorin.h"
+
+namespace {
+
+using vorin::brd::System;
+using vorin::kernels::Level;
+using vorin::test::getNumber;
+using vorin::test::setNumber;
+using vorin::test::setText;
+using vorin::test::TestProblem;
+
+using Entry = void (*)(std::int32_t, std::int32_t, const float*, const float*, float*,
+                       std::int32_t*);
+
+struct Road {
+  const char* name;
+  Entry entry;
+  std::function<void()> set;
+};
+
+const Road theRoads[] = {
+    {"noise", Vorin_s, [] {}},
+    {"linear bins", Vorin_s, [] { setText("PRMO", "LIN"); }},
+    {"not pruned", Vorin_s, [] { setText("PRMO", "NONE"); }},
+    {"single iteration", Vorin_s, [] { setNumber("BRDA", 1.0f); }},
+    {"quadratic program", Vorin_s, [] { setNumber("BRDA", 3.0f); }},
+    {"scan", Vorin_s, [] { setText("NALG", "ASY2"); }},
+    {"fixed", Vorin_s,
+     [] {
+       setText("TARG", "WEIG");
+       setNumber("WEIG", 0.3f);
+     }},
+    {"small fixed", Vorin_s,
+     [] {
+       setText("TARG", "WEIG");
+       setNumber("WEIG", 1e-5f);
+     }},
+    {"corner", Vorin_s, [] { setText("TARG", "2"); }},
+    {"compressed", VorinC5_s,
+     [] {
+       setNumber("SVDN", 8.0f);
+       setNumber("SVDT", 1e-6f);
+     }},
+    {"tight", Vorin_s, [] { setNumber("TOL", 1e-12f); }},
+};
+
+constexpr const char* results[] = {"CSTA", "CITE", "CWIT", "CWEI", "CSE", "CSIG", "DSE"};
+
+struct Outcome {
+  std::int32_t status = -1;
+  std::vector<float> F;
+  std::vector<float> numbers;  // of `results`
+
+  float operator[](const std::string& key) const {
+    const auto place = std::find(std::begin(results), std::end(results), key);
+    return numbers[static_cast<std::size_t>(place - std::begin(results))];
+  }
+};
+
+class Roads : public testing::Test {
+ protected:
+  void TearDown() override {
+    takeRoad(false, vorin::kernels::highestLevel());
+    vorin::test::loadSettings();
+  }
+
+  static void takeRoad(bool plain, Level level) {
+    System<float>::plainRoad() = plain;
+    System<double>::plainRoad() = plain;
+    vorin::kernels::useLevel(level);
+  }
+
+  // One inversion from fresh settings.
+  Outcome invert(
+      const Road& road, const TestProblem<float>& job, float sig,
+      const std::function<void()>& more = [] {}) {
+    vorin::test::loadSettings();
+    setText("FLOG", log_.path());
+    setNumber("REPO", 0.0f);
+    setNumber("PRPO", 30.0f);
+    setNumber("SIG", sig);
+    road.set();
+    more();
+    Outcome out;
+    out.F.assign(static_cast<std::size_t>(job.n), 0.0f);
+    road.entry(job.m, job.n, job.K.data(), job.d.data(), out.F.data(), &out.status);
+    for (const char* key : results) {
+      out.numbers.push_back(getNumber(key));
+    }
+    return out;
+  }
+
+  vorin::test::LogFile log_{"ROADS"};
+};
+
+bool sameBits(const std::vector<float>& a, const std::vector<float>& b) {
+  return a.size() == b.size() &&
+         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0);
+}
+
+double norm(const std::vector<float>& values) {
+  double square = 0.0;
+  for (const float value : values) {
+    square += double(value) * double(value);
+  }
+  return std::sqrt(square);
+}
+
+double distance(const std::vector<float>& a, const std::vector<float>& b) {
+  std::vector<float> difference(a.size());
+  std::transform(a.begin(), a.end(), b.begin(), difference.begin(), std::minus<>());
+  return norm(difference);
+}
+
+// Units in the last place of a single between two numbers; 0 for two that are none.
+float ulps(float a, float b) {
+  if (a == b || (std::isnan(a) && std::isnan(b))) {
+    return 0.0f;
+  }
+  const float size = std::max(std::abs(a), std::abs(b));
+  return std::abs(a - b) / (size * std::numeric_limits<float>::epsilon());
+}
+
+// The same decisions, and numbers that differ by how a double was rounded before it was
+// stored as a single. A search turns one such difference of rss into one of the weight,
+// which moves f by no more than its own relative size: |df| <= |f| dw / w.
+void expectSameInversion(const Outcome& fast, const Outcome& plain) {
+  EXPECT_EQ(fast.status, plain.status);
+  for (const char* key : {"CSTA", "CITE", "CWIT", "CSIG", "DSE"}) {
+    EXPECT_EQ(ulps(fast[key], plain[key]), 0.0f) << key;
+  }
+  EXPECT_LE(ulps(fast["CWEI"], plain["CWEI"]), 8.0f);
+  EXPECT_LE(ulps(fast["CSE"], plain["CSE"]), 8.0f);
+  if (!std::isfinite(norm(plain.F))) {
+    EXPECT_EQ(std::isnan(norm(fast.F)), std::isnan(norm(plain.F)));
+    return;
+  }
+  const double relative = 1.0 + double(ulps(fast["CWEI"], plain["CWEI"]));
+  EXPECT_LE(distance(fast.F, plain.F),
+            relative * double(std::numeric_limits<float>::epsilon()) * norm(plain.F));
+}
+
+TEST_F(Roads, FastAndPlainDecideTheSameOnEveryRoad) {
+  int compared = 0;
+  std::uint64_t seed = 1;
+  for (const Road& road : theRoads) {
+    for (const int nf : {12, 40, 90}) {
+      for (const int ng : {5, 16, 33}) {
+        for (const double sigma : {0.001, 0.01, 0.1}) {
+          for (const double assumed : {0.7, 1.1, 2.0}) {
+            const auto job = vorin::test::laplaceProblem<float>(nf, ng, sigma, ++seed);
+            const auto sig = static_cast<float>(sigma * assumed);
+            takeRoad(false, vorin::kernels::highestLevel());
+            const Outcome fast = invert(road, job, sig);
+            takeRoad(true, Level::baseline);
+            const Outcome plain = invert(road, job, sig);
+            SCOPED_TRACE(testing::Message() << road.name << ", " << nf << " x " << ng << ", sigma "
+                                            << sigma << ", assumed " << sig);
+            expectSameInversion(fast, plain);
+            ++compared;
+          }
+        }
+      }
+    }
+  }
+  EXPECT_EQ(compared, 11 * 3 * 3 * 3 * 3);
+}
+
+TEST_F(Roads, EveryInstructionSetLevelGivesTheSameBits) {
+  std::uint64_t seed = 5000;
+  for (const Road& road : theRoads) {
+    for (const int nf : {12, 50, 130}) {
+      for (const int ng : {5, 17, 40}) {
+        for (const double sigma : {0.001, 0.03}) {
+          const auto job = vorin::test::laplaceProblem<float>(nf, ng, sigma, ++seed);
+          const auto sig = static_cast<float>(sigma);
+          for (const bool plain : {false, true}) {
+            takeRoad(plain, Level::baseline);
+            const Outcome expected = invert(road, job, sig);
+            for (const Level level : {Level::avx2, Level::avx512}) {
+              takeRoad(plain, level);
+              const Outcome got = invert(road, job, sig);
+              SCOPED_TRACE(testing::Message()
+                           << road.name << ", " << nf << " x " << ng << ", sigma " << sigma
+                           << ", level " << static_cast<int>(level));
+              EXPECT_EQ(got.status, expected.status);
+              EXPECT_TRUE(sameBits(got.F, expected.F));
+              EXPECT_TRUE(sameBits(got.numbers, expected.numbers));
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Roads, TheSingleIterationAndTheQuadraticProgramHaveOneDistribution) {
+  // On both, what parts the roads has no part in f.
+  std::uint64_t seed = 7000;
+  for (const Road& road : theRoads) {
+    if (std::string(road.name) != "single iteration" && std::string(road.name) != "corner") {
+      continue;
+    }
+    for (int repeat = 0; repeat < 40; ++repeat) {
+      const auto job = vorin::test::laplaceProblem<float>(60, 24, 0.01, ++seed);
+      takeRoad(false, vorin::kernels::highestLevel());
+      const Outcome fast = invert(road, job, 0.01f);
+      takeRoad(true, Level::baseline);
+      const Outcome plain = invert(road, job, 0.01f);
+      EXPECT_EQ(fast.status, plain.status) << road.name;
+      EXPECT_TRUE(ulps(fast["CWEI"], plain["CWEI"]) > 0.0f || sameBits(fast.F, plain.F))
+          << road.name;
+    }
+  }
+}
+
+// Problems that a host does not send on purpose.
+TEST_F(Roads, HostileProblemsPartNoRoads) {
+  struct Hostile {
+    const char* name;
+    std::function<void(TestProblem<float>&)> spoil;
+    float sig;
+  };
+  constexpr float inf = std::numeric_limits<float>::infinity();
+  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+  const auto scaled = [](float by) {
+    return [by](TestProblem<float>& job) {
+      for (std::vector<float>* values : {&job.K, &job.d}) {
+        for (float& value : *values) {
+          value *= by;
+        }
+      }
+    };
+  };
+  const Hostile cases[] = {
+      {"NaN in the kernel", [](auto& job) { job.K[7] = nan; }, 0.01f},
+      {"infinity in the kernel", [](auto& job) { job.K[7] = inf; }, 0.01f},
+      {"NaN in the data", [](auto& job) { job.d[3] = nan; }, 0.01f},
+      {"infinity in the data", [](auto& job) { job.d[3] = -inf; }, 0.01f},
+      {"kernel of zeros", [](auto& job) { std::fill(job.K.begin(), job.K.end(), 0.0f); }, 0.01f},
+      {"data of zeros", [](auto& job) { std::fill(job.d.begin(), job.d.end(), 0.0f); }, 0.01f},
+      {"negative data",
+       [](auto& job) {
+         for (float& value : job.d) {
+           value = -value;
+         }
+       },
+       0.01f},
+      {"equal columns",
+       [](auto& job) {
+         for (std::size_t i = 0; i < job.K.size(); ++i) {
+           job.K[i] = job.K[i % static_cast<std::size_t>(job.m)];
+         }
+       },
+       0.01f},
+      {"a column of zeros", [](auto& job) { std::fill_n(job.K.begin(), job.m, 0.0f); }, 0.01f},
+      {"huge", scaled(1e18f), 1e16f},
+      {"beyond singles when squared", scaled(1e25f), 1e23f},
+      {"tiny", scaled(1e-18f), 1e-20f},
+      {"subnormal", scaled(1e-40f), 1e-40f},
+      {"no points", [](auto& job) { job.m = 0; }, 0.01f},
+      {"no grid", [](auto& job) { job.n = 0; }, 0.01f},
+      {"one point", [](auto& job) { job.m = 1; }, 0.01f},
+      {"one grid time", [](auto& job) { job.n = 1; }, 0.01f},
+      {"noise of zero", [](auto&) {}, 0.0f},
+      {"noise that is none", [](auto&) {}, nan},
+      {"noise beyond the data", [](auto&) {}, 100.0f},
+  };
+  for (const Hostile& hostile : cases) {
+    for (const Road& road : theRoads) {
+      auto job = vorin::test::laplaceProblem<float>(45, 14, 0.01, 77);
+      hostile.spoil(job);
+      takeRoad(false, vorin::kernels::highestLevel());
+      const Outcome fast = invert(road, job, hostile.sig);
+      takeRoad(true, Level::baseline);
+      const Outcome plain = invert(road, job, hostile.sig);
+      SCOPED_TRACE(testing::Message() << hostile.name << ", " << road.name);
+      expectSameInversion(fast, plain);
+    }
+  }
+}
+
+TEST_F(Roads, FixedWeightsOfAnySizePartNoRoads) {
+  const Road& road = theRoads[6];
+  ASSERT_STREQ(road.name, "fixed");
+  const auto job = vorin::test::laplaceProblem<float>(60, 20, 0.01, 5);
+  std::vector<float> weights = {0.0f, -0.0f, -1.0f, 1e-38f, 1e30f, 1e38f, 1e-45f};
+  for (float weight = 1e-12f; weight < 1e6f; weight *= 3.0f) {
+    weights.push_back(weight);
+  }
+  for (const float weight :
+       {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+    weights.push_back(weight);
+  }
+  for (const float weight : weights) {
+    const auto setWeight = [weight] { setNumber("WEIG", weight); };
+    takeRoad(false, vorin::kernels::highestLevel());
+    const Outcome fast = invert(road, job, 0.01f, setWeight);
+    takeRoad(true, Level::baseline);
+    const Outcome plain = invert(road, job, 0.01f, setWeight);
+    SCOPED_TRACE(testing::Message() << "weight " << weight);
+    expectSameInversion(fast, plain);
+  }
+}
+
+}  // namespace
