@@ -13,10 +13,14 @@ std::size_t area(int rows, int columns) {
   return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
 }
 
-// Weights are served from this share of the mean squared column norm. At it the
-// difference r - K_A z keeps some nine digits of a double.
+// Weights are served between these multiples of the mean squared column norm. Nearer to
+// an end of the range of a double the slope of rss is a difference whose sign is a matter
+// of rounding, and a search for a target that no fit reaches would turn where that of the
+// m-by-m system does not.
 template <class Real>
-constexpr Real leastShare = Real(1e-7);
+constexpr Real leastShare = Real(1e-6);
+template <class Real>
+constexpr Real largestShare = Real(1e10);
 
 // The columns of K as rows of panels, for the gram kernel.
 template <class Real>
@@ -47,7 +51,8 @@ SmallerSide<Real>::SmallerSide(int m, int n, const Real* K)
 
 template <class Real>
 bool SmallerSide<Real>::serves(int activeCount, Real weight) const {
-  return everServes && activeCount < m_ && weight >= leastShare<Real> * meanSquare_;
+  return everServes && activeCount < m_ && weight > Real(0) &&
+         weight >= leastShare<Real> * meanSquare_ && weight <= largestShare<Real> * meanSquare_;
 }
 
 template <class Real>

@@ -28,7 +28,7 @@ class SmallerSide {
   const Real* gram() const { return gram_.data(); }
 
   /// True where this side is smaller than the m-by-m one and loses nothing that shows: for
-  /// weights of 1e-7 of the mean squared column norm and above.
+  /// weights from 1e-6 to 1e10 times the mean squared column norm.
   bool serves(int activeCount, Real weight) const;
 
   /// Factors K_A'K_A + w I for `active`, the numbers of the active columns.

@@ -107,7 +107,7 @@ TEST_F(Roads, FastAndPlainAgreeInStatusPassesAndDistribution) {
 
 TEST_F(Roads, BelowTheGuardedWeightBothAreTheSameSystem) {
   const auto data = vorin::test::laplaceProblem<double>(80, 40, 0.01, 3);
-  const double weight = 0.9e-7 * squaredNorm(data.K) / 40;
+  const double weight = 0.9e-6 * squaredNorm(data.K) / 40;
   const Outcome fast = solve(data, weight);
   const PlainRoad guard;
   const Outcome plain = solve(data, weight);
