@@ -214,6 +214,9 @@ std::string statusText(const Inversion& inversion) {
     return "no weight fits this closely; leave out first samples that lie off the curve (--skip N) "
            "or give a larger noise (--noise)";
   }
+  if (inversion.mode == WeightMode::noise && inversion.reachedError < inversion.wantedError) {
+    return "every fit is closer to the data than the noise asks for; give a smaller one (--noise)";
+  }
   switch (inversion.status) {
     case VORIN_SOLVER_FAILED:
       return "the solver ran out of passes; give a larger weight (--weight) or more passes (--set "
@@ -222,10 +225,9 @@ std::string statusText(const Inversion& inversion) {
       return "the weight search ran out of iterations; try more of them (--set WITE=200) or a "
              "smaller tolerance of the solver (--set TOL=1e-14)";
     case VORIN_LOWER_WEIGHT_LIMIT:
-      return "the search stopped at the lower limit of the weight; give a larger noise (--noise)";
     case VORIN_UPPER_WEIGHT_LIMIT:
-      return "the search stopped at the upper limit of the weight: every fit is closer than the "
-             "noise; give a smaller one (--noise)";
+      return "the search stopped at a limit of the weight; give another noise (--noise) or a "
+             "weight (--weight)";
     default:
       return fmt::format("the library answers the unknown status {}", inversion.status);
   }

@@ -129,7 +129,7 @@ std::string decayPanels(const Inversion& inversion, const ReportContext& context
   // Where times spread over two decades or more, a linear axis would hide the start.
   const bool logAxis = t.front() > 0.0 && t.back() >= 100.0 * t.front();
   const bool crowded = t.size() > 300;
-  std::string script = fmt::format("set {}logscale x\n", logAxis ? "" : "un");
+  std::string script = fmt::format("{} logscale x\n", logAxis ? "set" : "unset");
   script += logAxis ? fmt::format("set xrange [{:.6g}:{:.6g}]\n", 0.8 * t.front() / unit.size,
                                   1.25 * t.back() / unit.size)
                     : fmt::format("set xrange [{:.6g}:{:.6g}]\n", t.front() / unit.size,

@@ -172,6 +172,8 @@ TEST(Inversion, EveryStatusHasItsWords) {
     inversion.reachedError = 2.0;
     inversion.wantedError = 1.0;
     EXPECT_NE(statusText(inversion).find("--skip"), std::string::npos) << status;
+    inversion.wantedError = 3.0;
+    EXPECT_NE(statusText(inversion).find("smaller"), std::string::npos) << status;
   }
   EXPECT_EQ(statusText(withStatus(7, WeightMode::noise)),
             "the library answers the unknown status 7");
