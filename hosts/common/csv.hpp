@@ -4,6 +4,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,7 @@ TwoColumns readTwoColumns(const std::filesystem::path& path, std::string_view xN
 struct Decay {
   std::vector<double> time;
   std::vector<double> amplitude;
+  std::optional<double> quadratureNoise{};  ///< deviation of the imaginary channel, if complex
 };
 
 /// The decay in `path`. Throws UserError as readTwoColumns does, and for times that
