@@ -4,25 +4,18 @@
 #include <vorin.h>
 
 #include <algorithm>
-#include <cfloat>
+#include <array>
 #include <cmath>
 #include <set>
 
 #include "common/library.hpp"
 #include "common/noise.hpp"
+#include "common/problem.hpp"
 #include "common/user_error.hpp"
 
 namespace vorin::host {
 
 namespace {
-
-double largestMagnitude(const std::vector<double>& values) {
-  double largest = 0.0;
-  for (double value : values) {
-    largest = std::max(largest, std::fabs(value));
-  }
-  return largest;
-}
 
 /// Root mean square of a - b; both are divided by `scale` on the way, against overflow.
 double rootMeanSquareDifference(const std::vector<double>& a, const std::vector<double>& b,
@@ -35,13 +28,6 @@ double rootMeanSquareDifference(const std::vector<double>& a, const std::vector<
   return std::sqrt(sum / static_cast<double>(a.size())) * scale;
 }
 
-std::vector<float> toSingle(const std::vector<double>& values, double divisor = 1.0) {
-  std::vector<float> result(values.size());
-  std::transform(values.begin(), values.end(), result.begin(),
-                 [&](double value) { return static_cast<float>(value / divisor); });
-  return result;
-}
-
 std::vector<double> toDouble(const std::vector<float>& values, double factor) {
   std::vector<double> result(values.size());
   std::transform(values.begin(), values.end(), result.begin(),
@@ -49,24 +35,88 @@ std::vector<double> toDouble(const std::vector<float>& values, double factor) {
   return result;
 }
 
-/// Sets the noise of the scaled data: SIG and CSI2 are both read, depending on NALG.
+/// The keys of the noise: SIG and CSI2 are both read, depending on NALG.
 void setNoise(double noise) {
   setNumber("SIG", static_cast<float>(noise));
   setNumber("CSI2", static_cast<float>(noise));
 }
 
-/// Hands the settings to the store; `scale` is what the data are divided by.
-void applySettings(const InversionSettings& settings, std::optional<double> noise, double scale) {
+/// An estimator of the library, by the key NALG.
+struct Estimator {
+  NoiseSource source;
+  std::string_view name;
+  NoiseOrigin origin;
+};
+constexpr std::array<Estimator, 4> kEstimators{{
+    {NoiseSource::difference, "D3", NoiseOrigin::libraryDifference},
+    {NoiseSource::fit, "FIT", NoiseOrigin::libraryFit},
+    {NoiseSource::ridge, "REG", NoiseOrigin::libraryRidge},
+    {NoiseSource::scan, "ASYM", NoiseOrigin::libraryScan},
+}};
+
+const Estimator* estimatorOf(const InversionSettings& settings) {
+  const auto found = std::find_if(
+      kEstimators.begin(), kEstimators.end(),
+      [&](const Estimator& estimator) { return estimator.source == settings.noiseSource; });
+  return settings.noise || found == kEstimators.end() ? nullptr : found;
+}
+
+/// The noise of the data as this side knows it, and where from. The library's own
+/// estimators tell theirs after the solve.
+struct KnownNoise {
+  std::optional<double> value;  ///< in the unit of the data
+  NoiseOrigin origin = NoiseOrigin::none;
+};
+
+KnownNoise knownNoise(const Decay& decay, const Problem& problem,
+                      const InversionSettings& settings) {
+  if (settings.noise) {
+    return {settings.noise, NoiseOrigin::given};
+  }
+  std::optional<double> value;
+  switch (settings.noiseSource) {
+    case NoiseSource::quadrature:
+      return {decay.quadratureNoise, NoiseOrigin::quadrature};
+    case NoiseSource::difference: {
+      // The compressed driver takes the same measure itself; the plain one reads it from CSI2.
+      const std::vector<float>& Y = problem.data();
+      const float noise =
+          VorinSEDiff(VORIN_SEDIFF_SECOND, static_cast<std::int32_t>(Y.size()), Y.data());
+      if (noise > 0.0F) {
+        value = static_cast<double>(noise) * problem.scale();
+      }
+      return {value, NoiseOrigin::libraryDifference};
+    }
+    case NoiseSource::robust:
+      value = differenceNoise(decay);
+      return {value, value ? NoiseOrigin::differences : NoiseOrigin::none};
+    case NoiseSource::fit:
+    case NoiseSource::ridge:
+    case NoiseSource::scan:
+      break;
+  }
+  return {};
+}
+
+/// Hands the settings to the store. `noise` is that of the data, `scale` what they are
+/// divided by.
+void applySettings(const InversionSettings& settings, const KnownNoise& noise, double scale) {
   setText("FLOG", "NONE");  // which stands for Vorin.log
   setNumber("REPO", settings.keepLog ? 2.0F : 0.0F);
   setText("PRMO", settings.pruning);
   if (settings.prunedPoints) {
     setNumber("PRPO", static_cast<float>(*settings.prunedPoints));
   }
-  setText("TARG", settings.weight ? "WEIG" : "NOISE");
+  if (settings.compression) {
+    setNumber("SVDT", static_cast<float>(settings.compression->ratio));
+  }
+  setNumber("SVDN", settings.compression ? static_cast<float>(settings.compression->rows) : 0.0F);
+  setText("TARG", settings.weight ? "WEIG" : settings.corner ? "2" : "NOISE");
   if (settings.weight) {
     setNumber("WEIG", static_cast<float>(*settings.weight));
   }
+  const Estimator* estimator = estimatorOf(settings);
+  setText("NALG", estimator != nullptr ? estimator->name : "NONE");
   std::set<std::string> assigned;
   for (const std::string& assignment : settings.assignments) {
     assigned.insert(assign(assignment, "--set"));
@@ -79,9 +129,10 @@ void applySettings(const InversionSettings& settings, std::optional<double> nois
   if (!assigned.contains("TOL") && queryNumber("BRDA") != 1.0F) {
     setNumber("TOL", kTolerance);
   }
-  if (noise) {
-    setNoise(*noise / scale);
-  } else if (!assigned.contains("NALG") && queryNumber("TARG") == 1.0F) {
+  if (noise.value) {
+    setNoise(*noise.value / scale);
+  } else if (!assigned.contains("NALG") && queryNumber("TARG") == 1.0F &&
+             (estimator == nullptr || estimator->source == NoiseSource::difference)) {
     throw UserError(
         "the data show no noise to aim the fit at (too few samples, or computed data); give the "
         "noise by --noise SIGMA or a weight by --weight W");
@@ -93,74 +144,11 @@ WeightMode currentMode() {
   return code == 0.0F ? WeightMode::fixed : code == 2.0F ? WeightMode::corner : WeightMode::noise;
 }
 
-}  // namespace
-
-std::vector<float> pruningAbscissae(const std::vector<double>& times) {
-  std::vector<double> abscissae = times;
-  if (abscissae.front() < static_cast<double>(FLT_MIN)) {
-    // A spacing that is nothing beside the whole would leave all bins near 0.
-    constexpr double kLeastShift = 1e-6;
-    const double shift = std::max(times.at(1) - times.front(), kLeastShift * times.back());
-    for (double& abscissa : abscissae) {
-      abscissa += shift;
-    }
-  }
-  return toSingle(abscissae);
+/// What a corner search multiplies the corner's weight by. Near 1 it keeps the corner.
+double cornerFactor() {
+  const float factor = queryNumber("RWEI");
+  return factor < 0.95F || factor > 1.05F ? static_cast<double>(factor) : 1.0;
 }
-
-namespace {
-
-/// A decay and its kernel as the library takes them.
-class Problem {
- public:
-  Problem(const Decay& decay, const InversionSettings& settings, double scale)
-      : scale_(scale),
-        grid_(settings.grid),
-        amplitude_(decay.amplitude),
-        K_(kernelMatrix(settings.kernel, decay.time, settings.grid)),
-        T_(pruningAbscissae(decay.time)),
-        Y_(toSingle(decay.amplitude, scale)),
-        G_(toSingle(settings.grid)) {}
-
-  /// One inversion with the settings of the store, in the unit of the data.
-  Inversion solve() const {
-    const auto nf = static_cast<std::int32_t>(Y_.size());
-    const auto ng = static_cast<std::int32_t>(G_.size());
-    std::vector<float> W(Y_.size());
-    std::vector<float> F(G_.size());
-    std::vector<float> FIT(Y_.size());
-    Inversion result;
-    Voriny_s(nf, ng, &nf, &ng, K_.data(), T_.data(), Y_.data(), W.data(), G_.data(), F.data(),
-             FIT.data(), &result.status);
-    result.distribution = {grid_, toDouble(F, scale_)};
-    result.fit = toDouble(FIT, scale_);
-    result.mode = currentMode();
-    result.weight = static_cast<double>(queryNumber("CWEI"));
-    result.reachedError = static_cast<double>(queryNumber("CSE")) * scale_;
-    result.fitError = rootMeanSquareDifference(amplitude_, result.fit, scale_);
-    result.weightSteps = static_cast<int>(std::lround(queryNumber("CWIT")));
-    if (queryNumber("BRDA") != 3.0F) {  // the quadratic program has no passes
-      result.passes = static_cast<int>(std::lround(queryNumber("CITE")));
-    }
-    if (result.mode == WeightMode::noise) {
-      result.wantedError = static_cast<double>(queryNumber("DSE")) * scale_;
-      if (const float used = queryNumber("CSIG"); used != queryNumber("SIG")) {
-        result.noise = static_cast<double>(used) * scale_;
-        result.noiseOrigin = NoiseOrigin::library;
-      }
-    }
-    return result;
-  }
-
- private:
-  double scale_;
-  const std::vector<double>& grid_;
-  const std::vector<double>& amplitude_;
-  std::vector<float> K_;  ///< kernel, samples x grid times by columns
-  std::vector<float> T_;  ///< abscissae for the pruning
-  std::vector<float> Y_;  ///< scaled amplitudes
-  std::vector<float> G_;  ///< grid times
-};
 
 /// True when the search failed because every fit misses the data by more than it wanted.
 bool outOfReach(const Inversion& inversion) {
@@ -168,33 +156,76 @@ bool outOfReach(const Inversion& inversion) {
          inversion.reachedError > inversion.wantedError;
 }
 
+/// One inversion with the settings of the store, in the unit of the data.
+Inversion solve(const Problem& problem, const Decay& decay, const InversionSettings& settings) {
+  const double scale = problem.scale();
+  const Solution solution = problem.solve(problem.data());
+  Inversion result;
+  result.status = solution.status;
+  result.distribution = {settings.grid, toDouble(solution.F, scale)};
+  result.fit = toDouble(solution.FIT, scale);
+  result.mode = currentMode();
+  result.weight = static_cast<double>(queryNumber("CWEI"));
+  result.reachedError = static_cast<double>(queryNumber("CSE")) * scale;
+  result.fitError = rootMeanSquareDifference(decay.amplitude, result.fit, scale);
+  result.weightSteps = static_cast<int>(std::lround(queryNumber("CWIT")));
+  if (queryNumber("BRDA") != 3.0F) {  // the quadratic program has no passes
+    result.passes = static_cast<int>(std::lround(queryNumber("CITE")));
+  }
+  if (result.mode == WeightMode::noise) {
+    result.wantedError = static_cast<double>(queryNumber("DSE")) * scale;
+  }
+  if (result.mode == WeightMode::corner) {
+    result.cornerWeight = result.weight / cornerFactor();
+  }
+  return result;
+}
+
 }  // namespace
 
-Inversion invert(const Decay& decay, const InversionSettings& settings) {
-  // The library compares its convergence tolerance with absolute numbers, and works
-  // in single precision. Data scaled to a largest magnitude of 1 make the outcome
-  // independent of the instrument's unit.
-  const double scale = largestMagnitude(decay.amplitude);
-  if (settings.noise && !(*settings.noise < scale)) {
+void requireUsable(const Decay& decay, const InversionSettings& settings) {
+  double largest = 0.0;
+  for (double amplitude : decay.amplitude) {
+    largest = std::max(largest, std::fabs(amplitude));
+  }
+  if (settings.noise && !(*settings.noise < largest)) {
     throw UserError(fmt::format(
         "--noise {:g} is no less than the largest amplitude, {:g}; give it in the unit of the data",
-        *settings.noise, scale));
+        *settings.noise, largest));
   }
-  const std::optional<double> noise = settings.noise ? settings.noise : differenceNoise(decay);
+  if (!settings.noise && settings.noiseSource == NoiseSource::quadrature &&
+      !decay.quadratureNoise) {
+    throw UserError(
+        "--noise quadrature: the data have no imaginary channel; give data with one, or another "
+        "noise (--noise SIGMA or difference)");
+  }
+}
+
+Inversion invert(const Decay& decay, const InversionSettings& settings) {
+  requireUsable(decay, settings);
+  const Problem problem(decay, settings);
+  const double scale = problem.scale();
+  const KnownNoise noise = knownNoise(decay, problem, settings);
   applySettings(settings, noise, scale);
 
-  const Problem problem(decay, settings, scale);
-  Inversion result = problem.solve();
-  const bool ownNoise = result.noiseOrigin != NoiseOrigin::library;
-  if (ownNoise && outOfReach(result)) {
-    const double closest = result.reachedError;
-    setNoise(closest / scale);
-    result = problem.solve();
-    result.raisedAim = closest;
+  Inversion result = solve(problem, decay, settings);
+  result.noise = noise.value.value_or(0.0);
+  result.noiseOrigin = noise.value ? noise.origin : NoiseOrigin::none;
+  const Estimator* estimator = estimatorOf(settings);
+  if (const float used = queryNumber("CSIG");
+      result.mode == WeightMode::noise && used != queryNumber("SIG")) {
+    result.noise = static_cast<double>(used) * scale;
+    result.noiseOrigin = estimator != nullptr ? estimator->origin : NoiseOrigin::library;
   }
-  if (noise && ownNoise) {
-    result.noise = *noise;
-    result.noiseOrigin = settings.noise ? NoiseOrigin::given : NoiseOrigin::differences;
+  if (noise.value && result.noiseOrigin == noise.origin && outOfReach(result)) {
+    const double closest = result.reachedError;
+    const Inversion first = std::move(result);
+    setText("NALG", "NONE");
+    setNoise(closest / scale);
+    result = solve(problem, decay, settings);
+    result.noise = first.noise;
+    result.noiseOrigin = first.noiseOrigin;
+    result.raisedAim = closest;
   }
   return result;
 }
@@ -202,6 +233,30 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
 bool succeeded(const Inversion& inversion) {
   return inversion.status < 1 ||
          (inversion.status == VORIN_CORNER_MODE && inversion.mode == WeightMode::corner);
+}
+
+std::string_view originText(NoiseOrigin origin) {
+  switch (origin) {
+    case NoiseOrigin::given:
+      return "given";
+    case NoiseOrigin::differences:
+      return "from differences of neighbouring samples";
+    case NoiseOrigin::quadrature:
+      return "of the imaginary channel";
+    case NoiseOrigin::libraryDifference:
+      return "from the library's second differences";
+    case NoiseOrigin::libraryFit:
+      return "from the library's fit without a penalty";
+    case NoiseOrigin::libraryRidge:
+      return "from the library's ridge fit";
+    case NoiseOrigin::libraryScan:
+      return "from the library's scan of weights";
+    case NoiseOrigin::library:
+      return "estimated by the library";
+    case NoiseOrigin::none:
+      break;
+  }
+  return "";
 }
 
 std::string statusText(const Inversion& inversion) {

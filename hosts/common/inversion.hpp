@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "common/csv.hpp"
@@ -12,11 +13,31 @@
 
 namespace vorin::host {
 
+/// Compression of the (binned) samples by a truncated singular value decomposition.
+struct Compression {
+  int rows = 20;        ///< most rows to keep
+  double ratio = 1e-6;  ///< rows of a singular value not above this times the largest are dropped
+};
+
+/// Where the noise comes from when it is not given as a number.
+enum class NoiseSource {
+  robust,      ///< differenceNoise() of this program
+  difference,  ///< the library's second differences of neighbouring samples (NALG = D3)
+  fit,         ///< its non-negative fit without a penalty (NALG = FIT)
+  ridge,       ///< its non-negative fit with a light ridge (NALG = REG)
+  scan,        ///< its scan of falling weights down to the flat end (NALG = ASYM)
+  quadrature   ///< the imaginary channel of complex data
+};
+
 struct InversionSettings {
   Kernel kernel = Kernel::t2;
-  std::vector<double> grid;              ///< relaxation times in seconds, rising
-  std::optional<double> weight;          ///< a fixed weight; without it the library searches
-  std::optional<double> noise;           ///< standard deviation, in the unit of the data
+  std::vector<double> grid;      ///< relaxation times in seconds, rising
+  std::optional<double> weight;  ///< a fixed weight; without it the library searches
+  bool corner = false;           ///< for the corner of the L-curve, not for the noise
+  std::optional<double> noise;   ///< standard deviation, in the unit of the data
+  NoiseSource noiseSource = NoiseSource::robust;  ///< where `noise` is not given
+  std::optional<Compression> compression;         ///< after the pruning, if there is one
+  std::optional<double> rejectBeyond;    ///< samples off by this many deviations are outliers
   std::string pruning = "LOG";           ///< "LOG", "LIN" or "NONE"
   std::optional<int> prunedPoints;       ///< wanted count of pruned points
   std::vector<std::string> assignments;  ///< "KEY=VALUE", carried out last
@@ -27,10 +48,15 @@ struct InversionSettings {
 enum class WeightMode { fixed = 0, noise = 1, corner = 2 };
 
 enum class NoiseOrigin {
-  none,         ///< there is no estimate, and none was needed
-  given,        ///< by the user
-  differences,  ///< differenceNoise()
-  library       ///< one of the library's estimators (NALG)
+  none,               ///< there is no estimate, and none was needed
+  given,              ///< by the user
+  differences,        ///< differenceNoise()
+  quadrature,         ///< of the imaginary channel
+  libraryDifference,  ///< NoiseSource::difference and so on
+  libraryFit,
+  libraryRidge,
+  libraryScan,
+  library  ///< an estimator that was chosen by the key NALG
 };
 
 /// All amplitudes and errors are in the unit of the data.
@@ -43,18 +69,19 @@ struct Inversion {
   double noise = 0.0;      ///< 0 when the origin is none
   double raisedAim = 0.0;  ///< the closest fit, where it took the place of `noise`; otherwise 0
   NoiseOrigin noiseOrigin = NoiseOrigin::none;
-  double wantedError = 0.0;   ///< of a search for the noise; otherwise 0
-  double reachedError = 0.0;  ///< of the pruned points
-  double fitError = 0.0;      ///< root mean square of decay - fit over all samples
-  int weightSteps = 0;        ///< solves of the weight search; 0 for a fixed weight
-  int passes = 0;             ///< of the last solve; 0 when it was none that iterates
+  double cornerWeight = 0.0;  ///< of a corner search, whose weight is RWEI times this; otherwise 0
+  std::vector<std::size_t> rejected;  ///< samples that were left out as outliers, rising
+  double wantedError = 0.0;           ///< of a search for the noise; otherwise 0
+  double reachedError = 0.0;          ///< of the pruned points
+  double fitError = 0.0;  ///< root mean square of decay - fit over all samples not rejected
+  int weightSteps = 0;    ///< solves of the weight search; 0 for a fixed weight
+  int passes = 0;         ///< of the last solve; 0 when it was none that iterates
 };
 
-/// The abscissae on which the library prunes: the times themselves, unless the
-/// first is 0, where logarithmic bins have no lower end. Then all are shifted by
-/// the first spacing, so that the sample at 0 stands where an evenly spaced decay
-/// would have its first sample. The kernel keeps the true times.
-std::vector<float> pruningAbscissae(const std::vector<double>& times);
+/// Throws UserError for settings that `decay` rules out: a noise as large as the data, the
+/// noise of an imaginary channel that it does not have, bins for outliers to stay out of
+/// that there are none of.
+void requireUsable(const Decay& decay, const InversionSettings& settings);
 
 /// Inverts `decay`. The library's log is left in the working directory as
 /// "Vorin.log". Throws UserError for an assignment that can't be carried out and
@@ -69,6 +96,9 @@ Inversion invert(const Decay& decay, const InversionSettings& settings);
 /// True when the distribution is what was asked for. The corner search always
 /// answers VORIN_CORNER_MODE and counts as a success.
 bool succeeded(const Inversion& inversion);
+
+/// Where the noise came from, in words that follow its value: "given"; empty for none.
+std::string_view originText(NoiseOrigin origin);
 
 /// What the status means, in words; for a failure also what to try next.
 std::string statusText(const Inversion& inversion);

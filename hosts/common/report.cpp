@@ -22,15 +22,8 @@ void line(Lines out, std::string_view label, std::string_view text) {
 }
 
 std::string noiseText(const Inversion& inversion) {
-  switch (inversion.noiseOrigin) {
-    case NoiseOrigin::given:
-      return significant(inversion.noise) + " (given)";
-    case NoiseOrigin::differences:
-      return significant(inversion.noise) + " (from differences of neighbouring samples)";
-    case NoiseOrigin::library:
-      return significant(inversion.noise) + " (estimated by the library)";
-    case NoiseOrigin::none:
-      break;
+  if (inversion.noiseOrigin != NoiseOrigin::none) {
+    return fmt::format("{} ({})", significant(inversion.noise), originText(inversion.noiseOrigin));
   }
   return "not known";
 }
@@ -46,7 +39,11 @@ std::string weightText(const Inversion& inversion) {
                                    ? "1 pass of the solver"
                                    : fmt::format("{} passes of the solver", inversion.passes));
     case WeightMode::corner:
-      return fmt::format("{} (corner of the L-curve)", weight);
+      return inversion.weight == inversion.cornerWeight
+                 ? fmt::format("{} (corner of the L-curve)", weight)
+                 : fmt::format("{} ({} times that of the L-curve's corner, {})", weight,
+                               significant(inversion.weight / inversion.cornerWeight, 3),
+                               significant(inversion.cornerWeight));
     case WeightMode::noise:
       break;
   }

@@ -1,6 +1,7 @@
 // How `vorin invert` inverts: weight, noise, reduction and the library's keys.
 #include <fmt/format.h>
 
+#include <array>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -13,18 +14,15 @@ namespace vorin::host {
 
 namespace {
 
-/// The number above 0 that `text` spells, if there is a text.
-std::optional<double> positiveNumber(const std::string& text, std::string_view option) {
-  if (text.empty()) {
-    return std::nullopt;
-  }
+constexpr int kMostRows = 10000;
+constexpr double kLeastRejection = 1.0;
+
+/// The number above 0 that `text` spells, in the range of the library's numbers.
+std::optional<double> parseAboveZero(const std::string& text) {
   const std::optional<double> value = parseNumber(text);
   constexpr double kLeast = std::numeric_limits<float>::min();
   constexpr double kMost = std::numeric_limits<float>::max();
-  if (!value || !(*value >= kLeast && *value <= kMost)) {
-    throw UserError(fmt::format("{} {}: a number above 0 is wanted", option, inQuotes(text)));
-  }
-  return value;
+  return value && *value >= kLeast && *value <= kMost ? value : std::nullopt;
 }
 
 std::string pruningMode(const std::string& text) {
@@ -53,19 +51,118 @@ std::optional<int> prunedPoints(const std::string& text) {
   return static_cast<int>(*value);
 }
 
+/// "noise", "corner" or a number above 0.
+void readWeight(const std::string& text, InversionSettings& settings) {
+  if (text.empty() || text == "noise") {
+    return;
+  }
+  if (text == "corner") {
+    settings.corner = true;
+    return;
+  }
+  settings.weight = parseAboveZero(text);
+  if (!settings.weight) {
+    throw UserError(
+        fmt::format("--weight {}: write noise, corner or a number above 0", inQuotes(text)));
+  }
+}
+
+struct SourceName {
+  std::string_view name;
+  NoiseSource source;
+};
+constexpr std::array<SourceName, 5> kSources{{{"difference", NoiseSource::difference},
+                                              {"fit", NoiseSource::fit},
+                                              {"ridge", NoiseSource::ridge},
+                                              {"scan", NoiseSource::scan},
+                                              {"quadrature", NoiseSource::quadrature}}};
+
+/// The name of an estimate or a number above 0.
+void readNoise(const std::string& text, InversionSettings& settings) {
+  if (text.empty()) {
+    return;
+  }
+  for (const SourceName& source : kSources) {
+    if (source.name == text) {
+      settings.noiseSource = source.source;
+      return;
+    }
+  }
+  settings.noise = parseAboveZero(text);
+  if (!settings.noise) {
+    throw UserError(fmt::format(
+        "--noise {}: write a number above 0, difference, fit, ridge, scan or quadrature",
+        inQuotes(text)));
+  }
+}
+
+/// "N" or "N,RATIO".
+Compression parseCompression(const std::string& text) {
+  const auto fail = [&] {
+    return UserError(
+        fmt::format("--compress {}: write N or N,RATIO, a whole number from 1 to {} and a number "
+                    "from 0 to below 1, for instance 20,1e-6",
+                    inQuotes(text), kMostRows));
+  };
+  Compression result;
+  const auto comma = text.find(',');
+  const auto rows = parseInteger(text.substr(0, comma));
+  if (!rows || *rows < 1 || *rows > kMostRows) {
+    throw fail();
+  }
+  result.rows = static_cast<int>(*rows);
+  if (comma != std::string::npos) {
+    const auto ratio = parseNumber(text.substr(comma + 1));
+    if (!ratio || !(*ratio >= 0.0 && *ratio < 1.0)) {
+      throw fail();
+    }
+    result.ratio = *ratio;
+  }
+  return result;
+}
+
+double parseRejection(const std::string& text) {
+  const std::optional<double> value = parseAboveZero(text);
+  if (!value || *value < kLeastRejection) {
+    throw UserError(fmt::format(
+        "--reject-outliers {}: a number of {:g} or above is wanted, the standard deviations beyond "
+        "which a sample is an outlier",
+        inQuotes(text), kLeastRejection));
+  }
+  return *value;
+}
+
+/// Adds an option whose value may be left out. What follows it on the line may be the name of
+/// a file, which would be taken for the value; then the sentence should say so.
+CLI::Option* addOptionalValue(CLI::App& line, const std::string& name, std::string& value,
+                              const std::string& type, const std::string& standard,
+                              const std::string& text) {
+  return addOption(line, name, value, type, text)->expected(0, 1)->default_str(standard);
+}
+
 }  // namespace
 
 void MethodOptions::addTo(CLI::App& line) {
-  addOption(line, "--weight", weight, "W",
-            "A fixed regularisation weight; without it the library looks for\n"
-            "the weight at which the fit misses the data by just over the noise");
-  addOption(line, "--noise", noise, "SIGMA",
-            "Standard deviation of the noise, in the unit of the data (default:\n"
-            "from second differences of neighbouring samples)");
+  addOption(line, "--weight", weight, "noise|corner|W",
+            "How strongly the distribution is smoothed: noise (default) looks for\n"
+            "the weight at which the fit misses the data by just over the noise,\n"
+            "corner for the corner of the L-curve, W is a weight of your own");
+  addOption(line, "--noise", noise, "SIGMA|HOW",
+            "Standard deviation of the noise in the unit of the data, or where it\n"
+            "comes from: difference, fit, ridge, scan (estimates of the library),\n"
+            "quadrature (the imaginary channel). Default: from second differences\n"
+            "of neighbouring samples, outliers and the start of the decay apart");
   addOption(line, "--prune", prune, "HOW",
             "Bins into which samples are gathered before the inversion: log\n"
             "(default), linear, or none");
   addOption(line, "--prune-points", prunePoints, "N", "Number of bins, 10 to 5000 (default 200)");
+  addOptionalValue(line, "--compress", compress, "N[,RATIO]", "20,1e-6",
+                   "Compress the (binned) samples to N rows at most by a singular value\n"
+                   "decomposition, without those of a singular value not above RATIO\n"
+                   "times the largest (20,1e-6 where no value is given)");
+  addOptionalValue(line, "--reject-outliers", rejectOutliers, "K", "4",
+                   "Leave out samples that a first fit misses by K standard deviations\n"
+                   "of the noise or more (4 where no value is given)");
   addOption(line, "--set", assignments, "KEY=VALUE",
             "Set a key of the library, for instance MAXI=200; may be repeated.\n"
             "The library sees data whose largest magnitude is 1")
@@ -74,8 +171,14 @@ void MethodOptions::addTo(CLI::App& line) {
 
 InversionSettings settingsFrom(const MethodOptions& options) {
   InversionSettings settings;
-  settings.weight = positiveNumber(options.weight, "--weight");
-  settings.noise = positiveNumber(options.noise, "--noise");
+  readWeight(options.weight, settings);
+  readNoise(options.noise, settings);
+  if (!options.compress.empty()) {
+    settings.compression = parseCompression(options.compress);
+  }
+  if (!options.rejectOutliers.empty()) {
+    settings.rejectBeyond = parseRejection(options.rejectOutliers);
+  }
   settings.pruning = pruningMode(options.prune);
   settings.prunedPoints = prunedPoints(options.prunePoints);
   settings.assignments = options.assignments;

@@ -49,6 +49,8 @@ struct MethodOptions {
   std::string noise;
   std::string prune = "log";
   std::string prunePoints;
+  std::string compress;
+  std::string rejectOutliers;
   std::vector<std::string> assignments;
 
   void addTo(CLI::App& line);

@@ -10,6 +10,7 @@
 #include "common/grid.hpp"
 #include "common/library.hpp"
 #include "common/measures.hpp"
+#include "common/problem.hpp"
 #include "common/simulation.hpp"
 #include "common/user_error.hpp"
 

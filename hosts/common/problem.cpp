@@ -1,0 +1,166 @@
+#include "common/problem.hpp"
+
+#include <vorin.h>
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <string>
+
+#include "common/kernel.hpp"
+#include "common/library.hpp"
+
+namespace vorin::host {
+
+namespace {
+
+double largestMagnitude(const std::vector<double>& values) {
+  double largest = 0.0;
+  for (double value : values) {
+    largest = std::max(largest, std::fabs(value));
+  }
+  return largest;
+}
+
+std::vector<float> toSingle(const std::vector<double>& values, double divisor = 1.0) {
+  std::vector<float> result(values.size());
+  std::transform(values.begin(), values.end(), result.begin(),
+                 [&](double value) { return static_cast<float>(value / divisor); });
+  return result;
+}
+
+int wholeNumber(std::string_view key) {
+  return static_cast<int>(std::lround(queryNumber(key)));
+}
+
+/// How a driver reduces the problem, by the keys as they stand.
+struct Reduction {
+  std::int32_t mode = 0;      ///< of the bins, as VorinComp_s takes it; 0 for none
+  std::int32_t wanted = 0;    ///< count of bins
+  std::int32_t capacity = 0;  ///< most rows
+  std::int32_t vectors = 0;   ///< most rows after a compression; 0 for none
+};
+
+/// The plain driver: LIN and LILO are one, and the count is limited to 10 .. 5000.
+Reduction plainReduction() {
+  constexpr std::int32_t kCapacity = 5000;
+  Reduction reduction;
+  const int code = wholeNumber("PRMO");
+  reduction.mode = code == 0 ? 0 : code == 1 ? VORIN_PRUNE_LOG : VORIN_PRUNE_LINEAR;
+  reduction.wanted = std::clamp(wholeNumber("PRPO"), 10, kCapacity);
+  reduction.capacity = kCapacity;
+  return reduction;
+}
+
+/// The fifth compressed driver: at most nf / 2 bins, but no fewer than grid times.
+Reduction compressedReduction(std::int32_t nf, std::int32_t ng) {
+  constexpr std::int32_t kSpare = 5;
+  Reduction reduction;
+  reduction.mode = wholeNumber("PRMO");
+  reduction.wanted = wholeNumber("PRPO");
+  reduction.vectors = std::max(std::min(wholeNumber("SVDN"), ng), 0);
+  if (reduction.mode * reduction.wanted < 1) {
+    reduction.capacity = ng;
+  } else {
+    reduction.wanted = std::max(std::min(reduction.wanted, nf / 2), ng);
+    reduction.capacity = reduction.wanted;
+  }
+  reduction.capacity += kSpare;
+  reduction.wanted = std::min(std::max(reduction.wanted, 10), reduction.capacity);
+  return reduction;
+}
+
+/// Replaces the first `rows` of the kernel K (leading dimension ldK, n columns) and the data
+/// d by the compressed ones in arrays of leading dimension ldC; `rows` follows.
+void compress(std::int32_t& rows, std::int32_t n, std::int32_t ldK, std::int32_t ldC,
+              std::int32_t vectors, std::vector<float>& K, std::vector<float>& d) {
+  const auto columns = static_cast<std::size_t>(n);
+  const float threshold = queryNumber("SVDT");
+  const std::int32_t mode = VORIN_COMP_DECOMPOSE;
+  std::vector<float> scratch(columns * (static_cast<std::size_t>(rows) + 1 + columns) + 10);
+  const auto length = static_cast<std::int32_t>(scratch.size());
+  std::vector<float> Kc(static_cast<std::size_t>(ldC) * columns);
+  std::vector<float> dc(static_cast<std::size_t>(std::max(ldC, n)));
+  std::int32_t count = 0;
+  std::int32_t status = 0;
+  VorinCompSVD3_s(&mode, &length, &rows, &n, &ldK, &ldC, K.data(), d.data(), &threshold, &vectors,
+                  &count, Kc.data(), dc.data(), scratch.data(), &status);
+  rows = count;
+  K = std::move(Kc);
+  d = std::move(dc);
+}
+
+}  // namespace
+
+std::vector<float> pruningAbscissae(const std::vector<double>& times) {
+  std::vector<double> abscissae = times;
+  if (abscissae.front() < static_cast<double>(FLT_MIN)) {
+    // A spacing that is nothing beside the whole would leave all bins near 0.
+    constexpr double kLeastShift = 1e-6;
+    const double shift = std::max(times.at(1) - times.front(), kLeastShift * times.back());
+    for (double& abscissa : abscissae) {
+      abscissa += shift;
+    }
+  }
+  return toSingle(abscissae);
+}
+
+bool compressedRoad(const InversionSettings& settings) {
+  return settings.compression || settings.rejectBeyond;
+}
+
+Problem::Problem(const Decay& decay, const InversionSettings& settings)
+    : scale_(largestMagnitude(decay.amplitude)),
+      compressed_(compressedRoad(settings)),
+      K_(kernelMatrix(settings.kernel, decay.time, settings.grid)),
+      T_(pruningAbscissae(decay.time)),
+      Y_(toSingle(decay.amplitude, scale_)),
+      G_(toSingle(settings.grid)) {}
+
+Solution Problem::solve(const std::vector<float>& Y) const {
+  const auto nf = static_cast<std::int32_t>(Y.size());
+  const auto ng = static_cast<std::int32_t>(G_.size());
+  Solution result;
+  result.F.resize(G_.size());
+  result.FIT.resize(Y.size());
+  result.W.resize(Y.size());
+  const auto driver = compressed_ ? &VorinyC5_s : &Voriny_s;
+  driver(nf, ng, &nf, &ng, K_.data(), T_.data(), Y.data(), result.W.data(), G_.data(),
+         result.F.data(), result.FIT.data(), &result.status);
+  return result;
+}
+
+ReducedProblem Problem::reduced(const std::vector<float>& W) const {
+  const auto nf = static_cast<std::int32_t>(Y_.size());
+  const auto ng = static_cast<std::int32_t>(G_.size());
+  const Reduction reduction = compressed_ ? compressedReduction(nf, ng) : plainReduction();
+  std::vector<float> K;
+  std::vector<float> d;
+  std::int32_t rows = nf;
+  std::int32_t ld = nf;
+  if (reduction.mode > 0) {
+    ld = reduction.capacity;
+    K.resize(static_cast<std::size_t>(ld) * G_.size());
+    d.resize(static_cast<std::size_t>(ld));
+    std::int32_t status = 0;
+    VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), K_.data(), W.data(), wholeNumber("PRLO"),
+                wholeNumber("PRHI"), reduction.wanted, reduction.mode, 0.0F, 0, &rows, d.data(),
+                K.data(), &status);
+  } else {
+    K = K_;
+    d = Y_;
+  }
+  if (reduction.vectors > 0) {
+    compress(rows, ng, ld, reduction.capacity, reduction.vectors, K, d);
+    ld = reduction.capacity;
+  }
+  ReducedProblem result{rows, ng, {}, {d.begin(), d.begin() + rows}};
+  result.K.reserve(static_cast<std::size_t>(rows) * G_.size());
+  for (std::size_t column = 0; column < G_.size(); ++column) {
+    const auto start = K.begin() + static_cast<std::ptrdiff_t>(column) * ld;
+    result.K.insert(result.K.end(), start, start + rows);
+  }
+  return result;
+}
+
+}  // namespace vorin::host

@@ -1,0 +1,66 @@
+// A decay and its kernel as the library takes them, and the calls that invert them.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "common/csv.hpp"
+#include "common/inversion.hpp"
+
+namespace vorin::host {
+
+/// What one call of the library returns, in the library's unit: data of magnitude 1.
+struct Solution {
+  std::vector<float> F;     ///< distribution
+  std::vector<float> FIT;   ///< at the times of the decay
+  std::vector<float> W;     ///< 1, or 1000000 for a sample that was taken for an outlier
+  std::int32_t status = 0;  ///< as vorin.h lists it
+};
+
+/// The problem that the library solves once it has gathered and compressed the samples.
+struct ReducedProblem {
+  std::int32_t rows = 0;
+  std::int32_t columns = 0;
+  std::vector<double> K;  ///< kernel, rows x columns by columns
+  std::vector<double> d;  ///< data, rows
+};
+
+/// The abscissae on which the library prunes: the times themselves, unless the
+/// first is 0, where logarithmic bins have no lower end. Then all are shifted by
+/// the first spacing, so that the sample at 0 stands where an evenly spaced decay
+/// would have its first sample. The kernel keeps the true times.
+std::vector<float> pruningAbscissae(const std::vector<double>& times);
+
+/// True when the settings call for the library's compressed road.
+bool compressedRoad(const InversionSettings& settings);
+
+class Problem {
+ public:
+  /// Both must outlive the problem.
+  Problem(const Decay& decay, const InversionSettings& settings);
+
+  /// The largest magnitude of the amplitudes. The library compares its convergence
+  /// tolerance with absolute numbers, and works in single precision; data divided by
+  /// this make the outcome independent of the instrument's unit.
+  double scale() const { return scale_; }
+
+  /// The amplitudes divided by the scale.
+  const std::vector<float>& data() const { return Y_; }
+
+  /// Inverts `Y` (as data(), and as long) with the keys as they stand in the store.
+  Solution solve(const std::vector<float>& Y) const;
+
+  /// What solve(data()) hands to its weight search with the keys as they stand: the same
+  /// bins, the same rows, the same rounding. `W` is that of the solution.
+  ReducedProblem reduced(const std::vector<float>& W) const;
+
+ private:
+  double scale_;
+  bool compressed_;       ///< by VorinyC5_s in place of Voriny_s
+  std::vector<float> K_;  ///< kernel, samples x grid times by columns
+  std::vector<float> T_;  ///< abscissae for the pruning
+  std::vector<float> Y_;  ///< scaled amplitudes
+  std::vector<float> G_;  ///< grid times
+};
+
+}  // namespace vorin::host
