@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 #include <set>
 
 #include "common/library.hpp"
@@ -17,15 +18,13 @@ namespace vorin::host {
 
 namespace {
 
-/// Root mean square of a - b; both are divided by `scale` on the way, against overflow.
-double rootMeanSquareDifference(const std::vector<double>& a, const std::vector<double>& b,
-                                double scale) {
+double rootMeanSquareDifference(const std::vector<float>& a, const std::vector<float>& b) {
   double sum = 0.0;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    const double difference = a[i] / scale - b[i] / scale;
+    const double difference = static_cast<double>(a[i]) - static_cast<double>(b[i]);
     sum += difference * difference;
   }
-  return std::sqrt(sum / static_cast<double>(a.size())) * scale;
+  return std::sqrt(sum / static_cast<double>(a.size()));
 }
 
 std::vector<double> toDouble(const std::vector<float>& values, double factor) {
@@ -156,8 +155,36 @@ bool outOfReach(const Inversion& inversion) {
          inversion.reachedError > inversion.wantedError;
 }
 
+/// The samples that are left out. A large outlier spoils the noise that the others are held
+/// against, so the search goes on without those found until it finds no more.
+std::vector<std::size_t> rejectedSamples(const Problem& whole, const InversionSettings& settings) {
+  std::vector<std::size_t> rejected;
+  if (!settings.rejectBeyond) {
+    return rejected;
+  }
+  constexpr int kMostRounds = 10;
+  std::vector<std::size_t> kept(whole.data().size());
+  std::iota(kept.begin(), kept.end(), std::size_t{0});
+  for (int round = 0; round < kMostRounds; ++round) {
+    const Problem rest = whole.without(rejected);
+    const std::vector<std::size_t> found =
+        rest.outliers(static_cast<float>(*settings.rejectBeyond));
+    if (found.empty()) {
+      break;
+    }
+    for (std::size_t index : found) {
+      rejected.push_back(kept[index]);
+    }
+    std::sort(rejected.begin(), rejected.end());
+    for (auto index = found.rbegin(); index != found.rend(); ++index) {
+      kept.erase(kept.begin() + static_cast<std::ptrdiff_t>(*index));
+    }
+  }
+  return rejected;
+}
+
 /// One inversion with the settings of the store, in the unit of the data.
-Inversion solve(const Problem& problem, const Decay& decay, const InversionSettings& settings) {
+Inversion solve(const Problem& problem, const InversionSettings& settings) {
   const double scale = problem.scale();
   const Solution solution = problem.solve(problem.data());
   Inversion result;
@@ -167,7 +194,7 @@ Inversion solve(const Problem& problem, const Decay& decay, const InversionSetti
   result.mode = currentMode();
   result.weight = static_cast<double>(queryNumber("CWEI"));
   result.reachedError = static_cast<double>(queryNumber("CSE")) * scale;
-  result.fitError = rootMeanSquareDifference(decay.amplitude, result.fit, scale);
+  result.fitError = rootMeanSquareDifference(problem.data(), solution.FIT) * scale;
   result.weightSteps = static_cast<int>(std::lround(queryNumber("CWIT")));
   if (queryNumber("BRDA") != 3.0F) {  // the quadratic program has no passes
     result.passes = static_cast<int>(std::lround(queryNumber("CITE")));
@@ -203,12 +230,14 @@ void requireUsable(const Decay& decay, const InversionSettings& settings) {
 
 Inversion invert(const Decay& decay, const InversionSettings& settings) {
   requireUsable(decay, settings);
-  const Problem problem(decay, settings);
+  const Problem whole(decay, settings);
+  const std::vector<std::size_t> rejected = rejectedSamples(whole, settings);
+  const Problem problem = rejected.empty() ? whole : whole.without(rejected);
   const double scale = problem.scale();
   const KnownNoise noise = knownNoise(decay, problem, settings);
   applySettings(settings, noise, scale);
 
-  Inversion result = solve(problem, decay, settings);
+  Inversion result = solve(problem, settings);
   result.noise = noise.value.value_or(0.0);
   result.noiseOrigin = noise.value ? noise.origin : NoiseOrigin::none;
   const Estimator* estimator = estimatorOf(settings);
@@ -222,10 +251,14 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
     const Inversion first = std::move(result);
     setText("NALG", "NONE");
     setNoise(closest / scale);
-    result = solve(problem, decay, settings);
+    result = solve(problem, settings);
     result.noise = first.noise;
     result.noiseOrigin = first.noiseOrigin;
     result.raisedAim = closest;
+  }
+  if (!rejected.empty()) {
+    result.rejected = rejected;
+    result.fit = whole.fitOf(result.distribution.amplitude);
   }
   return result;
 }

@@ -105,17 +105,58 @@ std::vector<float> pruningAbscissae(const std::vector<double>& times) {
   return toSingle(abscissae);
 }
 
-bool compressedRoad(const InversionSettings& settings) {
-  return settings.compression || settings.rejectBeyond;
+namespace {
+
+/// `values`, rows by rows, without those whose numbers, rising, are `left`.
+template <class Value>
+std::vector<Value> withoutRows(const std::vector<Value>& values, std::size_t rows,
+                               const std::vector<std::size_t>& left) {
+  std::vector<Value> result;
+  result.reserve(values.size());
+  for (std::size_t start = 0; start < values.size(); start += rows) {
+    auto next = left.begin();
+    for (std::size_t i = 0; i < rows; ++i) {
+      if (next != left.end() && *next == i) {
+        ++next;
+      } else {
+        result.push_back(values[start + i]);
+      }
+    }
+  }
+  return result;
 }
+
+}  // namespace
 
 Problem::Problem(const Decay& decay, const InversionSettings& settings)
     : scale_(largestMagnitude(decay.amplitude)),
-      compressed_(compressedRoad(settings)),
+      compressed_(settings.compression.has_value()),
       K_(kernelMatrix(settings.kernel, decay.time, settings.grid)),
       T_(pruningAbscissae(decay.time)),
+      amplitude_(decay.amplitude),
       Y_(toSingle(decay.amplitude, scale_)),
       G_(toSingle(settings.grid)) {}
+
+Problem Problem::without(const std::vector<std::size_t>& left) const {
+  Problem result = *this;
+  const std::size_t rows = Y_.size();
+  result.K_ = withoutRows(K_, rows, left);
+  result.T_ = withoutRows(T_, rows, left);
+  result.amplitude_ = withoutRows(amplitude_, rows, left);
+  result.scale_ = largestMagnitude(result.amplitude_);  // an outlier may have been the largest
+  result.Y_ = toSingle(result.amplitude_, result.scale_);
+  return result;
+}
+
+std::vector<double> Problem::fitOf(const std::vector<double>& F) const {
+  std::vector<double> fit(Y_.size());
+  for (std::size_t column = 0; column < F.size(); ++column) {
+    for (std::size_t i = 0; i < fit.size(); ++i) {
+      fit[i] += static_cast<double>(K_[column * fit.size() + i]) * F[column];
+    }
+  }
+  return fit;
+}
 
 Solution Problem::solve(const std::vector<float>& Y) const {
   const auto nf = static_cast<std::int32_t>(Y.size());
@@ -123,14 +164,14 @@ Solution Problem::solve(const std::vector<float>& Y) const {
   Solution result;
   result.F.resize(G_.size());
   result.FIT.resize(Y.size());
-  result.W.resize(Y.size());
+  std::vector<float> W(Y.size());
   const auto driver = compressed_ ? &VorinyC5_s : &Voriny_s;
-  driver(nf, ng, &nf, &ng, K_.data(), T_.data(), Y.data(), result.W.data(), G_.data(),
-         result.F.data(), result.FIT.data(), &result.status);
+  driver(nf, ng, &nf, &ng, K_.data(), T_.data(), Y.data(), W.data(), G_.data(), result.F.data(),
+         result.FIT.data(), &result.status);
   return result;
 }
 
-ReducedProblem Problem::reduced(const std::vector<float>& W) const {
+ReducedProblem Problem::reduced() const {
   const auto nf = static_cast<std::int32_t>(Y_.size());
   const auto ng = static_cast<std::int32_t>(G_.size());
   const Reduction reduction = compressed_ ? compressedReduction(nf, ng) : plainReduction();
@@ -142,6 +183,7 @@ ReducedProblem Problem::reduced(const std::vector<float>& W) const {
     ld = reduction.capacity;
     K.resize(static_cast<std::size_t>(ld) * G_.size());
     d.resize(static_cast<std::size_t>(ld));
+    const std::vector<float> W(Y_.size(), 1.0F);
     std::int32_t status = 0;
     VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), K_.data(), W.data(), wholeNumber("PRLO"),
                 wholeNumber("PRHI"), reduction.wanted, reduction.mode, 0.0F, 0, &rows, d.data(),
@@ -161,6 +203,29 @@ ReducedProblem Problem::reduced(const std::vector<float>& W) const {
     result.K.insert(result.K.end(), start, start + rows);
   }
   return result;
+}
+
+std::vector<std::size_t> Problem::outliers(float threshold) const {
+  // The ridge with which the library's own driver looks for them, relative to the kernel.
+  constexpr float kRidge = 1e-4F;
+  const auto nf = static_cast<std::int32_t>(Y_.size());
+  const auto ng = static_cast<std::int32_t>(G_.size());
+  const std::vector<float> W(Y_.size(), 1.0F);
+  std::vector<float> x(G_.size());
+  std::vector<float> flags(Y_.size());
+  std::int32_t good = 0;
+  std::int32_t bad = 0;
+  std::int32_t spare = 0;
+  std::int32_t status = 0;
+  VorinSEROL(&threshold, &kRidge, &nf, &nf, &ng, K_.data(), Y_.data(), W.data(), x.data(),
+             flags.data(), &good, &bad, &spare, &status);
+  std::vector<std::size_t> found;
+  for (std::size_t i = 0; i < flags.size(); ++i) {
+    if (flags[i] == 0.0F) {
+      found.push_back(i);
+    }
+  }
+  return found;
 }
 
 }  // namespace vorin::host

@@ -13,7 +13,6 @@ namespace vorin::host {
 struct Solution {
   std::vector<float> F;     ///< distribution
   std::vector<float> FIT;   ///< at the times of the decay
-  std::vector<float> W;     ///< 1, or 1000000 for a sample that was taken for an outlier
   std::int32_t status = 0;  ///< as vorin.h lists it
 };
 
@@ -31,13 +30,12 @@ struct ReducedProblem {
 /// would have its first sample. The kernel keeps the true times.
 std::vector<float> pruningAbscissae(const std::vector<double>& times);
 
-/// True when the settings call for the library's compressed road.
-bool compressedRoad(const InversionSettings& settings);
-
 class Problem {
  public:
-  /// Both must outlive the problem.
   Problem(const Decay& decay, const InversionSettings& settings);
+
+  /// The problem of all samples but those whose numbers, rising, are `left`.
+  Problem without(const std::vector<std::size_t>& left) const;
 
   /// The largest magnitude of the amplitudes. The library compares its convergence
   /// tolerance with absolute numbers, and works in single precision; data divided by
@@ -50,17 +48,25 @@ class Problem {
   /// Inverts `Y` (as data(), and as long) with the keys as they stand in the store.
   Solution solve(const std::vector<float>& Y) const;
 
+  /// The kernel times `F`, at the samples of this problem, in the unit of F.
+  std::vector<double> fitOf(const std::vector<double>& F) const;
+
   /// What solve(data()) hands to its weight search with the keys as they stand: the same
-  /// bins, the same rows, the same rounding. `W` is that of the solution.
-  ReducedProblem reduced(const std::vector<float>& W) const;
+  /// bins, the same rows, the same rounding.
+  ReducedProblem reduced() const;
+
+  /// Which of the samples lie off a first, lightly smoothed fit by `threshold` standard
+  /// deviations of the noise or more, numbered as in data().
+  std::vector<std::size_t> outliers(float threshold) const;
 
  private:
-  double scale_;
-  bool compressed_;       ///< by VorinyC5_s in place of Voriny_s
-  std::vector<float> K_;  ///< kernel, samples x grid times by columns
-  std::vector<float> T_;  ///< abscissae for the pruning
-  std::vector<float> Y_;  ///< scaled amplitudes
-  std::vector<float> G_;  ///< grid times
+  double scale_ = 1.0;
+  bool compressed_;                ///< by VorinyC5_s in place of Voriny_s
+  std::vector<float> K_;           ///< kernel, samples x grid times by columns
+  std::vector<float> T_;           ///< abscissae for the pruning
+  std::vector<double> amplitude_;  ///< in the unit of the data
+  std::vector<float> Y_;           ///< scaled amplitudes
+  std::vector<float> G_;           ///< grid times
 };
 
 }  // namespace vorin::host

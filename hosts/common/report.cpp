@@ -56,8 +56,10 @@ std::string errorText(const Inversion& inversion) {
   if (inversion.mode == WeightMode::noise) {
     text = fmt::format("wanted {}, ", significant(inversion.wantedError));
   }
-  return text + fmt::format("reached {}; {} over all samples", significant(inversion.reachedError),
-                            significant(inversion.fitError));
+  return text +
+         fmt::format("reached {}; {} over all samples", significant(inversion.reachedError),
+                     significant(inversion.fitError)) +
+         (inversion.rejected.empty() ? "" : " kept");
 }
 
 /// What piles up at an end of the grid below this share is the decay's offset.
@@ -105,6 +107,11 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
                    timeText(found.time.front()), timeText(found.time.back())));
   line(out, "status", fmt::format("{} ({})", statusText(inversion), inversion.status));
   line(out, "noise", noiseText(inversion));
+  if (!inversion.rejected.empty()) {
+    line(out, "outliers",
+         fmt::format("{} of {} samples left out", inversion.rejected.size(),
+                     context.decay.time.size()));
+  }
   line(out, "weight", weightText(inversion));
   line(out, "standard error", errorText(inversion));
   if (inversion.raisedAim > 0.0) {
