@@ -75,23 +75,26 @@ std::vector<double> perDecade(const Distribution& distribution) {
 }
 
 /// Writes the columns that the script plots.
-void writeData(const Inversion& inversion, const ReportContext& context, double unit) {
+void writeData(const PictureContent& content) {
   std::ofstream decay("decay.dat");
-  for (std::size_t i = 0; i < context.decay.time.size(); ++i) {
-    const double amplitude = context.decay.amplitude[i];
-    decay << fmt::format("{:.8g} {:.8g} {:.8g} {:.8g}\n", context.decay.time[i] / unit, amplitude,
-                         inversion.fit[i], amplitude - inversion.fit[i]);
+  for (std::size_t i = 0; i < content.time.size(); ++i) {
+    const double amplitude = content.amplitude[i];
+    decay << fmt::format("{:.8g} {:.8g}", content.time[i] / content.timeUnit, amplitude);
+    if (!content.fit.empty()) {
+      decay << fmt::format(" {:.8g} {:.8g}", content.fit[i], amplitude - content.fit[i]);
+    }
+    decay << '\n';
   }
   const auto writeDistribution = [&](const char* name, const Distribution& distribution) {
     std::ofstream file(name);
     const std::vector<double> density = perDecade(distribution);
     for (std::size_t k = 0; k < density.size(); ++k) {
-      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / unit, density[k]);
+      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / content.timeUnit, density[k]);
     }
   };
-  writeDistribution("distribution.dat", inversion.distribution);
-  if (context.truth) {
-    writeDistribution("truth.dat", *context.truth);
+  writeDistribution("distribution.dat", content.distribution);
+  if (content.truth) {
+    writeDistribution("truth.dat", *content.truth);
   }
 }
 
@@ -108,10 +111,10 @@ set offsets 0, 0, graph 0.03, graph 0.03
 set multiplot
 )";
 
-double largestResidual(const Inversion& inversion, const ReportContext& context) {
+double largestResidual(const PictureContent& content) {
   double largest = 0.0;
-  for (std::size_t i = 0; i < inversion.fit.size(); ++i) {
-    largest = std::max(largest, std::fabs(context.decay.amplitude[i] - inversion.fit[i]));
+  for (std::size_t i = 0; i < content.fit.size(); ++i) {
+    largest = std::max(largest, std::fabs(content.amplitude[i] - content.fit[i]));
   }
   return largest;
 }
@@ -123,36 +126,42 @@ double roundStep(double limit) {
   return power * (digit >= 5.0 ? 5.0 : digit >= 2.0 ? 2.0 : 1.0);
 }
 
-std::string decayPanels(const Inversion& inversion, const ReportContext& context,
-                        const AxisUnit& unit) {
-  const std::vector<double>& t = context.decay.time;
+/// The panel of the decay and, under it, that of the residual if there is a fit.
+std::string decayPanels(const PictureContent& content) {
+  const std::vector<double>& t = content.time;
+  const double unit = content.timeUnit;
+  const bool hasFit = !content.fit.empty();
   // Where times spread over two decades or more, a linear axis would hide the start.
   const bool logAxis = t.front() > 0.0 && t.back() >= 100.0 * t.front();
   const bool crowded = t.size() > 300;
   std::string script = fmt::format("{} logscale x\n", logAxis ? "set" : "unset");
-  script += logAxis ? fmt::format("set xrange [{:.6g}:{:.6g}]\n", 0.8 * t.front() / unit.size,
-                                  1.25 * t.back() / unit.size)
-                    : fmt::format("set xrange [{:.6g}:{:.6g}]\n", t.front() / unit.size,
-                                  t.back() / unit.size);
+  script += logAxis
+                ? fmt::format("set xrange [{:.6g}:{:.6g}]\n", 0.8 * t.front() / unit,
+                              1.25 * t.back() / unit)
+                : fmt::format("set xrange [{:.6g}:{:.6g}]\n", t.front() / unit, t.back() / unit);
   const std::string points =
       crowded ? "pt 7 ps 0.45 lc rgb '#80527fb5'" : "pt 7 ps 0.8 lc rgb '#527fb5'";
+  const std::string axis = fmt::format("set format x '%g'\nset xlabel {} offset 0,0.3\n",
+                                       scriptQuoted(content.timeAxis));
   script += fmt::format(R"(set tmargin at screen 0.925
-set bmargin at screen 0.625
-set format x ''
-set ylabel 'amplitude (unit of the data)'
-plot 'decay.dat' using 1:2 with points {0} title 'measured', \
+set bmargin at screen {0}
+{1}set ylabel 'amplitude (unit of the data)'
+plot 'decay.dat' using 1:2 with points {2} title 'measured')",
+                        hasFit ? "0.625" : "0.495", hasFit ? "set format x ''\n" : axis, points);
+  if (!hasFit) {
+    return script + "\nunset title\nset offsets 0, 0, 0, 0\n";
+  }
+  script += fmt::format(R"(, \
      'decay.dat' using 1:3 with lines lw 2 lc rgb '#b8322a' title 'fit'
 unset title
 set tmargin at screen 0.595
 set bmargin at screen 0.495
 set offsets 0, 0, 0, 0
-set format x '%g'
-set xlabel 'time ({1})' offset 0,0.3
-set ylabel 'residual'
+{}set ylabel 'residual'
 set ytics autofreq
 )",
-                        points, unit.name);
-  const double limit = largestResidual(inversion, context);
+                        axis);
+  const double limit = largestResidual(content);
   if (limit > 0.0) {
     script += fmt::format("set yrange [{:.6g}:{:.6g}]\nset ytics {:.6g}\n", -1.15 * limit,
                           1.15 * limit, roundStep(limit));
@@ -163,35 +172,33 @@ set ytics autofreq
   return script;
 }
 
-std::string distributionPanel(const Inversion& inversion, const ReportContext& context,
-                              const AxisUnit& unit) {
-  const std::vector<double>& T = inversion.distribution.time;
-  const std::string_view name = relaxationTimeName(context.kernel);
-  const double mean = logMean(inversion.distribution);
+std::string distributionPanel(const PictureContent& content) {
+  const std::vector<double>& T = content.distribution.time;
   std::string script = fmt::format(R"(set tmargin at screen 0.375
 set bmargin at screen 0.075
 set logscale x
 set xrange [{:.6g}:{:.6g}]
 set yrange [0:*]
 set format x '%g'
-set xlabel 'relaxation time {} ({})'
+set xlabel {}
 set ylabel 'amplitude per decade'
 )",
-                                   T.front() / unit.size, T.back() / unit.size, name, unit.name);
+                                   T.front() / content.timeUnit, T.back() / content.timeUnit,
+                                   scriptQuoted(content.distributionAxis));
   std::string plots =
       "plot 'distribution.dat' with filledcurves y1=0 fs solid 0.35 noborder lc rgb '#7f9fc4' "
       "notitle, "
       "'distribution.dat' with lines lw 2 lc rgb '#2d5d9b' title 'distribution'";
-  if (context.truth) {
+  if (content.truth) {
     plots += ", 'truth.dat' with lines lw 1.5 dt 2 lc rgb '#303030' title 'truth'";
   }
-  if (!std::isnan(mean)) {
+  if (!content.logMean.empty()) {
     script += fmt::format(
         "set arrow 1 from {0:.8g}, graph 0 to {0:.8g}, graph 1 nohead lw 1.5 dt 4 lc rgb '#b8322a' "
         "front\n",
-        mean / unit.size);
+        logMean(content.distribution) / content.timeUnit);
     plots += fmt::format(", NaN with lines lw 1.5 dt 4 lc rgb '#b8322a' title 'log mean {}'",
-                         timeText(mean));
+                         content.logMean);
   }
   return script + plots + "\nunset multiplot\nset output\n";
 }
@@ -221,21 +228,38 @@ void requireGnuplot(const fs::path& picture, std::string_view option) {
 }
 
 std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
-                        const Inversion& inversion, const ReportContext& context) {
-  const AxisUnit unit = axisUnit(context.decay.time.back());
-  writeData(inversion, context, unit.size);
+                        const PictureContent& content) {
+  writeData(content);
   {
     std::ofstream script("picture.gp");
     script << "set terminal " << terminal(picture) << "\nset output 'picture.out'\n"
-           << kCommon << "set title " << scriptQuoted(titleText(inversion, context))
+           << kCommon << "set title " << scriptQuoted(content.title)
            << " noenhanced font ',15' offset 0,1\n"
-           << decayPanels(inversion, context, unit) << distributionPanel(inversion, context, unit);
+           << decayPanels(content) << distributionPanel(content);
   }
   if (std::system("gnuplot picture.gp >picture.log 2>&1") != 0) {
     throw UserError(fmt::format("{}: gnuplot could not draw the picture: {}", picture.string(),
                                 trimmed(contentOf(scratch.path() / "picture.log"))));
   }
   return contentOf(scratch.path() / "picture.out");
+}
+
+std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
+                        const Inversion& inversion, const ReportContext& context) {
+  const AxisUnit unit = axisUnit(context.decay.time.back());
+  const double mean = logMean(inversion.distribution);
+  return drawPicture(picture, scratch,
+                     {.title = titleText(inversion, context),
+                      .time = context.decay.time,
+                      .amplitude = context.decay.amplitude,
+                      .fit = inversion.fit,
+                      .distribution = inversion.distribution,
+                      .truth = context.truth,
+                      .timeUnit = unit.size,
+                      .timeAxis = fmt::format("time ({})", unit.name),
+                      .distributionAxis = fmt::format(
+                          "relaxation time {} ({})", relaxationTimeName(context.kernel), unit.name),
+                      .logMean = std::isnan(mean) ? "" : timeText(mean)});
 }
 
 }  // namespace vorin::host

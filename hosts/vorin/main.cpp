@@ -36,6 +36,7 @@ int run(int argc, char** argv) {
   program.set_version_flag(
       "--version", [] { return fmt::format("vorin, library {}", vorin::host::queryText("VERS")); });
   const std::vector<Command> commands{vorin::host::addInvertCommand(program),
+                                      vorin::host::addShowCommand(program),
                                       vorin::host::addSimulateCommand(program)};
   try {
     program.parse(argc, argv);

@@ -49,6 +49,12 @@ struct Call {
   std::int32_t status = -1;
 };
 
+std::string withoutOuterBlanks(const std::string& text) {
+  const std::size_t first = text.find_first_not_of(' ');
+  return first == std::string::npos ? ""
+                                    : text.substr(first, text.find_last_not_of(' ') + 1 - first);
+}
+
 class Save : public testing::Test {
  protected:
   void SetUp() override {
@@ -156,28 +162,25 @@ TEST_F(Save, OneHundredPointsOnThirtyGridPointsReadBackToThePrecisionOfTheirFiel
   setNumber("SAVE", 1.0F);
   Call call(100, 30);
   call.run();
-  const SavedSection saved = vorin::test::SectionReader(section()).read();
-  EXPECT_EQ(saved.labelledNf, 30);
-  EXPECT_EQ(saved.labelledNg, 100);
-  ASSERT_EQ(saved.coefficients.size(), 30U);
+  const SavedSection saved = vorin::test::readSection(section());
+  EXPECT_EQ(saved.coefficients, 30);
+  EXPECT_EQ(saved.points, 100);
+  ASSERT_EQ(saved.grid.size(), 30U);
   ASSERT_EQ(saved.data.size(), 100U);
-  ASSERT_EQ(saved.kernel.size(), 100U);
+  ASSERT_EQ(saved.kernel.size(), 3000U);
   for (std::size_t k = 0; k < 30; ++k) {
-    ASSERT_EQ(saved.coefficients[k].size(), 3U);
-    EXPECT_EQ(static_cast<float>(saved.coefficients[k][0]), call.G[k]);
-    EXPECT_EQ(static_cast<float>(saved.coefficients[k][1]), call.F[k]);
-    EXPECT_EQ(static_cast<float>(saved.coefficients[k][2]), call.F[k]);
+    EXPECT_EQ(static_cast<float>(saved.grid[k]), call.G[k]);
+    EXPECT_EQ(static_cast<float>(saved.second[k]), call.F[k]);
+    EXPECT_EQ(static_cast<float>(saved.distribution[k]), call.F[k]);
   }
   for (std::size_t i = 0; i < 100; ++i) {
-    ASSERT_EQ(saved.data[i].size(), 3U);
-    EXPECT_EQ(static_cast<float>(saved.data[i][0]), call.T[i]);
-    EXPECT_EQ(static_cast<float>(saved.data[i][1]), call.job.d[i]);
-    EXPECT_EQ(static_cast<float>(saved.data[i][2]), call.FIT[i]);
-    ASSERT_EQ(saved.kernel[i].size(), 30U);
+    EXPECT_EQ(static_cast<float>(saved.time[i]), call.T[i]);
+    EXPECT_EQ(static_cast<float>(saved.data[i]), call.job.d[i]);
+    EXPECT_EQ(static_cast<float>(saved.fit[i]), call.FIT[i]);
     for (std::size_t k = 0; k < 30; ++k) {
       const double exact = static_cast<double>(call.job.K[i + 100 * k]);
       const double unitOfFifthPlace = std::pow(10.0, std::floor(std::log10(exact)) - 4.0);
-      EXPECT_LE(std::fabs(saved.kernel[i][k] - exact), 0.5000001 * unitOfFifthPlace)
+      EXPECT_LE(std::fabs(saved.kernel[30 * i + k] - exact), 0.5000001 * unitOfFifthPlace)
           << i << ' ' << k;
     }
   }
@@ -188,16 +191,16 @@ TEST_F(Save, ParametersAreWhatAQueryAnswersAfterwards) {
   setText("PRMO", "LIN");
   Call call(100, 30);
   call.run();
-  const SavedSection saved = vorin::test::SectionReader(section()).read();
-  ASSERT_EQ(saved.parameters.size(), 32U);
-  for (const auto& [key, text] : saved.parameters) {
+  const SavedSection saved = vorin::test::readSection(section());
+  ASSERT_EQ(saved.settings.size(), 32U);
+  for (const auto& [key, text] : saved.settings) {
     std::string answer(VORIN_SQC2_TEXT_LENGTH, '?');
     std::int32_t status = -1;
     VorinSQC2("Q", vorin::test::paddedKey(key).c_str(), answer.data(), &status);
-    EXPECT_EQ(text, vorin::test::withoutOuterBlanks(answer)) << key;
+    EXPECT_EQ(text, withoutOuterBlanks(answer)) << key;
   }
-  EXPECT_EQ(saved.parameters[5].second, "LIN");
-  EXPECT_EQ(saved.parameters[30].second, "0");  // CSTA, already that of this call
+  EXPECT_EQ(saved.settings[5].text, "LIN");
+  EXPECT_EQ(saved.settings[30].text, "0");  // CSTA, already that of this call
 }
 
 TEST_F(Save, RequiredTheTextOfTheKeyLogIsBlank) {
@@ -212,35 +215,35 @@ TEST_F(Save, TheHostKeepsTheStatusOfItsInversion) {
   call.run();
   EXPECT_EQ(call.status, VORIN_SOLVER_FAILED);
   // The section is written after a failure too, with what there is.
-  const SavedSection saved = vorin::test::SectionReader(section()).read();
-  EXPECT_EQ(saved.parameters[30].second, "1");
-  ASSERT_EQ(saved.coefficients.size(), 30U);
-  EXPECT_EQ(static_cast<float>(saved.coefficients[4][2]), call.F[4]);
+  const SavedSection saved = vorin::test::readSection(section());
+  EXPECT_EQ(saved.settings[30].text, "1");
+  ASSERT_EQ(saved.grid.size(), 30U);
+  EXPECT_EQ(static_cast<float>(saved.distribution[4]), call.F[4]);
 }
 
 TEST_F(Save, ShortEntriesShowThePointIndexAndAGridFromOneToTen) {
   setNumber("SAVE", 1.0F);
   Call call(40, 8);
   Vorin_s(40, 8, call.job.K.data(), call.job.d.data(), call.F.data(), &call.status);
-  const SavedSection saved = vorin::test::SectionReader(section()).read();
+  const SavedSection saved = vorin::test::readSection(section());
   ASSERT_EQ(saved.data.size(), 40U);
-  ASSERT_EQ(saved.coefficients.size(), 8U);
+  ASSERT_EQ(saved.grid.size(), 8U);
   for (std::size_t i = 0; i < 40; ++i) {
-    EXPECT_EQ(saved.data[i][0], static_cast<double>(i + 1));
+    EXPECT_EQ(saved.time[i], static_cast<double>(i + 1));
   }
-  EXPECT_EQ(saved.coefficients.front()[0], 1.0);
-  EXPECT_EQ(saved.coefficients.back()[0], 10.0);
-  EXPECT_NEAR(saved.coefficients[3][0], std::pow(10.0, 3.0 / 7.0), 1e-6);
+  EXPECT_EQ(saved.grid.front(), 1.0);
+  EXPECT_EQ(saved.grid.back(), 10.0);
+  EXPECT_NEAR(saved.grid[3], std::pow(10.0, 3.0 / 7.0), 1e-6);
 }
 
 TEST_F(Save, AGridOfOnePointShowsThatItHasNoAbscissa) {
   setNumber("SAVE", 1.0F);
   Call call(40, 1);
   Vorin_s(40, 1, call.job.K.data(), call.job.d.data(), call.F.data(), &call.status);
-  const SavedSection saved = vorin::test::SectionReader(section()).read();
-  ASSERT_EQ(saved.coefficients.size(), 1U);
-  EXPECT_TRUE(std::isnan(saved.coefficients[0][0]));
-  EXPECT_EQ(static_cast<float>(saved.coefficients[0][2]), call.F[0]);
+  const SavedSection saved = vorin::test::readSection(section());
+  ASSERT_EQ(saved.grid.size(), 1U);
+  EXPECT_TRUE(std::isnan(saved.grid[0]));
+  EXPECT_EQ(static_cast<float>(saved.distribution[0]), call.F[0]);
 }
 
 TEST_F(Save, SizesBelowOneLeaveASectionWithoutTables) {
@@ -249,11 +252,11 @@ TEST_F(Save, SizesBelowOneLeaveASectionWithoutTables) {
     for (const int ng : {0, -3}) {
       Call call(5, 3);
       Vorin_s(nf, ng, call.job.K.data(), call.job.d.data(), call.F.data(), &call.status);
-      const SavedSection saved = vorin::test::SectionReader(section()).read();
-      EXPECT_EQ(saved.labelledNf, ng);
-      EXPECT_EQ(saved.labelledNg, nf);
+      const SavedSection saved = vorin::test::readSection(section());
+      EXPECT_EQ(saved.coefficients, ng);
+      EXPECT_EQ(saved.points, nf);
       EXPECT_TRUE(saved.data.empty());
-      EXPECT_TRUE(saved.coefficients.empty());
+      EXPECT_TRUE(saved.grid.empty());
     }
   }
 }

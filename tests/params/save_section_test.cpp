@@ -107,7 +107,7 @@ class SaveSection : public StoreTest {
   }
 
   static vorin::test::SavedSection readBack(const Small& job) {
-    return vorin::test::SectionReader(fullSection(job)).read();
+    return vorin::test::readSection(fullSection(job));
   }
 
   OwnFolder folder_;
@@ -163,23 +163,23 @@ TEST_F(SaveSection, StandsBehindTheLastLineOfTheLog) {
 // Programs that read sections go by these labels: nf the coefficients, ng the points.
 TEST_F(SaveSection, RequiredLabelsOfTheSizesAreReversed) {
   const auto section = readBack(Small());
-  EXPECT_EQ(section.labelledNf, 2);
-  EXPECT_EQ(section.labelledNg, 3);
+  EXPECT_EQ(section.coefficients, 2);
+  EXPECT_EQ(section.points, 3);
 }
 
 TEST_F(SaveSection, RequiredListOfKeysStandsAsItIs) {
   const auto section = readBack(Small());
-  ASSERT_EQ(section.parameters.size(), 32U);
+  ASSERT_EQ(section.settings.size(), 32U);
   // In mixed case, and answered all the same.
-  EXPECT_EQ(section.parameters[1].first, "NAlg");
-  EXPECT_EQ(section.parameters[1].second, "URF");
+  EXPECT_EQ(section.settings[1].key, "NAlg");
+  EXPECT_EQ(section.settings[1].text, "URF");
   // Names that are no keys.
   for (const std::size_t place : {13U, 20U, 28U}) {
-    EXPECT_EQ(section.parameters[place].second, "") << section.parameters[place].first;
+    EXPECT_EQ(section.settings[place].text, "") << section.settings[place].key;
   }
-  EXPECT_EQ(section.parameters[13].first, "LOG");
-  EXPECT_EQ(section.parameters[20].first, "L1A1");
-  EXPECT_EQ(section.parameters[28].first, "CDE");
+  EXPECT_EQ(section.settings[13].key, "LOG");
+  EXPECT_EQ(section.settings[20].key, "L1A1");
+  EXPECT_EQ(section.settings[28].key, "CDE");
 }
 
 TEST_F(SaveSection, RequiredAnOpenUnitGetsTheFullLayoutWhateverSaveSays) {
@@ -196,8 +196,8 @@ TEST_F(SaveSection, ValuesAreCutAt32Characters) {
   VorinLogOpen(true);
   Small().save();
   VorinLogOpen(false);
-  const auto section = vorin::test::SectionReader(sectionOf(OwnFolder::lines(name))).read();
-  EXPECT_EQ(section.parameters[14].second, name.substr(0, 32));
+  const auto section = vorin::test::readSection(sectionOf(OwnFolder::lines(name)));
+  EXPECT_EQ(section.settings[14].text, name.substr(0, 32));
 }
 
 TEST_F(SaveSection, EverySingleReadsBackAsItself) {
@@ -218,12 +218,11 @@ TEST_F(SaveSection, EverySingleReadsBackAsItself) {
   }
   job.F2.assign(job.G.size(), 0.0F);
   const auto section = readBack(job);
-  ASSERT_EQ(section.coefficients.size(), job.G.size());
+  ASSERT_EQ(section.grid.size(), job.G.size());
   for (std::size_t k = 0; k < job.G.size(); ++k) {
-    ASSERT_EQ(section.coefficients[k].size(), 3U);
-    EXPECT_EQ(static_cast<float>(section.coefficients[k][0]), job.G[k]);
-    EXPECT_EQ(section.coefficients[k][1], 0.0);
-    EXPECT_EQ(static_cast<float>(section.coefficients[k][2]), job.F[k]);
+    EXPECT_EQ(static_cast<float>(section.grid[k]), job.G[k]);
+    EXPECT_EQ(section.second[k], 0.0);
+    EXPECT_EQ(static_cast<float>(section.distribution[k]), job.F[k]);
   }
 }
 
@@ -234,11 +233,11 @@ TEST_F(SaveSection, InfinitiesAndNaNShowByName) {
   job.K[0] = job.Y[0];
   job.K[1] = job.Y[2];
   const auto section = readBack(job);
-  EXPECT_TRUE(std::isnan(section.data[0][1]));
-  EXPECT_EQ(section.data[1][1], std::numeric_limits<double>::infinity());
-  EXPECT_EQ(section.data[2][1], -std::numeric_limits<double>::infinity());
-  EXPECT_TRUE(std::isnan(section.kernel[0][0]));
-  EXPECT_EQ(section.kernel[1][0], -std::numeric_limits<double>::infinity());
+  EXPECT_TRUE(std::isnan(section.data[0]));
+  EXPECT_EQ(section.data[1], std::numeric_limits<double>::infinity());
+  EXPECT_EQ(section.data[2], -std::numeric_limits<double>::infinity());
+  EXPECT_TRUE(std::isnan(section.kernel[0]));
+  EXPECT_EQ(section.kernel[2], -std::numeric_limits<double>::infinity());
 }
 
 TEST_F(SaveSection, SizesBelowOneLeaveTheTablesEmpty) {
@@ -246,9 +245,9 @@ TEST_F(SaveSection, SizesBelowOneLeaveTheTablesEmpty) {
   job.nf = -4;
   job.ng = 0;
   const auto section = readBack(job);
-  EXPECT_EQ(section.labelledNf, 0);
-  EXPECT_EQ(section.labelledNg, -4);
-  EXPECT_TRUE(section.coefficients.empty());
+  EXPECT_EQ(section.coefficients, 0);
+  EXPECT_EQ(section.points, -4);
+  EXPECT_TRUE(section.grid.empty());
   EXPECT_TRUE(section.data.empty());
   EXPECT_TRUE(section.kernel.empty());
 }
@@ -263,10 +262,9 @@ TEST_F(SaveSection, AGridOfTenThousandPointsIsWrittenInTheSameColumns) {
   job.G.assign(10000, 1.0F);
   job.F2 = job.F = job.G;
   const auto section = readBack(job);
-  ASSERT_EQ(section.kernel.size(), 1U);
-  ASSERT_EQ(section.kernel[0].size(), 10000U);
-  EXPECT_EQ(section.kernel[0][9998], 0.5);
-  EXPECT_EQ(section.kernel[0][9999], 0.25);
+  ASSERT_EQ(section.kernel.size(), 10000U);
+  EXPECT_EQ(section.kernel[9998], 0.5);
+  EXPECT_EQ(section.kernel[9999], 0.25);
 }
 
 // ---- no log ---------------------------------------------------------------------------
@@ -294,6 +292,30 @@ TEST_F(SaveSection, CompactLayoutLineByLine) {
   EXPECT_EQ(OwnFolder::lines("Vorin.sav"), expected);
   EXPECT_EQ(OwnFolder::files(), Lines{"Vorin.sav"});
   EXPECT_FALSE(logIsOpen());
+}
+
+TEST_F(SaveSection, CompactLayoutReadsBackToSixPlaces) {
+  setNumber("SAVE", 2.0F);
+  const Small job;
+  job.save();
+  std::string content;
+  for (const std::string& line : OwnFolder::lines("Vorin.sav")) {
+    content += line + '\n';
+  }
+  const auto section = vorin::host::readSaveSection(content, "Vorin.sav", 1);
+  EXPECT_TRUE(section.compact);
+  EXPECT_EQ(section.lastLine, 45);
+  EXPECT_EQ(section.coefficients, 2);
+  EXPECT_EQ(section.points, 3);
+  EXPECT_EQ(section.time, (std::vector<double>{1.5, 2.0, 123456.0}));
+  EXPECT_EQ(section.data, (std::vector<double>{-0.25, 1e20, 0.0}));
+  EXPECT_EQ(section.grid, (std::vector<double>{10.0, 100.0}));
+  EXPECT_EQ(section.distribution, (std::vector<double>{0.75, 3.0}));
+  EXPECT_TRUE(section.fit.empty() && section.second.empty() && section.kernel.empty());
+  ASSERT_EQ(section.settings.size(), 32U);
+  EXPECT_EQ(section.setting("NALG"), "URF");
+  EXPECT_EQ(section.number("WEIG"), 0.01);
+  EXPECT_EQ(section.setting("CDE"), "");
 }
 
 TEST_F(SaveSection, CompactSectionIsNamedAfterTheLogAndRewritten) {
