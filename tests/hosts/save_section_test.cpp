@@ -1,0 +1,260 @@
+// The reader of save sections: what it takes, and the one sentence for what it refuses.
+// That it gives back what the library writes stands in tests/params and tests/entry.
+#include "common/save_section.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "common/user_error.hpp"
+
+namespace vorin::host {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::string joined(const Lines& lines) {
+  std::string text;
+  for (const std::string& line : lines) {
+    text += line + '\n';
+  }
+  return text;
+}
+
+/// Two grid points, three data points; the title stands on line 2.
+const Lines kFull = {"Vorin::M::Successful inversion, status =   0",
+                     " !  Vorin save1",
+                     "",
+                     " [PARAM]",
+                     " nf     2",
+                     " ng     3",
+                     "TARG   NOISE",
+                     "LOG",
+                     "CSTA     0",
+                     "",
+                     " [COEF]",
+                     "",
+                     "",
+                     " 10 0 0.75",
+                     " 100 0 3",
+                     "",
+                     " [DATA]",
+                     "",
+                     "",
+                     " 1 4 4.5",
+                     " 2 3 2.5",
+                     " 3 2 2",
+                     "",
+                     " [K]",
+                     "  0.9 0.99",
+                     "  0.8 0.98",
+                     "  0.7 0.97",
+                     "",
+                     " [EOF]"};
+
+const Lines kCompact = {" !  Vorin save1",
+                        " [DATA]",
+                        "",
+                        "",
+                        " 1,4",
+                        " 2,3",
+                        " 3,2",
+                        "",
+                        " *[COEFF T2DIST  VORIN]",
+                        " *nf,2",
+                        " *ng,3",
+                        "*TARG,NOISE",
+                        "*LOG,",
+                        " 10,0.75",
+                        " 100,3"};
+
+/// `lines` with line `number`, from 1, replaced.
+Lines with(Lines lines, std::size_t number, const std::string& text) {
+  lines.at(number - 1) = text;
+  return lines;
+}
+
+Lines first(const Lines& lines, std::size_t count) {
+  return {lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+
+std::string complaint(const std::string& content, std::size_t number = 1) {
+  try {
+    readSaveSection(content, "run.log", number);
+  } catch (const UserError& error) {
+    return error.what();
+  }
+  return "none";
+}
+
+std::string complaint(const Lines& lines) {
+  return complaint(joined(lines));
+}
+
+void expectTables(const SaveSection& section) {
+  EXPECT_EQ(section.coefficients, 2);
+  EXPECT_EQ(section.points, 3);
+  EXPECT_EQ(section.grid, (std::vector<double>{10, 100}));
+  EXPECT_EQ(section.distribution, (std::vector<double>{0.75, 3}));
+  EXPECT_EQ(section.time, (std::vector<double>{1, 2, 3}));
+  EXPECT_EQ(section.data, (std::vector<double>{4, 3, 2}));
+  EXPECT_EQ(section.setting("targ"), "NOISE");
+  EXPECT_EQ(section.setting("LOG"), "");
+  EXPECT_EQ(section.setting("REPO"), "");
+  EXPECT_TRUE(std::isnan(section.number("TARG")));
+}
+
+TEST(SaveSectionReader, ReadsBothLayouts) {
+  const SaveSection full = readSaveSection(joined(kFull), "run.log", 1);
+  EXPECT_FALSE(full.compact);
+  EXPECT_EQ(full.firstLine, 2);
+  EXPECT_EQ(full.lastLine, 29);
+  expectTables(full);
+  EXPECT_EQ(full.second, (std::vector<double>{0, 0}));
+  EXPECT_EQ(full.fit, (std::vector<double>{4.5, 2.5, 2}));
+  EXPECT_EQ(full.kernel, (std::vector<double>{0.9, 0.99, 0.8, 0.98, 0.7, 0.97}));
+  EXPECT_EQ(full.number("CSTA"), 0.0);
+
+  const SaveSection compact = readSaveSection(joined(kCompact), "run.sav", 1);
+  EXPECT_TRUE(compact.compact);
+  EXPECT_EQ(compact.firstLine, 1);
+  EXPECT_EQ(compact.lastLine, 15);
+  expectTables(compact);
+}
+
+TEST(SaveSectionReader, BlanksTabsAndLineEndsOfAnySystemCountForNothing) {
+  std::string text;
+  for (const std::string& line : kFull) {
+    text += "\t " + line + "  \r\n";
+  }
+  expectTables(readSaveSection(text, "run.log", 1));
+  Lines dense;
+  for (const std::string& line : kFull) {
+    if (!line.empty()) {
+      dense.push_back(line);
+    }
+  }
+  expectTables(readSaveSection(joined(dense), "run.log", 1));
+}
+
+TEST(SaveSectionReader, TellsSeveralSectionsApart) {
+  const Lines other = with(kFull, 15, " 100 0 5");
+  const std::string text = joined(kFull) + joined(kCompact) + joined(other);
+  EXPECT_EQ(saveSectionCount(text), 3U);
+  expectTables(readSaveSection(text, "run.log", 1));
+  EXPECT_TRUE(readSaveSection(text, "run.log", 2).compact);
+  const SaveSection third = readSaveSection(text, "run.log", 3);
+  EXPECT_EQ(third.distribution, (std::vector<double>{0.75, 5}));
+  EXPECT_EQ(third.lastLine, 29 + 15 + 29);
+  EXPECT_EQ(complaint(text, 4), "run.log: there is no save section 4; the file holds 3");
+  EXPECT_EQ(complaint(text, 0), "run.log: there is no save section 0; the file holds 3");
+}
+
+TEST(SaveSectionReader, ALogWithoutASectionTellsHowToHaveOne) {
+  const std::string sentence =
+      "run.log: there is no save section in this file; an inversion writes one into its log when "
+      "SAVE is 1: vorin invert FILE.csv --log run.log --set SAVE=1";
+  EXPECT_EQ(complaint(""), sentence);
+  EXPECT_EQ(complaint("Vorin::M::Start inversion\n"), sentence);
+  EXPECT_EQ(complaint(std::string("\0\xff\n\n[EOF]", 9)), sentence);
+}
+
+TEST(SaveSectionReader, ASectionCutShortAtAnyLineIsRefused) {
+  for (std::size_t lines = 2; lines < kFull.size(); ++lines) {
+    const std::string sentence = complaint(first(kFull, lines));
+    EXPECT_NE(sentence.find("run.log, line " + std::to_string(lines) +
+                            ": the save section that begins on line 2 is cut short here: "),
+              std::string::npos)
+        << sentence;
+  }
+  for (std::size_t lines = 1; lines < kCompact.size(); ++lines) {
+    const std::string sentence = complaint(first(kCompact, lines));
+    EXPECT_NE(sentence.find("run.log, line " + std::to_string(lines) +
+                            ": the save section that begins on line 1 is cut short here: "),
+              std::string::npos)
+        << sentence;
+  }
+  EXPECT_EQ(complaint(first(kFull, 20)),
+            "run.log, line 20: the save section that begins on line 2 is cut short here: row 2 of "
+            "the 3 under [DATA] is missing; run the inversion again to have it whole");
+}
+
+TEST(SaveSectionReader, ASectionCutShortWithinALineIsRefused) {
+  for (const Lines& lines : {kFull, kCompact}) {
+    const std::string whole = joined(lines);
+    // The last byte ends the last line; without it a compact section is in doubt.
+    for (std::size_t length = joined(first(lines, 2)).size(); length < whole.size() - 1; ++length) {
+      EXPECT_NE(complaint(whole.substr(0, length)), "none") << length;
+    }
+  }
+  const std::string compact = joined(kCompact);
+  EXPECT_EQ(complaint(compact.substr(0, compact.size() - 1)),
+            "run.log, line 15: the save section that begins on line 1 is cut short here: the end "
+            "of its last line is missing; run the inversion again to have it whole");
+}
+
+TEST(SaveSectionReader, ASectionCutShortBeforeAnotherIsRefused) {
+  const std::string text = joined(first(kFull, 21)) + joined(kFull);
+  EXPECT_NE(complaint(text, 1).find("run.log, line 22: "), std::string::npos);
+  expectTables(readSaveSection(text, "run.log", 2));
+}
+
+struct BadLine {
+  const char* what;
+  Lines lines;
+  std::string sentence;  ///< behind "run.log, line "
+};
+
+void PrintTo(const BadLine& bad, std::ostream* out) {
+  *out << bad.what;
+}
+
+class BadLines : public testing::TestWithParam<BadLine> {};
+
+TEST_P(BadLines, AreRefusedInOneSentence) {
+  EXPECT_EQ(complaint(GetParam().lines), "run.log, line " + GetParam().sentence);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sections, BadLines,
+    testing::ValuesIn(std::vector<BadLine>{
+        {"WrongHeading", with(kFull, 4, " [PARAMS]"),
+         "4: the heading [PARAM] is wanted here, not \"[PARAMS]\""},
+        {"NoCount", with(kFull, 5, " nf"),
+         "5: \"nf\" and a whole number are wanted here, not \"nf\""},
+        {"HalfACount", with(kFull, 6, " ng 3.5"),
+         "6: \"ng\" and a whole number are wanted here, not \"ng 3.5\""},
+        {"OtherLabel", with(kFull, 5, " ng 2"),
+         "5: \"nf\" and a whole number are wanted here, not \"ng 2\""},
+        {"EndlessCount", with(kFull, 5, " nf 99999999999999999999"),
+         "5: \"nf\" and a whole number are wanted here, not \"nf 99999999999999999999\""},
+        {"TooManyCoefficients", with(kFull, 5, " nf 1"),
+         "15: the heading [DATA] is wanted here, not \"100 0 3\""},
+        {"TooFewCoefficients", with(kFull, 5, " nf 1000000000000"),
+         "17: a row of numbers is wanted under [COEF], and \"[DATA]\" is no number"},
+        {"WordInARow", with(kFull, 14, " 10 zero 0.75"),
+         "14: a row of numbers is wanted under [COEF], and \"zero\" is no number"},
+        {"Stars", with(kFull, 14, " 10 0 ****************"),
+         "14: a row of numbers is wanted under [COEF], and \"****************\" is no number"},
+        {"ShortRow", with(kFull, 20, " 1 4"), "20: a row under [DATA] has 3 numbers, this one 2"},
+        {"LongRow", with(kFull, 20, " 1 4 4.5 1"),
+         "20: a row under [DATA] has 3 numbers, this one 4"},
+        {"ShortKernelRow", with(kFull, 26, "  0.8"),
+         "26: a row under [K] has 2 numbers, this one 1"},
+        {"NoEnd", with(kFull, 29, " 1 1"), "29: the heading [EOF] is wanted here, not \"1 1\""},
+        {"CompactRowOfWords", with(kCompact, 5, " 1,a"),
+         "5: a row of numbers is wanted under [DATA], and \"a\" is no number"},
+        {"CompactRowWithBlanks", with(kCompact, 5, " 1 4"),
+         "5: a row of numbers is wanted under [DATA], and \"1 4\" is no number"},
+        {"CompactCount", with(kCompact, 11, " *ng,4"),
+         "11: 4 data points are announced, but 3 stand under [DATA]"},
+        {"CompactHeading", with(kCompact, 9, " *[COEFF]"),
+         "9: the heading *[COEFF T2DIST  VORIN] is wanted here, not \"*[COEFF]\""},
+        {"CompactSetting", with(kCompact, 12, "*TARG"), "12: \"TARG\" is no line *KEY,value"},
+    }),
+    [](const auto& row) { return row.param.what; });
+
+}  // namespace
+}  // namespace vorin::host
