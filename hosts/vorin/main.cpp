@@ -35,9 +35,9 @@ int run(int argc, char** argv) {
   program.get_formatter()->column_width(30);
   program.set_version_flag(
       "--version", [] { return fmt::format("vorin, library {}", vorin::host::queryText("VERS")); });
-  const std::vector<Command> commands{vorin::host::addInvertCommand(program),
-                                      vorin::host::addShowCommand(program),
-                                      vorin::host::addSimulateCommand(program)};
+  const std::vector<Command> commands{
+      vorin::host::addInvertCommand(program), vorin::host::addShowCommand(program),
+      vorin::host::addSimulateCommand(program), vorin::host::addKeysCommand(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& request) {

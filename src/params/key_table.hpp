@@ -100,8 +100,11 @@ inline constexpr auto keyTable = [] {
       number("PRPO", I4, 200, 200, "points wanted after pruning"),
       number("SVDT", I4, 999, kept, "threshold of the SVD compression"),
       number("SVDN", I4, 0, kept, "singular vectors kept by the SVD compression"),
-      number("L2MO", I4, 0, kept, "mode of the fifth compressed driver"),
-      number("L2NS", I4, 3, kept, "count of the fifth compressed driver"),
+      number("L2MO", I4, 0, kept,
+             "1: the fifth compressed driver rejects outliers before it inverts"),
+      number("L2NS", I4, 3, kept,
+             "distance from the fit at which the fifth compressed driver takes a point for an "
+             "outlier"),
 
       // the solve at one weight
       number("BRDA", I4, 2, kept,
