@@ -70,8 +70,10 @@ enum {
  * ------------------------------------------------------------------------ */
 
 /* Inverts one decay, with the settings of the parameter block: prunes the data
- * (PRMO, PRPO), chooses the weight (TARG) and solves. Results beside F are
- * queried by key afterwards: CSTA, CWEI, CSE, CSIG, DSE, CITE, CWIT.
+ * (PRMO, PRPO), chooses the weight (TARG; by default so that the fit misses the data
+ * by just over their noise, Morozov, Soviet Math. Dokl. 7, 414, 1966) and solves.
+ * Results beside F are queried by key afterwards: CSTA, CWEI, CSE, CSIG, DSE, CITE,
+ * CWIT.
  *
  *   nf      in   number of data points, by value
  *   ng      in   number of grid points, by value
@@ -79,7 +81,7 @@ enum {
  *   Y       in   measured data, nf, in the host's unit
  *   F       in and out  distribution, ng, in the unit of Y; never negative on return.
  *                It holds the last distribution also after a failure.
- *   status  out  VORIN_OK or another value of the table above
+ *   status  out  VORIN_OK or another value of the table of the status of an inversion
  *
  * The pruning runs on the point index 1 .. nf as abscissa; Voriny_s takes the
  * host's own. A decay sampled at even spacing needs no more than this entry. */
@@ -93,12 +95,12 @@ VORIN_API void VORIN_CALL Vorin_s(int32_t nf, int32_t ng, const float* K, const 
  *   K       in   kernel, nf x ng by columns with leading dimension nf
  *   T       in   abscissa of each data point, nf, rising, in the host's unit; used by
  *                the pruning. Logarithmic bins (PRMO = "LOG") want T[0] above 0.
- *   Y       in   measured data, nf
- *   W       out  nf; set to 1 by every call, whatever it held
+ *   Y       in   measured data, nf, in the host's unit
+ *   W       out  weights of the data points, nf; set to 1 by every call, whatever it held
  *   G       in   grid abscissae, ng, for the save section only
- *   F       in and out  distribution, ng
- *   FIT     out  K F on all nf points, also after a failure
- *   status  out  as for Vorin_s */
+ *   F       in and out  distribution, ng, in the unit of Y; never negative on return
+ *   FIT     out  K F on all nf points, in the unit of Y, also after a failure
+ *   status  out  VORIN_OK or another value, as for Vorin_s */
 VORIN_API void VORIN_CALL Voriny_s(int32_t nf, int32_t ng, const int32_t* nfAddress,
                                    const int32_t* ngAddress, const float* K, const float* T,
                                    const float* Y, float* W, const float* G, float* F, float* FIT,
@@ -172,13 +174,19 @@ VORIN_API void VORIN_CALL VorinyC5_s(int32_t nf, int32_t ng, const int32_t* nfAd
  * Plain sums, for a host that wants to try its call interface
  * ------------------------------------------------------------------------ */
 
-/* a + b of two integers by value; all three do the same, fadd_dp_dll included,
- * whose name says otherwise. A sum out of range wraps. */
+/* a + b of two integers; all three do the same, fadd_dp_dll included, whose name says
+ * otherwise.
+ *
+ *   a, b     in   integers, by value
+ *   returns  a + b; a sum out of range wraps */
 VORIN_API int32_t VORIN_CDECL sum(int32_t a, int32_t b) VORIN_NOEXCEPT;
 VORIN_API int32_t VORIN_CDECL fadd_i4b_dll(int32_t a, int32_t b) VORIN_NOEXCEPT;
 VORIN_API int32_t VORIN_CDECL fadd_dp_dll(int32_t a, int32_t b) VORIN_NOEXCEPT;
 
-/* *result = *a + *b, of integers and of doubles. */
+/* The sum of two integers, and of two doubles.
+ *
+ *   a, b    in   the numbers, by address
+ *   result  out  a + b, by address; a sum of integers out of range wraps */
 VORIN_API void VORIN_CDECL sadd_i4b_dll(const int32_t* a, const int32_t* b,
                                         int32_t* result) VORIN_NOEXCEPT;
 VORIN_API void VORIN_CDECL sadd_dp_dll(const double* a, const double* b,
@@ -238,7 +246,9 @@ VORIN_API void VORIN_CALL VorinSQI(const char* mode, const char* key, int32_t* v
 VORIN_API void VORIN_CALL VorinSQC(const char* mode, const char* key, char* text,
                                    const int32_t* len, int32_t* status) VORIN_NOEXCEPT;
 
-/* As VorinSQC with a text of exactly 32 characters. */
+/* As VorinSQC with a text of fixed length.
+ *
+ *   text    in on S, out on Q: VORIN_SQC2_TEXT_LENGTH (32) characters */
 VORIN_API void VORIN_CALL VorinSQC2(const char* mode, const char* key, char* text,
                                     int32_t* status) VORIN_NOEXCEPT;
 
@@ -345,6 +355,9 @@ enum {
   VORIN_PRUNE_LEADING = 3 /* points before prLo one by one, logarithmic from there on */
 };
 
+/* The status of a pruning. There is only one. */
+enum { VORIN_PRUNE_DONE = 0 };
+
 /* Lays bins along the sample axis and gives the linear map P that turns the data
  * into one value a non-empty bin: pruned data = P y, and pruned kernel = P K,
  * which the caller forms. Row k is the sum over bin k divided by its norm
@@ -370,7 +383,7 @@ enum {
  *   tSum      out  sum of t over each bin, maxBins; the first count are set
  *   binNorm   out  bin norms s_k, maxBins; 1e-10 from the empty row on
  *   P         out  the map, maxBins x ldPoints by columns
- *   status    out  always 0 */
+ *   status    out  always VORIN_PRUNE_DONE */
 VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t maxBins,
                                       const float* y, const float* t, const float* scale,
                                       int32_t prLo, int32_t prHi, int32_t target, int32_t mode,
@@ -404,7 +417,7 @@ VORIN_API void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t
  *   kPruned   out  pruned kernel, maxBins x nCols by columns; 0 past count
  *   binNorm   out  s_k, maxBins; at least 1e-10, and that past count
  *   P         out  the map, maxBins x ldPoints by columns
- *   status    out  always 0 */
+ *   status    out  always VORIN_PRUNE_DONE */
 VORIN_API void VORIN_CALL VorinPrune(int32_t nCols, int32_t nPoints, int32_t ldPoints,
                                      int32_t maxBins, const float* y, const float* t,
                                      const float* k, const float* scale, int32_t prLo, int32_t prHi,
@@ -451,8 +464,8 @@ enum {
  * takes the factors that an earlier call left. */
 enum { VORIN_COMP_DECOMPOSE = 1 };
 
-/* Replaces K and d by a small problem with the same minimiser: with the singular
- * value decomposition K = U S V',
+/* Replaces K and d by a small problem with the same minimiser (Hansen, BIT 27, 534,
+ * 1987): with the singular value decomposition K = U S V',
  *
  *     Kc = S V',   dc = U' d,
  *
@@ -507,6 +520,12 @@ VORIN_API void VORIN_CALL VorinCompSVD2_s(int32_t m, int32_t n, int32_t ldK, int
  *                    factors of an earlier call with the same K, m and n; K is then
  *                    not read
  *   scratchLen  in   length of scratch, n + n * n + n * m at least
+ *   m           in   rows of K in use and length of d, by address
+ *   n           in   columns of K, by address
+ *   ldK         in   leading dimension of K, at least m, by address
+ *   ldC         in   leading dimension of Kc, at least n, by address
+ *   SVDT        in   threshold relative to the largest singular value, by address
+ *   SVDN        in   most rows to keep, at most ldC, by address
  *   scratch     in and out  S (n), then U (m x n), then V' (n x n)
  *   status      out  a VORIN_COMP_ value; the scratch is looked at before SVDN. With a
  *                    mode other than VORIN_COMP_DECOMPOSE it is written on a refusal
@@ -518,8 +537,16 @@ VORIN_API void VORIN_CALL VorinCompSVD3_s(const int32_t* mode, const int32_t* sc
                                           float* Kc, float* dc, float* scratch,
                                           int32_t* status) VORIN_NOEXCEPT;
 
-/* As VorinCompSVD3_s, with an array of the host's for each factor: U (m x n), VT = V'
- * (n x n) and S (n), by columns without gaps. */
+/* As VorinCompSVD3_s, with an array of the host's for each factor. They are written with
+ * VORIN_COMP_DECOMPOSE and read otherwise.
+ *
+ *   mode    in   VORIN_COMP_DECOMPOSE, or any other value when U, VT and S hold the factors
+ *                of an earlier call with the same K, m and n; K is then not read
+ *   U       in and out  left singular vectors, m x n by columns without gaps
+ *   VT      in and out  V', n x n by columns without gaps
+ *   S       in and out  singular values, n, the largest first
+ *   status  out  VORIN_COMP_OK or VORIN_COMP_ROWS_ABOVE_CAPACITY. With a mode other than
+ *                VORIN_COMP_DECOMPOSE it is written on a refusal only. */
 VORIN_API void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m, const int32_t* n,
                                            const int32_t* ldK, const int32_t* ldC, const float* K,
                                            const float* d, const float* SVDT, const int32_t* SVDN,
@@ -563,7 +590,9 @@ VORIN_API void VORIN_CALL VorinComp_s(int32_t n, int32_t nf, int32_t ldK, int32_
 enum { VORIN_SEDIFF_FIRST = 2, VORIN_SEDIFF_SECOND = 3 };
 
 /* The standard deviation of white noise on a curve that changes slowly, from the
- * differences of neighbouring samples:
+ * differences of neighbouring samples (first ones: von Neumann, Kent, Bellinson and Hart,
+ * Ann. Math. Stat. 12, 153, 1941; second ones compare Gasser, Sroka and
+ * Jennen-Steinmetz, Biometrika 73, 625, 1986):
  *
  *     sqrt(mean of (x[i+1] - x[i])^2 / 2)               for VORIN_SEDIFF_FIRST
  *     sqrt(mean of (x[i] - 2 x[i+1] + x[i+2])^2 / 6)    for VORIN_SEDIFF_SECOND
@@ -582,7 +611,8 @@ enum {
   VORIN_SEROL_ITERATION_LIMIT = 4 /* x is the last solve as it came, negative elements included */
 };
 
-/* Finds outliers: fits y / W by x >= 0 under a light ridge penalty, and flags each
+/* Finds outliers: fits y / W by x >= 0 under a light ridge penalty, by BVLS (Lawson and
+ * Hanson, SIAM Classics in Applied Mathematics 15, 1995, appendix C), and flags each
  * point whose residual is below thresh times the noise s,
  *
  *     |K x - y|[i] / s  <  thresh,   s = VorinSEDiff(VORIN_SEDIFF_SECOND, m, y / W).
@@ -776,8 +806,8 @@ VORIN_API void VORIN_CALL plsN_dll(const double* A, int32_t m, int32_t n, const 
 VORIN_API void VORIN_CALL plsB_dll(const double* A, int32_t m, int32_t n, const double* b,
                                    double* x, int32_t itmax, int32_t* status) VORIN_NOEXCEPT;
 
-/* A fit with penalties on differences of neighbouring coefficients, x >= 0, in double
- * precision:
+/* A fit with penalties on differences of neighbouring coefficients (Phillips, J. ACM 9,
+ * 84, 1962; Eilers and Marx, Stat. Sci. 11, 89, 1996), x >= 0, in double precision:
  *
  *     minimise over x >= 0:  |A x - c|
  *     A = X'X + sum over k = 0 .. K of lambda[k] D(k)'D(k),   c = X'y
@@ -824,7 +854,7 @@ VORIN_API void VORIN_CALL LUReg_DLL(const double* X, int32_t m, int32_t n, const
  *   w         -    the weight, left as it is
  *   rss       out  0
  *   rssSlope  out  0
- *   status    out  0 */
+ *   status    out  0, which is VORIN_SOLVE_OK */
 VORIN_API void VORIN_CALL debug2_sp(int32_t m, int32_t n, const float* K, const float* d, float* f,
                                     float* w, float* rss, float* rssSlope,
                                     int32_t* status) VORIN_NOEXCEPT;
