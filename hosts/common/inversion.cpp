@@ -4,11 +4,11 @@
 #include <vorin.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numeric>
-#include <set>
+#include <optional>
 
+#include "common/inversion_keys.hpp"
 #include "common/library.hpp"
 #include "common/noise.hpp"
 #include "common/problem.hpp"
@@ -32,32 +32,6 @@ std::vector<double> toDouble(const std::vector<float>& values, double factor) {
   std::transform(values.begin(), values.end(), result.begin(),
                  [&](float value) { return static_cast<double>(value) * factor; });
   return result;
-}
-
-/// The keys of the noise: SIG and CSI2 are both read, depending on NALG.
-void setNoise(double noise) {
-  setNumber("SIG", static_cast<float>(noise));
-  setNumber("CSI2", static_cast<float>(noise));
-}
-
-/// An estimator of the library, by the key NALG.
-struct Estimator {
-  NoiseSource source;
-  std::string_view name;
-  NoiseOrigin origin;
-};
-constexpr std::array<Estimator, 4> kEstimators{{
-    {NoiseSource::difference, "D3", NoiseOrigin::libraryDifference},
-    {NoiseSource::fit, "FIT", NoiseOrigin::libraryFit},
-    {NoiseSource::ridge, "REG", NoiseOrigin::libraryRidge},
-    {NoiseSource::scan, "ASYM", NoiseOrigin::libraryScan},
-}};
-
-const Estimator* estimatorOf(const InversionSettings& settings) {
-  const auto found = std::find_if(
-      kEstimators.begin(), kEstimators.end(),
-      [&](const Estimator& estimator) { return estimator.source == settings.noiseSource; });
-  return settings.noise || found == kEstimators.end() ? nullptr : found;
 }
 
 /// The noise of the data as this side knows it, and where from. The library's own
@@ -95,58 +69,6 @@ KnownNoise knownNoise(const Decay& decay, const Problem& problem,
       break;
   }
   return {};
-}
-
-/// Hands the settings to the store. `noise` is that of the data, `scale` what they are
-/// divided by.
-void applySettings(const InversionSettings& settings, const KnownNoise& noise, double scale) {
-  setText("FLOG", "NONE");  // which stands for Vorin.log
-  setNumber("REPO", settings.keepLog ? 2.0F : 0.0F);
-  setText("PRMO", settings.pruning);
-  if (settings.prunedPoints) {
-    setNumber("PRPO", static_cast<float>(*settings.prunedPoints));
-  }
-  if (settings.compression) {
-    setNumber("SVDT", static_cast<float>(settings.compression->ratio));
-  }
-  setNumber("SVDN", settings.compression ? static_cast<float>(settings.compression->rows) : 0.0F);
-  setText("TARG", settings.weight ? "WEIG" : settings.corner ? "2" : "NOISE");
-  if (settings.weight) {
-    setNumber("WEIG", static_cast<float>(*settings.weight));
-  }
-  const Estimator* estimator = estimatorOf(settings);
-  setText("NALG", estimator != nullptr ? estimator->name : "NONE");
-  std::set<std::string> assigned;
-  for (const std::string& assignment : settings.assignments) {
-    assigned.insert(assign(assignment, "--set"));
-  }
-  // The tolerance is that of the squared change of a dual vector of about noise /
-  // weight. For data of magnitude 1 the library's 1e-6 ends a solve at a large weight
-  // before it has settled; this value costs a pass more. Single precision (BRDA = 1)
-  // would not reach it.
-  constexpr float kTolerance = 1e-12F;
-  if (!assigned.contains("TOL") && queryNumber("BRDA") != 1.0F) {
-    setNumber("TOL", kTolerance);
-  }
-  if (noise.value) {
-    setNoise(*noise.value / scale);
-  } else if (!assigned.contains("NALG") && queryNumber("TARG") == 1.0F &&
-             (estimator == nullptr || estimator->source == NoiseSource::difference)) {
-    throw UserError(
-        "the data show no noise to aim the fit at (too few samples, or computed data); give the "
-        "noise by --noise SIGMA or a weight by --weight W");
-  }
-}
-
-WeightMode currentMode() {
-  const float code = queryNumber("TARG");
-  return code == 0.0F ? WeightMode::fixed : code == 2.0F ? WeightMode::corner : WeightMode::noise;
-}
-
-/// What a corner search multiplies the corner's weight by. Near 1 it keeps the corner.
-double cornerFactor() {
-  const float factor = queryNumber("RWEI");
-  return factor < 0.95F || factor > 1.05F ? static_cast<double>(factor) : 1.0;
 }
 
 /// True when the search failed because every fit misses the data by more than it wanted.
@@ -232,19 +154,29 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
   requireUsable(decay, settings);
   const Problem whole(decay, settings);
   const std::vector<std::size_t> rejected = rejectedSamples(whole, settings);
-  const Problem problem = rejected.empty() ? whole : whole.without(rejected);
+  std::optional<Problem> rest;
+  if (!rejected.empty()) {
+    rest = whole.without(rejected);
+  }
+  const Problem& problem = rest ? *rest : whole;
   const double scale = problem.scale();
   const KnownNoise noise = knownNoise(decay, problem, settings);
-  applySettings(settings, noise, scale);
+  setKeys(settings);
+  if (noise.value) {
+    setNoise(*noise.value / scale);
+  } else if (needsNoise(settings)) {
+    throw UserError(
+        "the data show no noise to aim the fit at (too few samples, or computed data); give the "
+        "noise by --noise SIGMA or a weight by --weight W");
+  }
 
   Inversion result = solve(problem, settings);
   result.noise = noise.value.value_or(0.0);
   result.noiseOrigin = noise.value ? noise.origin : NoiseOrigin::none;
-  const Estimator* estimator = estimatorOf(settings);
   if (const float used = queryNumber("CSIG");
       result.mode == WeightMode::noise && used != queryNumber("SIG")) {
     result.noise = static_cast<double>(used) * scale;
-    result.noiseOrigin = estimator != nullptr ? estimator->origin : NoiseOrigin::library;
+    result.noiseOrigin = estimateOrigin(settings);
   }
   if (noise.value && result.noiseOrigin == noise.origin && outOfReach(result)) {
     const double closest = result.reachedError;
