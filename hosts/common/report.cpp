@@ -128,6 +128,12 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
   }
   line(out, "log mean",
        fmt::format("{} of {}", timeText(mean), relaxationTimeName(context.kernel)));
+  if (context.band) {
+    line(out, "68 % interval",
+         fmt::format("{} to {}, by a bootstrap of {} replicates",
+                     timeText(context.band->logMeanLower), timeText(context.band->logMeanUpper),
+                     context.band->replicates));
+  }
   if (context.truth) {
     const double truth = logMean(*context.truth);
     line(out, "true log mean",
@@ -146,9 +152,14 @@ std::string distributionCsv(const Inversion& inversion, const ReportContext& con
                  "# distribution of {}, kernel {}; status {}, weight {:.6g}, log mean {:.6g} s\n",
                  inOneLine(context.name), kernelFormula(context.kernel), inversion.status,
                  inversion.weight, logMean(found));
-  fmt::format_to(out, "{}_s,amplitude\n", lowerCase(relaxationTimeName(context.kernel)));
+  fmt::format_to(out, "{}_s,amplitude{}\n", lowerCase(relaxationTimeName(context.kernel)),
+                 context.band ? ",lower,upper" : "");
   for (std::size_t k = 0; k < found.time.size(); ++k) {
-    fmt::format_to(out, "{:.8g},{:.8g}\n", found.time[k], found.amplitude[k]);
+    fmt::format_to(out, "{:.8g},{:.8g}", found.time[k], found.amplitude[k]);
+    if (context.band) {
+      fmt::format_to(out, ",{:.8g},{:.8g}", context.band->lower[k], context.band->upper[k]);
+    }
+    text += '\n';
   }
   return text;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "common/bootstrap.hpp"
 #include "common/csv.hpp"
 #include "common/inversion.hpp"
 
@@ -15,6 +16,7 @@ struct ReportContext {
   const Decay& decay;
   Kernel kernel = Kernel::t2;
   std::optional<Distribution> truth;  ///< to compare the distribution with
+  std::optional<Band> band;           ///< of a bootstrap
 };
 
 /// The summary for the terminal, lines ending in a newline.

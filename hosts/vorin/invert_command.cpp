@@ -2,10 +2,12 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <optional>
 
 #include "commands.hpp"
 #include "common/files.hpp"
 #include "common/inversion.hpp"
+#include "common/progress.hpp"
 #include "common/report.hpp"
 #include "invert_options.hpp"
 
@@ -19,9 +21,17 @@ struct InvertOptions {
   OutputOptions output;
 };
 
+Band bandOf(const Input& input, const InversionSettings& settings, const Inversion& inversion,
+            BootstrapSettings wanted) {
+  ProgressBar bar("bootstrap", wanted.replicates);
+  wanted.progress = [&](int done) { bar.show(done); };
+  return bootstrap(input.decay, settings, inversion, wanted);
+}
+
 ExitStatus runInvert(const InvertOptions& options) {
   // Everything that can be wrong is looked at before any work is done.
   InversionSettings settings = settingsFrom(options.method);
+  const std::optional<BootstrapSettings> wantedBand = bootstrapFrom(options.method);
   const Input input = readInput(options.input);
   settings.kernel = input.kernel;
   settings.grid = input.grid;
@@ -30,8 +40,15 @@ ExitStatus runInvert(const InvertOptions& options) {
 
   const ScratchFolder scratch;
   const Inversion inversion = invert(input.decay, settings);
-  const ReportContext context{input.name, input.decay, input.kernel, outputs.truth()};
-  outputs.write(inversion, context, scratch);
+  ReportContext context{input.name, input.decay, input.kernel, outputs.truth(), std::nullopt};
+  if (wantedBand && succeeded(inversion)) {
+    context.band = bandOf(input, settings, inversion, *wantedBand);
+  }
+  std::optional<LCurve> curve;
+  if (outputs.wantsLCurve()) {
+    curve = lCurve(input.decay, settings, inversion);
+  }
+  outputs.write(inversion, context, curve, scratch);
   fmt::print("{}", summary(inversion, context));
   return succeeded(inversion) ? ExitStatus::success : ExitStatus::unsuccessfulInversion;
 }

@@ -163,6 +163,10 @@ void MethodOptions::addTo(CLI::App& line) {
   addOptionalValue(line, "--reject-outliers", rejectOutliers, "K", "4",
                    "Leave out samples that a first fit misses by K standard deviations\n"
                    "of the noise or more (4 where no value is given)");
+  addOption(line, "--bootstrap", bootstrap, "N",
+            "Draw the noise N times anew from the residual and tell how far log mean\n"
+            "and distribution spread (68 %); 200 is a fair number");
+  addOption(line, "--seed", seed, "N", "Seed of the bootstrap (default 1)");
   addOption(line, "--set", assignments, "KEY=VALUE",
             "Set a key of the library, for instance MAXI=200; may be repeated.\n"
             "The library sees data whose largest magnitude is 1")
@@ -182,6 +186,34 @@ InversionSettings settingsFrom(const MethodOptions& options) {
   settings.pruning = pruningMode(options.prune);
   settings.prunedPoints = prunedPoints(options.prunePoints);
   settings.assignments = options.assignments;
+  return settings;
+}
+
+std::optional<BootstrapSettings> bootstrapFrom(const MethodOptions& options) {
+  constexpr int kFewest = 20;
+  constexpr int kMost = 100000;
+  if (options.bootstrap.empty()) {
+    if (!options.seed.empty()) {
+      throw UserError(fmt::format("--seed {}: it is that of --bootstrap, which is not asked for",
+                                  inQuotes(options.seed)));
+    }
+    return std::nullopt;
+  }
+  const std::optional<long long> replicates = parseInteger(options.bootstrap);
+  if (!replicates || *replicates < kFewest || *replicates > kMost) {
+    throw UserError(fmt::format("--bootstrap {}: a whole number from {} to {} is wanted",
+                                inQuotes(options.bootstrap), kFewest, kMost));
+  }
+  BootstrapSettings settings;
+  settings.replicates = static_cast<int>(*replicates);
+  if (!options.seed.empty()) {
+    const std::optional<long long> seed = parseInteger(options.seed);
+    if (!seed || *seed < 0) {
+      throw UserError(
+          fmt::format("--seed {}: a whole number of 0 or above is wanted", inQuotes(options.seed)));
+    }
+    settings.seed = static_cast<std::uint64_t>(*seed);
+  }
   return settings;
 }
 

@@ -5,12 +5,15 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "common/bootstrap.hpp"
 #include "common/files.hpp"
 #include "common/inversion.hpp"
+#include "common/lcurve.hpp"
 #include "common/report.hpp"
 
 namespace vorin::host {
@@ -51,6 +54,8 @@ struct MethodOptions {
   std::string prunePoints;
   std::string compress;
   std::string rejectOutliers;
+  std::string bootstrap;
+  std::string seed;
   std::vector<std::string> assignments;
 
   void addTo(CLI::App& line);
@@ -60,12 +65,16 @@ struct MethodOptions {
 /// Throws UserError for bad options.
 InversionSettings settingsFrom(const MethodOptions& options);
 
+/// The bootstrap that is asked for, if there is one. Throws UserError for bad options.
+std::optional<BootstrapSettings> bootstrapFrom(const MethodOptions& options);
+
 /// What is left behind, as the user wrote it.
 struct OutputOptions {
   std::string truth;
   std::string out;
   std::string fit;
   std::string plot;
+  std::string plotLCurve;
   std::string log;
 
   void addTo(CLI::App& line);
@@ -80,7 +89,10 @@ class InvertOutputs {
 
   /// Writes all files of one inversion of `input`; `scratch` holds the library's log.
   void write(const Inversion& inversion, const ReportContext& context,
-             const ScratchFolder& scratch);
+             const std::optional<LCurve>& curve, const ScratchFolder& scratch);
+
+  /// True when an L-curve is wanted, which write() then takes.
+  bool wantsLCurve() const { return !plotLCurve_.empty(); }
 
   const std::optional<Distribution>& truth() const { return truth_; }
 
@@ -90,6 +102,7 @@ class InvertOutputs {
   std::filesystem::path out_;
   std::filesystem::path fit_;
   std::filesystem::path plot_;
+  std::filesystem::path plotLCurve_;
   std::filesystem::path log_;
 };
 

@@ -11,6 +11,9 @@ void OutputOptions::addTo(CLI::App& line) {
   addOption(line, "--fit", fit, "FILE.csv", "Write time, amplitude, fit and residual");
   addOption(line, "--plot", plot, "FILE.png",
             "Draw decay, fit and distribution; also FILE.svg, FILE.pdf");
+  addOption(line, "--plot-lcurve", plotLCurve, "FILE.png",
+            "Draw the L-curve, its corner and the weight of the result;\n"
+            "also FILE.svg, FILE.pdf");
   addOption(line, "--log", log, "FILE", "Keep the library's log");
 }
 
@@ -24,14 +27,18 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const std::string& in
   out_ = announce(options.out, "--out");
   fit_ = announce(options.fit, "--fit");
   plot_ = announce(options.plot, "--plot");
+  plotLCurve_ = announce(options.plotLCurve, "--plot-lcurve");
   log_ = announce(options.log, "--log");
   if (!plot_.empty()) {
     requireGnuplot(options.plot, "--plot");
   }
+  if (!plotLCurve_.empty()) {
+    requireGnuplot(options.plotLCurve, "--plot-lcurve");
+  }
 }
 
 void InvertOutputs::write(const Inversion& inversion, const ReportContext& context,
-                          const ScratchFolder& scratch) {
+                          const std::optional<LCurve>& curve, const ScratchFolder& scratch) {
   if (!out_.empty()) {
     files_.write(out_, distributionCsv(inversion, context));
   }
@@ -40,6 +47,9 @@ void InvertOutputs::write(const Inversion& inversion, const ReportContext& conte
   }
   if (!plot_.empty()) {
     files_.write(plot_, drawPicture(plot_, scratch, inversion, context));
+  }
+  if (curve) {
+    files_.write(plotLCurve_, drawLCurve(plotLCurve_, scratch, *curve, context.name));
   }
   if (!log_.empty()) {
     files_.write(log_, contentOf(scratch.path() / "Vorin.log"));
