@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <map>
 #include <numeric>
-#include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -16,6 +16,7 @@
 #include "brd/system.hpp"
 #include "decay.hpp"
 #include "reduce/prune_plan.hpp"
+#include "roads.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/linear_map.hpp"
 #include "toolbox/norms.hpp"
@@ -25,22 +26,11 @@ namespace {
 
 using vorin::kernels::Level;
 
-void setNumber(const char* key, float value) {
-  std::int32_t status = 0;
-  VorinSQR("S", key, &value, &status);
-}
-
 float number(const char* key) {
   std::int32_t status = 0;
   float value = 0.0f;
   VorinSQR("Q", key, &value, &status);
   return value;
-}
-
-void setText(const char* key, std::string text) {
-  std::int32_t status = 0;
-  const auto length = static_cast<std::int32_t>(text.size());
-  VorinSQC("S", key, text.data(), &length, &status);
 }
 
 struct Decay {
@@ -62,32 +52,20 @@ const Decay& decay(std::int64_t nf, std::int64_t ng, std::int64_t snr) {
   return found;
 }
 
-enum class Road { noise, unpruned, compressed, fixed, corner };
-
-// The settings of a road, beside the load values.
-void set(Road road, const Decay& data) {
-  setText("PRMO", road == Road::unpruned ? "NONE" : "LOG");
-  setText("TARG", road == Road::fixed ? "WEIG" : road == Road::corner ? "2" : "NOISE");
-  setNumber("SIG ", static_cast<float>(1.0 / data.snr));
-  setNumber("WEIG", road == Road::fixed ? 0.1f : 0.01f);
-  setNumber("SVDN", road == Road::compressed ? 20.0f : 0.0f);
-  setNumber("SVDT", 1e-6f);
-}
-
-void invert(benchmark::State& state, Road road, bool plain) {
+void invert(benchmark::State& state, const char* name, bool plain) {
+  const vorin::bench::Road& road = *vorin::bench::findRoad(name);
   const Decay& data = decay(state.range(0), state.range(1), state.range(2));
-  set(road, data);
+  vorin::bench::setRoad(road, data.snr);
   vorin::brd::System<double>::plainRoad() = plain;
   vorin::kernels::useLevel(plain ? Level::baseline : vorin::kernels::highestLevel());
   std::vector<float> F(static_cast<std::size_t>(data.ng));
   std::int32_t status = -1;
   const auto once = [&] {
-    (road == Road::compressed ? VorinC5_s : Vorin_s)(data.nf, data.ng, data.K.data(), data.Y.data(),
-                                                     F.data(), &status);
+    road.entry(data.nf, data.ng, data.K.data(), data.Y.data(), F.data(), &status);
   };
   once();
-  const std::int32_t good = road == Road::corner ? VORIN_CORNER_MODE : VORIN_OK;
-  const bool seeksNoise = road != Road::fixed && road != Road::corner;
+  const bool seeksNoise = std::string_view(road.target) == "NOISE";
+  const std::int32_t good = std::string_view(road.target) == "2" ? VORIN_CORNER_MODE : VORIN_OK;
   const float wanted = number("DSE ");
   const float missed = std::abs(number("CSE ") - wanted) / wanted;
   if (status != good || (seeksNoise && !(missed < 0.001f))) {
@@ -124,12 +102,13 @@ void unprunedSizes(benchmark::internal::Benchmark* bench) {
       ->MinTime(0.02);
 }
 
-BENCHMARK_CAPTURE(invert, noise, Road::noise, false)->Apply(sizes);
-BENCHMARK_CAPTURE(invert, noise_plain, Road::noise, true)->Apply(oneSize);
-BENCHMARK_CAPTURE(invert, unpruned, Road::unpruned, false)->Apply(unprunedSizes);
-BENCHMARK_CAPTURE(invert, compressed, Road::compressed, false)->Apply(sizes);
-BENCHMARK_CAPTURE(invert, fixed, Road::fixed, false)->Apply(sizes);
-BENCHMARK_CAPTURE(invert, corner, Road::corner, false)->Apply(oneSize);
+BENCHMARK_CAPTURE(invert, noise, "noise", false)->Apply(sizes);
+BENCHMARK_CAPTURE(invert, noise_plain, "noise", true)->Apply(oneSize);
+BENCHMARK_CAPTURE(invert, unpruned, "unpruned", false)->Apply(unprunedSizes);
+BENCHMARK_CAPTURE(invert, C5_pruned, "C5-pruned", false)->Apply(sizes);
+BENCHMARK_CAPTURE(invert, C5_whole, "C5-whole", false)->Apply(oneSize);
+BENCHMARK_CAPTURE(invert, fixed, "fixed", false)->Apply(sizes);
+BENCHMARK_CAPTURE(invert, corner, "corner", false)->Apply(oneSize);
 
 // Stages.
 

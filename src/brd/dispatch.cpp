@@ -68,16 +68,17 @@ void vrBRD_d_down(Problem<double>& problem, double* f, double weight,
 
 void vrBRD_s_qp(Problem<float>& problem, float* f, float weight, float& rss, float& rssSlope,
                 std::int32_t& status) {
+  problem.beginSolve();
   QuadraticProgram& program = problem.program();
-  const auto route = [&program](System<double>& system, double* workF, double* workC, double w) {
-    return vrBRD_qp_d(program, system, workF, workC, w);
-  };
+  const auto route = [&program](System<double>& /*its own*/, double* workF, double* workC,
+                                double w) { return vrBRD_qp_d(program, workF, workC, w); };
   solveConverted(problem.twice(), route, freshDualTwice, f, weight,
                  Report<float>{rss, rssSlope, status});
 }
 
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
              std::int32_t& status) {
+  problem.beginSolve();
   const Report<float> report{rss, rssSlope, status};
   switch (routeOf(params::queryInteger("BRDA"))) {
     case Route::single:
@@ -94,13 +95,14 @@ void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& r
 
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
              double& rssSlope, std::int32_t& status) {
+  problem.beginSolve();
   const Report<double> report{rss, rssSlope, status};
   switch (routeOf(params::queryInteger("BRDA"))) {
     case Route::single:
       vrBRD_d_down(problem, f, weight, report);
       break;
     case Route::quadraticProgram:
-      report.take(vrBRD_qp_d(problem.program(), problem.twice(), f, c, weight));
+      report.take(vrBRD_qp_d(problem.program(), f, c, weight));
       break;
     case Route::twice:
       report.take(vrBRD_w_d(problem.twice(), f, c, weight));

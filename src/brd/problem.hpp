@@ -23,6 +23,16 @@ class Problem {
   const Real* K() const { return K_; }
   const Real* d() const { return d_; }
 
+  /// Every solve begins with this. On the plain road nothing is kept from solve to solve,
+  /// conversions included.
+  void beginSolve() {
+    if (System<double>::plainRoad()) {
+      program_.reset();
+      twice_.reset();
+      single_.reset();
+    }
+  }
+
   /// The system in single or in double precision, made at its first use.
   System<float>& single() { return make(single_); }
   System<double>& twice() { return make(twice_); }
@@ -30,7 +40,7 @@ class Problem {
   /// The quadratic program of the third route, made at its first use.
   QuadraticProgram& program() {
     if (!program_) {
-      program_.emplace(m_, n_, K_, d_);
+      program_.emplace(twice());
     }
     return *program_;
   }

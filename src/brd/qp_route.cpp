@@ -1,15 +1,13 @@
 #include "brd/qp_route.hpp"
 
 #include <algorithm>
+#include <functional>
 
 #include "brd/nk0000.hpp"
-#include "toolbox/kernels/kernels.hpp"
 #include "toolbox/lapack.hpp"
 
 namespace vorin::brd {
 namespace {
-
-constexpr int panelRows = kernels::panelRows<double>;
 
 // Elements below this count as being at their bound.
 constexpr double smallest = 1e-15;
@@ -20,51 +18,33 @@ std::size_t area(int rows, int columns) {
 
 }  // namespace
 
-template <class Caller>
-QuadraticProgram::QuadraticProgram(int m, int n, const Caller* K, const Caller* d)
-    : m_(std::max(m, 0)), n_(std::max(n, 0)) {
-  const auto length = static_cast<std::size_t>(n_);
-  transposed_.resize(area((n_ + panelRows - 1) / panelRows * panelRows, m_));
-  for (std::vector<double>* matrix : {&KtK_, &Q_, &A_}) {
-    matrix->resize(area(n_, n_));
+QuadraticProgram::QuadraticProgram(System<double>& system) : system_(&system) {
+  const int n = system.n();
+  const auto length = static_cast<std::size_t>(n);
+  for (std::vector<double>* matrix : {&Q_, &A_}) {
+    matrix->resize(area(n, n));
   }
   for (std::vector<double>* vector : {&minusKtd_, &b_, &multipliers_}) {
     vector->resize(length);
   }
   activeList_.resize(length);
-  for (int i = 0; i < n_; ++i) {
-    const Caller* column = K + area(m_, i);
-    double* panel = transposed_.data() + area(i / panelRows * panelRows, m_) + i % panelRows;
-    double sum = 0.0;
-    for (int j = 0; j < m_; ++j) {
-      const double value = static_cast<double>(column[j]);
-      panel[area(j, panelRows)] = value;
-      sum += value * static_cast<double>(d[j]);
-    }
-    minusKtd_[static_cast<std::size_t>(i)] = -sum;
-  }
-  kernels::table<double>().gram(n_, m_, transposed_.data(), KtK_.data());
-}
-
-template QuadraticProgram::QuadraticProgram(int, int, const float*, const float*);
-template QuadraticProgram::QuadraticProgram(int, int, const double*, const double*);
-
-double QuadraticProgram::kernel(int row, int column) const {
-  return transposed_[area(column / panelRows * panelRows, m_) + area(row, panelRows) +
-                     static_cast<std::size_t>(column % panelRows)];
+  std::transform(system.projectedData(), system.projectedData() + n, minusKtd_.begin(),
+                 std::negate<>());
 }
 
 std::int32_t QuadraticProgram::minimise(double weight, double* f) {
-  Q_ = KtK_;
-  for (int i = 0; i < n_; ++i) {
-    Q_[area(n_, i) + static_cast<std::size_t>(i)] += weight;
+  const int n = system_->n();
+  const double* KtK = system_->gram();
+  Q_.assign(KtK, KtK + area(n, n));
+  for (int i = 0; i < n; ++i) {
+    Q_[area(n, i) + static_cast<std::size_t>(i)] += weight;
   }
   std::fill(b_.begin(), b_.end(), 0.0);
-  vrEye_d(n_, A_.data());
+  vrEye_d(n, A_.data());
   double objective = 0.0;
   std::int32_t activeCount = 0;
   std::int32_t status = 0;
-  nk0000(n_, n_, 0, A_.data(), b_.data(), minusKtd_.data(), Q_.data(), &objective, f, &activeCount,
+  nk0000(n, n, 0, A_.data(), b_.data(), minusKtd_.data(), Q_.data(), &objective, f, &activeCount,
          activeList_.data(), multipliers_.data(), &status);
   return status;
 }
@@ -85,17 +65,18 @@ namespace {
 // hold it.
 class MaskedSystem {
  public:
-  MaskedSystem(const QuadraticProgram& program, const double* f, double weight)
-      : m_(program.m()), G_(area(m_, m_)), pivots_(static_cast<std::size_t>(m_)) {
-    for (int i = 0; i < program.n(); ++i) {
+  MaskedSystem(const System<double>& system, const double* f, double weight)
+      : m_(system.m()), G_(area(m_, m_)), pivots_(static_cast<std::size_t>(m_)) {
+    for (int i = 0; i < system.n(); ++i) {
       const double mask = f[i] > smallest ? 1.0 : f[i];
       if (mask == 0.0) {
         continue;
       }
+      const double* column = system.K() + area(m_, i);
       for (int j = 0; j < m_; ++j) {
-        const double masked = mask * program.kernel(j, i);
+        const double masked = mask * column[j];
         for (int k = 0; k < m_; ++k) {
-          G_[area(m_, j) + static_cast<std::size_t>(k)] += masked * program.kernel(k, i);
+          G_[area(m_, j) + static_cast<std::size_t>(k)] += masked * column[k];
         }
       }
     }
@@ -125,9 +106,9 @@ void solveTwice(Factored&& factored, const double* d, double* c, double* x) {
 
 }  // namespace
 
-Solution<double> closeQuadraticProgram(const QuadraticProgram& program, System<double>& system,
-                                       double* f, double* c, double weight, std::int32_t status) {
-  const int n = program.n();
+Solution<double> closeQuadraticProgram(System<double>& system, double* f, double* c, double weight,
+                                       std::int32_t status) {
+  const int n = system.n();
   std::replace_if(
       f, f + n, [](double value) { return value < smallest; }, 0.0);
   double* x = system.secondSolution();
@@ -135,21 +116,20 @@ Solution<double> closeQuadraticProgram(const QuadraticProgram& program, System<d
     system.factor(f, weight);
     solveTwice(system, system.d(), c, x);
   } else {
-    solveTwice(MaskedSystem(program, f, weight), system.d(), c, x);
+    solveTwice(MaskedSystem(system, f, weight), system.d(), c, x);
   }
   double square = 0.0;
   double slope = 0.0;
-  for (int j = 0; j < program.m(); ++j) {
+  for (int j = 0; j < system.m(); ++j) {
     square += c[j] * c[j];
     slope += (c[j] - x[j] * weight) * c[j];
   }
   return {weight * weight * square, weight * 2.0 * slope, status};
 }
 
-Solution<double> vrBRD_qp_d(QuadraticProgram& program, System<double>& system, double* f, double* c,
-                            double weight) {
+Solution<double> vrBRD_qp_d(QuadraticProgram& program, double* f, double* c, double weight) {
   const std::int32_t status = program.minimise(weight, f);
-  return closeQuadraticProgram(program, system, f, c, weight, status);
+  return closeQuadraticProgram(program.system(), f, c, weight, status);
 }
 
 }  // namespace vorin::brd

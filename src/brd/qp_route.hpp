@@ -11,30 +11,24 @@
 
 #include "brd/iteration.hpp"
 #include "brd/system.hpp"
-#include "toolbox/aligned.hpp"
 
 namespace vorin::brd {
 
-/// What the solves of one problem share on this route: K'K, K'd and the work arrays.
-/// Several solves on one object give the bits of one solve on each of several.
+/// What the solves of one problem share on this route: the system with its K'K and K'd,
+/// and the work arrays. Several solves on one object give the bits of one solve on each of
+/// several.
 class QuadraticProgram {
  public:
-  /// Takes what it needs of K (m x n by columns) and d (m), widened to double.
-  template <class Caller>
-  QuadraticProgram(int m, int n, const Caller* K, const Caller* d);
+  /// Borrows the system of the problem.
+  explicit QuadraticProgram(System<double>& system);
 
-  int m() const { return m_; }
-  int n() const { return n_; }
-  double kernel(int row, int column) const;
+  System<double>& system() const { return *system_; }
 
   /// f (n, out) = the minimiser at `weight`, as nk0000 gives it; returns its status.
   std::int32_t minimise(double weight, double* f);
 
  private:
-  int m_;
-  int n_;
-  AlignedVector<double> transposed_;  // K' in panels, for the gram kernel
-  std::vector<double> KtK_;
+  System<double>* system_;
   std::vector<double> minusKtd_;
   std::vector<double> Q_;
   std::vector<double> A_;
@@ -46,15 +40,13 @@ class QuadraticProgram {
 /// A = I (n x n).
 void vrEye_d(int n, double* A);
 
-/// One solve. f (n, out), c (m, out); what they held is not read. `system` must be of
-/// the same problem. The status is nk0000's.
-Solution<double> vrBRD_qp_d(QuadraticProgram& program, System<double>& system, double* f, double* c,
-                            double weight);
+/// One solve. f (n, out), c (m, out); what they held is not read. The status is nk0000's.
+Solution<double> vrBRD_qp_d(QuadraticProgram& program, double* f, double* c, double weight);
 
 /// The part of a solve behind the quadratic program: clears small elements of f
 /// (n, in and out) and gives c (m, out), rss and slope for it, whatever the `status` of
 /// the program was.
-Solution<double> closeQuadraticProgram(const QuadraticProgram& program, System<double>& system,
-                                       double* f, double* c, double weight, std::int32_t status);
+Solution<double> closeQuadraticProgram(System<double>& system, double* f, double* c, double weight,
+                                       std::int32_t status);
 
 }  // namespace vorin::brd

@@ -1,5 +1,6 @@
 #include "brd/smaller_side.hpp"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "toolbox/aligned.hpp"
@@ -22,27 +23,48 @@ constexpr Real leastShare = Real(1e-6);
 template <class Real>
 constexpr Real largestShare = Real(1e10);
 
-// The columns of K as rows of panels, for the gram kernel.
+// The columns of K as rows of panels, for the gram kernel: a panel's share of a row of K is
+// one cache line here and there.
 template <class Real>
-AlignedVector<Real> packTransposed(int m, int n, const Real* K) {
+AlignedVector<Real> packTransposed(int m, int padded, const Real* kernelByRows) {
   constexpr int rows = kernels::panelRows<Real>;
-  AlignedVector<Real> packed(area((n + rows - 1) / rows * rows, m));
-  for (int i = 0; i < n; ++i) {
-    const Real* column = K + area(m, i);
-    Real* panel = packed.data() + area(i / rows * rows, m) + i % rows;
-    for (int j = 0; j < m; ++j) {
-      panel[area(j, rows)] = column[j];
+  AlignedVector<Real> packed(area(padded, m));
+  for (int j = 0; j < m; ++j) {
+    const Real* row = kernelByRows + area(padded, j);
+    for (int i = 0; i < padded; i += rows) {
+      std::copy(row + i, row + i + rows, packed.data() + area(i, m) + area(j, rows));
     }
   }
   return packed;
 }
 
+template <class Real>
+void formGramPlainly(int m, int n, const Real* K, Real* G) {
+  for (int i = 0; i < n; ++i) {
+    for (int k = 0; k < n; ++k) {
+      Real sum = 0;
+      for (int j = 0; j < m; ++j) {
+        sum += K[area(m, i) + static_cast<std::size_t>(j)] *
+               K[area(m, k) + static_cast<std::size_t>(j)];
+      }
+      G[area(n, i) + static_cast<std::size_t>(k)] = sum;
+    }
+  }
+}
+
 }  // namespace
 
 template <class Real>
-SmallerSide<Real>::SmallerSide(int m, int n, const Real* K)
+SmallerSide<Real>::SmallerSide(int m, int n, const Real* K, const Real* kernelByRows, bool plain)
     : m_(m), n_(n), K_(K), gram_(area(n, n)) {
-  kernels::table<Real>().gram(n, m, packTransposed(m, n, K).data(), gram_.data());
+  if (plain) {
+    formGramPlainly(m, n, K, gram_.data());
+  } else {
+    constexpr int padding = kernels::rowPadding<Real>;
+    static_assert(padding == kernels::panelRows<Real>);
+    const int padded = (n + padding - 1) / padding * padding;
+    kernels::table<Real>().gram(n, m, packTransposed(m, padded, kernelByRows).data(), gram_.data());
+  }
   for (int i = 0; i < n; ++i) {
     meanSquare_ += gram_[area(n, i) + static_cast<std::size_t>(i)];
   }

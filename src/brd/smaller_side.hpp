@@ -21,8 +21,9 @@ class SmallerSide {
   /// Single precision has no digits to spare for the difference.
   static constexpr bool everServes = std::is_same_v<Real, double>;
 
-  /// Borrows K (m x n by columns) and forms K'K.
-  SmallerSide(int m, int n, const Real* K);
+  /// Borrows K (m x n by columns) and forms K'K of it, or of its copy by rows, whose rows
+  /// are padded with zeros to kernels::rowPadding. `plain`: by the loops that state it.
+  SmallerSide(int m, int n, const Real* K, const Real* kernelByRows, bool plain);
 
   /// K'K, n x n.
   const Real* gram() const { return gram_.data(); }

@@ -1,6 +1,8 @@
 #include "brd/system.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <type_traits>
 
 #include "toolbox/kernels/kernels.hpp"
@@ -50,21 +52,41 @@ template <class Real>
 void System<Real>::transpose() {
   constexpr int group = kernels::rowPadding<Real>;
   kernelByRows_.assign(area(m_, paddedColumns_), Real(0));
+  unsigned notFinite = 0;
   for (int i0 = 0; i0 < n_; i0 += group) {
     const Real* columns = K_ + area(m_, i0);
     const int filled = std::min(group, n_ - i0);
     Real* out = kernelByRows_.data() + i0;
     for (int j = 0; j < m_; ++j, out += paddedColumns_) {
       for (int i = 0; i < filled; ++i) {
-        out[i] = columns[area(m_, i) + static_cast<std::size_t>(j)];
+        const Real value = columns[area(m_, i) + static_cast<std::size_t>(j)];
+        notFinite |= std::abs(value) <= std::numeric_limits<Real>::max() ? 0U : 1U;
+        out[i] = value;
       }
     }
   }
+  kernelIsFinite_ = notFinite == 0U;
+}
+
+// out = K' x, with the padding of kernelByRows_.
+template <class Real>
+void System<Real>::formProjection(const Real* x, Real* out) const {
+  if (plainRoad()) {
+    for (int i = 0; i < n_; ++i) {
+      const Real* column = K_ + area(m_, i);
+      out[i] = Real(0);
+      for (int j = 0; j < m_; ++j) {
+        out[i] += column[j] * x[j];
+      }
+    }
+    return;
+  }
+  kernels::table<Real>().combineRows(m_, paddedColumns_, kernelByRows_.data(), x, out);
 }
 
 template <class Real>
 void System<Real>::distributionFromDual(const Real* c, Real* f) {
-  kernels::table<Real>().combineRows(m_, paddedColumns_, kernelByRows_.data(), c, product_.data());
+  formProjection(c, product_.data());
   for (int i = 0; i < n_; ++i) {
     const Real value = product_[static_cast<std::size_t>(i)];
     f[i] = value <= Real(0) ? Real(0) : value;
@@ -124,15 +146,33 @@ void System<Real>::packActive() {
 }
 
 template <class Real>
-void System<Real>::factorFull() {
+void System<Real>::formFull() {
   packActive();
   G_.resize(area(m_, m_));
-  pivots_.resize(static_cast<std::size_t>(m_));
   kernels::table<Real>().gram(m_, static_cast<int>(active_.size()), packed_.data(), G_.data());
-  for (int j = 0; j < m_; ++j) {
-    G_[area(m_, j) + static_cast<std::size_t>(j)] += weight_;
+}
+
+// The sum over all columns i of the outer product of row i of B = H K' with column i of K.
+template <class Real>
+void System<Real>::formFullPlainly() {
+  std::vector<Real> B(area(n_, m_));
+  for (int i = 0; i < n_; ++i) {
+    for (int j = 0; j < m_; ++j) {
+      B[area(n_, j) + static_cast<std::size_t>(i)] =
+          mask_[static_cast<std::size_t>(i)] * K_[area(m_, i) + static_cast<std::size_t>(j)];
+    }
   }
-  getrf(m_, G_.data(), m_, pivots_.data());
+  G_.assign(area(m_, m_), Real(0));
+  for (int i = 0; i < n_; ++i) {
+    const Real* column = K_ + area(m_, i);
+    for (int j = 0; j < m_; ++j) {
+      const Real masked = B[area(n_, j) + static_cast<std::size_t>(i)];
+      Real* out = G_.data() + area(m_, j);
+      for (int k = 0; k < m_; ++k) {
+        out[k] += masked * column[k];
+      }
+    }
+  }
 }
 
 template <class Real>
@@ -142,36 +182,54 @@ void System<Real>::factor(const Real* f, Real weight) {
     return;
   }
   takeMask(f, weight);
-  if (SmallerSide<Real>::everServes && !plainRoad() && m_ > 0 && n_ > 0) {
-    if (!smallerSide_) {
-      smallerSide_.emplace(m_, n_, K_);
-    }
+  if (SmallerSide<Real>::everServes && !plainRoad() && kernelIsFinite_ && m_ > 0 && n_ > 0) {
+    gram();
     onSmallerSide_ = smallerSide_->serves(static_cast<int>(active_.size()), weight);
   } else {
     onSmallerSide_ = false;
   }
   if (onSmallerSide_) {
     smallerSide_->factor(active_, weight);
-  } else {
-    factorFull();
+    return;
   }
+  // A column out of the mask takes no part, unless it makes 0 times infinity.
+  if (plainRoad() || !kernelIsFinite_) {
+    formFullPlainly();
+  } else {
+    formFull();
+  }
+  for (int j = 0; j < m_; ++j) {
+    G_[area(m_, j) + static_cast<std::size_t>(j)] += weight;
+  }
+  pivots_.resize(static_cast<std::size_t>(m_));
+  getrf(m_, G_.data(), m_, pivots_.data());
+}
+
+template <class Real>
+const Real* System<Real>::gram() {
+  if (!smallerSide_) {
+    smallerSide_.emplace(m_, n_, K_, kernelByRows_.data(), plainRoad());
+  }
+  return smallerSide_->gram();
+}
+
+template <class Real>
+const Real* System<Real>::projectedData() {
+  if (projectedData_.empty()) {
+    projectedData_.resize(static_cast<std::size_t>(paddedColumns_));
+    formProjection(d_, projectedData_.data());
+  }
+  return projectedData_.data();
 }
 
 // K' right; that of the data is formed once.
 template <class Real>
 const Real* System<Real>::project(const Real* right) {
-  const auto form = [&](Real* out) {
-    kernels::table<Real>().combineRows(m_, paddedColumns_, kernelByRows_.data(), right, out);
-  };
-  if (right != d_) {
-    form(product_.data());
-    return product_.data();
+  if (right == d_) {
+    return projectedData();
   }
-  if (projectedData_.empty()) {
-    projectedData_.resize(static_cast<std::size_t>(paddedColumns_));
-    form(projectedData_.data());
-  }
-  return projectedData_.data();
+  formProjection(right, product_.data());
+  return product_.data();
 }
 
 template <class Real>

@@ -27,7 +27,12 @@ class System {
 
   int m() const { return m_; }
   int n() const { return n_; }
+  const Real* K() const { return K_; }
   const Real* d() const { return d_; }
+
+  /// K'K (n x n) and K'd (n), formed at their first use and then kept.
+  const Real* gram();
+  const Real* projectedData();
 
   /// f = max(0, K' c), element by element; a NaN stays a NaN.
   void distributionFromDual(const Real* c, Real* f);
@@ -40,7 +45,8 @@ class System {
   /// x = (G + w I)^-1 right, with the factors of the last `factor`.
   void solve(const Real* right, Real* x);
 
-  /// Test hook: true takes the road that states the meaning, always: the m-by-m system,
+  /// Test hook: true takes the road that states the meaning, always: the m-by-m system
+  /// with all columns in it, those out of the mask as zeros, formed by plain loops and
   /// factored anew in every pass.
   static bool& plainRoad();
 
@@ -53,7 +59,9 @@ class System {
   bool sameMask(const Real* f, Real weight) const;
   void takeMask(const Real* f, Real weight);
   void packActive();
-  void factorFull();
+  void formFull();
+  void formFullPlainly();
+  void formProjection(const Real* x, Real* out) const;
   const Real* project(const Real* right);
 
   int m_;
@@ -62,6 +70,7 @@ class System {
   std::vector<Real> ownData_;
   const Real* K_;
   const Real* d_;
+  bool kernelIsFinite_ = true;
   int paddedColumns_ = 0;
   AlignedVector<Real> kernelByRows_;  // m x paddedColumns_, zeros in the padding
   AlignedVector<Real> product_;       // paddedColumns_: K' c

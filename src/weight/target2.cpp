@@ -25,7 +25,8 @@ class Solver {
       : problem_(problem), f_(f), c_(static_cast<std::size_t>(problem.twice().m())) {}
 
   brd::Solution<double> at(double weight) {
-    return brd::vrBRD_qp_d(problem_.program(), problem_.twice(), f_, c_.data(), weight);
+    problem_.beginSolve();
+    return brd::vrBRD_qp_d(problem_.program(), f_, c_.data(), weight);
   }
 
  private:

@@ -201,8 +201,7 @@ TEST_F(QpRouteAccuracy, SolvesThatShareAProblemHaveTheBitsOfSeparateOnes) {
   Solved shared{Numbers(60), Numbers(90), {}};
   for (int k = 0; k < 19; ++k) {
     const double w = std::pow(10.0, (k * 7) % 19 - 14);
-    shared.result = vorin::brd::vrBRD_qp_d(problem.program(), problem.twice(), shared.f.data(),
-                                           shared.c.data(), w);
+    shared.result = vorin::brd::vrBRD_qp_d(problem.program(), shared.f.data(), shared.c.data(), w);
     expectSameBits(shared, solve(data, w));
   }
 }

@@ -42,7 +42,7 @@ inline Solved solve(const TestProblem<double>& data, double w,
   brd::Problem<double> problem(data.m, data.n, data.K.data(), data.d.data());
   Solved out{
       std::vector<double>(length(data.n), before), std::vector<double>(length(data.m), before), {}};
-  out.result = brd::vrBRD_qp_d(problem.program(), problem.twice(), out.f.data(), out.c.data(), w);
+  out.result = brd::vrBRD_qp_d(problem.program(), out.f.data(), out.c.data(), w);
   return out;
 }
 
@@ -51,8 +51,7 @@ inline Solved close(const TestProblem<double>& data, double w, std::vector<doubl
                     std::int32_t status = 0) {
   brd::Problem<double> problem(data.m, data.n, data.K.data(), data.d.data());
   Solved out{std::move(f), std::vector<double>(length(data.m)), {}};
-  out.result = brd::closeQuadraticProgram(problem.program(), problem.twice(), out.f.data(),
-                                          out.c.data(), w, status);
+  out.result = brd::closeQuadraticProgram(problem.twice(), out.f.data(), out.c.data(), w, status);
   return out;
 }
 
