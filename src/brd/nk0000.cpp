@@ -16,11 +16,15 @@ bool onlyBounds(int n, int constraints, int equalities, const double* A, const d
       !std::all_of(b, b + n, [](double bound) { return bound == 0.0; })) {
     return false;
   }
+  // A column is looked at to its end: the loop has nothing to wait for then.
   for (int j = 0; j < n; ++j) {
+    const double* column = A + static_cast<long>(j) * n;
+    unsigned others = 0;
     for (int i = 0; i < n; ++i) {
-      if (A[i + static_cast<long>(j) * n] != (i == j ? 1.0 : 0.0)) {
-        return false;
-      }
+      others += column[i] != 0.0 ? 1U : 0U;
+    }
+    if (others != 1U || column[j] != 1.0) {
+      return false;
     }
   }
   return true;

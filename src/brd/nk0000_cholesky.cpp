@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "toolbox/kernels/kernels.hpp"
+
 namespace vorin::brd {
 namespace {
 
@@ -26,29 +28,17 @@ bool BlockFactor::assign(const std::vector<int>& indices) {
   const int p = size();
   for (int k = 0; k < p; ++k) {
     double* target = column(k);
+    const double* source = Q_ + static_cast<long>(indices_[static_cast<std::size_t>(k)]) * n_;
     for (int i = k; i < p; ++i) {
-      target[i] =
-          entry(indices_[static_cast<std::size_t>(i)], indices_[static_cast<std::size_t>(k)]);
+      target[i] = source[indices_[static_cast<std::size_t>(i)]];
     }
   }
+  kernels::table<double>().cholesky(p, n_, storage_, row_.data());
   for (int k = 0; k < p; ++k) {
-    double* pivotColumn = column(k);
     const int index = indices_[static_cast<std::size_t>(k)];
-    if (!usablePivot(pivotColumn[k], entry(index, index))) {
+    if (!usablePivot(row_[static_cast<std::size_t>(k)], entry(index, index))) {
       indices_.clear();
       return false;
-    }
-    const double root = std::sqrt(pivotColumn[k]);
-    pivotColumn[k] = root;
-    for (int i = k + 1; i < p; ++i) {
-      pivotColumn[i] /= root;
-    }
-    for (int j = k + 1; j < p; ++j) {
-      double* target = column(j);
-      const double factor = pivotColumn[j];
-      for (int i = j; i < p; ++i) {
-        target[i] -= pivotColumn[i] * factor;
-      }
     }
   }
   return true;

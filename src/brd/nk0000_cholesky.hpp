@@ -42,7 +42,7 @@ class BlockFactor {
   const double* Q_;
   double* storage_;  // L by columns, leading dimension n
   std::vector<int> indices_;
-  std::vector<double> row_;
+  std::vector<double> row_;  // n, of a new row, or the pivots
 };
 
 }  // namespace vorin::brd

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -163,6 +164,79 @@ TEST(Kernels, ALevelTheCpuLacksGivesTheHighestPossible) {
   EXPECT_EQ(vorin::kernels::currentLevel(), vorin::kernels::highestLevel());
   vorin::kernels::useLevel(Level::baseline);
   EXPECT_EQ(vorin::kernels::currentLevel(), Level::baseline);
+}
+
+// A symmetric matrix by way of its factor: L with a dominant diagonal, or one whose square
+// has a negative element taken from the diagonal.
+template <class Real>
+std::vector<Real> triangle(int n, int ld, bool definite) {
+  Uniform uniform(static_cast<std::uint64_t>(n * 100 + ld));
+  std::vector<Real> A(area(ld, n));
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < ld; ++i) {
+      A[area(ld, j) + static_cast<std::size_t>(i)] = static_cast<Real>(uniform());
+    }
+    A[area(ld, j) + static_cast<std::size_t>(j)] += static_cast<Real>(n);
+  }
+  if (!definite && n > 0) {
+    A[area(ld, n / 2) + static_cast<std::size_t>(n / 2)] = Real(-1);
+  }
+  return A;
+}
+
+TYPED_TEST(KernelsTest, CholeskyHasTheBitsOfThePlainLoopsAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const bool definite : {true, false}) {
+    for (const int n : {0, 1, 3, 4, 5, 8, 17, 32, 59, 64, 101}) {
+      for (const int spare : {0, 3}) {
+        const int ld = n + spare;
+        const std::vector<Real> A = triangle<Real>(n, ld, definite);
+        std::vector<Real> expected = A;
+        std::vector<Real> pivots(static_cast<std::size_t>(n));
+        const auto at = [&](int i, int j) -> Real& {
+          return expected[area(ld, j) + static_cast<std::size_t>(i)];
+        };
+        for (int j = 0; j < n; ++j) {
+          for (int i = j; i < n; ++i) {
+            for (int k = 0; k < j; ++k) {
+              at(i, j) -= at(i, k) * at(j, k);
+            }
+          }
+          pivots[static_cast<std::size_t>(j)] = at(j, j);
+          at(j, j) = std::sqrt(at(j, j));
+          for (int i = j + 1; i < n; ++i) {
+            at(i, j) /= at(j, j);
+          }
+        }
+        const int sound = definite ? n : n / 2;
+        for (const Level level : levels) {
+          vorin::kernels::useLevel(level);
+          std::vector<Real> L = A;
+          std::vector<Real> got(pivots.size());
+          vorin::kernels::table<Real>().cholesky(n, ld, L.data(), got.data());
+          SCOPED_TRACE(testing::Message()
+                       << n << " rows of " << ld << " at level " << static_cast<int>(level));
+          for (int j = 0; j < sound; ++j) {
+            const std::size_t place = area(ld, j) + static_cast<std::size_t>(j);
+            EXPECT_EQ(std::memcmp(&L[place], &expected[place],
+                                  static_cast<std::size_t>(n - j) * sizeof(Real)),
+                      0);
+          }
+          EXPECT_EQ(std::memcmp(got.data(), pivots.data(),
+                                static_cast<std::size_t>(sound) * sizeof(Real)),
+                    0);
+          EXPECT_TRUE(sound == n || !(got[static_cast<std::size_t>(sound)] > Real(0)));
+          for (int j = 0; j < n; ++j) {
+            for (int i = n; i < ld; ++i) {
+              const std::size_t place = area(ld, j) + static_cast<std::size_t>(i);
+              EXPECT_EQ(L[place], A[place]) << "behind the last row";
+            }
+          }
+        }
+      }
+    }
+  }
 }
 
 }  // namespace

@@ -48,6 +48,15 @@ struct Table {
   ///   sum = 0; for (k = 0 .. count-1) sum += K[columns[k] * m + j] * x[k]; out[j] = sum;
   void (*combineColumns)(int m, int count, const int* columns, const Real* K, const Real* x,
                          Real* out);
+
+  /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n by
+  /// columns, leading dimension ld >= n), in place. What stands above the diagonal says
+  /// nothing and is changed. pivots (n): the diagonal before its roots are taken; where one
+  /// isn't positive the factor is none from there on. Plain form, for j = 0 .. n-1:
+  ///   for (i = j .. n-1) for (k = 0 .. j-1) L(i, j) -= L(i, k) * L(j, k);
+  ///   pivots[j] = L(j, j);  L(j, j) = sqrt(L(j, j));
+  ///   for (i = j+1 .. n-1) L(i, j) /= L(j, j);
+  void (*cholesky)(int n, int ld, Real* L, Real* pivots);
 };
 
 /// The kernels at the level in use.
