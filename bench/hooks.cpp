@@ -6,6 +6,7 @@
 #include "brd/system.hpp"
 #include "decay.hpp"
 #include "plain_road.hpp"
+#include "reduce/comp_svd.hpp"
 #include "toolbox/kernels/kernels.hpp"
 
 #define VORIN_BENCH_HOOK extern "C" __attribute__((visibility("default")))
@@ -19,6 +20,7 @@ VORIN_BENCH_HOOK void benchDecay(std::int32_t nf, std::int32_t ng, double snr, s
 VORIN_BENCH_HOOK void benchPlainRoad(std::int32_t plain) noexcept {
   vorin::brd::System<float>::plainRoad() = plain != 0;
   vorin::brd::System<double>::plainRoad() = plain != 0;
+  vorin::reduce::decomposesWholeKernels() = plain != 0;
   vorin::kernels::useLevel(plain != 0 ? vorin::kernels::Level::baseline
                                       : vorin::kernels::highestLevel());
 }

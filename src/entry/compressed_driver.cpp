@@ -200,7 +200,9 @@ class CompressedInversion {
     step.dcLength = job_.ng;
     std::int32_t count = reduced_.rows;
     std::int32_t status = 0;
-    if (generation_.factors == Factors::keptArrays) {
+    if (vorin::reduce::compressWithoutFactors(step, count, status)) {
+      // Done: no host sees the rows.
+    } else if (generation_.factors == Factors::keptArrays) {
       vorin::reduce::compressInKeptArrays(step, count, status);
     } else {
       const std::size_t needed =

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "reduce/rank_factor.hpp"
 #include "toolbox/svd_factors.hpp"
 
 namespace vorin::reduce {
@@ -97,6 +98,58 @@ void compressInScratch(int mode, const Compression& job, float* scratch, int scr
   float* U = scratch + extent(job.n);
   float* VT = U + extent(job.m) * extent(job.n);
   compress(mode, job, {U, VT, scratch}, count, status);
+}
+
+namespace {
+
+// Thresholds from here on cut above what a decomposition in singles makes of zeros.
+constexpr float leastThreshold = 5e-7f;
+
+// W'y, rounded once; `count` rows of W' (rank x rank).
+std::vector<float> projectFactored(const RankFactor& factor, int count, const float* WT) {
+  std::vector<float> projected(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) {
+    double sum = 0.0;
+    for (int k = 0; k < factor.rank; ++k) {
+      sum += static_cast<double>(WT[i + static_cast<std::ptrdiff_t>(k) * factor.rank]) *
+             factor.projected[static_cast<std::size_t>(k)];
+    }
+    projected[static_cast<std::size_t>(i)] = static_cast<float>(sum);
+  }
+  return projected;
+}
+
+}  // namespace
+
+bool& decomposesWholeKernels() {
+  static bool whole = false;
+  return whole;
+}
+
+bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::int32_t& status) {
+  RankFactor factor;
+  if (job.ldC < job.mostRows || !(job.threshold >= leastThreshold) || decomposesWholeKernels() ||
+      !factorToRank(job.m, job.n, job.K, job.ldK, job.d, factor)) {
+    return false;
+  }
+  const int rank = factor.rank;
+  // R' = V S W': what comes out in place of R' is V, by columns.
+  std::vector<float> S(static_cast<std::size_t>(job.n));
+  std::vector<float> WT(static_cast<std::size_t>(rank) * static_cast<std::size_t>(rank));
+  decomposeInPlace(job.n, rank, factor.transposed.data(), job.n, S.data(), WT.data());
+  const std::ptrdiff_t n = job.n;
+  std::vector<float> VT(static_cast<std::size_t>(n * n));
+  for (std::ptrdiff_t i = 0; i < rank; ++i) {
+    for (std::ptrdiff_t j = 0; j < n; ++j) {
+      VT[static_cast<std::size_t>(i + j * n)] =
+          factor.transposed[static_cast<std::size_t>(j + i * n)];
+    }
+  }
+  status = kCompressed;
+  count = keptRows(job.n, S.data(), job.threshold, job.mostRows);
+  writeKernel(job, count, S.data(), VT.data());
+  writeData(job, projectFactored(factor, count, WT.data()));
+  return true;
 }
 
 void compressInKeptArrays(const Compression& job, std::int32_t& count, std::int32_t& status) {

@@ -69,6 +69,16 @@ void compressInScratch(int mode, const Compression& job, float* scratch, int scr
 /// The same with the library's own arrays, which stay allocated while the shape holds.
 void compressInKeptArrays(const Compression& job, std::int32_t& count, std::int32_t& status);
 
+/// The same for callers who show neither the factors nor the rows themselves, whose signs
+/// are another's: by way of the kernel's triangular factor (see rank_factor.hpp). False, with
+/// nothing written, where that does not serve: with thresholds below the rounding of singles,
+/// which keep rows of noise, for kernels that are not finite, empty or zero, and where the
+/// capacity refuses.
+bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::int32_t& status);
+
+/// Test hook: true makes every compression decompose the kernel itself.
+bool& decomposesWholeKernels();
+
 /// No truncation: `threshold` is not looked at, all n rows of Kc and dc are filled.
 ///   U       in and out, ldK by n: the kernel, overwritten by the left vectors
 ///   V       out, leading dimension ldC: V, and not V'

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "brd/system.hpp"
+#include "reduce/comp_svd.hpp"
 #include "support/log_file.hpp"
 #include "support/problems.hpp"
 #include "support/store.hpp"
@@ -184,6 +185,47 @@ TEST_F(Roads, FastAndPlainDecideTheSameOnEveryRoad) {
     }
   }
   EXPECT_EQ(compared, 11 * 3 * 3 * 3 * 3);
+}
+
+// The two decompositions perturb the kernel by the rounding of singles each, which a fixed
+// weight w passes on: |df| <= |E| (|K f - d| / w + |f| / sqrt(w)) for a change E of K.
+TEST_F(Roads, EitherDecompositionOfACompressionGivesTheSameDistribution) {
+  struct WholeKernels {
+    WholeKernels() { vorin::reduce::decomposesWholeKernels() = true; }
+    ~WholeKernels() { vorin::reduce::decomposesWholeKernels() = false; }
+  };
+  constexpr float weight = 0.01f;
+  const Road road = {"compressed at a weight", VorinC5_s, [] {
+                       setText("TARG", "WEIG");
+                       setNumber("WEIG", weight);
+                       setNumber("SVDN", 20.0f);
+                       setNumber("SVDT", 1e-6f);
+                       setNumber("TOL", 1e-12f);
+                     }};
+  std::uint64_t seed = 9000;
+  for (const char* pruning : {"LOG", "NONE"}) {
+    for (const int nf : {80, 300}) {
+      for (const int ng : {5, 20, 60}) {
+        for (const double sigma : {0.001, 0.03}) {
+          const auto job = vorin::test::laplaceProblem<float>(nf, ng, sigma, ++seed);
+          const auto prune = [=] { setText("PRMO", pruning); };
+          const Outcome fast = invert(road, job, 0.01f, prune);
+          const WholeKernels guard;
+          const Outcome whole = invert(road, job, 0.01f, prune);
+          SCOPED_TRACE(testing::Message()
+                       << pruning << ", " << nf << " x " << ng << ", sigma " << sigma);
+          EXPECT_EQ(fast.status, whole.status);
+          EXPECT_EQ(fast["CSTA"], whole["CSTA"]);
+          EXPECT_EQ(fast["CITE"], whole["CITE"]);
+          const double change = 10.0 * double(std::numeric_limits<float>::epsilon()) * norm(job.K);
+          const double allowed =
+              change * (norm(job.d) / double(weight) + norm(whole.F) / std::sqrt(double(weight)));
+          EXPECT_LE(distance(fast.F, whole.F), allowed);
+          EXPECT_LE(distance(fast.F, whole.F), 0.001 * norm(whole.F));
+        }
+      }
+    }
+  }
 }
 
 TEST_F(Roads, EveryInstructionSetLevelGivesTheSameBits) {
