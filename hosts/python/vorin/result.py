@@ -1,0 +1,204 @@
+"""What an inversion gives back."""
+
+from __future__ import annotations
+
+import math
+from dataclasses import dataclass, field
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional
+
+import numpy as np
+
+from . import measures
+from .bootstrapping import Bootstrap, bootstrap
+from .kernels import Kernel
+from .measures import Peak
+from .problem import Problem
+
+if TYPE_CHECKING:
+    from matplotlib.figure import Figure
+
+
+@dataclass(frozen=True)
+class Result:
+    """The outcome of :func:`vorin.invert`. Amplitudes and errors are in the unit of the data.
+
+    Attributes
+    ----------
+    t, y : numpy.ndarray of shape (nf,)
+        The samples that were inverted: without the skipped ones, complex data turned.
+    grid : numpy.ndarray of shape (ng,)
+        Relaxation times in s (diffusion coefficients in m^2/s), rising.
+    distribution : numpy.ndarray of shape (ng,)
+        The amplitude at each grid value, nowhere negative.
+    fit, residual : numpy.ndarray of shape (nf,)
+        The kernel times the distribution, and y - fit.
+    status : int
+        As ``include/vorin.h`` lists it; 0 is a success, 999 the answer of a corner search.
+    weight : float
+        The regularisation weight w, in the unit of the kernel squared.
+    weight_origin : {"given", "noise", "corner"}
+        How the weight came about.
+    noise : float
+        Standard deviation of the noise; nan when there is no estimate and none was needed.
+    noise_origin : str
+        Where the noise came from; empty where it is nan.
+    wanted_standard_error : float
+        What the search for the noise aimed at; nan without one.
+    standard_error : float
+        Root mean square of the residual of the reduced (binned, compressed) data.
+    fit_error : float
+        Root mean square of the residual over all samples that were not rejected.
+    iterations : int
+        Solves of the weight search; 0 for a fixed weight.
+    passes : int
+        Passes of the last solve; 0 when it was none that iterates.
+    raised_aim : float
+        The closest fit, where it took the place of the noise; nan otherwise.
+    corner_weight : float
+        The weight of the corner, of which ``weight`` is RWEI times; nan without a corner search.
+    rejected : numpy.ndarray of int
+        The indices of the samples that were left out as outliers.
+    phase : float or None
+        The angle in radians by which complex data were turned.
+    kernel : str
+        The kernel's name; "own" for a matrix of the caller's.
+    """
+
+    t: np.ndarray
+    y: np.ndarray
+    grid: np.ndarray
+    distribution: np.ndarray
+    fit: np.ndarray
+    status: int
+    weight: float
+    weight_origin: str
+    noise: float
+    noise_origin: str
+    wanted_standard_error: float
+    standard_error: float
+    fit_error: float
+    iterations: int
+    passes: int
+    raised_aim: float
+    corner_weight: float
+    rejected: np.ndarray
+    phase: Optional[float]
+    kernel: str
+    described: Kernel = field(repr=False)
+    problem: Problem = field(repr=False, compare=False)
+
+    @property
+    def residual(self) -> np.ndarray:
+        """y - fit, of shape (nf,)."""
+        return self.y - self.fit
+
+    @property
+    def success(self) -> bool:
+        """True when the distribution is what was asked for.
+
+        The corner search reports neither success nor failure and counts as a success.
+        """
+        return self.status < 1 or (self.status == 999 and self.weight_origin == "corner")
+
+    @property
+    def status_text(self) -> str:
+        """What the status means, in words; for a failure also what to try next."""
+        return _status_text(self)
+
+    @property
+    def total(self) -> float:
+        """The sum of the amplitudes."""
+        return float(np.sum(self.distribution))
+
+    @property
+    def log_mean(self) -> float:
+        """exp(sum f ln T / sum f) in the unit of the grid; nan for an empty distribution."""
+        return measures.log_mean(self.grid, self.distribution)
+
+    @property
+    def signal_to_noise(self) -> float:
+        """The largest magnitude of the samples over the noise; nan where that is not known."""
+        return float(np.max(np.abs(self.y))) / self.noise
+
+    def peaks(self, smallest_share: float = 0.005) -> List[Peak]:
+        """The peaks of the distribution by rising position.
+
+        Parameters
+        ----------
+        smallest_share : float
+            Peaks that hold less of the total are left out.
+
+        Returns
+        -------
+        list of Peak
+            Each with ``position`` (unit of the grid), ``width`` (standard deviation in
+            decades), ``share`` (of the total) and ``at_grid_end``.
+        """
+        return measures.peaks(self.grid, self.distribution, smallest_share)
+
+    def bootstrap(self, n: int = 200, seed: int = 1, *, workers: Optional[int] = None,
+                  progress: Optional[Callable[[int], None]] = None) -> Bootstrap:
+        """How far the result is to be trusted; see :func:`vorin.bootstrap`."""
+        return bootstrap(self, n, seed, workers=workers, progress=progress)
+
+    def plot(self, path: Any = None, *, truth: Any = None, band: Optional[Bootstrap] = None,
+             title: Optional[str] = None) -> "Figure":
+        """Draws decay and fit, the residual, and the distribution; see :func:`vorin.plot`."""
+        from .plotting import plot  # so that matplotlib is wanted for pictures only
+
+        return plot(self, path, truth=truth, band=band, title=title)
+
+    def to_dict(self, band: Optional[Bootstrap] = None) -> Dict[str, Any]:
+        """Everything as plain numbers, texts and lists, for ``json.dumps``.
+
+        The names are those of the command's JSON output; what is not a number is None.
+        """
+        values: Dict[str, Any] = {
+            "kernel": self.kernel,
+            "status": self.status,
+            "status_text": self.status_text,
+            "success": self.success,
+            "samples": int(self.t.size),
+            "weight": _finite(self.weight),
+            "weight_origin": self.weight_origin,
+            "noise": _finite(self.noise),
+            "noise_origin": self.noise_origin,
+            "signal_to_noise": _finite(self.signal_to_noise),
+            "wanted_standard_error": _finite(self.wanted_standard_error),
+            "standard_error": _finite(self.standard_error),
+            "fit_error": _finite(self.fit_error),
+            "iterations": self.iterations,
+            "passes": self.passes,
+            "total": _finite(self.total),
+            "log_mean": _finite(self.log_mean),
+            "peaks": [peak.to_dict() for peak in self.peaks()],
+            "grid": self.grid.tolist(),
+            "distribution": self.distribution.tolist(),
+        }
+        if band is not None:
+            values["bootstrap"] = band.to_dict()
+        return values
+
+
+def _finite(value: float) -> Optional[float]:
+    return float(value) if math.isfinite(value) else None
+
+
+def _status_text(result: Result) -> str:
+    if result.success:
+        return ("done; the corner search reports no success or failure" if result.status == 999
+                else "success")
+    if result.weight_origin == "noise":
+        if result.standard_error > result.wanted_standard_error:
+            return ("no weight fits this closely; leave out first samples that lie off the curve "
+                    "(skip) or give a larger noise")
+        if result.standard_error < result.wanted_standard_error:
+            return "every fit is closer to the data than the noise asks for; give a smaller noise"
+    return {
+        1: "the solver ran out of passes; give a larger weight or more passes "
+           "(settings={'MAXI': 500})",
+        2: "the weight search ran out of iterations; try more of them (settings={'WITE': 200}) or "
+           "a smaller tolerance of the solver (settings={'TOL': 1e-14})",
+        21: "the search stopped at a limit of the weight; give another noise or a weight",
+        22: "the search stopped at a limit of the weight; give another noise or a weight",
+    }.get(result.status, f"the library answers the unknown status {result.status}")
