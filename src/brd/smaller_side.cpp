@@ -83,11 +83,19 @@ void SmallerSide<Real>::factor(const std::vector<int>& active, Real weight) {
   factors_.resize(area(count, count));
   pivots_.resize(active.size());
   z_.resize(active.size());
-  std::size_t place = 0;
+  // Active columns come in a few runs of neighbours.
+  runs_.clear();
+  for (const int i : active) {
+    if (runs_.empty() || i != runs_.back().first + runs_.back().length) {
+      runs_.push_back({i, 0});
+    }
+    ++runs_.back().length;
+  }
+  Real* out = factors_.data();
   for (std::size_t q = 0; q < active.size(); ++q) {
     const Real* column = gram_.data() + area(n_, active[q]);
-    for (const int row : active) {
-      factors_[place++] = column[row];
+    for (const Run run : runs_) {
+      out = std::copy_n(column + run.first, run.length, out);
     }
     factors_[q * active.size() + q] += weight;
   }

@@ -13,6 +13,9 @@
 #include <cstdint>
 #include <type_traits>
 #include <vector>
+
+#include "toolbox/aligned.hpp"
+
 namespace vorin::brd {
 
 template <class Real>
@@ -43,11 +46,16 @@ class SmallerSide {
   int m_;
   int n_;
   const Real* K_;
-  std::vector<Real> gram_;
+  AlignedVector<Real> gram_;
   Real meanSquare_ = 0;  // mean squared column norm
-  std::vector<Real> factors_;
+  AlignedVector<Real> factors_;
   std::vector<std::int32_t> pivots_;
   std::vector<Real> z_;
+  struct Run {
+    int first;
+    int length;
+  };
+  std::vector<Run> runs_;  // of active columns
 };
 
 }  // namespace vorin::brd

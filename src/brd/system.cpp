@@ -23,7 +23,7 @@ System<Real>::System(int m, int n, const Real* K, const Real* d)
   constexpr int padding = kernels::rowPadding<Real>;
   paddedColumns_ = (n_ + padding - 1) / padding * padding;
   const std::size_t length = static_cast<std::size_t>(m_);
-  product_.resize(static_cast<std::size_t>(paddedColumns_));
+  product_.resize(static_cast<std::size_t>(paddedColumns_), Real(0));
   mask_.resize(static_cast<std::size_t>(n_));
   newDual_.resize(length);
   secondSolution_.resize(length);
@@ -36,7 +36,7 @@ System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* 
   m = std::max(m, 0);
   n = std::max(n, 0);
   const auto convert = [](Other value) { return static_cast<Real>(value); };
-  std::vector<Real> kernel(area(m, n));
+  AlignedVector<Real> kernel(area(m, n));
   std::vector<Real> data(static_cast<std::size_t>(m));
   std::transform(K, K + kernel.size(), kernel.begin(), convert);
   std::transform(d, d + data.size(), data.begin(), convert);
@@ -51,13 +51,14 @@ System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* 
 template <class Real>
 void System<Real>::transpose() {
   constexpr int group = kernels::rowPadding<Real>;
-  kernelByRows_.assign(area(m_, paddedColumns_), Real(0));
+  kernelByRows_.resize(area(m_, paddedColumns_));
   unsigned notFinite = 0;
   for (int i0 = 0; i0 < n_; i0 += group) {
     const Real* columns = K_ + area(m_, i0);
     const int filled = std::min(group, n_ - i0);
     Real* out = kernelByRows_.data() + i0;
     for (int j = 0; j < m_; ++j, out += paddedColumns_) {
+      std::fill(out + filled, out + group, Real(0));
       for (int i = 0; i < filled; ++i) {
         const Real value = columns[area(m_, i) + static_cast<std::size_t>(j)];
         notFinite |= std::abs(value) <= std::numeric_limits<Real>::max() ? 0U : 1U;

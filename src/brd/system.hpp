@@ -66,7 +66,7 @@ class System {
 
   int m_;
   int n_;
-  std::vector<Real> ownKernel_;
+  AlignedVector<Real> ownKernel_;
   std::vector<Real> ownData_;
   const Real* K_;
   const Real* d_;
@@ -84,7 +84,7 @@ class System {
   bool onSmallerSide_ = false;
   std::optional<SmallerSide<Real>> smallerSide_;
   AlignedVector<Real> packed_;  // the active columns in panels of rows, for the gram kernel
-  std::vector<Real> G_;         // m x m; its LU factors after `factor`
+  AlignedVector<Real> G_;       // m x m; its LU factors after `factor`
   std::vector<std::int32_t> pivots_;
   std::vector<Real> newDual_;
   std::vector<Real> secondSolution_;

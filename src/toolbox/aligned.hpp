@@ -1,9 +1,11 @@
 // Vectors that begin on a cache line, for the arrays the kernels stream through:
-// a vector load that crosses a line costs twice.
+// a vector load that crosses a line costs twice. Elements made without a value are not
+// set to zero.
 #pragma once
 
 #include <cstddef>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace vorin {
@@ -21,6 +23,16 @@ struct CacheLineAllocator {
     return static_cast<T*>(::operator new(count * sizeof(T), line));
   }
   void deallocate(T* address, std::size_t /*count*/) { ::operator delete(address, line); }
+
+  // Without a value an element holds none: what these arrays are made for is written anyway.
+  template <class U>
+  void construct(U* place) {
+    ::new (static_cast<void*>(place)) U;
+  }
+  template <class U, class... Arguments>
+  void construct(U* place, Arguments&&... arguments) {
+    ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+  }
 
   template <class U>
   bool operator==(const CacheLineAllocator<U>& /*other*/) const {
