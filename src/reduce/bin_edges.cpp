@@ -44,14 +44,60 @@ Range rangeOf(const PruneRequest& request) {
   return {base - spacing, t[request.points - 1] + spacing, spacing};
 }
 
-// `steps` + 1 edges from lo to hi, written from `out` on. With steps = 0 the one edge
-// is 0/0 and bounds no bin.
+// `steps` + 1 edges from lo to hi, evenly spaced in their logarithm. With steps = 0 the one
+// edge is 0/0 and bounds no bin.
+class LogEdges {
+ public:
+  LogEdges(const Range& range, int steps)
+      : logLo_(log10Rounded(range.lo)), logHi_(log10Rounded(range.hi)), steps_(steps) {}
+
+  int last() const { return steps_; }
+
+  float operator[](int k) const {
+    const float sum = logLo_ * static_cast<float>(steps_ - k) + logHi_ * static_cast<float>(k);
+    return exp10Rounded(sum / static_cast<float>(steps_));
+  }
+
+  /// True when the edges rise, so that they need not be laid to be searched: the logarithm
+  /// of each strays by less than three roundings of the larger end, and two neighbours' are
+  /// further apart than that. (Powers of numbers that differ as singles keep their order.)
+  bool surelyRise() const {
+    constexpr float allowance = 8.0f * std::numeric_limits<float>::epsilon();
+    const float larger = std::max(std::abs(logLo_), std::abs(logHi_));
+    return steps_ > 0 && logHi_ - logLo_ > allowance * larger * static_cast<float>(steps_) &&
+           logHi_ - logLo_ > 0.0f;
+  }
+
+  /// Of rising edges the first one from `from` on that is not below t; last() + 1 if none.
+  int firstNotBelow(float t, int from) const {
+    int k = from;
+    if (k > steps_ || (*this)[k] >= t) {
+      return k;
+    }
+    // Its place by the logarithm is the right one or next to it.
+    const double share = (std::log10(static_cast<double>(t)) - static_cast<double>(logLo_)) /
+                         (static_cast<double>(logHi_) - static_cast<double>(logLo_));
+    const double place = std::ceil(share * steps_);
+    k = place > steps_ ? steps_ + 1 : std::max(from + 1, static_cast<int>(place));
+    while (k > from + 1 && (*this)[k - 1] >= t) {
+      --k;
+    }
+    while (k <= steps_ && (*this)[k] < t) {
+      ++k;
+    }
+    return k;
+  }
+
+ private:
+  float logLo_;
+  float logHi_;
+  int steps_;
+};
+
 void logEdges(const Range& range, int steps, float* out) {
-  const float logLo = log10Rounded(range.lo);
-  const float logHi = log10Rounded(range.hi);
+  const LogEdges edges(range, steps);
   for (int k = 0; k <= steps; ++k) {
-    const float sum = logLo * static_cast<float>(steps - k) + logHi * static_cast<float>(k);
-    out[k] = exp10Rounded(sum / static_cast<float>(steps));
+    out[k] = edges[k];
   }
 }
 
@@ -76,6 +122,10 @@ void leadingEdges(const PruneRequest& request, const Range& range, std::vector<f
   }
 }
 
+bool hasLogarithms(const Range& range) {
+  return range.lo > 0.0f && range.hi > 0.0f;
+}
+
 void buildEdges(const PruneRequest& request, const Range& range, int edgeCount,
                 std::vector<float>& edges) {
   // Not-a-number edges bound no bin: what a mode without edges leaves.
@@ -86,7 +136,7 @@ void buildEdges(const PruneRequest& request, const Range& range, int edgeCount,
   }
   // Required: a range that reaches zero or below has no logarithm, and no point
   // falls into any bin. Plain arithmetic would lay edges at 10^-inf = 0.
-  const bool hasLogarithm = range.lo > 0.0f && range.hi > 0.0f;
+  const bool hasLogarithm = hasLogarithms(range);
   if (request.mode == kPruneLinear) {
     linearEdges(range, edgeCount - 1, edges.data());
   } else if (request.mode == kPruneLog && hasLogarithm) {
@@ -96,10 +146,86 @@ void buildEdges(const PruneRequest& request, const Range& range, int edgeCount,
   }
 }
 
-int countRows(const std::vector<float>& edges, const BinFinder& finder) {
-  int count = 1;
-  forEachBin(edges, [&](float from, float to) { count += finder.holdsPoint(from, to) ? 1 : 0; });
-  return count;
+constexpr float leftOut = -1e20f;
+
+// The filled bins between rising edges: from one point on no edge is looked at but those
+// around the next point, however many there are.
+void walkLogBins(const LogEdges& edges, const BinFinder& finder, std::vector<FilledBin>& bins) {
+  float from = leftOut;
+  int begin = finder.firstFrom(from, 0);
+  for (int k = 0; begin < finder.points(); ++k) {
+    k = edges.firstNotBelow(finder.at(begin), k);
+    if (k > edges.last()) {
+      return;
+    }
+    const float to = edges[k];
+    bins.push_back({k > 0 ? edges[k - 1] : leftOut, to, {begin, finder.firstPast(to, begin)}});
+    // A point on the edge belongs to the next bin as well.
+    begin = finder.firstFrom(to, begin);
+  }
+}
+
+// The filled bins of one try.
+void fillBins(const PruneRequest& request, const Range& range, int edgeCount,
+              const BinFinder& finder, std::vector<FilledBin>& bins) {
+  bins.clear();
+  if (request.mode == kPruneLog && finder.rising() && hasLogarithms(range)) {
+    const LogEdges edges(range, edgeCount - 1);
+    if (edges.surelyRise()) {
+      walkLogBins(edges, finder, bins);
+      return;
+    }
+  }
+  std::vector<float> edges;
+  buildEdges(request, range, edgeCount, edges);
+  float from = leftOut;
+  for (const float to : edges) {
+    if (finder.rising()) {
+      const BinFinder::Run run = finder.run(from, to);
+      if (run.begin < run.end) {
+        bins.push_back({from, to, run});
+      }
+    } else if (finder.holdsPoint(from, to)) {
+      bins.push_back({from, to, {}});
+    }
+    from = to;
+  }
+}
+
+// The first of points lo .. points for which isPast, which is false before it and true from
+// it on: steps that double enclose it, beginning at `near`, before it is searched.
+template <class IsPast>
+int firstOf(int points, int near, IsPast isPast) {
+  int lo = 0;
+  int hi = points;
+  if (near < points && !isPast(near)) {
+    lo = near + 1;
+    for (int step = 1; lo + step < points; step *= 2) {
+      if (isPast(lo + step)) {
+        hi = lo + step;
+        break;
+      }
+      lo += step + 1;
+    }
+  } else {
+    hi = near;
+    for (int step = 1; hi - step >= 0; step *= 2) {
+      if (!isPast(hi - step)) {
+        lo = hi - step + 1;
+        break;
+      }
+      hi -= step;
+    }
+  }
+  while (lo < hi) {
+    const int middle = lo + (hi - lo) / 2;
+    if (isPast(middle)) {
+      hi = middle;
+    } else {
+      lo = middle + 1;
+    }
+  }
+  return lo;
 }
 
 }  // namespace
@@ -111,21 +237,25 @@ BinFinder::BinFinder(int points, const float* t) : points_(points), t_(t), risin
   }
 }
 
+int BinFinder::firstFrom(float from, int near) const {
+  return firstOf(points_, near, [&](int i) { return t_[i] >= from; });
+}
+
+int BinFinder::firstPast(float past, int near) const {
+  return firstOf(points_, near, [&](int i) { return t_[i] > past; });
+}
+
 BinFinder::Run BinFinder::run(float from, float to) const {
   if (std::isnan(from) || std::isnan(to)) {
     return {0, 0};
   }
-  const float* end = t_ + points_;
-  const auto begin = std::lower_bound(t_, end, from) - t_;
-  const auto past = std::upper_bound(t_, end, to) - t_;
-  return {static_cast<int>(begin), static_cast<int>(std::max(begin, past))};
+  const int begin = firstFrom(from, last_);
+  const int end = firstPast(to, begin);
+  last_ = begin;
+  return {begin, std::max(begin, end)};
 }
 
 bool BinFinder::holdsPoint(float from, float to) const {
-  if (rising_) {
-    const Run found = run(from, to);
-    return found.begin < found.end;
-  }
   return std::any_of(t_, t_ + points_, [=](float t) { return t >= from && t <= to; });
 }
 
@@ -137,12 +267,12 @@ void BinFinder::list(float from, float to, std::vector<int>& points) const {
   }
 }
 
-std::vector<float> layEdges(const PruneRequest& request, const BinFinder& finder) {
+std::vector<FilledBin> layBins(const PruneRequest& request, const BinFinder& finder) {
   const Range range = rangeOf(request);
-  std::vector<float> edges;
+  std::vector<FilledBin> bins;
   if (!request.adjust) {
-    buildEdges(request, range, request.target, edges);
-    return edges;
+    fillBins(request, range, request.target, finder, bins);
+    return bins;
   }
   const float target = static_cast<float>(request.target);
   const std::int64_t wanted = 6 * static_cast<std::int64_t>(request.maxBins);
@@ -150,15 +280,15 @@ std::vector<float> layEdges(const PruneRequest& request, const BinFinder& finder
       static_cast<int>(std::min<std::int64_t>(wanted, std::numeric_limits<std::int32_t>::max()));
   int edgeCount = std::min(truncateToInt(target * 1.3f), limit);
   for (int attempt = 1;; ++attempt) {
-    buildEdges(request, range, edgeCount, edges);
-    const int count = countRows(edges, finder);
+    fillBins(request, range, edgeCount, finder, bins);
+    const int count = 1 + static_cast<int>(bins.size());
     if (count == request.target || attempt >= maxTries) {
-      return edges;
+      return bins;
     }
     const float scaled = target * static_cast<float>(edgeCount) / static_cast<float>(count);
     const int next = std::min(truncateToInt(scaled + 0.5f), limit);
     if (next == edgeCount) {
-      return edges;  // every further try would lay the same edges
+      return bins;  // every further try would lay the same edges
     }
     edgeCount = next;
   }

@@ -8,8 +8,8 @@
 
 namespace vorin::reduce {
 
-/// Finds the points of a bin. On rising positions they are one run, found by two
-/// binary searches; other positions are scanned.
+/// Finds the points of a bin. On rising positions they are one run, searched from where the
+/// last one ended, since bins are asked for in order; other positions are scanned.
 class BinFinder {
  public:
   BinFinder(int points, const float* t);
@@ -23,30 +23,37 @@ class BinFinder {
   };
   Run run(float from, float to) const;
 
+  /// The first point with t >= from, or with t > past, searched from point `near` on to
+  /// either side; the number of points when there is none. For rising positions.
+  int firstFrom(float from, int near) const;
+  int firstPast(float past, int near) const;
+
   /// True when some point has from <= t <= to.
   bool holdsPoint(float from, float to) const;
 
   /// Appends the points with from <= t <= to, in rising order of their index.
   void list(float from, float to, std::vector<int>& points) const;
 
+  int points() const { return points_; }
+  float at(int point) const { return t_[point]; }
+
  private:
   int points_;
   const float* t_;
   bool rising_;
+  mutable int last_ = 0;  // where a search begins; it decides nothing else
 };
 
-/// The edges that the last try leaves. Bin k reaches from edge k - 1 to edge k, both
-/// included; bin 0 from -1e20, below which points are marked as left out.
-std::vector<float> layEdges(const PruneRequest& request, const BinFinder& finder);
+/// A bin that holds points: those with from <= t <= to, and on rising positions their run.
+struct FilledBin {
+  float from;
+  float to;
+  BinFinder::Run run;
+};
 
-/// Calls visit(from, to) for each bin of `edges`, in order.
-template <class Visit>
-void forEachBin(const std::vector<float>& edges, Visit visit) {
-  float from = -1e20f;
-  for (const float to : edges) {
-    visit(from, to);
-    from = to;
-  }
-}
+/// The bins that hold points, in order, of the edges that the last try leaves. Bin k reaches
+/// from edge k - 1 to edge k, both included; bin 0 from -1e20, below which points are marked
+/// as left out.
+std::vector<FilledBin> layBins(const PruneRequest& request, const BinFinder& finder);
 
 }  // namespace vorin::reduce

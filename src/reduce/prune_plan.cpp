@@ -18,22 +18,18 @@ PrunePlan::PrunePlan(const PruneRequest& request) : closingRow_(request.closingR
   // Bins past the capacity take no row.
   const int capacity = std::max(wanted.maxBins, 0);
   const auto most = static_cast<std::size_t>(std::max(capacity - (closingRow_ ? 1 : 0), 0));
-  forEachBin(layEdges(wanted, finder), [&](float from, float to) {
+  for (const FilledBin& bin : layBins(wanted, finder)) {
     if (rows_.size() >= most) {
-      return;
+      break;
     }
-    BinFinder::Run run{};
-    if (finder.rising()) {
-      run = finder.run(from, to);
-    } else {
+    BinFinder::Run run = bin.run;
+    if (!finder.rising()) {
       run.begin = static_cast<int>(listed_.size());
-      finder.list(from, to, listed_);
+      finder.list(bin.from, bin.to, listed_);
       run.end = static_cast<int>(listed_.size());
     }
-    if (run.begin < run.end) {
-      rows_.push_back({run.begin, run.end, 0.0f});
-    }
-  });
+    rows_.push_back({run.begin, run.end, 0.0f});
+  }
   for (int r = 0; r < filled(); ++r) {
     float square = 0.0f;
     forEachPoint(r, [&](int i) {

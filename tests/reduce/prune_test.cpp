@@ -150,6 +150,66 @@ TEST(VorinPruneZ, EqualsTheDenseDefinitionOnRisingTimes) {
   }
 }
 
+TEST(VorinPruneZ, EqualsTheDenseDefinitionOnRepeatedAndUnevenTimes) {
+  vorin::test::Uniform uniform(17);
+  for (const int n : {3, 20, 120}) {
+    for (const int target : {12, 40, 200}) {
+      for (const double spread : {0.01, 1.0, 6.0}) {
+        Request request;
+        request.target = target;
+        request.maxBins = 250;
+        for (int i = 0; i < n; ++i) {
+          request.t.push_back(static_cast<float>(std::pow(10.0, spread * uniform())));
+          if (i % 5 == 2) {
+            request.t.push_back(request.t.back());
+          }
+        }
+        std::sort(request.t.begin(), request.t.end());
+        SCOPED_TRACE(testing::Message() << n << " " << target << " " << spread);
+        expectLiteral(request);
+      }
+    }
+  }
+}
+
+TEST(VorinPruneZ, EqualsTheDenseDefinitionWhereLogarithmicEdgesLieOnPoints) {
+  int onEdges = 0;
+  for (const int target : {10, 25, 70}) {
+    Request request{evenTimes(40)};
+    request.target = target;
+    // The edges of the first try, put among the points between the first two and the last,
+    // which make the range.
+    const auto edges = DenseBins{request.t, 1, VORIN_PRUNE_LOG}.edges(
+        static_cast<int>(static_cast<float>(target) * 1.3f));
+    for (const float edge : edges) {
+      if (edge > 2.0f && edge < 40.0f) {
+        request.t.push_back(edge);
+        ++onEdges;
+      }
+    }
+    std::sort(request.t.begin(), request.t.end());
+    SCOPED_TRACE(testing::Message() << target);
+    expectLiteral(request);
+  }
+  EXPECT_GT(onEdges, 30);
+}
+
+TEST(VorinPruneZ, EqualsTheDenseDefinitionWhereEdgesAreTooCloseToRise) {
+  // Neighbouring edges that rounding makes equal, or turns.
+  for (const float from : {1000.0f, 65536.0f, 1e6f}) {
+    for (const int target : {20, 300}) {
+      Request request;
+      for (int i = 0; i < 30; ++i) {
+        request.t.push_back(from + static_cast<float>(i) * from * 2e-7f);
+      }
+      request.target = target;
+      request.maxBins = 320;
+      SCOPED_TRACE(testing::Message() << from << " " << target);
+      expectLiteral(request);
+    }
+  }
+}
+
 TEST(VorinPruneZ, EqualsTheDenseDefinitionOnTimesThatDoNotRise) {
   Request request{evenTimes(60)};
   std::swap(request.t[10], request.t[40]);
