@@ -16,6 +16,7 @@ struct Command {
 
 Command addInvertCommand(CLI::App& program);
 Command addKeysCommand(CLI::App& program);
+Command addManualCommand(CLI::App& program);
 Command addShowCommand(CLI::App& program);
 Command addSimulateCommand(CLI::App& program);
 

@@ -70,9 +70,7 @@ ExitStatus runKeys(const std::vector<std::string>& names) {
 
 Command addKeysCommand(CLI::App& program) {
   CLI::App* line = program.add_subcommand(
-      "keys",
-      "List the library's keys: value after loading, kind, what makes sense, unit,\n"
-      "meaning (--set KEY=VALUE of vorin invert sets them)");
+      "keys", "List the library's keys: value, kind, range, unit and meaning");
   const auto names = std::make_shared<std::vector<std::string>>();
   line->add_option("KEY", *names, "The keys to list (default: all)")->type_name("");
   return {line, [names] { return runKeys(*names); }};

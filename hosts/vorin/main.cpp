@@ -28,16 +28,18 @@ int complain(std::string_view sentence) noexcept {
 
 int run(int argc, char** argv) {
   CLI::App program(
-      "From a measured relaxation decay to a non-negative distribution of relaxation times.\n"
-      "Exit status: 0 success, 1 unsuccessful inversion (outputs are written), 2 bad input.",
+      "From a measured relaxation decay to a non-negative distribution of relaxation times",
       "vorin");
+  program.footer(
+      "Exit status: 0 success, 1 unsuccessful inversion (outputs are written), 2 bad input.");
   program.require_subcommand(1);
   program.get_formatter()->column_width(30);
   program.set_version_flag(
       "--version", [] { return fmt::format("vorin, library {}", vorin::host::queryText("VERS")); });
   const std::vector<Command> commands{
       vorin::host::addInvertCommand(program), vorin::host::addShowCommand(program),
-      vorin::host::addSimulateCommand(program), vorin::host::addKeysCommand(program)};
+      vorin::host::addSimulateCommand(program), vorin::host::addKeysCommand(program),
+      vorin::host::addManualCommand(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& request) {

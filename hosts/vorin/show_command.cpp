@@ -338,18 +338,17 @@ ExitStatus runShow(const ShowOptions& options) {
 
 Command addShowCommand(CLI::App& program) {
   CLI::App* line = program.add_subcommand(
-      "show",
-      "Show an inversion that a log holds (written with SAVE=1 or REPO above 3), in\n"
-      "the units of the host that ran it: those of vorin invert are seconds and data\n"
-      "whose largest magnitude is 1");
+      "show", "Show an inversion that a log holds: settings, results, distribution");
   const auto options = std::make_shared<ShowOptions>();
   const auto add = [line](const std::string& name, auto& value, const std::string& type,
                           const std::string& text) {
     return line->add_option(name, value, text)->type_name(type);
   };
   add("LOG", options->input, "",
-      "A log with a save section, or the compact file beside a log that could\n"
-      "not be opened")
+      "A log with a save section (vorin invert --log LOG --set SAVE=1, or REPO\n"
+      "above 3), or the compact file beside a log that could not be opened.\n"
+      "All is shown in the units of the host that ran the inversion: those of\n"
+      "vorin invert are seconds and data whose largest magnitude is 1")
       ->required();
   add("--section", options->section, "N",
       "Which save section, where the file holds several (default: the last)");

@@ -1,0 +1,13 @@
+// The manual page of the program, made from its command line: what --help says of
+// commands and options, in the language of man(7), and some sections of its own.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace vorin::host {
+
+/// The page, to be kept as vorin.1. `version` stands at its foot.
+std::string manualPage(const CLI::App& program, const std::string& version);
+
+}  // namespace vorin::host
