@@ -91,4 +91,21 @@ Decay simulatedDecay(Kernel kernel, const Distribution& truth, const std::vector
   return decay;
 }
 
+TwoChannels simulatedChannels(Kernel kernel, const Distribution& truth,
+                              const std::vector<double>& times, double noise, std::uint64_t seed,
+                              double phase) {
+  const std::vector<double> signal = decayOf(kernel, times, truth.time, truth.amplitude);
+  NormalNoise variates(seed);
+  const auto channel = [&](double factor) {
+    std::vector<double> values = signal;
+    for (double& value : values) {
+      value = factor * value + noise * variates.next();
+    }
+    return values;
+  };
+  TwoChannels result{times, channel(std::cos(phase)), {}};
+  result.imaginary = channel(std::sin(phase));
+  return result;
+}
+
 }  // namespace vorin::host

@@ -48,4 +48,18 @@ Distribution distributionOf(const std::vector<LogNormalPeak>& peaks,
 Decay simulatedDecay(Kernel kernel, const Distribution& truth, const std::vector<double>& times,
                      double noise, std::uint64_t seed);
 
+/// A decay as a receiver with two channels gives it.
+struct TwoChannels {
+  std::vector<double> time;
+  std::vector<double> real;
+  std::vector<double> imaginary;
+};
+
+/// The decay s of `truth` turned by `phase` radians, s exp(i phase), with independent
+/// normal noise of standard deviation `noise` in each channel. The noise of the real
+/// channel is that of simulatedDecay() with the same seed.
+TwoChannels simulatedChannels(Kernel kernel, const Distribution& truth,
+                              const std::vector<double>& times, double noise, std::uint64_t seed,
+                              double phase);
+
 }  // namespace vorin::host

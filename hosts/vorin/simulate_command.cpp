@@ -5,7 +5,10 @@
 #include <filesystem>
 #include <iterator>
 #include <memory>
+#include <numbers>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.hpp"
@@ -27,15 +30,23 @@ namespace fs = std::filesystem;
 struct SimulateOptions {
   std::string kernel = "t2";
   std::vector<std::string> peaks{"0.008:0.15:30", "0.09:0.15:70"};
-  std::string spacing = "0.0002";
-  std::string samples = "3000";
+  std::string spacing;  ///< none: kSpacing; likewise the samples
+  std::string samples;
   std::string times;
   std::string noise = "0.2";
   std::string seed = "1";
+  std::string phase;  ///< none: one channel
   std::string grid = "0.0001:10:200";
   std::string out;
   std::string truth;
 };
+
+constexpr std::string_view kSpacing = "0.0002";
+constexpr std::string_view kSamples = "3000";
+
+std::string_view orDefault(const std::string& text, std::string_view otherwise) {
+  return text.empty() ? otherwise : std::string_view(text);
+}
 
 /// The command that makes the same files again, but for the folders they are in.
 std::string commandText(const SimulateOptions& options) {
@@ -44,10 +55,15 @@ std::string commandText(const SimulateOptions& options) {
     text += " --peak " + peak;
   }
   text += options.times.empty()
-              ? fmt::format(" --spacing {} --samples {}", options.spacing, options.samples)
+              ? fmt::format(" --spacing {} --samples {}", orDefault(options.spacing, kSpacing),
+                            orDefault(options.samples, kSamples))
               : " --times " + options.times;
-  text += fmt::format(" --noise {} --seed {} --grid {} --out {}", options.noise, options.seed,
-                      options.grid, fs::path(options.out).filename().string());
+  text += fmt::format(" --noise {} --seed {}", options.noise, options.seed);
+  if (!options.phase.empty()) {
+    text += " --phase " + options.phase;
+  }
+  text +=
+      fmt::format(" --grid {} --out {}", options.grid, fs::path(options.out).filename().string());
   if (!options.truth.empty()) {
     text += " --truth " + fs::path(options.truth).filename().string();
   }
@@ -56,18 +72,25 @@ std::string commandText(const SimulateOptions& options) {
 
 std::vector<double> sampleTimes(const SimulateOptions& options) {
   if (!options.times.empty()) {
+    if (!options.spacing.empty() || !options.samples.empty()) {
+      throw UserError(fmt::format(
+          "--times {}: it takes the place of --spacing and --samples; leave out one or the others",
+          inQuotes(options.times)));
+    }
     return parseGrid(options.times, "--times").times();
   }
-  const auto spacing = parseNumber(options.spacing);
+  const std::string_view spacingText = orDefault(options.spacing, kSpacing);
+  const auto spacing = parseNumber(spacingText);
   if (!spacing || !(*spacing > 0.0 && *spacing <= 1e20)) {
-    throw UserError(fmt::format("--spacing {}: a time in seconds above 0 is wanted",
-                                inQuotes(options.spacing)));
+    throw UserError(
+        fmt::format("--spacing {}: a time in seconds above 0 is wanted", inQuotes(spacingText)));
   }
-  const auto samples = parseInteger(options.samples);
+  const std::string_view samplesText = orDefault(options.samples, kSamples);
+  const auto samples = parseInteger(samplesText);
   constexpr long long kMostSamples = 10'000'000;
   if (!samples || *samples < 2 || *samples > kMostSamples) {
     throw UserError(fmt::format("--samples {}: a whole number from 2 to {} is wanted",
-                                inQuotes(options.samples), kMostSamples));
+                                inQuotes(samplesText), kMostSamples));
   }
   std::vector<double> times(static_cast<std::size_t>(*samples));
   for (std::size_t i = 0; i < times.size(); ++i) {
@@ -86,6 +109,16 @@ std::string decayCsv(const Decay& decay, const SimulateOptions& options) {
   return text;
 }
 
+std::string channelsCsv(const TwoChannels& decay, const SimulateOptions& options) {
+  std::string text =
+      "# computed decay, made by: " + commandText(options) + "\ntime_s,real,imaginary\n";
+  for (std::size_t i = 0; i < decay.time.size(); ++i) {
+    fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g},{:.7g}\n", decay.time[i], decay.real[i],
+                   decay.imaginary[i]);
+  }
+  return text;
+}
+
 std::string truthCsv(const Distribution& truth, Kernel kernel, const SimulateOptions& options) {
   std::string text = fmt::format(
       "# true distribution of {}, made by: {}\n# log mean {:.6g} s, total amplitude {:.6g}\n"
@@ -99,48 +132,79 @@ std::string truthCsv(const Distribution& truth, Kernel kernel, const SimulateOpt
   return text;
 }
 
-ExitStatus runSimulate(const SimulateOptions& options) {
-  const Kernel kernel = parseKernel(options.kernel, "--kernel");
+/// What is simulated: the options as numbers.
+struct Simulation {
+  Kernel kernel;
   std::vector<LogNormalPeak> peaks;
+  std::vector<double> times;
+  double noise;
+  std::uint64_t seed;
+  std::optional<double> phase;  ///< radians
+  std::vector<double> grid;
+};
+
+/// Throws UserError for bad options.
+Simulation simulationFrom(const SimulateOptions& options) {
+  Simulation wanted{parseKernel(options.kernel, "--kernel"), {}, {}, 0.0, 0, {}, {}};
   for (const std::string& text : options.peaks) {
-    peaks.push_back(parsePeak(text, "--peak"));
+    wanted.peaks.push_back(parsePeak(text, "--peak"));
   }
-  const std::vector<double> times = sampleTimes(options);
+  wanted.times = sampleTimes(options);
   const auto noise = parseNumber(options.noise);
   if (!noise || !(*noise >= 0.0 && std::isfinite(*noise))) {
     throw UserError(
         fmt::format("--noise {}: a number of 0 or above is wanted", inQuotes(options.noise)));
   }
+  wanted.noise = *noise;
   const auto seed = parseInteger(options.seed);
   if (!seed || *seed < 0) {
     throw UserError(
         fmt::format("--seed {}: a whole number of 0 or above is wanted", inQuotes(options.seed)));
   }
-  const std::vector<double> grid = parseGrid(options.grid, "--grid").times();
-  for (const LogNormalPeak& peak : peaks) {
-    if (peak.time < grid.front() || peak.time > grid.back()) {
+  wanted.seed = static_cast<std::uint64_t>(*seed);
+  if (!options.phase.empty()) {
+    const auto degrees = parseNumber(options.phase);
+    if (!degrees || !std::isfinite(*degrees)) {
       throw UserError(
-          fmt::format("--peak at {}: it lies outside the grid from {} to {}; widen "
-                      "--grid",
-                      timeText(peak.time), timeText(grid.front()), timeText(grid.back())));
+          fmt::format("--phase {}: an angle in degrees is wanted", inQuotes(options.phase)));
+    }
+    wanted.phase = *degrees * (std::numbers::pi / 180.0);
+  }
+  wanted.grid = parseGrid(options.grid, "--grid").times();
+  for (const LogNormalPeak& peak : wanted.peaks) {
+    if (peak.time < wanted.grid.front() || peak.time > wanted.grid.back()) {
+      throw UserError(fmt::format(
+          "--peak at {}: it lies outside the grid from {} to {}; widen "
+          "--grid",
+          timeText(peak.time), timeText(wanted.grid.front()), timeText(wanted.grid.back())));
     }
   }
+  return wanted;
+}
 
+ExitStatus runSimulate(const SimulateOptions& options) {
+  const Simulation wanted = simulationFrom(options);
   OutputFiles outputs;
   const fs::path out = outputs.announce(options.out, "--out", {});
   const fs::path truthFile =
       options.truth.empty() ? fs::path() : outputs.announce(options.truth, "--truth", {});
-  const Distribution truth = distributionOf(peaks, grid);
-  outputs.write(
-      out, decayCsv(simulatedDecay(kernel, truth, times, *noise, static_cast<std::uint64_t>(*seed)),
-                    options));
+  const Distribution truth = distributionOf(wanted.peaks, wanted.grid);
+  outputs.write(out, wanted.phase
+                         ? channelsCsv(simulatedChannels(wanted.kernel, truth, wanted.times,
+                                                         wanted.noise, wanted.seed, *wanted.phase),
+                                       options)
+                         : decayCsv(simulatedDecay(wanted.kernel, truth, wanted.times, wanted.noise,
+                                                   wanted.seed),
+                                    options));
   if (!truthFile.empty()) {
-    outputs.write(truthFile, truthCsv(truth, kernel, options));
+    outputs.write(truthFile, truthCsv(truth, wanted.kernel, options));
   }
   outputs.commit();
-  fmt::print("{}: {} samples from {} to {}, noise {:g}\n  true log mean {}, total amplitude {}\n",
-             options.out, times.size(), timeText(times.front()), timeText(times.back()), *noise,
-             timeText(logMean(truth)), significant(totalAmplitude(truth)));
+  fmt::print("{}: {} samples from {} to {}, noise {:g}{}\n  true log mean {}, total amplitude {}\n",
+             options.out, wanted.times.size(), timeText(wanted.times.front()),
+             timeText(wanted.times.back()), wanted.noise,
+             wanted.phase ? " in each of two channels" : "", timeText(logMean(truth)),
+             significant(totalAmplitude(truth)));
   return ExitStatus::success;
 }
 
@@ -166,6 +230,9 @@ Command addSimulateCommand(CLI::App& program) {
       "Sample times evenly spaced in their logarithm, in place of\n--spacing and --samples");
   add("--noise", options->noise, "SIGMA", "Standard deviation of the noise (default 0.2)");
   add("--seed", options->seed, "N", "Seed of the noise (default 1)");
+  add("--phase", options->phase, "DEG",
+      "Turn the decay by this angle in degrees and write a real and an\n"
+      "imaginary column, with independent noise");
   add("--grid", options->grid, "FROM:TO:N",
       "Relaxation times of the distribution (default 0.0001:10:200)");
   add("--out", options->out, "FILE.csv", "Write the decay")->required();
