@@ -67,9 +67,9 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     of the result, which stays: a weight searched anew adds the spread of the search and no
     truth.
 
-    The band of the distribution lies between the 16th and the 84th percentile of each
-    amplitude. It shows what the noise does to the smoothed distribution, not how far the
-    penalty has moved it.
+    The band of the distribution is as wide as the 16th and the 84th percentile of each
+    amplitude are away from its median, laid around the distribution and cut at 0. It shows
+    what the noise does to the smoothed distribution, not how far the penalty has moved it.
 
     The interval of the log mean is the basic one on its logarithm [2]_: with q(p) the
     percentiles of the replicates, from 2 ln L - q(84 %) to 2 ln L - q(16 %). The replicates
@@ -182,7 +182,10 @@ def _bands(result: "Result", distributions: np.ndarray) -> Bootstrap:
     lower = upper = np.full(result.grid.size, np.nan)
     bounds = (float("nan"), float("nan"))
     if distributions.size:
-        lower, upper = np.percentile(distributions, (_TAIL, 100.0 - _TAIL), axis=0)
+        # Replicates are smoothed twice: their own place would lie beside the distribution.
+        low, middle, high = np.percentile(distributions, (_TAIL, 50.0, 100.0 - _TAIL), axis=0)
+        lower = np.maximum(result.distribution + low - middle, 0.0)
+        upper = np.maximum(result.distribution + high - middle, 0.0)
     if usable.size and result.total > 0.0:
         low, high = np.percentile(np.log(usable), (_TAIL, 100.0 - _TAIL))
         centre = 2.0 * np.log(result.log_mean)

@@ -119,10 +119,10 @@ def mode_and_key(argument: Argument) -> int:
 
 
 def text_length(where: str, text: Any, given: Optional[Any]) -> int:
-    """The length that goes with a text."""
+    """The length that goes with a text; what is none is told of where it is converted."""
     if given is not None:
         return number(where, given, "i")
-    return TEXT_LENGTH if text is None else len(text)
+    return len(text) if isinstance(text, (str, bytes, bytearray)) else TEXT_LENGTH
 
 
 def text_buffer(where: str, value: Any, length: int) -> ctypes.Array:

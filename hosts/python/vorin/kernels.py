@@ -55,7 +55,7 @@ KERNELS: Dict[str, Kernel] = {
         _relaxation("t1-saturation", "1 - exp(-t/T1)", "T1", _saturation),
         _relaxation("t1-inversion", "1 - 2 exp(-t/T1)", "T1", _inversion),
         Kernel("diffusion", "exp(-b D)", "D", "diffusion coefficient", "b",
-               (("s/m^2", 1.0),), (("m^2/s", 1.0),), _diffusion),
+               (("s/m²", 1.0),), (("m²/s", 1.0),), _diffusion),
     )
 }
 

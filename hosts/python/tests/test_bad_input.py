@@ -1,0 +1,122 @@
+"""Every argument that can't be used gets one sentence that names it."""
+
+import numpy as np
+import pytest
+
+import vorin
+
+T, Y = np.array([0.1, 0.2, 0.3, 0.4, 0.5]), np.array([5.0, 4.0, 3.0, 2.5, 2.0])
+NAN, INF = float("nan"), float("inf")
+
+
+@pytest.mark.parametrize("change, kind, words", [
+    ({"t": ["a", "b"]}, TypeError, "t holds <U1 values; numbers are wanted"),
+    ({"t": None}, TypeError, "t holds object values; numbers are wanted"),
+    ({"t": [[1, 2], [3]]}, (TypeError, ValueError), "t (is no array|holds object)"),
+    ({"t": T * 1j}, TypeError, "t is complex; real numbers are wanted"),
+    ({"t": T.reshape(1, 5)}, ValueError, r"t has shape \(1, 5\); 1 dimension is wanted"),
+    ({"t": [1.0], "y": [1.0]}, ValueError, "t has 1 element; a decay wants 2 samples at least"),
+    ({"t": [], "y": []}, (TypeError, ValueError), "t has 0 elements"),
+    ({"t": [0.1, NAN, 0.3, 0.4, 0.5]}, ValueError, r"t\[1\] is not a finite number"),
+    ({"t": [-0.1, 0.2, 0.3, 0.4, 0.5]}, ValueError, r"t\[0\] is -0.1; times are 0 or above"),
+    ({"t": [0.1, 0.3, 0.2, 0.4, 0.5]}, ValueError, r"t\[2\] is 0.2 and does not rise above t\[1\], 0"),
+    ({"t": [0.1, 0.2, 0.2, 0.4, 0.5]}, ValueError, r"t\[2\] is 0.2 and does not rise"),
+    ({"t": [0.1, 0.2, 0.3, 0.4, 1e31]}, ValueError, r"t\[4\] is 1e\+31; times are 1e\+30 at most"),
+    ({"y": Y[:4]}, ValueError, "y has 4 samples and t has 5; each sample wants its time"),
+    ({"y": [1.0, NAN, 1.0, 1.0, 1.0]}, ValueError, r"y\[1\] is not a finite number; leave out"),
+    ({"y": [1.0, 2j, INF * 1j, 1.0, 1.0]}, ValueError, r"y\[2\] is not a finite number"),
+    ({"y": np.zeros(5)}, ValueError, "y is 0 everywhere; a decay has a signal"),
+    ({"y": "abc"}, TypeError, "y holds <U3 values"),
+    ({"y": Y > 3}, TypeError, "y holds bool values"),
+    ({"y": np.ones((5, 2))}, ValueError, r"y has shape \(5, 2\); 1 dimension is wanted"),
+    ({"kernel": "t3"}, ValueError, "kernel 't3': there is no such kernel; write t2, t1-saturation"),
+    ({"kernel": 3}, TypeError, "kernel is of type int; a name or a numpy array"),
+    ({"kernel": None}, TypeError, "kernel is of type NoneType"),
+    ({"kernel": np.ones((5, 3))}, ValueError, "grid is missing; a kernel of your own wants"),
+    ({"kernel": np.ones((5, 3)), "grid": [1, 2]}, ValueError, r"kernel has shape \(5, 3\); \(5, 2\)"),
+    ({"kernel": np.ones(5), "grid": [1, 2]}, ValueError, r"kernel has shape \(5,\); 2 dimensions"),
+    ({"kernel": np.full((5, 2), NAN), "grid": [1, 2]}, ValueError, r"kernel\[0, 0\] is not a finite"),
+    ({"kernel": np.full((5, 2), 1e39), "grid": [1, 2]}, ValueError, "kernel holds values beyond"),
+    ({"grid": "fine"}, TypeError, "grid is of type str; an array of rising values"),
+    ({"grid": [1.0]}, ValueError, r"grid has shape \(1,\); one dimension with 2 values"),
+    ({"grid": [1.0, NAN]}, ValueError, "grid holds a value that is not finite"),
+    ({"grid": [0.0, 1.0]}, ValueError, "grid does not rise from above 0"),
+    ({"grid": [2.0, 1.0]}, ValueError, "grid does not rise from above 0"),
+    ({"grid": (1.0, 0.1, 50)}, ValueError, "the first two must be above 0 and rise"),
+    ({"grid": (0.1, 1.0, 1)}, ValueError, "the count must be a whole number from 2 to 10000"),
+    ({"grid": (0.1, 1.0, 2.5)}, ValueError, "the count must be a whole number"),
+    ({"grid": ("a", 1.0, 5)}, TypeError, "two numbers and a count are wanted"),
+    ({"weight": "best"}, ValueError, "weight 'best': write noise, corner or give a number above 0"),
+    ({"weight": 0}, ValueError, "weight is 0; a number above 0 is wanted"),
+    ({"weight": NAN}, ValueError, "weight is nan; a number above 0"),
+    ({"weight": None}, TypeError, "weight is of type NoneType"),
+    ({"weight": True}, TypeError, "weight is of type bool"),
+    ({"noise": "loud"}, ValueError, "noise 'loud': write fit, ridge, scan, difference, quadrature"),
+    ({"noise": -1.0}, ValueError, "noise is -1; a number above 0 is wanted"),
+    ({"noise": 5.0}, ValueError, "noise is 5, no less than the largest amplitude, 5"),
+    ({"noise": "quadrature"}, ValueError, "the data have no imaginary channel; give complex data"),
+    ({"prune": "cubic"}, ValueError, "prune 'cubic': write log, linear, none"),
+    ({"prune": None}, TypeError, "prune is of type NoneType; write log, linear or none"),
+    ({"prune_points": 9}, ValueError, "prune_points is 9; a whole number from 10 to 5000"),
+    ({"prune_points": 20.5}, TypeError, "prune_points is of type float; a whole number"),
+    ({"compress": 0}, ValueError, "compress is 0; a count of rows from 1 to 10000"),
+    ({"compress": (5, 1.0)}, ValueError, "the ratio of compress is 1; a number from 0 to below 1"),
+    ({"compress": "yes"}, TypeError, "compress is of type str"),
+    ({"reject_outliers": 0.5}, ValueError, "reject_outliers is 0.5; a number of standard deviations"),
+    ({"reject_outliers": "x"}, TypeError, "reject_outliers is of type str"),
+    ({"skip": -1}, ValueError, "skip is -1; a whole number from 0 to 3 is wanted"),
+    ({"skip": 4}, ValueError, "skip is 4; a whole number from 0 to 3 is wanted"),
+    ({"skip": 1.5}, TypeError, "skip is of type float"),
+    ({"skip": 1, "y": Y[:4]}, ValueError, "y has 4 samples and t has 5"),
+    ({"settings": ["MAXI"]}, TypeError, "settings is of type list; a mapping"),
+    ({"settings": {1: 2}}, TypeError, "settings: the key 1 is no text"),
+    ({"settings": {"NOPE": 1}}, ValueError, r"settings\['NOPE'\]: the library has no such key"),
+    ({"settings": {"MAXI": "many"}}, TypeError, r"settings\['MAXI'\] is of type str; a number"),
+    ({"settings": {"MAXI": INF}}, ValueError, r"settings\['MAXI'\] is inf; a finite number"),
+    ({"settings": {"TARG": "BEST"}}, ValueError, r"settings\['TARG'\] 'BEST': write WEIG, NOISE, 2"),
+    ({"settings": {"TARG": 2}}, TypeError, r"settings\['TARG'\] is of type int; it takes one of"),
+    ({"settings": {"VERN": 2}}, ValueError, "can be read only"),
+    ({"settings": {"FLOG": "x"}}, ValueError, "the log's name is given by the argument log"),
+    ({"settings": {"sig": 1}}, ValueError, "the noise is given by the argument noise"),
+    ({"settings": {"PRAV": 1}}, TypeError, "it takes a text"),
+    ({"log": "no/such/folder.log"}, ValueError, "there is no folder"),
+    ({"log": "."}, ValueError, "this is a folder; give the name of a file"),
+    ({"t": T[:4], "y": np.exp(-T[:4])}, ValueError, "the data show no noise to aim the fit at"),
+    ({"noise": "difference", "t": [1, 2], "y": [3, 2]}, ValueError, "the data show no noise"),
+])
+def test_one_sentence_names_the_argument(tmp_path, change, kind, words):
+    with pytest.raises(kind, match=words) as caught:
+        vorin.invert(**{"t": T, "y": Y, **change})
+    assert isinstance(caught.value, vorin.VorinError)
+    assert "\n" not in str(caught.value)
+    assert list(tmp_path.iterdir()) == []
+
+
+def test_what_comes_behind_the_data_is_named():
+    with pytest.raises(TypeError):
+        vorin.invert(T, Y, "t2")
+
+
+@pytest.mark.parametrize("call, kind, words", [
+    (lambda r: r.bootstrap(5), ValueError, "n is 5; a whole number from 20 to 100000"),
+    (lambda r: r.bootstrap(50.0), TypeError, "n is of type float"),
+    (lambda r: r.bootstrap(50, "x"), TypeError, "seed is of type str"),
+    (lambda r: r.bootstrap(50, -1), ValueError, "seed is -1; a whole number of 0 or above"),
+    (lambda r: r.bootstrap(50, workers=0), ValueError, "workers is 0; a whole number of 1 or above"),
+    (lambda r: r.plot("x.txt"), ValueError, "path 'x.txt': the name must end in .png, .pdf, .svg"),
+    (lambda r: r.plot(3), TypeError, "path is of type int"),
+    (lambda r: r.plot("no/such/x.png"), ValueError, "the picture can't be written"),
+    (lambda r: r.plot(truth=3), TypeError, "truth is of type int"),
+    (lambda r: r.plot(truth=([2, 1], [1, 1])), ValueError, "truth: a rising grid above 0"),
+    (lambda r: vorin.invert_many(T, 3), TypeError, "decays is of type int"),
+    (lambda r: vorin.invert_many(T, [Y], log="x"), ValueError, "several inversions would write"),
+    (lambda r: vorin.simulate(noise=-1), ValueError, "noise is -1; a number of 0 or above"),
+    (lambda r: vorin.simulate(noise="x"), TypeError, "noise is of type str"),
+    (lambda r: vorin.simulate(peaks=[(1, 2)]), ValueError, r"peaks\[0\] is \(1, 2\); time, width"),
+    (lambda r: vorin.simulate(kernel="x"), ValueError, "kernel 'x': there is no such kernel"),
+])
+def test_the_other_functions_name_theirs(call, kind, words):
+    result = vorin.invert(T, Y, weight=1.0)
+    with pytest.raises(kind, match=words) as caught:
+        call(result)
+    assert isinstance(caught.value, vorin.VorinError)

@@ -1,0 +1,183 @@
+"""Noise from differences, measures of a distribution, files, computed decays, pictures."""
+
+import sys
+
+import numpy as np
+import pytest
+
+import vorin
+from vorin.plotting import per_decade
+
+
+def test_noise_of_an_echo_train_and_of_a_logarithmic_recovery():
+    for seed in range(10):
+        train = vorin.simulate(4e-4 * np.arange(1, 1501), noise=0.5, seed=seed)
+        # The root mean square of n second differences spreads by sqrt(1.94 / (2 n)).
+        assert vorin.difference_noise(train.t, train.y) == pytest.approx(
+            0.5, rel=4 * np.sqrt(0.97 / 1310))
+        recovery = vorin.simulate(np.geomspace(1e-3, 3.0, 100), noise=0.5, seed=seed,
+                                  kernel="t1-saturation")
+        assert vorin.difference_noise(recovery.t, recovery.y) == pytest.approx(
+            0.5, rel=4 * np.sqrt(0.97 / 49))
+
+
+def test_noise_by_the_formula_of_divided_differences():
+    t = np.array([0.1, 0.2, 0.5, 1.3, 2.0, 2.2])
+    y = np.array([5.0, 4.6, 3.9, 2.8, 2.7, 2.1])
+    x, values = np.log(t), []
+    for k in range(4):
+        c = [1 / np.prod([x[k + i] - x[k + j] for j in range(3) if j != i]) for i in range(3)]
+        values.append(np.dot(c, y[k:k + 3]) / np.linalg.norm(c))
+    expected = np.sqrt(np.mean(np.square(values)) / 0.998929)
+    assert vorin.difference_noise(t, y) == pytest.approx(expected)
+    assert vorin.difference_noise(np.concatenate(([0.0], t)), np.concatenate(([9.0], y))) == (
+        pytest.approx(expected))
+
+
+def test_no_noise_where_there_is_none_to_see():
+    t = 1e-3 * np.arange(1, 501)
+    assert vorin.difference_noise(t[:4], np.array([3.0, 1.0, 2.0, 1.0])) is None
+    assert vorin.difference_noise(t, np.ones(500)) is None
+
+
+def test_outliers_do_not_spoil_the_noise():
+    made = vorin.simulate(noise=0.5, seed=3)
+    y = made.y.copy()
+    y[1000::200] += 50.0
+    assert vorin.difference_noise(made.t, y) == pytest.approx(0.5, rel=0.05)
+
+
+def test_log_mean_of_two_values_is_their_weighted_geometric_mean():
+    assert vorin.log_mean(np.array([1.0, 100.0]), np.array([1.0, 1.0])) == pytest.approx(10.0)
+    assert vorin.log_mean(np.array([1.0, 8.0]), np.array([2.0, 1.0])) == pytest.approx(2.0)
+    assert np.isnan(vorin.log_mean(np.array([1.0, 8.0]), np.zeros(2)))
+
+
+def test_peaks_of_a_distribution_of_known_parts():
+    grid = 10.0 ** np.arange(-3.0, 4.0)
+    found = vorin.peaks(grid, np.array([0.0, 2.0, 4.0, 2.0, 1.0, 3.0, 0.0]))
+    assert [peak.position for peak in found] == pytest.approx(
+        [0.1, 10 ** (1.5 + (2 / 1) / (2 * 5 / 2))])
+    # The minimum of 1 goes to both in halves.
+    assert [peak.share for peak in found] == pytest.approx([8.5 / 12, 3.5 / 12])
+    mean = (2 * -2 + 4 * -1 + 2 * 0 + 0.5 * 1) / 8.5
+    spread = (2 * 4 + 4 * 1 + 0 + 0.5) / 8.5 - mean**2
+    assert found[0].width == pytest.approx(np.sqrt(spread)) and not found[0].at_grid_end
+    assert found[1].width == pytest.approx(np.sqrt(3 * 0.5 / 3.5**2))
+
+
+def test_peaks_at_the_ends_plateaus_and_small_ones():
+    grid = 10.0 ** np.arange(5.0)
+    ends = vorin.peaks(grid, np.array([3.0, 1.0, 0.0, 1.0, 1.0]))
+    assert [peak.at_grid_end for peak in ends] == [True, True]
+    assert ends[1].position == pytest.approx(10**3.5)
+    assert vorin.peaks(grid, np.array([0.0, 100.0, 0.0, 0.4, 0.0]))[0].width == 0.0
+    assert len(vorin.peaks(grid, np.array([0.0, 100.0, 0.0, 0.4, 0.0]))) == 1
+    assert len(vorin.peaks(grid, np.array([0.0, 100.0, 0.0, 0.4, 0.0]), 0.001)) == 2
+    assert vorin.peaks(grid, np.zeros(5)) == []
+
+
+def test_amplitude_per_decade_integrates_to_the_total():
+    grid = vorin.log_grid(1e-3, 1.0, 31)
+    f = np.zeros(31)
+    f[10:20] = 2.0
+    assert np.sum(per_decade(grid, f) * 0.1) == pytest.approx(20.0)
+
+
+@pytest.mark.parametrize("text", [
+    "# c\ntime_s,amplitude\n0.1,5\n0.2,4e0\n", "0.1;5\n0.2;4\n", "0.1\t5\r\n0.2\t4\r\n\r\n",
+    "\ufeff0.1   5\n  0.2 4", "t y\n0.1 5\n# between\n0.2 +4\n"])
+def test_two_columns_are_read(tmp_path, text):
+    (tmp_path / "a.csv").write_text(text, encoding="utf-8", newline="")
+    t, y = vorin.read("a.csv")
+    assert t.tolist() == [0.1, 0.2] and y.tolist() == [5.0, 4.0]
+
+
+def test_three_columns_are_complex(tmp_path):
+    (tmp_path / "a.csv").write_text("t,re,im\n0.1,5,1\n0.2,4,-2\n")
+    assert vorin.read("a.csv")[1].tolist() == [5 + 1j, 4 - 2j]
+
+
+@pytest.mark.parametrize("text, words", [
+    ("", "a.csv: there are no rows of numbers"),
+    ("t,y\n", "a.csv: there are no rows of numbers"),
+    ("0.1\n", "a.csv, line 1: this row has 1 field; 2 are wanted, time and amplitude"),
+    ("0.1,5\n0.2,4,3\n", "a.csv, line 2: this row has 3 fields; 2 are wanted, as in the rows"),
+    ("0.1,5\n# c\n0.2,x\n", "a.csv, line 3: 'x' is not a number; write one such as"),
+    ("0.1,5\n0.2,nan\n", "a.csv, line 2: 'nan' is not a finite number; leave out"),
+    ("t,y\nu,v\n0.1,5\n", "a.csv, line 2: 'u' is not a number"),
+    ("0.1,\n", "a.csv, line 1: '' is not a number"),
+])
+def test_files_that_cannot_be_read(tmp_path, text, words):
+    (tmp_path / "a.csv").write_text(text)
+    with pytest.raises(vorin.InputValueError, match=words):
+        vorin.read("a.csv")
+
+
+def test_files_that_are_not_there(tmp_path):
+    with pytest.raises(ValueError, match="none.csv: there is no such file"):
+        vorin.read("none.csv")
+    with pytest.raises(ValueError, match="this is a folder"):
+        vorin.read(tmp_path)
+
+
+def test_a_computed_decay_is_the_kernel_times_its_truth():
+    made = vorin.simulate([0.0, 0.01, 0.1], [(0.05, 0.2, 3.0)], noise=0.0)
+    assert made.distribution.sum() == pytest.approx(3.0) and made.y[0] == pytest.approx(3.0)
+    assert made.y == pytest.approx(np.exp(-made.t[:, None] / made.grid) @ made.distribution)
+    assert made.log_mean == pytest.approx(0.05, rel=1e-3)
+    narrow = vorin.simulate(peaks=[(0.05, 1e-9, 3.0)])
+    assert np.count_nonzero(narrow.distribution) == 1
+    noisy = [vorin.simulate(noise=0.2, seed=1).y, vorin.simulate(noise=0.2, seed=2).y]
+    assert np.std(noisy[0] - noisy[1]) == pytest.approx(0.2 * np.sqrt(2), rel=0.06)
+    assert np.array_equal(noisy[0], vorin.simulate(noise=0.2, seed=1).y)
+
+
+def test_pictures_are_written_in_every_kind(decay, tmp_path):
+    pytest.importorskip("matplotlib")
+    result = vorin.invert(decay.t, decay.y, reject_outliers=3)
+    for kind, begins in (("png", b"\x89PNG"), ("pdf", b"%PDF"), ("svg", b"<?xml")):
+        result.plot(tmp_path / f"p.{kind}", truth=decay, band=result.bootstrap(20))
+        assert (tmp_path / f"p.{kind}").read_bytes().startswith(begins)
+
+
+def test_a_picture_shows_data_fit_residual_and_distribution(decay):
+    pyplot = pytest.importorskip("matplotlib.pyplot")
+    result = vorin.invert(decay.t, decay.y)
+    upper, middle, lower = result.plot(truth=(decay.grid, decay.distribution)).axes
+    measured, fit = upper.lines
+    assert np.array_equal(measured.get_ydata(), decay.y)
+    assert np.array_equal(fit.get_ydata(), result.fit)
+    assert np.array_equal(measured.get_xdata(), 1e3 * decay.t) or np.allclose(
+        measured.get_xdata(), 1e3 * decay.t)
+    assert np.array_equal(middle.lines[0].get_ydata(), result.residual)
+    assert upper.get_xscale() == "log" and lower.get_xscale() == "log"
+    assert middle.get_xlabel() == "time (ms)" and "T2 (ms)" in lower.get_xlabel()
+    assert upper.get_ylabel() and middle.get_ylabel() and lower.get_ylabel()
+    labels = [text.get_text() for text in lower.get_legend().get_texts()]
+    assert labels[:2] == ["distribution", "truth"] and labels[2].startswith("log mean")
+    pyplot.close("all")
+
+
+def test_few_decades_are_drawn_on_a_linear_axis(decay):
+    pyplot = pytest.importorskip("matplotlib.pyplot")
+    figure = vorin.invert(decay.t[10:], decay.y[10:]).plot(title="short")
+    assert figure.axes[0].get_xscale() == "linear"
+    assert figure._suptitle.get_text() == "short"
+    pyplot.close("all")
+
+
+def test_without_matplotlib_a_sentence_says_what_to_install(decay, monkeypatch):
+    result = vorin.invert(decay.t, decay.y)
+    monkeypatch.setitem(sys.modules, "matplotlib", None)
+    with pytest.raises(vorin.VorinError, match="python3-matplotlib"):
+        result.plot()
+
+
+def test_importing_the_package_does_not_import_matplotlib():
+    import subprocess
+    code = "import sys, vorin; sys.exit('matplotlib' in sys.modules)"
+    import os
+    path = os.path.dirname(os.path.dirname(vorin.__file__))
+    subprocess.run([sys.executable, "-c", code], check=True, env={**os.environ,
+                                                                "PYTHONPATH": path})

@@ -1,0 +1,69 @@
+"""Inversions side by side give the same bits as one after another."""
+
+from concurrent.futures import ThreadPoolExecutor
+
+import numpy as np
+import pytest
+
+import vorin
+
+
+@pytest.fixture(scope="module")
+def decays():
+    return [vorin.simulate(np.arange(1, 301) * 1e-3, noise=0.2 + 0.1 * k, seed=k)
+            for k in range(12)]
+
+
+def same(one, other):
+    return (np.array_equal(one.distribution, other.distribution)
+            and np.array_equal(one.fit, other.fit) and one.weight == other.weight)
+
+
+def test_invert_many_gives_the_bits_of_single_calls(decays):
+    t = decays[0].t
+    rows = np.array([decay.y for decay in decays])
+    serial = [vorin.invert(t, row, noise="scan") for row in rows]
+    for workers in (1, 3, None):
+        for one, other in zip(serial, vorin.invert_many(t, rows, workers=workers, noise="scan")):
+            assert same(one, other)
+
+
+def test_threads_with_different_settings_do_not_disturb_each_other(decays):
+    options = [{"settings": {"BRDA": 1 + k % 3}, "weight": 0.1 * (k + 1),
+                "prune": ("log", "linear", "none")[k % 3], "compress": k % 2 == 0}
+               for k in range(len(decays))]
+    serial = [vorin.invert(d.t, d.y, **o) for d, o in zip(decays, options)]
+    with ThreadPoolExecutor(4) as pool:
+        for _ in range(3):
+            futures = [pool.submit(vorin.invert, d.t, d.y, **o) for d, o in zip(decays, options)]
+            assert all(same(one, future.result()) for one, future in zip(serial, futures))
+
+
+def test_instances_called_from_threads_keep_their_stores():
+    def work(number):
+        with vorin.Library() as library:
+            for round_ in range(200):
+                library.set("MAXI", 1000 * number + round_)
+                if library.get("MAXI") != 1000 * number + round_:
+                    return False
+            return True
+
+    with ThreadPoolExecutor(4) as pool:
+        assert all(pool.map(work, range(4)))
+
+
+def test_logs_of_threads_do_not_mix(decays, tmp_path):
+    with ThreadPoolExecutor(4) as pool:
+        list(pool.map(lambda k: vorin.invert(decays[k].t, decays[k].y, weight=float(k + 1),
+                                             log=tmp_path / f"{k}.log"), range(8)))
+    assert sorted(path.name for path in tmp_path.iterdir()) == [f"{k}.log" for k in range(8)]
+    for k in range(8):
+        text = (tmp_path / f"{k}.log").read_text()
+        assert text.count("Start inversion") == 1 and "Successful inversion" in text
+        assert f"target W={k + 1.0:11.3f}" in text.replace("     ", "") or f"{k + 1}." in text
+
+
+def test_an_error_in_one_of_many_is_raised(decays):
+    rows = [decays[0].y, np.full(300, np.nan)]
+    with pytest.raises(ValueError, match=r"y\[0\] is not a finite number"):
+        vorin.invert_many(decays[0].t, rows, workers=2)
