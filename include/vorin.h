@@ -20,6 +20,9 @@
  *  - Nothing throws, prints or ends the process on a numerical failure, and
  *    arguments are not checked. The report is a status word; outputs are
  *    delivered also after a failure, with the last values that exist.
+ *  - A work array that the system refuses has no status: the process ends by
+ *    std::terminate on std::bad_alloc, as it does in a C++ host's own code, and a
+ *    terminate handler of the host's is called first.
  *  - All calls use library-wide state, the parameter block first of all: make
  *    one call at a time. The library starts no thread.
  *

@@ -53,7 +53,7 @@ void System<Real>::transpose() {
   constexpr int group = kernels::rowPadding<Real>;
   kernelByRows_.resize(area(m_, paddedColumns_));
   unsigned notFinite = 0;
-  for (int i0 = 0; i0 < n_; i0 += group) {
+  for (int i0 = 0; m_ > 0 && i0 < n_; i0 += group) {
     const Real* columns = K_ + area(m_, i0);
     const int filled = std::min(group, n_ - i0);
     Real* out = kernelByRows_.data() + i0;

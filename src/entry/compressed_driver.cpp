@@ -208,7 +208,7 @@ class CompressedInversion {
       const std::size_t needed =
           length(job_.ng) * (length(step.m) + 1 + length(job_.ng)) + scratchSpare;
       vorin::reduce::compressInScratch(vorin::reduce::decomposeMode, step, arrays.scratch(needed),
-                                       static_cast<int>(needed), count, status);
+                                       static_cast<std::int64_t>(needed), count, status);
     }
     reduced_ = {count, step.ldC, step.Kc, step.dc};
   }

@@ -87,13 +87,20 @@ void compress(int mode, const Compression& job, const SvdFactors& factors, std::
   writeData(job, projected);
 }
 
-void compressInScratch(int mode, const Compression& job, float* scratch, int scratchLength,
+void compressInScratch(int mode, const Compression& job, float* scratch, std::int64_t scratchLength,
                        std::int32_t& count, std::int32_t& status) {
   const std::int64_t m = job.m;
   const std::int64_t n = job.n;
   if (n + n * n + n * m > scratchLength) {
     status = kScratchTooSmall;
     return;
+  }
+  // Rows below 0 make the rule ask for less than S and V' take: these then stand elsewhere.
+  const std::ptrdiff_t taken = extent(job.n) * (1 + extent(job.n) + extent(job.m));
+  std::vector<float> instead;
+  if (taken > scratchLength) {
+    instead.resize(static_cast<std::size_t>(taken));
+    scratch = instead.data();
   }
   float* U = scratch + extent(job.n);
   float* VT = U + extent(job.m) * extent(job.n);

@@ -63,7 +63,7 @@ void compress(int mode, const Compression& job, const SvdFactors& factors, std::
 
 /// The same with factors in one array of the caller's: S (n), U (m by n), VT (n by n).
 /// An array that is too short is refused before the capacity is looked at.
-void compressInScratch(int mode, const Compression& job, float* scratch, int scratchLength,
+void compressInScratch(int mode, const Compression& job, float* scratch, std::int64_t scratchLength,
                        std::int32_t& count, std::int32_t& status);
 
 /// The same with the library's own arrays, which stay allocated while the shape holds.

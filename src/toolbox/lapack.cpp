@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <new>
 #include <vector>
 
 #include "toolbox/convert.hpp"
@@ -24,6 +25,19 @@ void sgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, fl
 namespace vorin {
 namespace {
 
+// OpenBLAS maps one work buffer, of 128 MiB on x86-64, at its first use and keeps it. When
+// the mapping is refused, as under a limit of the address space, it asks again for ever. So
+// the room is asked for here first: a host that cannot have it gets the std::bad_alloc of any
+// other work array instead of a call that does not return.
+void requireWorkBuffer() {
+  constexpr std::size_t bufferAndSlack = std::size_t{136} << 20U;
+  static bool isThere = false;
+  if (!isThere) {
+    ::operator delete(::operator new(bufferAndSlack));
+    isThere = true;
+  }
+}
+
 // LAPACK's own error handler ends the process on a leading dimension below
 // max(1, n), so neither an empty system nor such a dimension may reach it.
 template <class Real, class Getrf>
@@ -31,6 +45,7 @@ void factor(Getrf routine, int n, Real* a, int lda, int* pivots) {
   if (n < 1) {
     return;
   }
+  requireWorkBuffer();
   lda = std::max(lda, n);
   int info = 0;
   routine(&n, &n, a, &lda, pivots, &info);
@@ -41,6 +56,7 @@ void solve(Getrs routine, int n, const Real* lu, int lda, const int* pivots, Rea
   if (n < 1) {
     return;
   }
+  requireWorkBuffer();
   lda = std::max(lda, n);
   const int one = 1;
   int info = 0;
@@ -67,6 +83,7 @@ void gesvd(int m, int n, float* a, int lda, float* s, float* vt, int ldvt) {
   if (m < 1 || n < 1) {
     return;
   }
+  requireWorkBuffer();
   lda = std::max(lda, m);
   ldvt = std::max(ldvt, n);
   const int one = 1;  // U goes to a: the matrix for U is not referenced

@@ -159,7 +159,7 @@ class Bytes {
   template <class Real>
   static Real narrowed(double value) {
     if constexpr (sizeof(Real) < sizeof(double)) {
-      constexpr double greatest = std::numeric_limits<float>::max();
+      constexpr auto greatest = static_cast<double>(std::numeric_limits<float>::max());
       if (value > greatest) {
         return std::numeric_limits<float>::infinity();
       }

@@ -27,11 +27,12 @@ void set(const char* key, std::string text) {
 }
 
 // Keys that take any number. Not among them: the limits of passes and iterations, with which
-// a host may ask for any amount of work.
-constexpr const char* numbers[] = {"REPO", "SAVE", "SAVF", "PRLO", "PRHI", "PRPO", "SVDT", "SVDN",
-                                   "L2MO", "L2NS", "BRDA", "TOL ", "SIG ", "RSIG", "L1AL", "WEIG",
-                                   "WTOL", "STOL", "WRAT", "WFRA", "RWEI", "WREF", "WMIN", "WMAX",
-                                   "WNMI", "WNMA", "CSI2", "PRMO", "NALG", "TARG"};
+// a host may ask for any amount of work, and PRPO, with which the second compressed driver,
+// which sets it no limit, may be asked for any amount of memory.
+constexpr const char* numbers[] = {"REPO", "SAVE", "SAVF", "PRLO", "PRHI", "SVDT", "SVDN", "L2MO",
+                                   "L2NS", "BRDA", "TOL ", "SIG ", "RSIG", "L1AL", "WEIG", "WTOL",
+                                   "STOL", "WRAT", "WFRA", "RWEI", "WREF", "WMIN", "WMAX", "WNMI",
+                                   "WNMA", "CSI2", "PRMO", "NALG", "TARG"};
 constexpr int numberCount = sizeof numbers / sizeof numbers[0];
 
 void settings(Bytes& bytes) {

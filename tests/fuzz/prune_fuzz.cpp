@@ -1,6 +1,8 @@
 // The three prunings: any shapes, capacities, targets and modes.
 #include <vorin.h>
 
+#include <algorithm>
+
 #include "bytes.hpp"
 
 namespace {

@@ -1,6 +1,8 @@
 // The regression fits, the noise from differences and the search for outliers.
 #include <vorin.h>
 
+#include <algorithm>
+
 #include "bytes.hpp"
 
 namespace {

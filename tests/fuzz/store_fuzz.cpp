@@ -1,6 +1,7 @@
 // The parameter store under any sequence of operations, keys, texts and numbers.
 #include <vorin.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 

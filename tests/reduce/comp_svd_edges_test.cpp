@@ -186,6 +186,28 @@ TEST(CompSvdEdges, ScratchNeedIsCountedBeyondThirtyTwoBits) {
   EXPECT_EQ(status, VORIN_COMP_SCRATCH_TOO_SMALL);
 }
 
+TEST(CompSvdEdges, RowsBelowZeroDontLeadPastAShortScratch) {
+  // The rule asks for 4 + 16 - 8 elements; S and V' alone take 20.
+  const std::int32_t m = -2;
+  const std::int32_t n = 4;
+  const std::int32_t mode = VORIN_COMP_DECOMPOSE;
+  const float SVDT = 0.0f;
+  const std::int32_t SVDN = 4;
+  for (const std::int32_t length : {11, 12, 19, 20}) {
+    SCOPED_TRACE(length);
+    const auto size = static_cast<std::size_t>(length);
+    std::vector<float> Kc(16, untouched), dc(4, untouched), scratch(size + 20, untouched);
+    std::int32_t count = untouchedInt;
+    std::int32_t status = untouchedInt;
+    VorinCompSVD3_s(&mode, &length, &m, &n, &n, &n, Kc.data(), dc.data(), &SVDT, &SVDN, &count,
+                    Kc.data(), dc.data(), scratch.data(), &status);
+    EXPECT_EQ(status, length < 12 ? VORIN_COMP_SCRATCH_TOO_SMALL : VORIN_COMP_OK);
+    EXPECT_EQ(Kc, std::vector<float>(16, length < 12 ? untouched : 0.0f));
+    EXPECT_EQ(std::vector<float>(scratch.begin() + length, scratch.end()),
+              std::vector<float>(20, untouched));
+  }
+}
+
 TEST(CompSvdEdges, InPlaceCallsGiveTheSameAsSeparateArrays) {
   for (const float SVDT : {-1.0f, 0.05f}) {
     CompressionCall call = callOf(laplaceProblem<float>(70, 20, 0.01, 51));
