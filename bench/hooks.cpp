@@ -30,3 +30,8 @@ VORIN_BENCH_HOOK void benchPlainInversion(std::int32_t nf, std::int32_t ng, cons
                                           const float* Y, float* F, std::int32_t* status) noexcept {
   vorin::bench::invertPlainly(nf, ng, K, Y, F, status);
 }
+
+/// The instruction-set level that a host gets: 0 baseline, 1 AVX2, 2 AVX-512.
+VORIN_BENCH_HOOK std::int32_t benchLevel() noexcept {
+  return static_cast<std::int32_t>(vorin::kernels::highestLevel());
+}

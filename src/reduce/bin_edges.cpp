@@ -68,27 +68,47 @@ class LogEdges {
            logHi_ - logLo_ > 0.0f;
   }
 
-  /// Of rising edges the first one from `from` on that is not below t; last() + 1 if none.
-  int firstNotBelow(float t, int from) const {
-    int k = from;
-    if (k > steps_ || (*this)[k] >= t) {
-      return k;
+  struct Edge {
+    int number;
+    float place;
+  };
+
+  /// Of rising edges the first one from number `from` on that is not below t; the number
+  /// is last() + 1 if there is none.
+  Edge firstNotBelow(float t, int from) const {
+    if (from > steps_) {
+      return {from, 0.0f};
+    }
+    Edge found{from, (*this)[from]};
+    if (found.place >= t) {
+      return found;
     }
     // Its place by the logarithm is the right one or next to it.
     const double share = (std::log10(static_cast<double>(t)) - static_cast<double>(logLo_)) /
                          (static_cast<double>(logHi_) - static_cast<double>(logLo_));
-    const double place = std::ceil(share * steps_);
-    k = place > steps_ ? steps_ + 1 : std::max(from + 1, static_cast<int>(place));
-    while (k > from + 1 && (*this)[k - 1] >= t) {
+    const double guess = std::ceil(share * steps_);
+    int k = guess > steps_ ? steps_ + 1 : std::max(from + 1, static_cast<int>(guess));
+    found.number = steps_ + 1;
+    while (k > from + 1 && takes(k - 1, t, found)) {
       --k;
     }
-    while (k <= steps_ && (*this)[k] < t) {
+    while (found.number != k && k <= steps_ && !takes(k, t, found)) {
       ++k;
     }
-    return k;
+    return found;
   }
 
  private:
+  // Edge k as the one found, when it is not below t.
+  bool takes(int k, float t, Edge& found) const {
+    const float place = (*this)[k];
+    if (!(place >= t)) {
+      return false;
+    }
+    found = {k, place};
+    return true;
+  }
+
   float logLo_;
   float logHi_;
   int steps_;
@@ -151,17 +171,17 @@ constexpr float leftOut = -1e20f;
 // The filled bins between rising edges: from one point on no edge is looked at but those
 // around the next point, however many there are.
 void walkLogBins(const LogEdges& edges, const BinFinder& finder, std::vector<FilledBin>& bins) {
-  float from = leftOut;
-  int begin = finder.firstFrom(from, 0);
+  int begin = finder.firstFrom(leftOut, 0);
   for (int k = 0; begin < finder.points(); ++k) {
-    k = edges.firstNotBelow(finder.at(begin), k);
-    if (k > edges.last()) {
+    const LogEdges::Edge to = edges.firstNotBelow(finder.at(begin), k);
+    if (to.number > edges.last()) {
       return;
     }
-    const float to = edges[k];
-    bins.push_back({k > 0 ? edges[k - 1] : leftOut, to, {begin, finder.firstPast(to, begin)}});
+    k = to.number;
+    const int end = finder.firstPast(to.place, begin);
+    bins.push_back({{begin, end}, 0.0f, to.place});
     // A point on the edge belongs to the next bin as well.
-    begin = finder.firstFrom(to, begin);
+    begin = finder.firstFrom(to.place, end);
   }
 }
 
@@ -183,10 +203,10 @@ void fillBins(const PruneRequest& request, const Range& range, int edgeCount,
     if (finder.rising()) {
       const BinFinder::Run run = finder.run(from, to);
       if (run.begin < run.end) {
-        bins.push_back({from, to, run});
+        bins.push_back({run, from, to});
       }
     } else if (finder.holdsPoint(from, to)) {
-      bins.push_back({from, to, {}});
+      bins.push_back({{}, from, to});
     }
     from = to;
   }

@@ -44,11 +44,12 @@ class BinFinder {
   mutable int last_ = 0;  // where a search begins; it decides nothing else
 };
 
-/// A bin that holds points: those with from <= t <= to, and on rising positions their run.
+/// A bin that holds points: their run on rising positions; on others those with
+/// from <= t <= to.
 struct FilledBin {
+  BinFinder::Run run;
   float from;
   float to;
-  BinFinder::Run run;
 };
 
 /// The bins that hold points, in order, of the edges that the last try leaves. Bin k reaches

@@ -1,0 +1,173 @@
+"""Tables, picture and page of what measure.py finds."""
+
+import os
+import platform
+import subprocess
+
+import numpy
+import scipy
+
+TEMPLATE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "performance.template.md")
+LEVELS = ("baseline", "AVX2", "AVX-512")
+
+
+def milliseconds(seconds):
+    return f"{1e3 * seconds:.3g}" if seconds < 0.9995 else f"{1e3 * seconds:.0f}"
+
+
+def shown(row, key):
+    return milliseconds(row[key]) if key in row else ""
+
+
+def ratio(row, key):
+    times = row[key] / row["fast"] if key in row else 0.0
+    return f"{times:.1f}" if 0.0 < times < 99.5 else f"{times:.0f}" if key in row else ""
+
+
+def comparison_heading():
+    return ["| road | nf | ng | SNR | library, ms | plain road, ms | scipy, ms "
+            "| plain / library | scipy / library | distance |",
+            "| --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |"]
+
+
+def comparison_line(row):
+    return (f"| {row['road']} | {row['nf']} | {row['ng']} | {row['snr']:.0f} "
+            f"| {shown(row, 'fast')} | {shown(row, 'plain')} | {shown(row, 'scipy')} "
+            f"| {ratio(row, 'plain')} | {ratio(row, 'scipy')} | {row['distance']:.0e} |")
+
+
+def comparison_table(rows):
+    return comparison_heading() + [comparison_line(row) for row in rows]
+
+
+def raw_table(rows):
+    lines = ["| nf | library, ms | scipy on all samples, ms | scipy / library |",
+             "| ---: | ---: | ---: | ---: |"]
+    return lines + [f"| {row['nf']} | {shown(row, 'fast')} | {shown(row, 'raw')} "
+                    f"| {ratio(row, 'raw')} |" for row in rows if "raw" in row]
+
+
+def ladder_table(rows):
+    lines = ["| nf | ng | SNR | corner search, ms | 19 calls, ms | 19 calls / search |",
+             "| ---: | ---: | ---: | ---: | ---: | ---: |"]
+    return lines + [f"| {row['nf']} | {row['ng']} | {row['snr']:.0f} | {shown(row, 'fast')} "
+                    f"| {shown(row, 'separate')} | {ratio(row, 'separate')} |"
+                    for row in rows if "separate" in row]
+
+
+def growth_table(rows):
+    lines = ["| nf | ng | CPU, ms | host's arrays, MB | added by the library, MB |",
+             "| ---: | ---: | ---: | ---: | ---: |"]
+    return lines + [f"| {row['nf']} | {row['ng']} | {milliseconds(row['seconds'])} "
+                    f"| {row['host']:.1f} | {row['added']:.1f} |" for row in rows]
+
+
+def shares_table(columns):
+    stages = columns[0]["stages"]
+    lines = ["| stage | " + " | ".join(f"{c['road']}, nf {c['nf']}" for c in columns) + " |",
+             "| --- |" + " ---: |" * len(columns)]
+    for stage in stages:
+        cells = [c["stages"][stage] for c in columns]
+        lines.append(f"| {stage} | " + " | ".join(
+            f"{100 * cell:.0f} %" if cell >= 0.005 else "" for cell in cells) + " |")
+    lines.append("| million instructions | "
+                 + " | ".join(f"{c['millions']:.1f}" for c in columns) + " |")
+    return lines
+
+
+def cpu_model():
+    with open("/proc/cpuinfo") as text:
+        for line in text:
+            if line.startswith("model name"):
+                return line.split(":", 1)[1].strip()
+    return platform.machine()
+
+
+def machine(bench):
+    """What the figures were taken on, as a sentence."""
+    compiler = subprocess.run(["c++", "--version"], stdout=subprocess.PIPE,
+                              text=True).stdout.splitlines()[0]
+    return (f"{cpu_model()}, {os.cpu_count()} cores of which one is used; "
+            f"{LEVELS[bench.lib.benchLevel()]} kernels; {compiler}; "
+            f"numpy {numpy.__version__}, scipy {scipy.__version__}")
+
+
+def panel(axis, title, xlabel, ylabel):
+    axis.set_title(title)
+    axis.set_xlabel(xlabel)
+    axis.set_ylabel(ylabel)
+    axis.grid(True, which="both", alpha=0.3)
+    axis.legend()
+
+
+def linear(axis, rows, value):
+    """A line in proportion to nf through the last point."""
+    ends = [rows[0]["nf"], rows[-1]["nf"]]
+    slope = value(rows[-1]) / ends[1]
+    axis.loglog(ends, [slope * end for end in ends], "k:", label="in proportion to nf")
+
+
+def picture(results, path):
+    import matplotlib
+    matplotlib.use("Agg")
+    from matplotlib import pyplot
+
+    figure, axes = pyplot.subplots(2, 2, figsize=(11, 8.4))
+    default = [row for row in results["rows"] if row["road"] == "noise" and row["ng"] == 100
+               and row["snr"] == 100.0]
+    for key, label in (("raw", "scipy, all samples"), ("plain", "the library's plain road"),
+                       ("scipy", "scipy, pruned data"), ("fast", "library")):
+        there = [row for row in default if key in row]
+        axes[0][0].loglog([row["nf"] for row in there], [1e3 * row[key] for row in there], "o-",
+                          label=label)
+    panel(axes[0][0], "default road, ng 100, SNR 100", "samples nf", "CPU time, ms")
+    by_nf, by_ng = results["by_nf"], results["by_ng"]
+    axes[0][1].loglog([row["nf"] for row in by_nf], [1e3 * row["seconds"] for row in by_nf],
+                      "o-", color="C3", label="library")
+    linear(axes[0][1], by_nf, lambda row: 1e3 * row["seconds"])
+    panel(axes[0][1], "growth with the samples, ng 100", "samples nf", "CPU time, ms")
+    axes[1][0].loglog([row["nf"] for row in by_nf], [row["host"] for row in by_nf], "s-",
+                      color="C7", label="the host's arrays")
+    axes[1][0].loglog([row["nf"] for row in by_nf], [max(row["added"], 0.01) for row in by_nf],
+                      "o-", color="C3", label="added by the library")
+    panel(axes[1][0], "memory, ng 100", "samples nf", "MB")
+    axes[1][1].loglog([row["ng"] for row in by_ng], [1e3 * row["seconds"] for row in by_ng],
+                      "o-", color="C3", label="library")
+    panel(axes[1][1], "growth with the grid, nf 1000", "grid points ng", "CPU time, ms")
+    figure.tight_layout()
+    figure.savefig(path, dpi=80)
+
+
+def spread(rows, road, key):
+    """The least and the largest ratio on 100 grid times at an SNR of 100 from 1000 samples."""
+    times = [row[key] / row["fast"] for row in rows if row["road"] == road and row["ng"] == 100
+             and row["snr"] == 100.0 and row["nf"] >= 1000 and key in row]
+    if not times:
+        return "not run"
+    ends = f"{min(times):.0f}", f"{max(times):.0f}"
+    return ends[0] if ends[0] == ends[1] else f"{ends[0]} to {ends[1]}"
+
+
+def write(results, folder):
+    """performance.md from its template, and performance.png."""
+    rows = results["rows"]
+    with open(TEMPLATE) as text:
+        page = text.read()
+    values = {
+        "machine": results["machine"],
+        "comparison": "\n".join(comparison_table(rows)),
+        "raw": "\n".join(raw_table(rows)),
+        "ladder": "\n".join(ladder_table(rows)),
+        "by_nf": "\n".join(growth_table(results["by_nf"])),
+        "by_ng": "\n".join(growth_table(results["by_ng"])),
+        "shares": "\n".join(shares_table(results["shares"])),
+        "summary": "\n".join(
+            f"| {road} | {spread(rows, road, 'scipy')} | {spread(rows, road, 'plain')} |"
+            for road in dict.fromkeys(row["road"] for row in rows)),
+    }
+    for name, value in values.items():
+        page = page.replace("{{" + name + "}}", value)
+    assert "{{" not in page, "a place of the template was not filled"
+    with open(os.path.join(folder, "performance.md"), "w") as out:
+        out.write(page)
+    picture(results, os.path.join(folder, "performance.png"))
