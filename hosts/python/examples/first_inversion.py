@@ -6,11 +6,14 @@
 
 import sys
 
+import numpy as np
+
 import vorin
 
 
 def main(picture: str = "first_inversion.png") -> None:
-    decay = vorin.simulate(peaks=[(0.008, 0.15, 30.0), (0.09, 0.15, 70.0)], noise=0.5, seed=1)
+    decay = vorin.simulate(5e-4 * np.arange(1, 1001), [(0.008, 0.15, 30.0), (0.09, 0.15, 70.0)],
+                           noise=1.0, seed=5)
     result = vorin.invert(decay.t, decay.y)
     band = result.bootstrap(200)
     print(f"{result.status_text}: noise {result.noise:.3f} {result.noise_origin}, "

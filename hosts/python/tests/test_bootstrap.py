@@ -50,9 +50,10 @@ def test_less_noise_gives_a_narrower_interval():
     widths = []
     for noise in (0.05, 0.5):
         made = vorin.simulate(np.arange(1, 401) * 1e-3, noise=noise, seed=4)
-        band = vorin.invert(made.t, made.y, weight=1.0).bootstrap(60)
+        # A weight so small that the residual is the noise.
+        band = vorin.invert(made.t, made.y, weight=0.01).bootstrap(60)
         widths.append(np.log(band.log_mean_upper / band.log_mean_lower))
-    assert 4.0 < widths[1] / widths[0] < 25.0
+    assert widths[0] < 0.2 * widths[1]
 
 
 def test_progress_is_told_to_the_last_replicate(result):

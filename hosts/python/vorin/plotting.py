@@ -176,17 +176,19 @@ def _distribution(axes: "Axes", result: "Result", truth: Any,
     if band is not None:
         axes.fill_between(x, per_decade(result.grid, band.lower),
                           per_decade(result.grid, band.upper), color=_BLUE, alpha=0.4,
-                          linewidth=0, label="68 % of the noise")
+                          linewidth=0, label="68 % band")
     axes.plot(x, density, color=_BLUE, linewidth=1.8, label="distribution")
     if truth is not None:
         axes.plot(truth[0] / size, per_decade(*truth), color=_DARK, linewidth=1.3,
                   linestyle="--", label="truth")
     if math.isfinite(result.log_mean):
+        label = f"log mean {result.log_mean / size:.3g}"
         if band is not None and math.isfinite(band.log_mean_lower):
-            axes.axvspan(band.log_mean_lower / size, band.log_mean_upper / size, color=_RED,
-                         alpha=0.15, linewidth=0)
+            bounds = band.log_mean_lower / size, band.log_mean_upper / size
+            axes.axvspan(*bounds, color=_RED, alpha=0.15, linewidth=0)
+            label += f" ({bounds[0]:.3g} to {bounds[1]:.3g})"
         axes.axvline(result.log_mean / size, color=_RED, linewidth=1.3, linestyle="-.",
-                     label=f"log mean {_labelled_value(result.log_mean / size, name)}")
+                     label=f"{label} {name}".rstrip())
     axes.set_xscale("log")
     axes.set_xlim(x[0], x[-1])
     axes.set_ylim(bottom=0.0)
@@ -194,10 +196,6 @@ def _distribution(axes: "Axes", result: "Result", truth: Any,
     axes.set_ylabel("amplitude per decade")
     _plain(axes)
     _legend(axes)
-
-
-def _labelled_value(value: float, unit: str) -> str:
-    return f"{value:.3g} {unit}".rstrip()
 
 
 def _plain(axes: "Axes") -> None:
