@@ -16,7 +16,7 @@ def main(picture: str = "first_inversion.png") -> None:
                            noise=1.0, seed=5)
     result = vorin.invert(decay.t, decay.y)
     band = result.bootstrap(200)
-    print(f"{result.status_text}: noise {result.noise:.3f} {result.noise_origin}, "
+    print(f"{result.status_text}: noise {result.noise:.3f} ({result.noise_origin}), "
           f"weight {result.weight:.3f}")
     print(f"log mean {1e3 * result.log_mean:.1f} ms, 68 % from {1e3 * band.log_mean_lower:.1f} to "
           f"{1e3 * band.log_mean_upper:.1f} ms; the truth is {1e3 * decay.log_mean:.1f} ms")

@@ -113,8 +113,8 @@ def test_noise_difference_is_that_of_second_differences(decay):
     result = vorin.invert(decay.t, decay.y, noise="difference")
     second = np.diff(decay.y, n=2)
     assert result.noise == pytest.approx(np.sqrt(np.mean(second**2) / 6.0), rel=1e-5)
-    assert "second differences" in result.noise_origin
     compressed = vorin.invert(decay.t, decay.y, noise="difference", compress=True)
+    assert result.noise_origin == compressed.noise_origin == "difference"
     assert compressed.noise == pytest.approx(result.noise, rel=1e-6)
 
 
@@ -124,7 +124,7 @@ def test_noise_fit_is_the_standard_error_of_the_fit_without_a_penalty(decay):
     kernel = matrix(result)
     rest = kernel @ nnls(kernel, decay.y) - decay.y
     assert result.noise == pytest.approx(np.sqrt(np.mean(rest**2)), rel=1e-4)
-    assert result.noise_origin == "from the library's fit without a penalty"
+    assert result.noise_origin == "fit"
 
 
 @pytest.mark.parametrize("how", ["fit", "ridge", "scan", "difference"])
@@ -136,7 +136,7 @@ def test_every_estimate_comes_near_the_noise(decay, how):
 
 def test_an_estimator_chosen_by_key_is_told(decay):
     result = vorin.invert(decay.t, decay.y, noise=0.1, settings={"NALG": "FIT"})
-    assert result.noise_origin == "estimated by the library" and result.noise > 0.2
+    assert result.noise_origin == "library" and result.noise > 0.2
 
 
 def test_whole_compression_changes_nothing_but_rounding(decay):
@@ -157,7 +157,7 @@ def test_complex_data_are_turned_to_the_real_channel(decay):
     assert result.phase == pytest.approx(0.7, abs=2e-3) and np.sum(result.y) > 0.0
     imaginary = (z * np.exp(-1j * result.phase)).imag
     assert result.noise == pytest.approx(np.std(imaginary, ddof=1), rel=1e-9)
-    assert result.noise_origin == "of the imaginary channel"
+    assert result.noise_origin == "quadrature"
     opposite = vorin.invert(decay.t, -z, noise="quadrature")
     assert np.allclose(opposite.y, result.y)
     assert abs(opposite.phase - result.phase) == pytest.approx(np.pi)

@@ -90,6 +90,8 @@ def stub() -> str:
             answer = f"{export.name}_result"
             classes.append(f"\n\nclass {answer}(NamedTuple):\n" + "\n".join(
                 f"    {_python_name(argument.name)}: {answered(argument)}"
+                # a tuple has a method of that name, which the field hides
+                + ("  # type: ignore[assignment]" if argument.name == "count" else "")
                 for argument in results))
         separator = ",\n" + " " * (len(export.name) + 9)
         methods.append(f"    def {export.name}({separator.join(parameters)}) -> {answer}: ...")

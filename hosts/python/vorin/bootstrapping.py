@@ -145,16 +145,15 @@ def _counts(n: Any, seed: Any) -> Tuple[int, int]:
 
 def worker_count(workers: Optional[int], jobs: int) -> int:
     """How many threads serve ``jobs`` jobs."""
-    if workers is None:
-        try:
-            workers = len(os.sched_getaffinity(0))
-        except AttributeError:  # not on every system
-            workers = os.cpu_count() or 1
+    if workers is not None:
+        threads: int = checks.number("workers", workers, "i")
+        if threads < 1:
+            raise InputValueError(f"workers is {threads}; a whole number of 1 or above is wanted")
+    elif hasattr(os, "sched_getaffinity"):  # not on every system
+        threads = len(os.sched_getaffinity(0))
     else:
-        workers = checks.number("workers", workers, "i")
-        if workers < 1:
-            raise InputValueError(f"workers is {workers}; a whole number of 1 or above is wanted")
-    return max(1, min(workers, jobs))
+        threads = os.cpu_count() or 1
+    return max(1, min(threads, jobs))
 
 
 def _shares(count: int, workers: Optional[int]) -> list:

@@ -5,15 +5,15 @@ from __future__ import annotations
 import ctypes
 import numbers
 import operator
-from typing import Any, Optional, Tuple
+from typing import Any, Dict, Optional, Tuple
 
 import numpy as np
 
 from .errors import InputTypeError, InputValueError
 from .exports import Argument
 
-DTYPES = {"i": np.dtype(np.int32), "f": np.dtype(np.float32), "d": np.dtype(np.float64)}
-C_TYPES = {"i": ctypes.c_int32, "f": ctypes.c_float, "d": ctypes.c_double}
+DTYPES: Dict[str, "np.dtype[Any]"] = {"i": np.dtype(np.int32), "f": np.dtype(np.float32), "d": np.dtype(np.float64)}
+C_TYPES: Dict[str, Any] = {"i": ctypes.c_int32, "f": ctypes.c_float, "d": ctypes.c_double}
 
 #: Length of a text that is read out with no length given: that of the longest slot.
 TEXT_LENGTH = 256

@@ -13,6 +13,7 @@ from .bootstrapping import worker_count
 from .data import Decay, as_decay, as_times, kernel_and_grid, real_array, skipped
 from .errors import InputTypeError, InputValueError
 from .instances import borrowed
+from .kernels import Kernel
 from .library import Library
 from .noise import difference_noise
 from .problem import LogFile, Problem, Solution, number
@@ -21,15 +22,6 @@ from .settings import Options, options_from
 
 GridArgument = Union[np.ndarray, Tuple[float, float, int], None]
 
-_ORIGINS = {
-    "given": "given",
-    "robust": "from differences of neighbouring samples",
-    "quadrature": "of the imaginary channel",
-    "difference": "from the library's second differences",
-    "fit": "from the library's fit without a penalty",
-    "ridge": "from the library's ridge fit",
-    "scan": "from the library's scan of weights",
-}
 _MOST_ROUNDS = 10
 
 
@@ -126,31 +118,7 @@ def invert(
     finally:
         if log_file is not None:
             log_file.discard()
-    solution = run.solution
-    return Result(
-        t=decay.t,
-        y=decay.y,
-        grid=values,
-        distribution=solution.distribution,
-        fit=solution.fit if not run.rejected.any() else problem.fit_of(solution.distribution),
-        status=solution.status,
-        weight=solution.weight,
-        weight_origin={"fixed": "given"}.get(solution.mode, solution.mode),
-        noise=run.noise,
-        noise_origin=run.noise_origin,
-        wanted_standard_error=solution.wanted_error,
-        standard_error=solution.reached_error,
-        fit_error=_root_mean_square(run.problem.y - solution.fit, run.problem.scale),
-        iterations=solution.weight_steps,
-        passes=solution.passes,
-        raised_aim=run.raised_aim,
-        corner_weight=run.corner_weight,
-        rejected=np.nonzero(run.rejected)[0],
-        phase=decay.phase,
-        kernel=described.name,
-        described=described,
-        problem=run.problem,
-    )
+    return run.result(described, values, problem)
 
 
 def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
@@ -254,7 +222,7 @@ class _Run:
         how = self.problem.options.noise
         value: Optional[float] = None
         if how is None:
-            value, how = difference_noise(self._decay.t, self._decay.y), "robust"
+            value, how = difference_noise(self._decay.t, self._decay.y), "differences"
         elif isinstance(how, float):
             value, how = how, "given"
         elif how == "quadrature":
@@ -266,7 +234,7 @@ class _Run:
             value = value if value > 0.0 else None
         if value is None:
             return math.nan, ""
-        return value, _ORIGINS[how]
+        return value, how
 
     def search(self) -> None:
         library, problem = self._library, self.problem
@@ -289,6 +257,34 @@ class _Run:
         if self.solution.mode == "corner":
             self.corner_weight = self.solution.weight / _corner_factor(library)
 
+    def result(self, described: Kernel, grid: np.ndarray, whole: Problem) -> Result:
+        """The outcome; ``whole`` is the problem of all samples, rejected ones included."""
+        solution, problem = self.solution, self.problem
+        return Result(
+            t=self._decay.t,
+            y=self._decay.y,
+            grid=grid,
+            distribution=solution.distribution,
+            fit=whole.fit_of(solution.distribution) if self.rejected.any() else solution.fit,
+            status=solution.status,
+            weight=solution.weight,
+            weight_origin="given" if solution.mode == "fixed" else solution.mode,
+            noise=self.noise,
+            noise_origin=self.noise_origin,
+            wanted_standard_error=solution.wanted_error,
+            standard_error=solution.reached_error,
+            fit_error=_root_mean_square(problem.y - solution.fit, problem.scale),
+            iterations=solution.weight_steps,
+            passes=solution.passes,
+            raised_aim=self.raised_aim,
+            corner_weight=self.corner_weight,
+            rejected=np.nonzero(self.rejected)[0],
+            phase=self._decay.phase,
+            kernel=described.name,
+            described=described,
+            problem=problem,
+        )
+
     def _take_estimate(self) -> bool:
         """Takes over what the library estimated; False when it did."""
         library = self._library
@@ -296,7 +292,8 @@ class _Run:
         if self.solution.mode != "noise" or used == number(library, "SIG"):
             return True
         self.noise = used * self.problem.scale
-        self.noise_origin = _ORIGINS.get(str(self.problem.options.noise), "estimated by the library")
+        how = self.problem.options.noise
+        self.noise_origin = how if isinstance(how, str) else "library"
         return False
 
     solution: Solution

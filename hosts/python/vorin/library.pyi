@@ -146,7 +146,7 @@ class vorinTarget2_dp_result(NamedTuple):
     status: int
 
 class VorinPruneZ_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     yPruned: Singles
     tSum: Singles
     binNorm: Singles
@@ -154,7 +154,7 @@ class VorinPruneZ_result(NamedTuple):
     status: int
 
 class VorinPrune_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     yPruned: Singles
     tMean: Singles
     kPruned: Singles
@@ -163,7 +163,7 @@ class VorinPrune_result(NamedTuple):
     status: int
 
 class VorinPrune2_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     yPruned: Singles
     tMean: Singles
     kPruned: Singles
@@ -172,14 +172,14 @@ class VorinPrune2_result(NamedTuple):
     status: int
 
 class VorinCompSVD_s_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     Kc: Singles
     dc: Singles
     status: int
 
 class VorinCompSVD2_s_result(NamedTuple):
     K: Singles
-    count: int
+    count: int  # type: ignore[assignment]
     Kc: Singles
     dc: Singles
     V: Singles
@@ -187,14 +187,14 @@ class VorinCompSVD2_s_result(NamedTuple):
     status: int
 
 class VorinCompSVD3_s_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     Kc: Singles
     dc: Singles
     scratch: Singles
     status: int
 
 class VorinCompSVD3z_s_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     Kc: Singles
     dc: Singles
     U: Singles
@@ -203,7 +203,7 @@ class VorinCompSVD3z_s_result(NamedTuple):
     status: int
 
 class VorinComp_s_result(NamedTuple):
-    count: int
+    count: int  # type: ignore[assignment]
     Yout: Singles
     Kout: Singles
     status: int

@@ -7,7 +7,7 @@ import math
 import os
 from dataclasses import dataclass, replace
 from pathlib import Path
-from typing import Optional, Union
+from typing import Any, Callable, Optional, Union
 
 import numpy as np
 
@@ -170,7 +170,8 @@ class Problem:
     def solve(self, library: Library, data: np.ndarray) -> Solution:
         """One inversion of ``data`` (single precision, nf) with the keys as they stand."""
         nf, ng = self._kernel.shape
-        driver = library.Voriny_s if self.options.compression is None else library.VorinyC5_s
+        driver: Callable[..., Any] = (
+            library.Voriny_s if self.options.compression is None else library.VorinyC5_s)
         answer = driver(nf, ng, nf, ng, self._kernel, self._abscissae, data, G=self._grid)
         mode = {"NOISE": "noise", "2": "corner"}.get(str(library.get("TARG")), "fixed")
         iterates = library.get("BRDA") != 3.0  # the quadratic program has no passes

@@ -41,7 +41,9 @@ class Result:
     noise : float
         Standard deviation of the noise; nan when there is no estimate and none was needed.
     noise_origin : str
-        Where the noise came from; empty where it is nan.
+        Where the noise came from: "given", "differences" (:func:`vorin.difference_noise`),
+        "quadrature", the name of one of the library's estimates, "library" for one that was
+        chosen by the key NALG; empty where the noise is nan.
     wanted_standard_error : float
         What the search for the noise aimed at; nan without one.
     standard_error : float
@@ -162,7 +164,7 @@ class Result:
             "weight": _finite(self.weight),
             "weight_origin": self.weight_origin,
             "noise": _finite(self.noise),
-            "noise_origin": self.noise_origin,
+            "noise_origin": self.noise_origin or None,
             "signal_to_noise": _finite(self.signal_to_noise),
             "wanted_standard_error": _finite(self.wanted_standard_error),
             "standard_error": _finite(self.standard_error),

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, NamedTuple, Optional, Sequence, Tuple
+from typing import Any, NamedTuple, Sequence, Tuple
 
 import numpy as np
 
@@ -71,7 +71,7 @@ def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS
 
 def _peak(index: int, peak: Any, grid: np.ndarray) -> np.ndarray:
     where = f"peaks[{index}]"
-    numbers: Optional[np.ndarray] = real_array(where, peak)
+    numbers = real_array(where, peak)
     if numbers.size != 3 or not np.all(numbers > 0.0):
         raise InputValueError(f"{where} is {peak!r}; time, width in decades and amplitude, all "
                               "above 0, are wanted")
