@@ -8,6 +8,7 @@ from conftest import ROOT
 
 import vorin
 from vorin import InputTypeError, InputValueError, LibraryNotFound
+from vorin.exports import AT_LEAST, EXPORTS, REPEATS
 
 NF, NG = 60, 12
 GRID = np.geomspace(0.003, 0.3, NG)
@@ -218,7 +219,8 @@ def test_a_bad_argument_is_named_before_the_call(library, change, kind, words):
     (lambda lib: lib.VorinSQC("Q", "TARG", bytearray(3), 5), ValueError, "3 bytes; 5 are wanted"),
     (lambda lib: lib.VorinSQC("S", "FLOG", "☃"), ValueError, "more than a byte"),
     (lambda lib: lib.Voriny_s(NF, NG, NF + 1), ValueError, "nfAddress is 61; 60 is wanted"),
-    (lambda lib: lib.VorinPruneZ(5, 4, 3, *[None] * 3, 1, 1, 3, 1), ValueError, "ldPoints is 4; at least nPoints, 5"),
+    (lambda lib: lib.VorinPruneZ(5, 4, 3, *[None] * 3, 1, 1, 3, 1), ValueError,
+     "ldPoints is 4; at least nPoints, 5"),
     (lambda lib: lib.VorinCompSVD_s(NF, NG, NF, 3, KERNEL, DATA, 0.0, 3),
      ValueError, "ldC is 3; at least n, 12"),
     (lambda lib: lib.VorinCompSVD2_s(NF, NG, NF, NF, KERNEL, DATA, 0.0, 3, Kc=KERNEL), ValueError,
@@ -236,6 +238,44 @@ def test_sizes_below_zero_stand_for_empty_arrays(library):
     assert library.VorinSEDiff(3, -4, np.zeros(0, np.float32)) == 0.0
     answer = library.plsB_dll(np.zeros((0, 3), order="F"), -1, 3, np.zeros(0), None, 0)
     assert answer.status == 1 and np.all(answer.x == 0.0)
+
+
+@pytest.mark.parametrize("name", EXPORTS)
+def test_small_and_empty_sizes_come_back(fresh, name):
+    """Arrays of exactly the stated shapes are enough, whatever the sizes and settings."""
+    rng = np.random.default_rng(sum(map(ord, name)))
+    export = EXPORTS[name]
+    kinds = {"i": np.int32, "f": np.float32, "d": np.float64}
+    called = 0
+    for _ in range(60):
+        fresh.set("BRDA", int(rng.integers(1, 4)))
+        fresh.set("TARG", str(rng.choice(["WEIG", "NOISE", "2"])))
+        fresh.set("PRMO", str(rng.choice(["LOG", "LIN", "NONE"])))
+        fresh.set("SVDN", int(rng.integers(0, 4)))
+        sizes = {a.name: int(rng.integers(-1, 8)) for a in export.arguments if a.type == "i"}
+        sizes.update({repeated: sizes[of] for repeated, of in REPEATS.items() if repeated in sizes})
+        for larger, smaller in AT_LEAST.get(name, ()):
+            sizes[larger] = max(sizes[larger], sizes[smaller])
+        arguments = []
+        for a in export.arguments:
+            if a.type == "c":
+                arguments.append({"mode": "Q", "key": "MAXI"}.get(a.name))
+            elif a.is_array:
+                values = rng.standard_normal(a.dimensions(sizes))
+                arguments.append(np.asfortranarray(np.cumsum(np.abs(values)).reshape(values.shape)
+                                                   if a.name in ("t", "T") else values,
+                                                   dtype=kinds[a.type]))
+            elif a.type == "i":
+                arguments.append(sizes[a.name] if a.read else None)
+            else:
+                arguments.append(float(rng.uniform(0.1, 2.0)) if a.read and a.type != "v" else None)
+        try:
+            getattr(fresh, name)(*arguments)
+        except InputValueError as error:
+            assert "share memory" in str(error)
+        else:
+            called += 1
+    assert called > 0
 
 
 def test_where_the_library_is_looked_for(tmp_path, monkeypatch):

@@ -1,5 +1,6 @@
 """Inversions side by side give the same bits as one after another."""
 
+import multiprocessing
 from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
@@ -62,6 +63,17 @@ def test_logs_of_threads_do_not_mix(decays, tmp_path):
         assert text.count("Start inversion") == 1 and "Successful inversion" in text
         weight = text.split("WEIG: target W=")[1].split()[0]
         assert float(weight) == k + 1.0
+
+
+def test_processes_give_the_same_bits(decays):
+    wanted = [vorin.invert(d.t, d.y) for d in decays[:4]]
+    with multiprocessing.get_context("fork").Pool(2) as pool:
+        answers = pool.starmap(_distribution, [(d.t, d.y) for d in decays[:4]])
+    assert all(np.array_equal(w.distribution, a) for w, a in zip(wanted, answers))
+
+
+def _distribution(t, y):
+    return vorin.invert(t, y).distribution
 
 
 def test_an_error_in_one_of_many_is_raised(decays):

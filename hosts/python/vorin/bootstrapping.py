@@ -22,7 +22,7 @@ _TAIL = 15.8655  # per cent
 _REPLICATES = (20, 100000)
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Bootstrap:
     """The middle 68 % of the replicates of :func:`vorin.bootstrap`.
 

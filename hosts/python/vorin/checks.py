@@ -12,7 +12,8 @@ import numpy as np
 from .errors import InputTypeError, InputValueError
 from .exports import Argument
 
-DTYPES: Dict[str, "np.dtype[Any]"] = {"i": np.dtype(np.int32), "f": np.dtype(np.float32), "d": np.dtype(np.float64)}
+DTYPES: Dict[str, "np.dtype[Any]"] = {
+    "i": np.dtype(np.int32), "f": np.dtype(np.float32), "d": np.dtype(np.float64)}
 C_TYPES: Dict[str, Any] = {"i": ctypes.c_int32, "f": ctypes.c_float, "d": ctypes.c_double}
 
 #: Length of a text that is read out with no length given: that of the longest slot.
@@ -90,8 +91,9 @@ def number_by_address(where: str, value: Any, argument: Argument) -> Tuple[Any, 
     if argument.written and value is None:
         variable = c_type(0)
     elif argument.written and not argument.read:
-        raise InputTypeError(f"{where} is {_kind(value)}; an array of 1 {DTYPES[argument.type].name}"
-                             " is wanted, or none, since the call returns the number")
+        raise InputTypeError(
+            f"{where} is {_kind(value)}; an array of 1 {DTYPES[argument.type].name} is wanted, or "
+            "none, since the call returns the number")
     else:
         variable = c_type(number(where, value, argument.type))
     return ctypes.byref(variable), variable

@@ -68,8 +68,8 @@ def as_times(t: Any) -> np.ndarray:
     """The sample times: rising from 0 or above."""
     times = real_array("t", t)
     if times.size < 2:
-        raise InputValueError(f"t has {times.size} element{'' if times.size == 1 else 's'}; a decay "
-                              "wants 2 samples at least")
+        raise InputValueError(f"t has {times.size} element{'' if times.size == 1 else 's'}; a "
+                              "decay wants 2 samples at least")
     if times[0] < 0.0:
         raise InputValueError(f"t[0] is {times[0]:g}; times are 0 or above")
     falls = np.nonzero(np.diff(times) <= 0.0)[0]

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import contextlib
+import os
 import threading
 from pathlib import Path
 from typing import Dict, Iterator, List, Tuple
@@ -13,6 +14,16 @@ from .settings import load_values, restore
 
 _guard = threading.Lock()
 _idle: Dict[Path, List[Tuple[Library, Dict[str, float]]]] = {}
+
+
+def _after_fork() -> None:
+    """A thread that held the guard does not live on in a forked process."""
+    global _guard
+    _guard = threading.Lock()
+
+
+if hasattr(os, "register_at_fork"):  # not on every system
+    os.register_at_fork(after_in_child=_after_fork)
 
 
 @contextlib.contextmanager

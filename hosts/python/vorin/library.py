@@ -11,7 +11,7 @@ import ctypes
 import inspect
 import os
 import threading
-from typing import Any, Callable, Dict, Optional, Union
+from typing import Any, Callable, Dict, Mapping, Optional, Union
 
 import numpy as np
 
@@ -271,6 +271,16 @@ class Library:
 
     def __repr__(self) -> str:
         return f"<vorin.Library {str(self.path)!r}{'' if self._handle else ', closed'}>"
+
+    def store_numbers(self, values: Mapping[str, float]) -> None:
+        """Sets many number keys in one go, without looking whether there are such keys."""
+        value, status = ctypes.c_float(), ctypes.c_int32()
+        with self.lock:
+            store = self._function("VorinSQR")
+            for key, number in values.items():
+                value.value = number
+                store(b"S", checks.characters("key", key, _FIXED_TEXT["key"]),
+                      ctypes.byref(value), ctypes.byref(status))
 
     def get(self, key: str) -> Union[float, str]:
         """The value of a key: a text where it is a text or a choice, otherwise a number.

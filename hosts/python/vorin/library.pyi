@@ -4,7 +4,7 @@ import os
 import threading
 from pathlib import Path
 from types import TracebackType
-from typing import NamedTuple, Optional, Tuple, Type, Union
+from typing import Mapping, NamedTuple, Optional, Tuple, Type, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -259,6 +259,7 @@ class Library:
     def __enter__(self) -> Library: ...
     def __exit__(self, kind: Optional[Type[BaseException]], value: Optional[BaseException],
                  trace: Optional[TracebackType]) -> None: ...
+    def store_numbers(self, values: Mapping[str, float]) -> None: ...
     def get(self, key: str) -> Union[float, str]: ...
     def set(self, key: str, value: Union[float, str]) -> None: ...
     def Vorin_s(self,

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import _ctypes
 import ctypes
+import functools
 import os
 import shutil
 import tempfile
@@ -28,6 +29,7 @@ def _candidates() -> Iterator[Path]:
         yield package.parents[2] / "build" / FILE_NAMES[0]
 
 
+@functools.lru_cache(maxsize=None)
 def _on_search_path() -> Optional[Path]:
     """Where the system's loader finds the library, told by the loader itself."""
     for name in FILE_NAMES:
@@ -44,7 +46,7 @@ def _on_search_path() -> Optional[Path]:
         except OSError:
             return None
         finally:
-            _ctypes.dlclose(handle._handle)
+            _ctypes.dlclose(handle._handle)  # type: ignore[attr-defined]
     return None
 
 
@@ -113,4 +115,4 @@ def load_private_copy(path: Path) -> ctypes.CDLL:
 
 def unload(handle: ctypes.CDLL) -> None:
     """Unloads a private copy. Nothing of it may be called afterwards."""
-    _ctypes.dlclose(handle._handle)
+    _ctypes.dlclose(handle._handle)  # type: ignore[attr-defined]

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import math
-from dataclasses import dataclass, field
+from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional
 
 import numpy as np
@@ -18,7 +18,7 @@ if TYPE_CHECKING:
     from matplotlib.figure import Figure
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, repr=False, eq=False)
 class Result:
     """The outcome of :func:`vorin.invert`. Amplitudes and errors are in the unit of the data.
 
@@ -64,6 +64,8 @@ class Result:
         The angle in radians by which complex data were turned.
     kernel : str
         The kernel's name; "own" for a matrix of the caller's.
+    described, problem
+        For the package's own use.
     """
 
     t: np.ndarray
@@ -86,8 +88,13 @@ class Result:
     rejected: np.ndarray
     phase: Optional[float]
     kernel: str
-    described: Kernel = field(repr=False)
-    problem: Problem = field(repr=False, compare=False)
+    described: Kernel
+    problem: Problem
+
+    def __repr__(self) -> str:
+        return (f"<vorin.Result {self.kernel}, {self.t.size} samples, {self.grid.size} grid "
+                f"values: log mean {self.log_mean:.4g}, weight {self.weight:.4g}, "
+                f"{self.status_text}>")
 
     @property
     def residual(self) -> np.ndarray:

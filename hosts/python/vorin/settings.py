@@ -28,10 +28,11 @@ CHOICES = {
 #: The library's estimators of the noise and the word of the key NALG for each.
 #:
 #: "fit" is the standard error of the non-negative fit without a penalty (the word FIT stands
-#: for the same, and a query does not give it back), "ridge" that of a ridge fit, "scan" the smallest standard error on a ladder of
-#: weights. "difference" takes second differences of neighbouring samples (first ones, D2,
-#: count the slope of the curve as noise); D3 makes the number in CSI2 the noise, which the
-#: compressed driver forms itself and a host of the plain one puts there.
+#: for the same, and a query does not give it back), "ridge" that of a ridge fit, "scan" the
+#: smallest standard error on a ladder of weights. "difference" takes second differences of
+#: neighbouring samples (first ones, D2, count the slope of the curve as noise); D3 makes the
+#: number in CSI2 the noise, which the compressed driver forms itself and a host of the plain
+#: one puts there.
 ESTIMATORS = {"fit": "UREG", "ridge": "REG", "scan": "ASYM", "difference": "D3"}
 
 _PRUNING = {"log": "LOG", "linear": "LIN", "none": "NONE"}
@@ -193,8 +194,7 @@ def load_values(library: Library) -> Dict[str, float]:
 
 def restore(library: Library, values: Mapping[str, float]) -> None:
     """Brings a library back to where every inversion starts, whatever ran before."""
-    for key, value in values.items():
-        library.VorinSQR("S", key, value)
+    library.store_numbers(values)
     for key, word in (("PRMO", "LOG"), ("NALG", "NONE"), ("TARG", "NOISE"), ("PRAV", "DATA")):
         library.VorinSQC("S", key, word)
 
