@@ -3,13 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <cctype>
 #include <cmath>
-#include <cstring>
-#include <fstream>
-#include <optional>
 
 #include "common/numbers.hpp"
+#include "common/table.hpp"
 #include "common/user_error.hpp"
 
 namespace vorin::host {
@@ -20,206 +18,252 @@ namespace fs = std::filesystem;
 
 /// Times beyond this are no times, and single precision would not hold them.
 constexpr double kLongestTime = 1e30;
+/// Amplitudes beyond these limits can't be squared in double precision with ease.
+constexpr double kLargestAmplitude = 1e100;
+constexpr double kSmallestAmplitude = 1e-100;
 
-/// The separator of a file, told from its first row; ' ' stands for any run of blanks.
-char separatorOf(std::string_view row) {
-  for (char candidate : {';', '\t', ','}) {
-    if (row.find(candidate) != std::string_view::npos) {
-      return candidate;
-    }
-  }
-  return ' ';
-}
-
-std::vector<std::string_view> fieldsOf(std::string_view row, char separator) {
-  std::vector<std::string_view> fields;
-  if (separator == ' ') {
-    std::size_t at = 0;
-    while ((at = row.find_first_not_of(" \t", at)) != std::string_view::npos) {
-      const std::size_t stop = std::min(row.find_first_of(" \t", at), row.size());
-      fields.push_back(row.substr(at, stop - at));
-      at = stop;
-    }
-    return fields;
-  }
-  while (true) {
-    const std::size_t stop = row.find(separator);
-    fields.push_back(trimmed(row.substr(0, stop)));
-    if (stop == std::string_view::npos) {
-      return fields;
-    }
-    row.remove_prefix(stop + 1);
-  }
-}
-
-/// A header has words only: a number in it would be a row with a mistake, and a
-/// control character is no text.
-bool isHeader(const std::vector<std::string_view>& fields) {
-  return std::all_of(fields.begin(), fields.end(), [](std::string_view field) {
-    return !field.empty() && !parseNumber(field).has_value() &&
-           std::none_of(field.begin(), field.end(),
-                        [](unsigned char c) { return c < ' ' || c == 0x7f; });
+bool sameWord(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
+    return std::tolower(x) == std::tolower(y);
   });
 }
 
-std::ifstream openForReading(const fs::path& path) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (!fs::exists(status)) {
-    throw UserError(
-        fmt::format("{}: there is no such file; give the name of a CSV file", path.string()));
+std::string quotedList(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) {
+    list += (list.empty() ? "" : ", ") + inQuotes(name);
   }
-  if (fs::is_directory(status)) {
-    throw UserError(
-        fmt::format("{}: this is a folder; give the name of a CSV file in it", path.string()));
-  }
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    throw UserError(
-        fmt::format("{}: the file can't be opened ({})", path.string(), std::strerror(errno)));
-  }
-  return file;
+  return list;
 }
 
-/// Turns the lines of one file into rows, one line at a time.
-class RowReader {
- public:
-  RowReader(const fs::path& path, std::string_view xName, std::string_view yName)
-      : path_(path.string()), xName_(xName), yName_(yName) {}
-
-  void take(std::string_view line) {
-    ++line_;
-    if (line_ == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") {
-      line.remove_prefix(3);  // the byte-order mark that some spreadsheets write
+/// The column, from 0, that `column` names.
+std::size_t columnIndex(const std::string& column, const ColumnChoice& choice, const Table& table) {
+  const auto fail = [&](std::string_view why) {
+    return UserError(fmt::format("--columns {}: {}", inQuotes(choice.text), why));
+  };
+  if (const std::optional<long long> number = parseInteger(column)) {
+    if (*number < 1 || *number > static_cast<long long>(table.columns())) {
+      throw fail(fmt::format("there is no column {} in {}, which has {}", *number, table.name(),
+                             table.columns()));
     }
-    line = trimmed(line);
-    if (line.empty() || line.front() == '#') {
-      return;
-    }
-    const bool mayBeHeader = separator_ == '\0' && !headerSeen_;
-    const char separator = separator_ == '\0' ? separatorOf(line) : separator_;
-    const std::vector<std::string_view> fields = fieldsOf(line, separator);
-    if (mayBeHeader && isHeader(fields)) {
-      headerSeen_ = true;
-      return;
-    }
-    separator_ = separator;
-    if (fields.size() != 2) {
-      fail(fmt::format("this row has {} field{}; a row wants 2, {} and {}, separated by a comma",
-                       fields.size(), fields.size() == 1 ? "" : "s", xName_, yName_));
-    }
-    columns_.x.push_back(number(fields[0], xName_));
-    columns_.y.push_back(number(fields[1], yName_));
-    columns_.line.push_back(line_);
+    return static_cast<std::size_t>(*number - 1);
   }
-
-  TwoColumns finish() {
-    if (columns_.x.empty()) {
-      throw UserError(fmt::format("{}: there are no rows of numbers; give one row a sample, {},{}",
-                                  path_, xName_, yName_));
-    }
-    return std::move(columns_);
+  const std::vector<std::string>& names = table.header();
+  if (names.empty()) {
+    throw fail(
+        fmt::format("{} has no header line with names for its {} columns; give their numbers",
+                    table.name(), table.columns()));
   }
-
- private:
-  [[noreturn]] void fail(std::string_view what) const {
-    throw UserError(fmt::format("{}, line {}: {}", path_, line_, what));
+  auto found = std::find(names.begin(), names.end(), column);
+  if (found == names.end()) {
+    found = std::find_if(names.begin(), names.end(),
+                         [&](const std::string& name) { return sameWord(name, column); });
   }
-
-  double number(std::string_view field, std::string_view name) const {
-    const std::optional<double> value = parseNumber(field);
-    if (!value) {
-      if (field.empty()) {
-        fail(fmt::format("the {} is missing; write a number such as 0.0012", name));
-      }
-      fail(fmt::format("the {} {} is not a number; write one such as 0.0012 or 1.2e-3", name,
-                       inQuotes(field)));
-    }
-    if (!std::isfinite(*value)) {
-      fail(fmt::format("the {} {} is not a finite number; leave out samples without a value", name,
-                       inQuotes(field)));
-    }
-    return *value;
+  if (found == names.end()) {
+    throw fail(fmt::format("there is no column {} in {}, whose columns are {}", inQuotes(column),
+                           table.name(), quotedList(names)));
   }
+  return static_cast<std::size_t>(found - names.begin());
+}
 
-  std::string path_;
-  std::string_view xName_;
-  std::string_view yName_;
-  long line_ = 0;
-  char separator_ = '\0';  ///< told from the first row of numbers
-  bool headerSeen_ = false;
-  TwoColumns columns_;
-};
+std::vector<std::size_t> columnIndices(const std::optional<ColumnChoice>& choice,
+                                       const Table& table) {
+  if (!choice) {
+    return {0, 1};
+  }
+  std::vector<std::size_t> indices;
+  for (const std::string& column : choice->columns) {
+    const std::size_t index = columnIndex(column, *choice, table);
+    if (std::find(indices.begin(), indices.end(), index) != indices.end()) {
+      throw UserError(fmt::format("--columns {}: column {} of {} is named twice",
+                                  inQuotes(choice->text), index + 1, table.name()));
+    }
+    indices.push_back(index);
+  }
+  return indices;
+}
 
-void checkTimes(const fs::path& path, const TwoColumns& columns, bool zeroAllowed) {
-  for (std::size_t i = 0; i < columns.x.size(); ++i) {
-    const double time = columns.x[i];
-    const std::string place = fmt::format("{}, line {}", path.string(), columns.line[i]);
+/// Throws UserError for a file of more than two columns that nobody chose from.
+void requireTwoColumns(const Table& table, std::string_view abscissa) {
+  if (table.columns() == 2) {
+    return;
+  }
+  if (table.columns() < 2) {
+    throw UserError(
+        fmt::format("{}: this row has 1 field; a row wants 2, {} and amplitude, "
+                    "separated by a comma",
+                    table.place(0), abscissa));
+  }
+  if (table.commasMayBeDecimal()) {
+    throw UserError(fmt::format(
+        "{}: the commas may separate fields or stand before decimals; separate the fields by "
+        "semicolons, or say by --columns, for instance --columns 1,2, that they are columns",
+        table.place(0)));
+  }
+  throw UserError(fmt::format(
+      "{}: this row has {} fields; say by --columns which hold {} and amplitude, for instance "
+      "--columns 1,2, or 1,2,3 with the imaginary channel of complex data",
+      table.place(0), table.columns(), abscissa));
+}
+
+void checkTimes(const Table& table, const std::vector<double>& times, Quantity quantity,
+                double unit, bool zeroAllowed) {
+  const std::string_view name = quantityName(quantity);
+  const std::string units =
+      quantity == Quantity::plain || unit != 1.0
+          ? ""
+          : fmt::format(" in {},", quantity == Quantity::time ? "seconds" : siUnit(quantity));
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    const double time = times[i];
     if (time < 0.0 || (time == 0.0 && !zeroAllowed)) {
-      throw UserError(fmt::format("{}: the time {:g} is {}; times are in seconds, {}", place, time,
-                                  time < 0.0 ? "negative" : "0",
+      throw UserError(fmt::format("{}: the {} {:g} is {}; {}s are{} {}", table.place(i), name, time,
+                                  time < 0.0 ? "negative" : "0", name, units,
                                   zeroAllowed ? "0 or above" : "above 0"));
     }
-    if (time > kLongestTime) {
-      throw UserError(
-          fmt::format("{}: the time {:g} is too long; times are in seconds, {:g} at most", place,
-                      time, kLongestTime));
+    if (time * unit > kLongestTime) {
+      throw UserError(fmt::format(
+          "{}: the {} {:g} is too {}; {}s are{} {:g} at most", table.place(i), name, time,
+          quantity == Quantity::time ? "long" : "large", name, units, kLongestTime));
     }
-    if (i > 0 && !(time > columns.x[i - 1])) {
+    if (i > 0 && !(time > times[i - 1])) {
       throw UserError(
-          fmt::format("{}: the time {:g} does not rise above the {:g} of the row before; sort the "
-                      "rows by time, each time once",
-                      place, time, columns.x[i - 1]));
+          fmt::format("{}: the {} {:g} does not rise above the {:g} of the row before; sort the "
+                      "rows by {}, each {} once",
+                      table.place(i), name, time, times[i - 1], name, name));
     }
+  }
+}
+
+/// Throws UserError for amplitudes too large or too small to work with; `all` are
+/// those of both channels.
+void checkAmplitudes(const Table& table, const std::vector<std::vector<double>>& all) {
+  double largest = 0.0;
+  for (const std::vector<double>& channel : all) {
+    for (std::size_t i = 0; i < channel.size(); ++i) {
+      if (std::fabs(channel[i]) > kLargestAmplitude) {
+        throw UserError(
+            fmt::format("{}: the amplitude {:g} is too large; give it in another unit, "
+                        "{:g} at most",
+                        table.place(i), channel[i], kLargestAmplitude));
+      }
+      largest = std::max(largest, std::fabs(channel[i]));
+    }
+  }
+  if (largest == 0.0) {
+    throw UserError(
+        fmt::format("{}: every amplitude is 0; a decay wants one that is not", table.name()));
+  }
+  if (largest < kSmallestAmplitude) {
+    throw UserError(fmt::format("{}: no amplitude is above {:g}; give them in another unit",
+                                table.name(), kSmallestAmplitude));
   }
 }
 
 }  // namespace
 
-TwoColumns readTwoColumns(const fs::path& path, std::string_view xName, std::string_view yName) {
-  std::ifstream file = openForReading(path);
-  RowReader reader(path, xName, yName);
-  std::string line;
-  while (std::getline(file, line)) {
-    reader.take(line);
+ColumnChoice parseColumns(std::string_view text, std::string_view option) {
+  ColumnChoice choice{std::string(text), {}};
+  std::string_view rest = text;
+  bool empty = false;
+  while (true) {
+    const std::size_t comma = rest.find(',');
+    choice.columns.emplace_back(trimmed(rest.substr(0, comma)));
+    empty = empty || choice.columns.back().empty();
+    if (comma == std::string_view::npos) {
+      break;
+    }
+    rest.remove_prefix(comma + 1);
   }
-  if (file.bad()) {
-    throw UserError(fmt::format("{}: the file can't be read to its end", path.string()));
+  if (empty || choice.columns.size() < 2 || choice.columns.size() > 3) {
+    throw UserError(fmt::format(
+        "{} {}: two or three columns are wanted, by number from 1 or by name, with commas between "
+        "them; write for instance 1,2, or 1,2,3 with an imaginary channel",
+        option, inQuotes(text)));
   }
-  return reader.finish();
+  return choice;
+}
+
+MeasuredDecay readMeasuredDecay(const fs::path& path, const DecayFormat& format) {
+  const TextFile file = readTextFile(path);
+  const std::string_view abscissa = quantityName(format.abscissa);
+  const std::string wanted = fmt::format("{} and amplitude", abscissa);
+  const std::string example = fmt::format("{},amplitude", abscissa);
+  const Table table(file, wanted, example);
+  if (!format.columns) {
+    requireTwoColumns(table, abscissa);
+  }
+  const std::vector<std::size_t> columns = columnIndices(format.columns, table);
+  MeasuredDecay result;
+  result.decay.time = table.numbers(columns[0], abscissa);
+  result.decay.amplitude = table.numbers(columns[1], "amplitude");
+  if (columns.size() > 2) {
+    result.imaginary = table.numbers(columns[2], "imaginary amplitude");
+  }
+  checkTimes(table, result.decay.time, format.abscissa, format.unit, true);
+  if (table.rows() < 2) {
+    throw UserError(
+        fmt::format("{}: this is the only row; a decay wants 2 at least", table.place(0)));
+  }
+  checkAmplitudes(table, {result.decay.amplitude, result.imaginary});
+  for (double& time : result.decay.time) {
+    // Units below 1 are divided by a whole number, so that 1 ms is 0.001 to the last bit.
+    time = format.unit < 1.0 ? time / std::round(1.0 / format.unit) : time * format.unit;
+  }
+  return result;
 }
 
 Decay readDecay(const fs::path& path) {
-  TwoColumns columns = readTwoColumns(path, "time", "amplitude");
-  checkTimes(path, columns, true);
-  if (columns.x.size() < 2) {
-    throw UserError(fmt::format("{}, line {}: this is the only row; a decay wants 2 at least",
-                                path.string(), columns.line.front()));
-  }
-  if (std::all_of(columns.y.begin(), columns.y.end(), [](double y) { return y == 0.0; })) {
-    throw UserError(
-        fmt::format("{}: every amplitude is 0; a decay wants one that is not", path.string()));
-  }
-  return {std::move(columns.x), std::move(columns.y)};
+  return readMeasuredDecay(path, {}).decay;
 }
 
-Distribution readDistribution(const fs::path& path) {
-  TwoColumns columns = readTwoColumns(path, "relaxation time", "amplitude");
-  checkTimes(path, columns, false);
+Distribution readDistribution(const fs::path& path, Quantity quantity) {
+  const std::string name(quantity == Quantity::time ? "relaxation time" : quantityName(quantity));
+  const TextFile file = readTextFile(path);
+  const Table table(file, name + " and amplitude", name + ",amplitude");
+  if (table.columns() < 2) {
+    throw UserError(
+        fmt::format("{}: this row has 1 field; a row wants 2, {} and amplitude, "
+                    "separated by a comma",
+                    table.place(0), name));
+  }
+  Distribution result{table.numbers(0, name), table.numbers(1, "amplitude")};
+  checkTimes(table, result.time, quantity, 1.0, false);
   double total = 0.0;
-  for (std::size_t i = 0; i < columns.y.size(); ++i) {
-    if (columns.y[i] < 0.0) {
-      throw UserError(fmt::format(
-          "{}, line {}: the amplitude {:g} is negative; a distribution has none below 0",
-          path.string(), columns.line[i], columns.y[i]));
+  for (std::size_t i = 0; i < result.amplitude.size(); ++i) {
+    if (result.amplitude[i] < 0.0) {
+      throw UserError(
+          fmt::format("{}: the amplitude {:g} is negative; a distribution has none "
+                      "below 0",
+                      table.place(i), result.amplitude[i]));
     }
-    total += columns.y[i];
+    total += result.amplitude[i];
   }
   if (!(total > 0.0)) {
     throw UserError(
-        fmt::format("{}: every amplitude is 0; a distribution wants one above 0", path.string()));
+        fmt::format("{}: every amplitude is 0; a distribution wants one above 0", table.name()));
   }
-  return {std::move(columns.x), std::move(columns.y)};
+  return result;
+}
+
+std::vector<double> readGrid(const fs::path& path, Quantity quantity) {
+  const TextFile file = readTextFile(path);
+  const std::string_view name = quantityName(quantity);
+  const Table table(file, "", fmt::format("one {} a line", name));
+  std::vector<double> values = table.numbers(0, name);
+  checkTimes(table, values, quantity, 1.0, false);
+  return values;
+}
+
+Matrix readMatrix(const fs::path& path) {
+  const TextFile file = readTextFile(path);
+  const Table table(file, "", "one number for each value of the grid");
+  Matrix matrix{table.rows(), table.columns(), {}};
+  matrix.values.reserve(matrix.rows * matrix.columns);
+  for (std::size_t column = 0; column < matrix.columns; ++column) {
+    const std::vector<double> values = table.numbers(column, "kernel value");
+    matrix.values.insert(matrix.values.end(), values.begin(), values.end());
+  }
+  return matrix;
 }
 
 }  // namespace vorin::host

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -50,6 +49,10 @@ OutputFiles::~OutputFiles() {
   }
 }
 
+void OutputFiles::protect(const fs::path& input) {
+  protected_.insert(resolved(input));
+}
+
 fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
                                const fs::path& input) {
   const auto fail = [&](std::string_view why) {
@@ -63,14 +66,14 @@ fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
   if (!fs::is_directory(target.parent_path(), error)) {
     throw fail(fmt::format("there is no folder {}; make it first", target.parent_path().string()));
   }
-  if (!input.empty() && target == resolved(input)) {
+  if ((!input.empty() && target == resolved(input)) || protected_.contains(target)) {
     throw fail("this is the file that is read; give another name");
   }
-  if (std::find(announced_.begin(), announced_.end(), target) != announced_.end()) {
+  if (announced_.contains(target)) {
     throw fail("two outputs have this name; give each its own");
   }
   if (!fs::exists(target, error) || fs::is_regular_file(target, error)) {
-    announced_.push_back(target);  // a device or a pipe may take several
+    announced_.insert(target);  // a device or a pipe may take several
   }
   return target;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,11 +19,15 @@ class OutputFiles {
   OutputFiles& operator=(const OutputFiles&) = delete;
   ~OutputFiles();
 
+  /// Takes note of a file that is read, which no target may be.
+  void protect(const std::filesystem::path& input);
+
   /// Takes note of `path`, given by `option`, before any work is done, and returns it
   /// as an absolute path, for write(). Throws UserError when its folder does not exist,
-  /// when it is a folder itself, or when it is `input` or a target announced before.
+  /// when it is a folder itself, or when it is `input` (or none), a protected file, or a
+  /// target announced before.
   std::filesystem::path announce(const std::filesystem::path& path, std::string_view option,
-                                 const std::filesystem::path& input);
+                                 const std::filesystem::path& input = {});
 
   /// Keeps `content` for `target`, which announce() returned. Throws UserError when it
   /// can't be written.
@@ -37,7 +42,8 @@ class OutputFiles {
     std::filesystem::path temporary;
     std::filesystem::path target;
   };
-  std::vector<std::filesystem::path> announced_;
+  std::set<std::filesystem::path> protected_;
+  std::set<std::filesystem::path> announced_;
   std::vector<Staged> staged_;
 };
 

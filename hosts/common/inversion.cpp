@@ -130,6 +130,12 @@ Inversion solve(const Problem& problem, const InversionSettings& settings) {
   return result;
 }
 
+UserError noNoise() {
+  return UserError(
+      "the data show no noise to aim the fit at (too few samples, or computed data); give the "
+      "noise by --noise SIGMA or a weight by --weight W");
+}
+
 }  // namespace
 
 void requireUsable(const Decay& decay, const InversionSettings& settings) {
@@ -150,6 +156,14 @@ void requireUsable(const Decay& decay, const InversionSettings& settings) {
   }
 }
 
+void requireNoise(const Decay& decay, const InversionSettings& settings) {
+  setKeys(settings);
+  if (!settings.noise && settings.noiseSource == NoiseSource::robust && needsNoise(settings) &&
+      !differenceNoise(decay)) {
+    throw noNoise();
+  }
+}
+
 Inversion invert(const Decay& decay, const InversionSettings& settings) {
   requireUsable(decay, settings);
   const Problem whole(decay, settings);
@@ -165,9 +179,7 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
   if (noise.value) {
     setNoise(*noise.value / scale);
   } else if (needsNoise(settings)) {
-    throw UserError(
-        "the data show no noise to aim the fit at (too few samples, or computed data); give the "
-        "noise by --noise SIGMA or a weight by --weight W");
+    throw noNoise();
   }
 
   Inversion result = solve(problem, settings);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,7 +32,10 @@ enum class NoiseSource {
 
 struct InversionSettings {
   Kernel kernel = Kernel::t2;
-  std::vector<double> grid;      ///< relaxation times in seconds, rising
+  std::vector<double> grid;  ///< relaxation times in seconds, rising
+  /// Samples x grid by columns; without it that of `kernel` is computed. Decays of one
+  /// shape share it, and Kernel::matrix needs it.
+  std::shared_ptr<const std::vector<float>> matrix;
   std::optional<double> weight;  ///< a fixed weight; without it the library searches
   bool corner = false;           ///< for the corner of the L-curve, not for the noise
   std::optional<double> noise;   ///< standard deviation, in the unit of the data
@@ -82,6 +86,10 @@ struct Inversion {
 /// noise of an imaginary channel that it does not have, bins for outliers to stay out of
 /// that there are none of.
 void requireUsable(const Decay& decay, const InversionSettings& settings);
+
+/// Throws the UserError with which invert() would answer a decay that shows no noise, so
+/// that it can be had before the first of many is inverted. Sets the library's keys.
+void requireNoise(const Decay& decay, const InversionSettings& settings);
 
 /// Inverts `decay`. The library's log is left in the working directory as
 /// "Vorin.log". Throws UserError for an assignment that can't be carried out and

@@ -16,13 +16,25 @@ struct Row {
   Kernel kernel;
   std::string_view name;
   std::string_view formula;
-  std::string_view timeName;
+  std::string_view gridShort;
+  std::string_view gridName;
+  std::string_view gridColumn;
+  std::string_view abscissaColumn;
+  Quantity abscissa;
+  Quantity grid;
 };
 
-constexpr std::array<Row, 3> kTable{{
-    {Kernel::t2, "t2", "exp(-t/T2)", "T2"},
-    {Kernel::t1Saturation, "t1-saturation", "1 - exp(-t/T1)", "T1"},
-    {Kernel::t1Inversion, "t1-inversion", "1 - 2 exp(-t/T1)", "T1"},
+constexpr std::array<Row, 5> kTable{{
+    {Kernel::t2, "t2", "exp(-t/T2)", "T2", "relaxation time T2", "t2_s", "time_s", Quantity::time,
+     Quantity::time},
+    {Kernel::t1Saturation, "t1-saturation", "1 - exp(-t/T1)", "T1", "relaxation time T1", "t1_s",
+     "time_s", Quantity::time, Quantity::time},
+    {Kernel::t1Inversion, "t1-inversion", "1 - 2 exp(-t/T1)", "T1", "relaxation time T1", "t1_s",
+     "time_s", Quantity::time, Quantity::time},
+    {Kernel::diffusion, "diffusion", "exp(-b D)", "D", "diffusion coefficient D", "d_m2_s",
+     "b_s_m2", Quantity::bValue, Quantity::diffusion},
+    {Kernel::matrix, "matrix", "matrix from a file", "the grid", "grid value", "grid", "time_s",
+     Quantity::time, Quantity::plain},
 }};
 
 const Row& rowOf(Kernel kernel) {
@@ -33,13 +45,13 @@ const Row& rowOf(Kernel kernel) {
 
 Kernel parseKernel(std::string_view name, std::string_view option) {
   for (const Row& row : kTable) {
-    if (row.name == name) {
+    if (row.name == name && row.kernel != Kernel::matrix) {
       return row.kernel;
     }
   }
   throw UserError(
-      fmt::format("{} {}: there is no such kernel; write t2, t1-saturation or "
-                  "t1-inversion",
+      fmt::format("{} {}: there is no such kernel; write t2, t1-saturation, t1-inversion or "
+                  "diffusion",
                   option, inQuotes(name)));
 }
 
@@ -50,7 +62,22 @@ std::string_view kernelFormula(Kernel kernel) {
   return rowOf(kernel).formula;
 }
 std::string_view relaxationTimeName(Kernel kernel) {
-  return rowOf(kernel).timeName;
+  return rowOf(kernel).gridShort;
+}
+std::string_view gridName(Kernel kernel) {
+  return rowOf(kernel).gridName;
+}
+std::string_view gridColumn(Kernel kernel) {
+  return rowOf(kernel).gridColumn;
+}
+std::string_view abscissaColumn(Kernel kernel) {
+  return rowOf(kernel).abscissaColumn;
+}
+Quantity abscissaQuantity(Kernel kernel) {
+  return rowOf(kernel).abscissa;
+}
+Quantity gridQuantity(Kernel kernel) {
+  return rowOf(kernel).grid;
 }
 
 double kernelValue(Kernel kernel, double t, double T) {
@@ -60,6 +87,10 @@ double kernelValue(Kernel kernel, double t, double T) {
       return -std::expm1(-t / T);
     case Kernel::t1Inversion:
       return -2.0 * std::expm1(-t / T) - 1.0;
+    case Kernel::diffusion:
+      return std::exp(-t * T);
+    case Kernel::matrix:
+      return 0.0;
     case Kernel::t2:
       break;
   }

@@ -50,6 +50,26 @@ double positionOf(const Run& run, const Distribution& distribution) {
   return std::exp(0.5 * (before + left) - slopeBefore / (2.0 * curvature));
 }
 
+/// The amplitudes of a peak and the spread of log10 T over them (updated as they come:
+/// Welford, Technometrics 4, 419, 1962, with weights).
+struct Part {
+  double sum = 0.0;
+  double mean = 0.0;
+  double squares = 0.0;
+
+  void add(double time, double amplitude) {
+    if (!(amplitude > 0.0)) {
+      return;
+    }
+    sum += amplitude;
+    const double away = std::log10(time) - mean;
+    mean += away * amplitude / sum;
+    squares += amplitude * away * (std::log10(time) - mean);
+  }
+
+  double width() const { return sum > 0.0 ? std::sqrt(std::max(squares, 0.0) / sum) : 0.0; }
+};
+
 }  // namespace
 
 double totalAmplitude(const Distribution& distribution) {
@@ -74,28 +94,28 @@ std::vector<Peak> peaks(const Distribution& distribution, double smallestShare) 
   const double total = totalAmplitude(distribution);
   const std::vector<Run> tops = maxima(f);
   std::vector<Peak> result;
-  std::size_t start = 0;  // first index of this peak
-  double carried = 0.0;   // the half of the minimum before it
-  for (std::size_t p = 0; p < tops.size(); ++p) {
-    double sum = carried;
+  Part part;  // with the half of the minimum before it, if there is one
+  for (std::size_t p = 0, start = 0; p < tops.size(); ++p) {
     std::size_t end = f.size();  // one behind its last whole index
+    Part next;
     if (p + 1 < tops.size()) {
       const auto lowest =
           std::min_element(f.begin() + static_cast<std::ptrdiff_t>(tops[p].last + 1),
                            f.begin() + static_cast<std::ptrdiff_t>(tops[p + 1].first));
       end = static_cast<std::size_t>(lowest - f.begin());
-      carried = 0.5 * *lowest;
-      sum += carried;
+      part.add(distribution.time[end], 0.5 * f[end]);
+      next.add(distribution.time[end], 0.5 * f[end]);
     }
     for (std::size_t k = start; k < end; ++k) {
-      sum += f[k];
+      part.add(distribution.time[k], f[k]);
     }
     start = end + 1;
-    const double share = sum / total;
+    const double share = part.sum / total;
     if (share >= smallestShare) {
       const bool atGridEnd = tops[p].first == 0 || tops[p].last + 1 == f.size();
-      result.push_back({positionOf(tops[p], distribution), share, atGridEnd});
+      result.push_back({positionOf(tops[p], distribution), share, part.width(), atGridEnd});
     }
+    part = next;
   }
   return result;
 }

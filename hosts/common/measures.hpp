@@ -18,6 +18,7 @@ double logMean(const Distribution& distribution);
 struct Peak {
   double time;     ///< its position in seconds, interpolated between grid times
   double share;    ///< the part of the total between the minima beside it, 0 to 1
+  double width;    ///< standard deviation of log10 T over that part, in decades
   bool atGridEnd;  ///< the distribution rises up to the first or last grid time
 };
 
@@ -25,7 +26,8 @@ struct Peak {
 ///
 /// A run of equal values is one maximum when both sides fall. The position is the
 /// vertex of the parabola through the maximum and its neighbours over ln T. The
-/// amplitude at a minimum between two peaks goes to both in equal parts.
+/// amplitude at a minimum between two peaks goes to both in equal parts. A peak on one
+/// grid time has a width of 0.
 std::vector<Peak> peaks(const Distribution& distribution, double smallestShare = 0.005);
 
 }  // namespace vorin::host

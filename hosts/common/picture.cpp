@@ -9,8 +9,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "common/gnuplot.hpp"
 #include "common/measures.hpp"
-#include "common/numbers.hpp"
 #include "common/user_error.hpp"
 
 namespace vorin::host {
@@ -18,45 +18,6 @@ namespace vorin::host {
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The unit that both time axes share, so that the eye can go from one to the other.
-struct AxisUnit {
-  double size;
-  std::string_view name;
-};
-
-AxisUnit axisUnit(double longestTime) {
-  if (longestTime >= 3.0) {
-    return {1.0, "s"};
-  }
-  return longestTime >= 3e-3 ? AxisUnit{1e-3, "ms"} : AxisUnit{1e-6, "us"};
-}
-
-std::string_view terminal(const fs::path& picture) {
-  const std::string kind = picture.extension().string();
-  if (kind == ".svg") {
-    return "svg size 1000,1050 dynamic background 'white' font 'DejaVu Sans,15'";
-  }
-  if (kind == ".pdf") {
-    return "pdfcairo size 20cm,21cm font 'DejaVu Sans,11'";
-  }
-  return "pngcairo size 1000,1050 font 'DejaVu Sans,12'";
-}
-
-/// `text` inside single quotes of a gnuplot script.
-std::string scriptQuoted(std::string_view text) {
-  std::string result = "'";
-  for (char c : text) {
-    if (static_cast<unsigned char>(c) < ' ') {
-      c = '?';
-    }
-    result += c;
-    if (c == '\'') {
-      result += c;
-    }
-  }
-  return result + "'";
-}
 
 /// Width of the grid around each time in decades: what an amplitude is spread over.
 /// Amplitudes a decade do not depend on how fine the grid is, so that two
@@ -89,12 +50,21 @@ void writeData(const PictureContent& content) {
     std::ofstream file(name);
     const std::vector<double> density = perDecade(distribution);
     for (std::size_t k = 0; k < density.size(); ++k) {
-      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / content.timeUnit, density[k]);
+      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / content.gridUnit, density[k]);
     }
   };
   writeDistribution("distribution.dat", content.distribution);
   if (content.truth) {
     writeDistribution("truth.dat", *content.truth);
+  }
+  if (!content.bandLower.empty()) {
+    const std::vector<double>& grid = content.distribution.time;
+    const std::vector<double> lower = perDecade({grid, content.bandLower});
+    const std::vector<double> upper = perDecade({grid, content.bandUpper});
+    std::ofstream file("band.dat");
+    for (std::size_t k = 0; k < grid.size(); ++k) {
+      file << fmt::format("{:.8g} {:.8g} {:.8g}\n", grid[k] / content.gridUnit, lower[k], upper[k]);
+    }
   }
 }
 
@@ -180,15 +150,19 @@ set logscale x
 set xrange [{:.6g}:{:.6g}]
 set yrange [0:*]
 set format x '%g'
-set xlabel {}
+set xlabel {} offset 0,0.3
 set ylabel 'amplitude per decade'
 )",
-                                   T.front() / content.timeUnit, T.back() / content.timeUnit,
+                                   T.front() / content.gridUnit, T.back() / content.gridUnit,
                                    scriptQuoted(content.distributionAxis));
+  // Without a band the area below the curve is filled, with one the band alone.
   std::string plots =
-      "plot 'distribution.dat' with filledcurves y1=0 fs solid 0.35 noborder lc rgb '#7f9fc4' "
-      "notitle, "
-      "'distribution.dat' with lines lw 2 lc rgb '#2d5d9b' title 'distribution'";
+      content.bandLower.empty()
+          ? "plot 'distribution.dat' with filledcurves y1=0 fs solid 0.35 noborder lc rgb "
+            "'#7f9fc4' notitle, "
+          : "plot 'band.dat' with filledcurves fs solid 0.45 noborder lc rgb '#7f9fc4' title "
+            "'68 % band', ";
+  plots += "'distribution.dat' with lines lw 2 lc rgb '#2d5d9b' title 'distribution'";
   if (content.truth) {
     plots += ", 'truth.dat' with lines lw 1.5 dt 2 lc rgb '#303030' title 'truth'";
   }
@@ -196,19 +170,11 @@ set ylabel 'amplitude per decade'
     script += fmt::format(
         "set arrow 1 from {0:.8g}, graph 0 to {0:.8g}, graph 1 nohead lw 1.5 dt 4 lc rgb '#b8322a' "
         "front\n",
-        logMean(content.distribution) / content.timeUnit);
+        logMean(content.distribution) / content.gridUnit);
     plots += fmt::format(", NaN with lines lw 1.5 dt 4 lc rgb '#b8322a' title 'log mean {}'",
                          content.logMean);
   }
   return script + plots + "\nunset multiplot\nset output\n";
-}
-
-std::string titleText(const Inversion& inversion, const ReportContext& context) {
-  constexpr std::size_t kLongestName = 50;
-  return fmt::format("{:.{}}: weight {}, standard error {}",
-                     fs::path(context.name).filename().string(), kLongestName,
-                     significant(inversion.weight, 3), significant(inversion.reachedError, 3)) +
-         (succeeded(inversion) ? "" : fmt::format(" (unsuccessful, status {})", inversion.status));
 }
 
 }  // namespace
@@ -230,36 +196,12 @@ void requireGnuplot(const fs::path& picture, std::string_view option) {
 std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
                         const PictureContent& content) {
   writeData(content);
-  {
-    std::ofstream script("picture.gp");
-    script << "set terminal " << terminal(picture) << "\nset output 'picture.out'\n"
-           << kCommon << "set title " << scriptQuoted(content.title)
-           << " noenhanced font ',15' offset 0,1\n"
-           << decayPanels(content) << distributionPanel(content);
-  }
-  if (std::system("gnuplot picture.gp >picture.log 2>&1") != 0) {
-    throw UserError(fmt::format("{}: gnuplot could not draw the picture: {}", picture.string(),
-                                trimmed(contentOf(scratch.path() / "picture.log"))));
-  }
-  return contentOf(scratch.path() / "picture.out");
-}
-
-std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
-                        const Inversion& inversion, const ReportContext& context) {
-  const AxisUnit unit = axisUnit(context.decay.time.back());
-  const double mean = logMean(inversion.distribution);
-  return drawPicture(picture, scratch,
-                     {.title = titleText(inversion, context),
-                      .time = context.decay.time,
-                      .amplitude = context.decay.amplitude,
-                      .fit = inversion.fit,
-                      .distribution = inversion.distribution,
-                      .truth = context.truth,
-                      .timeUnit = unit.size,
-                      .timeAxis = fmt::format("time ({})", unit.name),
-                      .distributionAxis = fmt::format(
-                          "relaxation time {} ({})", relaxationTimeName(context.kernel), unit.name),
-                      .logMean = std::isnan(mean) ? "" : timeText(mean)});
+  const std::string script =
+      fmt::format("{}set title {} noenhanced font ',15' offset 0,1\n{}{}", kCommon,
+                  scriptQuoted(content.title), decayPanels(content), distributionPanel(content));
+  constexpr int kWidth = 1000;
+  constexpr int kHeight = 1050;
+  return runGnuplot(picture, scratch, script, kWidth, kHeight);
 }
 
 }  // namespace vorin::host

@@ -26,7 +26,10 @@ struct PictureContent {
   std::vector<double> fit;  ///< none: the residual's panel stays away too
   Distribution distribution;
   std::optional<Distribution> truth;
-  double timeUnit = 1.0;         ///< what all times are divided by
+  std::vector<double> bandLower;  ///< of the distribution; none: no band
+  std::vector<double> bandUpper;
+  double timeUnit = 1.0;         ///< what the times of the decay are divided by
+  double gridUnit = 1.0;         ///< what those of the distributions are divided by
   std::string timeAxis;          ///< "time (ms)"
   std::string distributionAxis;  ///< "relaxation time T2 (ms)"
   std::string logMean;           ///< of the distribution, as text; none leaves out its mark

@@ -131,7 +131,9 @@ std::vector<Value> withoutRows(const std::vector<Value>& values, std::size_t row
 Problem::Problem(const Decay& decay, const InversionSettings& settings)
     : scale_(largestMagnitude(decay.amplitude)),
       compressed_(settings.compression.has_value()),
-      K_(kernelMatrix(settings.kernel, decay.time, settings.grid)),
+      K_(settings.matrix ? settings.matrix
+                         : std::make_shared<const std::vector<float>>(
+                               kernelMatrix(settings.kernel, decay.time, settings.grid))),
       T_(pruningAbscissae(decay.time)),
       amplitude_(decay.amplitude),
       Y_(toSingle(decay.amplitude, scale_)),
@@ -139,8 +141,11 @@ Problem::Problem(const Decay& decay, const InversionSettings& settings)
 
 Problem Problem::without(const std::vector<std::size_t>& left) const {
   Problem result = *this;
+  if (left.empty()) {
+    return result;
+  }
   const std::size_t rows = Y_.size();
-  result.K_ = withoutRows(K_, rows, left);
+  result.K_ = std::make_shared<const std::vector<float>>(withoutRows(*K_, rows, left));
   result.T_ = withoutRows(T_, rows, left);
   result.amplitude_ = withoutRows(amplitude_, rows, left);
   result.scale_ = largestMagnitude(result.amplitude_);  // an outlier may have been the largest
@@ -152,7 +157,7 @@ std::vector<double> Problem::fitOf(const std::vector<double>& F) const {
   std::vector<double> fit(Y_.size());
   for (std::size_t column = 0; column < F.size(); ++column) {
     for (std::size_t i = 0; i < fit.size(); ++i) {
-      fit[i] += static_cast<double>(K_[column * fit.size() + i]) * F[column];
+      fit[i] += static_cast<double>((*K_)[column * fit.size() + i]) * F[column];
     }
   }
   return fit;
@@ -166,7 +171,7 @@ Solution Problem::solve(const std::vector<float>& Y) const {
   result.FIT.resize(Y.size());
   std::vector<float> W(Y.size());
   const auto driver = compressed_ ? &VorinyC5_s : &Voriny_s;
-  driver(nf, ng, &nf, &ng, K_.data(), T_.data(), Y.data(), W.data(), G_.data(), result.F.data(),
+  driver(nf, ng, &nf, &ng, K_->data(), T_.data(), Y.data(), W.data(), G_.data(), result.F.data(),
          result.FIT.data(), &result.status);
   return result;
 }
@@ -185,11 +190,11 @@ ReducedProblem Problem::reduced() const {
     d.resize(static_cast<std::size_t>(ld));
     const std::vector<float> W(Y_.size(), 1.0F);
     std::int32_t status = 0;
-    VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), K_.data(), W.data(), wholeNumber("PRLO"),
+    VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), K_->data(), W.data(), wholeNumber("PRLO"),
                 wholeNumber("PRHI"), reduction.wanted, reduction.mode, 0.0F, 0, &rows, d.data(),
                 K.data(), &status);
   } else {
-    K = K_;
+    K = *K_;
     d = Y_;
   }
   if (reduction.vectors > 0) {
@@ -217,7 +222,7 @@ std::vector<std::size_t> Problem::outliers(float threshold) const {
   std::int32_t bad = 0;
   std::int32_t spare = 0;
   std::int32_t status = 0;
-  VorinSEROL(&threshold, &kRidge, &nf, &nf, &ng, K_.data(), Y_.data(), W.data(), x.data(),
+  VorinSEROL(&threshold, &kRidge, &nf, &nf, &ng, K_->data(), Y_.data(), W.data(), x.data(),
              flags.data(), &good, &bad, &spare, &status);
   std::vector<std::size_t> found;
   for (std::size_t i = 0; i < flags.size(); ++i) {

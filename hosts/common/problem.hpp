@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "common/csv.hpp"
@@ -61,12 +62,12 @@ class Problem {
 
  private:
   double scale_ = 1.0;
-  bool compressed_;                ///< by VorinyC5_s in place of Voriny_s
-  std::vector<float> K_;           ///< kernel, samples x grid times by columns
-  std::vector<float> T_;           ///< abscissae for the pruning
-  std::vector<double> amplitude_;  ///< in the unit of the data
-  std::vector<float> Y_;           ///< scaled amplitudes
-  std::vector<float> G_;           ///< grid times
+  bool compressed_;                              ///< by VorinyC5_s in place of Voriny_s
+  std::shared_ptr<const std::vector<float>> K_;  ///< kernel, samples x grid times by columns
+  std::vector<float> T_;                         ///< abscissae for the pruning
+  std::vector<double> amplitude_;                ///< in the unit of the data
+  std::vector<float> Y_;                         ///< scaled amplitudes
+  std::vector<float> G_;                         ///< grid times
 };
 
 }  // namespace vorin::host

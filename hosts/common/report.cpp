@@ -3,13 +3,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <iterator>
+#include <numbers>
 #include <string_view>
 
 #include "common/measures.hpp"
 #include "common/numbers.hpp"
+#include "common/units.hpp"
 
 namespace vorin::host {
 
@@ -65,25 +66,19 @@ std::string errorText(const Inversion& inversion) {
 /// What piles up at an end of the grid below this share is the decay's offset.
 constexpr double kSmallShare = 0.01;
 
-void peakLines(Lines out, const Distribution& distribution) {
+void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
   const std::vector<Peak> found = peaks(distribution);
   double shareAtEnd = 0.0;
   for (const Peak& peak : found) {
     line(out, &peak == &found.front() ? (found.size() == 1 ? "peak" : "peaks") : "",
-         fmt::format("{:>8}  {:>7}{}", timeText(peak.time), percentText(peak.share),
+         fmt::format("{:>8}  {:>7}  {:>5.2f} decades wide{}", quantityText(peak.time, quantity),
+                     percentText(peak.share), peak.width,
                      peak.atGridEnd ? "  at the end of the grid" : ""));
     shareAtEnd += peak.atGridEnd ? peak.share : 0.0;
   }
   if (shareAtEnd > kSmallShare) {
     line(out, "note", "a peak at the end of the grid wants a wider one (--grid) or a longer decay");
   }
-}
-
-std::string lowerCase(std::string_view text) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return result;
 }
 
 /// A file name as part of a comment line.
@@ -93,20 +88,77 @@ std::string inOneLine(std::string name) {
   return name;
 }
 
+std::string kernelText(const ReportContext& context) {
+  return context.kernel == Kernel::matrix ? "matrix " + inOneLine(context.kernelFile)
+                                          : std::string(kernelFormula(context.kernel));
+}
+
+/// What the summary says about the data themselves.
+void dataLines(Lines out, const Inversion& inversion, const ReportContext& context) {
+  const std::vector<double>& t = context.decay.time;
+  const Quantity abscissa = abscissaQuantity(context.kernel);
+  fmt::format_to(out, "{}: {} samples from {} to {}\n", inOneLine(context.name), t.size(),
+                 quantityText(t.front(), abscissa), quantityText(t.back(), abscissa));
+  if (context.phase) {
+    const std::string noise = context.decay.quadratureNoise
+                                  ? significant(*context.decay.quadratureNoise)
+                                  : std::string("0");
+    line(out, "phase",
+         fmt::format("complex data turned back by {:.2f} degrees, imaginary noise {}",
+                     *context.phase * 180.0 / std::numbers::pi, noise));
+  }
+  const std::vector<double>& grid = inversion.distribution.time;
+  const Quantity onGrid = gridQuantity(context.kernel);
+  line(out, "kernel",
+       fmt::format("{}, {} {} from {} to {}", kernelText(context), grid.size(),
+                   onGrid == Quantity::time        ? "times"
+                   : onGrid == Quantity::diffusion ? "coefficients"
+                                                   : "values",
+                   quantityText(grid.front(), onGrid), quantityText(grid.back(), onGrid)));
+}
+
+/// The log mean with its interval and the true one.
+void logMeanLines(Lines out, double mean, const ReportContext& context) {
+  const Quantity onGrid = gridQuantity(context.kernel);
+  line(out, "log mean",
+       fmt::format("{} of {}", quantityText(mean, onGrid), relaxationTimeName(context.kernel)));
+  if (context.band) {
+    line(out, "",
+         fmt::format("68 % of {} replicates from {} to {}", context.band->replicates,
+                     quantityText(context.band->logMeanLower, onGrid),
+                     quantityText(context.band->logMeanUpper, onGrid)));
+  }
+  if (context.truth) {
+    const double truth = logMean(*context.truth);
+    line(out, "true log mean",
+         fmt::format("{}, the one found is off by {:+.1f} %", quantityText(truth, onGrid),
+                     100.0 * (mean / truth - 1.0)));
+  }
+}
+
 }  // namespace
+
+std::optional<double> signalToNoise(const Inversion& inversion, const Decay& decay) {
+  if (!(inversion.noise > 0.0)) {
+    return std::nullopt;
+  }
+  double largest = 0.0;
+  for (double amplitude : decay.amplitude) {
+    largest = std::max(largest, std::fabs(amplitude));
+  }
+  return largest / inversion.noise;
+}
 
 std::string summary(const Inversion& inversion, const ReportContext& context) {
   std::string text;
   const Lines out = std::back_inserter(text);
   const Distribution& found = inversion.distribution;
-  fmt::format_to(out, "{}: {} samples from {} to {}\n", inOneLine(context.name),
-                 context.decay.time.size(), timeText(context.decay.time.front()),
-                 timeText(context.decay.time.back()));
-  line(out, "kernel",
-       fmt::format("{}, {} times from {} to {}", kernelFormula(context.kernel), found.time.size(),
-                   timeText(found.time.front()), timeText(found.time.back())));
+  dataLines(out, inversion, context);
   line(out, "status", fmt::format("{} ({})", statusText(inversion), inversion.status));
   line(out, "noise", noiseText(inversion));
+  if (const std::optional<double> ratio = signalToNoise(inversion, context.decay)) {
+    line(out, "signal to noise", significant(*ratio, 3));
+  }
   if (!inversion.rejected.empty()) {
     line(out, "outliers",
          fmt::format("{} of {} samples left out", inversion.rejected.size(),
@@ -126,21 +178,8 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
     line(out, "log mean", "none: the distribution is empty");
     return text;
   }
-  line(out, "log mean",
-       fmt::format("{} of {}", timeText(mean), relaxationTimeName(context.kernel)));
-  if (context.band) {
-    line(out, "68 % interval",
-         fmt::format("{} to {}, by a bootstrap of {} replicates",
-                     timeText(context.band->logMeanLower), timeText(context.band->logMeanUpper),
-                     context.band->replicates));
-  }
-  if (context.truth) {
-    const double truth = logMean(*context.truth);
-    line(out, "true log mean",
-         fmt::format("{}, the one found is off by {:+.1f} %", timeText(truth),
-                     100.0 * (mean / truth - 1.0)));
-  }
-  peakLines(out, found);
+  logMeanLines(out, mean, context);
+  peakLines(out, found, gridQuantity(context.kernel));
   return text;
 }
 
@@ -148,11 +187,12 @@ std::string distributionCsv(const Inversion& inversion, const ReportContext& con
   std::string text;
   const Lines out = std::back_inserter(text);
   const Distribution& found = inversion.distribution;
+  const std::string_view unit = siUnit(gridQuantity(context.kernel));
   fmt::format_to(out,
-                 "# distribution of {}, kernel {}; status {}, weight {:.6g}, log mean {:.6g} s\n",
-                 inOneLine(context.name), kernelFormula(context.kernel), inversion.status,
-                 inversion.weight, logMean(found));
-  fmt::format_to(out, "{}_s,amplitude{}\n", lowerCase(relaxationTimeName(context.kernel)),
+                 "# distribution of {}, kernel {}; status {}, weight {:.6g}, log mean {:.6g}{}{}\n",
+                 inOneLine(context.name), kernelText(context), inversion.status, inversion.weight,
+                 logMean(found), unit.empty() ? "" : " ", unit);
+  fmt::format_to(out, "{},amplitude{}\n", gridColumn(context.kernel),
                  context.band ? ",lower,upper" : "");
   for (std::size_t k = 0; k < found.time.size(); ++k) {
     fmt::format_to(out, "{:.8g},{:.8g}", found.time[k], found.amplitude[k]);
@@ -168,8 +208,8 @@ std::string fitCsv(const Inversion& inversion, const ReportContext& context) {
   std::string text;
   const Lines out = std::back_inserter(text);
   fmt::format_to(out, "# fit of {}, kernel {}; status {}, weight {:.6g}\n", inOneLine(context.name),
-                 kernelFormula(context.kernel), inversion.status, inversion.weight);
-  fmt::format_to(out, "time_s,amplitude,fit,residual\n");
+                 kernelText(context), inversion.status, inversion.weight);
+  fmt::format_to(out, "{},amplitude,fit,residual\n", abscissaColumn(context.kernel));
   for (std::size_t i = 0; i < context.decay.time.size(); ++i) {
     const double amplitude = context.decay.amplitude[i];
     fmt::format_to(out, "{:.8g},{:.8g},{:.8g},{:.8g}\n", context.decay.time[i], amplitude,

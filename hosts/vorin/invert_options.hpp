@@ -5,11 +5,13 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "common/batch_table.hpp"
 #include "common/bootstrap.hpp"
 #include "common/files.hpp"
 #include "common/inversion.hpp"
@@ -27,8 +29,10 @@ CLI::Option* addOption(CLI::App& line, const std::string& name, Value& value,
 
 /// What is read, as the user wrote it.
 struct InputOptions {
-  std::string file;
+  std::vector<std::string> files;
   std::string kernel = "t2";
+  std::string columns;
+  std::string unit;
   std::string skip;
   std::string grid;
 
@@ -37,14 +41,18 @@ struct InputOptions {
 
 /// A decay with what it is to be inverted by.
 struct Input {
-  std::string name;  ///< of the file, as the user gave it
+  std::string name;  ///< of the file, as the user gave it; "standard input" for "-"
   Decay decay;
   Kernel kernel = Kernel::t2;
+  std::string kernelFile;                            ///< for Kernel::matrix
+  std::shared_ptr<const std::vector<float>> matrix;  ///< for Kernel::matrix, as invert() takes it
   std::vector<double> grid;
+  std::optional<double> phase;  ///< by which complex data were turned back, in radians
 };
 
-/// Throws UserError for bad options and bad files.
-Input readInput(const InputOptions& options);
+/// All decays, in the order of the command line. Throws UserError for bad options and for
+/// the first bad file.
+std::vector<Input> readInputs(const InputOptions& options);
 
 /// How the decay is inverted, as the user wrote it.
 struct MethodOptions {
@@ -73,37 +81,60 @@ struct OutputOptions {
   std::string truth;
   std::string out;
   std::string fit;
+  std::string json;
+  std::string table;
   std::string plot;
   std::string plotLCurve;
   std::string log;
+  bool noPicture = false;
 
   void addTo(CLI::App& line);
 };
 
-/// The files that an inversion leaves: looked at before any work is done, written
-/// after it, each whole or not at all.
+/// The files that inversions leave: looked at before any work is done, written as soon as
+/// their inversion is, each whole or not at all.
 class InvertOutputs {
  public:
-  /// Throws UserError for names that can't be written, and for a truth that can't be read.
-  InvertOutputs(const OutputOptions& options, const std::string& inputFile);
+  /// Throws UserError for names that can't be written, for one name for several
+  /// inversions, and for a truth that can't be read.
+  InvertOutputs(const OutputOptions& options, const InputOptions& input, Kernel kernel);
 
-  /// Writes all files of one inversion of `input`; `scratch` holds the library's log.
-  void write(const Inversion& inversion, const ReportContext& context,
+  /// Writes all files of the inversion of input `index`, and keeps what the files about
+  /// all of them need; `scratch` holds the library's log.
+  void write(std::size_t index, const Inversion& inversion, const ReportContext& context,
              const std::optional<LCurve>& curve, const ScratchFolder& scratch);
 
   /// True when an L-curve is wanted, which write() then takes.
   bool wantsLCurve() const { return !plotLCurve_.empty(); }
 
+  /// Writes the files about all inversions. The rows of the table are returned.
+  const std::vector<BatchRow>& finish();
+
   const std::optional<Distribution>& truth() const { return truth_; }
+  /// True when standard output is taken by JSON.
+  bool takesStandardOutput() const { return jsonToOutput_; }
 
  private:
+  /// One option's target for each input.
+  using Targets = std::vector<std::filesystem::path>;
+  Targets announceEach(const std::string& name, std::string_view option,
+                       const std::vector<std::string>& inputs);
+
+  Kernel kernel_;
   std::optional<Distribution> truth_;
   OutputFiles files_;
-  std::filesystem::path out_;
-  std::filesystem::path fit_;
-  std::filesystem::path plot_;
-  std::filesystem::path plotLCurve_;
-  std::filesystem::path log_;
+  Targets out_;
+  Targets fit_;
+  Targets plot_;
+  Targets plotLCurve_;
+  Targets log_;
+  Targets jsonEach_;
+  std::filesystem::path jsonOfAll_;
+  std::filesystem::path table_;
+  bool jsonToOutput_ = false;
+  bool severalInputs_ = false;
+  std::vector<std::string> jsonObjects_;  ///< of those that go into one file
+  std::vector<BatchRow> rows_;
 };
 
 }  // namespace vorin::host

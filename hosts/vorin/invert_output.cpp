@@ -1,34 +1,97 @@
-// What `vorin invert` leaves behind: tables, pictures and the library's log.
+// What `vorin invert` leaves behind: tables, JSON, pictures and the library's log.
+#include <fmt/format.h>
+
+#include "common/json_report.hpp"
 #include "common/picture.hpp"
+#include "common/user_error.hpp"
 #include "invert_options.hpp"
 
 namespace vorin::host {
 
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kStem = "{}";
+
+/// `pattern` with the stem of `input` in place of each {}.
+std::string nameFor(std::string pattern, const std::string& input) {
+  const std::string stem = input == "-" ? "stdin" : fs::path(input).stem().string();
+  for (std::size_t at = 0; (at = pattern.find(kStem, at)) != std::string::npos; at += stem.size()) {
+    pattern.replace(at, kStem.size(), stem);
+  }
+  return pattern;
+}
+
+}  // namespace
+
 void OutputOptions::addTo(CLI::App& line) {
-  addOption(line, "--truth", truth, "FILE.csv",
-            "A known distribution (relaxation time, amplitude) to compare with");
   addOption(line, "--out", out, "FILE.csv", "Write the distribution");
   addOption(line, "--fit", fit, "FILE.csv", "Write time, amplitude, fit and residual");
+  addOption(line, "--json", json, "FILE|-",
+            "Write all results as JSON; - is standard output, which then gets\n"
+            "nothing else");
   addOption(line, "--plot", plot, "FILE.png",
             "Draw decay, fit and distribution; also FILE.svg, FILE.pdf");
   addOption(line, "--plot-lcurve", plotLCurve, "FILE.png",
             "Draw the L-curve, its corner and the weight of the result;\n"
             "also FILE.svg, FILE.pdf");
+  addOption(line, "--table", table, "FILE.csv", "Write a row of results for each decay");
   addOption(line, "--log", log, "FILE", "Keep the library's log");
+  addOption(line, "--truth", truth, "FILE.csv",
+            "A known distribution (relaxation time, amplitude) to compare with");
+  line.add_flag("--no-picture", noPicture, "Draw no bars in the terminal");
 }
 
-InvertOutputs::InvertOutputs(const OutputOptions& options, const std::string& inputFile) {
-  if (!options.truth.empty()) {
-    truth_ = readDistribution(options.truth);
+InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std::string_view option,
+                                                   const std::vector<std::string>& inputs) {
+  Targets targets;
+  if (name.empty()) {
+    return targets;
   }
-  const auto announce = [&](const std::string& name, std::string_view option) {
-    return name.empty() ? std::filesystem::path() : files_.announce(name, option, inputFile);
-  };
-  out_ = announce(options.out, "--out");
-  fit_ = announce(options.fit, "--fit");
-  plot_ = announce(options.plot, "--plot");
-  plotLCurve_ = announce(options.plotLCurve, "--plot-lcurve");
-  log_ = announce(options.log, "--log");
+  if (inputs.size() > 1 && name.find(kStem) == std::string::npos) {
+    throw UserError(fmt::format(
+        "{} {}: there are {} decays; put {{}} into the name, which stands for the name of each "
+        "without its folder and ending",
+        option, name, inputs.size()));
+  }
+  for (const std::string& input : inputs) {
+    targets.push_back(files_.announce(nameFor(name, input), option));
+  }
+  return targets;
+}
+
+InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& input, Kernel kernel)
+    : kernel_(kernel), jsonToOutput_(options.json == "-"), severalInputs_(input.files.size() > 1) {
+  if (!options.truth.empty()) {
+    truth_ = readDistribution(options.truth, gridQuantity(kernel));
+    files_.protect(options.truth);
+  }
+  for (const std::string& file : input.files) {
+    if (file != "-") {
+      files_.protect(file);
+    }
+  }
+  for (const std::string* file : {&input.kernel, &input.grid}) {
+    std::error_code error;
+    if (fs::exists(*file, error)) {
+      files_.protect(*file);
+    }
+  }
+  out_ = announceEach(options.out, "--out", input.files);
+  fit_ = announceEach(options.fit, "--fit", input.files);
+  plot_ = announceEach(options.plot, "--plot", input.files);
+  plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", input.files);
+  log_ = announceEach(options.log, "--log", input.files);
+  // One file holds all decays unless its name asks for one each.
+  if (options.json.find(kStem) != std::string::npos) {
+    jsonEach_ = announceEach(options.json, "--json", input.files);
+  } else if (!options.json.empty() && !jsonToOutput_) {
+    jsonOfAll_ = files_.announce(options.json, "--json");
+  }
+  if (!options.table.empty()) {
+    table_ = files_.announce(options.table, "--table");
+  }
   if (!plot_.empty()) {
     requireGnuplot(options.plot, "--plot");
   }
@@ -37,24 +100,48 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const std::string& in
   }
 }
 
-void InvertOutputs::write(const Inversion& inversion, const ReportContext& context,
-                          const std::optional<LCurve>& curve, const ScratchFolder& scratch) {
+void InvertOutputs::write(std::size_t index, const Inversion& inversion,
+                          const ReportContext& context, const std::optional<LCurve>& curve,
+                          const ScratchFolder& scratch) {
   if (!out_.empty()) {
-    files_.write(out_, distributionCsv(inversion, context));
+    files_.write(out_[index], distributionCsv(inversion, context));
   }
   if (!fit_.empty()) {
-    files_.write(fit_, fitCsv(inversion, context));
+    files_.write(fit_[index], fitCsv(inversion, context));
   }
   if (!plot_.empty()) {
-    files_.write(plot_, drawPicture(plot_, scratch, inversion, context));
+    files_.write(plot_[index], drawPicture(plot_[index], scratch, inversion, context));
   }
   if (curve) {
-    files_.write(plotLCurve_, drawLCurve(plotLCurve_, scratch, *curve, context.name));
+    files_.write(plotLCurve_[index], drawLCurve(plotLCurve_[index], scratch, *curve, context.name));
   }
   if (!log_.empty()) {
-    files_.write(log_, contentOf(scratch.path() / "Vorin.log"));
+    files_.write(log_[index], contentOf(scratch.path() / "Vorin.log"));
+  }
+  if (!jsonEach_.empty()) {
+    files_.write(jsonEach_[index], jsonObject(inversion, context) + "\n");
+  } else if (!jsonOfAll_.empty() || jsonToOutput_) {
+    jsonObjects_.push_back(jsonObject(inversion, context));
+  }
+  rows_.push_back(batchRow(inversion, context));
+  files_.commit();
+}
+
+const std::vector<BatchRow>& InvertOutputs::finish() {
+  if (!jsonObjects_.empty()) {
+    const std::string text =
+        (severalInputs_ ? jsonArray(jsonObjects_) : jsonObjects_.front()) + "\n";
+    if (jsonToOutput_) {
+      fmt::print("{}", text);
+    } else {
+      files_.write(jsonOfAll_, text);
+    }
+  }
+  if (!table_.empty()) {
+    files_.write(table_, batchCsv(rows_, kernel_));
   }
   files_.commit();
+  return rows_;
 }
 
 }  // namespace vorin::host

@@ -1,5 +1,5 @@
-// Every kind of bad file and bad option: one sentence that names the place and
-// what would be right, exit status 2, and no file left behind.
+// Every kind of bad option: one sentence that names it and what would be right, exit
+// status 2, and no file left behind. Bad files are in bad_files_test.cpp.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,113 +11,6 @@ namespace vorin::host::test {
 namespace {
 
 const std::string kGood = "0.001,3\n0.002,2\n0.003,1.5\n";
-
-struct BadFile {
-  const char* what;      ///< name of the case
-  std::string content;   ///< of decay.csv
-  std::string sentence;  ///< behind "vorin: "
-};
-
-void PrintTo(const BadFile& bad, std::ostream* out) {
-  *out << bad.what;
-}
-
-class BadFiles : public testing::TestWithParam<BadFile> {};
-
-TEST_P(BadFiles, AreRefusedInOneSentence) {
-  const TemporaryFolder folder;
-  writeFile(folder / "decay.csv", GetParam().content);
-  const Outcome outcome =
-      runProgram(folder.path(), {"invert", "decay.csv", "--weight", "1", "--out", "out.csv",
-                                 "--fit", "fit.csv", "--plot", "plot.png", "--log", "run.log"});
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, fmt::format("vorin: {}\n", GetParam().sentence));
-  EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(folder.names(), std::vector<std::string>{"decay.csv"});
-}
-
-const std::string kTwoFields = "; a row wants 2, time and amplitude, separated by a comma";
-const std::string kNoRows =
-    "decay.csv: there are no rows of numbers; give one row a sample, time,amplitude";
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, BadFiles,
-    testing::ValuesIn(std::vector<BadFile>{
-        {"Empty", "", kNoRows},
-        {"BlankLines", "\n \n\r\n", kNoRows},
-        {"CommentsOnly", "# nothing\n# here\n", kNoRows},
-        {"HeaderOnly", "time_s,amplitude\n", kNoRows},
-        {"WordAsTime", "0.001,3\nabc,2\n",
-         "decay.csv, line 2: the time \"abc\" is not a number; write one such as 0.0012 or 1.2e-3"},
-        {"WordAsAmplitude", "# c\nt,a\n0.001,3\n0.002,two\n",
-         "decay.csv, line 4: the amplitude \"two\" is not a number; write one such as 0.0012 or "
-         "1.2e-3"},
-        {"WordInTheFirstRow", "0.001,x\n0.002,2\n",
-         "decay.csv, line 1: the amplitude \"x\" is not a number; write one such as 0.0012 or "
-         "1.2e-3"},
-        {"DecimalComma", "0,001;3\n0,002;2\n",
-         "decay.csv, line 1: the time \"0,001\" is not a number; write one such as 0.0012 or "
-         "1.2e-3"},
-        {"SecondHeader", "time,amplitude\nin s,in V\n0.001,3\n",
-         "decay.csv, line 2: the time \"in s\" is not a number; write one such as 0.0012 or "
-         "1.2e-3"},
-        {"Binary", std::string("\x7f\x45\x4c\x46\0\1,\2\n", 9),
-         "decay.csv, line 1: the time \"?ELF??\" is not a number; write one such as 0.0012 or "
-         "1.2e-3"},
-        {"OneColumn", "0.001\n0.002\n", "decay.csv, line 1: this row has 1 field" + kTwoFields},
-        {"TooFewFields", "0.001,3\n0.002\n",
-         "decay.csv, line 2: this row has 1 field" + kTwoFields},
-        {"TooManyFields", "0.001,3\n0.002,2,1\n",
-         "decay.csv, line 2: this row has 3 fields" + kTwoFields},
-        {"ThreeColumns", "t,re,im\n0.001,3,0\n",
-         "decay.csv, line 2: this row has 3 fields" + kTwoFields},
-        {"MissingField", "0.001,3\n0.002,\n",
-         "decay.csv, line 2: the amplitude is missing; write a number such as 0.0012"},
-        {"OneRow", "time,amplitude\n0.001,3\n",
-         "decay.csv, line 2: this is the only row; a decay wants 2 at least"},
-        {"TimesFall", "0.001,3\n0.003,2\n0.002,1\n",
-         "decay.csv, line 3: the time 0.002 does not rise above the 0.003 of the row before; sort "
-         "the rows by time, each time once"},
-        {"TimesRepeat", "0.001,3\n\n0.001,2\n",
-         "decay.csv, line 3: the time 0.001 does not rise above the 0.001 of the row before; sort "
-         "the rows by time, each time once"},
-        {"NanTime", "nan,3\n0.002,2\n",
-         "decay.csv, line 1: the time \"nan\" is not a finite number; leave out samples without a "
-         "value"},
-        {"NanAmplitude", "0.001,3\n0.002,NaN\n",
-         "decay.csv, line 2: the amplitude \"NaN\" is not a finite number; leave out samples "
-         "without a value"},
-        {"InfiniteAmplitude", "0.001,-inf\n0.002,2\n",
-         "decay.csv, line 1: the amplitude \"-inf\" is not a finite number; leave out samples "
-         "without a value"},
-        {"InfiniteTime", "0.001,3\n1e999,2\n",
-         "decay.csv, line 2: the time \"1e999\" is not a finite number; leave out samples without "
-         "a value"},
-        {"NegativeTime", "-0.001,3\n0.002,2\n",
-         "decay.csv, line 1: the time -0.001 is negative; times are in seconds, 0 or above"},
-        {"EndlessTime", "0.001,3\n1e31,2\n",
-         "decay.csv, line 2: the time 1e+31 is too long; times are in seconds, 1e+30 at most"},
-        {"AllZero", "0.001,0\n0.002,-0\n",
-         "decay.csv: every amplitude is 0; a decay wants one that is not"},
-    }),
-    [](const auto& row) { return row.param.what; });
-
-TEST(BadFile, Missing) {
-  const TemporaryFolder folder;
-  const Outcome outcome = runProgram(folder.path(), {"invert", "no.csv", "--out", "out.csv"});
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, "vorin: no.csv: there is no such file; give the name of a CSV file\n");
-  EXPECT_TRUE(folder.names().empty());
-}
-
-TEST(BadFile, Folder) {
-  const TemporaryFolder folder;
-  fs::create_directory(folder / "decays");
-  const Outcome outcome = runProgram(folder.path(), {"invert", "decays", "--out", "out.csv"});
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, "vorin: decays: this is a folder; give the name of a CSV file in it\n");
-  EXPECT_EQ(folder.names(), std::vector<std::string>{"decays"});
-}
 
 struct BadOptions {
   const char* what;
@@ -162,15 +55,50 @@ std::vector<std::string> simulate(std::vector<std::string> options) {
 
 const std::string kGridHelp =
     "; write FROM:TO:N, for instance 0.0001:10:100 for 100 times from 0.1 ms to 10 s";
+const std::string kColumnsHelp =
+    ": two or three columns are wanted, by number from 1 or by name, with commas between them; "
+    "write for instance 1,2, or 1,2,3 with an imaginary channel";
 const std::string kHelp = "; vorin --help lists the commands, vorin COMMAND --help its options";
 
 INSTANTIATE_TEST_SUITE_P(
     Options, BadOptionsTest,
     testing::ValuesIn(std::vector<BadOptions>{
         {"NoCommand", {}, "A subcommand is required" + kHelp},
-        {"NoFile", {"invert"}, "FILE.csv is required" + kHelp},
+        {"NoFile", {"invert"}, "FILE is required" + kHelp},
         {"UnknownOption", invert({"--wieght=3"}),
          "The following argument was not expected: --wieght=3" + kHelp},
+        {"GridOfNoFile", invert({"--grid", "no.csv"}),
+         "--grid \"no.csv\": three numbers with colons between them are wanted" + kGridHelp},
+        {"GridOfAnotherUnit", invert({"--grid", "1ms:1km:100"}),
+         "--grid \"1ms:1km:100\": the times are not both numbers" + kGridHelp},
+        {"GridOfDiffusion", invert({"--kernel", "diffusion", "--grid", "1ms:1s:100"}),
+         "--grid \"1ms:1s:100\": the values are not both numbers; write FROM:TO:N, for instance "
+         "1e-12:1e-8:100 for 100 coefficients in m2/s"},
+        {"UnknownTimeUnit", invert({"--time-unit", "min"}),
+         "--time-unit \"min\": write s, ms, us or ns"},
+        {"TimeUnitOfBValues", invert({"--kernel", "diffusion", "--time-unit", "ms"}),
+         "--time-unit \"ms\": write s/m2, s/cm2, s/mm2 or ms/um2"},
+        {"OneColumnOnly", invert({"--columns", "2"}), "--columns \"2\"" + kColumnsHelp},
+        {"FourColumns", invert({"--columns", "1,2,3,4"}), "--columns \"1,2,3,4\"" + kColumnsHelp},
+        {"EmptyColumn", invert({"--columns", "1,,3"}), "--columns \"1,,3\"" + kColumnsHelp},
+        {"MatrixWithoutAGrid", invert({"--kernel", "negative.csv"}),
+         "--kernel negative.csv: a matrix wants the values that its columns stand for; give them "
+         "by --grid FROM:TO:N or --grid FILE"},
+        {"StandardInputTwice",
+         {"invert", "-", "-"},
+         "-: standard input can be read once only; give - once"},
+        {"OneNameForTwoDecays",
+         {"invert", "decay.csv", "decay.csv", "--weight", "1", "--out", "out.csv"},
+         "--out out.csv: there are 2 decays; put {} into the name, which stands for the name of "
+         "each without its folder and ending"},
+        {"TwoDecaysOfOneStem",
+         {"invert", "decay.csv", "./decay.csv", "--weight", "1", "--out", "{}_t2.csv"},
+         "--out decay_t2.csv: two outputs have this name; give each its own"},
+        {"OutputIsOneOfTheInputs",
+         {"invert", "decay.csv", "decay.csv", "--weight", "1", "--table", "decay.csv"},
+         "--table decay.csv: this is the file that is read; give another name"},
+        {"OutputIsTheTruth", invertAt1({"--truth", "decay.csv", "--json", "decay.csv"}),
+         "--json decay.csv: this is the file that is read; give another name"},
         {"GridOfTwo", invert({"--grid", "1:2"}),
          "--grid \"1:2\": three numbers with colons between them are wanted" + kGridHelp},
         {"GridOfWords", invert({"--grid", "a:b:3"}),
@@ -204,7 +132,8 @@ INSTANTIATE_TEST_SUITE_P(
         {"SkipsAWord", invertAt1({"--skip", "few"}),
          "--skip \"few\": a whole number from 0 to 1 is wanted, so that 2 samples stay"},
         {"UnknownKernel", invert({"--kernel", "T2"}),
-         "--kernel \"T2\": there is no such kernel; write t2, t1-saturation or t1-inversion"},
+         "--kernel \"T2\": there is no such kernel or file; write t2, t1-saturation, t1-inversion, "
+         "diffusion, or the name of a file with a matrix"},
         {"UnknownPruning", invert({"--prune", "LOG"}),
          "--prune \"LOG\": write log, linear or none"},
         {"TooFewBins", invert({"--prune-points", "9"}),

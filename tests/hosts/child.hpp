@@ -84,8 +84,10 @@ struct Outcome {
   std::string err;
 };
 
-/// Runs `arguments` (words, quoted here for the shell) with `folder` as working directory.
-inline Outcome runProgram(const fs::path& folder, const std::vector<std::string>& arguments) {
+/// Runs `arguments` (words, quoted here for the shell) with `folder` as working directory
+/// and `input` as standard input.
+inline Outcome runProgram(const fs::path& folder, const std::vector<std::string>& arguments,
+                          std::string_view input = {}) {
   const TemporaryFolder channels;
   std::string command =
       fmt::format("cd {} && {}", shellWord(folder.string()), shellWord(VORIN_PROGRAM));
@@ -93,8 +95,10 @@ inline Outcome runProgram(const fs::path& folder, const std::vector<std::string>
     command += ' ';
     command += shellWord(argument);
   }
-  command += fmt::format(" >{} 2>{}", shellWord((channels / "out").string()),
-                         shellWord((channels / "err").string()));
+  writeFile(channels / "in", input);
+  command +=
+      fmt::format(" <{} >{} 2>{}", shellWord((channels / "in").string()),
+                  shellWord((channels / "out").string()), shellWord((channels / "err").string()));
   const int raw = std::system(command.c_str());
   Outcome outcome;
   outcome.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;

@@ -32,11 +32,93 @@ TEST(Csv, EveryFormOfTheSameDecayReadsAlike) {
            "time;amplitude\n0.001,3\n0.002,2.5\n",
            "# a comment, with 1,2,3\n\ntime,amplitude\n# another\n1e-3,3\n\n2e-3,2.5",
            "\xEF\xBB\xBFtime_s,amplitude\r\n0.001,3\r\n0.002,2.5\r\n",
+           "time_s,amplitude\r0.001,3\r0.002,2.5\r",
+           "0,001;3\n0,002;2,5\n",
+           "0,001\t3\r\n0,002\t2,5",
+           "0,001 3\n0,002   2,5\n",
+           "Zeit Signal\n0,001 3,0\n0,002 2,5\n",
+           "0.001, 3\n0.002, 2.5\n",
+           "\"time\",\"amplitude, V\"\n\"0.001\",\"3\"\n\"0.002\",\"2.5\"\n",
+           "# Zeit;Signal\n\"0,001\";\"3,0\"\n\"0,002\";\"2,5\"\n",
+           "+1E-3,+3\n 2.0e-03 , 2.5\n\n\n",
        }) {
     const Decay decay = decayFrom(content);
     EXPECT_EQ(decay.time, (std::vector<double>{0.001, 0.002})) << content;
     EXPECT_EQ(decay.amplitude, (std::vector<double>{3.0, 2.5})) << content;
   }
+}
+
+TEST(Csv, CommasBetweenWholeNumbersSeparateTwoColumns) {
+  const Decay decay = decayFrom("0,5\n1,3\n");
+  EXPECT_EQ(decay.time, (std::vector<double>{0.0, 1.0}));
+  EXPECT_EQ(decay.amplitude, (std::vector<double>{5.0, 3.0}));
+}
+
+TEST(Csv, CommasBetweenWholeNumbersAreDecimalBesideSemicolons) {
+  const Decay decay = decayFrom("1,5;2,5\n2,5;1,5\n");
+  EXPECT_EQ(decay.time, (std::vector<double>{1.5, 2.5}));
+  EXPECT_EQ(decay.amplitude, (std::vector<double>{2.5, 1.5}));
+}
+
+MeasuredDecay columnsFrom(std::string_view content, std::string_view columns) {
+  const TemporaryFolder folder;
+  writeFile(folder / "decay.csv", content);
+  DecayFormat format;
+  format.columns = parseColumns(columns, "--columns");
+  return readMeasuredDecay(folder / "decay.csv", format);
+}
+
+TEST(Csv, ColumnsAreChosenByNumberAndByName) {
+  const std::string_view file = "No,time (ms),Im,Re,when\n1,0.5,-1,3,noon\n2,1.5,1,2,later\n";
+  for (const char* columns : {"2,4,3", "time (ms),Re,Im", "TIME (MS),re,im", " 2 , Re , 3 "}) {
+    const MeasuredDecay measured = columnsFrom(file, columns);
+    EXPECT_EQ(measured.decay.time, (std::vector<double>{0.5, 1.5})) << columns;
+    EXPECT_EQ(measured.decay.amplitude, (std::vector<double>{3.0, 2.0})) << columns;
+    EXPECT_EQ(measured.imaginary, (std::vector<double>{-1.0, 1.0})) << columns;
+  }
+  EXPECT_TRUE(columnsFrom(file, "2,4").imaginary.empty());
+}
+
+TEST(Csv, ANameThatIsMeantToTheLetterWinsOverItsCapitals) {
+  EXPECT_EQ(columnsFrom("T,t,a\n9,1,5\n8,2,4\n", "t,a").decay.time.front(), 1.0);
+  EXPECT_EQ(columnsFrom("t,T,a\n9,1,5\n8,2,4\n", "T,a").decay.time.front(), 1.0);
+}
+
+TEST(Csv, ACommentBeforeTheRowsMayNameTheColumns) {
+  // As numpy.savetxt leaves it.
+  EXPECT_EQ(columnsFrom("# made today\n# t re im\n1 5 0\n2 4 0\n", "t,re").decay.amplitude,
+            (std::vector<double>{5.0, 4.0}));
+}
+
+TEST(Csv, WholeNumbersInThreeColumnsAreColumnsWhereTheUserSaysSo) {
+  EXPECT_EQ(columnsFrom("0,5,3\n1,4,2\n", "1,3").decay.amplitude, (std::vector<double>{3.0, 2.0}));
+}
+
+TEST(Csv, AbscissaeAreTurnedIntoSiUnits) {
+  const TemporaryFolder folder;
+  writeFile(folder / "decay.csv", "1,5\n3,4\n");
+  DecayFormat format;
+  format.unit = 1e-3;
+  EXPECT_EQ(readMeasuredDecay(folder / "decay.csv", format).decay.time,
+            (std::vector<double>{0.001, 0.003}));
+  format = {std::nullopt, Quantity::bValue, 1e6};
+  EXPECT_EQ(readMeasuredDecay(folder / "decay.csv", format).decay.time,
+            (std::vector<double>{1e6, 3e6}));
+}
+
+TEST(Csv, AMatrixIsStoredByColumns) {
+  const TemporaryFolder folder;
+  writeFile(folder / "k.txt", "# K\n1 2 3\n4 5 6\n");
+  const Matrix matrix = readMatrix(folder / "k.txt");
+  EXPECT_EQ(matrix.rows, 2U);
+  EXPECT_EQ(matrix.columns, 3U);
+  EXPECT_EQ(matrix.values, (std::vector<double>{1, 4, 2, 5, 3, 6}));
+}
+
+TEST(Csv, ADistributionMayHaveMoreColumns) {
+  const TemporaryFolder folder;
+  writeFile(folder / "t2.csv", "t2_s,amplitude,lower,upper\n0.1,2,1,3\n0.2,3,2,4\n");
+  EXPECT_EQ(readDistribution(folder / "t2.csv").amplitude, (std::vector<double>{2.0, 3.0}));
 }
 
 TEST(Csv, ATimeOfZeroAndNegativeAmplitudesAreData) {

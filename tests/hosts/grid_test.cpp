@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "common/user_error.hpp"
+#include "hosts/child.hpp"
 
 namespace vorin::host {
 namespace {
@@ -32,6 +33,29 @@ TEST(Grid, TextThatIsNoGridIsRefused) {
                            "1:2:1", "1:2:0",   "1:2:-5",  "nan:2:3", "1:inf:3", "1:2:10001"}) {
     EXPECT_THROW(parseGrid(text, "--grid"), UserError) << text;
   }
+}
+
+TEST(Grid, ValuesMayCarryUnits) {
+  const LogGrid grid = parseGrid("1ms:10 s:100", "--grid");
+  EXPECT_EQ(grid.from, 0.001);
+  EXPECT_EQ(grid.to, 10.0);
+  EXPECT_EQ(parseGrid("0.1um2/ms:1e-8:50", "--grid", Quantity::diffusion).from, 0.1e-9);
+  EXPECT_THROW(parseGrid("1ms:1e-8:50", "--grid", Quantity::diffusion), UserError);
+}
+
+TEST(Grid, MayBeTheFirstColumnOfAFile) {
+  const test::TemporaryFolder folder;
+  test::writeFile(folder / "grid.csv", "t2_s,amplitude\n0.001,9\n0.01,x\n0.5,7\n");
+  EXPECT_EQ(gridValues((folder / "grid.csv").string(), "--grid", Quantity::time),
+            (std::vector<double>{0.001, 0.01, 0.5}));
+  EXPECT_EQ(gridValues("1:4:3", "--grid", Quantity::time).size(), 3U);
+}
+
+TEST(Grid, OfDiffusionIsTheReciprocalOfTheRangeOfB) {
+  const LogGrid grid = gridFor({0.0, 1e7, 1e9}, Kernel::diffusion);
+  EXPECT_DOUBLE_EQ(grid.from, 1.0 / 3e9);
+  EXPECT_DOUBLE_EQ(grid.to, 3.0 / 1e7);
+  EXPECT_EQ(grid.points, 100);
 }
 
 TEST(Grid, SuitsTheSamples) {

@@ -28,6 +28,13 @@ TEST(Kernel, SaturationRecoveryKeepsItsPlacesAtShortTimes) {
   EXPECT_NEAR(kernelValue(Kernel::t1Saturation, 1e-9, 1.0) / (1e-9 - 0.5e-18), 1.0, 1e-15);
 }
 
+TEST(Kernel, AttenuationByDiffusionIsExponentialInTheProduct) {
+  EXPECT_DOUBLE_EQ(kernelValue(Kernel::diffusion, 0.0, 2e-9), 1.0);
+  EXPECT_DOUBLE_EQ(kernelValue(Kernel::diffusion, 5e8, 2e-9), std::exp(-1.0));
+  EXPECT_EQ(abscissaQuantity(Kernel::diffusion), Quantity::bValue);
+  EXPECT_EQ(gridQuantity(Kernel::diffusion), Quantity::diffusion);
+}
+
 TEST(Kernel, MatrixIsStoredByColumns) {
   const std::vector<float> matrix = kernelMatrix(Kernel::t2, {0.0, 1.0, 2.0}, {1.0, 2.0});
   ASSERT_EQ(matrix.size(), 6U);
@@ -43,10 +50,11 @@ TEST(Kernel, DecayIsTheSumOverRelaxationTimes) {
 }
 
 TEST(Kernel, IsNamed) {
-  for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion}) {
+  for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
     EXPECT_EQ(parseKernel(kernelName(kernel), "--kernel"), kernel);
   }
   EXPECT_THROW(parseKernel("T3", "--kernel"), UserError);
+  EXPECT_THROW(parseKernel("matrix", "--kernel"), UserError);  // it needs its file
 }
 
 }  // namespace

@@ -24,6 +24,26 @@ TEST(Measures, LogMeanOfALogNormalPeakIsItsCentre) {
   EXPECT_NEAR(totalAmplitude(distribution), 5.0, 1e-12);
 }
 
+TEST(Measures, WidthOfALogNormalPeakIsItsStandardDeviation) {
+  const Distribution distribution =
+      distributionOf({{0.02, 0.2, 5.0}}, LogGrid{1e-5, 100.0, 701}.times());
+  ASSERT_EQ(peaks(distribution).size(), 1U);
+  EXPECT_NEAR(peaks(distribution)[0].width, 0.2, 1e-12);
+}
+
+TEST(Measures, WidthIsThatOfThePartBetweenTheMinima) {
+  // 1 at 10^-1 and at 10^1, apart from a minimum of 0 between them: two peaks of no width.
+  // With 2 at the minimum 10^0 a half of it goes to either side.
+  const std::vector<Peak> apart = peaks({{0.1, 1.0, 10.0}, {1.0, 0.0, 1.0}});
+  ASSERT_EQ(apart.size(), 2U);
+  EXPECT_EQ(apart[0].width, 0.0);
+  const std::vector<Peak> joined = peaks({{0.1, 1.0, 10.0}, {3.0, 2.0, 3.0}});
+  ASSERT_EQ(joined.size(), 2U);
+  // 3 at -1 and 1 at 0: mean -3/4, variance 3/4 * 1/4.
+  EXPECT_DOUBLE_EQ(joined[0].width, std::sqrt(3.0 / 16.0));
+  EXPECT_DOUBLE_EQ(joined[1].width, std::sqrt(3.0 / 16.0));
+}
+
 TEST(Measures, AnEmptyDistributionHasNoLogMeanAndNoPeak) {
   const Distribution empty{{0.1, 1.0, 10.0}, {0.0, 0.0, 0.0}};
   EXPECT_TRUE(std::isnan(logMean(empty)));
