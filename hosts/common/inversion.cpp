@@ -55,7 +55,8 @@ KnownNoise knownNoise(const Decay& decay, const Problem& problem,
       const std::vector<float>& Y = problem.data();
       const float noise =
           VorinSEDiff(VORIN_SEDIFF_SECOND, static_cast<std::int32_t>(Y.size()), Y.data());
-      if (noise > 0.0F) {
+      constexpr float kNone = 1e-6F;  // rounding, of data of magnitude 1
+      if (noise > kNone) {
         value = static_cast<double>(noise) * problem.scale();
       }
       return {value, NoiseOrigin::libraryDifference};
@@ -200,6 +201,7 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
     result.noiseOrigin = first.noiseOrigin;
     result.raisedAim = closest;
   }
+  result.soughtOutliers = settings.rejectBeyond.has_value();
   if (!rejected.empty()) {
     result.rejected = rejected;
     result.fit = whole.fitOf(result.distribution.amplitude);

@@ -24,7 +24,7 @@ struct Compression {
 enum class NoiseSource {
   robust,      ///< differenceNoise() of this program
   difference,  ///< the library's second differences of neighbouring samples (NALG = D3)
-  fit,         ///< its non-negative fit without a penalty (NALG = FIT)
+  fit,         ///< its non-negative fit without a penalty (NALG = UREG)
   ridge,       ///< its non-negative fit with a light ridge (NALG = REG)
   scan,        ///< its scan of falling weights down to the flat end (NALG = ASYM)
   quadrature   ///< the imaginary channel of complex data
@@ -74,6 +74,7 @@ struct Inversion {
   double raisedAim = 0.0;  ///< the closest fit, where it took the place of `noise`; otherwise 0
   NoiseOrigin noiseOrigin = NoiseOrigin::none;
   double cornerWeight = 0.0;  ///< of a corner search, whose weight is RWEI times this; otherwise 0
+  bool soughtOutliers = false;
   std::vector<std::size_t> rejected;  ///< samples that were left out as outliers, rising
   double wantedError = 0.0;           ///< of a search for the noise; otherwise 0
   double reachedError = 0.0;          ///< of the pruned points

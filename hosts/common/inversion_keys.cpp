@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "common/library.hpp"
+#include "common/numbers.hpp"
 
 namespace vorin::host {
 
@@ -19,7 +20,7 @@ struct Estimator {
 };
 constexpr std::array<Estimator, 4> kEstimators{{
     {NoiseSource::difference, "D3", NoiseOrigin::libraryDifference},
-    {NoiseSource::fit, "FIT", NoiseOrigin::libraryFit},
+    {NoiseSource::fit, "UREG", NoiseOrigin::libraryFit},
     {NoiseSource::ridge, "REG", NoiseOrigin::libraryRidge},
     {NoiseSource::scan, "ASYM", NoiseOrigin::libraryScan},
 }};
@@ -29,6 +30,20 @@ const Estimator* estimatorOf(const InversionSettings& settings) {
       kEstimators.begin(), kEstimators.end(),
       [&](const Estimator& estimator) { return estimator.source == settings.noiseSource; });
   return settings.noise || found == kEstimators.end() ? nullptr : found;
+}
+
+/// The text of NALG: what the user has assigned last, or else what the settings stand for.
+/// The store is not asked, since its answer is not the stored text for each of them.
+std::string noiseAlgorithm(const InversionSettings& settings) {
+  const Estimator* estimator = estimatorOf(settings);
+  std::string result(estimator != nullptr ? estimator->name : "NONE");
+  for (const std::string& assignment : settings.assignments) {
+    const std::size_t equals = assignment.find('=');
+    if (upperCase(trimmed(assignment.substr(0, equals))) == "NALG") {
+      result = upperCase(trimmed(assignment.substr(equals + 1)));
+    }
+  }
+  return result;
 }
 
 }  // namespace
@@ -48,8 +63,7 @@ void setKeys(const InversionSettings& settings) {
   if (settings.weight) {
     setNumber("WEIG", static_cast<float>(*settings.weight));
   }
-  const Estimator* estimator = estimatorOf(settings);
-  setText("NALG", estimator != nullptr ? estimator->name : "NONE");
+  setText("NALG", noiseAlgorithm(settings));
   bool toleranceAssigned = false;
   for (const std::string& assignment : settings.assignments) {
     toleranceAssigned |= assign(assignment, "--set") == "TOL";
@@ -76,9 +90,9 @@ bool needsNoise(const InversionSettings& settings) {
   }
   // Differences are taken on this side, which the plain road leaves to its host; all other
   // estimates are the library's.
-  const std::string estimator = queryText("NALG");
-  return estimator == "N" || (estimator.substr(0, 1) == "D" &&
-                              (!settings.compression || estimatorOf(settings) != nullptr));
+  const std::string algorithm = noiseAlgorithm(settings);
+  return algorithm == "NONE" || (algorithm.substr(0, 1) == "D" &&
+                                 (!settings.compression || estimatorOf(settings) != nullptr));
 }
 
 NoiseOrigin estimateOrigin(const InversionSettings& settings) {

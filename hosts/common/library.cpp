@@ -45,13 +45,6 @@ Answer query(std::string_view key) {
   return answer;
 }
 
-std::string upperCase(std::string_view text) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  return result;
-}
-
 /// The keys that take one of a few words; the library takes any text and stores
 /// its last choice for what it does not know, which a user should hear about.
 struct Choice {
@@ -71,6 +64,13 @@ const Choice* choiceOf(std::string_view key) {
 }
 
 }  // namespace
+
+std::string upperCase(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return result;
+}
 
 float queryNumber(std::string_view key) {
   return query(key).number;

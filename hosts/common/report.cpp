@@ -123,10 +123,10 @@ void logMeanLines(Lines out, double mean, const ReportContext& context) {
   line(out, "log mean",
        fmt::format("{} of {}", quantityText(mean, onGrid), relaxationTimeName(context.kernel)));
   if (context.band) {
-    line(out, "",
-         fmt::format("68 % of {} replicates from {} to {}", context.band->replicates,
+    line(out, "68 % interval",
+         fmt::format("{} to {}, by a bootstrap of {} replicates",
                      quantityText(context.band->logMeanLower, onGrid),
-                     quantityText(context.band->logMeanUpper, onGrid)));
+                     quantityText(context.band->logMeanUpper, onGrid), context.band->replicates));
   }
   if (context.truth) {
     const double truth = logMean(*context.truth);
@@ -159,9 +159,10 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
   if (const std::optional<double> ratio = signalToNoise(inversion, context.decay)) {
     line(out, "signal to noise", significant(*ratio, 3));
   }
-  if (!inversion.rejected.empty()) {
+  if (inversion.soughtOutliers) {
+    const std::size_t count = inversion.rejected.size();
     line(out, "outliers",
-         fmt::format("{} of {} samples left out", inversion.rejected.size(),
+         fmt::format("{} of {} samples left out", count == 0 ? "none" : std::to_string(count),
                      context.decay.time.size()));
   }
   line(out, "weight", weightText(inversion));

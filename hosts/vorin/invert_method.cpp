@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <filesystem>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -11,6 +12,8 @@
 #include "invert_options.hpp"
 
 namespace vorin::host {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -132,12 +135,22 @@ double parseRejection(const std::string& text) {
   return *value;
 }
 
-/// Adds an option whose value may be left out. What follows it on the line may be the name of
-/// a file, which would be taken for the value; then the sentence should say so.
+/// Adds an option whose value may be left out. A file that follows it on the line would be
+/// taken for its value and missed elsewhere; what begins like no number is told as that.
 CLI::Option* addOptionalValue(CLI::App& line, const std::string& name, std::string& value,
                               const std::string& type, const std::string& standard,
                               const std::string& text) {
-  return addOption(line, name, value, type, text)->expected(0, 1)->default_str(standard);
+  return addOption(line, name, value, type, text)
+      ->expected(0, 1)
+      ->default_str(standard)
+      ->check([name](const std::string& given) {
+        return fs::exists(given) && !parseNumber(given)
+                   ? fmt::format(
+                         "{} {}: this is a file; write the file before it, or its value as "
+                         "{}=VALUE",
+                         name, inQuotes(given), name)
+                   : std::string();
+      });
 }
 
 }  // namespace

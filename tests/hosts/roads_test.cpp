@@ -1,0 +1,386 @@
+// The roads of an inversion (plain, gathered into bins, compressed), the sources of the noise
+// and the L-curve, in this process: where mathematics says that two of them agree, they do.
+#include <gtest/gtest.h>
+#include <vorin.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "common/files.hpp"
+#include "common/grid.hpp"
+#include "common/inversion.hpp"
+#include "common/lcurve.hpp"
+#include "common/library.hpp"
+#include "common/measures.hpp"
+#include "common/problem.hpp"
+#include "common/simulation.hpp"
+#include "common/user_error.hpp"
+
+namespace vorin::host {
+namespace {
+
+const Distribution kTruth =
+    distributionOf({{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}, LogGrid{1e-4, 10.0, 200}.times());
+constexpr double kNoise = 0.5;
+
+Decay train(std::uint64_t seed = 1, double noise = kNoise) {
+  std::vector<double> times;
+  for (int i = 1; i <= 1200; ++i) {
+    times.push_back(4e-4 * i);
+  }
+  return simulatedDecay(Kernel::t2, kTruth, times, noise, seed);
+}
+
+InversionSettings settingsFor(const Decay& decay) {
+  InversionSettings settings;
+  LogGrid grid = gridFor(decay.time);
+  grid.points = 60;
+  settings.grid = grid.times();
+  return settings;
+}
+
+Inversion invertQuietly(const Decay& decay, const InversionSettings& settings) {
+  const ScratchFolder scratch;
+  return invert(decay, settings);
+}
+
+double relativeDistance(const std::vector<double>& a, const std::vector<double>& b) {
+  double difference = 0.0;
+  double size = 0.0;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    difference += (a[i] - b[i]) * (a[i] - b[i]);
+    size += b[i] * b[i];
+  }
+  return std::sqrt(difference / size);
+}
+
+/// |K f - d|^2 of a reduced problem.
+double squares(const ReducedProblem& problem, const std::vector<double>& f) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < problem.d.size(); ++i) {
+    double residual = -problem.d[i];
+    for (std::size_t j = 0; j < f.size(); ++j) {
+      residual += problem.K[j * problem.d.size() + i] * f[j];
+    }
+    sum += residual * residual;
+  }
+  return sum;
+}
+
+struct Road {
+  const char* name;
+  const char* pruning;
+  bool compressed;
+};
+const std::vector<Road> kRoads{
+    {"Whole", "NONE", false},           {"LogBins", "LOG", false},
+    {"LinearBins", "LIN", false},       {"CompressedWhole", "NONE", true},
+    {"CompressedLogBins", "LOG", true}, {"CompressedLinearBins", "LIN", true}};
+
+class Roads : public testing::TestWithParam<Road> {
+ protected:
+  InversionSettings settings(const Decay& decay) const {
+    InversionSettings result = settingsFor(decay);
+    result.pruning = GetParam().pruning;
+    if (GetParam().compressed) {
+      result.compression = Compression{};
+    }
+    return result;
+  }
+};
+
+TEST(Compression, KeepingAllRowsIsThePlainRoad) {
+  const Decay decay = train();
+  for (double weight : {0.01, 1.0}) {
+    InversionSettings settings = settingsFor(decay);
+    settings.pruning = "NONE";
+    settings.weight = weight;
+    const Inversion plain = invertQuietly(decay, settings);
+    settings.compression = Compression{static_cast<int>(settings.grid.size()), 0.0};
+    const Inversion compressed = invertQuietly(decay, settings);
+    ASSERT_EQ(compressed.status, 0);
+    // The compressed kernel is off by some roundings of its norm, which is about 150 here;
+    // one of 6e-8 moves f by 150^2 6e-8 / weight of itself at most.
+    EXPECT_LT(relativeDistance(compressed.distribution.amplitude, plain.distribution.amplitude),
+              1.4e-3 / weight);
+    EXPECT_NEAR(logMean(compressed.distribution) / logMean(plain.distribution), 1.0, 1e-4);
+    EXPECT_NEAR(compressed.fitError / plain.fitError, 1.0, 1e-5);
+  }
+}
+
+TEST(Compression, ChangesTheSumOfSquaresByAConstant) {
+  const Decay decay = train();
+  InversionSettings settings = settingsFor(decay);
+  settings.pruning = "NONE";
+  settings.weight = 1.0;
+  invertQuietly(decay, settings);
+  const ReducedProblem plain = Problem(decay, settings).reduced();
+  settings.compression = Compression{static_cast<int>(settings.grid.size()), 0.0};
+  invertQuietly(decay, settings);
+  const ReducedProblem compressed = Problem(decay, settings).reduced();
+  EXPECT_EQ(plain.rows, 1200);
+  EXPECT_LE(compressed.rows, 60);
+  const std::vector<double> none(60, 0.0);
+  std::vector<double> some(60, 0.0);
+  some[20] = 0.3;
+  some[40] = 0.9;
+  const double lost = squares(plain, none) - squares(compressed, none);
+  // What is lost is the noise outside the kernel's range: 1200 - rank samples of variance
+  // (0.5 / 100)^2 in the library's unit, but for what the rank of about a dozen takes.
+  EXPECT_NEAR(lost / (1200 * 2.5e-5), 1.0, 0.15);
+  EXPECT_NEAR(squares(plain, some) - squares(compressed, some), lost, 1e-2 * lost);
+}
+
+TEST(Compression, KeepsNoMoreRowsThanItIsTold) {
+  const Decay decay = train();
+  InversionSettings settings = settingsFor(decay);
+  settings.weight = 1.0;
+  settings.compression = Compression{4, 0.0};
+  invertQuietly(decay, settings);
+  EXPECT_EQ(Problem(decay, settings).reduced().rows, 4);
+  settings.compression = Compression{60, 0.01};
+  invertQuietly(decay, settings);
+  const std::int32_t rows = Problem(decay, settings).reduced().rows;
+  EXPECT_GT(rows, 1);
+  EXPECT_LT(rows, 10);  // singular values of this kernel fall by about a factor 3 a step
+}
+
+TEST_P(Roads, RecoverTheLogMean) {
+  // Noise of 0.002 of the amplitude may stand at the shortest time of the grid, which moves the
+  // mean of ln T by 0.002 ln(43.5 ms / 0.13 ms) = 0.012. The penalty does as much again for some
+  // 200 bins, and more in proportion to the norm of the misfit that the target grants.
+  const Decay decay = train(1, 0.2);
+  const InversionSettings wanted = settings(decay);
+  const Inversion inversion = invertQuietly(decay, wanted);
+  EXPECT_EQ(inversion.status, 0);
+  const double rows = Problem(decay, wanted).reduced().rows;
+  EXPECT_NEAR(logMean(inversion.distribution) / logMean(kTruth), 1.0,
+              0.012 * (1.0 + std::max(1.0, std::sqrt(rows / 200.0))));
+}
+
+TEST_P(Roads, TheReducedProblemIsTheOneThatIsSolved) {
+  // The library's corner search on what reduced() gives answers the very weight, to its last
+  // bit, that the driver has found on its own.
+  const Decay decay = train();
+  InversionSettings corner = settings(decay);
+  corner.corner = true;
+  corner.assignments = {"RWEI=1"};
+  const Inversion inversion = invertQuietly(decay, corner);
+  setNumber("RWEI", 0.1F);
+  const ReducedProblem reduced = Problem(decay, corner).reduced();
+  const std::vector<float> K(reduced.K.begin(), reduced.K.end());
+  const std::vector<float> d(reduced.d.begin(), reduced.d.end());
+  std::vector<float> f(corner.grid.size());
+  float weight = 0.0F;
+  float rss = 0.0F;
+  float slope = 0.0F;
+  std::int32_t status = 0;
+  vorinTarget2_sp(reduced.rows, reduced.columns, K.data(), d.data(), f.data(), &weight, &rss,
+                  &slope, &status);
+  EXPECT_EQ(inversion.weight, static_cast<double>(weight));
+  EXPECT_EQ(inversion.cornerWeight, inversion.weight);
+  EXPECT_NEAR(inversion.reachedError, std::sqrt(static_cast<double>(rss) / reduced.rows) * 100.0,
+              0.05 * kNoise);
+}
+
+TEST_P(Roads, TheCornerLiesOnARungWhereTheCurveTurnsMost) {
+  const Decay decay = train();
+  InversionSettings corner = settings(decay);
+  corner.corner = true;
+  const ScratchFolder scratch;
+  const Inversion inversion = invert(decay, corner);
+  EXPECT_EQ(inversion.status, VORIN_CORNER_MODE);
+  EXPECT_TRUE(succeeded(inversion));
+  EXPECT_NEAR(inversion.weight / inversion.cornerWeight, 0.1, 1e-7);
+
+  const LCurve curve = lCurve(decay, corner, inversion);
+  ASSERT_EQ(curve.rungs.size(), 17U);
+  EXPECT_NEAR(curve.rungs.at(curve.corner).weight / inversion.cornerWeight, 1.0, 2e-7);
+  EXPECT_EQ(curve.used.weight, inversion.weight);
+  EXPECT_NEAR(curve.rungs.back().weight / curve.rungs.front().weight, 1e4, 1e-8);
+  // The turn from step to step, as an angle over the length of both, by its sine.
+  std::size_t sharpest = 0;
+  double most = 0.0;
+  for (std::size_t i = 1; i + 1 < curve.rungs.size(); ++i) {
+    EXPECT_GE(curve.rungs[i].residualNorm, curve.rungs[i - 1].residualNorm);
+    EXPECT_LE(curve.rungs[i].solutionNorm, curve.rungs[i - 1].solutionNorm);
+    const auto step = [&](std::size_t at) {
+      return std::pair(
+          2.0 * std::log(curve.rungs[at + 1].residualNorm / curve.rungs[at].residualNorm),
+          2.0 * std::log(curve.rungs[at + 1].solutionNorm / curve.rungs[at].solutionNorm));
+    };
+    const auto [ax, ay] = step(i - 1);
+    const auto [bx, by] = step(i);
+    const double la = std::hypot(ax, ay);
+    const double lb = std::hypot(bx, by);
+    const double turn = std::asin((ax * by - ay * bx) / (la * lb)) / (la + lb);
+    if (turn > most) {
+      most = turn;
+      sharpest = i;
+    }
+  }
+  EXPECT_EQ(sharpest, curve.corner);
+}
+
+TEST_P(Roads, TheCurveOfAnyOtherInversionPassesThroughItsWeight) {
+  const Decay decay = train();
+  const ScratchFolder scratch;
+  const InversionSettings search = settings(decay);
+  const Inversion inversion = invert(decay, search);
+  const LCurve curve = lCurve(decay, search, inversion);
+  const ReducedProblem reduced = Problem(decay, search).reduced();
+  EXPECT_EQ(curve.used.weight, inversion.weight);
+  // The iteration and the quadratic program meet at the same minimum.
+  EXPECT_NEAR(curve.used.residualNorm / (inversion.reachedError * std::sqrt(reduced.rows)), 1.0,
+              1e-3);
+  double norm = 0.0;
+  for (double amplitude : inversion.distribution.amplitude) {
+    norm += amplitude * amplitude;
+  }
+  EXPECT_NEAR(curve.used.solutionNorm / std::sqrt(norm), 1.0, 1e-3);
+}
+
+TEST_P(Roads, TheNoiseByDifferencesIsTheirClosedForm) {
+  const Decay decay = train();
+  InversionSettings settings = this->settings(decay);
+  settings.noiseSource = NoiseSource::difference;
+  const Inversion inversion = invertQuietly(decay, settings);
+  const std::vector<double>& y = decay.amplitude;
+  double sum = 0.0;
+  for (std::size_t i = 0; i + 2 < y.size(); ++i) {
+    const double difference = y[i] - 2.0 * y[i + 1] + y[i + 2];
+    sum += difference * difference;
+  }
+  const double closed = std::sqrt(sum / static_cast<double>(y.size() - 2) / 6.0);
+  EXPECT_NEAR(inversion.noise / closed, 1.0, 1e-4);
+  EXPECT_EQ(inversion.noiseOrigin, NoiseOrigin::libraryDifference);
+  EXPECT_EQ(inversion.status, 0);
+  EXPECT_NEAR(inversion.wantedError / closed, 1.05, 1e-4);
+}
+
+TEST_P(Roads, TheNoiseByTheFitIsTheSmallestErrorThereIs) {
+  const Decay decay = train();
+  InversionSettings settings = this->settings(decay);
+  settings.noiseSource = NoiseSource::fit;
+  const Inversion byFit = invertQuietly(decay, settings);
+  EXPECT_EQ(byFit.noiseOrigin, NoiseOrigin::libraryFit);
+  settings.noiseSource = NoiseSource::ridge;
+  const Inversion byRidge = invertQuietly(decay, settings);
+  EXPECT_EQ(byRidge.noiseOrigin, NoiseOrigin::libraryRidge);
+  settings.noiseSource = NoiseSource::scan;
+  const Inversion byScan = invertQuietly(decay, settings);
+  EXPECT_EQ(byScan.noiseOrigin, NoiseOrigin::libraryScan);
+  settings.noiseSource = NoiseSource::robust;
+  settings.weight = 1e-5;
+  const Inversion light = invertQuietly(decay, settings);
+  EXPECT_LE(byFit.noise, light.reachedError * (1.0 + 1e-4));
+  EXPECT_LE(byFit.noise, byRidge.noise * (1.0 + 1e-4));
+  EXPECT_LE(byFit.noise, byScan.noise * (1.0 + 1e-4));
+  EXPECT_NEAR(byScan.noise / byFit.noise, 1.0, 0.03);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Roads, testing::ValuesIn(kRoads),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(NoiseSources, TheImaginaryChannelsIsTaken) {
+  Decay decay = train();
+  decay.quadratureNoise = 0.6;
+  InversionSettings settings = settingsFor(decay);
+  settings.noiseSource = NoiseSource::quadrature;
+  const Inversion inversion = invertQuietly(decay, settings);
+  EXPECT_EQ(inversion.noise, 0.6);
+  EXPECT_EQ(inversion.noiseOrigin, NoiseOrigin::quadrature);
+  EXPECT_NEAR(inversion.wantedError, 1.05 * 0.6, 1e-6);
+}
+
+TEST(NoiseSources, WithoutAnImaginaryChannelThereIsNone) {
+  const Decay decay = train();
+  InversionSettings settings = settingsFor(decay);
+  settings.noiseSource = NoiseSource::quadrature;
+  EXPECT_THROW(requireUsable(decay, settings), UserError);
+  settings.noise = 0.5;  // a number goes before
+  EXPECT_NO_THROW(requireUsable(decay, settings));
+}
+
+TEST(NoiseSources, DifferencesThatVanishGiveNone) {
+  const Decay line{{1.0, 2.0, 3.0, 4.0, 5.0}, {5.0, 4.0, 3.0, 2.0, 1.0}};
+  InversionSettings settings;
+  settings.grid = {1.0, 2.0, 4.0};
+  settings.noiseSource = NoiseSource::difference;
+  EXPECT_THROW(invertQuietly(line, settings), UserError);
+  settings.compression = Compression{};
+  EXPECT_THROW(invertQuietly(line, settings), UserError);
+  EXPECT_THROW(invertQuietly({{1.0, 2.0}, {2.0, 1.0}}, settings), UserError);
+}
+
+TEST(NoiseSources, AnEstimateDoesNotStayForTheNextInversion) {
+  const Decay decay = train();
+  InversionSettings settings = settingsFor(decay);
+  const Inversion before = invertQuietly(decay, settings);
+  settings.noiseSource = NoiseSource::ridge;
+  settings.compression = Compression{5, 0.0};
+  invertQuietly(decay, settings);
+  const Inversion after = invertQuietly(decay, settingsFor(decay));
+  EXPECT_EQ(after.noiseOrigin, NoiseOrigin::differences);
+  EXPECT_EQ(after.weight, before.weight);
+  EXPECT_EQ(after.distribution.amplitude, before.distribution.amplitude);
+}
+
+TEST(Outliers, AreFoundAndLeftOutOnEveryRoad) {
+  const std::vector<std::size_t> spikes{100, 101, 555, 1199};
+  Decay decay = train();
+  for (std::size_t i : spikes) {
+    decay.amplitude[i] += i == 555 ? -200.0 : 12.0;  // -400 and 24 standard deviations
+  }
+  for (const Road& road : kRoads) {
+    InversionSettings settings = settingsFor(decay);
+    settings.pruning = road.pruning;
+    if (road.compressed) {
+      settings.compression = Compression{};
+    }
+    settings.noise = kNoise;
+    settings.rejectBeyond = 6.0;
+    const Inversion inversion = invertQuietly(decay, settings);
+    EXPECT_EQ(inversion.rejected, spikes) << road.name;
+    EXPECT_EQ(inversion.fit.size(), decay.time.size());
+    EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1) << road.name;
+
+    Decay rest;
+    for (std::size_t i = 0; i < decay.time.size(); ++i) {
+      if (std::find(spikes.begin(), spikes.end(), i) == spikes.end()) {
+        rest.time.push_back(decay.time[i]);
+        rest.amplitude.push_back(decay.amplitude[i]);
+      }
+    }
+    settings.rejectBeyond.reset();
+    const Inversion without = invertQuietly(rest, settings);
+    EXPECT_TRUE(without.rejected.empty());
+    EXPECT_EQ(inversion.weight, without.weight) << road.name;
+    EXPECT_EQ(inversion.distribution.amplitude, without.distribution.amplitude) << road.name;
+    // K f at a sample that was kept and has moved by two places, summed in double and single.
+    EXPECT_NEAR(inversion.fit[300], without.fit[298], 1e-3);
+  }
+}
+
+TEST(Outliers, FewGoodSamplesAreTakenForThem) {
+  std::size_t beyond3 = 0;
+  std::size_t beyond4 = 0;
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+    const Decay decay = train(seed);
+    InversionSettings settings = settingsFor(decay);
+    settings.weight = 1.0;
+    settings.rejectBeyond = 3.0;
+    beyond3 += invertQuietly(decay, settings).rejected.size();
+    settings.rejectBeyond = 4.0;
+    beyond4 += invertQuietly(decay, settings).rejected.size();
+  }
+  // Of 12000 normal variates 32.4 lie beyond 3 standard deviations and 0.76 beyond 4. Leaving
+  // some out lowers the estimate of the noise and so the limit, by a per cent or two.
+  EXPECT_NEAR(static_cast<double>(beyond3), 36.0, 3.0 * 6.0);
+  EXPECT_LE(beyond4, 5U);
+}
+
+}  // namespace
+}  // namespace vorin::host
