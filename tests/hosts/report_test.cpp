@@ -1,0 +1,115 @@
+// The summary and the tables of one inversion, where they show more than numbers that
+// other tests look at.
+#include "common/report.hpp"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "common/batch_table.hpp"
+#include "common/json_report.hpp"
+
+namespace vorin::host {
+namespace {
+
+/// An inversion with round numbers: 1 at 0.01 s and 3 at 0.1 s.
+struct Example {
+  Decay decay{{0.001, 0.002, 0.003}, {-8.0, 4.0, 2.0}};
+  Inversion inversion;
+  ReportContext context{"a.csv", decay, Kernel::t2};
+
+  Example() {
+    inversion.distribution = {{0.01, 0.03, 0.1}, {1.0, 0.0, 3.0}};
+    inversion.fit = {4.0, 3.0, 2.0};
+    inversion.weight = 0.5;
+    inversion.noise = 0.1;
+    inversion.noiseOrigin = NoiseOrigin::given;
+  }
+
+  bool summaryHolds(std::string_view text) const {
+    return summary(inversion, context).find(text) != std::string::npos;
+  }
+};
+
+TEST(Report, SignalToNoiseIsTheLargestMagnitudeOverTheNoise) {
+  Example example;
+  EXPECT_EQ(*signalToNoise(example.inversion, example.decay), 80.0);
+  EXPECT_TRUE(example.summaryHolds("\n  signal to noise 80\n"));
+  example.inversion.noise = 0.0;
+  EXPECT_FALSE(signalToNoise(example.inversion, example.decay).has_value());
+  EXPECT_FALSE(example.summaryHolds("signal to noise"));
+}
+
+TEST(Report, PeaksHavePositionShareAndWidth) {
+  const Example example;
+  EXPECT_TRUE(example.summaryHolds("peaks            10.0 ms   25.0 %   0.00 decades wide"))
+      << summary(example.inversion, example.context);
+}
+
+TEST(Report, ABandAddsTwoColumnsAndAnInterval) {
+  Example example;
+  EXPECT_NE(distributionCsv(example.inversion, example.context).find("\nt2_s,amplitude\n0.01,1\n"),
+            std::string::npos);
+  example.context.band = Band{{0.5, 0.0, 2.5}, {1.5, 0.25, 3.5}, 0.05, 0.06, 40};
+  EXPECT_NE(
+      distributionCsv(example.inversion, example.context)
+          .find("\nt2_s,amplitude,lower,upper\n0.01,1,0.5,1.5\n0.03,0,0,0.25\n0.1,3,2.5,3.5\n"),
+      std::string::npos);
+  EXPECT_TRUE(example.summaryHolds("68 % of 40 replicates from 50.0 ms to 60.0 ms"));
+  const auto json = nlohmann::json::parse(jsonObject(example.inversion, example.context));
+  EXPECT_EQ(json["bootstrap"]["replicates"], 40);
+  EXPECT_EQ(json["bootstrap"]["upper"], (std::vector<double>{1.5, 0.25, 3.5}));
+  EXPECT_EQ(json["bootstrap"]["log_mean_lower"], 0.05);
+  EXPECT_EQ(json["bootstrap"]["log_mean_upper"], 0.06);
+}
+
+TEST(Report, DiffusionHasItsOwnWordsAndUnits) {
+  Example example;
+  example.context.kernel = Kernel::diffusion;
+  example.inversion.distribution.time = {1e-10, 1e-9, 1e-8};
+  EXPECT_TRUE(example.summaryHolds("kernel          exp(-b D), 3 coefficients from 1.00e-10 m2/s"))
+      << summary(example.inversion, example.context);
+  EXPECT_TRUE(example.summaryHolds(" m2/s of D\n"));
+  EXPECT_NE(fitCsv(example.inversion, example.context).find("\nb_s_m2,amplitude,fit,residual\n"),
+            std::string::npos);
+}
+
+TEST(Report, AMatrixIsNamedByItsFile) {
+  Example example;
+  example.context.kernel = Kernel::matrix;
+  example.context.kernelFile = "my\nkernel.txt";
+  EXPECT_TRUE(
+      example.summaryHolds("  kernel          matrix my?kernel.txt, 3 values from 0.01 to"));
+  EXPECT_NE(distributionCsv(example.inversion, example.context).find("\ngrid,amplitude\n"),
+            std::string::npos);
+}
+
+TEST(Report, ThePhaseIsToldInDegrees) {
+  Example example;
+  EXPECT_FALSE(example.summaryHolds("phase"));
+  example.context.phase = 1.5707963267948966;
+  example.decay.quadratureNoise = 0.25;
+  EXPECT_TRUE(example.summaryHolds("turned back by 90.00 degrees, imaginary noise 0.25\n"));
+}
+
+TEST(BatchTable, WhatSeparatesFieldsIsQuoted) {
+  BatchRow row;
+  row.file = "a,\"b\".csv";
+  row.noise = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(batchCsv({row}, Kernel::diffusion),
+            "file,samples,status,success,noise,weight,standard_error,log_mean_m2_s,total,peaks\n"
+            "\"a,\"\"b\"\".csv\",0,0,true,,0,0,0,0,0\n");
+}
+
+TEST(BatchTable, LongNamesAreCutInFront) {
+  BatchRow row;
+  row.file = std::string(50, 'x') + "end.csv";
+  const BatchText text({row.file}, Kernel::t2);
+  EXPECT_EQ(text.row(row).substr(0, 42), ".." + std::string(31, 'x') + "end.csv  ");
+  EXPECT_EQ(text.heading().size(), text.row(row).size());
+}
+
+}  // namespace
+}  // namespace vorin::host
