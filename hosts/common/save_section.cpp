@@ -267,7 +267,7 @@ SaveSection readSaveSection(std::string_view content, std::string_view name, std
   if (ranges.empty()) {
     throw UserError(fmt::format(
         "{}: there is no save section in this file; an inversion writes one into its log when SAVE "
-        "is 1: vorin invert FILE.csv --log run.log --set SAVE=1",
+        "is 1, or with --compress when REPO is 4: vorin invert FILE.csv --log run.log --set SAVE=1",
         name));
   }
   if (number < 1 || number > ranges.size()) {

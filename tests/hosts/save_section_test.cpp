@@ -155,7 +155,8 @@ TEST(SaveSectionReader, TellsSeveralSectionsApart) {
 TEST(SaveSectionReader, ALogWithoutASectionTellsHowToHaveOne) {
   const std::string sentence =
       "run.log: there is no save section in this file; an inversion writes one into its log when "
-      "SAVE is 1: vorin invert FILE.csv --log run.log --set SAVE=1";
+      "SAVE is 1, or with --compress when REPO is 4: vorin invert FILE.csv --log run.log --set "
+      "SAVE=1";
   EXPECT_EQ(complaint(""), sentence);
   EXPECT_EQ(complaint("Vorin::M::Start inversion\n"), sentence);
   EXPECT_EQ(complaint(std::string("\0\xff\n\n[EOF]", 9)), sentence);

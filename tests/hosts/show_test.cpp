@@ -122,6 +122,18 @@ TEST(Show, PrintsResultsMeasuresAndSettings) {
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"f.csv", "fit.csv", "run.log"}));
 }
 
+// The compressed drivers write a section above REPO 3 only.
+TEST(Show, ShowsACompressedInversionLoggedAtLevelFour) {
+  const TemporaryFolder folder;
+  invertInto(folder, {"--compress", "20", "--set", "REPO=4"});
+  const Outcome shown = runProgram(folder.path(), {"show", "run.log", "--out", "f2.csv"});
+  EXPECT_EQ(shown.status, 0) << shown.err;
+  EXPECT_EQ(behind(shown.out, "data"), "3000 points from 0.0002 to 0.6");
+  const Distribution written = readDistribution(folder / "f.csv");
+  const Distribution saved = readDistribution(folder / "f2.csv");
+  EXPECT_NEAR(logMean(saved) / logMean(written), 1.0, 1e-6);
+}
+
 TEST(Show, DrawsAPictureOfEachKind) {
   const TemporaryFolder folder;
   invertInto(folder);
@@ -242,7 +254,8 @@ INSTANTIATE_TEST_SUITE_P(
         {"NoSection",
          {"show", "plain.log", "--out", "f.csv"},
          "plain.log: there is no save section in this file; an inversion writes one into its log "
-         "when SAVE is 1: vorin invert FILE.csv --log run.log --set SAVE=1"},
+         "when SAVE is 1, or with --compress when REPO is 4: vorin invert FILE.csv --log run.log "
+         "--set SAVE=1"},
         {"CutShort",
          {"show", "cut.sav", "--out", "f.csv"},
          "cut.sav, line 9: the heading *[COEFF T2DIST  VORIN] is wanted here, not \"*[COEFF T2DIST "
