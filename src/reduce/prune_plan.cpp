@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "reduce/bin_edges.hpp"
+#include "toolbox/kernels/kernels.hpp"
 
 namespace vorin::reduce {
 
@@ -54,32 +55,22 @@ void PrunePlan::apply(const float* values, float* out) const {
 }
 
 void PrunePlan::apply(int columns, const float* in, int ldIn, float* out, int ldOut) const {
-  // Columns are independent sums: eight at a time hide the latency of the
-  // additions, each adding its points in order.
-  constexpr int group = 8;
   const std::ptrdiff_t inStep = ldIn;
   const std::ptrdiff_t outStep = ldOut;
-  int j0 = 0;
-  for (; j0 + group <= columns; j0 += group) {
-    const float* block = in + j0 * inStep;
-    for (int r = 0; r < filled(); ++r) {
-      const float share = 1.0f / norm(r);
-      float sums[group] = {};
-      forEachPoint(r, [&](int i) {
-        for (int j = 0; j < group; ++j) {
-          sums[j] += share * block[j * inStep + i];
-        }
-      });
-      for (int j = 0; j < group; ++j) {
-        out[r + (j0 + j) * outStep] = sums[j];
-      }
+  if (!listed_.empty()) {
+    for (int j = 0; j < columns; ++j) {
+      apply(in + j * inStep, out + j * outStep);
     }
-    for (int j = 0; closingRow_ && j < group; ++j) {
-      out[filled() + (j0 + j) * outStep] = 0.0f;
-    }
+    return;
   }
-  for (; j0 < columns; ++j0) {
-    apply(in + j0 * inStep, out + j0 * outStep);
+  std::vector<kernels::Run<float>> runs;
+  runs.reserve(rows_.size());
+  for (const Row& row : rows_) {
+    runs.push_back({row.begin, row.end, 1.0f / row.norm});
+  }
+  kernels::table<float>().sumRuns(filled(), runs.data(), columns, in, ldIn, out, ldOut);
+  for (int j = 0; closingRow_ && j < columns; ++j) {
+    out[filled() + j * outStep] = 0.0f;
   }
 }
 

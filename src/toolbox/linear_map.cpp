@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <numeric>
+#include <vector>
+
+#include "toolbox/kernels/kernels.hpp"
 
 namespace vorin {
 
 void formFit(int m, int n, const float* K, const float* f, float* fit) {
-  const std::ptrdiff_t rows = std::max(m, 0);
-  std::fill(fit, fit + rows, 0.0f);
-  for (int j = 0; j < n; ++j) {
-    const float amplitude = f[j];
-    const float* column = K + j * rows;
-    for (std::ptrdiff_t i = 0; i < rows; ++i) {
-      fit[i] += amplitude * column[i];
-    }
-  }
+  std::vector<int> columns(static_cast<std::size_t>(std::max(n, 0)));
+  std::iota(columns.begin(), columns.end(), 0);
+  kernels::table<float>().combineColumns(std::max(m, 0), static_cast<int>(columns.size()),
+                                         columns.data(), K, f, fit);
 }
 
 }  // namespace vorin

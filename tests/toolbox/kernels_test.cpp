@@ -166,6 +166,47 @@ TEST(Kernels, ALevelTheCpuLacksGivesTheHighestPossible) {
   EXPECT_EQ(vorin::kernels::currentLevel(), Level::baseline);
 }
 
+TYPED_TEST(KernelsTest, SumRunsHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  const int rows = 61;
+  const std::vector<vorin::kernels::Run<Real>> runs = {
+      {0, 1, Real(0.7)},   {1, 4, Real(0.3)}, {3, 7, Real(1)},     {7, 12, Real(-2)},
+      {12, 12, Real(0.1)}, {12, 20, Real(5)}, {21, 44, Real(0.9)}, {44, 61, Real(0.11)}};
+  const int count = static_cast<int>(runs.size());
+  for (const int columns : {0, 1, 3, 4, 7, 15, 16, 17, 21, 40}) {
+    for (const int spare : {0, 5}) {
+      const int ldIn = rows + spare;
+      const int ldOut = count + spare;
+      Uniform uniform(static_cast<std::uint64_t>(columns * 10 + spare));
+      std::vector<Real> in(area(ldIn, columns));
+      for (Real& value : in) {
+        value = static_cast<Real>(uniform());
+      }
+      std::vector<Real> expected(area(ldOut, columns), Real(-7));
+      for (int j = 0; j < columns; ++j) {
+        for (int r = 0; r < count; ++r) {
+          const auto& run = runs[static_cast<std::size_t>(r)];
+          Real sum = 0;
+          for (int i = run.begin; i < run.end; ++i) {
+            sum += run.share * in[area(ldIn, j) + static_cast<std::size_t>(i)];
+          }
+          expected[area(ldOut, j) + static_cast<std::size_t>(r)] = sum;
+        }
+      }
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> out(expected.size(), Real(-7));
+        vorin::kernels::table<Real>().sumRuns(count, runs.data(), columns, in.data(), ldIn,
+                                              out.data(), ldOut);
+        EXPECT_TRUE(out.empty() ||
+                    std::memcmp(out.data(), expected.data(), out.size() * sizeof(Real)) == 0)
+            << columns << " columns at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
 // A symmetric matrix by way of its factor: L with a dominant diagonal, or one whose square
 // has a negative element taken from the diagonal.
 template <class Real>

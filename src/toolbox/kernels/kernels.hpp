@@ -29,6 +29,14 @@ inline constexpr int panelRows = 64 / static_cast<int>(sizeof(Real));
 template <class Real>
 inline constexpr int rowPadding = 64 / static_cast<int>(sizeof(Real));
 
+/// Rows begin .. end - 1 of a matrix and the factor of each.
+template <class Real>
+struct Run {
+  int begin;
+  int end;
+  Real share;
+};
+
 template <class Real>
 struct Table {
   /// G (m x m by columns) = A A' for A of m rows and `columns` columns, packed in
@@ -48,6 +56,12 @@ struct Table {
   ///   sum = 0; for (k = 0 .. count-1) sum += K[columns[k] * m + j] * x[k]; out[j] = sum;
   void (*combineColumns)(int m, int count, const int* columns, const Real* K, const Real* x,
                          Real* out);
+
+  /// out(r, j) = sum over the rows i of run r of share * in(i, j), for `columns` columns j of
+  /// matrices by columns with leading dimensions ldIn and ldOut. Plain form, for every r and j:
+  ///   sum = 0; for (i = begin .. end-1) sum += share * in(i, j); out(r, j) = sum;
+  void (*sumRuns)(int runs, const Run<Real>* run, int columns, const Real* in, int ldIn, Real* out,
+                  int ldOut);
 
   /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n by
   /// columns, leading dimension ld >= n), in place. What stands above the diagonal says
