@@ -1,5 +1,6 @@
 """Tables, picture and page of what measure.py finds."""
 
+import math
 import os
 import platform
 import subprocess
@@ -92,17 +93,24 @@ def machine(bench):
             f"numpy {numpy.__version__}, scipy {scipy.__version__}")
 
 
-def panel(axis, title, xlabel, ylabel):
+def panel(axis, title, xlabel, ylabel, xticks):
+    """Names, whole decades on the y axis, and ticks that say what was measured."""
     axis.set_title(title)
     axis.set_xlabel(xlabel)
     axis.set_ylabel(ylabel)
+    low, high = axis.get_ylim()
+    axis.set_ylim(10.0 ** math.floor(math.log10(low)), 10.0 ** math.ceil(math.log10(high)))
+    axis.yaxis.set_major_formatter(lambda value, _: f"{value:g}")
+    axis.set_xticks(xticks, [f"{tick:g}" if tick < 1e5 else f"$10^{math.log10(tick):.0f}$"
+                             for tick in xticks])
+    axis.set_xticks([], minor=True)
     axis.grid(True, which="both", alpha=0.3)
     axis.legend()
 
 
 def linear(axis, rows, value):
-    """A line in proportion to nf through the last point."""
-    ends = [rows[0]["nf"], rows[-1]["nf"]]
+    """A line in proportion to nf through the last point, over its last three decades."""
+    ends = [max(rows[0]["nf"], rows[-1]["nf"] / 1000), rows[-1]["nf"]]
     slope = value(rows[-1]) / ends[1]
     axis.loglog(ends, [slope * end for end in ends], "k:", label="in proportion to nf")
 
@@ -120,20 +128,23 @@ def picture(results, path):
         there = [row for row in default if key in row]
         axes[0][0].loglog([row["nf"] for row in there], [1e3 * row[key] for row in there], "o-",
                           label=label)
-    panel(axes[0][0], "default road, ng 100, SNR 100", "samples nf", "CPU time, ms")
+    panel(axes[0][0], "default road, ng 100, SNR 100", "samples nf", "CPU time, ms",
+          sorted({row["nf"] for row in default}))
     by_nf, by_ng = results["by_nf"], results["by_ng"]
+    decades = [10.0**k for k in range(3, 7) if 10.0**k <= by_nf[-1]["nf"]]
     axes[0][1].loglog([row["nf"] for row in by_nf], [1e3 * row["seconds"] for row in by_nf],
                       "o-", color="C3", label="library")
     linear(axes[0][1], by_nf, lambda row: 1e3 * row["seconds"])
-    panel(axes[0][1], "growth with the samples, ng 100", "samples nf", "CPU time, ms")
+    panel(axes[0][1], "growth with the samples, ng 100", "samples nf", "CPU time, ms", decades)
     axes[1][0].loglog([row["nf"] for row in by_nf], [row["host"] for row in by_nf], "s-",
                       color="C7", label="the host's arrays")
     axes[1][0].loglog([row["nf"] for row in by_nf], [max(row["added"], 0.01) for row in by_nf],
                       "o-", color="C3", label="added by the library")
-    panel(axes[1][0], "memory, ng 100", "samples nf", "MB")
+    panel(axes[1][0], "memory, ng 100", "samples nf", "MB", decades)
     axes[1][1].loglog([row["ng"] for row in by_ng], [1e3 * row["seconds"] for row in by_ng],
                       "o-", color="C3", label="library")
-    panel(axes[1][1], "growth with the grid, nf 1000", "grid points ng", "CPU time, ms")
+    panel(axes[1][1], "growth with the grid, nf 1000", "grid points ng", "CPU time, ms",
+          [row["ng"] for row in by_ng])
     figure.tight_layout()
     figure.savefig(path, dpi=80)
 
