@@ -19,11 +19,11 @@ bool onlyBounds(int n, int constraints, int equalities, const double* A, const d
   // A column is looked at to its end: the loop has nothing to wait for then.
   for (int j = 0; j < n; ++j) {
     const double* column = A + static_cast<long>(j) * n;
-    unsigned others = 0;
+    std::uint64_t others = 0;
     for (int i = 0; i < n; ++i) {
-      others += column[i] != 0.0 ? 1U : 0U;
+      others += column[i] != 0.0 ? 1 : 0;
     }
-    if (others != 1U || column[j] != 1.0) {
+    if (others != 1 || column[j] != 1.0) {
       return false;
     }
   }

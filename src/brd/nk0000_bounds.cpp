@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "toolbox/kernels/kernels.hpp"
+
 namespace vorin::brd {
 namespace {
 
@@ -225,15 +227,12 @@ void BoundedMinimum::updateGradient() {
     y_[static_cast<std::size_t>(i)] = g_[i];
     size_[static_cast<std::size_t>(i)] = std::abs(g_[i]);
   }
-  for (const int j : factor_.indices()) {
-    const double value = x_[static_cast<std::size_t>(j)];
-    const double* column = Q_ + static_cast<long>(j) * n_;
-    for (int i = 0; i < n_; ++i) {
-      const double term = column[i] * value;
-      y_[static_cast<std::size_t>(i)] += term;
-      size_[static_cast<std::size_t>(i)] += std::abs(term);
-    }
-  }
+  // z has nothing to hold between two solves.
+  const std::vector<int>& indices = factor_.indices();
+  std::transform(indices.begin(), indices.end(), z_.begin(),
+                 [this](int j) { return x_[static_cast<std::size_t>(j)]; });
+  kernels::table<double>().addColumns(n_, factor_.size(), indices.data(), Q_, z_.data(), y_.data(),
+                                      size_.data());
 }
 
 bool BoundedMinimum::violated(int i) const {

@@ -26,11 +26,18 @@ BlockFactor::BlockFactor(int n, const double* Q, double* storage)
 bool BlockFactor::assign(const std::vector<int>& indices) {
   indices_ = indices;
   const int p = size();
-  for (int k = 0; k < p; ++k) {
-    double* target = column(k);
-    const double* source = Q_ + static_cast<long>(indices_[static_cast<std::size_t>(k)]) * n_;
-    for (int i = k; i < p; ++i) {
-      target[i] = source[indices_[static_cast<std::size_t>(i)]];
+  // Neighbours in the list mostly are neighbours in Q: a run of them is copied at a time.
+  int end = 0;
+  for (int begin = 0; begin < p; begin = end) {
+    const int first = indices_[static_cast<std::size_t>(begin)];
+    for (end = begin + 1; end < p && indices_[static_cast<std::size_t>(end)] == first + end - begin;
+         ++end) {
+    }
+    for (int k = 0; k < end; ++k) {
+      const double* source =
+          Q_ + static_cast<long>(indices_[static_cast<std::size_t>(k)]) * n_ + first;
+      const int from = std::max(begin, k);
+      std::copy(source + (from - begin), source + (end - begin), column(k) + from);
     }
   }
   kernels::table<double>().cholesky(p, n_, storage_, row_.data());

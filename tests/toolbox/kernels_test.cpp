@@ -207,6 +207,46 @@ TYPED_TEST(KernelsTest, SumRunsHasTheBitsOfThePlainSumAtEveryLevel) {
   }
 }
 
+TYPED_TEST(KernelsTest, AddColumnsHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const int n : {1, 3, 8, 17, 64, 131}) {
+    for (const int count : {0, 1, 5, 30}) {
+      Uniform uniform(static_cast<std::uint64_t>(n * 100 + count));
+      const auto random = [&uniform](std::size_t length) {
+        std::vector<Real> values(length);
+        for (Real& value : values) {
+          value = static_cast<Real>(uniform() - 0.5);
+        }
+        return values;
+      };
+      const std::vector<Real> Q = random(area(n, 2 * count + 1));
+      const std::vector<Real> x = random(static_cast<std::size_t>(count));
+      const std::vector<Real> start = random(static_cast<std::size_t>(n));
+      std::vector<int> columns;
+      std::vector<Real> sum = start;
+      std::vector<Real> size = start;
+      for (int k = 0; k < count; ++k) {
+        columns.push_back(2 * k + 1);
+        for (std::size_t i = 0; i < start.size(); ++i) {
+          const Real term = Q[area(n, 2 * k + 1) + i] * x[static_cast<std::size_t>(k)];
+          sum[i] += term;
+          size[i] += std::abs(term);
+        }
+      }
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> gotSum = start;
+        std::vector<Real> gotSize = start;
+        vorin::kernels::table<Real>().addColumns(n, count, columns.data(), Q.data(), x.data(),
+                                                 gotSum.data(), gotSize.data());
+        EXPECT_EQ(gotSum, sum) << n << ", " << count << " at level " << static_cast<int>(level);
+        EXPECT_EQ(gotSize, size) << n << ", " << count << " at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
 // A symmetric matrix by way of its factor: L with a dominant diagonal, or one whose square
 // has a negative element taken from the diagonal.
 template <class Real>

@@ -63,6 +63,13 @@ struct Table {
   void (*sumRuns)(int runs, const Run<Real>* run, int columns, const Real* in, int ldIn, Real* out,
                   int ldOut);
 
+  /// Adds chosen columns of Q (n rows, by columns) to y (n), and what they add in size to
+  /// `size` (n). Plain form, for every i:
+  ///   for (k = 0 .. count-1) { term = Q[columns[k] * n + i] * x[k];
+  ///                            y[i] += term; size[i] += |term|; }
+  void (*addColumns)(int n, int count, const int* columns, const Real* Q, const Real* x, Real* y,
+                     Real* size);
+
   /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n by
   /// columns, leading dimension ld >= n), in place. What stands above the diagonal says
   /// nothing and is changed. pivots (n): the diagonal before its roots are taken; where one
