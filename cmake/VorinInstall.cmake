@@ -59,6 +59,12 @@ if(TARGET vorin)
   endif()
 endif()
 
+# Where Debian's python3 looks below /usr; elsewhere PYTHONPATH leads to it.
+if(EXISTS "${PROJECT_SOURCE_DIR}/hosts/python/vorin")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/hosts/python/vorin"
+    DESTINATION lib/python3/dist-packages PATTERN "__pycache__" EXCLUDE)
+endif()
+
 if(PROJECT_IS_TOP_LEVEL)
   include(VorinDebianPackage)
 endif()
