@@ -51,9 +51,12 @@ System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* 
 template <class Real>
 void System<Real>::transpose() {
   constexpr int group = kernels::rowPadding<Real>;
-  kernelByRows_.resize(area(m_, paddedColumns_));
+  // One row at least, of zeros: the kernels form the addresses of its parts also of a
+  // kernel that has none.
+  kernelByRows_.resize(area(std::max(m_, 1), paddedColumns_));
+  std::fill_n(kernelByRows_.begin(), paddedColumns_, Real(0));
   unsigned notFinite = 0;
-  for (int i0 = 0; m_ > 0 && i0 < n_; i0 += group) {
+  for (int i0 = 0; i0 < n_; i0 += group) {
     const Real* columns = K_ + area(m_, i0);
     const int filled = std::min(group, n_ - i0);
     Real* out = kernelByRows_.data() + i0;
