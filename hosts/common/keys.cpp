@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <numeric>
 
 #include "common/library.hpp"
@@ -100,13 +99,6 @@ constexpr auto kKeys = std::to_array<KeyInfo>({
     {"C1", kNumber, kSettable, "any", "", "held and reported only"},
     {"C2", kNumber, kSettable, "any", "", "held and reported only"},
 });
-
-std::string upperCase(std::string_view text) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  return result;
-}
 
 /// How many characters have to be put in, left out, replaced or swapped with their
 /// neighbour to turn one word into the other (Damerau, Commun. ACM 7, 171, 1964; no
