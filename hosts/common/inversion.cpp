@@ -78,21 +78,20 @@ bool outOfReach(const Inversion& inversion) {
          inversion.reachedError > inversion.wantedError;
 }
 
-/// The samples that are left out. A large outlier spoils the noise that the others are held
+/// The samples that are left out. The farthest spoil the fit that the others are held
 /// against, so the search goes on without those found until it finds no more.
 std::vector<std::size_t> rejectedSamples(const Problem& whole, const InversionSettings& settings) {
   std::vector<std::size_t> rejected;
   if (!settings.rejectBeyond) {
     return rejected;
   }
-  constexpr int kMostRounds = 10;
+  constexpr int kMostRounds = 50;
   std::vector<std::size_t> kept(whole.data().size());
   std::iota(kept.begin(), kept.end(), std::size_t{0});
   for (int round = 0; round < kMostRounds; ++round) {
     const Problem rest = whole.without(rejected);
-    const std::vector<std::size_t> found =
-        rest.outliers(static_cast<float>(*settings.rejectBeyond));
-    if (found.empty()) {
+    const std::vector<std::size_t> found = rest.outliers(*settings.rejectBeyond);
+    if (found.empty() || kept.size() < 2 + found.size()) {
       break;
     }
     for (std::size_t index : found) {

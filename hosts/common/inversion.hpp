@@ -84,8 +84,7 @@ struct Inversion {
 };
 
 /// Throws UserError for settings that `decay` rules out: a noise as large as the data, the
-/// noise of an imaginary channel that it does not have, bins for outliers to stay out of
-/// that there are none of.
+/// noise of an imaginary channel that it does not have.
 void requireUsable(const Decay& decay, const InversionSettings& settings);
 
 /// Throws the UserError with which invert() would answer a decay that shows no noise, so

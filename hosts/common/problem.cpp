@@ -210,23 +210,30 @@ ReducedProblem Problem::reduced() const {
   return result;
 }
 
-std::vector<std::size_t> Problem::outliers(float threshold) const {
-  // The ridge with which the library's own driver looks for them, relative to the kernel.
-  constexpr float kRidge = 1e-4F;
+std::vector<std::size_t> Problem::outliers(double threshold) const {
   const auto nf = static_cast<std::int32_t>(Y_.size());
   const auto ng = static_cast<std::int32_t>(G_.size());
-  const std::vector<float> W(Y_.size(), 1.0F);
-  std::vector<float> x(G_.size());
-  std::vector<float> flags(Y_.size());
-  std::int32_t good = 0;
-  std::int32_t bad = 0;
-  std::int32_t spare = 0;
+  const std::vector<double> A(K_->begin(), K_->end());
+  const std::vector<double> b(Y_.begin(), Y_.end());
+  std::vector<double> x(G_.size());
   std::int32_t status = 0;
-  VorinSEROL(&threshold, &kRidge, &nf, &nf, &ng, K_->data(), Y_.data(), W.data(), x.data(),
-             flags.data(), &good, &bad, &spare, &status);
+  plsN_dll(A.data(), nf, ng, b.data(), x.data(), &status);
+  const std::vector<double> fit = fitOf(x);
+  std::vector<double> off(fit.size());
+  std::transform(b.begin(), b.end(), fit.begin(), off.begin(),
+                 [](double datum, double fitted) { return std::fabs(datum - fitted); });
+  std::vector<double> sorted = off;
+  std::sort(sorted.begin(), sorted.end());
+  constexpr double kMedianOfNormal = 0.6744897501960817;  // half of |N(0, 1)| lies below
+  constexpr double kRounding = 1e-6;                      // of data of magnitude 1
+  const double noise = sorted[sorted.size() / 2] / kMedianOfNormal;
   std::vector<std::size_t> found;
-  for (std::size_t i = 0; i < flags.size(); ++i) {
-    if (flags[i] == 0.0F) {
+  if (!(noise > kRounding)) {
+    return found;  // computed data
+  }
+  const double limit = std::max(threshold * noise, 0.5 * sorted.back());
+  for (std::size_t i = 0; i < off.size(); ++i) {
+    if (off[i] >= limit) {
       found.push_back(i);
     }
   }

@@ -56,9 +56,12 @@ class Problem {
   /// bins, the same rows, the same rounding.
   ReducedProblem reduced() const;
 
-  /// Which of the samples lie off a first, lightly smoothed fit by `threshold` standard
-  /// deviations of the noise or more, numbered as in data().
-  std::vector<std::size_t> outliers(float threshold) const;
+  /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
+  /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the
+  /// residual's median magnitude, of which outliers don't make much (Hampel, J. Am. Stat.
+  /// Assoc. 69, 383, 1974). A large outlier pulls the fit off its neighbours, so only those are
+  /// told that are at least half as far off as the farthest.
+  std::vector<std::size_t> outliers(double threshold) const;
 
  private:
   double scale_ = 1.0;
