@@ -23,8 +23,7 @@ import numpy as np
 import report
 import shares
 from library import Library, make_decay
-from reference import (NOISE, ROADS, Stacked, can_fit_unreduced, reduce, reference,
-                       reference_unreduced, verify)
+from reference import NOISE, ROADS, Stacked, bracket_of, reduce, reference, verify
 
 SEEDS = range(1, 10)
 
@@ -124,9 +123,13 @@ def compare(road, library, bench, nf, ng, snr, seconds, with_plain):
     runs = {"fast": library.inverter(entry, K, Y)}
     if with_plain:
         runs["plain"] = plain_inverter(road, library, bench, K, Y, F, snr)
-    runs["scipy"] = lambda: reference(road, K, Y, pruning, wanted)
-    if road == "noise" and ng == 100 and snr == 100.0 and can_fit_unreduced(K, Y, wanted):
-        runs["raw"] = lambda: reference_unreduced(K, Y, wanted)
+    bracket = bracket_of(road, K, Y, pruning, wanted)
+    runs["scipy"] = lambda: reference(road, K, Y, pruning, wanted, bracket)
+    if road == "noise" and ng == 100 and snr == 100.0:
+        # Of all samples the noise may be above what is wanted of the bins.
+        whole = bracket_of("unpruned", K, Y, pruning, wanted)
+        if whole is not None:
+            runs["raw"] = lambda: reference("unpruned", K, Y, pruning, wanted, whole)
     if road == "corner":
         runs["separate"] = separate_solves(road, library, K, Y, pruning, snr)
     return row | turns(runs, seconds)

@@ -64,7 +64,7 @@ void invertPlainly(std::int32_t nf, std::int32_t ng, const float* K, const float
   entry::report(entry::reductionLine("With pruning from ", nf, rows));
   params::rawNumber("WREF") = meanSquaredColumnNorm(rows, ng, kernel.data());
   weight::Vorin_SEtoW(rows, ng, kernel.data(), data.data(), F, *status);
-  entry::endInversion(job, *status);
+  entry::endInversion(job, true, *status);
   params::VorinLogOpen(false);
 }
 

@@ -33,10 +33,25 @@ class Stacked:
         residual = self.K @ f - self.d
         return f, residual @ residual
 
-    def search(self, wanted, tolerance=1e-3):
+    def wfac(self):
+        """The mean squared column norm: the natural size of a weight."""
+        return (self.K * self.K).sum() / self.n
+
+    def bracket(self, wanted):
+        """Multiples of wfac between which the weight for `wanted` lies, or None."""
+        target = self.m * wanted * wanted
+        ends = (1e-6, 1.0, 10.0, 100.0)
+        if self.solve(ends[0] * self.wfac())[1] >= target:
+            return None
+        for end in ends[1:]:
+            if self.solve(end * self.wfac())[1] > target:
+                return ends[0], end
+        return None
+
+    def search(self, wanted, bracket, tolerance=1e-3):
         """The f whose standard error is `wanted`, to the library's own tolerance."""
         target = self.m * wanted * wanted
-        wfac = (self.K * self.K).sum() / self.n
+        wfac = self.wfac()
         best = {}
 
         def missing(log_w):
@@ -47,7 +62,8 @@ class Stacked:
             return rss - target
 
         try:
-            scipy.optimize.brentq(missing, math.log(1e-6 * wfac), math.log(wfac), xtol=1e-10)
+            scipy.optimize.brentq(missing, math.log(bracket[0] * wfac),
+                                  math.log(bracket[1] * wfac), xtol=1e-10)
         except Found:
             pass
         return best["f"]
@@ -101,24 +117,20 @@ def reduce(road, K, Y, pruning, compress=compressed):
     return np.asarray(K, float), np.asarray(d, float)
 
 
-def reference(road, K, Y, pruning, wanted):
+def bracket_of(road, K, Y, pruning, wanted):
+    """Where a search is to look: known to the reference without its doing."""
+    if road in ("fixed", "corner"):
+        return None
+    return Stacked(*reduce(road, K, Y, pruning)).bracket(wanted)
+
+
+def reference(road, K, Y, pruning, wanted, bracket):
     problem = Stacked(*reduce(road, K, Y, pruning))
     if road == "fixed":
         return problem.solve(0.1)[0]
     if road == "corner":
         return problem.ladder()[1]
-    return problem.search(wanted)
-
-
-def reference_unreduced(K, Y, wanted):
-    return Stacked(K.astype(float), Y.astype(float)).search(wanted)
-
-
-def can_fit_unreduced(K, Y, wanted):
-    """True when some fit of all samples leaves less than `wanted`."""
-    problem = Stacked(K.astype(float), Y.astype(float))
-    _, rss = problem.solve(1e-6 * (problem.K * problem.K).sum() / problem.n)
-    return rss < problem.m * wanted * wanted
+    return problem.search(wanted, bracket)
 
 
 def verify(road, library, K, Y, F, pruning):

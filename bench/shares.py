@@ -24,7 +24,6 @@ STAGES = [
     ("quadratic program: Cholesky factors", ["vorin::brd::BlockFactor::assign("], []),
     ("quadratic program: the rest", ["vorin::brd::nk0000("],
      ["vorin::brd::BlockFactor::assign("]),
-    ("fit on all samples", ["vorin::formFit("], []),
 ]
 
 ROADS = {"noise": "noise", "unpruned": "unpruned", "C5 pruned": "C5-pruned",

@@ -233,9 +233,10 @@ class CompressedInversion {
 void invertCompressed(const Generation& generation, const Inversion& job, std::int32_t& status) {
   beginInversion(job);
   CompressedInversion(generation, job).run(status);
-  endInversion(job, status);
+  const bool saves = generation.savesAndCloses && params::queryInteger("REPO") > 3;
+  endInversion(job, saves, status);
   if (generation.savesAndCloses) {
-    if (params::queryInteger("REPO") > 3) {
+    if (saves) {
       // The second column of the distribution's table has nothing to show here.
       const std::vector<float> zeros(length(job.ng));
       params::VorinSave(params::logUnit(), job.nf, job.ng, job.K, job.T, job.Y, job.FIT, job.G,

@@ -81,8 +81,9 @@ void invert(const Inversion& job, std::int32_t& status) {
   } else {
     invertPruned(job, mode, status);
   }
-  endInversion(job, status);
-  if (wantsSaveSection()) {
+  const bool saves = wantsSaveSection();
+  endInversion(job, saves, status);
+  if (saves) {
     // The second column of the distribution's table is the distribution as well.
     params::VorinSave(params::logUnit(), job.nf, job.ng, job.K, job.T, job.Y, job.FIT, job.G, job.F,
                       job.F, status);
@@ -102,7 +103,7 @@ MadeUpArrays::MadeUpArrays(int nf, int ng)
 }
 
 Inversion MadeUpArrays::job(const float* K, const float* Y, float* F) {
-  return {nf_, ng_, K, T_.data(), Y, W_.data(), G_.data(), F, FIT_.data()};
+  return {nf_, ng_, K, T_.data(), Y, W_.data(), G_.data(), F, FIT_.data(), true};
 }
 
 }  // namespace vorin::entry

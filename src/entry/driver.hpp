@@ -4,19 +4,22 @@
 #include <cstdint>
 #include <vector>
 
+#include "toolbox/aligned.hpp"
+
 namespace vorin::entry {
 
 /// What a host hands in for one inversion; arrays belong to the host.
 struct Inversion {
-  int nf = 0;                ///< data points
-  int ng = 0;                ///< grid points
-  const float* K = nullptr;  ///< nf x ng by columns, leading dimension nf
-  const float* T = nullptr;  ///< nf, abscissa of each data point, rising
-  const float* Y = nullptr;  ///< nf, measured data
-  float* W = nullptr;        ///< nf, out: overwritten with 1.0
-  const float* G = nullptr;  ///< ng, grid abscissae, for the save section only
-  float* F = nullptr;        ///< ng, in and out: the distribution
-  float* FIT = nullptr;      ///< nf, out: K F
+  int nf = 0;                 ///< data points
+  int ng = 0;                 ///< grid points
+  const float* K = nullptr;   ///< nf x ng by columns, leading dimension nf
+  const float* T = nullptr;   ///< nf, abscissa of each data point, rising
+  const float* Y = nullptr;   ///< nf, measured data
+  float* W = nullptr;         ///< nf, out: overwritten with 1.0
+  const float* G = nullptr;   ///< ng, grid abscissae, for the save section only
+  float* F = nullptr;         ///< ng, in and out: the distribution
+  float* FIT = nullptr;       ///< nf, out: K F
+  bool fitIsScratch = false;  ///< FIT is not the host's: only the save section reads it
 };
 
 /// Runs one inversion with the settings of the parameter block: log, pruning, weight
@@ -38,7 +41,7 @@ class MadeUpArrays {
   std::vector<float> T_;
   std::vector<float> W_;
   std::vector<float> G_;
-  std::vector<float> FIT_;
+  AlignedVector<float> FIT_;  // unset until something is written
 };
 
 }  // namespace vorin::entry

@@ -24,8 +24,10 @@ void beginInversion(const Inversion& job) {
   report("Start inversion");
 }
 
-void endInversion(const Inversion& job, std::int32_t status) {
-  formFit(job.nf, job.ng, job.K, job.F, job.FIT);
+void endInversion(const Inversion& job, bool saves, std::int32_t status) {
+  if (saves || !job.fitIsScratch) {
+    formFit(job.nf, job.ng, job.K, job.F, job.FIT);
+  }
   const std::string_view outcome = status < 1 ? "Successful" : "Unsuccessful";
   report(std::string(outcome) + " inversion, status = " + params::integerField(status, 3));
 }

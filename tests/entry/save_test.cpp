@@ -186,6 +186,27 @@ TEST_F(Save, OneHundredPointsOnThirtyGridPointsReadBackToThePrecisionOfTheirFiel
   }
 }
 
+TEST_F(Save, ShortEntriesSaveTheFitThatTheyThrowAway) {
+  // Without a section nobody reads it, and it isn't formed.
+  using Entry =
+      void (*)(std::int32_t, std::int32_t, const float*, const float*, float*, std::int32_t*);
+  for (const Entry entry : {Entry(Vorin_s), Entry(VorinC5_s)}) {
+    setNumber("REPO", 4.0F);
+    Call call(60, 12);
+    entry(call.job.m, call.job.n, call.job.K.data(), call.job.d.data(), call.F.data(),
+          &call.status);
+    const SavedSection saved = vorin::test::SectionReader(section()).read();
+    ASSERT_EQ(saved.data.size(), 60U);
+    for (std::size_t i = 0; i < 60; ++i) {
+      float fit = 0.0F;
+      for (std::size_t k = 0; k < 12; ++k) {
+        fit += call.F[k] * call.job.K[i + 60 * k];
+      }
+      EXPECT_EQ(static_cast<float>(saved.data[i][2]), fit) << i;
+    }
+  }
+}
+
 TEST_F(Save, ParametersAreWhatAQueryAnswersAfterwards) {
   setNumber("SAVE", 1.0F);
   setText("PRMO", "LIN");
