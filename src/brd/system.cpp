@@ -151,9 +151,21 @@ void System<Real>::packActive() {
 
 template <class Real>
 void System<Real>::formFull() {
+  // Every cold start has all columns in its first pass. Their sum is kept where it is not
+  // much larger than the kernel itself.
+  const bool whole =
+      m_ <= 2 * static_cast<long>(n_) &&
+      std::all_of(mask_.begin(), mask_.end(), [](Real mask) { return mask == Real(1); });
+  if (whole && !wholeG_.empty()) {
+    G_ = wholeG_;
+    return;
+  }
   packActive();
   G_.resize(area(m_, m_));
   kernels::table<Real>().gram(m_, static_cast<int>(active_.size()), packed_.data(), G_.data());
+  if (whole) {
+    wholeG_ = G_;
+  }
 }
 
 // The sum over all columns i of the outer product of row i of B = H K' with column i of K.

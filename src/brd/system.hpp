@@ -85,6 +85,7 @@ class System {
   std::optional<SmallerSide<Real>> smallerSide_;
   AlignedVector<Real> packed_;  // the active columns in panels of rows, for the gram kernel
   AlignedVector<Real> G_;       // m x m; its LU factors after `factor`
+  AlignedVector<Real> wholeG_;  // G with all columns in it, once it has been wanted
   std::vector<std::int32_t> pivots_;
   std::vector<Real> newDual_;
   std::vector<Real> secondSolution_;

@@ -90,7 +90,7 @@ class ExtendedGram {
 // Row by row, the rows of R over all columns and that of d. Row k is what column p of the
 // product has left after the rows before it, p being the column that has most left.
 void factorPivoted(int n, int mostRows, const ExtendedGram& product, RankFactor& out) {
-  const auto length = static_cast<std::size_t>(n + 1);
+  const auto length = static_cast<std::size_t>(n) + 1;
   std::vector<double> left(length);
   for (int j = 0; j < n; ++j) {
     left[static_cast<std::size_t>(j)] = product.at(j, j);
