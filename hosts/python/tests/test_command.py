@@ -32,7 +32,16 @@ def command(program, folder, *arguments):
     (["--kernel", "t1-inversion", "--weight", "1"], {"kernel": "t1-inversion", "weight": 1.0}),
     (["--set", "TARG=2"], {"weight": "corner"}),
     (["--set", "BRDA=3", "--set", "RSIG=1.1"], {"settings": {"BRDA": 3, "RSIG": 1.1}}),
-    (["--set", "NALG=ASYM"], {"noise": "scan"}),
+    (["--weight", "corner"], {"weight": "corner"}),
+    (["--noise", "difference"], {"noise": "difference"}),
+    (["--noise", "fit"], {"noise": "fit"}),
+    (["--noise", "ridge"], {"noise": "ridge"}),
+    (["--noise", "scan"], {"noise": "scan"}),
+    (["--compress"], {"compress": True}),
+    (["--compress", "12,1e-4"], {"compress": (12, 1e-4)}),
+    (["--compress", "--noise", "difference"], {"compress": True, "noise": "difference"}),
+    (["--compress", "30", "--prune", "none"], {"compress": 30, "prune": "none"}),
+    (["--reject-outliers", "2.5"], {"reject_outliers": 2.5}),
 ], ids=lambda value: " ".join(value) if isinstance(value, list) else "")
 def test_the_command_and_the_package_agree(program, tmp_path, arguments, options):
     grid, distribution, fit, weight = command(program, tmp_path, SAMPLE, *arguments)
