@@ -4,6 +4,7 @@ import numpy as np
 import pytest
 
 import vorin
+from vorin import bootstrapping
 
 
 @pytest.fixture(scope="module")
@@ -31,11 +32,26 @@ def test_a_replicate_is_the_fit_plus_drawn_residuals_at_the_same_weight(result):
         assert band.log_means[index] == pytest.approx(again.log_mean, rel=2e-4)
 
 
-def test_the_interval_reflects_the_percentiles_of_the_replicates(result):
+def test_the_interval_takes_half_the_bias_and_counts_the_other_half_as_spread(result):
     band = result.bootstrap(50)
-    low, high = np.percentile(np.log(band.log_means), (15.8655, 84.1345))
-    assert band.log_mean_lower == pytest.approx(result.log_mean**2 / np.exp(high))
-    assert band.log_mean_upper == pytest.approx(result.log_mean**2 / np.exp(low))
+    low, middle, high = np.log(np.percentile(band.log_means, (15.8655, 50.0, 84.1345),
+                                             method="lower"))
+    centre = np.log(result.log_mean) - 0.5 * (middle - np.log(result.log_mean))
+    reach = np.sqrt(0.25 * (high - low) ** 2 + 0.25 * (middle - np.log(result.log_mean)) ** 2)
+    # Percentiles between neighbours differ from the lower neighbours by less than this.
+    slack = np.max(np.diff(np.sort(np.log(band.log_means)))[5:-5])
+    assert np.log(band.log_mean_lower) == pytest.approx(centre - reach, abs=slack)
+    assert np.log(band.log_mean_upper) == pytest.approx(centre + reach, abs=slack)
+    assert band.log_mean_lower < result.log_mean < band.log_mean_upper
+
+
+def test_the_interval_of_given_replicates():
+    # b = 2, h = 1.5 and the middle of the interval 1 below the result: 1 -+ sqrt(2.25 + 1).
+    logs = 5.0 + np.interp(np.linspace(0, 1, 2001), [0, 0.158655, 0.5, 0.841345, 1],
+                           [-3, 0.5, 2, 3.5, 6])
+    lower, upper = bootstrapping._interval(np.exp(5.0), logs)
+    assert np.log(lower) == pytest.approx(4.0 - np.sqrt(3.25), abs=1e-2)
+    assert np.log(upper) == pytest.approx(4.0 + np.sqrt(3.25), abs=1e-2)
 
 
 def test_the_band_holds_the_distribution_and_nothing_negative(result):

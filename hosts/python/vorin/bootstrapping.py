@@ -71,11 +71,12 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     amplitude are away from its median, laid around the distribution and cut at 0. It shows
     what the noise does to the smoothed distribution, not how far the penalty has moved it.
 
-    The interval of the log mean is the basic one on its logarithm [2]_: with q(p) the
-    percentiles of the replicates, from 2 ln L - q(84 %) to 2 ln L - q(16 %). The replicates
-    are as far off the result as that is off the truth, by the noise and by the penalty
-    alike; reflecting them takes the penalty's share out once, where an interval between the
-    percentiles themselves would hold it twice.
+    The interval of the log mean stands on its logarithm. The replicates' median is off the
+    result by b, what the penalty does to the fit, and half the middle 68 % of them is h, what
+    the noise does. The penalty has moved the result itself by something between nothing, when
+    the truth is smooth, and b, when it is as sharp as the result [2]_; so the interval is
+    ln L - b/2 plus and minus sqrt(h^2 + (b/2)^2). An interval between percentiles would hold
+    the penalty's share twice, and one that takes all of b away fails for smooth truths.
 
     Parameters
     ----------
@@ -97,8 +98,8 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     References
     ----------
     .. [1] B. Efron, Bootstrap methods: another look at the jackknife, Ann. Stat. 7 (1979) 1.
-    .. [2] A. C. Davison, D. V. Hinkley, Bootstrap Methods and their Application, Cambridge
-       1997, section 5.2.
+    .. [2] For b as the estimate of a bias: A. C. Davison, D. V. Hinkley, Bootstrap Methods and
+       their Application, Cambridge 1997, section 2.2.
     """
     count, start = _counts(n, seed)
     kept = np.ones(result.t.size, bool)
@@ -186,7 +187,14 @@ def _bands(result: "Result", distributions: np.ndarray) -> Bootstrap:
         lower = np.maximum(result.distribution + low - middle, 0.0)
         upper = np.maximum(result.distribution + high - middle, 0.0)
     if usable.size and result.total > 0.0:
-        low, high = np.percentile(np.log(usable), (_TAIL, 100.0 - _TAIL))
-        centre = 2.0 * np.log(result.log_mean)
-        bounds = float(np.exp(centre - high)), float(np.exp(centre - low))
+        bounds = _interval(result.log_mean, np.log(usable))
     return Bootstrap(len(distributions), lower, upper, *bounds, log_means)
+
+
+def _interval(log_mean: float, logarithms: np.ndarray) -> Tuple[float, float]:
+    """The interval about a log mean, from the logarithms of those of the replicates."""
+    low, middle, high = np.percentile(logarithms, (_TAIL, 50.0, 100.0 - _TAIL))
+    centre = np.log(log_mean)
+    half_bias = 0.5 * (middle - centre)
+    reach = np.hypot(0.5 * (high - low), half_bias)
+    return float(np.exp(centre - half_bias - reach)), float(np.exp(centre - half_bias + reach))
