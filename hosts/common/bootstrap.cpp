@@ -53,6 +53,20 @@ void setReplicateKeys(InversionSettings settings, const Inversion& inversion) {
   setNumber("WEIG", static_cast<float>(inversion.weight));
 }
 
+/// `value`, but 0 where it is below; one that is not a number stays so.
+double notBelowZero(double value) {
+  return value < 0.0 ? 0.0 : value;
+}
+
+/// The interval of the log mean, from its logarithm and those of the replicates.
+void setInterval(Band& band, double logarithm, std::vector<double>& replicates) {
+  const double spread = 0.5 * (quantile(replicates, 1.0 - kTail) - quantile(replicates, kTail));
+  const double halfBias = 0.5 * (quantile(replicates, 0.5) - logarithm);
+  const double reach = std::hypot(spread, halfBias);
+  band.logMeanLower = std::exp(logarithm - halfBias - reach);
+  band.logMeanUpper = std::exp(logarithm - halfBias + reach);
+}
+
 }  // namespace
 
 double quantile(std::vector<double>& values, double fraction) {
@@ -99,13 +113,13 @@ Band bootstrap(const Decay& decay, const InversionSettings& settings, const Inve
       options.progress(replicate + 1);
     }
   }
-  for (std::vector<double>& values : amplitudes) {
-    band.lower.push_back(quantile(values, kTail));
-    band.upper.push_back(quantile(values, 1.0 - kTail));
+  for (std::size_t k = 0; k < grid; ++k) {
+    // Replicates are smoothed twice: their own place would lie beside the distribution.
+    const double shift = inversion.distribution.amplitude[k] - quantile(amplitudes[k], 0.5);
+    band.lower.push_back(notBelowZero(quantile(amplitudes[k], kTail) + shift));
+    band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - kTail) + shift));
   }
-  const double centre = 2.0 * std::log(logMean(inversion.distribution));
-  band.logMeanLower = std::exp(centre - quantile(logMeans, 1.0 - kTail));
-  band.logMeanUpper = std::exp(centre - quantile(logMeans, kTail));
+  setInterval(band, std::log(logMean(inversion.distribution)), logMeans);
   return band;
 }
 

@@ -33,16 +33,18 @@ struct BootstrapSettings {
 /// the inversion's own without their mean, and is inverted at the weight of `inversion`,
 /// which stays: a weight searched anew adds the spread of the search and no truth.
 ///
-/// The band of the distribution lies between the 16th and 84th percentile of each
-/// amplitude. It shows what the noise does to the smoothed distribution, not how far
-/// smoothing has moved it.
+/// The band of the distribution is as wide as the 16th and 84th percentile of each amplitude
+/// are away from its median, laid around the distribution and cut at 0. It shows what the
+/// noise does to the smoothed distribution, not how far smoothing has moved it.
 ///
-/// The interval of the log mean is the basic one, on its logarithm: with q(p) the
-/// percentiles of the replicates, from 2 ln L - q(84 %) to 2 ln L - q(16 %) (Davison and
-/// Hinkley, Bootstrap Methods and their Application, Cambridge 1997, section 5.2). The
-/// replicates are as far off the inversion as that is off the truth, by the noise and by the
-/// penalty alike; reflecting them takes the penalty's share out once, where an interval
-/// between the percentiles themselves would hold it twice.
+/// The interval of the log mean L stands on its logarithm. The replicates' median is off the
+/// inversion by b, what the penalty does to the fit, and half the middle 68 % of them is h,
+/// what the noise does. The penalty has moved the inversion itself by something between
+/// nothing, when the truth is smooth, and b, when it is as sharp as the inversion (for b as
+/// the estimate of a bias: Davison and Hinkley, Bootstrap Methods and their Application,
+/// Cambridge 1997, section 2.2). So the interval is ln L - b/2 plus and minus
+/// sqrt(h^2 + (b/2)^2). One between percentiles would hold the penalty's share twice, and one
+/// that takes all of b away fails for smooth truths.
 ///
 /// The library's log of the inversion stays as it is; its keys do not. One seed gives the
 /// same band on every machine, up to the library's own rounding.

@@ -61,9 +61,11 @@ TEST(Bootstrap, OneSeedGivesOneBandAndAnotherAnother) {
   ASSERT_EQ(band.upper.size(), 50U);
   for (std::size_t k = 0; k < band.lower.size(); ++k) {
     EXPECT_GE(band.lower[k], 0.0);
-    EXPECT_LE(band.lower[k], band.upper[k]);
+    EXPECT_LE(band.lower[k], inversion.distribution.amplitude[k]);
+    EXPECT_GE(band.upper[k], inversion.distribution.amplitude[k]);
   }
-  EXPECT_LT(band.logMeanLower, band.logMeanUpper);
+  EXPECT_LT(band.logMeanLower, logMean(inversion.distribution));
+  EXPECT_GT(band.logMeanUpper, logMean(inversion.distribution));
   const Band again = bootstrap(decay, settings, inversion, {30, 5, {}});
   EXPECT_EQ(again.lower, band.lower);
   EXPECT_EQ(again.logMeanUpper, band.logMeanUpper);
@@ -136,8 +138,8 @@ TEST(Bootstrap, TheIntervalOfTheLogMeanHoldsTheTruthAsOftenAsItSays) {
   }
   EXPECT_GE(held, 19);
   EXPECT_LE(held, 36);
-  // Half the interval is the standard deviation of the log mean from noise to noise, but for
-  // the spread of the weight, which the replicates keep.
+  // Half the interval is near the standard deviation of the log mean from noise to noise:
+  // without the spread of the weight, which the replicates keep, and with half of the bias.
   const double spread = std::sqrt(sumOfSquares / kTrials - sum * sum / kTrials / kTrials);
   EXPECT_GT(sumOfWidths / kTrials / spread, 0.5);
   EXPECT_LT(sumOfWidths / kTrials / spread, 1.4);
