@@ -80,8 +80,11 @@ double quantile(std::vector<double>& values, double fraction) {
   return values[below] + (at - static_cast<double>(below)) * (values[above] - values[below]);
 }
 
-Band bootstrap(const Decay& decay, const InversionSettings& settings, const Inversion& inversion,
+Band bootstrap(const Decay& decay, const InversionSettings& original, const Inversion& inversion,
                const BootstrapSettings& options) {
+  // Outliers are known: the replicates are drawn and inverted without them.
+  InversionSettings settings = original;
+  settings.rejectBeyond.reset();
   const Problem whole(decay, settings);
   const Problem problem = whole.without(inversion.rejected);
   const Parts parts = partsOf(inversion, problem);

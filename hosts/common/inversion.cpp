@@ -18,13 +18,20 @@ namespace vorin::host {
 
 namespace {
 
-double rootMeanSquareDifference(const std::vector<float>& a, const std::vector<float>& b) {
+/// Without the elements whose numbers, rising, are `left`.
+double rootMeanSquareDifference(const std::vector<float>& a, const std::vector<float>& b,
+                                const std::vector<std::size_t>& left) {
   double sum = 0.0;
+  auto next = left.begin();
   for (std::size_t i = 0; i < a.size(); ++i) {
+    if (next != left.end() && *next == i) {
+      ++next;
+      continue;
+    }
     const double difference = static_cast<double>(a[i]) - static_cast<double>(b[i]);
     sum += difference * difference;
   }
-  return std::sqrt(sum / static_cast<double>(a.size()));
+  return std::sqrt(sum / static_cast<double>(a.size() - left.size()));
 }
 
 std::vector<double> toDouble(const std::vector<float>& values, double factor) {
@@ -78,11 +85,11 @@ bool outOfReach(const Inversion& inversion) {
          inversion.reachedError > inversion.wantedError;
 }
 
-/// The samples that are left out. The farthest spoil the fit that the others are held
+/// The samples that this program leaves out. The farthest spoil the fit that the others are held
 /// against, so the search goes on without those found until it finds no more.
 std::vector<std::size_t> rejectedSamples(const Problem& whole, const InversionSettings& settings) {
   std::vector<std::size_t> rejected;
-  if (!settings.rejectBeyond) {
+  if (!settings.rejectBeyond || rejectsInLibrary(settings)) {
     return rejected;
   }
   constexpr int kMostRounds = 50;
@@ -116,7 +123,9 @@ Inversion solve(const Problem& problem, const InversionSettings& settings) {
   result.mode = currentMode();
   result.weight = static_cast<double>(queryNumber("CWEI"));
   result.reachedError = static_cast<double>(queryNumber("CSE")) * scale;
-  result.fitError = rootMeanSquareDifference(problem.data(), solution.FIT) * scale;
+  result.rejected = solution.rejected;
+  result.fitError =
+      rootMeanSquareDifference(problem.data(), solution.FIT, solution.rejected) * scale;
   result.weightSteps = static_cast<int>(std::lround(queryNumber("CWIT")));
   if (queryNumber("BRDA") != 3.0F) {  // the quadratic program has no passes
     result.passes = static_cast<int>(std::lround(queryNumber("CITE")));

@@ -30,6 +30,12 @@ enum class NoiseSource {
   quadrature   ///< the imaginary channel of complex data
 };
 
+/// How outliers are told and kept out.
+enum class Rejection {
+  library,  ///< VorinyC5_s with L2MO = 1: by a ridge fit, and each keeps its whole bin out
+  robust    ///< by an unpenalised fit of this program, and each is left out alone
+};
+
 struct InversionSettings {
   Kernel kernel = Kernel::t2;
   std::vector<double> grid;  ///< relaxation times in seconds, rising
@@ -41,11 +47,12 @@ struct InversionSettings {
   std::optional<double> noise;   ///< standard deviation, in the unit of the data
   NoiseSource noiseSource = NoiseSource::robust;  ///< where `noise` is not given
   std::optional<Compression> compression;         ///< after the pruning, if there is one
-  std::optional<double> rejectBeyond;    ///< samples off by this many deviations are outliers
-  std::string pruning = "LOG";           ///< "LOG", "LIN" or "NONE"
-  std::optional<int> prunedPoints;       ///< wanted count of pruned points
-  std::vector<std::string> assignments;  ///< "KEY=VALUE", carried out last
-  bool keepLog = false;                  ///< without it the library writes a header only
+  std::optional<double> rejectBeyond;        ///< samples off by this many deviations are outliers
+  Rejection rejection = Rejection::library;  ///< of these
+  std::string pruning = "LOG";               ///< "LOG", "LIN" or "NONE"
+  std::optional<int> prunedPoints;           ///< wanted count of pruned points
+  std::vector<std::string> assignments;      ///< "KEY=VALUE", carried out last
+  bool keepLog = false;                      ///< without it the library writes a header only
 };
 
 /// How the weight came about (the codes of the key TARG).
@@ -75,13 +82,18 @@ struct Inversion {
   NoiseOrigin noiseOrigin = NoiseOrigin::none;
   double cornerWeight = 0.0;  ///< of a corner search, whose weight is RWEI times this; otherwise 0
   bool soughtOutliers = false;
-  std::vector<std::size_t> rejected;  ///< samples that were left out as outliers, rising
+  std::vector<std::size_t> rejected;  ///< samples that count as outliers, rising
   double wantedError = 0.0;           ///< of a search for the noise; otherwise 0
   double reachedError = 0.0;          ///< of the pruned points
   double fitError = 0.0;  ///< root mean square of decay - fit over all samples not rejected
   int weightSteps = 0;    ///< solves of the weight search; 0 for a fixed weight
   int passes = 0;         ///< of the last solve; 0 when it was none that iterates
 };
+
+/// True when the library itself rejects outliers.
+inline bool rejectsInLibrary(const InversionSettings& settings) {
+  return settings.rejectBeyond && settings.rejection == Rejection::library;
+}
 
 /// Throws UserError for settings that `decay` rules out: a noise as large as the data, the
 /// noise of an imaginary channel that it does not have.

@@ -59,6 +59,10 @@ void setKeys(const InversionSettings& settings) {
     setNumber("SVDT", static_cast<float>(settings.compression->ratio));
   }
   setNumber("SVDN", settings.compression ? static_cast<float>(settings.compression->rows) : 0.0F);
+  setNumber("L2MO", rejectsInLibrary(settings) ? 1.0F : 0.0F);
+  if (rejectsInLibrary(settings)) {
+    setNumber("L2NS", static_cast<float>(*settings.rejectBeyond));
+  }
   setText("TARG", settings.weight ? "WEIG" : settings.corner ? "2" : "NOISE");
   if (settings.weight) {
     setNumber("WEIG", static_cast<float>(*settings.weight));
@@ -91,8 +95,9 @@ bool needsNoise(const InversionSettings& settings) {
   // Differences are taken on this side, which the plain road leaves to its host; all other
   // estimates are the library's.
   const std::string algorithm = noiseAlgorithm(settings);
-  return algorithm == "NONE" || (algorithm.substr(0, 1) == "D" &&
-                                 (!settings.compression || estimatorOf(settings) != nullptr));
+  const bool plain = !settings.compression && !rejectsInLibrary(settings);
+  return algorithm == "NONE" ||
+         (algorithm.substr(0, 1) == "D" && (plain || estimatorOf(settings) != nullptr));
 }
 
 NoiseOrigin estimateOrigin(const InversionSettings& settings) {

@@ -82,9 +82,11 @@ double cornerOf(const ReducedProblem& problem) {
 
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion) {
   const Problem whole(decay, settings);
-  const Problem problem = whole.without(inversion.rejected);
+  const bool library = rejectsInLibrary(settings);
+  const Problem problem = library ? whole : whole.without(inversion.rejected);
   setKeys(settings);
-  const ReducedProblem reduced = problem.reduced();
+  const ReducedProblem reduced =
+      problem.reduced(library ? inversion.rejected : std::vector<std::size_t>());
   const float route = queryNumber("BRDA");
   setNumber("BRDA", 3.0F);
   LCurve curve;

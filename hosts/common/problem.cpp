@@ -33,6 +33,9 @@ int wholeNumber(std::string_view key) {
   return static_cast<int>(std::lround(queryNumber(key)));
 }
 
+/// The scale that the library gives to an outlier before the samples are gathered.
+constexpr float kOutlierScale = 1e6F;
+
 /// How a driver reduces the problem, by the keys as they stand.
 struct Reduction {
   std::int32_t mode = 0;      ///< of the bins, as VorinComp_s takes it; 0 for none
@@ -130,7 +133,7 @@ std::vector<Value> withoutRows(const std::vector<Value>& values, std::size_t row
 
 Problem::Problem(const Decay& decay, const InversionSettings& settings)
     : scale_(largestMagnitude(decay.amplitude)),
-      compressed_(settings.compression.has_value()),
+      compressed_(settings.compression.has_value() || rejectsInLibrary(settings)),
       K_(settings.matrix ? settings.matrix
                          : std::make_shared<const std::vector<float>>(
                                kernelMatrix(settings.kernel, decay.time, settings.grid))),
@@ -173,10 +176,15 @@ Solution Problem::solve(const std::vector<float>& Y) const {
   const auto driver = compressed_ ? &VorinyC5_s : &Voriny_s;
   driver(nf, ng, &nf, &ng, K_->data(), T_.data(), Y.data(), W.data(), G_.data(), result.F.data(),
          result.FIT.data(), &result.status);
+  for (std::size_t i = 0; i < W.size(); ++i) {
+    if (W[i] > 1.0F) {
+      result.rejected.push_back(i);
+    }
+  }
   return result;
 }
 
-ReducedProblem Problem::reduced() const {
+ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const {
   const auto nf = static_cast<std::int32_t>(Y_.size());
   const auto ng = static_cast<std::int32_t>(G_.size());
   const Reduction reduction = compressed_ ? compressedReduction(nf, ng) : plainReduction();
@@ -188,7 +196,10 @@ ReducedProblem Problem::reduced() const {
     ld = reduction.capacity;
     K.resize(static_cast<std::size_t>(ld) * G_.size());
     d.resize(static_cast<std::size_t>(ld));
-    const std::vector<float> W(Y_.size(), 1.0F);
+    std::vector<float> W(Y_.size(), 1.0F);
+    for (const std::size_t i : rejected) {
+      W[i] = kOutlierScale;
+    }
     std::int32_t status = 0;
     VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), K_->data(), W.data(), wholeNumber("PRLO"),
                 wholeNumber("PRHI"), reduction.wanted, reduction.mode, 0.0F, 0, &rows, d.data(),

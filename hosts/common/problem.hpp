@@ -12,9 +12,10 @@ namespace vorin::host {
 
 /// What one call of the library returns, in the library's unit: data of magnitude 1.
 struct Solution {
-  std::vector<float> F;     ///< distribution
-  std::vector<float> FIT;   ///< at the times of the decay
-  std::int32_t status = 0;  ///< as vorin.h lists it
+  std::vector<float> F;               ///< distribution
+  std::vector<float> FIT;             ///< at the times of the decay
+  std::int32_t status = 0;            ///< as vorin.h lists it
+  std::vector<std::size_t> rejected;  ///< samples that the library took for outliers, rising
 };
 
 /// The problem that the library solves once it has gathered and compressed the samples.
@@ -53,8 +54,8 @@ class Problem {
   std::vector<double> fitOf(const std::vector<double>& F) const;
 
   /// What solve(data()) hands to its weight search with the keys as they stand: the same
-  /// bins, the same rows, the same rounding.
-  ReducedProblem reduced() const;
+  /// bins, the same rows, the same rounding. `rejected` are the library's outliers.
+  ReducedProblem reduced(const std::vector<std::size_t>& rejected) const;
 
   /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
   /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the

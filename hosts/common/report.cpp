@@ -164,6 +164,12 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
     line(out, "outliers",
          fmt::format("{} of {} samples left out", count == 0 ? "none" : std::to_string(count),
                      context.decay.time.size()));
+    constexpr std::size_t kSuspicious = 20;  // one in so many
+    if (count * kSuspicious > context.decay.time.size()) {
+      line(out, "note",
+           "these are many for outliers; --reject-outliers robust holds samples against another "
+           "fit");
+    }
   }
   line(out, "weight", weightText(inversion));
   line(out, "standard error", errorText(inversion));

@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kMostRows = 10000;
 constexpr double kLeastRejection = 1.0;
+constexpr const char* kStandardRejection = "4";
 
 /// The number above 0 that `text` spells, in the range of the library's numbers.
 std::optional<double> parseAboveZero(const std::string& text) {
@@ -124,15 +125,28 @@ Compression parseCompression(const std::string& text) {
   return result;
 }
 
-double parseRejection(const std::string& text) {
-  const std::optional<double> value = parseAboveZero(text);
-  if (!value || *value < kLeastRejection) {
+/// "K", "robust" or "robust,K".
+void readRejection(const std::string& text, InversionSettings& settings) {
+  constexpr std::string_view kRobust = "robust";
+  std::string number = text;
+  if (text.substr(0, kRobust.size()) == kRobust) {
+    settings.rejection = Rejection::robust;
+    number = text.size() == kRobust.size() ? kStandardRejection
+             : text[kRobust.size()] == ',' ? text.substr(kRobust.size() + 1)
+                                           : text;
+  }
+  settings.rejectBeyond = parseAboveZero(number);
+  if (!settings.rejectBeyond || *settings.rejectBeyond < kLeastRejection) {
     throw UserError(fmt::format(
         "--reject-outliers {}: a number of {:g} or above is wanted, the standard deviations beyond "
-        "which a sample is an outlier",
+        "which a sample is an outlier, or robust, or robust and such a number, as robust,4",
         inQuotes(text), kLeastRejection));
   }
-  return *value;
+  if (rejectsInLibrary(settings) && settings.pruning == "NONE") {
+    throw UserError(
+        "--reject-outliers with --prune none: the library keeps outliers out of bins; let samples "
+        "be gathered (--prune log), or write --reject-outliers robust");
+  }
 }
 
 /// Adds an option whose value may be left out. A file that follows it on the line would be
@@ -173,9 +187,10 @@ void MethodOptions::addTo(CLI::App& line) {
                    "Compress the (binned) samples to N rows at most by a singular value\n"
                    "decomposition, without those of a singular value not above RATIO\n"
                    "times the largest (20,1e-6 where no value is given)");
-  addOptionalValue(line, "--reject-outliers", rejectOutliers, "K", "4",
+  addOptionalValue(line, "--reject-outliers", rejectOutliers, "K|robust[,K]", kStandardRejection,
                    "Leave out samples that a first fit misses by K standard deviations\n"
-                   "of the noise or more (4 where no value is given)");
+                   "of the noise or more (4 where no value is given): by the library's\n"
+                   "ridge fit, with their bins; robust by an unpenalised fit, alone");
   addOption(line, "--bootstrap", bootstrap, "N",
             "Draw the noise N times anew from the residual and tell how far log mean\n"
             "and distribution spread (68 %); 200 is a fair number");
@@ -193,10 +208,10 @@ InversionSettings settingsFrom(const MethodOptions& options) {
   if (!options.compress.empty()) {
     settings.compression = parseCompression(options.compress);
   }
-  if (!options.rejectOutliers.empty()) {
-    settings.rejectBeyond = parseRejection(options.rejectOutliers);
-  }
   settings.pruning = pruningMode(options.prune);
+  if (!options.rejectOutliers.empty()) {
+    readRejection(options.rejectOutliers, settings);
+  }
   settings.prunedPoints = prunedPoints(options.prunePoints);
   settings.assignments = options.assignments;
   return settings;

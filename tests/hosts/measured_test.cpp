@@ -84,7 +84,8 @@ TEST_F(Measured, GoodSamplesAreNotTakenForOutliers) {
   // lies off the curve.
   for (const char* name : {"rock_cpmg.csv", "berea_cpmg.csv"}) {
     const TemporaryFolder folder;
-    const Outcome outcome = runProgram(folder.path(), {"invert", file(name), "--reject-outliers"});
+    const Outcome outcome =
+        runProgram(folder.path(), {"invert", file(name), "--reject-outliers", "robust"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("  outliers        1 of "), std::string::npos) << outcome.out;
   }

@@ -52,7 +52,7 @@ std::string compressSentence(const std::string& value) {
 std::string rejectSentence(const std::string& value) {
   return "--reject-outliers \"" + value +
          "\": a number of 1 or above is wanted, the standard deviations beyond which a sample is "
-         "an outlier";
+         "an outlier, or robust, or robust and such a number, as robust,4";
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -83,6 +83,12 @@ INSTANTIATE_TEST_SUITE_P(
         {"RejectTooFew", {"--reject-outliers", "0.9"}, rejectSentence("0.9")},
         {"RejectWord", {"--reject-outliers", "all"}, rejectSentence("all")},
         {"RejectNan", {"--reject-outliers", "nan"}, rejectSentence("nan")},
+        {"RejectRobustNothing", {"--reject-outliers", "robust,"}, rejectSentence("robust,")},
+        {"RejectRobustWord", {"--reject-outliers", "robust4"}, rejectSentence("robust4")},
+        {"RejectWithoutBins",
+         {"--reject-outliers", "--prune", "none"},
+         "--reject-outliers with --prune none: the library keeps outliers out of bins; let samples "
+         "be gathered (--prune log), or write --reject-outliers robust"},
         {"BootstrapFew",
          {"--bootstrap", "19"},
          "--bootstrap \"19\": a whole number from 20 to 100000 is wanted"},
@@ -201,9 +207,11 @@ TEST(MethodOptions, OutliersAreCounted) {
     text += fmt::format("{},{}\n", decay.time[i], decay.amplitude[i]);
   }
   writeFile(folder / "spikes.csv", text);
-  const Outcome outcome =
-      runProgram(folder.path(), {"invert", "spikes.csv", "--reject-outliers", "8"});
-  EXPECT_NE(outcome.out.find("3 of 3000 samples left out"), std::string::npos) << outcome.out;
+  for (const char* how : {"8", "robust,8", "robust"}) {
+    const Outcome outcome =
+        runProgram(folder.path(), {"invert", "spikes.csv", "--reject-outliers", how});
+    EXPECT_NE(outcome.out.find("3 of 3000 samples left out"), std::string::npos) << outcome.out;
+  }
 }
 
 TEST(MethodOptions, TheBootstrapIsToldAndWritten) {

@@ -342,6 +342,7 @@ TEST(Outliers, AreFoundAndLeftOutOnEveryRoad) {
     }
     settings.noise = kNoise;
     settings.rejectBeyond = 6.0;
+    settings.rejection = Rejection::robust;
     const Inversion inversion = invertQuietly(decay, settings);
     EXPECT_EQ(inversion.rejected, spikes) << road.name;
     EXPECT_EQ(inversion.fit.size(), decay.time.size());
@@ -364,6 +365,36 @@ TEST(Outliers, AreFoundAndLeftOutOnEveryRoad) {
   }
 }
 
+// The library's way: VorinyC5_s with L2MO at 1 and L2NS at the limit.
+TEST(Outliers, OfTheLibraryAreThoseItMarks) {
+  Decay decay = train();
+  const std::vector<std::size_t> spikes{100, 101, 1199};
+  for (std::size_t i : spikes) {
+    decay.amplitude[i] += 12.0;  // 24 standard deviations
+  }
+  InversionSettings settings = settingsFor(decay);
+  settings.noise = kNoise;
+  settings.rejectBeyond = 8.0;
+  const Inversion inversion = invertQuietly(decay, settings);
+  EXPECT_EQ(inversion.rejected, spikes);
+  EXPECT_EQ(queryNumber("L2MO"), 1.0F);
+  EXPECT_EQ(queryNumber("L2NS"), 8.0F);
+  EXPECT_EQ(inversion.fit.size(), decay.time.size());
+  EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1);
+
+  // It is the fifth compressed driver, with nothing to compress: to the keys it is the same
+  // whether they are set here or there.
+  InversionSettings byKeys = settingsFor(decay);
+  byKeys.noise = kNoise;
+  byKeys.compression = Compression{};
+  byKeys.assignments = {"L2MO=1", "L2NS=8", "SVDN=0"};
+  EXPECT_EQ(invertQuietly(decay, byKeys).distribution.amplitude, inversion.distribution.amplitude);
+  settings.rejectBeyond.reset();
+  EXPECT_NE(invertQuietly(decay, settings).distribution.amplitude,
+            inversion.distribution.amplitude);
+  EXPECT_EQ(queryNumber("L2MO"), 0.0F);
+}
+
 TEST(Outliers, FewGoodSamplesAreTakenForThem) {
   std::size_t beyond3 = 0;
   std::size_t beyond4 = 0;
@@ -371,6 +402,7 @@ TEST(Outliers, FewGoodSamplesAreTakenForThem) {
     const Decay decay = train(seed);
     InversionSettings settings = settingsFor(decay);
     settings.weight = 1.0;
+    settings.rejection = Rejection::robust;
     settings.rejectBeyond = 3.0;
     beyond3 += invertQuietly(decay, settings).rejected.size();
     settings.rejectBeyond = 4.0;

@@ -78,11 +78,12 @@ def test_progress_is_told_to_the_last_replicate(result):
     assert told == list(range(1, 31))
 
 
-def test_rejected_samples_are_never_drawn():
+@pytest.mark.parametrize("how", [True, "robust"])
+def test_rejected_samples_are_never_drawn(how):
     made = vorin.simulate(np.arange(1, 401) * 1e-3, noise=0.3, seed=4)
     y = made.y.copy()
     y[30] += 500.0
-    result = vorin.invert(made.t, y, reject_outliers=True)
+    result = vorin.invert(made.t, y, reject_outliers=how)
     band = result.bootstrap(20)
     assert result.rejected.tolist() == [30]
     assert np.max(np.abs(np.log(band.log_means / made.log_mean))) < 0.2

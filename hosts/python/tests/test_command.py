@@ -43,6 +43,7 @@ def command(program, folder, *arguments):
     (["--compress", "--noise", "difference"], {"compress": True, "noise": "difference"}),
     (["--compress", "30", "--prune", "none"], {"compress": 30, "prune": "none"}),
     (["--reject-outliers", "2.5"], {"reject_outliers": 2.5}),
+    (["--reject-outliers", "robust,2.5"], {"reject_outliers": ("robust", 2.5)}),
 ], ids=lambda value: " ".join(value) if isinstance(value, list) else "")
 def test_the_command_and_the_package_agree(program, tmp_path, arguments, options):
     grid, distribution, fit, weight = command(program, tmp_path, SAMPLE, *arguments)

@@ -187,13 +187,26 @@ def test_an_aim_out_of_reach_gives_way_to_the_closest_fit(decay):
 def test_outliers_are_left_out_and_told(decay):
     spoiled = decay.y.copy()
     spoiled[[50, 200]] += [20.0, -9.0]
-    result = vorin.invert(decay.t, spoiled, reject_outliers=True)
+    result = vorin.invert(decay.t, spoiled, reject_outliers="robust")
     assert result.rejected.tolist() == [50, 200]
     clean = vorin.invert(np.delete(decay.t, [50, 200]), np.delete(decay.y, [50, 200]),
                          grid=result.grid, noise=result.noise)
     assert result.distribution == pytest.approx(clean.distribution, rel=1e-3, abs=1e-3)
     assert result.fit.size == decay.t.size
     assert result.fit == pytest.approx(matrix(result) @ result.distribution, abs=1e-3)
+
+
+def test_the_library_rejects_outliers_by_its_own_keys(decay):
+    spoiled = decay.y.copy()
+    spoiled[[50, 200]] += [20.0, -9.0]
+    result = vorin.invert(decay.t, spoiled, reject_outliers=5, noise=0.3)
+    assert result.rejected.tolist() == [50, 200]
+    by_keys = vorin.invert(decay.t, spoiled, compress=True, noise=0.3,
+                           settings={"L2MO": 1, "L2NS": 5, "SVDN": 0})
+    assert np.array_equal(result.distribution, by_keys.distribution)
+    assert result.fit.size == decay.t.size
+    kept = np.delete(decay.y - result.fit, [50, 200])
+    assert result.fit_error == pytest.approx(np.sqrt(np.mean(kept**2)), rel=1e-6)
 
 
 @pytest.mark.parametrize("options, words", [

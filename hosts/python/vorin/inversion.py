@@ -22,7 +22,7 @@ from .settings import Options, options_from
 
 GridArgument = Union[np.ndarray, Tuple[float, float, int], None]
 
-_MOST_ROUNDS = 10
+_MOST_ROUNDS = 50
 
 
 def invert(
@@ -36,7 +36,7 @@ def invert(
     prune: str = "log",
     prune_points: Optional[int] = None,
     compress: Union[bool, int, Tuple[int, float], None] = None,
-    reject_outliers: Union[bool, float, None] = None,
+    reject_outliers: Union[bool, float, str, Tuple[str, float], None] = None,
     skip: int = 0,
     settings: Optional[Mapping[str, Union[float, str]]] = None,
     log: Union[str, "os.PathLike[str]", None] = None,
@@ -78,8 +78,10 @@ def invert(
         Truncated singular value decomposition after the binning: the most rows to keep
         (True: 20) and the ratio to the largest singular value at or below which rows are
         dropped (1e-6).
-    reject_outliers : bool or float, optional
-        Leaves out samples that a first fit misses by so many noise deviations (True: 4).
+    reject_outliers : bool, float, "robust" or ("robust", float), optional
+        Leaves out samples that a first fit misses by so many noise deviations (True: 4): the
+        library's ridge fit, and with a sample the bin that it is in, or, with "robust", a fit
+        without a penalty, and the sample alone.
     skip : int
         Leaves out so many samples at the start.
     settings : mapping, optional
@@ -200,19 +202,19 @@ class _Run:
         self.corner_weight = math.nan
 
     def _outliers(self, problem: Problem) -> np.ndarray:
-        """Samples that are left out.
+        """Samples that this side leaves out.
 
-        A large outlier spoils the noise that the others are held against, so the search
-        goes on without those found until it finds no more.
+        The farthest spoil the fit that the others are held against, so the search goes on
+        without those found until it finds no more.
         """
         rejected = np.zeros(problem.y.size, bool)
         threshold = problem.options.outliers
-        if threshold is None:
+        if threshold is None or problem.options.rejects_in_library:
             return rejected
         for _ in range(_MOST_ROUNDS):
             rest = problem.without(rejected)
             found = rest.outliers(self._library, threshold)
-            if not found.any():
+            if not found.any() or np.count_nonzero(~found) < 2:
                 break
             rejected[np.nonzero(~rejected)[0][found]] = True
         return rejected
@@ -260,12 +262,18 @@ class _Run:
     def result(self, described: Kernel, grid: np.ndarray, whole: Problem) -> Result:
         """The outcome; ``whole`` is the problem of all samples, rejected ones included."""
         solution, problem = self.solution, self.problem
+        rejected = self.rejected
+        if problem.options.rejects_in_library:
+            rejected = solution.rejected
+            problem = problem.without(rejected)
+        fit = whole.fit_of(solution.distribution) if self.rejected.any() else solution.fit
+        left = (self._decay.y - fit)[~rejected]
         return Result(
             t=self._decay.t,
             y=self._decay.y,
             grid=grid,
             distribution=solution.distribution,
-            fit=whole.fit_of(solution.distribution) if self.rejected.any() else solution.fit,
+            fit=fit,
             status=solution.status,
             weight=solution.weight,
             weight_origin="given" if solution.mode == "fixed" else solution.mode,
@@ -273,12 +281,12 @@ class _Run:
             noise_origin=self.noise_origin,
             wanted_standard_error=solution.wanted_error,
             standard_error=solution.reached_error,
-            fit_error=_root_mean_square(problem.y - solution.fit, problem.scale),
+            fit_error=_root_mean_square(left, problem.scale),
             iterations=solution.weight_steps,
             passes=solution.passes,
             raised_aim=self.raised_aim,
             corner_weight=self.corner_weight,
-            rejected=np.nonzero(self.rejected)[0],
+            rejected=np.nonzero(rejected)[0],
             phase=self._decay.phase,
             kernel=described.name,
             described=described,

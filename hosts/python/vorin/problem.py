@@ -21,7 +21,8 @@ from .settings import ESTIMATORS, Options
 TOLERANCE = 1e-12
 
 _LEAST_SHIFT = 1e-6
-_RIDGE = 1e-4  # of the fit that finds outliers, relative to the kernel, as in the library
+_MEDIAN_OF_NORMAL = 0.6744897501960817  # half of |N(0, 1)| lies below
+_ROUNDING = 1e-6  # of data of magnitude 1
 _log_numbers = itertools.count()
 
 
@@ -38,6 +39,7 @@ class Solution:
     reached_error: float  #: of the reduced data
     weight_steps: int
     passes: int  #: of the last solve; 0 when it was none that iterates
+    rejected: np.ndarray  #: samples that the library took for outliers (bool, nf)
 
     @property
     def success(self) -> bool:
@@ -87,7 +89,7 @@ class Problem:
     def without(self, rejected: np.ndarray) -> "Problem":
         """The problem of the samples that are not ``rejected`` (bool, nf)."""
         other = object.__new__(Problem)
-        other.options, other._grid = self.options, self._grid
+        other.options, other._grid = replace(self.options, outliers=None), self._grid
         other.y = self.y[~rejected]
         other.scale = float(np.max(np.abs(other.y)))  # an outlier may have been the largest
         other._kernel = np.asfortranarray(self._kernel[~rejected])
@@ -123,6 +125,9 @@ class Problem:
         if options.compression is not None:
             library.VorinSQR("S", "SVDN", float(options.compression[0]))
             library.VorinSQR("S", "SVDT", options.compression[1])
+        if options.rejects_in_library:
+            library.VorinSQR("S", "L2MO", 1.0)
+            library.VorinSQR("S", "L2NS", float(options.outliers or 0.0))
         self._set_target(library)
         library.VorinSQC("S", "NALG", ESTIMATORS.get(str(options.noise), "NONE"))
         for key, value in options.settings:
@@ -158,20 +163,29 @@ class Problem:
             "NALG", ESTIMATORS.get(str(self.options.noise), "NONE")))
         return estimator in ("NONE", "ASY2") or (
             estimator[:1] == "D"
-            and (self.options.compression is None or self.options.noise == "difference"))
+            and (not self.options.fifth_driver or self.options.noise == "difference"))
 
     def outliers(self, library: Library, threshold: float) -> np.ndarray:
-        """The samples that a light fit misses by ``threshold`` noise deviations (bool, nf)."""
+        """Samples off an unpenalised fit by ``threshold`` noise deviations (bool, nf).
+
+        The noise is that of the residual's median magnitude, of which outliers don't make much
+        (F. R. Hampel, J. Am. Stat. Assoc. 69 (1974) 383). A large outlier pulls the fit off its
+        neighbours, so only those are told that are at least half as far off as the farthest.
+        """
         nf, ng = self._kernel.shape
-        answer = library.VorinSEROL(threshold, _RIDGE, nf, nf, ng, self._kernel, self.data,
-                                    np.ones(nf, np.float32))
-        return answer.flags == 0.0
+        data = self.data.astype(float)
+        fitted = library.plsN_dll(np.asfortranarray(self._kernel, float), nf, ng, data)
+        off = np.abs(data - self.fit_of(fitted.x))
+        noise = np.sort(off)[nf // 2] / _MEDIAN_OF_NORMAL
+        if not noise > _ROUNDING:
+            return np.zeros(nf, bool)  # computed data
+        return off >= max(threshold * noise, 0.5 * np.max(off))
 
     def solve(self, library: Library, data: np.ndarray) -> Solution:
         """One inversion of ``data`` (single precision, nf) with the keys as they stand."""
         nf, ng = self._kernel.shape
         driver: Callable[..., Any] = (
-            library.Voriny_s if self.options.compression is None else library.VorinyC5_s)
+            library.VorinyC5_s if self.options.fifth_driver else library.Voriny_s)
         answer = driver(nf, ng, nf, ng, self._kernel, self._abscissae, data, G=self._grid)
         mode = {"NOISE": "noise", "2": "corner"}.get(str(library.get("TARG")), "fixed")
         iterates = library.get("BRDA") != 3.0  # the quadratic program has no passes
@@ -185,6 +199,7 @@ class Problem:
             reached_error=number(library, "CSE") * self.scale,
             weight_steps=round(number(library, "CWIT")),
             passes=round(number(library, "CITE")) if iterates else 0,
+            rejected=answer.W > 1.0,
         )
 
 

@@ -53,19 +53,35 @@ class Options:
     prune_points: Optional[int] = None
     compression: Optional[Tuple[int, float]] = None  #: rows kept and ratio of singular values
     outliers: Optional[float] = None  #: threshold in standard deviations
+    robust: bool = False  #: outliers are told on this side, not by the library
     settings: Tuple[Tuple[str, Union[float, str]], ...] = ()
+
+    @property
+    def rejects_in_library(self) -> bool:
+        """True when the library itself keeps outliers out, by its key L2MO."""
+        return self.outliers is not None and not self.robust
+
+    @property
+    def fifth_driver(self) -> bool:
+        """True when the fifth compressed driver inverts, not the plain one."""
+        return self.compression is not None or self.rejects_in_library
 
 
 def options_from(weight: Any, noise: Any, prune: Any, prune_points: Any, compress: Any,
                  reject_outliers: Any, settings: Any) -> Options:
     """The arguments of :func:`vorin.invert`, checked."""
+    outliers, robust = _outliers(reject_outliers)
+    if outliers is not None and not robust and prune == "none":
+        raise InputValueError("reject_outliers with prune 'none': the library keeps outliers out "
+                              "of bins; let samples be gathered, or write 'robust'")
     return Options(
         weight=_weight(weight),
         noise=_noise(noise),
         pruning=_pruning(prune),
         prune_points=_prune_points(prune_points),
         compression=_compression(compress),
-        outliers=_outliers(reject_outliers),
+        outliers=outliers,
+        robust=robust,
         settings=_settings(settings),
     )
 
@@ -134,16 +150,22 @@ def _compression(compress: Any) -> Optional[Tuple[int, float]]:
     return count, ratio
 
 
-def _outliers(reject: Any) -> Optional[float]:
+def _outliers(reject: Any) -> Tuple[Optional[float], bool]:
     if reject is None or reject is False:
-        return None
+        return None, False
+    robust = False
+    if isinstance(reject, str) or (isinstance(reject, tuple) and len(reject) == 2
+                                   and isinstance(reject[0], str)):
+        word, reject = (reject, True) if isinstance(reject, str) else reject
+        _one_of("reject_outliers", word, ("robust",), " or give a number of standard deviations")
+        robust = True
     if reject is True:
-        return _DEFAULT_THRESHOLD
+        return _DEFAULT_THRESHOLD, robust
     threshold = _positive("reject_outliers", reject, "True or a number of standard deviations")
     if threshold < 1.0:
         raise InputValueError(f"reject_outliers is {threshold:g}; a number of standard deviations "
                               "of 1 or above is wanted")
-    return threshold
+    return threshold, robust
 
 
 def _settings(settings: Any) -> Tuple[Tuple[str, Union[float, str]], ...]:
