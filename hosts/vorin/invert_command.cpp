@@ -66,6 +66,7 @@ class GrowingTable {
  private:
   static std::vector<std::string> namesOf(const std::vector<Input>& inputs) {
     std::vector<std::string> names;
+    names.reserve(inputs.size());
     for (const Input& input : inputs) {
       names.push_back(input.name);
     }
