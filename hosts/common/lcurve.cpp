@@ -8,6 +8,7 @@
 #include "common/inversion_keys.hpp"
 #include "common/library.hpp"
 #include "common/problem.hpp"
+#include "common/user_error.hpp"
 
 namespace vorin::host {
 
@@ -78,6 +79,10 @@ double cornerOf(const ReducedProblem& problem) {
   return weight;
 }
 
+bool isWeight(double value) {
+  return value > 0.0 && std::isfinite(value);
+}
+
 }  // namespace
 
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion) {
@@ -90,7 +95,22 @@ LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inver
   const float route = queryNumber("BRDA");
   setNumber("BRDA", 3.0F);
   LCurve curve;
-  const double base = ladderBase(reduced);
+  double base = ladderBase(reduced);
+  const bool searched = inversion.mode == WeightMode::corner;
+  const double corner = searched ? inversion.cornerWeight : cornerOf(reduced);
+  if (!isWeight(base) || !isWeight(corner)) {
+    setNumber("BRDA", route);
+    throw UserError(
+        "there is no L-curve to draw, since a first fit leaves no residual or is 0 at the first "
+        "sample; leave out --plot-lcurve, or that sample (--skip 1)");
+  }
+  if (searched) {
+    // A compression on this side agrees with the driver's to rounding, and the ladder to some
+    // tenths of a per cent; the driver's own is the one on which its corner lies.
+    constexpr double kRungsADecade = 4.0;
+    const double exponent = std::round(kRungsADecade * std::log10(corner / base)) / kRungsADecade;
+    base = corner / std::pow(10.0, exponent);
+  }
   constexpr int kRungs = 17;
   for (int i = 0; i < kRungs; ++i) {
     const double exponent = -2.0 + 0.25 * i;
@@ -98,7 +118,6 @@ LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inver
   }
   curve.used = rungAt(reduced, inversion.weight, problem.scale());
   setNumber("BRDA", route);
-  const double corner = cornerOf(reduced);
   const auto nearest =
       std::min_element(curve.rungs.begin(), curve.rungs.end(), [&](const Rung& a, const Rung& b) {
         return std::fabs(std::log(a.weight / corner)) < std::fabs(std::log(b.weight / corner));

@@ -31,6 +31,7 @@ struct LCurve {
 /// 50 |K|^2 / (m snr^2) for e from -2 to 2 in steps of 0.25, where snr is the first fitted
 /// sample over the standard error of a first fit (compare Hansen and O'Leary, SIAM J. Sci.
 /// Comput. 14, 1487, 1993). The library's keys are those of `settings` afterwards.
+/// Throws UserError where there is no ladder: a first fit without residual or without signal.
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion);
 
 /// Draws the curve in `scratch`, which must be the working directory, and returns the file's

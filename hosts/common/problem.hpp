@@ -54,7 +54,8 @@ class Problem {
   std::vector<double> fitOf(const std::vector<double>& F) const;
 
   /// What solve(data()) hands to its weight search with the keys as they stand: the same
-  /// bins, the same rows, the same rounding. `rejected` are the library's outliers.
+  /// bins to the last bit. Compressed rows agree with the driver's to rounding, which in the
+  /// rows of the smallest singular values is all there is. `rejected` are the library's outliers.
   ReducedProblem reduced(const std::vector<std::size_t>& rejected) const;
 
   /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard

@@ -57,7 +57,8 @@ TEST(Report, ABandAddsTwoColumnsAndAnInterval) {
       distributionCsv(example.inversion, example.context)
           .find("\nt2_s,amplitude,lower,upper\n0.01,1,0.5,1.5\n0.03,0,0,0.25\n0.1,3,2.5,3.5\n"),
       std::string::npos);
-  EXPECT_TRUE(example.summaryHolds("68 % of 40 replicates from 50.0 ms to 60.0 ms"));
+  EXPECT_TRUE(
+      example.summaryHolds("68 % interval   50.0 ms to 60.0 ms, by a bootstrap of 40 replicates"));
   const auto json = nlohmann::json::parse(jsonObject(example.inversion, example.context));
   EXPECT_EQ(json["bootstrap"]["replicates"], 40);
   EXPECT_EQ(json["bootstrap"]["upper"], (std::vector<double>{1.5, 0.25, 3.5}));
