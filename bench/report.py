@@ -93,7 +93,7 @@ def machine(bench):
             f"numpy {numpy.__version__}, scipy {scipy.__version__}")
 
 
-def panel(axis, title, xlabel, ylabel, xticks):
+def panel(axis, title, xlabel, ylabel, xticks, legend="upper left"):
     """Names, whole decades on the y axis, and ticks that say what was measured."""
     axis.set_title(title)
     axis.set_xlabel(xlabel)
@@ -105,7 +105,7 @@ def panel(axis, title, xlabel, ylabel, xticks):
                              for tick in xticks])
     axis.set_xticks([], minor=True)
     axis.grid(True, which="both", alpha=0.3)
-    axis.legend()
+    axis.legend(loc=legend)
 
 
 def linear(axis, rows, value):
@@ -129,7 +129,7 @@ def picture(results, path):
         axes[0][0].loglog([row["nf"] for row in there], [1e3 * row[key] for row in there], "o-",
                           label=label)
     panel(axes[0][0], "default road, ng 100, SNR 100", "samples nf", "CPU time, ms",
-          sorted({row["nf"] for row in default}))
+          sorted({row["nf"] for row in default}), "lower left")
     by_nf, by_ng = results["by_nf"], results["by_ng"]
     decades = [10.0**k for k in range(3, 7) if 10.0**k <= by_nf[-1]["nf"]]
     axes[0][1].loglog([row["nf"] for row in by_nf], [1e3 * row["seconds"] for row in by_nf],
