@@ -55,6 +55,8 @@ void PrunePlan::apply(const float* values, float* out) const {
 }
 
 void PrunePlan::apply(int columns, const float* in, int ldIn, float* out, int ldOut) const {
+  // Below 0 points there are none, and no column is to be looked for before the first.
+  ldIn = std::max(ldIn, 0);
   const std::ptrdiff_t inStep = ldIn;
   const std::ptrdiff_t outStep = ldOut;
   if (!listed_.empty()) {
