@@ -189,6 +189,9 @@ void walkLogBins(const LogEdges& edges, const BinFinder& finder, std::vector<Fil
 void fillBins(const PruneRequest& request, const Range& range, int edgeCount,
               const BinFinder& finder, std::vector<FilledBin>& bins) {
   bins.clear();
+  if (edgeCount < 1) {
+    return;
+  }
   if (request.mode == kPruneLog && finder.rising() && hasLogarithms(range)) {
     const LogEdges edges(range, edgeCount - 1);
     if (edges.surelyRise()) {
