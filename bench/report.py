@@ -99,7 +99,9 @@ def panel(axis, title, xlabel, ylabel, xticks, legend="upper left"):
     axis.set_xlabel(xlabel)
     axis.set_ylabel(ylabel)
     low, high = axis.get_ylim()
-    axis.set_ylim(10.0 ** math.floor(math.log10(low)), 10.0 ** math.ceil(math.log10(high)))
+    below = 1 if legend == "lower left" else 0  # a decade of room for it
+    axis.set_ylim(10.0 ** (math.floor(math.log10(low)) - below),
+                  10.0 ** math.ceil(math.log10(high)))
     axis.yaxis.set_major_formatter(lambda value, _: f"{value:g}")
     axis.set_xticks(xticks, [f"{tick:g}" if tick < 1e5 else f"$10^{math.log10(tick):.0f}$"
                              for tick in xticks])

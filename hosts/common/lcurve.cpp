@@ -90,8 +90,7 @@ LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inver
   const bool library = rejectsInLibrary(settings);
   const Problem problem = library ? whole : whole.without(inversion.rejected);
   setKeys(settings);
-  const ReducedProblem reduced =
-      problem.reduced(library ? inversion.rejected : std::vector<std::size_t>());
+  const ReducedProblem reduced = library ? problem.reduced(inversion.rejected) : problem.reduced();
   const float route = queryNumber("BRDA");
   setNumber("BRDA", 3.0F);
   LCurve curve;

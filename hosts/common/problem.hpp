@@ -56,7 +56,7 @@ class Problem {
   /// What solve(data()) hands to its weight search with the keys as they stand: the same
   /// bins to the last bit. Compressed rows agree with the driver's to rounding, which in the
   /// rows of the smallest singular values is all there is. `rejected` are the library's outliers.
-  ReducedProblem reduced(const std::vector<std::size_t>& rejected) const;
+  ReducedProblem reduced(const std::vector<std::size_t>& rejected = {}) const;
 
   /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
   /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the

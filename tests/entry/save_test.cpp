@@ -195,14 +195,14 @@ TEST_F(Save, ShortEntriesSaveTheFitThatTheyThrowAway) {
     Call call(60, 12);
     entry(call.job.m, call.job.n, call.job.K.data(), call.job.d.data(), call.F.data(),
           &call.status);
-    const SavedSection saved = vorin::test::SectionReader(section()).read();
+    const SavedSection saved = vorin::test::readSection(section());
     ASSERT_EQ(saved.data.size(), 60U);
     for (std::size_t i = 0; i < 60; ++i) {
       float fit = 0.0F;
       for (std::size_t k = 0; k < 12; ++k) {
         fit += call.F[k] * call.job.K[i + 60 * k];
       }
-      EXPECT_EQ(static_cast<float>(saved.data[i][2]), fit) << i;
+      EXPECT_EQ(static_cast<float>(saved.fit[i]), fit) << i;
     }
   }
 }
