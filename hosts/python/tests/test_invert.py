@@ -187,7 +187,7 @@ def test_an_aim_out_of_reach_gives_way_to_the_closest_fit(decay):
 def test_outliers_are_left_out_and_told(decay):
     spoiled = decay.y.copy()
     spoiled[[50, 200]] += [20.0, -9.0]
-    result = vorin.invert(decay.t, spoiled, reject_outliers="robust")
+    result = vorin.invert(decay.t, spoiled, reject_outliers=("robust", 5))
     assert result.rejected.tolist() == [50, 200]
     clean = vorin.invert(np.delete(decay.t, [50, 200]), np.delete(decay.y, [50, 200]),
                          grid=result.grid, noise=result.noise)
