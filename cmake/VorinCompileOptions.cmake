@@ -22,8 +22,6 @@ if(VORIN_SANITIZE OR VORIN_FUZZ)
   target_compile_options(vorin_sanitize INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(vorin_sanitize INTERFACE -fsanitize=address,undefined)
-  # Work arrays then go back to the checked allocator instead of being kept.
-  target_compile_definitions(vorin_sanitize INTERFACE VORIN_SANITIZED)
 endif()
 if(VORIN_FUZZ)
   # Counts edges for the fuzzer; its main program comes with the targets alone.

@@ -55,7 +55,7 @@ reduce::PruneRequest pruneRequest(const Inversion& job, std::string_view mode) {
 void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& status) {
   const reduce::PrunePlan plan(pruneRequest(job, mode));
   const int rows = plan.count();
-  AlignedVector<float> kernel(length(rows) * length(job.ng));
+  std::vector<float> kernel(length(rows) * length(job.ng));
   std::vector<float> data(length(rows));
   plan.apply(job.Y, data.data());
   plan.apply(job.ng, job.K, job.nf, kernel.data(), rows);

@@ -8,22 +8,21 @@
 #include <utility>
 #include <vector>
 
-#include "toolbox/block_cache.hpp"
-
 namespace vorin {
 
 template <class T>
 struct CacheLineAllocator {
   using value_type = T;
+  static constexpr std::align_val_t line{64};
 
   CacheLineAllocator() = default;
   template <class U>
   CacheLineAllocator(const CacheLineAllocator<U>& /*other*/) {}
 
   T* allocate(std::size_t count) {
-    return static_cast<T*>(takeBlock(count * sizeof(T)));
+    return static_cast<T*>(::operator new(count * sizeof(T), line));
   }
-  void deallocate(T* address, std::size_t count) { giveBlock(address, count * sizeof(T)); }
+  void deallocate(T* address, std::size_t /*count*/) { ::operator delete(address, line); }
 
   // Without a value an element holds none: what these arrays are made for is written anyway.
   template <class U>
