@@ -146,14 +146,11 @@ bool hasLogarithms(const Range& range) {
   return range.lo > 0.0f && range.hi > 0.0f;
 }
 
+// edgeCount is 1 at least.
 void buildEdges(const PruneRequest& request, const Range& range, int edgeCount,
                 std::vector<float>& edges) {
   // Not-a-number edges bound no bin: what a mode without edges leaves.
-  edges.assign(static_cast<std::size_t>(std::max(edgeCount, 0)),
-               std::numeric_limits<float>::quiet_NaN());
-  if (edges.empty()) {
-    return;
-  }
+  edges.assign(static_cast<std::size_t>(edgeCount), std::numeric_limits<float>::quiet_NaN());
   // Required: a range that reaches zero or below has no logarithm, and no point
   // falls into any bin. Plain arithmetic would lay edges at 10^-inf = 0.
   const bool hasLogarithm = hasLogarithms(range);

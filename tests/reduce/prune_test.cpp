@@ -408,9 +408,9 @@ TEST(VorinPruneZ, TargetsBelowOneGiveCountOne) {
   }
 }
 
-TEST(PrunePlan, KernelHasTheBitsOfTheDenseProduct) {
+// A plan against the dense product with the exported map, summed in the order of the points.
+void expectTheBitsOfTheDenseProduct(const Request& request) {
   for (const int columns : {1, 7, 8, 17}) {
-    Request request{evenTimes(257)};
     const Pruned dense = prune(request);
     const auto problem = vorin::test::randomProblem<float>(257, columns, 21);
     const std::vector<float> scale(257, 1.0f);
@@ -429,6 +429,17 @@ TEST(PrunePlan, KernelHasTheBitsOfTheDenseProduct) {
       }
     }
   }
+}
+
+TEST(PrunePlan, KernelHasTheBitsOfTheDenseProduct) {
+  expectTheBitsOfTheDenseProduct({evenTimes(257)});
+}
+
+TEST(PrunePlan, KernelOfPointsOutOfOrderHasTheBitsOfTheDenseProduct) {
+  // The ends stay where they are, since the range is taken from them.
+  Request request{evenTimes(257)};
+  std::reverse(request.t.begin() + 1, request.t.end() - 1);
+  expectTheBitsOfTheDenseProduct(request);
 }
 
 }  // namespace
