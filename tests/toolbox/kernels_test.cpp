@@ -304,9 +304,10 @@ TYPED_TEST(KernelsTest, CholeskyHasTheBitsOfThePlainLoopsAtEveryLevel) {
                                   static_cast<std::size_t>(n - j) * sizeof(Real)),
                       0);
           }
-          EXPECT_EQ(std::memcmp(got.data(), pivots.data(),
-                                static_cast<std::size_t>(sound) * sizeof(Real)),
-                    0);
+          // No address of an empty array may reach memcmp.
+          EXPECT_TRUE(sound == 0 ||
+                      std::memcmp(got.data(), pivots.data(),
+                                  static_cast<std::size_t>(sound) * sizeof(Real)) == 0);
           EXPECT_TRUE(sound == n || !(got[static_cast<std::size_t>(sound)] > Real(0)));
           for (int j = 0; j < n; ++j) {
             for (int i = n; i < ld; ++i) {
