@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,10 @@ struct Road {
   const char* pruning;
   bool compressed;
 };
+// The name of a test shows it; without this its bytes, addresses among them.
+void PrintTo(const Road& road, std::ostream* out) {
+  *out << road.name;
+}
 const std::vector<Road> kRoads{
     {"Whole", "NONE", false},           {"LogBins", "LOG", false},
     {"LinearBins", "LIN", false},       {"CompressedWhole", "NONE", true},
