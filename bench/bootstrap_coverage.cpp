@@ -9,16 +9,16 @@
 #include <string>
 #include <vector>
 
-#include "common/bootstrap.hpp"
-#include "common/files.hpp"
-#include "common/grid.hpp"
-#include "common/inversion.hpp"
-#include "common/measures.hpp"
-#include "common/simulation.hpp"
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
+#include "toolkit/reading/files.hpp"
 
 namespace {
 
-using namespace vorin::host;
+using namespace vorin::toolkit;
 
 struct Case {
   std::string name;
@@ -91,7 +91,7 @@ void report(const Case& of, bool corner, int trials, int replicates) {
 int main(int count, char** words) {
   const int trials = count > 1 ? std::atoi(words[1]) : 200;
   const int replicates = count > 2 ? std::atoi(words[2]) : 200;
-  const vorin::host::ScratchFolder scratch;
+  const vorin::toolkit::ScratchFolder scratch;
   fmt::print("{:34} {:7} {:14}  half width  bias     spread of the log mean\n", "decay", "weight",
              "held the truth");
   for (const Case& of : cases()) {

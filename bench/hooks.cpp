@@ -6,7 +6,7 @@
 #include "brd/system.hpp"
 #include "decay.hpp"
 #include "plain_road.hpp"
-#include "reduce/comp_svd.hpp"
+#include "reduce/svd_compression.hpp"
 #include "toolbox/kernels/kernels.hpp"
 
 #define VORIN_BENCH_HOOK extern "C" __attribute__((visibility("default")))

@@ -14,7 +14,7 @@
 #include "toolbox/convert.hpp"
 #include "toolbox/norms.hpp"
 #include "vorin.h"
-#include "weight/se_to_w.hpp"
+#include "weight/weight_driver.hpp"
 
 namespace vorin::bench {
 namespace {

@@ -5,9 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 
-#include "common/user_error.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 struct Command {
   CLI::App* line;                   ///< the part of the command line that calls for it
@@ -20,4 +20,4 @@ Command addManualCommand(CLI::App& program);
 Command addShowCommand(CLI::App& program);
 Command addSimulateCommand(CLI::App& program);
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

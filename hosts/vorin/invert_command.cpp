@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "commands.hpp"
-#include "common/batch_table.hpp"
-#include "common/files.hpp"
-#include "common/inversion.hpp"
-#include "common/kernel.hpp"
-#include "common/progress.hpp"
-#include "common/report.hpp"
-#include "common/terminal_picture.hpp"
 #include "invert_options.hpp"
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/model/kernel.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/writing/batch_table.hpp"
+#include "toolkit/writing/progress.hpp"
+#include "toolkit/writing/report.hpp"
+#include "toolkit/writing/terminal_picture.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -201,4 +201,4 @@ Command addInvertCommand(CLI::App& program) {
   return {line, [options] { return runInvert(*options); }};
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -6,16 +6,16 @@
 #include <filesystem>
 #include <optional>
 
-#include "common/csv.hpp"
-#include "common/grid.hpp"
-#include "common/kernel.hpp"
-#include "common/numbers.hpp"
-#include "common/phase.hpp"
-#include "common/units.hpp"
-#include "common/user_error.hpp"
 #include "invert_options.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/kernel.hpp"
+#include "toolkit/model/phase.hpp"
+#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/units.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -177,4 +177,4 @@ std::vector<Input> readInputs(const InputOptions& options) {
   return inputs;
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -7,11 +7,11 @@
 #include <optional>
 #include <string_view>
 
-#include "common/numbers.hpp"
-#include "common/user_error.hpp"
 #include "invert_options.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace fs = std::filesystem;
 
@@ -245,4 +245,4 @@ std::optional<BootstrapSettings> bootstrapFrom(const MethodOptions& options) {
   return settings;
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

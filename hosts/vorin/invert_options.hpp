@@ -11,14 +11,14 @@
 #include <string_view>
 #include <vector>
 
-#include "common/batch_table.hpp"
-#include "common/bootstrap.hpp"
-#include "common/files.hpp"
-#include "common/inversion.hpp"
-#include "common/lcurve.hpp"
-#include "common/report.hpp"
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/lcurve.hpp"
+#include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/writing/batch_table.hpp"
+#include "toolkit/writing/report.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 /// Adds an option whose value is a word, a number or a name: `type` stands for it in the help.
 template <class Value>
@@ -137,4 +137,4 @@ class InvertOutputs {
   std::vector<BatchRow> rows_;
 };
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -1,12 +1,12 @@
 // What `vorin invert` leaves behind: tables, JSON, pictures and the library's log.
 #include <fmt/format.h>
 
-#include "common/json_report.hpp"
-#include "common/picture.hpp"
-#include "common/user_error.hpp"
 #include "invert_options.hpp"
+#include "toolkit/user_error.hpp"
+#include "toolkit/writing/json_report.hpp"
+#include "toolkit/writing/picture.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -144,4 +144,4 @@ const std::vector<BatchRow>& InvertOutputs::finish() {
   return rows_;
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

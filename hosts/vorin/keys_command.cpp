@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "commands.hpp"
-#include "common/keys.hpp"
-#include "common/numbers.hpp"
+#include "toolkit/inverting/keys.hpp"
+#include "toolkit/reading/numbers.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -76,4 +76,4 @@ Command addKeysCommand(CLI::App& program) {
   return {line, [names] { return runKeys(*names); }};
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

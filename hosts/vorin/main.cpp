@@ -13,12 +13,12 @@
 #include <vector>
 
 #include "commands.hpp"
-#include "common/library.hpp"
+#include "toolkit/inverting/library.hpp"
 
 namespace {
 
-using vorin::host::Command;
-using vorin::host::ExitStatus;
+using vorin::toolkit::Command;
+using vorin::toolkit::ExitStatus;
 
 int complain(std::string_view sentence) noexcept {
   // Not by fmt, which may throw: this is where exceptions end.
@@ -34,12 +34,13 @@ int run(int argc, char** argv) {
       "Exit status: 0 success, 1 unsuccessful inversion (outputs are written), 2 bad input.");
   program.require_subcommand(1);
   program.get_formatter()->column_width(30);
-  program.set_version_flag(
-      "--version", [] { return fmt::format("vorin, library {}", vorin::host::queryText("VERS")); });
+  program.set_version_flag("--version", [] {
+    return fmt::format("vorin, library {}", vorin::toolkit::queryText("VERS"));
+  });
   const std::vector<Command> commands{
-      vorin::host::addInvertCommand(program), vorin::host::addShowCommand(program),
-      vorin::host::addSimulateCommand(program), vorin::host::addKeysCommand(program),
-      vorin::host::addManualCommand(program)};
+      vorin::toolkit::addInvertCommand(program), vorin::toolkit::addShowCommand(program),
+      vorin::toolkit::addSimulateCommand(program), vorin::toolkit::addKeysCommand(program),
+      vorin::toolkit::addManualCommand(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& request) {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "common/numbers.hpp"
+#include "toolkit/reading/numbers.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -211,4 +211,4 @@ std::string manualPage(const CLI::App& program, const std::string& version) {
   return page;
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -5,9 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 /// The page, to be kept as vorin.1. `version` stands at its foot.
 std::string manualPage(const CLI::App& program, const std::string& version);
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

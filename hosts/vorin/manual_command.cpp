@@ -6,11 +6,11 @@
 #include <string>
 
 #include "commands.hpp"
-#include "common/files.hpp"
-#include "common/library.hpp"
 #include "manual.hpp"
+#include "toolkit/inverting/library.hpp"
+#include "toolkit/reading/files.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 Command addManualCommand(CLI::App& program) {
   CLI::App* line = program.add_subcommand("manual", "Write the manual page");
@@ -30,4 +30,4 @@ Command addManualCommand(CLI::App& program) {
           }};
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -9,14 +9,14 @@
 #include <string>
 
 #include "commands.hpp"
-#include "common/files.hpp"
-#include "common/measures.hpp"
-#include "common/numbers.hpp"
-#include "common/picture.hpp"
-#include "common/save_section.hpp"
 #include "show_report.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/save_section.hpp"
+#include "toolkit/writing/picture.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -153,4 +153,4 @@ Command addShowCommand(CLI::App& program) {
   return {line, [options] { return runShow(*options); }};
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -6,10 +6,10 @@
 #include <cmath>
 #include <iterator>
 
-#include "common/measures.hpp"
-#include "common/numbers.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/numbers.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -207,4 +207,4 @@ std::string fitCsvOf(const Shown& shown) {
   return text;
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "common/csv.hpp"
-#include "common/save_section.hpp"
+#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/save_section.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 /// A section with the place it has in its file.
 struct Shown {
@@ -43,4 +43,4 @@ std::string distributionCsvOf(const Shown& shown);
 /// The fit of a full section as CSV: abscissa, data, fit, residual (data - fit).
 std::string fitCsvOf(const Shown& shown);
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

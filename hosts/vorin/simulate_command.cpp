@@ -12,15 +12,15 @@
 #include <vector>
 
 #include "commands.hpp"
-#include "common/csv.hpp"
-#include "common/files.hpp"
-#include "common/grid.hpp"
-#include "common/kernel.hpp"
-#include "common/measures.hpp"
-#include "common/numbers.hpp"
-#include "common/simulation.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/kernel.hpp"
+#include "toolkit/model/simulation.hpp"
+#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/reading/numbers.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 
 namespace {
 
@@ -240,4 +240,4 @@ Command addSimulateCommand(CLI::App& program) {
   return {line, [options] { return runSimulate(*options); }};
 }
 
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

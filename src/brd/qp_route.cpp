@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "brd/nk0000.hpp"
+#include "brd/qp_solver.hpp"
 #include "toolbox/lapack.hpp"
 
 namespace vorin::brd {

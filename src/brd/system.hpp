@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "brd/smaller_side.hpp"
+#include "brd/active_normal_equations.hpp"
 #include "toolbox/aligned.hpp"
 
 namespace vorin::brd {

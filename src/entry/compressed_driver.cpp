@@ -12,11 +12,12 @@
 #include "params/log_file.hpp"
 #include "params/save_section.hpp"
 #include "params/store.hpp"
-#include "reduce/comp_svd.hpp"
 #include "reduce/prune_plan.hpp"
-#include "weight/se_diff.hpp"
-#include "weight/se_to_w.hpp"
-#include "weight/serol.hpp"
+#include "reduce/svd_compression.hpp"
+#include "toolbox/instance.hpp"
+#include "weight/difference_noise.hpp"
+#include "weight/outliers.hpp"
+#include "weight/weight_driver.hpp"
 
 namespace vorin::entry {
 namespace {
@@ -81,7 +82,7 @@ class WorkArrays {
 
 WorkArrays& keptWorkArrays() {
   static WorkArrays arrays;
-  return arrays;
+  return stateOf(InstancePart::driverArrays, arrays);
 }
 
 // A problem on its way to the weight driver: `rows` x ng by columns with leading

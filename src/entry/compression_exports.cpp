@@ -1,7 +1,7 @@
 // The exported SVD compressions: one algorithm, four ways of keeping the factors. And
 // pruning and compression in one call.
-#include "reduce/comp.hpp"
-#include "reduce/comp_svd.hpp"
+#include "reduce/kernel_compression.hpp"
+#include "reduce/svd_compression.hpp"
 #include "vorin.h"
 
 using vorin::reduce::Compression;

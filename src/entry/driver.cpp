@@ -13,7 +13,7 @@
 #include "reduce/prune_plan.hpp"
 #include "toolbox/convert.hpp"
 #include "toolbox/norms.hpp"
-#include "weight/se_to_w.hpp"
+#include "weight/weight_driver.hpp"
 
 namespace vorin::entry {
 namespace {

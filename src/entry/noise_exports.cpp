@@ -1,7 +1,7 @@
 // The exported noise measures that need no inversion.
 #include "vorin.h"
-#include "weight/se_diff.hpp"
-#include "weight/serol.hpp"
+#include "weight/difference_noise.hpp"
+#include "weight/outliers.hpp"
 
 float VorinSEDiff(int32_t order, int32_t count, const float* x) noexcept {
   return vorin::weight::seDiff(order, count, x);

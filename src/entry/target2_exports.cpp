@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "brd/nk0000.hpp"
+#include "brd/qp_solver.hpp"
 #include "vorin.h"
-#include "weight/target2.hpp"
+#include "weight/corner_search.hpp"
 
 namespace {
 

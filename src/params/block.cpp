@@ -5,12 +5,13 @@
 
 #include "params/block_state.hpp"
 #include "params/text.hpp"
+#include "toolbox/instance.hpp"
 
 namespace vorin::params {
 
 Block& block() {
   static constinit Block theBlock;
-  return theBlock;
+  return stateOf(InstancePart::parameters, theBlock);
 }
 
 std::size_t findKey(std::string_view key) {
@@ -30,7 +31,7 @@ std::size_t findKey(std::string_view key) {
 float& rawNumber(std::string_view key) {
   const std::size_t index = findKey(key);
   assert(index < keyTable.size() && keyTable[index].holdsNumber());
-  static float noSlot = 0;  // a misspelt key must not reach another's slot
+  static thread_local float noSlot = 0;  // a misspelt key must not reach another's slot
   return index < keyTable.size() && keyTable[index].holdsNumber() ? block().number(index) : noSlot;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "params/text.hpp"
+#include "toolbox/instance.hpp"
 
 namespace vorin::params {
 namespace {
@@ -23,7 +24,7 @@ struct LogUnit {
 
 LogUnit& theUnit() {
   static LogUnit unit;
-  return unit;
+  return stateOf(InstancePart::log, unit);
 }
 
 struct OpeningRow {

@@ -3,6 +3,7 @@
 #include "toolbox/lapack.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <new>
 #include <vector>
@@ -31,10 +32,10 @@ namespace {
 // other work array instead of a call that does not return.
 void requireWorkBuffer() {
   constexpr std::size_t bufferAndSlack = std::size_t{136} << 20U;
-  static bool isThere = false;
-  if (!isThere) {
+  static std::atomic<bool> isThere = false;
+  if (!isThere.load(std::memory_order_relaxed)) {
     ::operator delete(::operator new(bufferAndSlack));
-    isThere = true;
+    isThere.store(true, std::memory_order_relaxed);
   }
 }
 

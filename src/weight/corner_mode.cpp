@@ -6,8 +6,8 @@
 
 #include "brd/dispatch.hpp"
 #include "params/store.hpp"
+#include "weight/corner_search.hpp"
 #include "weight/residual.hpp"
-#include "weight/target2.hpp"
 
 namespace vorin::weight {
 namespace {

@@ -6,8 +6,8 @@
 #include "params/log.hpp"
 #include "params/number_field.hpp"
 #include "params/store.hpp"
-#include "weight/calc_se.hpp"
-#include "weight/targ_se.hpp"
+#include "weight/noise_estimate.hpp"
+#include "weight/weight_search.hpp"
 
 namespace vorin::weight {
 namespace {

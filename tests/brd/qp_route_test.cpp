@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "brd/dispatch.hpp"
-#include "brd/nk0000.hpp"
 #include "brd/qp_route_cases.hpp"
+#include "brd/qp_solver.hpp"
 #include "support/open_log.hpp"
 #include "support/problems.hpp"
 #include "support/store.hpp"

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "brd/nk0000.hpp"
+#include "brd/qp_solver.hpp"
 #include "support/problems.hpp"
 
 namespace vorin::test {

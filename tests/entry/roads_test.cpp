@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "brd/system.hpp"
-#include "reduce/comp_svd.hpp"
+#include "reduce/svd_compression.hpp"
 #include "support/log_file.hpp"
 #include "support/problems.hpp"
 #include "support/store.hpp"

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "bytes.hpp"
-#include "common/csv.hpp"
-#include "common/user_error.hpp"
 #include "own_folder.hpp"
+#include "toolkit/reading/csv.hpp"
+#include "toolkit/user_error.hpp"
 
 namespace {
 
@@ -20,12 +20,12 @@ template <class Read>
 void readOrRefuse(Read read) {
   try {
     read();
-  } catch (const host::UserError& error) {
+  } catch (const toolkit::UserError& error) {
     require(std::string(error.what()).find(name) != std::string::npos);
   }
 }
 
-void requireDecay(const host::Decay& decay) {
+void requireDecay(const toolkit::Decay& decay) {
   require(decay.time.size() >= 2 && decay.time.size() == decay.amplitude.size());
   for (std::size_t i = 0; i < decay.time.size(); ++i) {
     require(std::isfinite(decay.time[i]) && std::isfinite(decay.amplitude[i]));
@@ -39,21 +39,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const vorin::fuzz::OwnFolder folder;
   std::ofstream(name, std::ios::binary)
       .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-  readOrRefuse([] { requireDecay(host::readDecay(name)); });
+  readOrRefuse([] { requireDecay(toolkit::readDecay(name)); });
   for (const char* columns : {"1,2", "2,1,3", "time,amplitude", "t,re,im"}) {
     readOrRefuse([&] {
-      host::DecayFormat format;
-      format.columns = host::parseColumns(columns, "--columns");
-      const host::MeasuredDecay measured = host::readMeasuredDecay(name, format);
+      toolkit::DecayFormat format;
+      format.columns = toolkit::parseColumns(columns, "--columns");
+      const toolkit::MeasuredDecay measured = toolkit::readMeasuredDecay(name, format);
       requireDecay(measured.decay);
       require(measured.imaginary.empty() ||
               measured.imaginary.size() == measured.decay.time.size());
     });
   }
-  readOrRefuse([] { host::readDistribution(name); });
-  readOrRefuse([] { host::readGrid(name, host::Quantity::time); });
+  readOrRefuse([] { toolkit::readDistribution(name); });
+  readOrRefuse([] { toolkit::readGrid(name, toolkit::Quantity::time); });
   readOrRefuse([] {
-    const host::Matrix matrix = host::readMatrix(name);
+    const toolkit::Matrix matrix = toolkit::readMatrix(name);
     require(matrix.values.size() == matrix.rows * matrix.columns);
   });
   return 0;

@@ -7,7 +7,7 @@
 
 #include "hosts/child.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -346,4 +346,4 @@ TEST(BadFile, AmongGoodOnesIsRefusedBeforeAnyWork) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

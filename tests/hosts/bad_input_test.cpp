@@ -7,7 +7,7 @@
 
 #include "hosts/child.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 const std::string kGood = "0.001,3\n0.002,2\n0.003,1.5\n";
@@ -187,4 +187,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.what; });
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

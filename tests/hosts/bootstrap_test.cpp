@@ -1,19 +1,19 @@
 // The bootstrap of an inversion: its order statistics, its seed, and whether its interval
 // holds the truth as often as it says.
-#include "common/bootstrap.hpp"
+#include "toolkit/measures/bootstrap.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
 
-#include "common/files.hpp"
-#include "common/grid.hpp"
-#include "common/measures.hpp"
-#include "common/progress.hpp"
-#include "common/simulation.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/writing/progress.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 const Distribution kTruth =
@@ -155,4 +155,4 @@ TEST(Progress, IsABarOfTwentyMarks) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 
 namespace fs = std::filesystem;
 
@@ -107,4 +107,4 @@ inline Outcome runProgram(const fs::path& folder, const std::vector<std::string>
   return outcome;
 }
 
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -1,13 +1,13 @@
 // The forms in which two columns of numbers may come. What is refused, and in
 // which words, is tested through the program in bad_input_test.cpp.
-#include "common/csv.hpp"
+#include "toolkit/reading/csv.hpp"
 
 #include <gtest/gtest.h>
 
-#include "common/user_error.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 using test::TemporaryFolder;
@@ -144,4 +144,4 @@ TEST(Csv, ADistributionHasPositiveTimesAndNoNegativeAmplitude) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

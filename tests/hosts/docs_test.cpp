@@ -9,7 +9,7 @@
 
 #include "hosts/child.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 struct Shown {
@@ -83,4 +83,4 @@ INSTANTIATE_TEST_SUITE_P(Docs, Documents,
                          });
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

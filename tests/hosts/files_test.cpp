@@ -1,15 +1,15 @@
 // Outputs appear whole or not at all; what is needed on the way leaves no trace.
-#include "common/files.hpp"
+#include "toolkit/reading/files.hpp"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "common/user_error.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 namespace fs = std::filesystem;
@@ -89,4 +89,4 @@ TEST(ScratchFolder, IsTheWorkingDirectoryAndGoesWithAllItHolds) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

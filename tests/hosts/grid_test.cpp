@@ -1,12 +1,12 @@
 // Logarithmic grids.
-#include "common/grid.hpp"
+#include "toolkit/model/grid.hpp"
 
 #include <gtest/gtest.h>
 
-#include "common/user_error.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Grid, DecadesAreEvenlyDivided) {
@@ -70,4 +70,4 @@ TEST(Grid, ATimeOfZeroDoesNotSetItsStart) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

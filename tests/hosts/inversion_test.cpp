@@ -1,20 +1,20 @@
 // One inversion as the programs run it, in this process.
-#include "common/inversion.hpp"
+#include "toolkit/inverting/inversion.hpp"
 
 #include <gtest/gtest.h>
 #include <vorin.h>
 
 #include <cmath>
 
-#include "common/files.hpp"
-#include "common/grid.hpp"
-#include "common/library.hpp"
-#include "common/measures.hpp"
-#include "common/problem.hpp"
-#include "common/simulation.hpp"
-#include "common/user_error.hpp"
+#include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/problem.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 std::vector<double> evenTimes(double first, double spacing, int count) {
@@ -190,4 +190,4 @@ TEST(Inversion, NoiseThatCannotBeIsRefused) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "common/csv.hpp"
-#include "common/measures.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/csv.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 using Json = nlohmann::json;
@@ -161,4 +161,4 @@ TEST(InvertJson, AFileNameNeedNotBeUtf8) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

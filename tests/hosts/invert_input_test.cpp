@@ -10,14 +10,14 @@
 #include <string>
 #include <vector>
 
-#include "common/csv.hpp"
-#include "common/grid.hpp"
-#include "common/kernel.hpp"
-#include "common/measures.hpp"
-#include "common/simulation.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/kernel.hpp"
+#include "toolkit/model/simulation.hpp"
+#include "toolkit/reading/csv.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -202,4 +202,4 @@ TEST(InvertInput, AGridFileIsTakenAsItStands) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "common/csv.hpp"
-#include "common/measures.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/csv.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
@@ -228,4 +228,4 @@ TEST(Invert, HelpAndVersionAreNoFailures) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

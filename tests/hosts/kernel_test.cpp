@@ -1,13 +1,13 @@
 // The kernels.
-#include "common/kernel.hpp"
+#include "toolkit/model/kernel.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "common/user_error.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Kernel, HasItsLimitsAndItsValueAtOneRelaxationTime) {
@@ -58,4 +58,4 @@ TEST(Kernel, IsNamed) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

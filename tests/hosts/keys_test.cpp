@@ -1,5 +1,5 @@
 // The programs' table of keys against the library's own, and vorin keys.
-#include "common/keys.hpp"
+#include "toolkit/inverting/keys.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "common/library.hpp"
 #include "hosts/child.hpp"
 #include "params/key_table.hpp"
+#include "toolkit/inverting/library.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Keys, AreThoseOfTheLibraryWithTheSameMeanings) {
@@ -155,4 +155,4 @@ TEST(KeysCommand, AnUnknownKeyIsRefusedWithItsNeighbours) {
 
 }  // namespace
 }  // namespace test
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

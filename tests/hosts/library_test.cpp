@@ -1,13 +1,13 @@
 // The keys of the library through the thin layer.
-#include "common/library.hpp"
+#include "toolkit/inverting/library.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "common/user_error.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Library, NumbersAndTextsGoThereAndBack) {
@@ -56,4 +56,4 @@ TEST(Library, ARefusedAssignmentChangesNothing) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

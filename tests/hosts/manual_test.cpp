@@ -8,7 +8,7 @@
 
 #include "hosts/child.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 std::string theManual() {
@@ -162,4 +162,4 @@ TEST(Manual, IsWrittenWholeOrNotAtAll) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

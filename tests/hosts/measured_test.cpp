@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "common/csv.hpp"
-#include "common/measures.hpp"
-#include "common/noise.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/noise.hpp"
+#include "toolkit/reading/csv.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 class Measured : public testing::Test {
@@ -114,4 +114,4 @@ TEST_F(Measured, RockSaturationRecoveryAtAFixedWeight) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -1,14 +1,14 @@
 // Total, log mean and peaks against closed forms.
-#include "common/measures.hpp"
+#include "toolkit/measures/measures.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "common/grid.hpp"
-#include "common/simulation.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Measures, LogMeanOfTwoTimesIsTheirWeightedGeometricMean) {
@@ -110,4 +110,4 @@ TEST(Measures, PeaksBelowTheSmallestShareAreLeftOut) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "common/csv.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/reading/csv.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
@@ -251,4 +251,4 @@ TEST(MethodOptions, DrawsTheLCurveOfEachKindAndOfEachRoad) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -1,14 +1,14 @@
 // The difference estimate of the noise on computed decays with known noise.
-#include "common/noise.hpp"
+#include "toolkit/model/noise.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-#include "common/grid.hpp"
-#include "common/simulation.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 const Distribution kTruth =
@@ -109,4 +109,4 @@ TEST(Noise, TimesThatAreAllButEqualDoNoHarm) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

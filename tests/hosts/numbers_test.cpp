@@ -1,11 +1,11 @@
 // Numbers as text, both ways.
-#include "common/numbers.hpp"
+#include "toolkit/reading/numbers.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Numbers, ReadsWhatPeopleAndProgramsWrite) {
@@ -55,4 +55,4 @@ TEST(Numbers, SignificantPlaces) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

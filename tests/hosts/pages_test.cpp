@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "common/files.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/reading/files.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 /// The first block that opens with ```kind behind `from`, which moves behind it.
@@ -72,4 +72,4 @@ TEST(HostsPage, PythonProgramPrintsWhatThePageShows) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

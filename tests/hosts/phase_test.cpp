@@ -1,14 +1,14 @@
 // Complex data turned to the real axis, against the angle they were made with.
-#include "common/phase.hpp"
+#include "toolkit/model/phase.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
 
-#include "common/simulation.hpp"
+#include "toolkit/model/simulation.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 /// exp(-t / 0.1 s) or its recovery, turned by `angle`, with noise in both channels.
@@ -76,4 +76,4 @@ TEST(Phase, AnOffsetOfTheImaginaryChannelIsNoNoise) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

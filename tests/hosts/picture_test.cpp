@@ -6,7 +6,7 @@
 
 #include "hosts/child.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
@@ -38,4 +38,4 @@ TEST(Picture, HasTheBandOfABootstrap) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -1,6 +1,6 @@
 // The summary and the tables of one inversion, where they show more than numbers that
 // other tests look at.
-#include "common/report.hpp"
+#include "toolkit/writing/report.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,10 +8,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "common/batch_table.hpp"
-#include "common/json_report.hpp"
+#include "toolkit/writing/batch_table.hpp"
+#include "toolkit/writing/json_report.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 /// An inversion with round numbers: 1 at 0.01 s and 3 at 0.1 s.
@@ -113,4 +113,4 @@ TEST(BatchTable, LongNamesAreCutInFront) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -9,17 +9,17 @@
 #include <string>
 #include <vector>
 
-#include "common/files.hpp"
-#include "common/grid.hpp"
-#include "common/inversion.hpp"
-#include "common/lcurve.hpp"
-#include "common/library.hpp"
-#include "common/measures.hpp"
-#include "common/problem.hpp"
-#include "common/simulation.hpp"
-#include "common/user_error.hpp"
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/lcurve.hpp"
+#include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/problem.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
+#include "toolkit/reading/files.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 const Distribution kTruth =
@@ -445,4 +445,4 @@ TEST(Outliers, FewGoodSamplesAreTakenForThem) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

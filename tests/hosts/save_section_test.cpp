@@ -1,6 +1,6 @@
 // The reader of save sections: what it takes, and the one sentence for what it refuses.
 // That it gives back what the library writes stands in tests/params and tests/entry.
-#include "common/save_section.hpp"
+#include "toolkit/reading/save_section.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "common/user_error.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -258,4 +258,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.what; });
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "common/csv.hpp"
-#include "common/measures.hpp"
-#include "common/save_section.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/save_section.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
@@ -286,4 +286,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.what; });
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -6,7 +6,7 @@
 
 #include "hosts/child.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 struct BadSimulation {
@@ -93,4 +93,4 @@ TEST(BadSimulation, DecayAndTruthWantNamesOfTheirOwn) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -1,5 +1,5 @@
 // The generator of computed decays.
-#include "common/simulation.hpp"
+#include "toolkit/model/simulation.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,12 +11,12 @@
 #include <utility>
 #include <vector>
 
-#include "common/grid.hpp"
-#include "common/measures.hpp"
-#include "common/user_error.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/user_error.hpp"
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 namespace fs = std::filesystem;
@@ -196,4 +196,4 @@ TEST(Simulation, TheCommentOfTheTruthStatesItsLogMean) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -1,5 +1,5 @@
 // Bars of a distribution in a terminal, and none elsewhere.
-#include "common/terminal_picture.hpp"
+#include "toolkit/writing/terminal_picture.hpp"
 
 #include <gtest/gtest.h>
 #include <pty.h>
@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "common/grid.hpp"
-#include "common/simulation.hpp"
 #include "hosts/child.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
 
-namespace vorin::host::test {
+namespace vorin::toolkit::test {
 namespace {
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -172,4 +172,4 @@ TEST(InTerminal, AFileOrAPipeGetsNone) {
 }
 
 }  // namespace
-}  // namespace vorin::host::test
+}  // namespace vorin::toolkit::test

@@ -1,9 +1,9 @@
 // Units as users write them, and values as users read them.
-#include "common/units.hpp"
+#include "toolkit/reading/units.hpp"
 
 #include <gtest/gtest.h>
 
-namespace vorin::host {
+namespace vorin::toolkit {
 namespace {
 
 TEST(Units, ANumberMayCarryAUnit) {
@@ -44,4 +44,4 @@ TEST(Units, ValuesReadInTheUnitThatSuitsThem) {
 }
 
 }  // namespace
-}  // namespace vorin::host
+}  // namespace vorin::toolkit

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "common/save_section.hpp"
+#include "toolkit/reading/save_section.hpp"
 
 namespace vorin::test {
 
 using Lines = std::vector<std::string>;
-using SavedSection = host::SaveSection;
+using SavedSection = toolkit::SaveSection;
 
 inline const std::string sectionTitle = " !  Vorin save1";
 
@@ -33,8 +33,8 @@ inline SavedSection readSection(const Lines& lines) {
     content += line;
     content += '\n';
   }
-  EXPECT_EQ(host::saveSectionCount(content), 1U);
-  SavedSection section = host::readSaveSection(content, "the log", 1);
+  EXPECT_EQ(toolkit::saveSectionCount(content), 1U);
+  SavedSection section = toolkit::readSaveSection(content, "the log", 1);
   EXPECT_FALSE(section.compact);
   EXPECT_EQ(section.firstLine, 1);
   EXPECT_EQ(section.lastLine, static_cast<long>(lines.size())) << "lines behind the section";

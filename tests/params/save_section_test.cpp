@@ -302,7 +302,7 @@ TEST_F(SaveSection, CompactLayoutReadsBackToSixPlaces) {
   for (const std::string& line : OwnFolder::lines("Vorin.sav")) {
     content += line + '\n';
   }
-  const auto section = vorin::host::readSaveSection(content, "Vorin.sav", 1);
+  const auto section = vorin::toolkit::readSaveSection(content, "Vorin.sav", 1);
   EXPECT_TRUE(section.compact);
   EXPECT_EQ(section.lastLine, 45);
   EXPECT_EQ(section.coefficients, 2);

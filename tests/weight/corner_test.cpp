@@ -13,8 +13,8 @@
 #include "support/problems.hpp"
 #include "support/store.hpp"
 #include "vorin.h"
-#include "weight/se_to_w.hpp"
-#include "weight/target2.hpp"
+#include "weight/corner_search.hpp"
+#include "weight/weight_driver.hpp"
 
 namespace {
 

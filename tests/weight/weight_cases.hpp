@@ -19,7 +19,7 @@
 #include "support/problems.hpp"
 #include "support/store.hpp"
 #include "weight/noise_mode.hpp"
-#include "weight/targ_se.hpp"
+#include "weight/weight_search.hpp"
 
 namespace vorin::test {
 

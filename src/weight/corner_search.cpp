@@ -1,0 +1,133 @@
+#include "weight/corner_search.hpp"
+
+#include <cmath>
+#include <vector>
+
+#include "brd/qp_route.hpp"
+
+namespace vorin::weight {
+namespace {
+
+constexpr double firstExponent = -2.0;
+constexpr double exponentStep = 0.25;
+
+// The signal-to-noise ratio that the first solve stands on, and the factor that makes a
+// weight of a squared ratio.
+constexpr double assumedRatio = 100.0;
+constexpr double ratioToWeight = 50.0;
+constexpr double firstSolveFactor = 0.001;
+
+// The solves of one search, on what they share: the problem with its K'K, and c.
+template <class Real>
+class Solver {
+ public:
+  Solver(brd::Problem<Real>& problem, double* f)
+      : problem_(problem), f_(f), c_(static_cast<std::size_t>(problem.twice().m())) {}
+
+  brd::Solution<double> at(double weight) {
+    problem_.beginSolve();
+    return brd::vrBRD_qp_d(problem_.program(), f_, c_.data(), weight);
+  }
+
+ private:
+  brd::Problem<Real>& problem_;
+  double* f_;
+  std::vector<double> c_;
+};
+
+double sumOfSquares(std::size_t count, const double* values) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < count; ++i) {
+    sum += values[i] * values[i];
+  }
+  return sum;
+}
+
+template <class Real>
+double sumOfSquaredKernel(brd::Problem<Real>& problem) {
+  const auto count =
+      static_cast<std::size_t>(problem.twice().m()) * static_cast<std::size_t>(problem.twice().n());
+  double sum = 0.0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto value = static_cast<double>(problem.K()[i]);
+    sum += value * value;
+  }
+  return sum;
+}
+
+// The first fitted point over the standard error of the fit. Without data there is no
+// first point; 0 stands in for it, and the division by m decides.
+template <class Real>
+double signalToNoise(brd::Problem<Real>& problem, const double* f) {
+  const auto m = static_cast<std::size_t>(problem.twice().m());
+  std::vector<double> fit(m);
+  for (int i = 0; i < problem.n(); ++i) {
+    const Real* column = problem.K() + static_cast<std::size_t>(i) * m;
+    for (std::size_t j = 0; j < m; ++j) {
+      fit[j] += static_cast<double>(column[j]) * f[i];
+    }
+  }
+  double square = 0.0;
+  for (std::size_t j = 0; j < m; ++j) {
+    const double r = static_cast<double>(problem.d()[j]) - fit[j];
+    square += r * r;
+  }
+  const double s = std::sqrt(square / static_cast<double>(problem.m()));
+  return (m > 0 ? fit[0] : 0.0) / s;
+}
+
+}  // namespace
+
+std::array<double, rungCount> curvatures(const Ladder& ladder) {
+  std::array<double, rungCount> C{};
+  for (std::size_t i = 1; i + 1 < rungCount; ++i) {
+    const double a1 = ladder.logRss[i] - ladder.logRss[i - 1];
+    const double b1 = ladder.logNorm[i] - ladder.logNorm[i - 1];
+    const double a2 = ladder.logRss[i + 1] - ladder.logRss[i];
+    const double b2 = ladder.logNorm[i + 1] - ladder.logNorm[i];
+    const double turn = std::atan2(b2, a2) - std::atan2(b1, a1);
+    C[i] = turn / (std::sqrt(a1 * a1 + b1 * b1) + std::sqrt(a2 * a2 + b2 * b2));
+  }
+  return C;
+}
+
+double cornerWeight(const Ladder& ladder, double base) {
+  const std::array<double, rungCount> C = curvatures(ladder);
+  double w = std::pow(10.0, ladder.exponent[rungCount - 1]) * base;
+  double best = 0.0;
+  for (std::size_t i = 0; i < rungCount; ++i) {
+    // Strictly greater, so that of equal peaks the first stays and a NaN is passed over.
+    if (C[i] > best) {
+      best = C[i];
+      w = std::pow(10.0, ladder.exponent[i]) * base;
+    }
+  }
+  return w;
+}
+
+template <class Real>
+CornerSolution searchCorner(brd::Problem<Real>& problem, double* f) {
+  Solver<Real> solver(problem, f);
+  const auto m = static_cast<double>(problem.m());
+  const double F = sumOfSquaredKernel(problem);
+  solver.at(((F * ratioToWeight) / (m * assumedRatio * assumedRatio)) * firstSolveFactor);
+  const double snr = signalToNoise(problem, f);
+  const double base = (F * ratioToWeight) / (m * snr * snr);
+  const auto n = static_cast<std::size_t>(problem.twice().n());
+  Ladder ladder;
+  double exponent = firstExponent;
+  for (std::size_t i = 0; i < rungCount; ++i, exponent += exponentStep) {
+    const auto solution = solver.at(std::pow(10.0, exponent) * base);
+    ladder.exponent[i] = exponent;
+    ladder.logRss[i] = std::log(solution.rss);
+    ladder.logNorm[i] = std::log(sumOfSquares(n, f));
+  }
+  const double w = cornerWeight(ladder, base);
+  const auto solution = solver.at(w);
+  return {w, solution.rss, solution.rssSlope, solution.status};
+}
+
+template CornerSolution searchCorner(brd::Problem<float>&, double*);
+template CornerSolution searchCorner(brd::Problem<double>&, double*);
+
+}  // namespace vorin::weight

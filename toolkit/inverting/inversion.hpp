@@ -1,0 +1,126 @@
+// One inversion as a host runs it: kernel, scaling and noise on this side, the rest
+// in the library.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "toolkit/model/kernel.hpp"
+#include "toolkit/reading/csv.hpp"
+
+namespace vorin::toolkit {
+
+/// Compression of the (binned) samples by a truncated singular value decomposition.
+struct Compression {
+  int rows = 20;        ///< most rows to keep
+  double ratio = 1e-6;  ///< rows of a singular value not above this times the largest are dropped
+};
+
+/// Where the noise comes from when it is not given as a number.
+enum class NoiseSource {
+  robust,      ///< differenceNoise() of this program
+  difference,  ///< the library's second differences of neighbouring samples (NALG = D3)
+  fit,         ///< its non-negative fit without a penalty (NALG = UREG)
+  ridge,       ///< its non-negative fit with a light ridge (NALG = REG)
+  scan,        ///< its scan of falling weights down to the flat end (NALG = ASYM)
+  quadrature   ///< the imaginary channel of complex data
+};
+
+/// How outliers are told and kept out.
+enum class Rejection {
+  library,  ///< VorinyC5_s with L2MO = 1: by a ridge fit, and each keeps its whole bin out
+  robust    ///< by an unpenalised fit of this program, and each is left out alone
+};
+
+struct InversionSettings {
+  Kernel kernel = Kernel::t2;
+  std::vector<double> grid;  ///< relaxation times in seconds, rising
+  /// Samples x grid by columns; without it that of `kernel` is computed. Decays of one
+  /// shape share it, and Kernel::matrix needs it.
+  std::shared_ptr<const std::vector<float>> matrix;
+  std::optional<double> weight;  ///< a fixed weight; without it the library searches
+  bool corner = false;           ///< for the corner of the L-curve, not for the noise
+  std::optional<double> noise;   ///< standard deviation, in the unit of the data
+  NoiseSource noiseSource = NoiseSource::robust;  ///< where `noise` is not given
+  std::optional<Compression> compression;         ///< after the pruning, if there is one
+  std::optional<double> rejectBeyond;        ///< samples off by this many deviations are outliers
+  Rejection rejection = Rejection::library;  ///< of these
+  std::string pruning = "LOG";               ///< "LOG", "LIN" or "NONE"
+  std::optional<int> prunedPoints;           ///< wanted count of pruned points
+  std::vector<std::string> assignments;      ///< "KEY=VALUE", carried out last
+  bool keepLog = false;                      ///< without it the library writes a header only
+};
+
+/// How the weight came about (the codes of the key TARG).
+enum class WeightMode { fixed = 0, noise = 1, corner = 2 };
+
+enum class NoiseOrigin {
+  none,               ///< there is no estimate, and none was needed
+  given,              ///< by the user
+  differences,        ///< differenceNoise()
+  quadrature,         ///< of the imaginary channel
+  libraryDifference,  ///< NoiseSource::difference and so on
+  libraryFit,
+  libraryRidge,
+  libraryScan,
+  library  ///< an estimator that was chosen by the key NALG
+};
+
+/// All amplitudes and errors are in the unit of the data.
+struct Inversion {
+  Distribution distribution;
+  std::vector<double> fit;  ///< at the times of the decay
+  std::int32_t status = 0;  ///< as vorin.h lists it
+  WeightMode mode = WeightMode::noise;
+  double weight = 0.0;     ///< in the unit of the kernel squared, which is 1
+  double noise = 0.0;      ///< 0 when the origin is none
+  double raisedAim = 0.0;  ///< the closest fit, where it took the place of `noise`; otherwise 0
+  NoiseOrigin noiseOrigin = NoiseOrigin::none;
+  double cornerWeight = 0.0;  ///< of a corner search, whose weight is RWEI times this; otherwise 0
+  bool soughtOutliers = false;
+  std::vector<std::size_t> rejected;  ///< samples that count as outliers, rising
+  double wantedError = 0.0;           ///< of a search for the noise; otherwise 0
+  double reachedError = 0.0;          ///< of the pruned points
+  double fitError = 0.0;  ///< root mean square of decay - fit over all samples not rejected
+  int weightSteps = 0;    ///< solves of the weight search; 0 for a fixed weight
+  int passes = 0;         ///< of the last solve; 0 when it was none that iterates
+};
+
+/// True when the library itself rejects outliers.
+inline bool rejectsInLibrary(const InversionSettings& settings) {
+  return settings.rejectBeyond && settings.rejection == Rejection::library;
+}
+
+/// Throws UserError for settings that `decay` rules out: a noise as large as the data, the
+/// noise of an imaginary channel that it does not have.
+void requireUsable(const Decay& decay, const InversionSettings& settings);
+
+/// Throws the UserError with which invert() would answer a decay that shows no noise, so
+/// that it can be had before the first of many is inverted. Sets the library's keys.
+void requireNoise(const Decay& decay, const InversionSettings& settings);
+
+/// Inverts `decay`. The library's log is left in the working directory as
+/// "Vorin.log". Throws UserError for an assignment that can't be carried out and
+/// when a noise is needed and can't be had.
+///
+/// Where no fit comes as close to the (binned) data as the noise asks for, since
+/// the samples hold more than noise (the first echoes of a train often lie off the
+/// curve, and logarithmic bins give them weight), the closest fit becomes the aim in
+/// a second search and `raisedAim` says so.
+Inversion invert(const Decay& decay, const InversionSettings& settings);
+
+/// True when the distribution is what was asked for. The corner search always
+/// answers VORIN_CORNER_MODE and counts as a success.
+bool succeeded(const Inversion& inversion);
+
+/// Where the noise came from, in words that follow its value: "given"; empty for none.
+std::string_view originText(NoiseOrigin origin);
+
+/// What the status means, in words; for a failure also what to try next.
+std::string statusText(const Inversion& inversion);
+
+}  // namespace vorin::toolkit

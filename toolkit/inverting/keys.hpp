@@ -1,0 +1,42 @@
+// What a user is told of the library's keys. The library answers their values; what
+// they mean stands here, and a test holds it against the library's own table.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vorin::toolkit {
+
+enum class KeyKind {
+  whole,   ///< a number, a whole one by meaning
+  number,  ///< a number
+  text,    ///< any text
+  choice   ///< one of the words of `range`
+};
+
+struct KeyInfo {
+  std::string_view key;  ///< the library compares as many characters as stand here
+  KeyKind kind;
+  bool settable;
+  std::string_view range;  ///< what makes sense; for a choice its words, commas between
+  std::string_view unit;   ///< empty: none
+  std::string_view meaning;
+};
+
+/// All keys, in the order of docs/keys.md.
+std::span<const KeyInfo> keyInfos();
+
+/// The key that `name` reaches, as the library compares it (case aside, and CSE2 reaches
+/// CSE); null when there is none.
+const KeyInfo* findKey(std::string_view name);
+
+/// Keys that may have been meant by `name`, the nearest first: those two slips of the
+/// pen away at most, then those whose meaning has the word. Five at most.
+std::vector<std::string_view> keysNear(std::string_view name);
+
+/// The value that the library holds for `info`, as text.
+std::string keyValueText(const KeyInfo& info);
+
+}  // namespace vorin::toolkit

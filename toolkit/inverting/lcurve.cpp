@@ -1,0 +1,128 @@
+#include "toolkit/inverting/lcurve.hpp"
+
+#include <vorin.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "toolkit/inverting/inversion_keys.hpp"
+#include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/problem.hpp"
+#include "toolkit/user_error.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+/// One solve of the reduced problem.
+struct Solve {
+  std::vector<double> f;
+  double rss = 0.0;
+};
+
+/// By the route that the corner search takes, without iterating: the store is set to it.
+Solve solveAt(const ReducedProblem& problem, double weight) {
+  Solve result;
+  result.f.resize(static_cast<std::size_t>(problem.columns));
+  double slope = 0.0;
+  std::int32_t status = 0;
+  vrBRDw_dp_dll(problem.rows, problem.columns, problem.K.data(), problem.d.data(), result.f.data(),
+                &weight, &result.rss, &slope, &status);
+  return result;
+}
+
+double sumOfSquares(const std::vector<double>& values) {
+  double sum = 0.0;
+  for (double value : values) {
+    sum += value * value;
+  }
+  return sum;
+}
+
+/// The weight in the middle of the ladder, from a first solve that takes the signal for 100
+/// times the noise.
+double ladderBase(const ReducedProblem& problem) {
+  constexpr double kFactor = 50.0;
+  constexpr double kFirstRatio = 100.0;
+  constexpr double kFirstScale = 0.001;
+  const double scaled = sumOfSquares(problem.K) * kFactor;
+  const double m = problem.rows;
+  const Solve first = solveAt(problem, scaled / (m * kFirstRatio * kFirstRatio) * kFirstScale);
+  std::vector<double> fit(problem.d.size(), 0.0);
+  for (std::size_t j = 0; j < first.f.size(); ++j) {
+    for (std::size_t i = 0; i < fit.size(); ++i) {
+      fit[i] += first.f[j] * problem.K[j * fit.size() + i];
+    }
+  }
+  double squares = 0.0;
+  for (std::size_t i = 0; i < fit.size(); ++i) {
+    squares += (problem.d[i] - fit[i]) * (problem.d[i] - fit[i]);
+  }
+  const double ratio = fit.front() / std::sqrt(squares / m);
+  return scaled / (m * ratio * ratio);
+}
+
+Rung rungAt(const ReducedProblem& problem, double weight, double scale) {
+  const Solve solve = solveAt(problem, weight);
+  return {weight, std::sqrt(solve.rss) * scale, std::sqrt(sumOfSquares(solve.f)) * scale};
+}
+
+/// The weight of the corner, by the library's own search.
+double cornerOf(const ReducedProblem& problem) {
+  std::vector<double> f(static_cast<std::size_t>(problem.columns));
+  double weight = 0.0;
+  double rss = 0.0;
+  double slope = 0.0;
+  std::int32_t status = 0;
+  vorinTarget2_dp(problem.rows, problem.columns, problem.K.data(), problem.d.data(), f.data(),
+                  &weight, &rss, &slope, &status);
+  return weight;
+}
+
+bool isWeight(double value) {
+  return value > 0.0 && std::isfinite(value);
+}
+
+}  // namespace
+
+LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion) {
+  const Problem whole(decay, settings);
+  const bool library = rejectsInLibrary(settings);
+  const Problem problem = library ? whole : whole.without(inversion.rejected);
+  setKeys(settings);
+  const ReducedProblem reduced = library ? problem.reduced(inversion.rejected) : problem.reduced();
+  const float route = queryNumber("BRDA");
+  setNumber("BRDA", 3.0F);
+  LCurve curve;
+  double base = ladderBase(reduced);
+  const bool searched = inversion.mode == WeightMode::corner;
+  const double corner = searched ? inversion.cornerWeight : cornerOf(reduced);
+  if (!isWeight(base) || !isWeight(corner)) {
+    setNumber("BRDA", route);
+    throw UserError(
+        "there is no L-curve to draw, since a first fit leaves no residual or is 0 at the first "
+        "sample; leave out --plot-lcurve, or that sample (--skip 1)");
+  }
+  if (searched) {
+    // A compression on this side agrees with the driver's to rounding, and the ladder to some
+    // tenths of a per cent; the driver's own is the one on which its corner lies.
+    constexpr double kRungsADecade = 4.0;
+    const double exponent = std::round(kRungsADecade * std::log10(corner / base)) / kRungsADecade;
+    base = corner / std::pow(10.0, exponent);
+  }
+  constexpr int kRungs = 17;
+  for (int i = 0; i < kRungs; ++i) {
+    const double exponent = -2.0 + 0.25 * i;
+    curve.rungs.push_back(rungAt(reduced, std::pow(10.0, exponent) * base, problem.scale()));
+  }
+  curve.used = rungAt(reduced, inversion.weight, problem.scale());
+  setNumber("BRDA", route);
+  const auto nearest =
+      std::min_element(curve.rungs.begin(), curve.rungs.end(), [&](const Rung& a, const Rung& b) {
+        return std::fabs(std::log(a.weight / corner)) < std::fabs(std::log(b.weight / corner));
+      });
+  curve.corner = static_cast<std::size_t>(nearest - curve.rungs.begin());
+  return curve;
+}
+
+}  // namespace vorin::toolkit

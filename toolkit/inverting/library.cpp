@@ -1,0 +1,146 @@
+#include "toolkit/inverting/library.hpp"
+
+#include <fmt/format.h>
+#include <vorin.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <limits>
+
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/user_error.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+constexpr std::size_t kKeyLength = 4;
+using Key = std::array<char, kKeyLength>;
+/// Room for the longest text slot.
+using Text = std::array<char, 256>;
+
+Key paddedKey(std::string_view key) {
+  Key padded;
+  padded.fill(' ');
+  std::copy_n(key.begin(), std::min(key.size(), padded.size()), padded.begin());
+  return padded;
+}
+
+struct Answer {
+  float number = std::numeric_limits<float>::quiet_NaN();  ///< NaN where the key has none
+  std::string text;
+};
+
+Answer query(std::string_view key) {
+  Answer answer;
+  Text text;
+  text.fill(' ');
+  const Key padded = paddedKey(key);
+  const auto length = static_cast<std::int32_t>(text.size());
+  std::int32_t status = 0;
+  vorinSQC99("Q", padded.data(), text.data(), &length, &answer.number, &status);
+  answer.text = trimmed({text.data(), text.size()});
+  return answer;
+}
+
+/// The keys that take one of a few words; the library takes any text and stores
+/// its last choice for what it does not know, which a user should hear about.
+struct Choice {
+  std::string_view key;
+  std::string_view words;  ///< each with a blank before and behind it
+};
+constexpr std::array<Choice, 3> kChoices{{
+    {"PRMO", " LOG LIN LILO NONE "},
+    {"NALG", " UREG FIT ASYM ASY2 REG D2 D3 NONE "},
+    {"TARG", " WEIG NOISE 2 "},
+}};
+
+const Choice* choiceOf(std::string_view key) {
+  const auto found = std::find_if(kChoices.begin(), kChoices.end(),
+                                  [&](const Choice& choice) { return choice.key == key; });
+  return found == kChoices.end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+std::string upperCase(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return result;
+}
+
+float queryNumber(std::string_view key) {
+  return query(key).number;
+}
+std::string queryText(std::string_view key) {
+  return query(key).text;
+}
+
+void setNumber(std::string_view key, float value) {
+  const Key padded = paddedKey(key);
+  std::int32_t status = 0;
+  VorinSQR("S", padded.data(), &value, &status);
+}
+
+void setText(std::string_view key, std::string_view value) {
+  const Key padded = paddedKey(key);
+  std::string text(value);
+  const auto length = static_cast<std::int32_t>(text.size());
+  std::int32_t status = 0;
+  VorinSQC("S", padded.data(), text.data(), &length, &status);
+}
+
+std::string assign(std::string_view assignment, std::string_view option) {
+  const auto fail = [&](std::string_view why) {
+    return UserError(fmt::format("{} {}: {}", option, inQuotes(assignment), why));
+  };
+  const auto equals = assignment.find('=');
+  if (equals == std::string_view::npos) {
+    throw fail("an = is missing; write KEY=VALUE, for instance MAXI=200");
+  }
+  std::string key = upperCase(trimmed(assignment.substr(0, equals)));
+  const std::string_view value = trimmed(assignment.substr(equals + 1));
+  if (key == "FLOG") {
+    throw fail("the log's name is given by --log FILE");
+  }
+  if (key.substr(0, 3) == "SIG") {
+    throw fail("the noise is given by --noise SIGMA, in the unit of the data");
+  }
+  const Answer before = query(key);
+  const bool hasNumber = !std::isnan(before.number);
+  if (key.empty() || key.size() > kKeyLength || (!hasNumber && before.text.empty())) {
+    throw fail("the library has no such key");
+  }
+  if (value.empty()) {
+    throw fail("the value is missing; write KEY=VALUE, for instance MAXI=200");
+  }
+  if (const Choice* choice = choiceOf(key)) {
+    if (choice->words.find(" " + upperCase(value) + " ") == std::string_view::npos) {
+      throw fail(fmt::format("the words that {} takes are {}", key, trimmed(choice->words)));
+    }
+    setText(key, value);
+    return key;
+  }
+  if (!hasNumber) {
+    setText(key, value);
+    if (queryText(key) != upperCase(value).substr(0, queryText(key).size())) {
+      throw fail(fmt::format("{} can be read only", key));
+    }
+    return key;
+  }
+  const auto number = parseNumber(value);
+  if (!number || !(std::fabs(*number) <= static_cast<double>(std::numeric_limits<float>::max()))) {
+    throw fail(fmt::format("{} takes a number", key));
+  }
+  const auto single = static_cast<float>(*number);
+  setNumber(key, single);
+  if (queryNumber(key) != single) {
+    throw fail(fmt::format("{} can be read only", key));
+  }
+  return key;
+}
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,78 @@
+// A decay and its kernel as the library takes them, and the calls that invert them.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/reading/csv.hpp"
+
+namespace vorin::toolkit {
+
+/// What one call of the library returns, in the library's unit: data of magnitude 1.
+struct Solution {
+  std::vector<float> F;               ///< distribution
+  std::vector<float> FIT;             ///< at the times of the decay
+  std::int32_t status = 0;            ///< as vorin.h lists it
+  std::vector<std::size_t> rejected;  ///< samples that the library took for outliers, rising
+};
+
+/// The problem that the library solves once it has gathered and compressed the samples.
+struct ReducedProblem {
+  std::int32_t rows = 0;
+  std::int32_t columns = 0;
+  std::vector<double> K;  ///< kernel, rows x columns by columns
+  std::vector<double> d;  ///< data, rows
+};
+
+/// The abscissae on which the library prunes: the times themselves, unless the
+/// first is 0, where logarithmic bins have no lower end. Then all are shifted by
+/// the first spacing, so that the sample at 0 stands where an evenly spaced decay
+/// would have its first sample. The kernel keeps the true times.
+std::vector<float> pruningAbscissae(const std::vector<double>& times);
+
+class Problem {
+ public:
+  Problem(const Decay& decay, const InversionSettings& settings);
+
+  /// The problem of all samples but those whose numbers, rising, are `left`.
+  Problem without(const std::vector<std::size_t>& left) const;
+
+  /// The largest magnitude of the amplitudes. The library compares its convergence
+  /// tolerance with absolute numbers, and works in single precision; data divided by
+  /// this make the outcome independent of the instrument's unit.
+  double scale() const { return scale_; }
+
+  /// The amplitudes divided by the scale.
+  const std::vector<float>& data() const { return Y_; }
+
+  /// Inverts `Y` (as data(), and as long) with the keys as they stand in the store.
+  Solution solve(const std::vector<float>& Y) const;
+
+  /// The kernel times `F`, at the samples of this problem, in the unit of F.
+  std::vector<double> fitOf(const std::vector<double>& F) const;
+
+  /// What solve(data()) hands to its weight search with the keys as they stand: the same
+  /// bins to the last bit. Compressed rows agree with the driver's to rounding, which in the
+  /// rows of the smallest singular values is all there is. `rejected` are the library's outliers.
+  ReducedProblem reduced(const std::vector<std::size_t>& rejected = {}) const;
+
+  /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
+  /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the
+  /// residual's median magnitude, of which outliers don't make much (Hampel, J. Am. Stat.
+  /// Assoc. 69, 383, 1974). A large outlier pulls the fit off its neighbours, so only those are
+  /// told that are at least half as far off as the farthest.
+  std::vector<std::size_t> outliers(double threshold) const;
+
+ private:
+  double scale_ = 1.0;
+  bool compressed_;                              ///< by VorinyC5_s in place of Voriny_s
+  std::shared_ptr<const std::vector<float>> K_;  ///< kernel, samples x grid times by columns
+  std::vector<float> T_;                         ///< abscissae for the pruning
+  std::vector<double> amplitude_;                ///< in the unit of the data
+  std::vector<float> Y_;                         ///< scaled amplitudes
+  std::vector<float> G_;                         ///< grid times
+};
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,58 @@
+// How far an inversion is to be trusted: the spread of its results when the noise is
+// drawn again from the residual (Efron, Ann. Stat. 7, 1, 1979).
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/reading/csv.hpp"
+
+namespace vorin::toolkit {
+
+/// The middle 68 % of the replicates, what one standard deviation either way holds of a
+/// normal variate.
+struct Band {
+  std::vector<double> lower;  ///< of the amplitude at each grid time, in the unit of the data
+  std::vector<double> upper;
+  double logMeanLower = 0.0;  ///< not a number when no replicate has a log mean
+  double logMeanUpper = 0.0;
+  int replicates = 0;  ///< that were inverted with success
+};
+
+struct BootstrapSettings {
+  int replicates = 200;
+  std::uint64_t seed = 1;
+  std::function<void(int)> progress;  ///< called with the count done, if there is one
+};
+
+/// The band of `inversion`, which invert(decay, settings) returned.
+///
+/// A replicate is the fit plus residuals of single samples, drawn with replacement from
+/// the inversion's own without their mean, and is inverted at the weight of `inversion`,
+/// which stays: a weight searched anew adds the spread of the search and no truth.
+///
+/// The band of the distribution is as wide as the 16th and 84th percentile of each amplitude
+/// are away from its median, laid around the distribution and cut at 0. It shows what the
+/// noise does to the smoothed distribution, not how far smoothing has moved it.
+///
+/// The interval of the log mean L stands on its logarithm. The replicates' median is off the
+/// inversion by b, what the penalty does to the fit, and half the middle 68 % of them is h,
+/// what the noise does. The penalty has moved the inversion itself by something between
+/// nothing, when the truth is smooth, and b, when it is as sharp as the inversion (for b as
+/// the estimate of a bias: Davison and Hinkley, Bootstrap Methods and their Application,
+/// Cambridge 1997, section 2.2). So the interval is ln L - b/2 plus and minus
+/// sqrt(h^2 + (b/2)^2). One between percentiles would hold the penalty's share twice, and one
+/// that takes all of b away fails for smooth truths.
+///
+/// The library's log of the inversion stays as it is; its keys do not. One seed gives the
+/// same band on every machine, up to the library's own rounding.
+Band bootstrap(const Decay& decay, const InversionSettings& settings, const Inversion& inversion,
+               const BootstrapSettings& options);
+
+/// The quantile of `values`, which are sorted here, at `fraction` of the way from the least to
+/// the greatest, between neighbours in proportion. Not a number when there are none.
+double quantile(std::vector<double>& values, double fraction);
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,33 @@
+// What is read off a distribution: its total, its log mean, its peaks.
+#pragma once
+
+#include <vector>
+
+#include "toolkit/reading/csv.hpp"
+
+namespace vorin::toolkit {
+
+/// The sum of the amplitudes.
+double totalAmplitude(const Distribution& distribution);
+
+/// exp(sum f ln T / sum f), in seconds: the log mean that core analysis works with.
+/// Not a number when the total is 0.
+double logMean(const Distribution& distribution);
+
+/// A local maximum of a distribution and what belongs to it.
+struct Peak {
+  double time;     ///< its position in seconds, interpolated between grid times
+  double share;    ///< the part of the total between the minima beside it, 0 to 1
+  double width;    ///< standard deviation of log10 T over that part, in decades
+  bool atGridEnd;  ///< the distribution rises up to the first or last grid time
+};
+
+/// The peaks by rising time, without those whose share is below `smallestShare`.
+///
+/// A run of equal values is one maximum when both sides fall. The position is the
+/// vertex of the parabola through the maximum and its neighbours over ln T. The
+/// amplitude at a minimum between two peaks goes to both in equal parts. A peak on one
+/// grid time has a width of 0.
+std::vector<Peak> peaks(const Distribution& distribution, double smallestShare = 0.005);
+
+}  // namespace vorin::toolkit

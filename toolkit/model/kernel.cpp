@@ -1,0 +1,124 @@
+#include "toolkit/model/kernel.hpp"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cmath>
+
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/user_error.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+struct Row {
+  Kernel kernel;
+  std::string_view name;
+  std::string_view formula;
+  std::string_view gridShort;
+  std::string_view gridName;
+  std::string_view gridColumn;
+  std::string_view abscissaColumn;
+  Quantity abscissa;
+  Quantity grid;
+};
+
+constexpr std::array<Row, 5> kTable{{
+    {Kernel::t2, "t2", "exp(-t/T2)", "T2", "relaxation time T2", "t2_s", "time_s", Quantity::time,
+     Quantity::time},
+    {Kernel::t1Saturation, "t1-saturation", "1 - exp(-t/T1)", "T1", "relaxation time T1", "t1_s",
+     "time_s", Quantity::time, Quantity::time},
+    {Kernel::t1Inversion, "t1-inversion", "1 - 2 exp(-t/T1)", "T1", "relaxation time T1", "t1_s",
+     "time_s", Quantity::time, Quantity::time},
+    {Kernel::diffusion, "diffusion", "exp(-b D)", "D", "diffusion coefficient D", "d_m2_s",
+     "b_s_m2", Quantity::bValue, Quantity::diffusion},
+    {Kernel::matrix, "matrix", "matrix from a file", "the grid", "grid value", "grid", "time_s",
+     Quantity::time, Quantity::plain},
+}};
+
+const Row& rowOf(Kernel kernel) {
+  return kTable.at(static_cast<std::size_t>(kernel));
+}
+
+}  // namespace
+
+Kernel parseKernel(std::string_view name, std::string_view option) {
+  for (const Row& row : kTable) {
+    if (row.name == name && row.kernel != Kernel::matrix) {
+      return row.kernel;
+    }
+  }
+  throw UserError(
+      fmt::format("{} {}: there is no such kernel; write t2, t1-saturation, t1-inversion or "
+                  "diffusion",
+                  option, inQuotes(name)));
+}
+
+std::string_view kernelName(Kernel kernel) {
+  return rowOf(kernel).name;
+}
+std::string_view kernelFormula(Kernel kernel) {
+  return rowOf(kernel).formula;
+}
+std::string_view relaxationTimeName(Kernel kernel) {
+  return rowOf(kernel).gridShort;
+}
+std::string_view gridName(Kernel kernel) {
+  return rowOf(kernel).gridName;
+}
+std::string_view gridColumn(Kernel kernel) {
+  return rowOf(kernel).gridColumn;
+}
+std::string_view abscissaColumn(Kernel kernel) {
+  return rowOf(kernel).abscissaColumn;
+}
+Quantity abscissaQuantity(Kernel kernel) {
+  return rowOf(kernel).abscissa;
+}
+Quantity gridQuantity(Kernel kernel) {
+  return rowOf(kernel).grid;
+}
+
+double kernelValue(Kernel kernel, double t, double T) {
+  switch (kernel) {
+    case Kernel::t1Saturation:
+      // expm1 keeps all places where t is much shorter than T.
+      return -std::expm1(-t / T);
+    case Kernel::t1Inversion:
+      return -2.0 * std::expm1(-t / T) - 1.0;
+    case Kernel::diffusion:
+      return std::exp(-t * T);
+    case Kernel::matrix:
+      return 0.0;
+    case Kernel::t2:
+      break;
+  }
+  return std::exp(-t / T);
+}
+
+std::vector<float> kernelMatrix(Kernel kernel, const std::vector<double>& times,
+                                const std::vector<double>& relaxationTimes) {
+  std::vector<float> matrix;
+  matrix.reserve(times.size() * relaxationTimes.size());
+  for (double T : relaxationTimes) {
+    for (double t : times) {
+      matrix.push_back(static_cast<float>(kernelValue(kernel, t, T)));
+    }
+  }
+  return matrix;
+}
+
+std::vector<double> decayOf(Kernel kernel, const std::vector<double>& times,
+                            const std::vector<double>& relaxationTimes,
+                            const std::vector<double>& amplitudes) {
+  std::vector<double> decay(times.size(), 0.0);
+  for (std::size_t k = 0; k < relaxationTimes.size(); ++k) {
+    for (std::size_t i = 0; i < times.size(); ++i) {
+      decay[i] += amplitudes[k] * kernelValue(kernel, times[i], relaxationTimes[k]);
+    }
+  }
+  return decay;
+}
+
+}  // namespace vorin::toolkit

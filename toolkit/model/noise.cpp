@@ -1,0 +1,123 @@
+#include "toolkit/model/noise.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace vorin::toolkit {
+
+namespace {
+
+constexpr std::size_t kOrder = 2;
+constexpr std::size_t kFewestDifferences = 3;
+
+/// How many of `count` differences at the start are left out.
+std::size_t leftOut(std::size_t count) {
+  constexpr std::size_t kLong = 200;
+  constexpr std::size_t kShort = 16;
+  return count >= kLong ? count / 8 : count >= kShort ? count / 2 : 0;
+}
+
+/// The divided difference of y over x[at .. at + kOrder], scaled to the variance of one y.
+double scaledDifference(const std::vector<double>& x, const std::vector<double>& y,
+                        std::size_t at) {
+  std::array<double, kOrder + 1> coefficient{};
+  double squares = 0.0;
+  for (std::size_t i = 0; i <= kOrder; ++i) {
+    double product = 1.0;
+    for (std::size_t j = 0; j <= kOrder; ++j) {
+      // Relative to the first interval, so that tiny spacings don't overflow.
+      if (j != i) {
+        product *= (x[at + i] - x[at + j]) / (x[at + 1] - x[at]);
+      }
+    }
+    coefficient[i] = 1.0 / product;
+    squares += coefficient[i] * coefficient[i];
+  }
+  double sum = 0.0;
+  for (std::size_t i = 0; i <= kOrder; ++i) {
+    sum += coefficient[i] * y[at + i];
+  }
+  return sum / std::sqrt(squares);
+}
+
+double rootMeanSquare(const std::vector<double>& values) {
+  double sum = 0.0;
+  for (double value : values) {
+    sum += value * value;
+  }
+  return std::sqrt(sum / static_cast<double>(values.size()));
+}
+
+/// The median of the magnitudes, as the standard deviation of a normal variate.
+double medianDeviation(std::vector<double> values) {
+  constexpr double kMedianOfNormal = 0.6744897501960817;  // half of |N(0, 1)| lies below
+  for (double& value : values) {
+    value = std::fabs(value);
+  }
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle / kMedianOfNormal;
+}
+
+/// The standard deviation of `values` without those beyond four of it, corrected
+/// for what a normal variate loses by that cut.
+double clippedDeviation(const std::vector<double>& values) {
+  constexpr double kCut = 4.0;
+  constexpr double kVarianceInside = 0.998929;  // of N(0, 1) cut at 4: 1 - 8 phi(4) / P(|z| < 4)
+  constexpr int kMostRounds = 20;
+  double deviation = medianDeviation(values);
+  for (int round = 0; round < kMostRounds && deviation > 0.0; ++round) {
+    std::vector<double> inside;
+    std::copy_if(values.begin(), values.end(), std::back_inserter(inside),
+                 [&](double value) { return std::fabs(value) <= kCut * deviation; });
+    const double next = rootMeanSquare(inside) / std::sqrt(kVarianceInside);
+    if (std::fabs(next - deviation) <= 1e-9 * deviation) {
+      return next;
+    }
+    deviation = next;
+  }
+  // Most differences are exactly 0 (coarsely rounded data): there is nothing to clip by.
+  return deviation > 0.0 ? deviation : rootMeanSquare(values);
+}
+
+}  // namespace
+
+std::optional<double> differenceNoise(const Decay& decay) {
+  const std::size_t skipped = decay.time.front() > 0.0 ? 0 : 1;  // ln 0
+  std::vector<double> x;
+  for (std::size_t i = skipped; i < decay.time.size(); ++i) {
+    x.push_back(std::log(decay.time[i]));
+  }
+  const std::vector<double> y(decay.amplitude.begin() + static_cast<std::ptrdiff_t>(skipped),
+                              decay.amplitude.end());
+  if (x.size() < kOrder + kFewestDifferences) {
+    return std::nullopt;
+  }
+  const std::size_t count = x.size() - kOrder;
+  std::vector<double> differences;
+  for (std::size_t at = leftOut(count); at < count; ++at) {
+    const double difference = scaledDifference(x, y, at);
+    // Times that are all but equal, or vast amplitudes, leave nothing to use.
+    if (std::isfinite(difference)) {
+      differences.push_back(difference);
+    }
+  }
+  if (differences.size() < kFewestDifferences) {
+    return std::nullopt;
+  }
+  const double noise = clippedDeviation(differences);
+  double largest = 0.0;
+  for (double amplitude : decay.amplitude) {
+    largest = std::max(largest, std::fabs(amplitude));
+  }
+  // Less than this is the curve's own bend or the rounding of single precision, in
+  // which the library works; no fit could be held against it.
+  constexpr double kNone = 1e-6;
+  if (!(noise > kNone * largest)) {
+    return std::nullopt;
+  }
+  return noise;
+}
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,65 @@
+// Computed decays with known truth: a distribution of log-normal peaks, put through
+// a kernel, with normal noise from a seed.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <string_view>
+#include <vector>
+
+#include "toolkit/model/kernel.hpp"
+#include "toolkit/reading/csv.hpp"
+
+namespace vorin::toolkit {
+
+/// Independent normal variates of mean 0 and variance 1, the same on every machine
+/// for one seed: the C++ standard fixes the sequence of the engine, and the
+/// transform is ours, for that of std::normal_distribution differs between
+/// libraries (Box and Muller, Ann. Math. Stat. 29, 610, 1958).
+class NormalNoise {
+ public:
+  explicit NormalNoise(std::uint64_t seed) : engine_(seed) {}
+
+  double next();
+
+ private:
+  std::mt19937_64 engine_;
+  std::optional<double> kept_;  ///< the second variate of a pair
+};
+
+/// A peak that is normal in log10 T.
+struct LogNormalPeak {
+  double time;       ///< centre in seconds
+  double width;      ///< standard deviation in decades
+  double amplitude;  ///< total
+};
+
+/// Reads "TIME:WIDTH:AMPLITUDE", three numbers above 0. Throws UserError, which
+/// names `option`, for anything else.
+LogNormalPeak parsePeak(std::string_view text, std::string_view option);
+
+/// The sum of `peaks` on the times of `grid`, which rise. Each peak is scaled to its
+/// amplitude on that grid; one too narrow for it goes to the nearest time whole.
+Distribution distributionOf(const std::vector<LogNormalPeak>& peaks,
+                            const std::vector<double>& grid);
+
+/// The decay of `truth` at `times` with normal noise of standard deviation `noise`.
+Decay simulatedDecay(Kernel kernel, const Distribution& truth, const std::vector<double>& times,
+                     double noise, std::uint64_t seed);
+
+/// A decay as a receiver with two channels gives it.
+struct TwoChannels {
+  std::vector<double> time;
+  std::vector<double> real;
+  std::vector<double> imaginary;
+};
+
+/// The decay s of `truth` turned by `phase` radians, s exp(i phase), with independent
+/// normal noise of standard deviation `noise` in each channel. The noise of the real
+/// channel is that of simulatedDecay() with the same seed.
+TwoChannels simulatedChannels(Kernel kernel, const Distribution& truth,
+                              const std::vector<double>& times, double noise, std::uint64_t seed,
+                              double phase);
+
+}  // namespace vorin::toolkit

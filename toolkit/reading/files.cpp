@@ -1,0 +1,134 @@
+#include "toolkit/reading/files.hpp"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "toolkit/user_error.hpp"
+
+namespace vorin::toolkit {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// `path` as an absolute one, through symbolic links, so that a rename replaces what
+/// a link leads to and not the link, and a change of folder does not matter.
+fs::path resolved(const fs::path& path) {
+  std::error_code error;
+  // Made absolute first: a relative name of no file would stay relative.
+  const fs::path whole = fs::absolute(path);
+  fs::path result = fs::weakly_canonical(whole, error);
+  return error ? whole : result;
+}
+
+UserError cannotWrite(const fs::path& path, std::string_view why) {
+  return UserError(fmt::format("{}: the file can't be written ({})", path.string(), why));
+}
+
+void writeAll(const fs::path& path, const fs::path& shown, std::string_view content) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  file.write(content.data(), static_cast<std::streamsize>(content.size()));
+  file.close();
+  if (!file) {
+    throw cannotWrite(shown, std::strerror(errno));
+  }
+}
+
+}  // namespace
+
+OutputFiles::~OutputFiles() {
+  std::error_code ignored;
+  for (const Staged& file : staged_) {
+    fs::remove(file.temporary, ignored);
+  }
+}
+
+void OutputFiles::protect(const fs::path& input) {
+  protected_.insert(resolved(input));
+}
+
+fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
+                               const fs::path& input) {
+  const auto fail = [&](std::string_view why) {
+    return UserError(fmt::format("{} {}: {}", option, path.string(), why));
+  };
+  std::error_code error;
+  if (path.filename().empty() || fs::is_directory(path, error)) {
+    throw fail("this is a folder; give the name of a file");
+  }
+  fs::path target = resolved(path);
+  if (!fs::is_directory(target.parent_path(), error)) {
+    throw fail(fmt::format("there is no folder {}; make it first", target.parent_path().string()));
+  }
+  if ((!input.empty() && target == resolved(input)) || protected_.contains(target)) {
+    throw fail("this is the file that is read; give another name");
+  }
+  if (announced_.contains(target)) {
+    throw fail("two outputs have this name; give each its own");
+  }
+  if (!fs::exists(target, error) || fs::is_regular_file(target, error)) {
+    announced_.insert(target);  // a device or a pipe may take several
+  }
+  return target;
+}
+
+void OutputFiles::write(const fs::path& target, std::string_view content) {
+  std::error_code error;
+  if (fs::exists(target, error) && !fs::is_regular_file(target, error)) {
+    writeAll(target, target, content);  // a device or a pipe must not be replaced
+    return;
+  }
+  const fs::path temporary =
+      target.parent_path() /
+      fmt::format(".{}.{}.part", target.filename().string(), static_cast<long>(::getpid()));
+  staged_.push_back({temporary, target});
+  writeAll(temporary, target, content);
+}
+
+void OutputFiles::commit() {
+  while (!staged_.empty()) {
+    std::error_code error;
+    fs::rename(staged_.front().temporary, staged_.front().target, error);
+    if (error) {
+      throw cannotWrite(staged_.front().target, error.message());
+    }
+    staged_.erase(staged_.begin());
+  }
+}
+
+ScratchFolder::ScratchFolder() : before_(fs::current_path()) {
+  std::error_code error;
+  const fs::path base = fs::temp_directory_path(error);
+  std::string name = ((error ? fs::path("/tmp") : base) / "vorin-XXXXXX").string();
+  if (::mkdtemp(name.data()) == nullptr) {
+    throw UserError(
+        fmt::format("{}: no folder for temporary files can be made here ({}); set "
+                    "TMPDIR to a folder where it can",
+                    fs::path(name).parent_path().string(), std::strerror(errno)));
+  }
+  path_ = fs::absolute(name);
+  fs::current_path(path_);
+}
+
+ScratchFolder::~ScratchFolder() {
+  std::error_code ignored;
+  fs::current_path(before_, ignored);
+  fs::remove_all(path_, ignored);
+}
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    throw UserError(
+        fmt::format("{}: the file can't be read ({})", path.string(), std::strerror(errno)));
+  }
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace vorin::toolkit

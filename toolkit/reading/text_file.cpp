@@ -1,0 +1,115 @@
+#include "toolkit/reading/text_file.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include "toolkit/user_error.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// No decay is as large as this, but an endless device is.
+constexpr std::size_t kMostBytes = 1'000'000'000;
+
+std::string readAll(std::istream& in, const std::string& name) {
+  std::string content;
+  std::array<char, 65536> block{};
+  while (in.read(block.data(), static_cast<std::streamsize>(block.size())), in.gcount() > 0) {
+    content.append(block.data(), static_cast<std::size_t>(in.gcount()));
+    if (content.size() > kMostBytes) {
+      throw UserError(
+          fmt::format("{}: this is more than {} bytes, too much for one decay", name, kMostBytes));
+    }
+  }
+  if (in.bad()) {
+    throw UserError(fmt::format("{}: the file can't be read to its end", name));
+  }
+  return content;
+}
+
+std::ifstream openForReading(const fs::path& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::exists(status)) {
+    throw UserError(
+        fmt::format("{}: there is no such file; give the name of a CSV file", path.string()));
+  }
+  if (fs::is_directory(status)) {
+    throw UserError(
+        fmt::format("{}: this is a folder; give the name of a CSV file in it", path.string()));
+  }
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    throw UserError(
+        fmt::format("{}: the file can't be opened ({})", path.string(), std::strerror(errno)));
+  }
+  return file;
+}
+
+/// Throws UserError for content whose first bytes tell that it is no plain text.
+void refuseOtherKinds(const TextFile& file) {
+  struct Kind {
+    std::string_view start;
+    std::string_view sentence;
+  };
+  constexpr std::array<Kind, 4> kinds{{
+      {"\xFF\xFE", "this is a UTF-16 text; save it as UTF-8 or as plain text"},
+      {"\xFE\xFF", "this is a UTF-16 text; save it as UTF-8 or as plain text"},
+      {"\x1F\x8B", "this is a gzip archive; unpack it first (gunzip)"},
+      {"PK\x03\x04", "this is a zip archive or a workbook; save the sheet as CSV"},
+  }};
+  for (const Kind& kind : kinds) {
+    if (std::string_view(file.content).substr(0, kind.start.size()) == kind.start) {
+      throw UserError(fmt::format("{}: {}", file.name, kind.sentence));
+    }
+  }
+  if (const std::size_t at = file.content.find('\0'); at != std::string::npos) {
+    const auto line = std::count(file.content.begin(),
+                                 file.content.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+    throw UserError(fmt::format(
+        "{}, line {}: this is no text (a byte is 0); give a text file with one row a sample",
+        file.name, line + 1));
+  }
+}
+
+}  // namespace
+
+TextFile readTextFile(const fs::path& path) {
+  TextFile file;
+  if (path == "-") {
+    file.name = "standard input";
+    file.content = readAll(std::cin, file.name);
+  } else {
+    file.name = path.string();
+    std::ifstream in = openForReading(path);
+    file.content = readAll(in, file.name);
+  }
+  if (file.content.compare(0, 3, "\xEF\xBB\xBF") == 0) {
+    file.content.erase(0, 3);  // the byte-order mark that some spreadsheets write
+  }
+  refuseOtherKinds(file);
+  return file;
+}
+
+std::string_view takeLine(std::string_view& rest) {
+  const std::size_t end = rest.find_first_of("\r\n");
+  const std::string_view line = rest.substr(0, end);
+  if (end == std::string_view::npos) {
+    rest = {};
+    return line;
+  }
+  const bool two = rest[end] == '\r' && end + 1 < rest.size() && rest[end + 1] == '\n';
+  rest.remove_prefix(end + (two ? 2 : 1));
+  return line;
+}
+
+}  // namespace vorin::toolkit

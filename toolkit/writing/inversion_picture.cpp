@@ -1,0 +1,71 @@
+// What the picture of an inversion shows.
+#include <fmt/format.h>
+
+#include <cmath>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/units.hpp"
+#include "toolkit/writing/picture.hpp"
+
+namespace vorin::toolkit {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string axisLabel(std::string_view name, const AxisUnit& unit) {
+  return unit.name.empty() ? std::string(name) : fmt::format("{} ({})", name, unit.name);
+}
+
+/// The log mean in the legend; where the axis counts in powers of ten, as the axis does.
+std::string meanText(double mean, const AxisUnit& unit, Quantity quantity) {
+  return quantity == Quantity::diffusion
+             ? fmt::format("{} \xC3\x97 {}", significant(mean / unit.size, 3), unit.name)
+             : quantityText(mean, quantity);
+}
+
+std::string titleText(const Inversion& inversion, const ReportContext& context) {
+  constexpr std::size_t kLongestName = 50;
+  return fmt::format("{:.{}}: weight {}, standard error {}",
+                     fs::path(context.name).filename().string(), kLongestName,
+                     significant(inversion.weight, 3), significant(inversion.reachedError, 3)) +
+         (succeeded(inversion) ? "" : fmt::format(" (unsuccessful, status {})", inversion.status));
+}
+
+}  // namespace
+
+std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
+                        const Inversion& inversion, const ReportContext& context) {
+  // Times of the decay and relaxation times share their unit, so that the eye can go from
+  // one to the other.
+  const Quantity abscissa = abscissaQuantity(context.kernel);
+  const Quantity onGrid = gridQuantity(context.kernel);
+  const AxisUnit unit = axisUnit(context.decay.time.back(), abscissa);
+  const AxisUnit gridUnit =
+      onGrid == abscissa ? unit : axisUnit(inversion.distribution.time.back(), onGrid);
+  PictureContent content;
+  content.title = titleText(inversion, context);
+  content.time = context.decay.time;
+  content.amplitude = context.decay.amplitude;
+  content.fit = inversion.fit;
+  content.distribution = inversion.distribution;
+  content.truth = context.truth;
+  if (context.band) {
+    content.bandLower = context.band->lower;
+    content.bandUpper = context.band->upper;
+  }
+  content.timeUnit = unit.size;
+  content.gridUnit = gridUnit.size;
+  content.timeAxis = axisLabel(quantityName(abscissa), unit);
+  content.distributionAxis = axisLabel(gridName(context.kernel), gridUnit);
+  if (const double mean = logMean(inversion.distribution); !std::isnan(mean)) {
+    content.logMean = meanText(mean, gridUnit, onGrid);
+  }
+  return drawPicture(picture, scratch, content);
+}
+
+}  // namespace vorin::toolkit

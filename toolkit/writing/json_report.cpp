@@ -1,0 +1,114 @@
+#include "toolkit/writing/json_report.hpp"
+
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "toolkit/measures/measures.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// A number above 0, or null.
+Json knownOrNull(double value) {
+  return value > 0.0 ? Json(value) : Json(nullptr);
+}
+
+Json peakList(const Distribution& distribution) {
+  Json list = Json::array();
+  for (const Peak& peak : peaks(distribution)) {
+    list.push_back({{"position", peak.time},
+                    {"width", peak.width},
+                    {"share", peak.share},
+                    {"at_grid_end", peak.atGridEnd}});
+  }
+  return list;
+}
+
+}  // namespace
+
+std::string_view weightOrigin(const Inversion& inversion) {
+  switch (inversion.mode) {
+    case WeightMode::fixed:
+      return "given";
+    case WeightMode::corner:
+      return "corner";
+    case WeightMode::noise:
+      break;
+  }
+  return "noise";
+}
+
+std::string_view noiseOriginWord(NoiseOrigin origin) {
+  switch (origin) {
+    case NoiseOrigin::given:
+      return "given";
+    case NoiseOrigin::differences:
+      return "differences";
+    case NoiseOrigin::quadrature:
+      return "quadrature";
+    case NoiseOrigin::libraryDifference:
+      return "difference";
+    case NoiseOrigin::libraryFit:
+      return "fit";
+    case NoiseOrigin::libraryRidge:
+      return "ridge";
+    case NoiseOrigin::libraryScan:
+      return "scan";
+    case NoiseOrigin::library:
+      return "library";
+    case NoiseOrigin::none:
+      break;
+  }
+  return "";
+}
+
+std::string jsonObject(const Inversion& inversion, const ReportContext& context) {
+  const std::string_view noiseOrigin = noiseOriginWord(inversion.noiseOrigin);
+  const std::optional<double> ratio = signalToNoise(inversion, context.decay);
+  Json object = {
+      {"file", context.name},
+      {"kernel",
+       context.kernelFile.empty() ? std::string(kernelName(context.kernel)) : context.kernelFile},
+      {"status", inversion.status},
+      {"status_text", statusText(inversion)},
+      {"success", succeeded(inversion)},
+      {"samples", context.decay.time.size()},
+      {"weight", inversion.weight},
+      {"weight_origin", weightOrigin(inversion)},
+      {"noise", knownOrNull(inversion.noise)},
+      {"noise_origin", noiseOrigin.empty() ? Json(nullptr) : Json(noiseOrigin)},
+      {"signal_to_noise", ratio ? Json(*ratio) : Json(nullptr)},
+      {"wanted_standard_error", knownOrNull(inversion.wantedError)},
+      {"standard_error", inversion.reachedError},
+      {"fit_error", inversion.fitError},
+      {"iterations", inversion.weightSteps},
+      {"passes", inversion.passes},
+      {"total", totalAmplitude(inversion.distribution)},
+      {"log_mean", logMean(inversion.distribution)},  // not a number becomes null
+      {"peaks", peakList(inversion.distribution)},
+      {"grid", inversion.distribution.time},
+      {"distribution", inversion.distribution.amplitude},
+  };
+  if (context.band) {
+    object["bootstrap"] = {{"replicates", context.band->replicates},
+                           {"lower", context.band->lower},
+                           {"upper", context.band->upper},
+                           {"log_mean_lower", context.band->logMeanLower},
+                           {"log_mean_upper", context.band->logMeanUpper}};
+  }
+  // A file name need not be UTF-8.
+  return object.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string jsonArray(const std::vector<std::string>& objects) {
+  std::string text = "[";
+  for (const std::string& object : objects) {
+    text += (&object == &objects.front() ? "\n" : ",\n") + object;
+  }
+  return text + "\n]";
+}
+
+}  // namespace vorin::toolkit

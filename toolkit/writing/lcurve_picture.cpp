@@ -1,0 +1,156 @@
+// The picture of an L-curve.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+#include "toolkit/inverting/lcurve.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/writing/gnuplot.hpp"
+
+namespace vorin::toolkit {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// An axis in logarithms, with some room at both ends.
+struct Axis {
+  double from = 0.0;
+  double to = 0.0;
+
+  /// How far along the axis `value` stands, 0 to 1.
+  double place(double value) const { return std::log(value / from) / std::log(to / from); }
+};
+
+Axis axisOf(const std::vector<double>& values, double roomBelow, double roomAbove) {
+  const auto [least, most] = std::minmax_element(values.begin(), values.end());
+  // A curve of no height still wants an axis.
+  const double length = std::max(std::log(*most / *least), 0.01);
+  return {*least * std::exp(-roomBelow * length), *most * std::exp(roomAbove * length)};
+}
+
+/// Round values along `axis`: a decade apart, or with fewer in it 1, 2, 5, or evenly spaced.
+std::vector<double> tics(const Axis& axis) {
+  constexpr std::size_t kFewest = 4;
+  std::vector<double> result;
+  const std::vector<std::vector<double>> choices{
+      {1.0}, {1.0, 2.0, 5.0}, {1.0, 1.5, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0}};
+  for (const std::vector<double>& digits : choices) {
+    result.clear();
+    const int last = static_cast<int>(std::floor(std::log10(axis.to)));
+    for (int power = static_cast<int>(std::floor(std::log10(axis.from))); power <= last; ++power) {
+      for (double digit : digits) {
+        const double value = digit * std::pow(10.0, power);
+        if (value >= axis.from && value <= axis.to) {
+          result.push_back(value);
+        }
+      }
+    }
+    if (result.size() >= kFewest) {
+      return result;
+    }
+  }
+  const double fifth = (axis.to - axis.from) / 5.0;
+  const double power = std::pow(10.0, std::floor(std::log10(fifth)));
+  const double digit = fifth / power;
+  const double step = power * (digit >= 5.0 ? 5.0 : digit >= 2.0 ? 2.0 : 1.0);
+  result.clear();
+  for (double value = std::ceil(axis.from / step) * step; value <= axis.to; value += step) {
+    result.push_back(value);
+  }
+  return result;
+}
+
+std::string ticsText(char axisName, const Axis& axis) {
+  std::string text = fmt::format("set {}tics (", axisName);
+  std::string comma;
+  for (double value : tics(axis)) {
+    text += fmt::format("{}'{:.4g}' {:.10g}", comma, value, value);
+    comma = ", ";
+  }
+  return text + ")\n";
+}
+
+/// The weight beside each rung that has room for it. The free side of a falling curve is its
+/// upper right. What would lie over an earlier label is left out, and so is what stands in the key.
+std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
+  constexpr double kWidth = 0.10;
+  constexpr double kHeight = 0.045;
+  const auto placeOf = [&](const Rung& rung) {
+    return std::pair(x.place(rung.residualNorm), y.place(rung.solutionNorm));
+  };
+  std::vector<std::pair<double, double>> placed{placeOf(curve.rungs.at(curve.corner)),
+                                                placeOf(curve.used)};
+  std::string text;
+  for (const Rung& rung : curve.rungs) {
+    const bool free = std::none_of(placed.begin(), placed.end(), [&](const auto& other) {
+      return std::fabs(other.first - x.place(rung.residualNorm)) < kWidth &&
+             std::fabs(other.second - y.place(rung.solutionNorm)) < kHeight;
+    });
+    if (free) {
+      placed.push_back(placeOf(rung));
+      text += fmt::format(
+          "set label '{}' at {:.10g},{:.10g} left offset 0.7,0.6 font ',10' tc rgb '#505050'\n",
+          significant(rung.weight, 3), rung.residualNorm, rung.solutionNorm);
+    }
+  }
+  return text;
+}
+
+constexpr std::string_view kCommon = R"(set encoding utf8
+set border 3 lw 1 lc rgb '#404040'
+set logscale xy
+set tics nomirror out scale 0.6 textcolor rgb '#202020'
+set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
+set key at graph 1, 0.99 right top reverse Left noenhanced samplen 2 width 1 spacing 1.2
+set xlabel 'norm of the residual, |K f - d| (unit of the data)'
+set ylabel 'norm of the distribution, |f| (unit of the data)'
+)";
+
+}  // namespace
+
+std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, const LCurve& curve,
+                       const std::string& name) {
+  std::vector<double> residualNorms{curve.used.residualNorm};
+  std::vector<double> solutionNorms{curve.used.solutionNorm};
+  std::string rows;
+  for (const Rung& rung : curve.rungs) {
+    residualNorms.push_back(rung.residualNorm);
+    solutionNorms.push_back(rung.solutionNorm);
+    rows += fmt::format("{:.10g} {:.10g}\n", rung.residualNorm, rung.solutionNorm);
+  }
+  const auto point = [](const char* file, const Rung& rung) {
+    std::ofstream(file) << fmt::format("{:.10g} {:.10g}\n", rung.residualNorm, rung.solutionNorm);
+  };
+  const Rung& corner = curve.rungs.at(curve.corner);
+  std::ofstream("rungs.dat") << rows;
+  point("corner.dat", corner);
+  point("used.dat", curve.used);
+  const Axis x = axisOf(residualNorms, 0.05, 0.13);
+  const Axis y = axisOf(solutionNorms, 0.06, 0.10);
+  constexpr std::size_t kLongestName = 50;
+  std::string script(kCommon);
+  script += fmt::format("set xrange [{:.10g}:{:.10g}]\nset yrange [{:.10g}:{:.10g}]\n", x.from,
+                        x.to, y.from, y.to);
+  script += ticsText('x', x) + ticsText('y', y) + labels(curve, x, y);
+  script +=
+      fmt::format("set title {} noenhanced font ',14'\n",
+                  scriptQuoted(fmt::format("{:.{}}: L-curve, weights beside their points",
+                                           fs::path(name).filename().string(), kLongestName)));
+  script += fmt::format(
+      R"(plot 'rungs.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#527fb5' title 'the 17 weights of the search', \
+     'corner.dat' with points pt 6 ps 2.4 lw 2 lc rgb '#303030' title 'corner: {}', \
+     'used.dat' with points pt 2 ps 2 lw 2.4 lc rgb '#b8322a' title 'weight of the result: {}'
+set output
+)",
+      significant(corner.weight, 3), significant(curve.used.weight, 3));
+  constexpr int kWidth = 1000;
+  constexpr int kHeight = 700;
+  return runGnuplot(picture, scratch, script, kWidth, kHeight);
+}
+
+}  // namespace vorin::toolkit

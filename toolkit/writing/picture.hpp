@@ -1,0 +1,48 @@
+// The picture of an inversion, drawn by gnuplot: the decay with its fit, the
+// residual, and the distribution.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "toolkit/reading/files.hpp"
+#include "toolkit/writing/report.hpp"
+
+namespace vorin::toolkit {
+
+/// Throws UserError, which names `option`, unless gnuplot can be run and the name
+/// of `picture` ends in .png, .svg or .pdf.
+void requireGnuplot(const std::filesystem::path& picture, std::string_view option);
+
+/// What a picture shows. The decay has two samples at least and rising times, the
+/// distribution two rising times above 0 at least; all numbers are finite.
+struct PictureContent {
+  std::string title;
+  std::vector<double> time;
+  std::vector<double> amplitude;
+  std::vector<double> fit;  ///< none: the residual's panel stays away too
+  Distribution distribution;
+  std::optional<Distribution> truth;
+  std::vector<double> bandLower;  ///< of the distribution; none: no band
+  std::vector<double> bandUpper;
+  double timeUnit = 1.0;         ///< what the times of the decay are divided by
+  double gridUnit = 1.0;         ///< what those of the distributions are divided by
+  std::string timeAxis;          ///< "time (ms)"
+  std::string distributionAxis;  ///< "relaxation time T2 (ms)"
+  std::string logMean;           ///< of the distribution, as text; none leaves out its mark
+};
+
+/// Draws `content`, otherwise as below.
+std::string drawPicture(const std::filesystem::path& picture, const ScratchFolder& scratch,
+                        const PictureContent& content);
+
+/// Draws the picture in `scratch`, which must be the working directory, and returns
+/// the file's content. The kind (.png, .svg, .pdf) is that of `picture`. Throws
+/// UserError when gnuplot fails.
+std::string drawPicture(const std::filesystem::path& picture, const ScratchFolder& scratch,
+                        const Inversion& inversion, const ReportContext& context);
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,228 @@
+#include "toolkit/writing/report.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <numbers>
+#include <string_view>
+
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/units.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+using Lines = std::back_insert_iterator<std::string>;
+
+void line(Lines out, std::string_view label, std::string_view text) {
+  fmt::format_to(out, "  {:<16}{}\n", label, text);
+}
+
+std::string noiseText(const Inversion& inversion) {
+  if (inversion.noiseOrigin != NoiseOrigin::none) {
+    return fmt::format("{} ({})", significant(inversion.noise), originText(inversion.noiseOrigin));
+  }
+  return "not known";
+}
+
+std::string weightText(const Inversion& inversion) {
+  const std::string weight = significant(inversion.weight);
+  switch (inversion.mode) {
+    case WeightMode::fixed:
+      return inversion.passes == 0
+                 ? fmt::format("{} (given)", weight)
+                 : fmt::format("{} (given), {}", weight,
+                               inversion.passes == 1
+                                   ? "1 pass of the solver"
+                                   : fmt::format("{} passes of the solver", inversion.passes));
+    case WeightMode::corner:
+      return inversion.weight == inversion.cornerWeight
+                 ? fmt::format("{} (corner of the L-curve)", weight)
+                 : fmt::format("{} ({} times that of the L-curve's corner, {})", weight,
+                               significant(inversion.weight / inversion.cornerWeight, 3),
+                               significant(inversion.cornerWeight));
+    case WeightMode::noise:
+      break;
+  }
+  return fmt::format("{} after {} iteration{}", weight, inversion.weightSteps,
+                     inversion.weightSteps == 1 ? "" : "s");
+}
+
+std::string errorText(const Inversion& inversion) {
+  std::string text;
+  if (inversion.mode == WeightMode::noise) {
+    text = fmt::format("wanted {}, ", significant(inversion.wantedError));
+  }
+  return text +
+         fmt::format("reached {}; {} over all samples", significant(inversion.reachedError),
+                     significant(inversion.fitError)) +
+         (inversion.rejected.empty() ? "" : " kept");
+}
+
+/// What piles up at an end of the grid below this share is the decay's offset.
+constexpr double kSmallShare = 0.01;
+
+void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
+  const std::vector<Peak> found = peaks(distribution);
+  double shareAtEnd = 0.0;
+  for (const Peak& peak : found) {
+    line(out, &peak == &found.front() ? (found.size() == 1 ? "peak" : "peaks") : "",
+         fmt::format("{:>8}  {:>7}  {:>5.2f} decades wide{}", quantityText(peak.time, quantity),
+                     percentText(peak.share), peak.width,
+                     peak.atGridEnd ? "  at the end of the grid" : ""));
+    shareAtEnd += peak.atGridEnd ? peak.share : 0.0;
+  }
+  if (shareAtEnd > kSmallShare) {
+    line(out, "note", "a peak at the end of the grid wants a wider one (--grid) or a longer decay");
+  }
+}
+
+/// A file name as part of a comment line.
+std::string inOneLine(std::string name) {
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char c) { return c < ' '; }, '?');
+  return name;
+}
+
+std::string kernelText(const ReportContext& context) {
+  return context.kernel == Kernel::matrix ? "matrix " + inOneLine(context.kernelFile)
+                                          : std::string(kernelFormula(context.kernel));
+}
+
+/// What the summary says about the data themselves.
+void dataLines(Lines out, const Inversion& inversion, const ReportContext& context) {
+  const std::vector<double>& t = context.decay.time;
+  const Quantity abscissa = abscissaQuantity(context.kernel);
+  fmt::format_to(out, "{}: {} samples from {} to {}\n", inOneLine(context.name), t.size(),
+                 quantityText(t.front(), abscissa), quantityText(t.back(), abscissa));
+  if (context.phase) {
+    const std::string noise = context.decay.quadratureNoise
+                                  ? significant(*context.decay.quadratureNoise)
+                                  : std::string("0");
+    line(out, "phase",
+         fmt::format("complex data turned back by {:.2f} degrees, imaginary noise {}",
+                     *context.phase * 180.0 / std::numbers::pi, noise));
+  }
+  const std::vector<double>& grid = inversion.distribution.time;
+  const Quantity onGrid = gridQuantity(context.kernel);
+  line(out, "kernel",
+       fmt::format("{}, {} {} from {} to {}", kernelText(context), grid.size(),
+                   onGrid == Quantity::time        ? "times"
+                   : onGrid == Quantity::diffusion ? "coefficients"
+                                                   : "values",
+                   quantityText(grid.front(), onGrid), quantityText(grid.back(), onGrid)));
+}
+
+/// The log mean with its interval and the true one.
+void logMeanLines(Lines out, double mean, const ReportContext& context) {
+  const Quantity onGrid = gridQuantity(context.kernel);
+  line(out, "log mean",
+       fmt::format("{} of {}", quantityText(mean, onGrid), relaxationTimeName(context.kernel)));
+  if (context.band) {
+    line(out, "68 % interval",
+         fmt::format("{} to {}, by a bootstrap of {} replicates",
+                     quantityText(context.band->logMeanLower, onGrid),
+                     quantityText(context.band->logMeanUpper, onGrid), context.band->replicates));
+  }
+  if (context.truth) {
+    const double truth = logMean(*context.truth);
+    line(out, "true log mean",
+         fmt::format("{}, the one found is off by {:+.1f} %", quantityText(truth, onGrid),
+                     100.0 * (mean / truth - 1.0)));
+  }
+}
+
+}  // namespace
+
+std::optional<double> signalToNoise(const Inversion& inversion, const Decay& decay) {
+  if (!(inversion.noise > 0.0)) {
+    return std::nullopt;
+  }
+  double largest = 0.0;
+  for (double amplitude : decay.amplitude) {
+    largest = std::max(largest, std::fabs(amplitude));
+  }
+  return largest / inversion.noise;
+}
+
+std::string summary(const Inversion& inversion, const ReportContext& context) {
+  std::string text;
+  const Lines out = std::back_inserter(text);
+  const Distribution& found = inversion.distribution;
+  dataLines(out, inversion, context);
+  line(out, "status", fmt::format("{} ({})", statusText(inversion), inversion.status));
+  line(out, "noise", noiseText(inversion));
+  if (const std::optional<double> ratio = signalToNoise(inversion, context.decay)) {
+    line(out, "signal to noise", significant(*ratio, 3));
+  }
+  if (inversion.soughtOutliers) {
+    const std::size_t count = inversion.rejected.size();
+    line(out, "outliers",
+         fmt::format("{} of {} samples left out", count == 0 ? "none" : std::to_string(count),
+                     context.decay.time.size()));
+    constexpr std::size_t kSuspicious = 20;  // one in so many
+    if (count * kSuspicious > context.decay.time.size()) {
+      line(out, "note",
+           "these are many for outliers; --reject-outliers robust holds samples against another "
+           "fit");
+    }
+  }
+  line(out, "weight", weightText(inversion));
+  line(out, "standard error", errorText(inversion));
+  if (inversion.raisedAim > 0.0) {
+    line(out, "note",
+         fmt::format("no fit of the binned samples comes closer than {}, which took the place of\n"
+                     "{:18}the noise; first samples off the curve may be the reason (--skip N)",
+                     significant(inversion.raisedAim), ""));
+  }
+  line(out, "total amplitude", significant(totalAmplitude(found)));
+  const double mean = logMean(found);
+  if (std::isnan(mean)) {
+    line(out, "log mean", "none: the distribution is empty");
+    return text;
+  }
+  logMeanLines(out, mean, context);
+  peakLines(out, found, gridQuantity(context.kernel));
+  return text;
+}
+
+std::string distributionCsv(const Inversion& inversion, const ReportContext& context) {
+  std::string text;
+  const Lines out = std::back_inserter(text);
+  const Distribution& found = inversion.distribution;
+  const std::string_view unit = siUnit(gridQuantity(context.kernel));
+  fmt::format_to(out,
+                 "# distribution of {}, kernel {}; status {}, weight {:.6g}, log mean {:.6g}{}{}\n",
+                 inOneLine(context.name), kernelText(context), inversion.status, inversion.weight,
+                 logMean(found), unit.empty() ? "" : " ", unit);
+  fmt::format_to(out, "{},amplitude{}\n", gridColumn(context.kernel),
+                 context.band ? ",lower,upper" : "");
+  for (std::size_t k = 0; k < found.time.size(); ++k) {
+    fmt::format_to(out, "{:.8g},{:.8g}", found.time[k], found.amplitude[k]);
+    if (context.band) {
+      fmt::format_to(out, ",{:.8g},{:.8g}", context.band->lower[k], context.band->upper[k]);
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+std::string fitCsv(const Inversion& inversion, const ReportContext& context) {
+  std::string text;
+  const Lines out = std::back_inserter(text);
+  fmt::format_to(out, "# fit of {}, kernel {}; status {}, weight {:.6g}\n", inOneLine(context.name),
+                 kernelText(context), inversion.status, inversion.weight);
+  fmt::format_to(out, "{},amplitude,fit,residual\n", abscissaColumn(context.kernel));
+  for (std::size_t i = 0; i < context.decay.time.size(); ++i) {
+    const double amplitude = context.decay.amplitude[i];
+    fmt::format_to(out, "{:.8g},{:.8g},{:.8g},{:.8g}\n", context.decay.time[i], amplitude,
+                   inversion.fit[i], amplitude - inversion.fit[i]);
+  }
+  return text;
+}
+
+}  // namespace vorin::toolkit
