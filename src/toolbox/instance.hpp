@@ -12,9 +12,9 @@ namespace vorin {
 
 /// The subsystems that keep state from call to call.
 enum class InstancePart : std::size_t {
-  parameters,       ///< the parameter block
-  log,              ///< the log unit and its file
-  driverArrays,     ///< work arrays of the compressed drivers
+  parameters,        ///< the parameter block
+  log,               ///< the log unit and its file
+  driverArrays,      ///< work arrays of the compressed drivers
   compressionArrays  ///< singular vectors of the exported compression
 };
 

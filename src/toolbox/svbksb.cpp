@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 #include <vector>
 
+#include "toolbox/extent.hpp"
 #include "toolbox/nrerror.hpp"
 
 namespace vorin {
@@ -27,15 +27,12 @@ struct Tags<double> {
   static constexpr std::string_view columns = "svbksb_dp: ndum";
 };
 
-std::int32_t length(std::ptrdiff_t extent) {
-  return static_cast<std::int32_t>(extent);
-}
-
 template <class Real>
 void backSubstitute(MatrixView<const Real> u, VectorView<const Real> w, MatrixView<const Real> v,
                     VectorView<const Real> b, VectorView<Real> x) {
-  assert_eq(length(u.rows), length(b.n), Tags<Real>::rows);
-  assert_eq(std::array{length(u.cols), length(v.rows), length(v.cols), length(w.n), length(x.n)},
+  assert_eq(extent32(u.rows), extent32(b.n), Tags<Real>::rows);
+  assert_eq(std::array{extent32(u.cols), extent32(v.rows), extent32(v.cols), extent32(w.n),
+                       extent32(x.n)},
             Tags<Real>::columns);
   const std::ptrdiff_t m = std::min(u.rows, b.n);
   const std::ptrdiff_t n = std::max<std::ptrdiff_t>(std::min({u.cols, v.cols, w.n}), 0);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "toolbox/array_helpers.hpp"
+#include "toolbox/extent.hpp"
 #include "toolbox/nrerror.hpp"
 
 namespace vorin {
@@ -325,9 +326,8 @@ class GolubReinsch {
 
 template <class Real>
 void decompose(MatrixView<Real> a, VectorView<Real> w, MatrixView<Real> v) {
-  const auto length = [](std::ptrdiff_t extent) { return static_cast<std::int32_t>(extent); };
-  const std::int32_t n =
-      assert_eq(length(a.cols), length(v.rows), length(v.cols), length(w.n), Twin<Real>::sizes);
+  const std::int32_t n = assert_eq(extent32(a.cols), extent32(v.rows), extent32(v.cols),
+                                   extent32(w.n), Twin<Real>::sizes);
   if (n > 0) {
     GolubReinsch<Real>(a, w, v).run();
   }

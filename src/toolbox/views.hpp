@@ -44,10 +44,24 @@ struct MatrixView {
   operator MatrixView<const Real>() const { return {base, rows, cols, rowStride, colStride}; }
 };
 
-/// A matrix stored by columns without gaps: element (i, j) at i + j * rows.
+/// A contiguous column-major matrix: element (i, j) at i + j * rows.
 template <class Real>
 MatrixView<Real> denseColumns(Real* base, std::ptrdiff_t rows, std::ptrdiff_t cols) {
   return {base, rows, cols, 1, rows};
 }
+
+/// A column-major matrix with unit row stride, element (i, j) at i + j * ld. Loops over a
+/// column vectorise with it where MatrixView's row stride, known only at run time, forbids it.
+template <class Real>
+struct ColumnMajorView {
+  Real* base = nullptr;
+  std::ptrdiff_t ld = 0;  ///< leading dimension
+
+  Real& operator()(std::ptrdiff_t i, std::ptrdiff_t j) const { return base[i + j * ld]; }
+  /// The address of element (0, j); the column's elements follow each other.
+  Real* column(std::ptrdiff_t j) const { return base + j * ld; }
+
+  operator ColumnMajorView<const Real>() const { return {base, ld}; }
+};
 
 }  // namespace vorin
