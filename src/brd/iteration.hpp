@@ -14,12 +14,18 @@
 
 namespace vorin::brd {
 
+/// How an iterative solve ends; the values are those a host reads.
+enum SolveStatus : std::int32_t {
+  kSolveConverged = 0,
+  kSolveFailed = 1,  ///< out of passes or stalled
+};
+
 /// What every route of one solve reports.
 template <class Real>
 struct Solution {
   Real rss = 0;             ///< w^2 (c . c), the residual sum of squares |K f - d|^2
   Real rssSlope = 0;        ///< d rss / d w with the mask held
-  std::int32_t status = 0;  ///< 0, or 1 when out of passes or stalled
+  std::int32_t status = kSolveConverged;  ///< or a QpStatus
 };
 
 /// Single precision. Starts from c (m, in and out) alone; f (n) is written.

@@ -96,27 +96,27 @@ struct Reduced {
 
 class CompressedInversion {
  public:
-  CompressedInversion(const Generation& generation, const Inversion& job)
-      : generation_(generation), job_(job), settings_(readSettings(generation)) {}
+  CompressedInversion(const Variant& variant, const Inversion& job)
+      : variant_(variant), job_(job), settings_(readSettings(variant)) {}
 
   void run(std::int32_t& status) {
     const std::string_view algorithm = params::rawText("NALG");
     const auto order =
         algorithm.substr(0, 2) == "D2" ? weight::kFirstDifferences : weight::kSecondDifferences;
     params::setReal("CSI2", weight::seDiff(order, job_.nf, job_.Y));
-    if (generation_.rejectsOutliers && params::queryInteger("L2MO") == 1) {
+    if (variant_.rejectsOutliers && params::queryInteger("L2MO") == 1) {
       rejectOutliers(status);
     }
-    const int capacity = planCapacity(generation_, job_.nf, job_.ng, settings_);
-    if (skipsReduction(generation_, settings_)) {
-      if (!generation_.skipLine.empty()) {
-        report(generation_.skipLine);
+    const int capacity = planCapacity(variant_, job_.nf, job_.ng, settings_);
+    if (skipsReduction(variant_, settings_)) {
+      if (!variant_.skipLine.empty()) {
+        report(variant_.skipLine);
       }
       weight::Vorin_SEtoW(job_.nf, job_.ng, job_.K, job_.Y, job_.F, status);
       return;
     }
     WorkArrays perCall;
-    WorkArrays& arrays = generation_.keepsWorkArrays ? keptWorkArrays() : perCall;
+    WorkArrays& arrays = variant_.keepsWorkArrays ? keptWorkArrays() : perCall;
     arrays.ensure({capacity, job_.ng, job_.nf});
     reduce(capacity, arrays);
     weight::Vorin_SEtoW(reduced_.rows, job_.ng, reduced_.K, reduced_.d, job_.F, status);
@@ -158,7 +158,7 @@ class CompressedInversion {
       compress(capacity, arrays);
     }
     if (prunes || settings_.singularVectors > 0) {
-      const std::string_view start = prunes ? generation_.prunedLine : generation_.svdLine;
+      const std::string_view start = prunes ? variant_.prunedLine : variant_.svdLine;
       report(reductionLine(start, job_.nf, reduced_.rows));
     }
     if (reduced_.K == arrays.kernel()) {
@@ -203,7 +203,7 @@ class CompressedInversion {
     std::int32_t status = 0;
     if (vorin::reduce::compressWithoutFactors(step, count, status)) {
       // Done: no host sees the rows.
-    } else if (generation_.factors == Factors::keptArrays) {
+    } else if (variant_.factors == Factors::keptArrays) {
       vorin::reduce::compressInKeptArrays(step, count, status);
     } else {
       const std::size_t needed =
@@ -223,7 +223,7 @@ class CompressedInversion {
     reduced_.ld = reduced_.rows;
   }
 
-  const Generation& generation_;
+  const Variant& variant_;
   const Inversion& job_;
   CompressedSettings settings_;
   Reduced reduced_;
@@ -231,12 +231,12 @@ class CompressedInversion {
 
 }  // namespace
 
-void invertCompressed(const Generation& generation, const Inversion& job, std::int32_t& status) {
+void invertCompressed(const Variant& variant, const Inversion& job, std::int32_t& status) {
   beginInversion(job);
-  CompressedInversion(generation, job).run(status);
-  const bool saves = generation.savesAndCloses && params::queryInteger("REPO") > 3;
+  CompressedInversion(variant, job).run(status);
+  const bool saves = variant.savesAndCloses && params::queryInteger("REPO") > 3;
   endInversion(job, saves, status);
-  if (generation.savesAndCloses) {
+  if (variant.savesAndCloses) {
     if (saves) {
       // The second column of the distribution's table has nothing to show here.
       const std::vector<float> zeros(length(job.ng));

@@ -1,4 +1,4 @@
-// The compressed drivers: one driver in five generations, each with its own habits.
+// The compressed drivers: one driver in five variants, each with its own habits.
 //
 // They solve the problem of the primary driver and add a stage: before the weight is
 // chosen, data and kernel may be reduced by SVD compression, alone or after pruning,
@@ -13,10 +13,10 @@
 
 namespace vorin::entry {
 
-/// How a generation turns the slots of PRPO, PRLO and PRHI into integers.
+/// How a variant turns the slots of PRPO, PRLO and PRHI into integers.
 enum class Reading { truncated, rounded };
 
-/// How many rows a generation gives its work arrays, and what it does to PRPO and SVDN.
+/// How many rows a variant gives its work arrays, and what it does to PRPO and SVDN.
 enum class Sizing {
   fixed,    ///< 5000; PRPO clipped to 10 .. 5000
   product,  ///< the larger of the pruning code times PRPO and ng; PRPO as it is
@@ -24,14 +24,14 @@ enum class Sizing {
   fitted    ///< as cut; PRPO then also raised to 10 and cut to the capacity
 };
 
-/// What tells a generation to leave the problem as it is (with SVDN below 1).
+/// What tells a variant to leave the problem as it is (with SVDN below 1).
 enum class SkipTest { rawTextBeginsNo, codeIsZero };
 
-/// Which of the compressions a generation calls.
+/// Which of the compressions a variant calls.
 enum class Factors { keptArrays, scratch };
 
-/// One generation: the row of the table that tells the five apart.
-struct Generation {
+/// One variant: the row of the table that tells the five apart.
+struct Variant {
   Reading reading;
   Sizing sizing;
   bool keepsWorkArrays;  ///< from call to call, while the shape holds
@@ -45,26 +45,26 @@ struct Generation {
 };
 
 // clang-format off
-inline constexpr Generation generationC = {
+inline constexpr Variant variantC = {
     Reading::truncated, Sizing::fixed,   false, SkipTest::rawTextBeginsNo, "",
     Factors::keptArrays, "with pruning from ", "with pruning from ", false, false};
-inline constexpr Generation generationC2 = {
+inline constexpr Variant variantC2 = {
     Reading::truncated, Sizing::product, true,  SkipTest::codeIsZero,      "No pruning",
     Factors::keptArrays, "with svd from ",     "with pruning from ", false, false};
-inline constexpr Generation generationC3 = {
+inline constexpr Variant variantC3 = {
     Reading::rounded,   Sizing::cut,     true,  SkipTest::codeIsZero,      "No pruning",
     Factors::keptArrays, "With pruning from ", "With pruning from ", false, false};
-inline constexpr Generation generationC4 = {
+inline constexpr Variant variantC4 = {
     Reading::rounded,   Sizing::fitted,  true,  SkipTest::codeIsZero,      "No pruning",
     Factors::scratch,    "with svd from ",     "with pruning from ", false, false};
-inline constexpr Generation generationC5 = {
+inline constexpr Variant variantC5 = {
     Reading::rounded,   Sizing::fitted,  true,  SkipTest::codeIsZero,      "No pruning",
     Factors::scratch,    "with svd from ",     "with pruning from ", true,  true};
 // clang-format on
 
-/// Runs one inversion in the manner of `generation`. `status` is the weight driver's;
+/// Runs one inversion in the manner of `variant`. `status` is the weight driver's;
 /// what pruning, compression or the outlier fit reported before is overwritten.
-void invertCompressed(const Generation& generation, const Inversion& job, std::int32_t& status);
+void invertCompressed(const Variant& variant, const Inversion& job, std::int32_t& status);
 
 /// How often the kept work arrays have been allocated, for the test of their reuse.
 int workArrayAllocations();

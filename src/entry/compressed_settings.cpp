@@ -29,7 +29,7 @@ int toInt(std::int64_t rows) {
   return static_cast<int>(std::min<std::int64_t>(rows, std::numeric_limits<int>::max()));
 }
 
-// The third generation and its successors: no more rows than pay off, with room for a
+// The third variant and its successors: no more rows than pay off, with room for a
 // square problem.
 std::int64_t cutCapacity(int nf, int ng, CompressedSettings& settings) {
   if (settings.code == 0 && settings.singularVectors < 1) {
@@ -49,25 +49,25 @@ std::int64_t cutCapacity(int nf, int ng, CompressedSettings& settings) {
 
 }  // namespace
 
-CompressedSettings readSettings(const Generation& generation) {
+CompressedSettings readSettings(const Variant& variant) {
   CompressedSettings settings;
   settings.code = params::queryInteger("PRMO");
   settings.rawNone = params::rawText("PRMO").substr(0, 2) == "NO";
-  settings.points = readInteger(generation.reading, "PRPO");
-  settings.first = readInteger(generation.reading, "PRLO");
+  settings.points = readInteger(variant.reading, "PRPO");
+  settings.first = readInteger(variant.reading, "PRLO");
   settings.singularVectors = params::queryInteger("SVDN");
   settings.threshold = params::queryReal("SVDT");
   return settings;
 }
 
-bool skipsReduction(const Generation& generation, const CompressedSettings& settings) {
+bool skipsReduction(const Variant& variant, const CompressedSettings& settings) {
   const bool noPruning =
-      generation.skip == SkipTest::rawTextBeginsNo ? settings.rawNone : settings.code == 0;
+      variant.skip == SkipTest::rawTextBeginsNo ? settings.rawNone : settings.code == 0;
   return noPruning && settings.singularVectors < 1;
 }
 
-int planCapacity(const Generation& generation, int nf, int ng, CompressedSettings& settings) {
-  switch (generation.sizing) {
+int planCapacity(const Variant& variant, int nf, int ng, CompressedSettings& settings) {
+  switch (variant.sizing) {
     case Sizing::fixed:
       settings.points = std::clamp(settings.points, fewestPoints, fixedCapacity);
       return fixedCapacity;

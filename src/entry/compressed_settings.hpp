@@ -8,19 +8,19 @@ namespace vorin::entry {
 struct CompressedSettings {
   int code = 0;             ///< of PRMO: 0 none, 1 logarithmic, 2 linear, 3 leading points
   bool rawNone = false;     ///< the stored text of PRMO begins "NO"
-  int points = 0;           ///< PRPO, later as the generation limits it
+  int points = 0;           ///< PRPO, later as the variant limits it
   int first = 0;            ///< PRLO
-  int singularVectors = 0;  ///< SVDN, later as the generation limits it
+  int singularVectors = 0;  ///< SVDN, later as the variant limits it
   float threshold = 0.0f;   ///< SVDT
 };
 
-CompressedSettings readSettings(const Generation& generation);
+CompressedSettings readSettings(const Variant& variant);
 
 /// True when nothing is to be reduced.
-bool skipsReduction(const Generation& generation, const CompressedSettings& settings);
+bool skipsReduction(const Variant& variant, const CompressedSettings& settings);
 
 /// The rows that the work arrays are given. Limits settings.points and
-/// settings.singularVectors on the way, as the generation does.
-int planCapacity(const Generation& generation, int nf, int ng, CompressedSettings& settings);
+/// settings.singularVectors on the way, as the variant does.
+int planCapacity(const Variant& variant, int nf, int ng, CompressedSettings& settings);
 
 }  // namespace vorin::entry

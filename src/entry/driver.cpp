@@ -91,7 +91,7 @@ void invert(const Inversion& job, std::int32_t& status) {
   params::VorinLogOpen(false);
 }
 
-MadeUpArrays::MadeUpArrays(int nf, int ng)
+DefaultArrays::DefaultArrays(int nf, int ng)
     : nf_(nf), ng_(ng), T_(length(nf)), W_(length(nf), 1.0f), G_(length(ng)), FIT_(length(nf)) {
   for (std::size_t i = 0; i < T_.size(); ++i) {
     T_[i] = static_cast<float>(i + 1);
@@ -102,7 +102,7 @@ MadeUpArrays::MadeUpArrays(int nf, int ng)
   }
 }
 
-Inversion MadeUpArrays::job(const float* K, const float* Y, float* F) {
+Inversion DefaultArrays::job(const float* K, const float* Y, float* F) {
   return {nf_, ng_, K, T_.data(), Y, W_.data(), G_.data(), F, FIT_.data(), true};
 }
 

@@ -28,9 +28,9 @@ void invert(const Inversion& job, std::int32_t& status);
 
 /// T, W, G and FIT for a host of the short entries: the point index, ones, a
 /// placeholder grid from 1 to 10, and scratch.
-class MadeUpArrays {
+class DefaultArrays {
  public:
-  MadeUpArrays(int nf, int ng);
+  DefaultArrays(int nf, int ng);
 
   /// The job of a host that gives K, Y and F only.
   Inversion job(const float* K, const float* Y, float* F);

@@ -10,9 +10,15 @@
 
 namespace vorin::params {
 
+/// What `status` holds after a set, query or reset.
+enum SetQueryStatus : std::int32_t {
+  kSetQueryDone = 0,
+  kSetQueryUnknownMode = 1,  ///< the operation letter is none of S, Q and I; nothing was done
+};
+
 /// The core: operation `mode` (S set, Q query, I reset) on `key` with a text of
-/// `length` characters and a number. On return `status` is 0, or 1 for an
-/// unknown mode. A length below 0 counts as 0; nothing outside
+/// `length` characters and a number. On return `status` is a
+/// SetQueryStatus. A length below 0 counts as 0; nothing outside
 /// text[0 .. length - 1] is read or written.
 void setQuery(char mode, std::string_view key, char* text, std::int32_t length, float& value,
               std::int32_t& status) noexcept;

@@ -39,7 +39,7 @@ void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::in
   std::vector<float> c(static_cast<std::size_t>(std::max(m, 0)), 1.0f);
   ModeResult result;
   result.w = params::queryReal("WEIG");
-  status = 999;
+  status = kCornerModeStatus;
   switch (params::queryInteger("TARG")) {
     case kNoise:
       noiseMode(problem, f, c.data(), result, status);

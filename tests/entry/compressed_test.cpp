@@ -1,4 +1,4 @@
-// The compressed drivers: the table that tells the five generations apart, row by row.
+// The compressed drivers: the table that tells the five variants apart, row by row.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@
 namespace {
 
 using vorin::entry::CompressedSettings;
-using vorin::entry::Generation;
+using vorin::entry::Variant;
 using vorin::test::getNumber;
 using vorin::test::LogFile;
 using vorin::test::setNumber;
@@ -38,7 +38,7 @@ struct Member {
   const char* name;
   LongEntry longEntry;
   ShortEntry shortEntry;  // none for C3
-  const Generation* generation;
+  const Variant* variant;
   const char* skipLine;
   const char* svdLine;
   const char* prunedLine;
@@ -46,15 +46,15 @@ struct Member {
 };
 
 const Member members[] = {
-    {"C", VorinyC_s, VorinC_s, &vorin::entry::generationC, "", "with pruning from ",
+    {"C", VorinyC_s, VorinC_s, &vorin::entry::variantC, "", "with pruning from ",
      "with pruning from ", false},
-    {"C2", VorinyC2_s, VorinC2_s, &vorin::entry::generationC2, "No pruning", "with svd from ",
+    {"C2", VorinyC2_s, VorinC2_s, &vorin::entry::variantC2, "No pruning", "with svd from ",
      "with pruning from ", false},
-    {"C3", VorinyC3_s, nullptr, &vorin::entry::generationC3, "No pruning", "With pruning from ",
+    {"C3", VorinyC3_s, nullptr, &vorin::entry::variantC3, "No pruning", "With pruning from ",
      "With pruning from ", false},
-    {"C4", VorinyC4_s, VorinC4_s, &vorin::entry::generationC4, "No pruning", "with svd from ",
+    {"C4", VorinyC4_s, VorinC4_s, &vorin::entry::variantC4, "No pruning", "with svd from ",
      "with pruning from ", false},
-    {"C5", VorinyC5_s, VorinC5_s, &vorin::entry::generationC5, "No pruning", "with svd from ",
+    {"C5", VorinyC5_s, VorinC5_s, &vorin::entry::variantC5, "No pruning", "with svd from ",
      "with pruning from ", true},
 };
 
@@ -96,7 +96,7 @@ class Compressed : public testing::Test {
     setNumber("SVDT", 1e-6f);
   }
   void TearDown() override {
-    // Closes a log that a generation has left open.
+    // Closes a log that a variant has left open.
     setNumber("REPO", 0.0f);
     invert(VorinyC5_s, vorin::test::laplaceProblem<float>(4, 2, 0.0, 1));
     vorin::test::loadSettings();
@@ -136,7 +136,7 @@ TEST_F(Compressed, WithoutReductionAllFiveRunThePlainSolve) {
   }
 }
 
-TEST_F(Compressed, CompressionAloneHasALineOfItsOwnInEachGeneration) {
+TEST_F(Compressed, CompressionAloneHasALineOfItsOwnInEachVariant) {
   setText("PRMO", "NONE");
   setNumber("SVDN", 20.0f);
   setNumber("SVDT", 0.0f);
@@ -146,7 +146,7 @@ TEST_F(Compressed, CompressionAloneHasALineOfItsOwnInEachGeneration) {
   }
 }
 
-TEST_F(Compressed, PruningHasALineOfItsOwnInEachGeneration) {
+TEST_F(Compressed, PruningHasALineOfItsOwnInEachVariant) {
   setText("PRMO", "LOG");
   setNumber("PRPO", 60.0f);
   for (const float vectors : {0.0f, 12.0f}) {
@@ -311,7 +311,7 @@ TEST_F(Compressed, OutliersKeepNextToNoPartInTheFifth) {
   }
   setNumber("L2MO", 1.0f);
   for (const Member& member : members) {
-    if (!member.generation->rejectsOutliers) {
+    if (!member.variant->rejectsOutliers) {
       EXPECT_EQ(invert(member.longEntry, job).W, std::vector<float>(300, 1.0f)) << member.name;
     }
   }
@@ -327,7 +327,7 @@ TEST_F(Compressed, ASecondCallOfOneShapeAllocatesNoWorkArray) {
       const int before = vorin::entry::workArrayAllocations();
       const Inverted first = invert(member.longEntry, job_);
       const bool allocated = vorin::entry::workArrayAllocations() > before;
-      EXPECT_EQ(allocated, !member.generation->keepsWorkArrays) << member.name << " " << mode;
+      EXPECT_EQ(allocated, !member.variant->keepsWorkArrays) << member.name << " " << mode;
       EXPECT_EQ(invert(member.longEntry, job_).F, first.F);
     }
   }
@@ -351,7 +351,7 @@ TEST_F(Compressed, ARefusedCompressionWithoutPruningSolvesTheFullProblem) {
   EXPECT_EQ(invert(VorinyC_s, job_).F, plain.F);
 }
 
-TEST_F(Compressed, TheResetTextOfThePruningModeLeavesGenerationCWithTheFullProblem) {
+TEST_F(Compressed, TheResetTextOfThePruningModeLeavesVariantCWithTheFullProblem) {
   setText("PRMO", "NONE");
   const Inverted plain = invert(VorinyC5_s, job_);
   std::int32_t status = -1;
@@ -395,63 +395,63 @@ TEST_F(Compressed, SizesBelowOneAreNotRefused) {
   }
 }
 
-int capacity(const Generation& generation, int code, int points, int vectors, int nf, int ng,
+int capacity(const Variant& variant, int code, int points, int vectors, int nf, int ng,
              CompressedSettings* after = nullptr) {
   CompressedSettings settings;
   settings.code = code;
   settings.points = points;
   settings.singularVectors = vectors;
-  const int rows = vorin::entry::planCapacity(generation, nf, ng, settings);
+  const int rows = vorin::entry::planCapacity(variant, nf, ng, settings);
   if (after != nullptr) {
     *after = settings;
   }
   return rows;
 }
 
-TEST(CompressedCapacity, GenerationTwoMultipliesThePruningCode) {
-  const Generation& two = vorin::entry::generationC2;
+TEST(CompressedCapacity, VariantC2MultipliesThePruningCode) {
+  const Variant& two = vorin::entry::variantC2;
   EXPECT_EQ(capacity(two, 1, 200, 0, 1000, 300), 305);
   EXPECT_EQ(capacity(two, 2, 200, 0, 1000, 300), 405);
   EXPECT_EQ(capacity(two, 3, 200, 0, 1000, 300), 605);
 }
 
-TEST(CompressedCapacity, GenerationCHasFiveThousandAndClipsThePoints) {
+TEST(CompressedCapacity, VariantCHasFiveThousandAndClipsThePoints) {
   CompressedSettings after;
-  EXPECT_EQ(capacity(vorin::entry::generationC, 1, 3, 0, 1000, 30, &after), 5000);
+  EXPECT_EQ(capacity(vorin::entry::variantC, 1, 3, 0, 1000, 30, &after), 5000);
   EXPECT_EQ(after.points, 10);
-  capacity(vorin::entry::generationC, 1, 100000, 0, 1000, 30, &after);
+  capacity(vorin::entry::variantC, 1, 100000, 0, 1000, 30, &after);
   EXPECT_EQ(after.points, 5000);
 }
 
 TEST(CompressedCapacity, TheFifthCutsThePointsToHalfTheData) {
   CompressedSettings after;
-  EXPECT_EQ(capacity(vorin::entry::generationC5, 1, 200, 0, 100, 30, &after), 55);
+  EXPECT_EQ(capacity(vorin::entry::variantC5, 1, 200, 0, 100, 30, &after), 55);
   EXPECT_EQ(after.points, 50);
 }
 
 TEST(CompressedCapacity, TheThirdToTheFifthRaiseThePointsToTheGrid) {
-  for (const Generation* generation :
-       {&vorin::entry::generationC3, &vorin::entry::generationC4, &vorin::entry::generationC5}) {
+  for (const Variant* variant :
+       {&vorin::entry::variantC3, &vorin::entry::variantC4, &vorin::entry::variantC5}) {
     CompressedSettings after;
-    EXPECT_EQ(capacity(*generation, 1, 5, 99, 1000, 60, &after), 65);
+    EXPECT_EQ(capacity(*variant, 1, 5, 99, 1000, 60, &after), 65);
     EXPECT_EQ(after.points, 60);
     EXPECT_EQ(after.singularVectors, 60);
     // Neither pruning nor compression.
-    EXPECT_EQ(capacity(*generation, 0, 200, 0, 1000, 60), 5);
+    EXPECT_EQ(capacity(*variant, 0, 200, 0, 1000, 60), 5);
     // Compression alone.
-    EXPECT_EQ(capacity(*generation, 0, 200, 99, 1000, 60, &after), 65);
+    EXPECT_EQ(capacity(*variant, 0, 200, 99, 1000, 60, &after), 65);
     EXPECT_EQ(after.singularVectors, 60);
   }
 }
 
 TEST(CompressedCapacity, OnlyFromTheFourthOnAreTenPointsTheLeast) {
   CompressedSettings after;
-  capacity(vorin::entry::generationC3, 1, 4, 0, 1000, 6, &after);
+  capacity(vorin::entry::variantC3, 1, 4, 0, 1000, 6, &after);
   EXPECT_EQ(after.points, 6);
-  capacity(vorin::entry::generationC4, 1, 4, 0, 1000, 6, &after);
+  capacity(vorin::entry::variantC4, 1, 4, 0, 1000, 6, &after);
   EXPECT_EQ(after.points, 10);
   // ... unless the capacity is smaller.
-  EXPECT_EQ(capacity(vorin::entry::generationC5, 1, 4, 0, 1000, 3, &after), 9);
+  EXPECT_EQ(capacity(vorin::entry::variantC5, 1, 4, 0, 1000, 3, &after), 9);
   EXPECT_EQ(after.points, 9);
 }
 
@@ -459,13 +459,13 @@ TEST(CompressedSettingsTest, TheFirstTwoTruncateAndTheOthersRound) {
   vorin::test::loadSettings();
   setNumber("PRPO", 60.7f);
   setNumber("PRLO", 3.7f);
-  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::generationC).points, 60);
-  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::generationC2).first, 3);
-  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::generationC3).points, 61);
-  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::generationC5).first, 4);
+  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::variantC).points, 60);
+  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::variantC2).first, 3);
+  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::variantC3).points, 61);
+  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::variantC5).first, 4);
   setNumber("SVDN", 7.5f);
-  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::generationC).singularVectors, 8);
-  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::generationC5).singularVectors, 8);
+  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::variantC).singularVectors, 8);
+  EXPECT_EQ(vorin::entry::readSettings(vorin::entry::variantC5).singularVectors, 8);
   vorin::test::loadSettings();
 }
 

@@ -1,11 +1,9 @@
-// The exported entries of set and query. They differ in which of the two values,
-// text and number, the host supplies; the work is setQuery's. What they call is
-// noexcept, so no exception can leave them.
+// Section "Parameters": set, query and reset by key. The entries differ in which of the
+// two values, text and number, the host supplies; setQuery does the work.
 //
-// A query writes the text only after mode and key have been taken from the host,
-// and a set never writes it. The entries therefore work on the host's text in
-// place: what comes back is the same as from a copy, without an allocation, and a
-// text that is set may lie in read-only memory.
+// A query writes the text only after mode and key have been read, and a set never
+// writes it. The entries therefore work on the host's text in place, without a copy,
+// and a text that is set may lie in read-only memory.
 #include <string_view>
 
 #include "params/store.hpp"
@@ -15,8 +13,11 @@ namespace {
 
 using vorin::params::setQuery;
 
-/// A key as hosts hand it in: four characters and no terminator. They are read
-/// only by the operations that look at the key.
+static_assert(int{VORIN_SQ_OK} == int{vorin::params::kSetQueryDone});
+static_assert(int{VORIN_SQ_UNKNOWN_MODE} == int{vorin::params::kSetQueryUnknownMode});
+
+// A key as hosts pass it: four characters and no terminator. They are read only by the
+// operations that look at the key.
 std::string_view hostKey(const char* key) {
   return {key, 4};
 }
@@ -27,8 +28,8 @@ void setQueryNumber(char mode, const char* key, float* value, std::int32_t* stat
 
 void setQueryText(char mode, const char* key, char* text, std::int32_t length,
                   std::int32_t* status) {
-  // Required: the number behind a text is no argument of these entries, so that a
-  // numeric key set through them gets one that no host can rely on; here 0.
+  // Required: these entries have no number argument, so a numeric key that is set through
+  // them takes an undefined number; here 0.
   float undefinedNumber = 0;
   setQuery(mode, hostKey(key), text, length, undefinedNumber, *status);
 }

@@ -1,11 +1,12 @@
-// The exported text helpers, for hosts without formatted output of their own.
+// Section "Text": numbers as text, for hosts without formatted output of their own.
+#include "params/text.hpp"
+
 #include <algorithm>
 #include <cstddef>
 #include <span>
 #include <string>
 
 #include "params/format_text.hpp"
-#include "params/text.hpp"
 #include "vorin.h"
 
 namespace {
@@ -24,7 +25,7 @@ extern "C" {
 
 void VORIN_CALL CHGetFormat_dp(const double* values, int32_t count, const int32_t* w, char* text,
                                const int32_t* len, int32_t* status) noexcept {
-  *status = 0;
+  *status = VORIN_FORMAT_DONE;
   giveText(text, *len, vorin::params::formatFor({values, lengthOf(count)}, *w));
 }
 

@@ -1,5 +1,5 @@
-// The regression family as hosts see it: plain double arrays in, views inside.
-// Three of the four work on single-precision copies.
+// Section "Regression": linear fits of the host's double-precision arrays. Three of the
+// four work on single-precision copies.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,11 +14,21 @@
 namespace vorin::regress {
 namespace {
 
+static_assert(int{VORIN_PLSN_SOLVED} == int{brd::kNnlsSolved});
+static_assert(int{VORIN_PLSN_EMPTY} == int{brd::kNnlsEmpty});
+static_assert(int{VORIN_PLSN_ITERATION_LIMIT} == int{brd::kNnlsIterationLimit});
+static_assert(int{VORIN_PLSB_SOLVED} == int{kBvlsSolved});
+static_assert(int{VORIN_PLSB_EMPTY} == int{kBvlsEmpty});
+static_assert(int{VORIN_PLSB_ITERATION_LIMIT} == int{kBvlsIterationLimit});
+static_assert(int{VORIN_PLSREG_SOLVED} == int{kBvlsSolved});
+static_assert(int{VORIN_PLSREG_EMPTY} == int{kBvlsEmpty});
+static_assert(int{VORIN_PLSREG_ITERATION_LIMIT} == int{kBvlsIterationLimit});
+
 std::ptrdiff_t extent(std::int64_t size) {
   return static_cast<std::ptrdiff_t>(std::max<std::int64_t>(size, 0));
 }
 
-/// `count` doubles rounded to the nearest float; beyond its range to an infinity.
+// `count` doubles rounded to the nearest float; beyond its range to an infinity.
 std::vector<float> narrowed(const double* values, std::ptrdiff_t count) {
   std::vector<float> copy(static_cast<std::size_t>(count));
   for (std::size_t i = 0; i < copy.size(); ++i) {
@@ -27,8 +37,8 @@ std::vector<float> narrowed(const double* values, std::ptrdiff_t count) {
   return copy;
 }
 
-/// A fit of matrix (m by n) to vector (m) in single precision, on copies of the
-/// host's arrays, with a solution of its own. Without columns nothing is read.
+// A fit of matrix (m by n) to vector (m) in single precision, on copies of the host's
+// arrays, with a solution of its own. Without columns nothing is read.
 class SingleFit {
  public:
   SingleFit(const double* matrix, std::int32_t m, std::int32_t n, const double* vector)
@@ -97,7 +107,7 @@ void fitLU(const double* X, std::int32_t m, std::int32_t n, const double* y, dou
 }  // namespace
 }  // namespace vorin::regress
 
-// NOLINTBEGIN(readability-identifier-naming): these names are the host's.
+extern "C" {
 
 void VORIN_CALL plsN_dll(const double* A, int32_t m, int32_t n, const double* b, double* x,
                          int32_t* status) noexcept {
@@ -119,4 +129,4 @@ void VORIN_CALL LUReg_DLL(const double* X, int32_t m, int32_t n, const double* y
   vorin::regress::fitLU(X, m, n, y, x, lambda, K, *status);
 }
 
-// NOLINTEND(readability-identifier-naming)
+}  // extern "C"

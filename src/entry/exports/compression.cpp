@@ -1,0 +1,60 @@
+// Section "SVD compression": one algorithm with four ways of keeping the factors, and
+// pruning and compression in one call.
+#include "reduce/kernel_compression.hpp"
+#include "reduce/svd_compression.hpp"
+#include "vorin.h"
+
+namespace {
+
+using vorin::reduce::Compression;
+
+static_assert(int{VORIN_COMP_OK} == int{vorin::reduce::kCompressed});
+static_assert(int{VORIN_COMP_ROWS_ABOVE_CAPACITY} == int{vorin::reduce::kRowsAboveCapacity});
+static_assert(int{VORIN_COMP_SCRATCH_TOO_SMALL} == int{vorin::reduce::kScratchTooSmall});
+static_assert(int{VORIN_COMP_DECOMPOSE} == vorin::reduce::decomposeMode);
+
+}  // namespace
+
+extern "C" {
+
+void VORIN_CALL VorinCompSVD_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, const float* K,
+                               const float* d, float SVDT, int32_t SVDN, int32_t* count, float* Kc,
+                               float* dc, int32_t* status) noexcept {
+  const Compression job{m, n, ldK, ldC, K, d, SVDT, SVDN, Kc, dc, n};
+  vorin::reduce::compressInKeptArrays(job, *count, *status);
+}
+
+void VORIN_CALL VorinCompSVD2_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, float* K,
+                                const float* d, float SVDT, int32_t SVDN, int32_t* count, float* Kc,
+                                float* dc, float* V, float* S, int32_t* status) noexcept {
+  const Compression job{m, n, ldK, ldC, K, d, SVDT, SVDN, Kc, dc, n};
+  vorin::reduce::compressInPlace(job, K, V, S, *count, *status);
+}
+
+void VORIN_CALL VorinCompSVD3_s(const int32_t* mode, const int32_t* scratchLen, const int32_t* m,
+                                const int32_t* n, const int32_t* ldK, const int32_t* ldC,
+                                const float* K, const float* d, const float* SVDT,
+                                const int32_t* SVDN, int32_t* count, float* Kc, float* dc,
+                                float* scratch, int32_t* status) noexcept {
+  const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
+  vorin::reduce::compressInScratch(*mode, job, scratch, *scratchLen, *count, *status);
+}
+
+void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m, const int32_t* n,
+                                 const int32_t* ldK, const int32_t* ldC, const float* K,
+                                 const float* d, const float* SVDT, const int32_t* SVDN,
+                                 int32_t* count, float* Kc, float* dc, float* U, float* VT,
+                                 float* S, int32_t* status) noexcept {
+  const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
+  vorin::reduce::compress(*mode, job, {U, VT, S}, *count, *status);
+}
+
+void VORIN_CALL VorinComp_s(int32_t n, int32_t nf, int32_t ldK, int32_t cap, const float* Y,
+                            const float* T, const float* K, const float* W, int32_t first,
+                            int32_t /*last*/, int32_t want, int32_t pmode, float SVDT, int32_t SVDN,
+                            int32_t* count, float* Yout, float* Kout, int32_t* status) noexcept {
+  vorin::reduce::reduceProblem(
+      {n, nf, ldK, cap, Y, T, K, W, first, want, pmode, SVDT, SVDN, Yout, Kout}, *count, *status);
+}
+
+}  // extern "C"

@@ -1,0 +1,30 @@
+// Section "Noise measures": those that need no inversion.
+#include "regress/bvls.hpp"
+#include "vorin.h"
+#include "weight/difference_noise.hpp"
+#include "weight/outliers.hpp"
+
+namespace {
+
+static_assert(int{VORIN_SEDIFF_FIRST} == int{vorin::weight::kFirstDifferences});
+static_assert(int{VORIN_SEDIFF_SECOND} == int{vorin::weight::kSecondDifferences});
+static_assert(int{VORIN_SEROL_FITTED} == int{vorin::regress::kBvlsSolved});
+static_assert(int{VORIN_SEROL_EMPTY} == int{vorin::regress::kBvlsEmpty});
+static_assert(int{VORIN_SEROL_ITERATION_LIMIT} == int{vorin::regress::kBvlsIterationLimit});
+
+}  // namespace
+
+extern "C" {
+
+float VORIN_CALL VorinSEDiff(int32_t order, int32_t count, const float* x) noexcept {
+  return vorin::weight::seDiff(order, count, x);
+}
+
+void VORIN_CALL VorinSEROL(const float* thresh, const float* ridge, const int32_t* lda,
+                           const int32_t* m, const int32_t* n, const float* K, const float* y,
+                           const float* W, float* x, float* flags, int32_t* nGood, int32_t* nBad,
+                           void* /*spare*/, int32_t* status) noexcept {
+  vorin::weight::serol({*thresh, *ridge, *lda, *m, *n, K, y, W, x, flags}, *nGood, *nBad, *status);
+}
+
+}  // extern "C"
