@@ -7,9 +7,9 @@
 #include <optional>
 
 #include "invert_options.hpp"
+#include "toolkit/inverting/preparation.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/kernel.hpp"
-#include "toolkit/model/phase.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/units.hpp"
@@ -18,13 +18,6 @@
 namespace vorin::toolkit {
 
 namespace {
-
-/// The kernel of all decays: one by name, or a matrix with a row for each sample.
-struct KernelChoice {
-  Kernel kernel = Kernel::t2;
-  std::string file;
-  Matrix matrix;
-};
 
 KernelChoice kernelChoice(const InputOptions& options) {
   std::error_code error;
@@ -48,29 +41,6 @@ KernelChoice kernelChoice(const InputOptions& options) {
   return {Kernel::matrix, options.kernel, readMatrix(options.kernel)};
 }
 
-/// The matrix without the rows of the first `skipped` samples, as the library takes it.
-std::shared_ptr<const std::vector<float>> withoutRows(const Matrix& matrix, std::size_t skipped) {
-  auto values = std::make_shared<std::vector<float>>();
-  values->reserve((matrix.rows - skipped) * matrix.columns);
-  for (std::size_t column = 0; column < matrix.columns; ++column) {
-    for (std::size_t row = skipped; row < matrix.rows; ++row) {
-      values->push_back(static_cast<float>(matrix.values[column * matrix.rows + row]));
-    }
-  }
-  return values;
-}
-
-void requireShape(const KernelChoice& kernel, std::size_t samples, std::size_t points,
-                  const std::string& name) {
-  if (kernel.matrix.rows != samples || kernel.matrix.columns != points) {
-    throw UserError(fmt::format(
-        "--kernel {}: the matrix has {} rows and {} columns, but {} has {} samples and the grid {} "
-        "values; {} rows and {} columns are wanted",
-        kernel.file, kernel.matrix.rows, kernel.matrix.columns, name, samples, points, samples,
-        points));
-  }
-}
-
 double unitOf(const InputOptions& options, Quantity quantity) {
   if (options.unit.empty()) {
     return 1.0;
@@ -83,47 +53,17 @@ double unitOf(const InputOptions& options, Quantity quantity) {
   return *size;
 }
 
-/// The count of samples to leave out of a decay of `samples`.
-std::size_t skippedSamples(const std::string& text, std::size_t samples) {
-  if (text.empty()) {
-    return 0;
-  }
-  const std::optional<long long> count = parseInteger(text);
-  const auto most = static_cast<std::ptrdiff_t>(samples) - 2;
-  if (!count || *count < 0 || *count > most) {
-    throw UserError(
-        fmt::format("--skip {}: a whole number from 0 to {} is wanted, so that 2 samples stay",
-                    inQuotes(text), most));
-  }
-  return static_cast<std::size_t>(*count);
-}
-
-void dropFirst(std::vector<double>& values, std::size_t count) {
-  values.erase(values.begin(),
-               values.begin() + static_cast<std::ptrdiff_t>(std::min(count, values.size())));
-}
-
 Input readInput(const std::string& file, const DecayFormat& format, const KernelChoice& kernel,
                 const std::vector<double>& grid, const std::string& skip) {
   Input input;
   input.name = file == "-" ? "standard input" : file;
   input.kernel = kernel.kernel;
-  input.kernelFile = kernel.file;
-  MeasuredDecay measured = readMeasuredDecay(file, format);
-  const std::size_t samples = measured.decay.time.size();
-  const std::size_t skipped = skippedSamples(skip, samples);
-  if (kernel.kernel == Kernel::matrix) {
-    requireShape(kernel, samples, grid.size(), input.name);
-    input.matrix = withoutRows(kernel.matrix, skipped);
-  }
-  dropFirst(measured.decay.time, skipped);
-  dropFirst(measured.decay.amplitude, skipped);
-  dropFirst(measured.imaginary, skipped);
-  if (!measured.imaginary.empty()) {
-    input.phase = turnToReal(measured, kernel.kernel);
-  }
-  input.decay = std::move(measured.decay);
-  input.grid = grid.empty() ? gridFor(input.decay.time, kernel.kernel).times() : grid;
+  input.kernelFile = kernel.name;
+  Prepared prepared = prepare(readMeasuredDecay(file, format), kernel, grid, skip, input.name);
+  input.decay = std::move(prepared.decay);
+  input.matrix = std::move(prepared.matrix);
+  input.grid = std::move(prepared.grid);
+  input.phase = prepared.phase;
   return input;
 }
 

@@ -1,0 +1,260 @@
+#include "toolkit/inverting/settings_text.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <limits>
+#include <optional>
+
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/user_error.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+constexpr int kMostRows = 10000;
+constexpr double kLeastRejection = 1.0;
+constexpr const char* kStandardRejection = "4";
+
+/// The number above 0 that `text` spells, in the range of the library's numbers.
+std::optional<double> parseAboveZero(const std::string& text) {
+  const std::optional<double> value = parseNumber(text);
+  constexpr double kLeast = std::numeric_limits<float>::min();
+  constexpr double kMost = std::numeric_limits<float>::max();
+  return value && *value >= kLeast && *value <= kMost ? value : std::nullopt;
+}
+
+/// "noise", "corner" or a number above 0.
+void readWeight(const std::string& text, InversionSettings& settings) {
+  settings.weight.reset();
+  settings.corner = text == "corner";
+  if (text.empty() || text == "noise" || settings.corner) {
+    return;
+  }
+  settings.weight = parseAboveZero(text);
+  if (!settings.weight) {
+    throw UserError(
+        fmt::format("--weight {}: write noise, corner or a number above 0", inQuotes(text)));
+  }
+}
+
+struct SourceName {
+  std::string_view name;
+  NoiseSource source;
+};
+constexpr std::array<SourceName, 5> kSources{{{"difference", NoiseSource::difference},
+                                              {"fit", NoiseSource::fit},
+                                              {"ridge", NoiseSource::ridge},
+                                              {"scan", NoiseSource::scan},
+                                              {"quadrature", NoiseSource::quadrature}}};
+
+/// The name of an estimate or a number above 0.
+void readNoise(const std::string& text, InversionSettings& settings) {
+  settings.noise.reset();
+  settings.noiseSource = NoiseSource::robust;
+  if (text.empty()) {
+    return;
+  }
+  for (const SourceName& source : kSources) {
+    if (source.name == text) {
+      settings.noiseSource = source.source;
+      return;
+    }
+  }
+  settings.noise = parseAboveZero(text);
+  if (!settings.noise) {
+    throw UserError(fmt::format(
+        "--noise {}: write a number above 0, difference, fit, ridge, scan or quadrature",
+        inQuotes(text)));
+  }
+}
+
+void readPruning(const std::string& text, InversionSettings& settings) {
+  if (text.empty() || text == "log") {
+    settings.pruning = "LOG";
+  } else if (text == "linear") {
+    settings.pruning = "LIN";
+  } else if (text == "none") {
+    settings.pruning = "NONE";
+  } else {
+    throw UserError(fmt::format("--prune {}: write log, linear or none", inQuotes(text)));
+  }
+}
+
+void readPrunedPoints(const std::string& text, InversionSettings& settings) {
+  settings.prunedPoints.reset();
+  if (text.empty()) {
+    return;
+  }
+  // The range to which the library limits the count.
+  const std::optional<long long> value = parseInteger(text);
+  if (!value || *value < 10 || *value > 5000) {
+    throw UserError(
+        fmt::format("--prune-points {}: a whole number from 10 to 5000 is wanted", inQuotes(text)));
+  }
+  settings.prunedPoints = static_cast<int>(*value);
+}
+
+/// "N" or "N,RATIO".
+void readCompression(const std::string& text, InversionSettings& settings) {
+  settings.compression.reset();
+  if (text.empty()) {
+    return;
+  }
+  const auto fail = [&] {
+    return UserError(
+        fmt::format("--compress {}: write N or N,RATIO, a whole number from 1 to {} and a number "
+                    "from 0 to below 1, for instance 20,1e-6",
+                    inQuotes(text), kMostRows));
+  };
+  Compression result;
+  const auto comma = text.find(',');
+  const auto rows = parseInteger(text.substr(0, comma));
+  if (!rows || *rows < 1 || *rows > kMostRows) {
+    throw fail();
+  }
+  result.rows = static_cast<int>(*rows);
+  if (comma != std::string::npos) {
+    const auto ratio = parseNumber(text.substr(comma + 1));
+    if (!ratio || !(*ratio >= 0.0 && *ratio < 1.0)) {
+      throw fail();
+    }
+    result.ratio = *ratio;
+  }
+  settings.compression = result;
+}
+
+/// "K", "robust" or "robust,K".
+void readRejection(const std::string& text, InversionSettings& settings) {
+  settings.rejectBeyond.reset();
+  settings.rejection = Rejection::library;
+  if (text.empty()) {
+    return;
+  }
+  constexpr std::string_view kRobust = "robust";
+  std::string number = text;
+  if (text.substr(0, kRobust.size()) == kRobust) {
+    settings.rejection = Rejection::robust;
+    number = text.size() == kRobust.size() ? kStandardRejection
+             : text[kRobust.size()] == ',' ? text.substr(kRobust.size() + 1)
+                                           : text;
+  }
+  settings.rejectBeyond = parseAboveZero(number);
+  if (!settings.rejectBeyond || *settings.rejectBeyond < kLeastRejection) {
+    throw UserError(fmt::format(
+        "--reject-outliers {}: a number of {:g} or above is wanted, the standard deviations beyond "
+        "which a sample is an outlier, or robust, or robust and such a number, as robust,4",
+        inQuotes(text), kLeastRejection));
+  }
+}
+
+constexpr std::array<SettingText, 6> kSettings{{
+    {"weight", "noise|corner|W", "noise",
+     "how strongly the distribution is smoothed: by the noise, by the corner of the L-curve, or by "
+     "a weight W above 0",
+     &readWeight},
+    {"noise", "SIGMA|difference|fit|ridge|scan|quadrature", "from second differences",
+     "standard deviation of the noise in the unit of the data, or where it comes from", &readNoise},
+    {"prune", "log|linear|none", "log", "bins into which samples are gathered before the inversion",
+     &readPruning},
+    {"prune-points", "N", "200", "number of bins, 10 to 5000", &readPrunedPoints},
+    {"compress", "N[,RATIO]", "no compression",
+     "most rows to keep after a truncated singular value decomposition, and the ratio to the "
+     "largest singular value at or below which rows are dropped (1e-6)",
+     &readCompression},
+    {"reject-outliers", "K|robust[,K]", "no rejection",
+     "leave out samples that a first fit misses by K standard deviations of the noise or more, by "
+     "the library's ridge fit with their bins, or, with robust, alone",
+     &readRejection},
+}};
+
+bool isOptionLetter(char c) {
+  return (std::islower(static_cast<unsigned char>(c)) != 0) || c == '-';
+}
+
+}  // namespace
+
+std::span<const SettingText> settingTexts() {
+  return kSettings;
+}
+
+void readSetting(std::string_view name, const std::string& text, InversionSettings& settings) {
+  const auto found = std::find_if(kSettings.begin(), kSettings.end(),
+                                  [&](const SettingText& row) { return row.name == name; });
+  if (found == kSettings.end()) {
+    throw UserError(fmt::format("--{}: there is no such setting", name));
+  }
+  found->read(text, settings);
+}
+
+void requireCompatible(const InversionSettings& settings) {
+  if (rejectsInLibrary(settings) && settings.pruning == "NONE") {
+    throw UserError(
+        "--reject-outliers with --prune none: the library keeps outliers out of bins; let samples "
+        "be gathered (--prune log), or write --reject-outliers robust");
+  }
+}
+
+BootstrapSettings readBootstrap(const std::string& replicates, const std::string& seed) {
+  constexpr int kFewest = 20;
+  constexpr int kMost = 100000;
+  const std::optional<long long> count = parseInteger(replicates);
+  if (!count || *count < kFewest || *count > kMost) {
+    throw UserError(fmt::format("--bootstrap {}: a whole number from {} to {} is wanted",
+                                inQuotes(replicates), kFewest, kMost));
+  }
+  BootstrapSettings settings;
+  settings.replicates = static_cast<int>(*count);
+  if (!seed.empty()) {
+    const std::optional<long long> value = parseInteger(seed);
+    if (!value || *value < 0) {
+      throw UserError(
+          fmt::format("--seed {}: a whole number of 0 or above is wanted", inQuotes(seed)));
+    }
+    settings.seed = static_cast<std::uint64_t>(*value);
+  }
+  return settings;
+}
+
+std::size_t readSkip(const std::string& text, std::size_t samples) {
+  if (text.empty()) {
+    return 0;
+  }
+  const std::optional<long long> count = parseInteger(text);
+  const auto most = static_cast<std::ptrdiff_t>(samples) - 2;
+  if (!count || *count < 0 || *count > most) {
+    throw UserError(
+        fmt::format("--skip {}: a whole number from 0 to {} is wanted, so that 2 samples stay",
+                    inQuotes(text), most));
+  }
+  return static_cast<std::size_t>(*count);
+}
+
+std::string inSettingNames(std::string_view sentence) {
+  std::string result;
+  for (std::size_t at = 0; at < sentence.size();) {
+    const bool wordBefore =
+        at > 0 && std::isalnum(static_cast<unsigned char>(sentence[at - 1])) != 0;
+    if (sentence.substr(at, 2) != "--" || wordBefore || at + 2 >= sentence.size() ||
+        !isOptionLetter(sentence[at + 2]) || sentence[at + 2] == '-') {
+      result += sentence[at++];
+      continue;
+    }
+    at += 2;
+    for (; at < sentence.size() && isOptionLetter(sentence[at]); ++at) {
+      result += sentence[at] == '-' ? '_' : sentence[at];
+    }
+    // A value to be written in: the command has it behind a blank.
+    if (at + 1 < sentence.size() && sentence[at] == ' ' &&
+        std::isupper(static_cast<unsigned char>(sentence[at + 1])) != 0) {
+      result += '=';
+      ++at;
+    }
+  }
+  return result;
+}
+
+}  // namespace vorin::toolkit
