@@ -21,6 +21,10 @@ void sgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, fl
              const int* lda, float* s, float* u, const int* ldu, float* vt, const int* ldvt,
              float* work, const int* lwork, int* info, std::size_t jobuLength,
              std::size_t jobvtLength);
+void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a,
+             const int* lda, double* s, double* u, const int* ldu, double* vt, const int* ldvt,
+             double* work, const int* lwork, int* info, std::size_t jobuLength,
+             std::size_t jobvtLength);
 }
 
 namespace vorin {
@@ -98,6 +102,23 @@ void gesvd(int m, int n, float* a, int lda, float* s, float* vt, int ldvt) {
   const int least = std::max(3 * std::min(m, n) + std::max(m, n), 5 * std::min(m, n));
   std::vector<float> work(static_cast<std::size_t>(std::max(truncateToInt(best), least)));
   call(work.data(), static_cast<int>(work.size()));
+}
+
+bool gesvdShort(int m, int n, double* a, double* s, double* u, double* vt) {
+  if (m < 1 || n < 1) {
+    return true;
+  }
+  requireWorkBuffer();
+  const int k = std::min(m, n);
+  int info = 0;
+  const auto call = [&](double* work, int workLength) {
+    dgesvd_("S", "S", &m, &n, a, &m, s, u, &m, vt, &k, work, &workLength, &info, 1, 1);
+  };
+  double best = 0.0;
+  call(&best, -1);
+  std::vector<double> work(static_cast<std::size_t>(best));
+  call(work.data(), static_cast<int>(work.size()));
+  return info == 0;
 }
 
 }  // namespace vorin

@@ -80,4 +80,30 @@ TEST(Lapack, AnEmptyMatrixIsNotDecomposed) {
   EXPECT_EQ(s, 5.0f);
 }
 
+TEST(Lapack, ShortFormGivesAsManyVectorsAsSingularValues) {
+  // A = (3 0; 4 5; 0 0) and its transpose: s = (3 sqrt 5, sqrt 5) as above.
+  for (const bool tall : {true, false}) {
+    const std::vector<double> original = tall ? std::vector<double>{3.0, 4.0, 0.0, 0.0, 5.0, 0.0}
+                                              : std::vector<double>{3.0, 0.0, 4.0, 5.0, 0.0, 0.0};
+    const int m = tall ? 3 : 2;
+    const int n = tall ? 2 : 3;
+    std::vector<double> a = original;
+    std::vector<double> s(2);
+    std::vector<double> u(static_cast<std::size_t>(m) * 2);
+    std::vector<double> vt(static_cast<std::size_t>(n) * 2);
+    ASSERT_TRUE(vorin::gesvdShort(m, n, a.data(), s.data(), u.data(), vt.data()));
+    EXPECT_DOUBLE_EQ(s[0], 3.0 * std::sqrt(5.0));
+    EXPECT_DOUBLE_EQ(s[1], std::sqrt(5.0));
+    for (int i = 0; i < m; ++i) {
+      for (int j = 0; j < n; ++j) {
+        const double product =
+            u[static_cast<std::size_t>(i)] * s[0] * vt[static_cast<std::size_t>(2 * j)] +
+            u[static_cast<std::size_t>(m + i)] * s[1] * vt[static_cast<std::size_t>(2 * j + 1)];
+        EXPECT_NEAR(product, original[static_cast<std::size_t>(j * m + i)], 1e-14);
+      }
+    }
+  }
+  EXPECT_TRUE(vorin::gesvdShort(0, 3, nullptr, nullptr, nullptr, nullptr));
+}
+
 }  // namespace
