@@ -8,9 +8,9 @@
 #include "brd/problem.hpp"
 #include "entry/driver.hpp"
 #include "entry/report.hpp"
-#include "params/block.hpp"
 #include "params/log.hpp"
 #include "params/log_file.hpp"
+#include "params/store.hpp"
 #include "toolbox/convert.hpp"
 #include "toolbox/norms.hpp"
 #include "vorin.h"
@@ -44,7 +44,7 @@ void multiply(int rows, int nf, int ng, const float* P, const float* K, float* o
 
 void invertPlainly(std::int32_t nf, std::int32_t ng, const float* K, const float* Y, float* F,
                    std::int32_t* status) {
-  const std::string_view mode = params::rawText("PRMO").substr(0, 2);
+  const std::string_view mode = params::storedText("PRMO").substr(0, 2);
   if (mode == "NO") {
     Vorin_s(nf, ng, K, Y, F, status);
     return;
@@ -54,15 +54,15 @@ void invertPlainly(std::int32_t nf, std::int32_t ng, const float* K, const float
   entry::beginInversion(job);
   std::vector<float> P(area(capacity, nf));
   std::vector<float> data(capacity), tSum(capacity), norms(capacity);
-  const int target = std::clamp(truncateToInt(params::rawNumber("PRPO")), 10, capacity);
+  const int target = std::clamp(truncateToInt(params::queryReal("PRPO")), 10, capacity);
   std::int32_t rows = 0;
-  VorinPruneZ(nf, nf, capacity, Y, job.T, job.W, truncateToInt(params::rawNumber("PRLO")),
-              truncateToInt(params::rawNumber("PRHI")), target, mode == "LI" ? 2 : 1, &rows,
+  VorinPruneZ(nf, nf, capacity, Y, job.T, job.W, truncateToInt(params::queryReal("PRLO")),
+              truncateToInt(params::queryReal("PRHI")), target, mode == "LI" ? 2 : 1, &rows,
               data.data(), tSum.data(), norms.data(), P.data(), status);
   std::vector<float> kernel(area(rows, ng));
   multiply(rows, nf, ng, P.data(), K, kernel.data());
   entry::report(entry::reductionLine("With pruning from ", nf, rows));
-  params::rawNumber("WREF") = meanSquaredColumnNorm(rows, ng, kernel.data());
+  params::setReal("WREF", meanSquaredColumnNorm(rows, ng, kernel.data()));
   weight::Vorin_SEtoW(rows, ng, kernel.data(), data.data(), F, *status);
   entry::endInversion(job, true, *status);
   params::VorinLogOpen(false);

@@ -7,7 +7,6 @@
 
 #include "entry/compressed_settings.hpp"
 #include "entry/report.hpp"
-#include "params/block.hpp"
 #include "params/log.hpp"
 #include "params/log_file.hpp"
 #include "params/save_section.hpp"
@@ -100,7 +99,7 @@ class CompressedInversion {
       : variant_(variant), job_(job), settings_(readSettings(variant)) {}
 
   void run(std::int32_t& status) {
-    const std::string_view algorithm = params::rawText("NALG");
+    const std::string_view algorithm = params::storedText("NALG");
     const auto order =
         algorithm.substr(0, 2) == "D2" ? weight::kFirstDifferences : weight::kSecondDifferences;
     params::setReal("CSI2", weight::seDiff(order, job_.nf, job_.Y));

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "params/block.hpp"
 #include "params/store.hpp"
 #include "toolbox/convert.hpp"
 
@@ -52,7 +51,7 @@ std::int64_t cutCapacity(int nf, int ng, CompressedSettings& settings) {
 CompressedSettings readSettings(const Variant& variant) {
   CompressedSettings settings;
   settings.code = params::queryInteger("PRMO");
-  settings.rawNone = params::rawText("PRMO").substr(0, 2) == "NO";
+  settings.rawNone = params::storedText("PRMO").substr(0, 2) == "NO";
   settings.points = readInteger(variant.reading, "PRPO");
   settings.first = readInteger(variant.reading, "PRLO");
   settings.singularVectors = params::queryInteger("SVDN");

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "entry/report.hpp"
-#include "params/block.hpp"
 #include "params/log.hpp"
 #include "params/log_file.hpp"
 #include "params/save_section.hpp"
@@ -28,12 +27,11 @@ std::size_t length(int n) {
 
 void invertUnpruned(const Inversion& job, std::int32_t& status) {
   report("No pruning");
-  float& reference = params::rawNumber("WREF");
-  reference = meanSquaredColumnNorm(job.nf, job.ng, job.K);
+  params::setReal("WREF", meanSquaredColumnNorm(job.nf, job.ng, job.K));
   weight::Vorin_SEtoW(job.nf, job.ng, job.K, job.Y, job.F, status);
   // Required: on this road alone the reference goes back to 1 after the call; the
   // pruned road leaves it for a host to read.
-  reference = 1.0f;
+  params::setReal("WREF", 1.0f);
 }
 
 reduce::PruneRequest pruneRequest(const Inversion& job, std::string_view mode) {
@@ -43,9 +41,9 @@ reduce::PruneRequest pruneRequest(const Inversion& job, std::string_view mode) {
   request.maxBins = pruneCapacity;
   request.t = job.T;
   request.scale = job.W;
-  request.firstPoint = truncateToInt(params::rawNumber("PRLO"));
+  request.firstPoint = truncateToInt(params::queryReal("PRLO"));
   request.target =
-      std::clamp(truncateToInt(params::rawNumber("PRPO")), fewestPruned, pruneCapacity);
+      std::clamp(truncateToInt(params::queryReal("PRPO")), fewestPruned, pruneCapacity);
   // Two characters decide, so "LIN" and "LILO" are both linear and anything else is
   // logarithmic, the text "A" of the reset included.
   request.mode = mode == "LI" ? reduce::kPruneLinear : reduce::kPruneLog;
@@ -60,7 +58,7 @@ void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& sta
   plan.apply(job.Y, data.data());
   plan.apply(job.ng, job.K, job.nf, kernel.data(), rows);
   report(reductionLine("With pruning from ", job.nf, rows));
-  params::rawNumber("WREF") = meanSquaredColumnNorm(rows, job.ng, kernel.data());
+  params::setReal("WREF", meanSquaredColumnNorm(rows, job.ng, kernel.data()));
   weight::Vorin_SEtoW(rows, job.ng, kernel.data(), data.data(), job.F, status);
 }
 
@@ -75,7 +73,7 @@ bool wantsSaveSection() {
 
 void invert(const Inversion& job, std::int32_t& status) {
   beginInversion(job);
-  const std::string_view mode = params::rawText("PRMO").substr(0, 2);
+  const std::string_view mode = params::storedText("PRMO").substr(0, 2);
   if (mode == "NO") {
     invertUnpruned(job, status);
   } else {

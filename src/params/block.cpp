@@ -1,9 +1,7 @@
-// The library-wide parameter block and the direct ways to its slots.
+// The process-wide parameter block, the block of the calling thread's instance, and the search
+// for a key.
 #include "params/block.hpp"
 
-#include <cassert>
-
-#include "params/block_state.hpp"
 #include "params/text.hpp"
 #include "toolbox/instance.hpp"
 
@@ -26,22 +24,6 @@ std::size_t findKey(std::string_view key) {
     ++index;
   }
   return index;
-}
-
-float& rawNumber(std::string_view key) {
-  const std::size_t index = findKey(key);
-  assert(index < keyTable.size() && keyTable[index].holdsNumber());
-  static thread_local float noSlot = 0;  // a misspelt key must not reach another's slot
-  return index < keyTable.size() && keyTable[index].holdsNumber() ? block().number(index) : noSlot;
-}
-
-std::string_view rawText(std::string_view key) {
-  const std::size_t index = findKey(key);
-  if (index == keyTable.size()) {
-    return {};
-  }
-  const std::span<char> slot = block().text(index);
-  return {slot.data(), slot.size()};
 }
 
 }  // namespace vorin::params

@@ -1,20 +1,63 @@
-// The parameter block: the one piece of library-wide state through which hosts
-// and routines exchange settings and results. It exists with its load values
-// from the moment the library is loaded and keeps its contents between calls.
-//
-// Nearly everything goes through the store (store.hpp); the few routines that
-// read or write a slot as it stands do it here.
+// The parameter block as the store sees it: one slot a row of the key table.
+// Private to this folder; everybody else uses block.hpp or store.hpp.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <span>
 #include <string_view>
+
+#include "params/key_table.hpp"
 
 namespace vorin::params {
 
-/// The numeric slot `key` (exactly as the table spells it, e.g. "PRPO") itself.
-float& rawNumber(std::string_view key);
+/// Where the text slot of row `index` begins in the block's characters.
+constexpr std::size_t textOffset(std::size_t index) {
+  std::size_t offset = 0;
+  for (std::size_t i = 0; i < index; ++i) {
+    offset += keyTable[i].slotLength;
+  }
+  return offset;
+}
 
-/// The stored text of `key` (PRMO, NALG, TARG, FLOG, PRAV, VERS), padded with
-/// blanks to the slot's length; not what a query would answer.
-std::string_view rawText(std::string_view key);
+/// The slots. Made with the load values at compile time, so that the block is
+/// right from the moment the library is loaded, before any code has run.
+class Block {
+ public:
+  constexpr Block() {
+    for (std::size_t i = 0; i < keyTable.size(); ++i) {
+      numbers_[i] = keyTable[i].load;
+      setText(i, keyTable[i].loadText);
+    }
+  }
+
+  /// The numeric slot of row `index` of the table.
+  constexpr float& number(std::size_t index) { return numbers_[index]; }
+
+  /// The text slot of row `index`; empty for a number.
+  constexpr std::span<char> text(std::size_t index) {
+    return std::span(characters_).subspan(textOffset(index), keyTable[index].slotLength);
+  }
+
+  /// Stores `value`, cut or padded to the slot.
+  constexpr void setText(std::size_t index, std::string_view value) {
+    const std::span<char> slot = text(index);
+    for (std::size_t i = 0; i < slot.size(); ++i) {
+      slot[i] = i < value.size() ? value[i] : ' ';
+    }
+  }
+
+ private:
+  std::array<float, keyTable.size()> numbers_{};
+  std::array<char, textOffset(keyTable.size())> characters_{};
+};
+
+/// The block of this library, the only one.
+Block& block();
+
+/// The row that `key` reaches, by its number in the table; keyTable.size() if
+/// there is none. `key` counts with four characters, cut or padded with blanks,
+/// in any case.
+std::size_t findKey(std::string_view key);
 
 }  // namespace vorin::params

@@ -91,12 +91,6 @@ void flushLog() {
   flushLogUnit();
 }
 
-void writeRecord(std::string_view text) {
-  if (logIsOpen()) {
-    VorinLogText(' ' + std::string(text));
-  }
-}
-
 bool logIsOpen() {
   return unitIsOpen(logUnit());
 }

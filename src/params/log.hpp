@@ -23,10 +23,6 @@ void VorinLogLine(std::string_view module, std::string_view kind, std::string_vi
 /// Writes `text` without trailing blanks as a line of its own, if the log is open.
 void VorinLogText(std::string_view text);
 
-/// Writes a blank and `text`, without trailing blanks, as a line of its own, if
-/// the log is open: the free-form records of routines that have no module tag.
-void writeRecord(std::string_view text);
-
 /// Brings what has been written to the file. Lines are buffered; a routine that
 /// returns to the host with the log still open calls this, so that a reader of the
 /// file sees them.

@@ -8,6 +8,7 @@
 
 #include "params/text.hpp"
 #include "toolbox/instance.hpp"
+#include "toolbox/nrerror.hpp"
 
 namespace vorin::params {
 namespace {
@@ -78,6 +79,7 @@ void FOPEN(std::int32_t unit, std::string_view name, std::string_view statusWord
     return;
   }
   closeLogUnit();
+  setRecordSink(&writeRecord);
   theUnit().file.reset(std::fopen(std::string(trimmed(name)).c_str(), opening->mode));
   std::FILE* const file = theUnit().file.get();
   if (file == nullptr || (opening->atEnd && std::fseek(file, 0, SEEK_END) != 0)) {
@@ -90,6 +92,13 @@ void writeLine(std::string_view line) {
   if (std::FILE* const file = theUnit().file.get()) {
     std::fwrite(line.data(), 1, line.size(), file);
     std::fputc('\n', file);
+  }
+}
+
+void writeRecord(std::string_view text) {
+  if (theUnit().file != nullptr) {
+    const std::string line = ' ' + std::string(text);
+    writeLine(trimmed(line));
   }
 }
 

@@ -23,6 +23,11 @@ std::int32_t& logUnit();
 void FOPEN(std::int32_t unit, std::string_view name, std::string_view statusWord,
            std::int32_t& result);
 
+/// Writes a blank and `text`, without trailing blanks, as a line of its own, if the log unit
+/// is open: the free-form records of routines that have no module tag. FOPEN registers it as
+/// the sink of the toolbox's failure records (toolbox/nrerror.hpp).
+void writeRecord(std::string_view text);
+
 /// True while `unit` has a file behind it.
 bool unitIsOpen(std::int32_t unit);
 

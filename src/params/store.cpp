@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-#include "params/block_state.hpp"
+#include "params/block.hpp"
 #include "params/number_field.hpp"
 #include "params/text.hpp"
 #include "toolbox/convert.hpp"
@@ -160,6 +160,15 @@ std::int32_t queryInteger(std::string_view key) noexcept {
 void setReal(std::string_view key, float value) noexcept {
   std::int32_t status = 0;
   setQuery('S', key, nullptr, 0, value, status);
+}
+
+std::string_view storedText(std::string_view key) noexcept {
+  const std::size_t index = findKey(key);
+  if (index == keyTable.size()) {
+    return {};
+  }
+  const std::span<const char> slot = block().text(index);
+  return {slot.data(), slot.size()};
 }
 
 }  // namespace vorin::params

@@ -29,7 +29,8 @@ void setQuery(char mode, std::string_view key, char* text, std::int32_t length, 
 void setQueryInteger(char mode, std::string_view key, std::int32_t& value,
                      std::int32_t& status) noexcept;
 
-/// The number under `key`; 0 for a key that answers no number.
+/// The number under `key`; 0 for a key that answers no number. For a choice (PRMO, NALG, TARG)
+/// it is the code of the stored text.
 float queryReal(std::string_view key) noexcept;
 
 /// The number under `key` plus 0.5, truncated toward zero.
@@ -37,5 +38,11 @@ std::int32_t queryInteger(std::string_view key) noexcept;
 
 /// Stores `value` under the numeric key `key`; an unknown key is ignored.
 void setReal(std::string_view key, float value) noexcept;
+
+/// The text that the slot of `key` (PRMO, NALG, TARG, FLOG, PRAV, VERS) holds, padded with
+/// blanks to the slot's length; empty for any other key. Required: this is not what a query
+/// answers. A query tells neither ASY2 from ASYM nor FIT from NONE, and answers NONE for the
+/// reset text of PRMO.
+std::string_view storedText(std::string_view key) noexcept;
 
 }  // namespace vorin::params

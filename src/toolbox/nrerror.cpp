@@ -2,14 +2,24 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <string>
 
-#include "params/log.hpp"
-
 namespace vorin {
+namespace {
+
+constinit std::atomic<RecordSink> recordSink = nullptr;
+
+}  // namespace
+
+void setRecordSink(RecordSink sink) noexcept {
+  recordSink.store(sink, std::memory_order_release);
+}
 
 void nrerror(std::string_view text) {
-  params::writeRecord("nrerror: " + std::string(text));
+  if (const RecordSink sink = recordSink.load(std::memory_order_acquire)) {
+    sink("nrerror: " + std::string(text));
+  }
 }
 
 std::int32_t assert_eq(std::span<const std::int32_t> sizes, std::string_view tag) {

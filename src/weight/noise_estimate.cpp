@@ -1,6 +1,5 @@
 #include "weight/noise_estimate.hpp"
 
-#include "params/block.hpp"
 #include "params/log.hpp"
 #include "params/number_field.hpp"
 #include "params/store.hpp"
@@ -30,7 +29,7 @@ float startingWeight(float w, float wfac) {
 void runEstimator(brd::Problem<float>& problem, float* f, float* c, float wfac, float& w,
                   float& sig, float& dse, std::int32_t& status) {
   // A query of NALG would not tell "ASY2" from "ASYM", so its slot is read as it stands.
-  switch (estimatorOf(params::rawText("NALG"))) {
+  switch (estimatorOf(params::storedText("NALG"))) {
     case Estimator::none:
       status = 0;
       break;

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "params/block_state.hpp"
+#include "params/block.hpp"
 #include "params/text.hpp"
 #include "vorin.h"
 
@@ -31,6 +31,11 @@ class StoreTest : public ::testing::Test {
   }
 
   static float number(std::string_view key) { return query(key).value; }
+
+  /// The numeric slot of `key` itself, read-only keys included.
+  static float& slot(std::string_view key) {
+    return vorin::params::block().number(vorin::params::findKey(key));
+  }
 
   /// The answered text without its trailing blanks.
   static std::string text(std::string_view key) {

@@ -5,14 +5,13 @@
 #include <limits>
 #include <string>
 
-#include "params/block.hpp"
 #include "params/expected_keys.hpp"
 #include "params/store.hpp"
 #include "params/store_fixture.hpp"
 
 namespace {
 
-using vorin::params::rawText;
+using vorin::params::storedText;
 
 class Store : public StoreTest {};
 
@@ -329,28 +328,28 @@ TEST_F(Store, ATextThatIsSetMayLieInReadOnlyMemory) {
 
 TEST_F(Store, PrmoIsSetByCodeWithABlankTextAndByTheStartOfAText) {
   setNumber("PRMO", 2.0F);
-  EXPECT_EQ(rawText("PRMO"), padded("LIN", 16));
+  EXPECT_EQ(storedText("PRMO"), padded("LIN", 16));
   setText("PRMO", "LOGARITHMIC");
-  EXPECT_EQ(rawText("PRMO"), padded("LOG", 16));
+  EXPECT_EQ(storedText("PRMO"), padded("LOG", 16));
 }
 
 TEST_F(Store, NalgFitAnswersZeroAndN) {
   setText("NALG", "FIT");
-  EXPECT_EQ(rawText("NALG"), padded("FIT", 16));
+  EXPECT_EQ(storedText("NALG"), padded("FIT", 16));
   EXPECT_EQ(number("NALG"), 0.0F);
   EXPECT_EQ(text("NALG"), "N");
 }
 
 TEST_F(Store, TargByTheTextLastStoresTwo) {
   setText("TARG", "LAST");
-  EXPECT_EQ(rawText("TARG"), padded("2", 16));
+  EXPECT_EQ(storedText("TARG"), padded("2", 16));
 }
 
 TEST_F(Store, TheResetTextOfPrmoAnswersNoneAndStandsInTheSlot) {
   reset();
   EXPECT_EQ(number("PRMO"), 0.0F);
   EXPECT_EQ(text("PRMO"), "NONE");
-  EXPECT_EQ(rawText("PRMO"), padded("A", 16));
+  EXPECT_EQ(storedText("PRMO"), padded("A", 16));
 }
 
 TEST_F(Store, FlogIsStoredInUpperCase) {
@@ -362,7 +361,7 @@ TEST_F(Store, TextsAreCutOrPaddedToTheirSlots) {
   setText("PRAV", "abcdefghijklmnopqrstuvwxyz");
   EXPECT_EQ(text("PRAV"), "ABCDEFGHIJKLMNOP");
   setText("PRAV", "xy   ");
-  EXPECT_EQ(rawText("PRAV"), padded("XY", 16));
+  EXPECT_EQ(storedText("PRAV"), padded("XY", 16));
   setText("FLOG", std::string(300, 'a'));
   EXPECT_EQ(query("FLOG", 300).text, padded(std::string(256, 'A'), 300));
   setText("FLOG", "  lead");
@@ -371,9 +370,9 @@ TEST_F(Store, TextsAreCutOrPaddedToTheirSlots) {
 
 TEST_F(Store, ANumericEntryThatSetsATextKeyBlanksIt) {
   EXPECT_EQ(setNumber("FLOG", 5.0F), 0);
-  EXPECT_EQ(rawText("FLOG"), std::string(256, ' '));
+  EXPECT_EQ(storedText("FLOG"), std::string(256, ' '));
   EXPECT_EQ(setNumber("PRAV", 5.0F), 0);
-  EXPECT_EQ(rawText("PRAV"), std::string(16, ' '));
+  EXPECT_EQ(storedText("PRAV"), std::string(16, ' '));
 }
 
 TEST_F(Store, AQueryOfATextKeyLeavesTheValue) {
@@ -398,9 +397,9 @@ TEST_F(Store, InsideCallsReachTheSameSlots) {
   EXPECT_EQ(vorin::params::queryReal("WFAC"), 0.0F);
   EXPECT_EQ(vorin::params::queryReal("FLOG"), 0.0F);
   EXPECT_EQ(vorin::params::queryInteger("PRPO"), 200);
-  vorin::params::rawNumber("WREF") = 12.5F;
+  vorin::params::setReal("WREF", 12.5F);
   EXPECT_EQ(number("WREF"), 12.5F);
-  EXPECT_TRUE(rawText("NOPE").empty());
+  EXPECT_TRUE(storedText("NOPE").empty());
 }
 
 }  // namespace

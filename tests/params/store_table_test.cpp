@@ -7,15 +7,14 @@
 #include <limits>
 #include <map>
 
-#include "params/block.hpp"
 #include "params/expected_keys.hpp"
 #include "params/key_table.hpp"
+#include "params/store.hpp"
 #include "params/store_fixture.hpp"
 
 namespace {
 
-using vorin::params::rawNumber;
-using vorin::params::rawText;
+using vorin::params::storedText;
 
 /// Every number as it stood before main() ran.
 const std::map<std::string_view, float> numbersAtLoading = [] {
@@ -62,7 +61,7 @@ TEST_F(StoreTable, NumbersAnswerTheirResetValuesAndTexts) {
 
 TEST_F(StoreTable, NumbersWithoutAResetValueKeepWhatTheyHold) {
   for (const auto& row : expected::numberKeys) {
-    rawNumber(row.key) = 7.25F;
+    slot(row.key) = 7.25F;
   }
   reset();
   for (const auto& row : expected::numberKeys) {
@@ -75,7 +74,7 @@ TEST_F(StoreTable, TextsAnswerTheirLoadValues) {
     const Answer answer = query(row.key, 300);
     EXPECT_EQ(answer.text, padded(row.loadAnswer, 300)) << row.key;
     EXPECT_EQ(answer.value, row.loadCode.value_or(-77.0F)) << row.key;
-    EXPECT_EQ(rawText(row.key), padded(row.load, row.slotLength)) << row.key;
+    EXPECT_EQ(storedText(row.key), padded(row.load, row.slotLength)) << row.key;
   }
 }
 
@@ -87,7 +86,7 @@ TEST_F(StoreTable, TextsAnswerTheirResetValues) {
   reset();
   for (const auto& row : expected::textKeys) {
     if (row.reset) {
-      EXPECT_EQ(rawText(row.key), padded(*row.reset, row.slotLength)) << row.key;
+      EXPECT_EQ(storedText(row.key), padded(*row.reset, row.slotLength)) << row.key;
       EXPECT_EQ(text(row.key), row.resetAnswer) << row.key;
       EXPECT_EQ(number(row.key), row.loadCode ? row.resetCode : -77.0F) << row.key;
     }
@@ -113,10 +112,10 @@ TEST_F(StoreTable, EachNumberHasASlotOfItsOwn) {
   for (const auto& row : expected::numberKeys) {
     value += 1.0F;
     EXPECT_EQ(number(row.key), row.key == "VERN" ? 1056.0F : value) << row.key;
-    EXPECT_EQ(rawNumber(row.key), row.key == "VERN" ? 1056.0F : value) << row.key;
+    EXPECT_EQ(slot(row.key), row.key == "VERN" ? 1056.0F : value) << row.key;
   }
   for (const auto& row : expected::textKeys) {
-    EXPECT_EQ(rawText(row.key), padded(row.load, row.slotLength)) << row.key;
+    EXPECT_EQ(storedText(row.key), padded(row.load, row.slotLength)) << row.key;
   }
 }
 
@@ -212,7 +211,7 @@ TEST_F(StoreTable, ChoicesAreSetByTheirCodes) {
   };
   for (const ByCode& c : cases) {
     EXPECT_EQ(setNumber(c.key, c.code), 0);
-    EXPECT_EQ(rawText(c.key), padded(c.stored, 16)) << c.key << ' ' << c.code;
+    EXPECT_EQ(storedText(c.key), padded(c.stored, 16)) << c.key << ' ' << c.code;
     EXPECT_EQ(number(c.key), c.answeredCode) << c.key << ' ' << c.code;
     EXPECT_EQ(text(c.key), c.answered) << c.key << ' ' << c.code;
   }
@@ -284,7 +283,7 @@ TEST_F(StoreTable, ChoicesAreSetByTheirTexts) {
   };
   for (const ByText& c : cases) {
     EXPECT_EQ(setText(c.key, c.given), 0);
-    EXPECT_EQ(rawText(c.key), padded(c.stored, 16)) << c.key << ' ' << c.given;
+    EXPECT_EQ(storedText(c.key), padded(c.stored, 16)) << c.key << ' ' << c.given;
   }
 }
 

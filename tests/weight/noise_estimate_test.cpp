@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "params/block.hpp"
+#include "params/store.hpp"
 #include "support/open_log.hpp"
 #include "weight/weight_cases.hpp"
 
@@ -97,7 +97,7 @@ TEST_F(CalcSE, StoredTextsReachTheirEstimators) {
 
 TEST_F(CalcSE, ResetTextLeavesTheHostsNoise) {
   vorin::test::loadSettings();  // resets NALG to "URF"
-  ASSERT_EQ(vorin::params::rawText("NALG").substr(0, 4), "URF ");
+  ASSERT_EQ(vorin::params::storedText("NALG").substr(0, 4), "URF ");
   Workplace place(identityProblem({1, 1, 1, 1}));
   const Estimated out = estimate(place, 0.01f, 0.25f);
   EXPECT_EQ(out.status, -1);
