@@ -1,5 +1,6 @@
-# What `cmake --install` puts where, so that a program's author links the library as any
-# other: find_package(Vorin01056 CONFIG), pkg-config vorin, or -lVorin01056.
+# What `cmake --install` puts where, so that a program's author links a library as any
+# other: find_package(Vorin01056 CONFIG), pkg-config vorin, or -lVorin01056; and for the toolkit
+# find_package(vorin_toolkit CONFIG), pkg-config vorin_toolkit, or -lvorin_toolkit.
 #
 # The library's file is libVorin01056.so.<version>, its SONAME libVorin01056.so.<major>, and
 # libVorin01056.so leads there: a program that was linked asks for the major version, so that
@@ -10,28 +11,41 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(VORIN_DOC_DIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/vorin")
-set(_vorin_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Vorin01056")
-
-install(TARGETS Vorin01056 EXPORT Vorin01056Targets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(FILES "${PROJECT_SOURCE_DIR}/include/vorin.h" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(EXPORT Vorin01056Targets NAMESPACE Vorin:: DESTINATION "${_vorin_config_dir}")
-configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/Vorin01056Config.cmake.in"
-  "${PROJECT_BINARY_DIR}/Vorin01056Config.cmake" INSTALL_DESTINATION "${_vorin_config_dir}")
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/Vorin01056ConfigVersion.cmake"
-  COMPATIBILITY SameMajorVersion)
-install(FILES
-  "${PROJECT_BINARY_DIR}/Vorin01056Config.cmake"
-  "${PROJECT_BINARY_DIR}/Vorin01056ConfigVersion.cmake"
-  DESTINATION "${_vorin_config_dir}")
 
 # pkg-config's file finds the prefix from its own place, so that an installed tree can be moved.
 file(RELATIVE_PATH VORIN_PC_TO_PREFIX
   "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" VORIN_PC_TO_PREFIX "${VORIN_PC_TO_PREFIX}")
-configure_file("${PROJECT_SOURCE_DIR}/cmake/vorin.pc.in" "${PROJECT_BINARY_DIR}/vorin.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/vorin.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# vorin_install_library(TARGET VERSION PC_NAME DESCRIPTION HEADER): a library with its header, the
+# files of find_package(TARGET), and PC_NAME.pc for pkg-config.
+function(vorin_install_library _target _version _pc_name _description _header)
+  set(_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/${_target}")
+  install(TARGETS ${_target} EXPORT ${_target}Targets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+  install(FILES "${_header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+  install(EXPORT ${_target}Targets NAMESPACE Vorin:: DESTINATION "${_config_dir}")
+  configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/${_target}Config.cmake.in"
+    "${PROJECT_BINARY_DIR}/${_target}Config.cmake" INSTALL_DESTINATION "${_config_dir}")
+  write_basic_package_version_file("${PROJECT_BINARY_DIR}/${_target}ConfigVersion.cmake"
+    VERSION ${_version} COMPATIBILITY SameMajorVersion)
+  install(FILES
+    "${PROJECT_BINARY_DIR}/${_target}Config.cmake"
+    "${PROJECT_BINARY_DIR}/${_target}ConfigVersion.cmake"
+    DESTINATION "${_config_dir}")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/library.pc.in"
+    "${PROJECT_BINARY_DIR}/${_pc_name}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${_pc_name}.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()
+
+vorin_install_library(Vorin01056 ${PROJECT_VERSION} vorin "${PROJECT_DESCRIPTION}"
+  "${PROJECT_SOURCE_DIR}/include/vorin.h")
+if(TARGET vorin_toolkit)
+  vorin_install_library(vorin_toolkit ${VORIN_TOOLKIT_VERSION} vorin_toolkit
+    "${PROJECT_DESCRIPTION}: the toolkit" "${PROJECT_SOURCE_DIR}/toolkit/vorin_toolkit.h")
+endif()
 
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
   DESTINATION "${VORIN_DOC_DIR}")
@@ -49,9 +63,6 @@ foreach(_package IN ITEMS libopenblas-serial-dev libcli11-dev libfmt-dev)
 endforeach()
 
 if(TARGET vorin)
-  # The program finds the library beside it, wherever the tree stands.
-  set_target_properties(vorin PROPERTIES
-    INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS vorin RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
   if(EXISTS "${PROJECT_SOURCE_DIR}/hosts/vorin/vorin.1")
     install(FILES "${PROJECT_SOURCE_DIR}/hosts/vorin/vorin.1"

@@ -11,7 +11,7 @@
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/reading/csv.hpp"
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/reading/units.hpp"
 #include "toolkit/user_error.hpp"
 

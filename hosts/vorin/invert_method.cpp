@@ -7,6 +7,7 @@
 #include "invert_options.hpp"
 #include "toolkit/inverting/settings_text.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

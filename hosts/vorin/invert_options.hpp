@@ -14,6 +14,8 @@
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/files.hpp"
 #include "toolkit/writing/batch_table.hpp"
 #include "toolkit/writing/report.hpp"

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include "invert_options.hpp"
+#include "toolkit/reading/csv.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/json_report.hpp"
 #include "toolkit/writing/picture.hpp"

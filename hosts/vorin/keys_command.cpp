@@ -9,7 +9,7 @@
 
 #include "commands.hpp"
 #include "toolkit/inverting/keys.hpp"
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
 

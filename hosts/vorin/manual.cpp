@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
 

@@ -11,9 +11,11 @@
 #include "commands.hpp"
 #include "show_report.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/files.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/save_section.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/writing/picture.hpp"
 
 namespace vorin::toolkit {

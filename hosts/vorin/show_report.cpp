@@ -7,21 +7,11 @@
 #include <iterator>
 
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
-
-namespace {
-
-/// `text` in one line, whatever it holds.
-std::string inOneLine(std::string_view text) {
-  std::string result(text);
-  std::replace_if(
-      result.begin(), result.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-  return result;
-}
-
-}  // namespace
 
 std::string Shown::name() const {
   return count == 1 ? fmt::format("save section of {}", inOneLine(file))

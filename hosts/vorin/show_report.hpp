@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/save_section.hpp"
 
 namespace vorin::toolkit {

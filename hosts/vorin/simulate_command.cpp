@@ -13,12 +13,14 @@
 
 #include "commands.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/model/simulation.hpp"
-#include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/files.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
 

@@ -6,6 +6,8 @@
 
 #include "bytes.hpp"
 #include "own_folder.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/matrix.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/user_error.hpp"
 

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/simulation.hpp"
 #include "toolkit/reading/files.hpp"

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "hosts/child.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/matrix.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

@@ -8,6 +8,8 @@
 
 #include "hosts/child.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/csv.hpp"
 
 namespace vorin::toolkit::test {

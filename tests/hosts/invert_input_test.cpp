@@ -12,6 +12,8 @@
 
 #include "hosts/child.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/model/simulation.hpp"

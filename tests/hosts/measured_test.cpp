@@ -8,6 +8,7 @@
 
 #include "hosts/child.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/noise.hpp"
 #include "toolkit/reading/csv.hpp"
 

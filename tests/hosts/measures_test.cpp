@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/simulation.hpp"
 

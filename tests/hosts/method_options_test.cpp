@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "hosts/child.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/reading/csv.hpp"
 
 namespace vorin::toolkit::test {

@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/simulation.hpp"
 

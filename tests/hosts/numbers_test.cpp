@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include "toolkit/reading/text.hpp"
+
 namespace vorin::toolkit {
 namespace {
 

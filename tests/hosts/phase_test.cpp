@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/simulation.hpp"
 
 namespace vorin::toolkit {

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "toolkit/model/decay.hpp"
 #include "toolkit/writing/batch_table.hpp"
 #include "toolkit/writing/json_report.hpp"
 

@@ -14,6 +14,8 @@
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/simulation.hpp"
 #include "toolkit/reading/files.hpp"

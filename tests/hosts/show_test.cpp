@@ -9,6 +9,8 @@
 
 #include "hosts/child.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/save_section.hpp"
 

@@ -13,7 +13,10 @@
 
 #include "hosts/child.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
+#include "toolkit/reading/csv.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

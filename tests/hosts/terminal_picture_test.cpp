@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "hosts/child.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/simulation.hpp"
 

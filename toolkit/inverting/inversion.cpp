@@ -11,6 +11,7 @@
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/problem.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/noise.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -148,10 +149,7 @@ UserError noNoise() {
 }  // namespace
 
 void requireUsable(const Decay& decay, const InversionSettings& settings) {
-  double largest = 0.0;
-  for (double amplitude : decay.amplitude) {
-    largest = std::max(largest, std::fabs(amplitude));
-  }
+  const double largest = largestMagnitude(decay.amplitude);
   if (settings.noise && !(*settings.noise < largest)) {
     throw UserError(fmt::format(
         "--noise {:g} is no less than the largest amplitude, {:g}; give it in the unit of the data",

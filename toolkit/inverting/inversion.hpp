@@ -9,8 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/kernel.hpp"
-#include "toolkit/reading/csv.hpp"
 
 namespace vorin::toolkit {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "toolkit/inverting/library.hpp"
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
 

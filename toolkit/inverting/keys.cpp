@@ -7,7 +7,7 @@
 #include <numeric>
 
 #include "toolkit/inverting/library.hpp"
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
 

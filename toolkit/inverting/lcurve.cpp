@@ -8,6 +8,7 @@
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/problem.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

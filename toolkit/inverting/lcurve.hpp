@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/reading/files.hpp"
 
 namespace vorin::toolkit {

@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <limits>
 
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -64,13 +64,6 @@ const Choice* choiceOf(std::string_view key) {
 }
 
 }  // namespace
-
-std::string upperCase(std::string_view text) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-  return result;
-}
 
 float queryNumber(std::string_view key) {
   return query(key).number;

@@ -13,9 +13,6 @@ float queryNumber(std::string_view key);
 /// The text under `key`, without trailing blanks; an unknown key answers none.
 std::string queryText(std::string_view key);
 
-/// `text` as the library compares keys and words.
-std::string upperCase(std::string_view text);
-
 void setNumber(std::string_view key, float value);
 void setText(std::string_view key, std::string_view value);
 

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <numeric>
 
 #include "toolkit/inverting/settings_text.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/grid.hpp"
+#include "toolkit/model/matrix.hpp"
 #include "toolkit/model/phase.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -15,15 +18,11 @@ namespace vorin::toolkit {
 namespace {
 
 /// The matrix without the rows of the first `skipped` samples, as the library takes it.
-std::shared_ptr<const std::vector<float>> withoutRows(const Matrix& matrix, std::size_t skipped) {
-  auto values = std::make_shared<std::vector<float>>();
-  values->reserve((matrix.rows - skipped) * matrix.columns);
-  for (std::size_t column = 0; column < matrix.columns; ++column) {
-    for (std::size_t row = skipped; row < matrix.rows; ++row) {
-      values->push_back(static_cast<float>(matrix.values[column * matrix.rows + row]));
-    }
-  }
-  return values;
+std::shared_ptr<const std::vector<float>> withoutFirst(const Matrix& matrix, std::size_t skipped) {
+  std::vector<std::size_t> omitted(skipped);
+  std::iota(omitted.begin(), omitted.end(), std::size_t{0});
+  const std::vector<double> kept = withoutRows(matrix.values, matrix.rows, omitted);
+  return std::make_shared<const std::vector<float>>(kept.begin(), kept.end());
 }
 
 void requireShape(const KernelChoice& kernel, std::size_t samples, std::size_t points,
@@ -52,7 +51,7 @@ Prepared prepare(MeasuredDecay measured, const KernelChoice& kernel,
   const std::size_t skipped = readSkip(skip, samples);
   if (kernel.kernel == Kernel::matrix) {
     requireShape(kernel, samples, grid.size(), name);
-    prepared.matrix = withoutRows(kernel.matrix, skipped);
+    prepared.matrix = withoutFirst(kernel.matrix, skipped);
   }
   dropFirst(measured.decay.time, skipped);
   dropFirst(measured.decay.amplitude, skipped);

@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/matrix.hpp"
 
 namespace vorin::toolkit {
 

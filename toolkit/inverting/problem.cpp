@@ -8,19 +8,14 @@
 #include <string>
 
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
+#include "toolkit/model/matrix.hpp"
+#include "toolkit/model/median_deviation.hpp"
 
 namespace vorin::toolkit {
 
 namespace {
-
-double largestMagnitude(const std::vector<double>& values) {
-  double largest = 0.0;
-  for (double value : values) {
-    largest = std::max(largest, std::fabs(value));
-  }
-  return largest;
-}
 
 std::vector<float> toSingle(const std::vector<double>& values, double divisor = 1.0) {
   std::vector<float> result(values.size());
@@ -107,29 +102,6 @@ std::vector<float> pruningAbscissae(const std::vector<double>& times) {
   }
   return toSingle(abscissae);
 }
-
-namespace {
-
-/// `values`, rows by rows, without those whose numbers, rising, are `left`.
-template <class Value>
-std::vector<Value> withoutRows(const std::vector<Value>& values, std::size_t rows,
-                               const std::vector<std::size_t>& left) {
-  std::vector<Value> result;
-  result.reserve(values.size());
-  for (std::size_t start = 0; start < values.size(); start += rows) {
-    auto next = left.begin();
-    for (std::size_t i = 0; i < rows; ++i) {
-      if (next != left.end() && *next == i) {
-        ++next;
-      } else {
-        result.push_back(values[start + i]);
-      }
-    }
-  }
-  return result;
-}
-
-}  // namespace
 
 Problem::Problem(const Decay& decay, const InversionSettings& settings)
     : scale_(largestMagnitude(decay.amplitude)),
@@ -233,16 +205,13 @@ std::vector<std::size_t> Problem::outliers(double threshold) const {
   std::vector<double> off(fit.size());
   std::transform(b.begin(), b.end(), fit.begin(), off.begin(),
                  [](double datum, double fitted) { return std::fabs(datum - fitted); });
-  std::vector<double> sorted = off;
-  std::sort(sorted.begin(), sorted.end());
-  constexpr double kMedianOfNormal = 0.6744897501960817;  // half of |N(0, 1)| lies below
-  constexpr double kRounding = 1e-6;                      // of data of magnitude 1
-  const double noise = sorted[sorted.size() / 2] / kMedianOfNormal;
+  constexpr double kRounding = 1e-6;  // of data of magnitude 1
+  const double noise = medianDeviation(off);
   std::vector<std::size_t> found;
   if (!(noise > kRounding)) {
     return found;  // computed data
   }
-  const double limit = std::max(threshold * noise, 0.5 * sorted.back());
+  const double limit = std::max(threshold * noise, 0.5 * *std::max_element(off.begin(), off.end()));
   for (std::size_t i = 0; i < off.size(); ++i) {
     if (off[i] >= limit) {
       found.push_back(i);

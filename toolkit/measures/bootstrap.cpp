@@ -10,6 +10,8 @@
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 
 namespace vorin::toolkit {
 

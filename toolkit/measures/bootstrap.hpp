@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/decay.hpp"
 
 namespace vorin::toolkit {
 

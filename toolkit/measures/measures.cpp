@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "toolkit/model/distribution.hpp"
+
 namespace vorin::toolkit {
 
 namespace {

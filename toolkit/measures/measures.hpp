@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/distribution.hpp"
 
 namespace vorin::toolkit {
 

@@ -8,6 +8,7 @@
 
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

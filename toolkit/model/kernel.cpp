@@ -5,7 +5,7 @@
 #include <array>
 #include <cmath>
 
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

@@ -4,6 +4,9 @@
 #include <array>
 #include <cmath>
 
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/median_deviation.hpp"
+
 namespace vorin::toolkit {
 
 namespace {
@@ -47,17 +50,6 @@ double rootMeanSquare(const std::vector<double>& values) {
     sum += value * value;
   }
   return std::sqrt(sum / static_cast<double>(values.size()));
-}
-
-/// The median of the magnitudes, as the standard deviation of a normal variate.
-double medianDeviation(std::vector<double> values) {
-  constexpr double kMedianOfNormal = 0.6744897501960817;  // half of |N(0, 1)| lies below
-  for (double& value : values) {
-    value = std::fabs(value);
-  }
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle / kMedianOfNormal;
 }
 
 /// The standard deviation of `values` without those beyond four of it, corrected
@@ -107,10 +99,7 @@ std::optional<double> differenceNoise(const Decay& decay) {
     return std::nullopt;
   }
   const double noise = clippedDeviation(differences);
-  double largest = 0.0;
-  for (double amplitude : decay.amplitude) {
-    largest = std::max(largest, std::fabs(amplitude));
-  }
+  const double largest = largestMagnitude(decay.amplitude);
   // Less than this is the curve's own bend or the rounding of single precision, in
   // which the library works; no fit could be held against it.
   constexpr double kNone = 1e-6;

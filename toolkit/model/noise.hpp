@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/decay.hpp"
 
 namespace vorin::toolkit {
 

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "toolkit/model/decay.hpp"
+
 namespace vorin::toolkit {
 
 namespace {

@@ -2,8 +2,8 @@
 // channel tells the noise.
 #pragma once
 
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
-#include "toolkit/reading/csv.hpp"
 
 namespace vorin::toolkit {
 

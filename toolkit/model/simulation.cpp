@@ -5,7 +5,10 @@
 #include <cmath>
 #include <numbers>
 
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

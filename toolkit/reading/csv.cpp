@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -21,12 +21,6 @@ constexpr double kLongestTime = 1e30;
 /// Amplitudes beyond these limits can't be squared in double precision with ease.
 constexpr double kLargestAmplitude = 1e100;
 constexpr double kSmallestAmplitude = 1e-100;
-
-bool sameWord(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
-    return std::tolower(x) == std::tolower(y);
-  });
-}
 
 std::string quotedList(const std::vector<std::string>& names) {
   std::string list;
@@ -57,7 +51,7 @@ std::size_t columnIndex(const std::string& column, const ColumnChoice& choice, c
   auto found = std::find(names.begin(), names.end(), column);
   if (found == names.end()) {
     found = std::find_if(names.begin(), names.end(),
-                         [&](const std::string& name) { return sameWord(name, column); });
+                         [&](const std::string& name) { return equalIgnoringCase(name, column); });
   }
   if (found == names.end()) {
     throw fail(fmt::format("there is no column {} in {}, whose columns are {}", inQuotes(column),

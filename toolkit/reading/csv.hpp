@@ -8,18 +8,12 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
+#include "toolkit/model/matrix.hpp"
 #include "toolkit/reading/units.hpp"
 
 namespace vorin::toolkit {
-
-/// A measured decay: times in seconds, rising, none negative; amplitudes in the
-/// instrument's unit. Two samples at least. (A b value takes the place of time where
-/// diffusion is measured.)
-struct Decay {
-  std::vector<double> time;
-  std::vector<double> amplitude;
-  std::optional<double> quadratureNoise{};  ///< deviation of the imaginary channel, if complex
-};
 
 /// The columns of a decay, as numbers from 1 or as names of the header line: abscissa,
 /// amplitude, and the imaginary channel of complex data, if there is one.
@@ -38,12 +32,6 @@ struct DecayFormat {
   double unit = 1.0;  ///< SI units in one of the file's abscissa
 };
 
-/// A decay with its imaginary channel, which is empty for real data.
-struct MeasuredDecay {
-  Decay decay;
-  std::vector<double> imaginary;
-};
-
 /// The decay in `path` ("-": standard input). Throws UserError, which names file and line,
 /// for a file that can't be read, a column that isn't there, a field that is no finite
 /// number, times that are negative or do not rise, fewer than two rows, amplitudes that
@@ -53,12 +41,6 @@ MeasuredDecay readMeasuredDecay(const std::filesystem::path& path, const DecayFo
 /// The decay in a file of two columns, times in seconds.
 Decay readDecay(const std::filesystem::path& path);
 
-/// A distribution: relaxation times in seconds, rising, all positive; the amplitude of each.
-struct Distribution {
-  std::vector<double> time;
-  std::vector<double> amplitude;
-};
-
 /// The distribution in the first two columns of `path`, for comparison. Throws UserError
 /// as readDecay does, and for times of 0 or amplitudes below 0.
 Distribution readDistribution(const std::filesystem::path& path,
@@ -67,13 +49,6 @@ Distribution readDistribution(const std::filesystem::path& path,
 /// The grid in the first column of `path`, in SI units. Throws UserError as readDecay
 /// does, and for values of 0.
 std::vector<double> readGrid(const std::filesystem::path& path, Quantity quantity);
-
-/// A matrix of numbers, stored by columns.
-struct Matrix {
-  std::size_t rows = 0;
-  std::size_t columns = 0;
-  std::vector<double> values;
-};
 
 /// All columns of `path`. Throws UserError as readDecay does.
 Matrix readMatrix(const std::filesystem::path& path);

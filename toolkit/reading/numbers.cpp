@@ -7,16 +7,9 @@
 #include <cmath>
 #include <cstdlib>
 
-namespace vorin::toolkit {
+#include "toolkit/reading/text.hpp"
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r";
-  const auto first = text.find_first_not_of(blanks);
-  if (first == std::string_view::npos) {
-    return {};
-  }
-  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
+namespace vorin::toolkit {
 
 namespace {
 
@@ -55,17 +48,6 @@ std::optional<long long> parseInteger(std::string_view text) {
     return std::nullopt;
   }
   return value;
-}
-
-std::string inQuotes(std::string_view text) {
-  constexpr std::size_t longest = 40;
-  std::string shown(text.substr(0, longest));
-  for (char& c : shown) {
-    if (c < ' ' || c > '~') {
-      c = '?';
-    }
-  }
-  return "\"" + shown + (text.size() > longest ? "...\"" : "\"");
 }
 
 std::string significant(double value, int digits) {

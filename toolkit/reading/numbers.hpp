@@ -7,9 +7,6 @@
 
 namespace vorin::toolkit {
 
-/// `text` without blanks, tabs and a carriage return at both ends.
-std::string_view trimmed(std::string_view text);
-
 /// The number that the whole of `text` spells (blanks around it are allowed), or
 /// nothing. "inf" and "nan" are numbers here; a magnitude too great for a double
 /// reads as infinity and one too small as 0, so that callers check one thing only.
@@ -17,10 +14,6 @@ std::optional<double> parseNumber(std::string_view text);
 
 /// The whole number that the whole of `text` spells, or nothing.
 std::optional<long long> parseInteger(std::string_view text);
-
-/// `text` in double quotes for a message: control and non-ASCII bytes become '?',
-/// and what is longer than 40 characters is cut.
-std::string inQuotes(std::string_view text);
 
 /// `value` with `digits` significant places; plain digits up to 7 of them before the point.
 std::string significant(double value, int digits = 4);

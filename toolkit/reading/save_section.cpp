@@ -3,12 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <limits>
 #include <optional>
 
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -43,12 +43,6 @@ Lines itemsOf(std::string_view line, std::string_view separators = " \t\r") {
 
 bool isTitle(std::string_view line) {
   return itemsOf(line) == Lines{"!", "Vorin", "save1"};
-}
-
-bool equalNoCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
-    return std::toupper(x) == std::toupper(y);
-  });
 }
 
 /// The range of lines of one section: from its title to the next one or the end.
@@ -246,7 +240,7 @@ class SectionReader {
 
 std::string_view SaveSection::setting(std::string_view key) const {
   for (const SavedSetting& setting : settings) {
-    if (equalNoCase(setting.key, key)) {
+    if (equalIgnoringCase(setting.key, key)) {
       return setting.text;
     }
   }

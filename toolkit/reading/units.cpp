@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

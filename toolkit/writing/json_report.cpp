@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/distribution.hpp"
 
 namespace vorin::toolkit {
 

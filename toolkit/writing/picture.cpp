@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/gnuplot.hpp"
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/files.hpp"
 #include "toolkit/writing/report.hpp"
 

@@ -9,7 +9,10 @@
 #include <string_view>
 
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/reading/units.hpp"
 
 namespace vorin::toolkit {
@@ -81,13 +84,6 @@ void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
   }
 }
 
-/// A file name as part of a comment line.
-std::string inOneLine(std::string name) {
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char c) { return c < ' '; }, '?');
-  return name;
-}
-
 std::string kernelText(const ReportContext& context) {
   return context.kernel == Kernel::matrix ? "matrix " + inOneLine(context.kernelFile)
                                           : std::string(kernelFormula(context.kernel));
@@ -142,11 +138,7 @@ std::optional<double> signalToNoise(const Inversion& inversion, const Decay& dec
   if (!(inversion.noise > 0.0)) {
     return std::nullopt;
   }
-  double largest = 0.0;
-  for (double amplitude : decay.amplitude) {
-    largest = std::max(largest, std::fabs(amplitude));
-  }
-  return largest / inversion.noise;
+  return largestMagnitude(decay.amplitude) / inversion.noise;
 }
 
 std::string summary(const Inversion& inversion, const ReportContext& context) {

@@ -7,7 +7,8 @@
 
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/measures/bootstrap.hpp"
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/distribution.hpp"
 
 namespace vorin::toolkit {
 

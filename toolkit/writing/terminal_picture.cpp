@@ -5,13 +5,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
 
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/reading/units.hpp"
 
 namespace vorin::toolkit {
@@ -118,11 +119,10 @@ TerminalStyle terminalStyle() {
       break;
     }
   }
-  std::transform(locale.begin(), locale.end(), locale.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  locale = upperCase(locale);
   TerminalStyle style;
   style.unicode =
-      locale.find("utf-8") != std::string::npos || locale.find("utf8") != std::string::npos;
+      locale.find("UTF-8") != std::string::npos || locale.find("UTF8") != std::string::npos;
   const std::string_view terminal = environment("TERM");
   style.colour = environment("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb";
   return style;

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "toolkit/model/distribution.hpp"
 #include "toolkit/model/kernel.hpp"
-#include "toolkit/reading/csv.hpp"
 
 namespace vorin::toolkit {
 
