@@ -14,6 +14,8 @@
 
 #include "brd/nnls_transforms.hpp"
 #include "params/log.hpp"
+#include "toolbox/givens.hpp"
+#include "toolbox/triangle_solve.hpp"
 
 namespace vorin::brd {
 namespace {
@@ -173,18 +175,7 @@ class NnlsSolver {
     w_[j] = Real(0);
   }
 
-  /// Back-substitution for zz(0 .. nsetp-1), by columns.
-  void solveTriangle() {
-    for (std::ptrdiff_t i = nsetp_ - 1; i >= 0; --i) {
-      if (i < nsetp_ - 1) {
-        const std::ptrdiff_t solved = index_[i + 1];
-        for (std::ptrdiff_t l = 0; l <= i; ++l) {
-          zzAt(l) -= A_(l, solved) * zzAt(i + 1);
-        }
-      }
-      zzAt(i) /= A_(i, index_[i]);
-    }
-  }
+  void solveTriangle() { vorin::solveTriangle<Real>(A_, index_, nsetp_, zz_.data()); }
 
   /// The secondary loop: steps from x towards zz until all of P is positive. False
   /// when the limit is exceeded. Each pass counts one solve.
@@ -262,19 +253,14 @@ class NnlsSolver {
   void rotateRows(std::ptrdiff_t k, std::ptrdiff_t column) {
     Real cterm = 0;
     Real sterm = 0;
-    G1(A_(k - 1, column), A_(k, column), cterm, sterm, A_(k - 1, column));
+    givens(A_(k - 1, column), A_(k, column), cterm, sterm, A_(k - 1, column));
     A_(k, column) = Real(0);
-    const auto turn = [cterm, sterm](Real& first, Real& second) {
-      const Real old = first;
-      first = cterm * old + sterm * second;
-      second = -sterm * old + cterm * second;
-    };
     for (std::ptrdiff_t l = 0; l < n_; ++l) {
       if (l != column) {
-        turn(A_(k - 1, l), A_(k, l));
+        rotate(cterm, sterm, A_(k - 1, l), A_(k, l));
       }
     }
-    turn(b_[k - 1], b_[k]);
+    rotate(cterm, sterm, b_[k - 1], b_[k]);
   }
 
   /// The closing act: returns the norm of the residual and publishes the set.

@@ -1,5 +1,5 @@
-// The two companions of NNLS: H12, a Householder transformation, and G1, a Givens
-// rotation (Lawson and Hanson, Solving Least Squares Problems, chapters 3 and 10).
+// H12, the Householder transformation of NNLS (Lawson and Hanson, Solving Least Squares Problems,
+// Prentice-Hall 1974, chapters 3 and 10).
 #pragma once
 
 #include <cmath>
@@ -74,28 +74,6 @@ void H12(H12Mode mode, std::ptrdiff_t pivot, std::ptrdiff_t l1, std::ptrdiff_t m
         C(i, j) += sum * u[i];
       }
     }
-  }
-}
-
-/// The rotation (cterm, sterm; -sterm, cterm) that turns (a, b) into (sig, 0). For
-/// a = b = 0 it is (0, 1) and `sig` is left as it was: nothing uses that rotation.
-template <class Real>
-void G1(Real a, Real b, Real& cterm, Real& sterm, Real& sig) {
-  if (std::abs(a) > std::abs(b)) {
-    const Real xr = b / a;
-    const Real yr = std::sqrt(Real(1) + xr * xr);
-    cterm = std::copysign(Real(1) / yr, a);
-    sterm = cterm * xr;
-    sig = std::abs(a) * yr;
-  } else if (b != Real(0)) {
-    const Real xr = a / b;
-    const Real yr = std::sqrt(Real(1) + xr * xr);
-    sterm = std::copysign(Real(1) / yr, b);
-    cterm = sterm * xr;
-    sig = std::abs(b) * yr;
-  } else {
-    cterm = Real(0);
-    sterm = Real(1);
   }
 }
 

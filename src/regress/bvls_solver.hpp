@@ -20,6 +20,7 @@
 #include "regress/bvls.hpp"
 #include "regress/bvls_transforms.hpp"
 #include "toolbox/scaled_norm.hpp"
+#include "toolbox/triangle_solve.hpp"
 #include "toolbox/views.hpp"
 
 namespace vorin::regress {
@@ -246,18 +247,7 @@ class BvlsSolver {
     W_[j] = Real(0);
   }
 
-  /// Back-substitution for Z(0 .. nsetp-1), by columns.
-  void solveTriangle() {
-    for (std::ptrdiff_t i = nsetp_ - 1; i >= 0; --i) {
-      if (i < nsetp_ - 1) {
-        const std::ptrdiff_t solved = INDEX_[i + 1];
-        for (std::ptrdiff_t k = 0; k <= i; ++k) {
-          zAt(k) -= A_(k, solved) * zAt(i + 1);
-        }
-      }
-      zAt(i) /= A_(i, INDEX_[i]);
-    }
-  }
+  void solveTriangle() { vorin::solveTriangle<Real>(A_, INDEX_, nsetp_, Z_.data()); }
 
   /// Where the way from X to Z first meets a bound.
   struct Hit {

@@ -4,10 +4,10 @@
 // Computations, 3rd ed., Johns Hopkins 1996, section 5.1).
 #pragma once
 
-#include <cmath>
 #include <cstddef>
 #include <vector>
 
+#include "toolbox/givens.hpp"
 #include "toolbox/scaled_norm.hpp"
 #include "toolbox/views.hpp"
 
@@ -67,34 +67,16 @@ class PivotReflection {
 /// those outside the triangle included, so that later tests see them transformed.
 template <class Real>
 void rotateRows(MatrixView<Real> A, VectorView<Real> B, std::ptrdiff_t k, std::ptrdiff_t l) {
-  const Real a = A(k - 1, l);
-  const Real b = A(k, l);
-  const Real magnitude = std::abs(a) + std::abs(b);
-  Real c = 1;
-  Real s = 0;
-  Real diagonal = a;
-  if (magnitude > Real(0)) {
-    const Real ra = a / magnitude;
-    const Real rb = b / magnitude;
-    diagonal = magnitude * std::sqrt(ra * ra + rb * rb);
-    const Real larger = std::abs(a) > std::abs(b) ? a : b;
-    if (larger < Real(0)) {
-      diagonal = -diagonal;
-    }
-    c = a / diagonal;
-    s = b / diagonal;
-  }
-  const auto turn = [c, s](Real& first, Real& second) {
-    const Real old = first;
-    first = c * old + s * second;
-    second = c * second - s * old;
-  };
+  Real c;
+  Real s;
+  Real diagonal;
+  scaledGivens(A(k - 1, l), A(k, l), c, s, diagonal);
   for (std::ptrdiff_t j = 0; j < A.cols; ++j) {
-    turn(A(k - 1, j), A(k, j));
+    rotate(c, s, A(k - 1, j), A(k, j));
   }
   A(k - 1, l) = diagonal;
   A(k, l) = Real(0);
-  turn(B[k - 1], B[k]);
+  rotate(c, s, B[k - 1], B[k]);
 }
 
 }  // namespace vorin::regress

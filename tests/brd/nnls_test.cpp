@@ -13,7 +13,6 @@
 namespace vorin::testing {
 namespace {
 
-using brd::G1;
 using brd::H12;
 using brd::H12Mode;
 
@@ -300,29 +299,6 @@ TYPED_TEST(Nnls, MeetsTheOptimalityConditionsOfLargerProblems) {
       FAIL() << "problem " << count;
     }
   }
-}
-
-TYPED_TEST(Nnls, G1TurnsAPairOntoItsFirstAxis) {
-  using Pair = std::pair<TypeParam, TypeParam>;
-  for (const auto& [a, b] : {Pair{3, 4}, {4, 3}, {-3, 4}, {4, -3}, {-4, -3}, {0, -2}, {5, 0}}) {
-    TypeParam c = 0;
-    TypeParam s = 0;
-    TypeParam sig = -77;
-    G1(a, b, c, s, sig);
-    EXPECT_NEAR(c * a + s * b, sig, 8 * TestFixture::kEpsilon);
-    EXPECT_NEAR(c * b - s * a, 0, 8 * TestFixture::kEpsilon);
-    EXPECT_NEAR(sig, std::hypot(a, b), 8 * TestFixture::kEpsilon) << "never negative";
-  }
-}
-
-TYPED_TEST(Nnls, G1OfTwoZerosLeavesSigAsItWas) {
-  TypeParam c = -77;
-  TypeParam s = -77;
-  TypeParam sig = -77;
-  G1(TypeParam(0), TypeParam(0), c, s, sig);
-  EXPECT_EQ(c, 0);
-  EXPECT_EQ(s, 1);
-  EXPECT_EQ(sig, -77);
 }
 
 // (3, 0, 4) becomes (-5, ...): up = 3 + 5 = 8, and the column (1, 1, 1) turns into

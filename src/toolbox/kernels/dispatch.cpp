@@ -8,7 +8,7 @@ namespace {
 struct Chosen {
   Level level;
   Table<float> single;
-  Table<double> twice;
+  Table<double> inDouble;
 };
 
 Chosen choose(Level level) {
@@ -59,7 +59,7 @@ const Table<float>& table<float>() {
 
 template <>
 const Table<double>& table<double>() {
-  return chosen().twice;
+  return chosen().inDouble;
 }
 
 }  // namespace vorin::kernels
