@@ -20,4 +20,10 @@ class UserError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Thrown through a job by a progress function that ends it.
+class Cancelled : public std::runtime_error {
+ public:
+  Cancelled() : std::runtime_error("the job was cancelled") {}
+};
+
 }  // namespace vorin::toolkit

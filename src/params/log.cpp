@@ -8,6 +8,7 @@
 #include "params/log_file.hpp"
 #include "params/store.hpp"
 #include "params/text.hpp"
+#include "toolbox/instance.hpp"
 
 namespace vorin::params {
 namespace {
@@ -60,8 +61,13 @@ void VorinLogOpen(bool open) {
   if (!open) {
     return;
   }
+  const Instance* const instance = currentInstance();
+  const bool placed = instance != nullptr && instance->logFile.has_value();
+  if (placed && instance->logFile->empty()) {
+    return;
+  }
   std::int32_t result = 0;
-  FOPEN(logUnit(), logFileName(), "UNKNOWN", result);
+  FOPEN(logUnit(), placed ? *instance->logFile : logFileName(), "UNKNOWN", result);
   writeHeader();
   constexpr float headerOnlyLevel = 0.5F;
   if (queryReal("REPO") <= headerOnlyLevel) {

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace vorin {
 
@@ -30,6 +32,10 @@ class Instance {
     }
     return *static_cast<State*>(slot.get());
   }
+
+  /// Where the log goes in place of the file that the key FLOG names: a path, or none at all
+  /// when it is empty. Not set: as FLOG says.
+  std::optional<std::string> logFile;
 
  private:
   static constexpr std::size_t partCount = 4;

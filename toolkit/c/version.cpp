@@ -1,5 +1,5 @@
 #include "toolkit/vorin_toolkit.h"
 
-const char* vorin_toolkit_version(void) {
+const char* vorin_toolkit_version(void) noexcept {
   return VORIN_TOOLKIT_BUILD_VERSION;
 }

@@ -1,11 +1,17 @@
 #include "toolkit/measures/bootstrap.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <exception>
+#include <iterator>
 #include <limits>
+#include <mutex>
 #include <numeric>
 #include <random>
+#include <thread>
 
+#include "toolbox/instance.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/problem.hpp"
@@ -46,14 +52,95 @@ Parts partsOf(const Inversion& inversion, const Problem& problem) {
   return parts;
 }
 
-/// The store as the inversion had it, at the weight that it chose and with a log elsewhere.
-void setReplicateKeys(InversionSettings settings, const Inversion& inversion) {
-  settings.keepLog = false;
+/// The store as the inversion had it, at the weight that it chose.
+void setReplicateKeys(const InversionSettings& settings, const Inversion& inversion) {
   setKeys(settings);
-  setText("FLOG", "REPLICATE");
   setText("TARG", "WEIG");
   setNumber("WEIG", static_cast<float>(inversion.weight));
 }
+
+/// The replicates of one bootstrap: any share of them can be inverted by a thread.
+class Replicates {
+ public:
+  Replicates(const Problem& problem, Parts parts, const InversionSettings& settings,
+             const Inversion& inversion, const BootstrapSettings& options)
+      : problem_(problem),
+        parts_(std::move(parts)),
+        settings_(settings),
+        inversion_(inversion),
+        options_(options),
+        amplitudes_(static_cast<std::size_t>(options.replicates)) {}
+
+  /// Inverts all on as many threads as are asked for. Rethrows what one of them throws.
+  void run() {
+    const std::size_t count = amplitudes_.size();
+    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+    const std::size_t wanted =
+        options_.threads > 0 ? static_cast<std::size_t>(options_.threads) : processors;
+    const std::size_t threads = std::clamp<std::size_t>(wanted, 1, count);
+    std::vector<std::jthread> others;
+    for (std::size_t k = 1; k < threads; ++k) {
+      others.emplace_back([=, this] { runShare(count * k / threads, count * (k + 1) / threads); });
+    }
+    runShare(0, count / threads);
+    others.clear();  // which waits for them
+    if (failure_) {
+      std::rethrow_exception(failure_);
+    }
+  }
+
+  /// The amplitudes of each replicate in turn; none where its inversion failed.
+  const std::vector<std::vector<double>>& amplitudes() const { return amplitudes_; }
+
+ private:
+  void runShare(std::size_t first, std::size_t last) noexcept {
+    try {
+      invertShare(first, last);
+    } catch (...) {
+      const std::lock_guard guard(guard_);
+      stopped_ = true;
+      failure_ = failure_ ? failure_ : std::current_exception();
+    }
+  }
+
+  void invertShare(std::size_t first, std::size_t last) {
+    Instance instance;
+    instance.logFile = "";
+    const InstanceScope scope(instance);
+    setReplicateKeys(settings_, inversion_);
+    // All replicates draw from one sequence, so that shares of any size draw the same.
+    std::mt19937_64 engine(options_.seed);
+    std::vector<float> Y(parts_.fit.size());
+    engine.discard(static_cast<unsigned long long>(first) * Y.size());
+    for (std::size_t replicate = first; replicate < last && !stopped_; ++replicate) {
+      for (std::size_t i = 0; i < Y.size(); ++i) {
+        Y[i] = static_cast<float>(parts_.fit[i] + parts_.residual[engine() % Y.size()]);
+      }
+      const Solution solution = problem_.solve(Y);
+      if (solution.status == 0) {
+        std::vector<double>& found = amplitudes_[replicate];
+        std::transform(solution.F.begin(), solution.F.end(), std::back_inserter(found),
+                       [&](float F) { return static_cast<double>(F) * problem_.scale(); });
+      }
+      const std::lock_guard guard(guard_);
+      ++done_;
+      if (options_.progress && !stopped_) {
+        options_.progress(done_);
+      }
+    }
+  }
+
+  const Problem& problem_;
+  Parts parts_;
+  const InversionSettings& settings_;
+  const Inversion& inversion_;
+  const BootstrapSettings& options_;
+  std::vector<std::vector<double>> amplitudes_;
+  std::mutex guard_;  ///< of what follows
+  int done_ = 0;
+  std::exception_ptr failure_;
+  std::atomic<bool> stopped_ = false;
+};
 
 /// `value`, but 0 where it is below; one that is not a number stays so.
 double notBelowZero(double value) {
@@ -89,34 +176,27 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
   settings.rejectBeyond.reset();
   const Problem whole(decay, settings);
   const Problem problem = whole.without(inversion.rejected);
-  const Parts parts = partsOf(inversion, problem);
-  setReplicateKeys(settings, inversion);
+  settings.keepLog = false;
+  Replicates replicates(problem, partsOf(inversion, problem), settings, inversion, options);
+  replicates.run();
 
   const std::size_t grid = settings.grid.size();
   std::vector<std::vector<double>> amplitudes(grid);
-  std::vector<double> logMeans;
-  std::mt19937_64 engine(options.seed);
-  std::vector<float> Y(parts.fit.size());
+  std::vector<double> logarithms;
   Band band;
-  for (int replicate = 0; replicate < options.replicates; ++replicate) {
-    for (std::size_t i = 0; i < Y.size(); ++i) {
-      Y[i] = static_cast<float>(parts.fit[i] + parts.residual[engine() % Y.size()]);
+  for (const std::vector<double>& replicate : replicates.amplitudes()) {
+    if (replicate.empty()) {
+      continue;
     }
-    const Solution solution = problem.solve(Y);
-    if (solution.status == 0) {
-      Distribution found{settings.grid, {}};
-      for (std::size_t k = 0; k < grid; ++k) {
-        found.amplitude.push_back(static_cast<double>(solution.F[k]) * problem.scale());
-        amplitudes[k].push_back(found.amplitude.back());
-      }
-      if (const double mean = logMean(found); mean > 0.0) {
-        logMeans.push_back(std::log(mean));
-      }
-      ++band.replicates;
+    for (std::size_t k = 0; k < grid; ++k) {
+      amplitudes[k].push_back(replicate[k]);
     }
-    if (options.progress) {
-      options.progress(replicate + 1);
+    const double mean = logMean({settings.grid, replicate});
+    band.logMeans.push_back(mean);
+    if (mean > 0.0) {
+      logarithms.push_back(std::log(mean));
     }
+    ++band.replicates;
   }
   for (std::size_t k = 0; k < grid; ++k) {
     // Replicates are smoothed twice: their own place would lie beside the distribution.
@@ -124,7 +204,7 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
     band.lower.push_back(notBelowZero(quantile(amplitudes[k], kTail) + shift));
     band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - kTail) + shift));
   }
-  setInterval(band, std::log(logMean(inversion.distribution)), logMeans);
+  setInterval(band, std::log(logMean(inversion.distribution)), logarithms);
   return band;
 }
 

@@ -19,12 +19,16 @@ struct Band {
   double logMeanLower = 0.0;  ///< not a number when no replicate has a log mean
   double logMeanUpper = 0.0;
   int replicates = 0;  ///< that were inverted with success
+  std::vector<double> logMeans;  ///< of these replicates; not a number where the total is 0
 };
 
 struct BootstrapSettings {
   int replicates = 200;
   std::uint64_t seed = 1;
-  std::function<void(int)> progress;  ///< called with the count done, if there is one
+  int threads = 1;  ///< 0: one for each processor. The band does not depend on it
+  /// Called with the count done, if there is one, by one thread at a time. What it throws ends
+  /// the bootstrap and leaves it.
+  std::function<void(int)> progress;
 };
 
 /// The band of `inversion`, which invert(decay, settings) returned.
@@ -46,8 +50,8 @@ struct BootstrapSettings {
 /// sqrt(h^2 + (b/2)^2). One between percentiles would hold the penalty's share twice, and one
 /// that takes all of b away fails for smooth truths.
 ///
-/// The library's log of the inversion stays as it is; its keys do not. One seed gives the
-/// same band on every machine, up to the library's own rounding.
+/// Each thread works on an instance of its own: the caller's keys and log stay as they are. One
+/// seed gives the same band on every machine, up to the library's own rounding.
 Band bootstrap(const Decay& decay, const InversionSettings& settings, const Inversion& inversion,
                const BootstrapSettings& options);
 

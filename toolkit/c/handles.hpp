@@ -1,0 +1,96 @@
+// What stands behind the handles of the C boundary.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "toolkit/inverting/preparation.hpp"
+#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/units.hpp"
+#include "toolkit/vorin_toolkit.h"
+
+namespace vorin::toolkit::c {
+
+/// A setting that is none of the method (settingTexts()): the job that takes it reads it.
+struct JobSetting {
+  std::string_view name;
+  std::string_view takes;
+  std::string_view standard;
+  std::string_view meaning;
+};
+
+struct Inverted;
+
+}  // namespace vorin::toolkit::c
+
+/// Values by name, as they were set.
+struct vorin_settings {
+  std::map<std::string, std::string, std::less<>> texts;
+  std::map<std::string, std::vector<double>, std::less<>> arrays;
+  std::map<std::string, vorin::toolkit::Matrix, std::less<>> matrices;
+  std::vector<std::pair<std::string, std::string>> keys;  ///< of the library, in order
+
+  /// The text of a setting; empty where it is not set.
+  const std::string& text(std::string_view name) const;
+
+  /// The values of a list that was set, or those that its text stands for (a grid of
+  /// `quantity`); none where neither is.
+  std::vector<double> grid(std::string_view name, vorin::toolkit::Quantity quantity) const;
+
+  /// The kernel by name, or the matrix that was set in its place.
+  vorin::toolkit::KernelChoice kernel() const;
+
+  /// The settings of the method.
+  vorin::toolkit::InversionSettings method() const;
+};
+
+/// Fields by name, in the order in which they were added.
+struct vorin_result {
+  using Value = std::variant<double, std::string, std::vector<double>, std::vector<std::string>>;
+  struct Field {
+    std::string_view name;  ///< a literal
+    Value value;
+  };
+
+  void add(std::string_view name, Value value) { fields.push_back({name, std::move(value)}); }
+
+  /// Throws NoField where there is no field of that name and kind.
+  template <class Kind>
+  const Kind& at(std::string_view name) const;
+
+  std::vector<Field> fields;
+  /// Of an inversion: what later jobs on it need; see inversionOf().
+  std::shared_ptr<const vorin::toolkit::c::Inverted> inverted;
+};
+
+namespace vorin::toolkit::c {
+
+/// Settings that all have their defaults, where a host gives none.
+const vorin_settings& settingsOrDefaults(const vorin_settings* settings);
+
+/// The kernel of that name. Throws UserError for a null address and for another name.
+Kernel namedKernel(const char* name);
+
+/// Throws UserError, which calls them times, unless `times` rise from 0 or above and are no
+/// longer than times can be.
+void requireTimes(const std::vector<double>& times);
+
+/// Throws UserError, which names the argument, unless `grid` rises from above 0 inside the range
+/// of single precision.
+void requireGrid(const std::vector<double>& grid, std::string_view name);
+
+/// Throws UserError, which names the argument, for samples that are all 0.
+void requireSignal(const MeasuredDecay& measured, std::string_view name);
+
+/// Adds the measures of a distribution: "total", "log_mean" and the lists of its peaks.
+void addMeasures(vorin_result& result, const Distribution& distribution, double smallestShare);
+
+}  // namespace vorin::toolkit::c

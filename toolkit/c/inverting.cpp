@@ -1,0 +1,200 @@
+// Inversions, their bootstrap and their L-curve.
+#include <algorithm>
+#include <memory>
+
+#include "toolkit/c/boundary.hpp"
+#include "toolkit/c/job.hpp"
+#include "toolkit/inverting/lcurve.hpp"
+#include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/writing/json_report.hpp"
+#include "toolkit/writing/report.hpp"
+
+namespace vorin::toolkit::c {
+
+namespace {
+
+/// A number above 0, or not-a-number.
+double known(double value) {
+  return value > 0.0 ? value : kUnknown;
+}
+
+/// The samples of a host, looked at as those of a file are.
+MeasuredDecay measuredDecay(const double* times, const double* real, const double* imaginary,
+                            std::int64_t samples) {
+  MeasuredDecay measured;
+  measured.decay.time = numbersAt(times, samples, 2, "t");
+  requireTimes(measured.decay.time);
+  measured.decay.amplitude = numbersAt(real, samples, 2, "y");
+  if (imaginary != nullptr) {
+    measured.imaginary = numbersAt(imaginary, samples, 2, "y");
+  }
+  requireSignal(measured, "y");
+  return measured;
+}
+
+void addSamples(vorin_result& result, const Inverted& job) {
+  const Inversion& inversion = job.inversion;
+  result.add("time", job.input.decay.time);
+  result.add("amplitude", job.input.decay.amplitude);
+  result.add("grid", inversion.distribution.time);
+  result.add("distribution", inversion.distribution.amplitude);
+  result.add("fit", inversion.fit);
+  result.add("rejected", std::vector<double>(inversion.rejected.begin(), inversion.rejected.end()));
+}
+
+void addNumbers(vorin_result& result, const Inverted& job) {
+  const Inversion& inversion = job.inversion;
+  result.add("status", static_cast<double>(inversion.status));
+  result.add("success", succeeded(inversion) ? 1.0 : 0.0);
+  result.add("samples", static_cast<double>(job.input.decay.time.size()));
+  result.add("weight", inversion.weight);
+  result.add("noise", known(inversion.noise));
+  result.add("signal_to_noise", signalToNoise(inversion, job.input.decay).value_or(kUnknown));
+  result.add("wanted_standard_error", known(inversion.wantedError));
+  result.add("standard_error", inversion.reachedError);
+  result.add("fit_error", inversion.fitError);
+  result.add("iterations", static_cast<double>(inversion.weightSteps));
+  result.add("passes", static_cast<double>(inversion.passes));
+  result.add("raised_aim", known(inversion.raisedAim));
+  result.add("corner_weight", known(inversion.cornerWeight));
+  result.add("phase", job.input.phase.value_or(kUnknown));
+}
+
+std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
+  auto result = std::make_unique<vorin_result>();
+  const Inversion& inversion = job->inversion;
+  addNumbers(*result, *job);
+  result->add("kernel", std::string(job->settings.kernel == Kernel::matrix
+                                        ? "own"
+                                        : kernelName(job->settings.kernel)));
+  result->add("weight_origin", std::string(weightOrigin(inversion)));
+  result->add("noise_origin", std::string(noiseOriginWord(inversion.noiseOrigin)));
+  result->add("status_text", inSettingNames(statusText(inversion)));
+  addSamples(*result, *job);
+  constexpr double kSmallestShare = 0.005;
+  addMeasures(*result, inversion.distribution, kSmallestShare);
+  result->inverted = std::move(job);
+  return result;
+}
+
+std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredDecay measured) {
+  const KernelChoice kernel = settings.kernel();
+  auto job = std::make_shared<Inverted>();
+  job->settings = settings.method();
+  const std::vector<double> grid = settings.grid("grid", gridQuantity(kernel.kernel));
+  if (grid.empty() && kernel.kernel == Kernel::matrix) {
+    throw UserError(
+        "grid is missing; a kernel of your own needs the values that its columns belong to");
+  }
+  job->input = prepare(std::move(measured), kernel, grid, settings.text("skip"), "y");
+  job->settings.kernel = kernel.kernel;
+  job->settings.matrix = job->input.matrix;
+  job->settings.grid = job->input.grid;
+  LogFile log(settings.text("log"));
+  job->settings.keepLog = !log.temporary().empty();
+  {
+    const Job scope(log.temporary());
+    job->inversion = invert(job->input.decay, job->settings);
+  }
+  log.commit();
+  return resultOf(std::move(job));
+}
+
+/// "threads" as a count, 0 for one for each processor.
+int threadCount(const std::string& text) {
+  constexpr int kMost = 1024;
+  if (text.empty()) {
+    return 1;
+  }
+  const std::optional<long long> count = parseInteger(text);
+  if (!count || *count < 0 || *count > kMost) {
+    throw UserError(
+        fmt::format("threads {}: a whole number from 0 to {} is wanted", inQuotes(text), kMost));
+  }
+  return static_cast<int>(*count);
+}
+
+}  // namespace
+
+const Inverted& inversionOf(const vorin_result* result) {
+  requireAddress(result, "inversion");
+  if (result->inverted == nullptr) {
+    throw UserError("inversion: this result is of another job; give one of vorin_invert");
+  }
+  return *result->inverted;
+}
+
+}  // namespace vorin::toolkit::c
+
+namespace c = vorin::toolkit::c;
+
+extern "C" {
+
+int32_t vorin_invert(const vorin_settings* settings, const double* times, const double* real,
+                     const double* imaginary, int64_t samples, vorin_result** result, char* message,
+                     int64_t message_size) noexcept {
+  return c::making(result, message, message_size, [&] {
+    return c::inverted(c::settingsOrDefaults(settings),
+                       c::measuredDecay(times, real, imaginary, samples));
+  });
+}
+
+int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* settings,
+                        vorin_progress progress, void* user, vorin_result** result, char* message,
+                        int64_t message_size) noexcept {
+  return c::making(result, message, message_size, [&] {
+    const c::Inverted& job = c::inversionOf(inversion);
+    const vorin_settings& given = c::settingsOrDefaults(settings);
+    const std::string& replicates = given.text("replicates");
+    vorin::toolkit::BootstrapSettings wanted =
+        vorin::toolkit::readBootstrap(replicates.empty() ? "200" : replicates, given.text("seed"));
+    wanted.threads = c::threadCount(given.text("threads"));
+    if (progress != nullptr) {
+      wanted.progress = [&](int done) {
+        if (progress(user, done, wanted.replicates) != 0) {
+          throw vorin::toolkit::Cancelled();
+        }
+      };
+    }
+    vorin::toolkit::Band band =
+        vorin::toolkit::bootstrap(job.input.decay, job.settings, job.inversion, wanted);
+    auto made = std::make_unique<vorin_result>();
+    made->add("replicates", static_cast<double>(band.replicates));
+    made->add("log_mean_lower", band.logMeanLower);
+    made->add("log_mean_upper", band.logMeanUpper);
+    made->add("lower", std::move(band.lower));
+    made->add("upper", std::move(band.upper));
+    made->add("log_means", std::move(band.logMeans));
+    return made;
+  });
+}
+
+int32_t vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message,
+                     int64_t message_size) noexcept {
+  return c::making(result, message, message_size, [&] {
+    const c::Inverted& job = c::inversionOf(inversion);
+    const c::Job scope;
+    const vorin::toolkit::LCurve curve =
+        vorin::toolkit::lCurve(job.input.decay, job.settings, job.inversion);
+    std::vector<double> weight;
+    std::vector<double> residual;
+    std::vector<double> solution;
+    for (const auto& point : curve.rungs) {
+      weight.push_back(point.weight);
+      residual.push_back(point.residualNorm);
+      solution.push_back(point.solutionNorm);
+    }
+    auto made = std::make_unique<vorin_result>();
+    made->add("corner", static_cast<double>(curve.corner));
+    made->add("used_weight", curve.used.weight);
+    made->add("used_residual_norm", curve.used.residualNorm);
+    made->add("used_solution_norm", curve.used.solutionNorm);
+    made->add("weight", std::move(weight));
+    made->add("residual_norm", std::move(residual));
+    made->add("solution_norm", std::move(solution));
+    return made;
+  });
+}
+
+}  // extern "C"

@@ -1,0 +1,56 @@
+// What a job of the C boundary runs on, and what an inversion keeps for later jobs on it.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "toolbox/instance.hpp"
+#include "toolkit/c/handles.hpp"
+#include "toolkit/inverting/inversion.hpp"
+
+namespace vorin::toolkit::c {
+
+/// An instance of the numerical library's state that this thread works on while the job lives,
+/// with the log in `logFile`; an empty name leaves no log.
+class Job {
+ public:
+  explicit Job(std::string logFile = "") : scope_(instance_) {
+    instance_.logFile = std::move(logFile);
+  }
+
+ private:
+  Instance instance_;
+  InstanceScope scope_;
+};
+
+/// The log of one job on its way to its place: it appears whole, after commit(), or not at all.
+class LogFile {
+ public:
+  /// Throws UserError, which names "log", for a name under which no file can stand; an empty
+  /// name is no log.
+  explicit LogFile(const std::string& name);
+  LogFile(const LogFile&) = delete;
+  LogFile& operator=(const LogFile&) = delete;
+  ~LogFile();
+
+  /// The file that the library is to write; empty for no log.
+  std::string temporary() const { return temporary_.string(); }
+
+  void commit();
+
+ private:
+  std::filesystem::path target_;
+  std::filesystem::path temporary_;
+};
+
+/// An inversion with all that it was made of.
+struct Inverted {
+  Prepared input;
+  InversionSettings settings;
+  Inversion inversion;
+};
+
+/// What vorin_invert kept in `result`. Throws UserError for a result of another job.
+const Inverted& inversionOf(const vorin_result* result);
+
+}  // namespace vorin::toolkit::c

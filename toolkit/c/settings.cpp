@@ -1,0 +1,299 @@
+// The handle of settings: names and texts, lists and matrices.
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+
+#include "toolkit/c/boundary.hpp"
+#include "toolkit/c/handles.hpp"
+#include "toolkit/inverting/settings_text.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/reading/numbers.hpp"
+
+using vorin::toolkit::InversionSettings;
+using vorin::toolkit::KernelChoice;
+using vorin::toolkit::Quantity;
+using vorin::toolkit::SettingText;
+using vorin::toolkit::UserError;
+namespace c = vorin::toolkit::c;
+
+namespace {
+
+constexpr std::string_view kKeyPrefix = "key.";
+
+constexpr std::array<c::JobSetting, 10> kJobSettings{{
+    {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
+     "what one value of the grid adds to a sample"},
+    {"grid", "FROM:TO:N, or a list", "by the times of the samples",
+     "the values that the distribution is over, rising from above 0"},
+    {"skip", "N", "0", "leave out the first N samples"},
+    {"log", "FILE", "no log", "the file for the numerical library's log"},
+    {"replicates", "N", "200", "replicates of a bootstrap, 20 to 100000"},
+    {"seed", "N", "1", "of the noise that a bootstrap or a simulation draws"},
+    {"threads", "N", "1", "threads of a bootstrap; 0 is one for each processor"},
+    {"columns", "X,Y[,IM]", "1,2", "the columns of a file: numbers from 1, or names of its header"},
+    {"time_unit", "UNIT", "s, or s/m2", "of the first column of a file"},
+    {"phase", "RADIANS", "real data", "by which a computed decay is turned"},
+}};
+
+/// The name of a setting of the method as this boundary has it.
+std::string settingName(const SettingText& row) {
+  std::string name(row.name);
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+}
+
+const SettingText* methodSetting(std::string_view name) {
+  for (const SettingText& row : vorin::toolkit::settingTexts()) {
+    if (settingName(row) == name) {
+      return &row;
+    }
+  }
+  return nullptr;
+}
+
+void requireName(std::string_view name) {
+  const bool known = methodSetting(name) != nullptr ||
+                     std::any_of(kJobSettings.begin(), kJobSettings.end(),
+                                 [&](const c::JobSetting& row) { return row.name == name; });
+  if (!known) {
+    throw UserError(fmt::format("{}: there is no such setting; vorin_setting_names lists all",
+                                vorin::toolkit::inQuotes(name)));
+  }
+}
+
+/// A name that takes lists or matrices.
+void requireOnly(std::string_view name, std::string_view allowed, std::string_view what) {
+  if (name != allowed) {
+    requireName(name);
+    throw UserError(fmt::format("{} takes no {}; only {} does", name, what, allowed));
+  }
+}
+
+void setKey(vorin_settings& settings, std::string_view key, const std::string& text) {
+  auto& keys = settings.keys;
+  const auto found =
+      std::find_if(keys.begin(), keys.end(), [&](const auto& pair) { return pair.first == key; });
+  if (text.empty()) {
+    if (found != keys.end()) {
+      keys.erase(found);
+    }
+  } else if (found != keys.end()) {
+    found->second = text;
+  } else {
+    keys.emplace_back(key, text);
+  }
+}
+
+void setText(vorin_settings& settings, std::string_view name, const std::string& text) {
+  if (name.starts_with(kKeyPrefix)) {
+    setKey(settings, name.substr(kKeyPrefix.size()), text);
+    return;
+  }
+  requireName(name);
+  if (const SettingText* row = methodSetting(name)) {
+    InversionSettings tried;
+    row->read(text, tried);
+  }
+  settings.arrays.erase(std::string(name));
+  settings.matrices.erase(std::string(name));
+  settings.texts.insert_or_assign(std::string(name), text);
+}
+
+}  // namespace
+
+const std::string& vorin_settings::text(std::string_view name) const {
+  static const std::string none;
+  const auto found = texts.find(name);
+  return found == texts.end() ? none : found->second;
+}
+
+std::vector<double> vorin_settings::grid(std::string_view name, Quantity quantity) const {
+  const auto list = arrays.find(name);
+  if (list != arrays.end()) {
+    return list->second;
+  }
+  const std::string& written = text(name);
+  return written.empty() ? std::vector<double>()
+                         : vorin::toolkit::parseGrid(written, name, quantity).times();
+}
+
+KernelChoice vorin_settings::kernel() const {
+  const auto matrix = matrices.find("kernel");
+  if (matrix != matrices.end()) {
+    return {vorin::toolkit::Kernel::matrix, "own", matrix->second};
+  }
+  const std::string& name = text("kernel");
+  return {name.empty() ? vorin::toolkit::Kernel::t2 : c::namedKernel(name.c_str()), {}, {}};
+}
+
+InversionSettings vorin_settings::method() const {
+  InversionSettings settings;
+  for (const SettingText& row : vorin::toolkit::settingTexts()) {
+    row.read(text(settingName(row)), settings);
+  }
+  vorin::toolkit::requireCompatible(settings);
+  for (const auto& [key, value] : keys) {
+    settings.assignments.push_back(key + '=' + value);
+  }
+  return settings;
+}
+
+namespace vorin::toolkit::c {
+
+const vorin_settings& settingsOrDefaults(const vorin_settings* settings) {
+  static const vorin_settings defaults;
+  return settings == nullptr ? defaults : *settings;
+}
+
+Kernel namedKernel(const char* name) {
+  requireAddress(name, "kernel");
+  return parseKernel(name, "kernel");
+}
+
+void requireTimes(const std::vector<double>& times) {
+  constexpr double kLongest = 1e30;  // single precision would not hold more
+  if (times.front() < 0.0) {
+    throw UserError(fmt::format("t[0] is {:g}; times are 0 or above", times.front()));
+  }
+  for (std::size_t i = 1; i < times.size(); ++i) {
+    if (!(times[i] > times[i - 1])) {
+      throw UserError(
+          fmt::format("t[{}] is {:g} and does not rise above t[{}], {:g}; sort the samples by "
+                      "time, each time once",
+                      i, times[i], i - 1, times[i - 1]));
+    }
+  }
+  if (times.back() > kLongest) {
+    throw UserError(fmt::format("t[{}] is {:g}; times are {:g} at most", times.size() - 1,
+                                times.back(), kLongest));
+  }
+}
+
+void requireGrid(const std::vector<double>& grid, std::string_view name) {
+  constexpr double kSmallest = 1e-30;  // well inside the range of single precision
+  constexpr double kLargest = 1e30;
+  const bool rises = std::adjacent_find(grid.begin(), grid.end(),
+                                        [](double a, double b) { return !(a < b); }) == grid.end();
+  if (!rises || grid.front() < kSmallest || grid.back() > kLargest) {
+    throw UserError(
+        fmt::format("{} does not rise from above 0; give each value once, sorted, from {:g} to "
+                    "{:g}",
+                    name, kSmallest, kLargest));
+  }
+}
+
+void requireSignal(const MeasuredDecay& measured, std::string_view name) {
+  const auto isZero = [](double value) { return value == 0.0; };
+  if (std::all_of(measured.decay.amplitude.begin(), measured.decay.amplitude.end(), isZero) &&
+      std::all_of(measured.imaginary.begin(), measured.imaginary.end(), isZero)) {
+    throw UserError(fmt::format("{} is 0 everywhere; a decay has a signal", name));
+  }
+}
+
+}  // namespace vorin::toolkit::c
+
+extern "C" {
+
+int32_t vorin_settings_create(vorin_settings** settings, char* message,
+                              int64_t message_size) noexcept {
+  return c::making(settings, message, message_size,
+                   [] { return std::make_unique<vorin_settings>(); });
+}
+
+void vorin_settings_free(vorin_settings* settings) noexcept {
+  delete settings;
+}
+
+int32_t vorin_settings_set_text(vorin_settings* settings, const char* name, const char* text,
+                                char* message, int64_t message_size) noexcept {
+  return c::guarded(message, message_size, [&] {
+    c::requireAddress(settings, "settings");
+    c::requireAddress(name, "name");
+    setText(*settings, name, text == nullptr ? "" : text);
+  });
+}
+
+int32_t vorin_settings_set_number(vorin_settings* settings, const char* name, double value,
+                                  char* message, int64_t message_size) noexcept {
+  return c::guarded(message, message_size, [&] {
+    c::requireAddress(settings, "settings");
+    c::requireAddress(name, "name");
+    setText(*settings, name, fmt::format("{}", value));  // the shortest text that reads back
+  });
+}
+
+int32_t vorin_settings_set_array(vorin_settings* settings, const char* name, const double* values,
+                                 int64_t count, char* message, int64_t message_size) noexcept {
+  return c::guarded(message, message_size, [&] {
+    c::requireAddress(settings, "settings");
+    c::requireAddress(name, "name");
+    requireOnly(name, "grid", "list");
+    std::vector<double> list = c::numbersAt(values, count, 2, name);
+    c::requireGrid(list, name);
+    settings->texts.erase(name);
+    settings->arrays.insert_or_assign(name, std::move(list));
+  });
+}
+
+int32_t vorin_settings_set_matrix(vorin_settings* settings, const char* name, const double* values,
+                                  int64_t rows, int64_t columns, char* message,
+                                  int64_t message_size) noexcept {
+  return c::guarded(message, message_size, [&] {
+    c::requireAddress(settings, "settings");
+    c::requireAddress(name, "name");
+    requireOnly(name, "kernel", "matrix");
+    c::requireAddress(values, name);
+    if (rows < 1 || columns < 1) {
+      throw UserError(fmt::format("{} has {} rows and {} columns; 1 or more of each are wanted",
+                                  name, rows, columns));
+    }
+    const auto height = static_cast<std::size_t>(rows);
+    const auto width = static_cast<std::size_t>(columns);
+    constexpr double kMost = std::numeric_limits<float>::max();
+    vorin::toolkit::Matrix matrix{height, width, std::vector<double>(height * width)};
+    for (std::size_t i = 0; i < height; ++i) {
+      for (std::size_t j = 0; j < width; ++j) {
+        const double value = values[i * width + j];
+        if (!(std::fabs(value) <= kMost)) {
+          throw UserError(
+              fmt::format("{}[{}, {}] is {:g}; numbers that single precision holds "
+                          "are wanted",
+                          name, i, j, value));
+        }
+        matrix.values[j * height + i] = value;
+      }
+    }
+    settings->texts.erase(name);
+    settings->matrices.insert_or_assign(name, std::move(matrix));
+  });
+}
+
+int32_t vorin_setting_names(vorin_result** result, char* message, int64_t message_size) noexcept {
+  return c::making(result, message, message_size, [] {
+    std::vector<std::string> name;
+    std::vector<std::string> takes;
+    std::vector<std::string> standard;
+    std::vector<std::string> meaning;
+    const auto add = [&](std::string_view n, const auto& row) {
+      name.emplace_back(n);
+      takes.emplace_back(row.takes);
+      standard.emplace_back(row.standard);
+      meaning.emplace_back(row.meaning);
+    };
+    for (const SettingText& row : vorin::toolkit::settingTexts()) {
+      add(settingName(row), row);
+    }
+    for (const c::JobSetting& row : kJobSettings) {
+      add(row.name, row);
+    }
+    auto made = std::make_unique<vorin_result>();
+    made->add("name", std::move(name));
+    made->add("takes", std::move(takes));
+    made->add("default", std::move(standard));
+    made->add("meaning", std::move(meaning));
+    return made;
+  });
+}
+
+}  // extern "C"
