@@ -12,6 +12,7 @@
 #include <variant>
 #include <vector>
 
+#include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/preparation.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/units.hpp"

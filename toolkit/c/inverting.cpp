@@ -7,6 +7,7 @@
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/measures/bootstrap.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/writing/json_report.hpp"
 #include "toolkit/writing/report.hpp"
 

@@ -12,6 +12,7 @@
 #include "toolkit/model/phase.hpp"
 #include "toolkit/model/simulation.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit::c {
 

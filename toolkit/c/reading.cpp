@@ -7,6 +7,7 @@
 #include "toolkit/inverting/keys.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit::c {
 

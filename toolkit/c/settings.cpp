@@ -9,6 +9,7 @@
 #include "toolkit/inverting/settings_text.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 
 using vorin::toolkit::InversionSettings;
 using vorin::toolkit::KernelChoice;
