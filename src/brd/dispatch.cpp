@@ -10,23 +10,23 @@
 namespace vorin::brd {
 namespace {
 
-enum class Route { single, twice, quadraticProgram };
+enum class Route { singlePrecision, doublePrecision, quadraticProgram };
 
 Route routeOf(std::int32_t code) {
   switch (code) {
     case 1:
-      return Route::single;
+      return Route::singlePrecision;
     case 3:
       return Route::quadraticProgram;
     default:
-      return Route::twice;
+      return Route::doublePrecision;
   }
 }
 
 // What a fresh dual vector holds on the converting routes. The double iteration
 // only compares with it in its first pass; the single one starts from it, as the
 // weight search starts from ones.
-constexpr double freshDualTwice = 0.0;
+constexpr double freshDualDouble = 0.0;
 constexpr float freshDualSingle = 1.0f;
 
 template <class Caller>
@@ -56,38 +56,36 @@ void solveConverted(System<Working>& system, Iteration iterate, Working freshDua
 }
 
 void vrBRD_s_up(Problem<float>& problem, float* f, float weight, const Report<float>& report) {
-  solveConverted(problem.twice(), vrBRD_w_d, freshDualTwice, f, weight, report);
+  solveConverted(problem.doublePrecision(), vrBRD_w_d, freshDualDouble, f, weight, report);
 }
 
 void vrBRD_d_down(Problem<double>& problem, double* f, double weight,
                   const Report<double>& report) {
-  solveConverted(problem.single(), vrBRD_w_s, freshDualSingle, f, weight, report);
+  solveConverted(problem.singlePrecision(), vrBRD_w_s, freshDualSingle, f, weight, report);
 }
 
 }  // namespace
 
 void vrBRD_s_qp(Problem<float>& problem, float* f, float weight, float& rss, float& rssSlope,
                 std::int32_t& status) {
-  problem.beginSolve();
-  QuadraticProgram& program = problem.program();
-  const auto route = [&program](System<double>& /*its own*/, double* workF, double* workC,
+  QuadraticProgram& program = problem.quadraticProgram();
+  const auto route = [&program](System<double>& /*the program's*/, double* workF, double* workC,
                                 double w) { return vrBRD_qp_d(program, workF, workC, w); };
-  solveConverted(problem.twice(), route, freshDualTwice, f, weight,
+  solveConverted(problem.doublePrecision(), route, freshDualDouble, f, weight,
                  Report<float>{rss, rssSlope, status});
 }
 
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
              std::int32_t& status) {
-  problem.beginSolve();
   const Report<float> report{rss, rssSlope, status};
   switch (routeOf(params::queryInteger("BRDA"))) {
-    case Route::single:
-      report.take(vrBRD_w_s(problem.single(), f, c, weight));
+    case Route::singlePrecision:
+      report.take(vrBRD_w_s(problem.singlePrecision(), f, c, weight));
       break;
     case Route::quadraticProgram:
       vrBRD_s_qp(problem, f, weight, rss, rssSlope, status);
       break;
-    case Route::twice:
+    case Route::doublePrecision:
       vrBRD_s_up(problem, f, weight, report);
       break;
   }
@@ -95,17 +93,16 @@ void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& r
 
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
              double& rssSlope, std::int32_t& status) {
-  problem.beginSolve();
   const Report<double> report{rss, rssSlope, status};
   switch (routeOf(params::queryInteger("BRDA"))) {
-    case Route::single:
+    case Route::singlePrecision:
       vrBRD_d_down(problem, f, weight, report);
       break;
     case Route::quadraticProgram:
-      report.take(vrBRD_qp_d(problem.program(), f, c, weight));
+      report.take(vrBRD_qp_d(problem.quadraticProgram(), f, c, weight));
       break;
-    case Route::twice:
-      report.take(vrBRD_w_d(problem.twice(), f, c, weight));
+    case Route::doublePrecision:
+      report.take(vrBRD_w_d(problem.doublePrecision(), f, c, weight));
       break;
   }
 }

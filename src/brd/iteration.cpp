@@ -33,28 +33,21 @@ void takeStep(System<Real>& system, PassControl<Real>& control, Real* c) {
   std::copy(cNew, cNew + system.m(), c);
 }
 
-/// rss and its derivative from the last f and c. With c(w) = (G + w I)^-1 d and
-/// the mask held, d(w^2 c.c)/dw = 2 w (c.c - w c.x) for x = (G + w I)^-1 c.
+/// rss and its slope from the last f and c, by a second solve with the mask of f.
 template <class Real>
-Solution<Real> close(System<Real>& system, const PassControl<Real>& control, const Real* f,
-                     const Real* c, Real weight) {
+Solution<Real> report(System<Real>& system, const PassControl<Real>& control, const Real* f,
+                      const Real* c, Real weight) {
   Real* x = system.secondSolution();
   system.factor(f, weight);
   system.solve(c, x);
-  Real square = 0;
-  Real slope = 0;
-  for (int j = 0; j < system.m(); ++j) {
-    square += c[j] * c[j];
-    slope += (c[j] - x[j] * weight) * c[j];
-  }
-  return {weight * weight * square, weight * Real(2) * slope, control.status()};
+  return residualAndSlope(system.m(), c, x, weight, control.status());
 }
 
 }  // namespace
 
 Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weight) {
   PassControl<float> control(weight);
-  if (control.wanted()) {
+  if (control.needsPass()) {
     do {
       system.distributionFromDual(c, f);
       system.factor(f, weight);
@@ -64,13 +57,13 @@ Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weigh
   }
   params::setReal("CITE", static_cast<float>(control.passes()));
   system.distributionFromDual(c, f);
-  return close(system, control, f, c, weight);
+  return report(system, control, f, c, weight);
 }
 
 Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight) {
   PassControl<double> control(weight);
   clipAtZero(system.n(), f);
-  if (control.wanted()) {
+  if (control.needsPass()) {
     do {
       system.factor(f, weight);
       system.solve(system.d(), system.newDual());
@@ -79,7 +72,7 @@ Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double 
     } while (control.again());
   }
   params::setReal("CITE", static_cast<float>(control.passes()));
-  return close(system, control, f, c, weight);
+  return report(system, control, f, c, weight);
 }
 
 }  // namespace vorin::brd

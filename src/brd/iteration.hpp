@@ -8,25 +8,10 @@
 // mask H of the current f and takes the step whole.
 #pragma once
 
-#include <cstdint>
-
+#include "brd/solution.hpp"
 #include "brd/system.hpp"
 
 namespace vorin::brd {
-
-/// How an iterative solve ends; the values are those a host reads.
-enum SolveStatus : std::int32_t {
-  kSolveConverged = 0,
-  kSolveFailed = 1,  ///< out of passes or stalled
-};
-
-/// What every route of one solve reports.
-template <class Real>
-struct Solution {
-  Real rss = 0;             ///< w^2 (c . c), the residual sum of squares |K f - d|^2
-  Real rssSlope = 0;        ///< d rss / d w with the mask held
-  std::int32_t status = kSolveConverged;  ///< or a QpStatus
-};
 
 /// Single precision. Starts from c (m, in and out) alone; f (n) is written.
 Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weight);

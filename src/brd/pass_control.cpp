@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "brd/iteration.hpp"
+#include "brd/solution.hpp"
 #include "params/log.hpp"
 #include "params/number_field.hpp"
 #include "params/store.hpp"
@@ -14,7 +14,7 @@
 namespace vorin::brd {
 namespace {
 
-// In what the two precisions differ beside their arithmetic.
+// How the two precisions differ beside their arithmetic.
 template <class Real>
 struct Traits;
 
@@ -31,14 +31,14 @@ struct Traits<double> {
   static constexpr double stallFactor = double(1.01f);  // the single constant, widened
   static constexpr double best = 1e20;
   // Required: the pass limit itself. At the stall test the pass count is below it,
-  // so the double route never stalls and only ever runs out of passes: a slow
-  // converging tail is worth waiting for when no precision is lost in it.
+  // so the double route never stalls and only runs out of passes: in double precision
+  // a slowly converging tail still makes progress.
   static constexpr int stallLimit(int maxPasses) { return maxPasses; }
 };
 
 constexpr std::size_t messageWidth = 64;
 
-// A message is composed only when somebody will read it.
+// A message is formatted only when the log is open.
 template <class Compose>
 void log(std::string_view kind, Compose compose) {
   if (params::logIsOpen()) {
@@ -58,7 +58,7 @@ PassControl<Real>::PassControl(Real weight)
 }
 
 template <class Real>
-bool PassControl<Real>::wanted() const {
+bool PassControl<Real>::needsPass() const {
   return Real(tolerance_) < Traits<Real>::best;
 }
 

@@ -1,4 +1,4 @@
-// The settings and counters of one solve, and the judgement at the end of each pass:
+// The settings and counters of one solve, and the tests at the end of each pass:
 // when the iteration has converged, when it is out of passes and when it stalls.
 #pragma once
 
@@ -12,18 +12,18 @@ class PassControl {
   /// Reads REPO, MAXI and TOL and logs the start of a solve at `weight`.
   explicit PassControl(Real weight);
 
-  /// False when the tolerance is so wide that no pass is wanted at all.
-  bool wanted() const;
+  /// False when the tolerance is so wide that no pass is made at all.
+  bool needsPass() const;
 
   /// Ends a pass that moved the dual vector by the squared distance `err`.
   void endPass(Real err);
 
-  /// True while another pass is to be made.
+  /// True while another pass follows.
   bool again() const { return again_; }
 
   int passes() const { return passes_; }
 
-  /// 0, or 1 when the last pass was one too many or one stall too many.
+  /// 0, or 1 when the iteration reached the limit of passes or of stalls.
   std::int32_t status() const { return status_; }
 
  private:

@@ -1,6 +1,6 @@
-// One least-squares problem as the solver sees it: kernel, data, and what its
-// solves share. A weight search makes one Problem and solves it many times, so
-// conversions are made once and work arrays are allocated once.
+// One least-squares problem: kernel, data, and what its solves share. A weight search
+// makes one Problem and solves it many times, so conversions are made once and work
+// arrays are allocated once.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@
 
 namespace vorin::brd {
 
-/// K (m x n by columns, leading dimension m) and d (m) belong to the caller and
+/// K (m x n, column-major, leading dimension m) and d (m) belong to the caller and
 /// must stay as they are while the Problem lives. Sizes below 1 count as empty.
 template <class Real>
 class Problem {
@@ -23,24 +23,14 @@ class Problem {
   const Real* K() const { return K_; }
   const Real* d() const { return d_; }
 
-  /// Every solve begins with this. On the plain road nothing is kept from solve to solve,
-  /// conversions included.
-  void beginSolve() {
-    if (System<double>::plainRoad()) {
-      program_.reset();
-      twice_.reset();
-      single_.reset();
-    }
-  }
+  /// The system in single or in double precision, made at the first call.
+  System<float>& singlePrecision() { return make(single_); }
+  System<double>& doublePrecision() { return make(double_); }
 
-  /// The system in single or in double precision, made at its first use.
-  System<float>& single() { return make(single_); }
-  System<double>& twice() { return make(twice_); }
-
-  /// The quadratic program of the third route, made at its first use.
-  QuadraticProgram& program() {
+  /// The quadratic program of the third route, made at the first call.
+  QuadraticProgram& quadraticProgram() {
     if (!program_) {
-      program_.emplace(twice());
+      program_.emplace(doublePrecision());
     }
     return *program_;
   }
@@ -63,7 +53,7 @@ class Problem {
   const Real* K_;
   const Real* d_;
   std::optional<System<float>> single_;
-  std::optional<System<double>> twice_;
+  std::optional<System<double>> double_;
   std::optional<QuadraticProgram> program_;
 };
 

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "brd/iteration.hpp"
+#include "brd/solution.hpp"
 #include "brd/system.hpp"
 
 namespace vorin::brd {
@@ -46,7 +46,7 @@ Solution<double> vrBRD_qp_d(QuadraticProgram& program, double* f, double* c, dou
 /// The part of a solve behind the quadratic program: clears small elements of f
 /// (n, in and out) and gives c (m, out), rss and slope for it, whatever the `status` of
 /// the program was.
-Solution<double> closeQuadraticProgram(System<double>& system, double* f, double* c, double weight,
+Solution<double> finishQuadraticProgram(System<double>& system, double* f, double* c, double weight,
                                        std::int32_t status);
 
 }  // namespace vorin::brd

@@ -2,18 +2,20 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
-#include <type_traits>
 
+#include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/lapack.hpp"
+#include "toolbox/views.hpp"
 
 namespace vorin::brd {
 namespace {
 
-std::size_t area(int rows, int columns) {
-  return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
-}
+// With more columns than this times the rows, K'K costs more to form than the m-by-m
+// systems of all passes, and n^2 elements of memory.
+constexpr std::ptrdiff_t mostColumnsPerRow = 4;
 
 }  // namespace
 
@@ -27,7 +29,7 @@ System<Real>::System(int m, int n, const Real* K, const Real* d)
   mask_.resize(static_cast<std::size_t>(n_));
   newDual_.resize(length);
   secondSolution_.resize(length);
-  transpose();
+  copyByRows();
 }
 
 template <class Real>
@@ -41,7 +43,7 @@ System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* 
   std::transform(K, K + kernel.size(), kernel.begin(), convert);
   std::transform(d, d + data.size(), data.begin(), convert);
   System system(m, n, kernel.data(), data.data());
-  // Moving a vector keeps its storage, so the addresses taken above stay good.
+  // Moving a vector keeps its storage, so the addresses taken above stay valid.
   system.ownKernel_ = std::move(kernel);
   system.ownData_ = std::move(data);
   return system;
@@ -49,21 +51,22 @@ System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* 
 
 // Columns are read in groups, side by side: one row of a group is a cache line.
 template <class Real>
-void System<Real>::transpose() {
+void System<Real>::copyByRows() {
   constexpr int group = kernels::rowPadding<Real>;
-  // One row at least, of zeros: the kernels form the addresses of its parts also of a
-  // kernel that has none.
+  // One row at least, of zeros: the kernels form the addresses of its elements even for an
+  // empty kernel.
   kernelByRows_.resize(area(std::max(m_, 1), paddedColumns_));
   std::fill_n(kernelByRows_.begin(), paddedColumns_, Real(0));
+  const ColumnMajorView<const Real> K{K_, m_};
+  const ColumnMajorView<Real> transposed{kernelByRows_.data(), paddedColumns_};
   unsigned notFinite = 0;
   for (int i0 = 0; i0 < n_; i0 += group) {
-    const Real* columns = K_ + area(m_, i0);
     const int filled = std::min(group, n_ - i0);
-    Real* out = kernelByRows_.data() + i0;
-    for (int j = 0; j < m_; ++j, out += paddedColumns_) {
+    for (int j = 0; j < m_; ++j) {
+      Real* out = &transposed(i0, j);
       std::fill(out + filled, out + group, Real(0));
       for (int i = 0; i < filled; ++i) {
-        const Real value = columns[area(m_, i) + static_cast<std::size_t>(j)];
+        const Real value = K(j, i0 + i);
         notFinite |= std::abs(value) <= std::numeric_limits<Real>::max() ? 0U : 1U;
         out[i] = value;
       }
@@ -74,52 +77,34 @@ void System<Real>::transpose() {
 
 // out = K' x, with the padding of kernelByRows_.
 template <class Real>
-void System<Real>::formProjection(const Real* x, Real* out) const {
-  if (plainRoad()) {
-    for (int i = 0; i < n_; ++i) {
-      const Real* column = K_ + area(m_, i);
-      out[i] = Real(0);
-      for (int j = 0; j < m_; ++j) {
-        out[i] += column[j] * x[j];
-      }
-    }
-    return;
-  }
+void System<Real>::project(const Real* x, Real* out) const {
   kernels::table<Real>().combineRows(m_, paddedColumns_, kernelByRows_.data(), x, out);
 }
 
 template <class Real>
 void System<Real>::distributionFromDual(const Real* c, Real* f) {
-  formProjection(c, product_.data());
-  for (int i = 0; i < n_; ++i) {
-    const Real value = product_[static_cast<std::size_t>(i)];
-    f[i] = value <= Real(0) ? Real(0) : value;
-  }
-}
-
-template <class Real>
-bool& System<Real>::plainRoad() {
-  static bool plain = false;
-  return plain;
+  project(c, product_.data());
+  std::transform(product_.begin(), product_.begin() + n_, f,
+                 [](Real value) { return value <= Real(0) ? Real(0) : value; });
 }
 
 // H is 1 where f is positive and keeps f elsewhere, which is 0, or a NaN that must
-// reach the result. A NaN equals nothing, so that such a mask is always a new one.
+// reach the result. A NaN equals nothing, so that such a mask always counts as new.
 template <class Real>
 bool System<Real>::sameMask(const Real* f, Real weight) const {
-  return factored_ && weight == weight_ && !plainRoad() &&
+  return factored_ && weight == weight_ &&
          std::equal(mask_.begin(), mask_.end(), f, [](Real mask, Real value) {
            return mask == (value > Real(0) ? Real(1) : value);
          });
 }
 
 template <class Real>
-void System<Real>::takeMask(const Real* f, Real weight) {
+void System<Real>::storeMask(const Real* f, Real weight) {
   active_.clear();
+  Real* mask = mask_.data();
   for (int i = 0; i < n_; ++i) {
-    const Real mask = f[i] > Real(0) ? Real(1) : f[i] <= Real(0) ? Real(0) : f[i];
-    mask_[static_cast<std::size_t>(i)] = mask;
-    if (mask != Real(0)) {
+    mask[i] = f[i] > Real(0) ? Real(1) : f[i] <= Real(0) ? Real(0) : f[i];
+    if (mask[i] != Real(0)) {
       active_.push_back(i);
     }
   }
@@ -134,133 +119,153 @@ void System<Real>::packActive() {
   const int count = static_cast<int>(active_.size());
   const int panels = (m_ + rows - 1) / rows;
   packed_.resize(area(panels * rows, std::max(count, 1)));
+  const ColumnMajorView<const Real> K{K_, m_};
   for (int k = 0; k < count; ++k) {
     const int i = active_[static_cast<std::size_t>(k)];
     const Real mask = mask_[static_cast<std::size_t>(i)];
-    const Real* column = K_ + area(m_, i);
     for (int r0 = 0; r0 < m_; r0 += rows) {
-      Real* panel = packed_.data() + area(r0 / rows * count + k, rows);
+      const ColumnMajorView<Real> panel{packed_.data() + area(r0, count), rows};
       const int filled = std::min(rows, m_ - r0);
+      Real* out = panel.column(k);
       for (int r = 0; r < filled; ++r) {
-        panel[r] = mask * column[r0 + r];
+        out[r] = mask * K(r0 + r, i);
       }
-      std::fill(panel + filled, panel + rows, Real(0));
+      std::fill(out + filled, out + rows, Real(0));
     }
   }
 }
 
 template <class Real>
-void System<Real>::formFull() {
+void System<Real>::formActiveColumns() {
   // Every cold start has all columns in its first pass. Their sum is kept where it is not
   // much larger than the kernel itself.
-  const bool whole =
-      m_ <= 2 * static_cast<long>(n_) &&
+  const bool allActive =
+      m_ <= 2 * std::ptrdiff_t{n_} &&
       std::all_of(mask_.begin(), mask_.end(), [](Real mask) { return mask == Real(1); });
-  if (whole && !wholeG_.empty()) {
-    G_ = wholeG_;
+  if (allActive && !allColumnG_.empty()) {
+    G_ = allColumnG_;
     return;
   }
   packActive();
   G_.resize(area(m_, m_));
   kernels::table<Real>().gram(m_, static_cast<int>(active_.size()), packed_.data(), G_.data());
-  if (whole) {
-    wholeG_ = G_;
+  if (allActive) {
+    allColumnG_ = G_;
   }
 }
 
 // The sum over all columns i of the outer product of row i of B = H K' with column i of K.
+// Columns with mask 0 are included: 0 times an infinity of K is NaN and must reach G.
 template <class Real>
-void System<Real>::formFullPlainly() {
-  std::vector<Real> B(area(n_, m_));
-  for (int i = 0; i < n_; ++i) {
-    for (int j = 0; j < m_; ++j) {
-      B[area(n_, j) + static_cast<std::size_t>(i)] =
-          mask_[static_cast<std::size_t>(i)] * K_[area(m_, i) + static_cast<std::size_t>(j)];
-    }
-  }
+void System<Real>::formAllColumns() {
   G_.assign(area(m_, m_), Real(0));
+  const ColumnMajorView<const Real> K{K_, m_};
+  const ColumnMajorView<Real> G{G_.data(), m_};
   for (int i = 0; i < n_; ++i) {
-    const Real* column = K_ + area(m_, i);
+    const Real mask = mask_[static_cast<std::size_t>(i)];
     for (int j = 0; j < m_; ++j) {
-      const Real masked = B[area(n_, j) + static_cast<std::size_t>(i)];
-      Real* out = G_.data() + area(m_, j);
+      const Real masked = mask * K(j, i);
       for (int k = 0; k < m_; ++k) {
-        out[k] += masked * column[k];
+        G(k, j) += masked * K(k, i);
       }
     }
   }
 }
 
 template <class Real>
-void System<Real>::factor(const Real* f, Real weight) {
-  // The last pass of a solve and its close nearly always repeat the mask before.
-  if (sameMask(f, weight)) {
-    return;
-  }
-  takeMask(f, weight);
-  if (SmallerSide<Real>::everServes && !plainRoad() && kernelIsFinite_ && m_ > 0 && n_ > 0) {
-    gram();
-    onSmallerSide_ = smallerSide_->serves(static_cast<int>(active_.size()), weight);
-  } else {
-    onSmallerSide_ = false;
-  }
-  if (onSmallerSide_) {
-    smallerSide_->factor(active_, weight);
-    return;
-  }
-  // A column out of the mask takes no part, unless it makes 0 times infinity.
-  if (plainRoad() || !kernelIsFinite_) {
-    formFullPlainly();
-  } else {
-    formFull();
-  }
+void System<Real>::factorDense(Real weight) {
+  usesNormalEquations_ = false;
+  const ColumnMajorView<Real> G{G_.data(), m_};
   for (int j = 0; j < m_; ++j) {
-    G_[area(m_, j) + static_cast<std::size_t>(j)] += weight;
+    G(j, j) += weight;
   }
   pivots_.resize(static_cast<std::size_t>(m_));
   getrf(m_, G_.data(), m_, pivots_.data());
 }
 
 template <class Real>
-const Real* System<Real>::gram() {
-  if (!smallerSide_) {
-    smallerSide_.emplace(m_, n_, K_, kernelByRows_.data(), plainRoad());
+bool System<Real>::normalEquationsApply(Real weight) {
+  if constexpr (hasNormalEquations) {
+    if (kernelIsFinite_ && n_ > 0 && static_cast<int>(active_.size()) < m_ &&
+        n_ <= mostColumnsPerRow * m_) {
+      gram();
+      return normalEquations_->applies(weight);
+    }
   }
-  return smallerSide_->gram();
+  return false;
+}
+
+template <class Real>
+void System<Real>::factor(const Real* f, Real weight) {
+  // The last pass of a solve and its closing system nearly always repeat the mask before.
+  if (sameMask(f, weight)) {
+    return;
+  }
+  storeMask(f, weight);
+  if (normalEquationsApply(weight)) {
+    if constexpr (hasNormalEquations) {
+      usesNormalEquations_ = true;
+      normalEquations_->factor(active_, weight);
+    }
+    return;
+  }
+  if (kernelIsFinite_) {
+    formActiveColumns();
+  } else {
+    formAllColumns();
+  }
+  factorDense(weight);
+}
+
+template <class Real>
+void System<Real>::factorMask(const Real* mask, Real weight) {
+  std::copy(mask, mask + n_, mask_.begin());
+  factored_ = false;
+  formAllColumns();
+  factorDense(weight);
+}
+
+template <class Real>
+const Real* System<Real>::gram()
+  requires(std::is_same_v<Real, double>)
+{
+  if (!normalEquations_) {
+    normalEquations_.emplace(m_, n_, K_, kernelByRows_.data());
+  }
+  return normalEquations_->gram();
 }
 
 template <class Real>
 const Real* System<Real>::projectedData() {
   if (projectedData_.empty()) {
     projectedData_.resize(static_cast<std::size_t>(paddedColumns_));
-    formProjection(d_, projectedData_.data());
+    project(d_, projectedData_.data());
   }
   return projectedData_.data();
 }
 
-// K' right; that of the data is formed once.
-template <class Real>
-const Real* System<Real>::project(const Real* right) {
-  if (right == d_) {
-    return projectedData();
-  }
-  formProjection(right, product_.data());
-  return product_.data();
-}
-
 template <class Real>
 void System<Real>::solve(const Real* right, Real* x) {
-  if (onSmallerSide_) {
-    smallerSide_->solve(active_, weight_, right, project(right), x);
-    return;
+  if constexpr (hasNormalEquations) {
+    if (usesNormalEquations_) {
+      // The projection of the data is formed once for all solves.
+      const Real* projected = product_.data();
+      if (right == d_) {
+        projected = projectedData();
+      } else {
+        project(right, product_.data());
+      }
+      normalEquations_->solve(right, projected, x);
+      return;
+    }
   }
   std::copy(right, right + m_, x);
   getrs(m_, G_.data(), m_, pivots_.data(), x);
 }
 
-template class System<float>;
 template class System<double>;
 template System<double> System<double>::converted(int, int, const float*, const float*);
+template class System<float>;
 template System<float> System<float>::converted(int, int, const double*, const double*);
 
 }  // namespace vorin::brd

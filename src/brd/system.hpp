@@ -5,9 +5,9 @@
 // w weight, H the diagonal 0/1 matrix of the columns with f > 0, G = K H K'.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 #include "brd/active_normal_equations.hpp"
@@ -18,7 +18,7 @@ namespace vorin::brd {
 template <class Real>
 class System {
  public:
-  /// Borrows K (m x n by columns) and d (m).
+  /// Borrows K (m x n, column-major) and d (m). Sizes below 1 count as empty.
   System(int m, int n, const Real* K, const Real* d);
 
   /// Converts K and d from the caller's precision into copies of its own.
@@ -30,39 +30,44 @@ class System {
   const Real* K() const { return K_; }
   const Real* d() const { return d_; }
 
-  /// K'K (n x n) and K'd (n), formed at their first use and then kept.
-  const Real* gram();
+  /// K'K (n x n), formed at the first call and then kept; in double precision only.
+  const Real* gram()
+    requires(std::is_same_v<Real, double>);
+
+  /// K'd (n), formed at the first call and then kept.
   const Real* projectedData();
 
   /// f = max(0, K' c), element by element; a NaN stays a NaN.
   void distributionFromDual(const Real* c, Real* f);
 
-  /// Factors G + w I for the mask of `f`, or what the smaller side has in its place. A
-  /// column with f = 0 takes no part: its terms are zeros, so that leaving them out keeps
-  /// the bits of the full sum. A mask and weight factored last time are not factored again.
+  /// Factors G + w I for the mask of `f`, or the normal equations on the active set in its
+  /// place. Columns with f = 0 are left out: their terms are zeros, so that the sum has
+  /// the same bits without them. The factors of the last call are kept when mask and
+  /// weight are the same.
   void factor(const Real* f, Real weight);
 
-  /// x = (G + w I)^-1 right, with the factors of the last `factor`.
-  void solve(const Real* right, Real* x);
+  /// Factors K diag(mask) K' + w I for any diagonal `mask` (n), all columns included.
+  void factorMask(const Real* mask, Real weight);
 
-  /// Test hook: true takes the road that states the meaning, always: the m-by-m system
-  /// with all columns in it, those out of the mask as zeros, formed by plain loops and
-  /// factored anew in every pass.
-  static bool& plainRoad();
+  /// x = (G + w I)^-1 right, with the factors of the last `factor` or `factorMask`.
+  void solve(const Real* right, Real* x);
 
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
   Real* secondSolution() { return secondSolution_.data(); }
 
  private:
-  void transpose();
+  static constexpr bool hasNormalEquations = std::is_same_v<Real, double>;
+
+  void copyByRows();
   bool sameMask(const Real* f, Real weight) const;
-  void takeMask(const Real* f, Real weight);
+  void storeMask(const Real* f, Real weight);
+  bool normalEquationsApply(Real weight);
   void packActive();
-  void formFull();
-  void formFullPlainly();
-  void formProjection(const Real* x, Real* out) const;
-  const Real* project(const Real* right);
+  void formActiveColumns();
+  void formAllColumns();
+  void factorDense(Real weight);
+  void project(const Real* x, Real* out) const;
 
   int m_;
   int n_;
@@ -72,20 +77,20 @@ class System {
   const Real* d_;
   bool kernelIsFinite_ = true;
   int paddedColumns_ = 0;
-  AlignedVector<Real> kernelByRows_;  // m x paddedColumns_, zeros in the padding
+  AlignedVector<Real> kernelByRows_;  // m x paddedColumns_, row-major, zeros in the padding
   AlignedVector<Real> product_;       // paddedColumns_: K' c
-  std::vector<Real> projectedData_;   // paddedColumns_: K' d, once it has been wanted
+  std::vector<Real> projectedData_;   // paddedColumns_: K' d, empty until the first use
 
-  // The system that is factored: mask, weight and side.
+  // The system that is factored.
   std::vector<Real> mask_;   // 1, 0, or a NaN of f
   std::vector<int> active_;  // the columns whose mask is not 0
   Real weight_ = 0;
   bool factored_ = false;
-  bool onSmallerSide_ = false;
-  std::optional<SmallerSide<Real>> smallerSide_;
-  AlignedVector<Real> packed_;  // the active columns in panels of rows, for the gram kernel
-  AlignedVector<Real> G_;       // m x m; its LU factors after `factor`
-  AlignedVector<Real> wholeG_;  // G with all columns in it, once it has been wanted
+  bool usesNormalEquations_ = false;
+  std::optional<ActiveNormalEquations> normalEquations_;
+  AlignedVector<Real> packed_;      // the active columns in panels of rows, for the gram kernel
+  AlignedVector<Real> G_;           // m x m; its LU factors after `factor`
+  AlignedVector<Real> allColumnG_;  // G with all columns active, empty until the first use
   std::vector<std::int32_t> pivots_;
   std::vector<Real> newDual_;
   std::vector<Real> secondSolution_;

@@ -19,9 +19,9 @@ constexpr float keepTo = 1.05f;
 }  // namespace
 
 void cornerMode(brd::Problem<float>& problem, float* f, ModeResult& result) {
-  std::vector<double> fTwice(static_cast<std::size_t>(std::max(problem.n(), 0)));
-  result.w = static_cast<float>(searchCorner(problem, fTwice.data()).w);
-  std::transform(fTwice.begin(), fTwice.end(), f,
+  std::vector<double> fDouble(static_cast<std::size_t>(std::max(problem.n(), 0)));
+  result.w = static_cast<float>(searchCorner(problem, fDouble.data()).w);
+  std::transform(fDouble.begin(), fDouble.end(), f,
                  [](double value) { return static_cast<float>(value); });
   const float scale = params::queryReal("RWEI");
   if (scale < keepFrom || scale > keepTo) {

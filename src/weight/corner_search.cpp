@@ -22,11 +22,10 @@ template <class Real>
 class Solver {
  public:
   Solver(brd::Problem<Real>& problem, double* f)
-      : problem_(problem), f_(f), c_(static_cast<std::size_t>(problem.twice().m())) {}
+      : problem_(problem), f_(f), c_(static_cast<std::size_t>(problem.doublePrecision().m())) {}
 
   brd::Solution<double> at(double weight) {
-    problem_.beginSolve();
-    return brd::vrBRD_qp_d(problem_.program(), f_, c_.data(), weight);
+    return brd::vrBRD_qp_d(problem_.quadraticProgram(), f_, c_.data(), weight);
   }
 
  private:
@@ -46,7 +45,7 @@ double sumOfSquares(std::size_t count, const double* values) {
 template <class Real>
 double sumOfSquaredKernel(brd::Problem<Real>& problem) {
   const auto count =
-      static_cast<std::size_t>(problem.twice().m()) * static_cast<std::size_t>(problem.twice().n());
+      static_cast<std::size_t>(problem.doublePrecision().m()) * static_cast<std::size_t>(problem.doublePrecision().n());
   double sum = 0.0;
   for (std::size_t i = 0; i < count; ++i) {
     const auto value = static_cast<double>(problem.K()[i]);
@@ -59,7 +58,7 @@ double sumOfSquaredKernel(brd::Problem<Real>& problem) {
 // first point; 0 stands in for it, and the division by m decides.
 template <class Real>
 double signalToNoise(brd::Problem<Real>& problem, const double* f) {
-  const auto m = static_cast<std::size_t>(problem.twice().m());
+  const auto m = static_cast<std::size_t>(problem.doublePrecision().m());
   std::vector<double> fit(m);
   for (int i = 0; i < problem.n(); ++i) {
     const Real* column = problem.K() + static_cast<std::size_t>(i) * m;
@@ -113,7 +112,7 @@ CornerSolution searchCorner(brd::Problem<Real>& problem, double* f) {
   solver.at(((F * ratioToWeight) / (m * assumedRatio * assumedRatio)) * firstSolveFactor);
   const double snr = signalToNoise(problem, f);
   const double base = (F * ratioToWeight) / (m * snr * snr);
-  const auto n = static_cast<std::size_t>(problem.twice().n());
+  const auto n = static_cast<std::size_t>(problem.doublePrecision().n());
   Ladder ladder;
   double exponent = firstExponent;
   for (std::size_t i = 0; i < rungCount; ++i, exponent += exponentStep) {
