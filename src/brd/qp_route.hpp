@@ -47,6 +47,6 @@ Solution<double> vrBRD_qp_d(QuadraticProgram& program, double* f, double* c, dou
 /// (n, in and out) and gives c (m, out), rss and slope for it, whatever the `status` of
 /// the program was.
 Solution<double> finishQuadraticProgram(System<double>& system, double* f, double* c, double weight,
-                                       std::int32_t status);
+                                        std::int32_t status);
 
 }  // namespace vorin::brd

@@ -13,8 +13,8 @@ enum SolveStatus : std::int32_t {
 
 template <class Real>
 struct Solution {
-  Real rss = 0;             ///< w^2 (c . c), the residual sum of squares |K f - d|^2
-  Real rssSlope = 0;        ///< d rss / d w with the mask held
+  Real rss = 0;                           ///< w^2 (c . c), the residual sum of squares |K f - d|^2
+  Real rssSlope = 0;                      ///< d rss / d w with the mask held
   std::int32_t status = kSolveConverged;  ///< or a QpStatus
 };
 

@@ -226,9 +226,7 @@ void System<Real>::factorMask(const Real* mask, Real weight) {
 }
 
 template <class Real>
-const Real* System<Real>::gram()
-  requires(std::is_same_v<Real, double>)
-{
+const Real* System<Real>::gram() requires(std::is_same_v<Real, double>) {
   if (!normalEquations_) {
     normalEquations_.emplace(m_, n_, K_, kernelByRows_.data());
   }

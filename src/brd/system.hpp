@@ -31,8 +31,7 @@ class System {
   const Real* d() const { return d_; }
 
   /// K'K (n x n), formed at the first call and then kept; in double precision only.
-  const Real* gram()
-    requires(std::is_same_v<Real, double>);
+  const Real* gram() requires(std::is_same_v<Real, double>);
 
   /// K'd (n), formed at the first call and then kept.
   const Real* projectedData();

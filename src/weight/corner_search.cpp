@@ -44,8 +44,8 @@ double sumOfSquares(std::size_t count, const double* values) {
 
 template <class Real>
 double sumOfSquaredKernel(brd::Problem<Real>& problem) {
-  const auto count =
-      static_cast<std::size_t>(problem.doublePrecision().m()) * static_cast<std::size_t>(problem.doublePrecision().n());
+  const auto count = static_cast<std::size_t>(problem.doublePrecision().m()) *
+                     static_cast<std::size_t>(problem.doublePrecision().n());
   double sum = 0.0;
   for (std::size_t i = 0; i < count; ++i) {
     const auto value = static_cast<double>(problem.K()[i]);

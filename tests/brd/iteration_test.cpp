@@ -183,7 +183,7 @@ TEST_F(Iteration, ClippedStartOfTheDoubleIteration) {
     Problem<double> problem(4, 2, data.K.data(), data.d.data());
     std::vector<double> f = {first, 1.0};
     std::vector<double> c(4, 0.0);
-    vorin::brd::vrBRD_w_d(problem.twice(), f.data(), c.data(), 0.3);
+    vorin::brd::vrBRD_w_d(problem.doublePrecision(), f.data(), c.data(), 0.3);
     return c;
   };
   EXPECT_EQ(once(-1.0), once(0.0));

@@ -105,12 +105,12 @@ TEST(PassControlBoth, TheLimitStandsAheadOfTheConvergenceTest) {
 TEST(PassControlBoth, AToleranceNotBelowTheStartValueWantsNoPass) {
   for (const float tolerance : {1e20f, INFINITY, NAN}) {
     vorin::test::setNumber("TOL", tolerance);
-    EXPECT_FALSE(PassControl<float>(1.0f).wanted());
-    EXPECT_FALSE(PassControl<double>(1.0).wanted());
+    EXPECT_FALSE(PassControl<float>(1.0f).needsPass());
+    EXPECT_FALSE(PassControl<double>(1.0).needsPass());
   }
   vorin::test::setNumber("TOL", 9e19f);
-  EXPECT_TRUE(PassControl<float>(1.0f).wanted());
-  EXPECT_TRUE(PassControl<double>(1.0).wanted());
+  EXPECT_TRUE(PassControl<float>(1.0f).needsPass());
+  EXPECT_TRUE(PassControl<double>(1.0).needsPass());
   vorin::test::loadSettings();
 }
 

@@ -85,7 +85,8 @@ TEST_F(QpRouteAccuracy, AgreesWithTheConvergedDoubleIteration) {
           Problem<double> problem(m, n, data.K.data(), data.d.data());
           Numbers f(length(n), 1.0);
           Numbers c(length(m), 0.0);
-          const auto iterated = vorin::brd::vrBRD_w_d(problem.twice(), f.data(), c.data(), w);
+          const auto iterated =
+              vorin::brd::vrBRD_w_d(problem.doublePrecision(), f.data(), c.data(), w);
           if (iterated.status != 0) {
             continue;
           }
@@ -201,7 +202,8 @@ TEST_F(QpRouteAccuracy, SolvesThatShareAProblemHaveTheBitsOfSeparateOnes) {
   Solved shared{Numbers(60), Numbers(90), {}};
   for (int k = 0; k < 19; ++k) {
     const double w = std::pow(10.0, (k * 7) % 19 - 14);
-    shared.result = vorin::brd::vrBRD_qp_d(problem.program(), shared.f.data(), shared.c.data(), w);
+    shared.result =
+        vorin::brd::vrBRD_qp_d(problem.quadraticProgram(), shared.f.data(), shared.c.data(), w);
     expectSameBits(shared, solve(data, w));
   }
 }

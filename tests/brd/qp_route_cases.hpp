@@ -1,5 +1,5 @@
-// Solves by the third route as the tests make them: with arrays of their own, and with
-// everything that a solve delivers compared bit by bit.
+// Solves by the quadratic program for tests: each on a problem of its own, with everything
+// that it returns compared bit by bit.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -21,17 +21,6 @@ struct Solved {
   brd::Solution<double> result;
 };
 
-/// For its lifetime the closing system is the m-by-m one, with the sums that its
-/// definition states; otherwise a smaller one that is equal in exact arithmetic may stand
-/// in for it.
-class PlainClosing {
- public:
-  PlainClosing() { brd::System<double>::plainRoad() = true; }
-  ~PlainClosing() { brd::System<double>::plainRoad() = false; }
-  PlainClosing(const PlainClosing&) = delete;
-  PlainClosing& operator=(const PlainClosing&) = delete;
-};
-
 inline std::size_t length(int count) {
   return static_cast<std::size_t>(std::max(count, 0));
 }
@@ -42,16 +31,17 @@ inline Solved solve(const TestProblem<double>& data, double w,
   brd::Problem<double> problem(data.m, data.n, data.K.data(), data.d.data());
   Solved out{
       std::vector<double>(length(data.n), before), std::vector<double>(length(data.m), before), {}};
-  out.result = brd::vrBRD_qp_d(problem.program(), out.f.data(), out.c.data(), w);
+  out.result = brd::vrBRD_qp_d(problem.quadraticProgram(), out.f.data(), out.c.data(), w);
   return out;
 }
 
-/// The steps behind the quadratic program for a given f.
-inline Solved close(const TestProblem<double>& data, double w, std::vector<double> f,
-                    std::int32_t status = 0) {
+/// The steps after the quadratic program, for a given f.
+inline Solved finish(const TestProblem<double>& data, double w, std::vector<double> f,
+                     std::int32_t status = 0) {
   brd::Problem<double> problem(data.m, data.n, data.K.data(), data.d.data());
   Solved out{std::move(f), std::vector<double>(length(data.m)), {}};
-  out.result = brd::closeQuadraticProgram(problem.twice(), out.f.data(), out.c.data(), w, status);
+  out.result =
+      brd::finishQuadraticProgram(problem.doublePrecision(), out.f.data(), out.c.data(), w, status);
   return out;
 }
 

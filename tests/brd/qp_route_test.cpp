@@ -1,4 +1,4 @@
-// The third route of a solve: the quadratic program, and what follows from its f.
+// A solve by the quadratic program, and what follows from its f.
 #include "brd/qp_route.hpp"
 
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@
 #include "brd/qp_solver.hpp"
 #include "support/open_log.hpp"
 #include "support/problems.hpp"
+#include "support/reference.hpp"
 #include "support/store.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/lapack.hpp"
@@ -22,13 +23,13 @@ namespace {
 
 using vorin::brd::Problem;
 using vorin::test::area;
-using vorin::test::close;
 using vorin::test::expectSameBits;
+using vorin::test::finish;
 using vorin::test::getNumber;
 using vorin::test::laplaceProblem;
 using vorin::test::length;
-using vorin::test::PlainClosing;
 using vorin::test::randomProblem;
+using vorin::test::Reference;
 using vorin::test::setNumber;
 using vorin::test::solve;
 using vorin::test::Solved;
@@ -38,8 +39,8 @@ using Numbers = std::vector<double>;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// G = K diag(H) K' + w I and the two solves, as their definitions read.
-void plainClose(const TestProblem<double>& data, double w, const Numbers& H, Solved& out) {
+// G = K diag(H) K' + w I and the two solves, by their definitions.
+void literalFinish(const TestProblem<double>& data, double w, const Numbers& H, Solved& out) {
   const int m = data.m;
   Numbers G(area(m, m));
   for (int k = 0; k < m; ++k) {
@@ -70,8 +71,8 @@ void plainClose(const TestProblem<double>& data, double w, const Numbers& H, Sol
   out.result.rssSlope = w * 2.0 * slope;
 }
 
-/// The whole route by plain loops around nk0000.
-Solved plainSolve(const TestProblem<double>& data, double w) {
+/// The whole solve by plain loops around nk0000.
+Solved literalSolve(const TestProblem<double>& data, double w) {
   const int m = data.m;
   const int n = data.n;
   Numbers g(length(n));
@@ -105,7 +106,7 @@ Solved plainSolve(const TestProblem<double>& data, double w) {
     out.f[i] = out.f[i] < 1e-15 ? 0.0 : out.f[i];
     H[i] = out.f[i] > 1e-15 ? 1.0 : out.f[i];
   }
-  plainClose(data, w, H, out);
+  literalFinish(data, w, H, out);
   return out;
 }
 
@@ -127,25 +128,59 @@ TEST_F(QpRoute, AMatrixOfOnesOnTheDiagonal) {
   EXPECT_EQ(A[0], 1.0);
 }
 
-TEST_F(QpRoute, HasTheBitsOfItsPlainFormAtEveryInstructionSetLevel) {
-  const PlainClosing plain;
-  using vorin::kernels::Level;
-  int seed = 0;
+// Problems of many shapes and weights, some of them far below the rounding of K'K.
+template <class Check>
+void forManyProblems(Check check) {
+  std::uint64_t seed = 0;
   for (const int m : {1, 2, 7, 33, 64}) {
     for (const int n : {1, 3, 8, 31, 70}) {
       ++seed;
-      for (const auto& data : {randomProblem<double>(m, n, static_cast<std::uint64_t>(seed)),
-                               laplaceProblem<double>(m, n, 0.01, 3)}) {
+      for (const auto& data :
+           {randomProblem<double>(m, n, seed), laplaceProblem<double>(m, n, 0.01, 3)}) {
         for (const double w : {1e-9, 1e-3, 2.0}) {
-          const Solved expected = plainSolve(data, w);
-          for (const Level level : {Level::baseline, Level::avx2, Level::avx512}) {
-            vorin::kernels::useLevel(level);
-            expectSameBits(solve(data, w), expected);
-          }
+          SCOPED_TRACE(testing::Message() << m << " x " << n << ", weight " << w);
+          check(data, w);
         }
       }
     }
   }
+}
+
+TEST_F(QpRoute, TheReferenceImplementationHasTheBitsOfTheDefinition) {
+  const auto solveByReference =
+      Reference::instance().find<decltype(referenceQuadraticProgram)>("referenceQuadraticProgram");
+  forManyProblems([&](const TestProblem<double>& data, double w) {
+    Solved got{Numbers(length(data.n)), Numbers(length(data.m)), {}};
+    solveByReference(data.m, data.n, data.K.data(), data.d.data(), got.f.data(), got.c.data(), w,
+                     &got.result.rss, &got.result.rssSlope, &got.result.status);
+    expectSameBits(got, literalSolve(data, w));
+  });
+}
+
+// The distribution has the bits of the definition; c, rss and slope may come from the normal
+// equations on the active set, and have one result at every instruction-set level.
+TEST_F(QpRoute, HasTheDistributionOfTheDefinitionAndTheSameBitsAtEveryLevel) {
+  using vorin::kernels::Level;
+  forManyProblems([](const TestProblem<double>& data, double w) {
+    vorin::kernels::useLevel(Level::baseline);
+    const Solved expected = solve(data, w);
+    for (const Level level : {Level::avx2, Level::avx512}) {
+      vorin::kernels::useLevel(level);
+      expectSameBits(solve(data, w), expected);
+    }
+    const Solved literal = literalSolve(data, w);
+    EXPECT_EQ(expected.f, literal.f);
+    EXPECT_EQ(expected.result.status, literal.result.status);
+    double squaredNorm = 0.0;
+    for (const double value : data.K) {
+      squaredNorm += value * value;
+    }
+    // Either system errs by the rounding of a double times its condition number.
+    const double relative = 4.0 * 0x1p-52 * (squaredNorm / w + 1.0);
+    EXPECT_NEAR(expected.result.rss, literal.result.rss, relative * literal.result.rss);
+    EXPECT_NEAR(expected.result.rssSlope, literal.result.rssSlope,
+                relative * 2.0 * literal.result.rss / w);
+  });
 }
 
 TEST_F(QpRoute, WhatFAndCHoldIsNotRead) {
@@ -168,35 +203,34 @@ TEST_F(QpRoute, ZeroDataGiveZeroEverything) {
 }
 
 TEST_F(QpRoute, TinyElementsAreClearedAndLargerOnesKeepAMaskOfOne) {
-  const PlainClosing plain;
-  const auto data = randomProblem<double>(5, 4, 21);
-  const Solved got = close(data, 0.3, {-1e-18, 2e-15, 0.7, 9.99e-16});
+  // As many active columns as rows, so that the system is the m-by-m one.
+  const auto data = randomProblem<double>(2, 4, 21);
+  const Solved got = finish(data, 0.3, {-1e-18, 2e-15, 0.7, 9.99e-16});
   EXPECT_EQ(got.f, Numbers({0.0, 2e-15, 0.7, 0.0}));
   Solved expected{got.f, {}, {}};
-  plainClose(data, 0.3, {0, 1, 1, 0}, expected);
+  literalFinish(data, 0.3, {0, 1, 1, 0}, expected);
   expectSameBits(got, expected);
 }
 
 // Columns of 1e8 make a mask of 1e-15 weigh as much as ordinary columns do.
 TEST_F(QpRoute, AnElementOfExactlyTheSmallestValueKeepsItAsItsMask) {
-  const PlainClosing plain;
   auto data = randomProblem<double>(6, 3, 22);
   for (std::size_t j = 0; j < 6; ++j) {
     data.K[j] *= 1e8;
   }
-  const Solved got = close(data, 0.3, {1e-15, 0.5, 0.0});
+  const Solved got = finish(data, 0.3, {1e-15, 0.5, 0.0});
   EXPECT_EQ(got.f, Numbers({1e-15, 0.5, 0.0}));
   Solved expected{got.f, {}, {}};
-  plainClose(data, 0.3, {1e-15, 1, 0}, expected);
+  literalFinish(data, 0.3, {1e-15, 1, 0}, expected);
   expectSameBits(got, expected);
-  EXPECT_NE(got.result.rss, close(data, 0.3, {0.0, 0.5, 0.0}).result.rss);
-  EXPECT_NE(got.result.rss, close(data, 0.3, {1.1e-15, 0.5, 0.0}).result.rss);
+  EXPECT_NE(got.result.rss, finish(data, 0.3, {0.0, 0.5, 0.0}).result.rss);
+  EXPECT_NE(got.result.rss, finish(data, 0.3, {1.1e-15, 0.5, 0.0}).result.rss);
 }
 
 TEST_F(QpRoute, AFailedProgramDoesNotStopTheClosingSteps) {
   const auto data = randomProblem<double>(5, 4, 23);
-  const Solved good = close(data, 0.3, {0.1, 0, 0.2, 0});
-  const Solved failed = close(data, 0.3, {0.1, 0, 0.2, 0}, 77);
+  const Solved good = finish(data, 0.3, {0.1, 0, 0.2, 0});
+  const Solved failed = finish(data, 0.3, {0.1, 0, 0.2, 0}, 77);
   EXPECT_EQ(failed.result.status, 77);
   EXPECT_EQ(failed.c, good.c);
   EXPECT_EQ(failed.result.rss, good.result.rss);

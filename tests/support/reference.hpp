@@ -62,10 +62,10 @@ class Reference {
   }
 
  private:
-  static constexpr const char* numbers[] = {
-      "BRDA", "CSI2", "L1AL", "L2MO", "L2NS", "MAXI", "PRHI", "PRLO", "PRPO", "REPO", "RSIG",
-      "RWEI", "SAVE", "SIG",  "STOL", "SVDN", "SVDT", "TOL",  "WEIG", "WFRA", "WITE", "WMAX",
-      "WMIN", "WNMA", "WNMI", "WRAT", "WREF", "WTOL"};
+  static constexpr const char* numbers[] = {"BRDA", "CSI2", "L1AL", "L2MO", "L2NS", "MAXI", "PRHI",
+                                            "PRLO", "PRPO", "REPO", "RSIG", "RWEI", "SAVE", "SIG",
+                                            "STOL", "SVDN", "SVDT", "TOL",  "WEIG", "WFRA", "WITE",
+                                            "WMAX", "WMIN", "WNMA", "WNMI", "WRAT", "WREF", "WTOL"};
   static constexpr const char* texts[] = {"FLOG", "NALG", "PRMO", "TARG"};
 
   Reference() : handle_(dlopen(VORIN_REFERENCE_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {

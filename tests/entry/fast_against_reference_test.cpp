@@ -1,7 +1,7 @@
-// Whole inversions on the road that a host gets (smaller side, factors kept, the highest
-// instruction-set level) against the one that states the meaning: the m-by-m system,
-// factored anew in every pass, by baseline kernels. Single inversions may differ in how a
-// double was rounded, never in what they decide.
+// Whole inversions by the library (normal equations on the active set, factors kept, bins
+// as runs, the highest instruction-set level) against the reference implementation: the
+// full m-by-m system factored anew in every pass, dense pruning, whole decompositions. The
+// numbers may differ in how a double was rounded; status and iteration counts may not.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,21 +11,21 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "brd/system.hpp"
-#include "reduce/svd_compression.hpp"
 #include "support/log_file.hpp"
 #include "support/problems.hpp"
+#include "support/reference.hpp"
 #include "support/store.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "vorin.h"
 
 namespace {
 
-using vorin::brd::System;
 using vorin::kernels::Level;
 using vorin::test::getNumber;
+using vorin::test::Reference;
 using vorin::test::setNumber;
 using vorin::test::setText;
 using vorin::test::TestProblem;
@@ -33,37 +33,44 @@ using vorin::test::TestProblem;
 using Entry = void (*)(std::int32_t, std::int32_t, const float*, const float*, float*,
                        std::int32_t*);
 
-struct Road {
+/// A way through the library: an entry and the settings that choose the rest.
+struct Path {
   const char* name;
   Entry entry;
+  const char* reference;  // the function of the reference implementation
   std::function<void()> set;
 };
 
-const Road theRoads[] = {
-    {"noise", Vorin_s, [] {}},
-    {"linear bins", Vorin_s, [] { setText("PRMO", "LIN"); }},
-    {"not pruned", Vorin_s, [] { setText("PRMO", "NONE"); }},
-    {"single iteration", Vorin_s, [] { setNumber("BRDA", 1.0f); }},
-    {"quadratic program", Vorin_s, [] { setNumber("BRDA", 3.0f); }},
-    {"scan", Vorin_s, [] { setText("NALG", "ASY2"); }},
-    {"fixed", Vorin_s,
+const Path paths[] = {
+    {"noise", Vorin_s, "referenceVorin_s", [] {}},
+    {"linear bins", Vorin_s, "referenceVorin_s", [] { setText("PRMO", "LIN"); }},
+    {"not pruned", Vorin_s, "referenceVorin_s", [] { setText("PRMO", "NONE"); }},
+    {"single iteration", Vorin_s, "referenceVorin_s", [] { setNumber("BRDA", 1.0f); }},
+    {"quadratic program", Vorin_s, "referenceVorin_s", [] { setNumber("BRDA", 3.0f); }},
+    {"scan", Vorin_s, "referenceVorin_s", [] { setText("NALG", "ASYM"); }},
+    {"fixed", Vorin_s, "referenceVorin_s",
      [] {
        setText("TARG", "WEIG");
        setNumber("WEIG", 0.3f);
      }},
-    {"small fixed", Vorin_s,
+    {"small fixed", Vorin_s, "referenceVorin_s",
      [] {
        setText("TARG", "WEIG");
        setNumber("WEIG", 1e-5f);
      }},
-    {"corner", Vorin_s, [] { setText("TARG", "2"); }},
-    {"compressed", VorinC5_s,
+    {"corner", Vorin_s, "referenceVorin_s", [] { setText("TARG", "2"); }},
+    {"compressed", VorinC5_s, "VorinC5_s",
      [] {
        setNumber("SVDN", 8.0f);
        setNumber("SVDT", 1e-6f);
      }},
-    {"tight", Vorin_s, [] { setNumber("TOL", 1e-12f); }},
+    {"tight", Vorin_s, "referenceVorin_s", [] { setNumber("TOL", 1e-12f); }},
 };
+
+const Path& pathNamed(const std::string& name) {
+  return *std::find_if(std::begin(paths), std::end(paths),
+                       [&](const Path& path) { return path.name == name; });
+}
 
 constexpr const char* results[] = {"CSTA", "CITE", "CWIT", "CWEI", "CSE", "CSIG", "DSE"};
 
@@ -78,40 +85,55 @@ struct Outcome {
   }
 };
 
-class Roads : public testing::Test {
+class FastAgainstReference : public testing::Test {
  protected:
   void TearDown() override {
-    takeRoad(false, vorin::kernels::highestLevel());
+    vorin::kernels::useLevel(vorin::kernels::highestLevel());
     vorin::test::loadSettings();
   }
 
-  static void takeRoad(bool plain, Level level) {
-    System<float>::plainRoad() = plain;
-    System<double>::plainRoad() = plain;
-    vorin::kernels::useLevel(level);
-  }
-
-  // One inversion from fresh settings.
-  Outcome invert(
-      const Road& road, const TestProblem<float>& job, float sig,
-      const std::function<void()>& more = [] {}) {
+  void prepare(const Path& path, float sig, const std::function<void()>& more) {
     vorin::test::loadSettings();
     setText("FLOG", log_.path());
     setNumber("REPO", 0.0f);
     setNumber("PRPO", 30.0f);
     setNumber("SIG", sig);
-    road.set();
+    path.set();
     more();
+  }
+
+  // One inversion from fresh settings.
+  Outcome invert(
+      const Path& path, const TestProblem<float>& job, float sig,
+      const std::function<void()>& more = [] {}) {
+    prepare(path, sig, more);
     Outcome out;
     out.F.assign(static_cast<std::size_t>(job.n), 0.0f);
-    road.entry(job.m, job.n, job.K.data(), job.d.data(), out.F.data(), &out.status);
+    path.entry(job.m, job.n, job.K.data(), job.d.data(), out.F.data(), &out.status);
     for (const char* key : results) {
       out.numbers.push_back(getNumber(key));
     }
     return out;
   }
 
-  vorin::test::LogFile log_{"ROADS"};
+  // The same by the reference implementation.
+  Outcome invertByReference(
+      const Path& path, const TestProblem<float>& job, float sig,
+      const std::function<void()>& more = [] {}) {
+    prepare(path, sig, more);
+    const Reference& reference = Reference::instance();
+    reference.takeSettings();
+    Outcome out;
+    out.F.assign(static_cast<std::size_t>(job.n), 0.0f);
+    reference.find<std::remove_pointer_t<Entry>>(path.reference)(
+        job.m, job.n, job.K.data(), job.d.data(), out.F.data(), &out.status);
+    for (const char* key : results) {
+      out.numbers.push_back(reference.getNumber(key));
+    }
+    return out;
+  }
+
+  vorin::test::LogFile log_{"REFERENCE"};
 };
 
 bool sameBits(const std::vector<float>& a, const std::vector<float>& b) {
@@ -133,7 +155,7 @@ double distance(const std::vector<float>& a, const std::vector<float>& b) {
   return norm(difference);
 }
 
-// Units in the last place of a single between two numbers; 0 for two that are none.
+// Units in the last place of single precision between two numbers; 0 for two NaNs.
 float ulps(float a, float b) {
   if (a == b || (std::isnan(a) && std::isnan(b))) {
     return 0.0f;
@@ -145,39 +167,37 @@ float ulps(float a, float b) {
 // The same decisions, and numbers that differ by how a double was rounded before it was
 // stored as a single. A search turns one such difference of rss into one of the weight,
 // which moves f by no more than its own relative size: |df| <= |f| dw / w.
-void expectSameInversion(const Outcome& fast, const Outcome& plain) {
-  EXPECT_EQ(fast.status, plain.status);
+void expectSameInversion(const Outcome& fast, const Outcome& reference) {
+  EXPECT_EQ(fast.status, reference.status);
   for (const char* key : {"CSTA", "CITE", "CWIT", "CSIG", "DSE"}) {
-    EXPECT_EQ(ulps(fast[key], plain[key]), 0.0f) << key;
+    EXPECT_EQ(ulps(fast[key], reference[key]), 0.0f) << key;
   }
-  EXPECT_LE(ulps(fast["CWEI"], plain["CWEI"]), 8.0f);
-  EXPECT_LE(ulps(fast["CSE"], plain["CSE"]), 8.0f);
-  if (!std::isfinite(norm(plain.F))) {
-    EXPECT_EQ(std::isnan(norm(fast.F)), std::isnan(norm(plain.F)));
+  EXPECT_LE(ulps(fast["CWEI"], reference["CWEI"]), 8.0f);
+  EXPECT_LE(ulps(fast["CSE"], reference["CSE"]), 8.0f);
+  if (!std::isfinite(norm(reference.F))) {
+    EXPECT_EQ(std::isnan(norm(fast.F)), std::isnan(norm(reference.F)));
     return;
   }
-  const double relative = 1.0 + double(ulps(fast["CWEI"], plain["CWEI"]));
-  EXPECT_LE(distance(fast.F, plain.F),
-            relative * double(std::numeric_limits<float>::epsilon()) * norm(plain.F));
+  const double relative = 1.0 + double(ulps(fast["CWEI"], reference["CWEI"]));
+  EXPECT_LE(distance(fast.F, reference.F),
+            relative * double(std::numeric_limits<float>::epsilon()) * norm(reference.F));
 }
 
-TEST_F(Roads, FastAndPlainDecideTheSameOnEveryRoad) {
+TEST_F(FastAgainstReference, SameStatusCountsAndDistributionOnEveryPath) {
   int compared = 0;
   std::uint64_t seed = 1;
-  for (const Road& road : theRoads) {
+  for (const Path& path : paths) {
     for (const int nf : {12, 40, 90}) {
       for (const int ng : {5, 16, 33}) {
         for (const double sigma : {0.001, 0.01, 0.1}) {
           for (const double assumed : {0.7, 1.1, 2.0}) {
             const auto job = vorin::test::laplaceProblem<float>(nf, ng, sigma, ++seed);
             const auto sig = static_cast<float>(sigma * assumed);
-            takeRoad(false, vorin::kernels::highestLevel());
-            const Outcome fast = invert(road, job, sig);
-            takeRoad(true, Level::baseline);
-            const Outcome plain = invert(road, job, sig);
-            SCOPED_TRACE(testing::Message() << road.name << ", " << nf << " x " << ng << ", sigma "
+            const Outcome fast = invert(path, job, sig);
+            const Outcome reference = invertByReference(path, job, sig);
+            SCOPED_TRACE(testing::Message() << path.name << ", " << nf << " x " << ng << ", sigma "
                                             << sigma << ", assumed " << sig);
-            expectSameInversion(fast, plain);
+            expectSameInversion(fast, reference);
             ++compared;
           }
         }
@@ -187,15 +207,11 @@ TEST_F(Roads, FastAndPlainDecideTheSameOnEveryRoad) {
   EXPECT_EQ(compared, 11 * 3 * 3 * 3 * 3);
 }
 
-// The two decompositions perturb the kernel by the rounding of singles each, which a fixed
-// weight w passes on: |df| <= |E| (|K f - d| / w + |f| / sqrt(w)) for a change E of K.
-TEST_F(Roads, EitherDecompositionOfACompressionGivesTheSameDistribution) {
-  struct WholeKernels {
-    WholeKernels() { vorin::reduce::decomposesWholeKernels() = true; }
-    ~WholeKernels() { vorin::reduce::decomposesWholeKernels() = false; }
-  };
+// Either decomposition perturbs the kernel by the rounding of single precision; at a fixed
+// weight w this gives |df| <= |E| (|K f - d| / w + |f| / sqrt(w)) for a change E of K.
+TEST_F(FastAgainstReference, EitherDecompositionOfACompressionGivesTheSameDistribution) {
   constexpr float weight = 0.01f;
-  const Road road = {"compressed at a weight", VorinC5_s, [] {
+  const Path path = {"compressed at a weight", VorinC5_s, "VorinC5_s", [] {
                        setText("TARG", "WEIG");
                        setNumber("WEIG", weight);
                        setNumber("SVDN", 20.0f);
@@ -209,9 +225,8 @@ TEST_F(Roads, EitherDecompositionOfACompressionGivesTheSameDistribution) {
         for (const double sigma : {0.001, 0.03}) {
           const auto job = vorin::test::laplaceProblem<float>(nf, ng, sigma, ++seed);
           const auto prune = [=] { setText("PRMO", pruning); };
-          const Outcome fast = invert(road, job, 0.01f, prune);
-          const WholeKernels guard;
-          const Outcome whole = invert(road, job, 0.01f, prune);
+          const Outcome fast = invert(path, job, 0.01f, prune);
+          const Outcome whole = invertByReference(path, job, 0.01f, prune);
           SCOPED_TRACE(testing::Message()
                        << pruning << ", " << nf << " x " << ng << ", sigma " << sigma);
           EXPECT_EQ(fast.status, whole.status);
@@ -228,27 +243,39 @@ TEST_F(Roads, EitherDecompositionOfACompressionGivesTheSameDistribution) {
   }
 }
 
-TEST_F(Roads, EveryInstructionSetLevelGivesTheSameBits) {
+// Each solve of a scan leaves a line in the log; so many solves make it one.
+TEST_F(FastAgainstReference, TheScanOfThePathsRuns) {
+  const auto job = vorin::test::laplaceProblem<float>(40, 16, 0.01, 17);
+  const auto solvesOf = [&](const Path& path) {
+    const Outcome out = invert(path, job, 0.01f, [] { setNumber("REPO", 1.0f); });
+    EXPECT_EQ(out.status, 0);
+    const std::vector<std::string> lines = log_.body();
+    return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+      return line.find("-> cse=") != std::string::npos;
+    });
+  };
+  EXPECT_EQ(solvesOf(pathNamed("noise")), 0);
+  EXPECT_GE(solvesOf(pathNamed("scan")), 3);
+}
+
+TEST_F(FastAgainstReference, EveryInstructionSetLevelGivesTheSameBits) {
   std::uint64_t seed = 5000;
-  for (const Road& road : theRoads) {
+  for (const Path& path : paths) {
     for (const int nf : {12, 50, 130}) {
       for (const int ng : {5, 17, 40}) {
         for (const double sigma : {0.001, 0.03}) {
           const auto job = vorin::test::laplaceProblem<float>(nf, ng, sigma, ++seed);
           const auto sig = static_cast<float>(sigma);
-          for (const bool plain : {false, true}) {
-            takeRoad(plain, Level::baseline);
-            const Outcome expected = invert(road, job, sig);
-            for (const Level level : {Level::avx2, Level::avx512}) {
-              takeRoad(plain, level);
-              const Outcome got = invert(road, job, sig);
-              SCOPED_TRACE(testing::Message()
-                           << road.name << ", " << nf << " x " << ng << ", sigma " << sigma
-                           << ", level " << static_cast<int>(level));
-              EXPECT_EQ(got.status, expected.status);
-              EXPECT_TRUE(sameBits(got.F, expected.F));
-              EXPECT_TRUE(sameBits(got.numbers, expected.numbers));
-            }
+          vorin::kernels::useLevel(Level::baseline);
+          const Outcome expected = invert(path, job, sig);
+          for (const Level level : {Level::avx2, Level::avx512}) {
+            vorin::kernels::useLevel(level);
+            const Outcome got = invert(path, job, sig);
+            SCOPED_TRACE(testing::Message() << path.name << ", " << nf << " x " << ng << ", sigma "
+                                            << sigma << ", level " << static_cast<int>(level));
+            EXPECT_EQ(got.status, expected.status);
+            EXPECT_TRUE(sameBits(got.F, expected.F));
+            EXPECT_TRUE(sameBits(got.numbers, expected.numbers));
           }
         }
       }
@@ -256,28 +283,26 @@ TEST_F(Roads, EveryInstructionSetLevelGivesTheSameBits) {
   }
 }
 
-TEST_F(Roads, TheSingleIterationAndTheQuadraticProgramHaveOneDistribution) {
-  // On both, what parts the roads has no part in f.
+TEST_F(FastAgainstReference, SingleIterationAndQuadraticProgramHaveTheSameDistributionBits) {
+  // f does not depend on how the system of c is solved.
   std::uint64_t seed = 7000;
-  for (const Road& road : theRoads) {
-    if (std::string(road.name) != "single iteration" && std::string(road.name) != "corner") {
+  for (const Path& path : paths) {
+    if (std::string(path.name) != "single iteration" && std::string(path.name) != "corner") {
       continue;
     }
     for (int repeat = 0; repeat < 40; ++repeat) {
       const auto job = vorin::test::laplaceProblem<float>(60, 24, 0.01, ++seed);
-      takeRoad(false, vorin::kernels::highestLevel());
-      const Outcome fast = invert(road, job, 0.01f);
-      takeRoad(true, Level::baseline);
-      const Outcome plain = invert(road, job, 0.01f);
-      EXPECT_EQ(fast.status, plain.status) << road.name;
-      EXPECT_TRUE(ulps(fast["CWEI"], plain["CWEI"]) > 0.0f || sameBits(fast.F, plain.F))
-          << road.name;
+      const Outcome fast = invert(path, job, 0.01f);
+      const Outcome reference = invertByReference(path, job, 0.01f);
+      EXPECT_EQ(fast.status, reference.status) << path.name;
+      EXPECT_TRUE(ulps(fast["CWEI"], reference["CWEI"]) > 0.0f || sameBits(fast.F, reference.F))
+          << path.name;
     }
   }
 }
 
-// Problems that a host does not send on purpose.
-TEST_F(Roads, HostileProblemsPartNoRoads) {
+// Problems that no host sends on purpose.
+TEST_F(FastAgainstReference, SameOnHostileProblems) {
   struct Hostile {
     const char* name;
     std::function<void(TestProblem<float>&)> spoil;
@@ -329,22 +354,19 @@ TEST_F(Roads, HostileProblemsPartNoRoads) {
       {"noise beyond the data", [](auto&) {}, 100.0f},
   };
   for (const Hostile& hostile : cases) {
-    for (const Road& road : theRoads) {
+    for (const Path& path : paths) {
       auto job = vorin::test::laplaceProblem<float>(45, 14, 0.01, 77);
       hostile.spoil(job);
-      takeRoad(false, vorin::kernels::highestLevel());
-      const Outcome fast = invert(road, job, hostile.sig);
-      takeRoad(true, Level::baseline);
-      const Outcome plain = invert(road, job, hostile.sig);
-      SCOPED_TRACE(testing::Message() << hostile.name << ", " << road.name);
-      expectSameInversion(fast, plain);
+      const Outcome fast = invert(path, job, hostile.sig);
+      const Outcome reference = invertByReference(path, job, hostile.sig);
+      SCOPED_TRACE(testing::Message() << hostile.name << ", " << path.name);
+      expectSameInversion(fast, reference);
     }
   }
 }
 
-TEST_F(Roads, FixedWeightsOfAnySizePartNoRoads) {
-  const Road& road = theRoads[6];
-  ASSERT_STREQ(road.name, "fixed");
+TEST_F(FastAgainstReference, SameAtFixedWeightsOfAnySize) {
+  const Path& path = pathNamed("fixed");
   const auto job = vorin::test::laplaceProblem<float>(60, 20, 0.01, 5);
   std::vector<float> weights = {0.0f, -0.0f, -1.0f, 1e-38f, 1e30f, 1e38f, 1e-45f};
   for (float weight = 1e-12f; weight < 1e6f; weight *= 3.0f) {
@@ -356,12 +378,10 @@ TEST_F(Roads, FixedWeightsOfAnySizePartNoRoads) {
   }
   for (const float weight : weights) {
     const auto setWeight = [weight] { setNumber("WEIG", weight); };
-    takeRoad(false, vorin::kernels::highestLevel());
-    const Outcome fast = invert(road, job, 0.01f, setWeight);
-    takeRoad(true, Level::baseline);
-    const Outcome plain = invert(road, job, 0.01f, setWeight);
+    const Outcome fast = invert(path, job, 0.01f, setWeight);
+    const Outcome reference = invertByReference(path, job, 0.01f, setWeight);
     SCOPED_TRACE(testing::Message() << "weight " << weight);
-    expectSameInversion(fast, plain);
+    expectSameInversion(fast, reference);
   }
 }
 
