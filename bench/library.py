@@ -1,5 +1,5 @@
-"""The calls of a host, on the library and on the copy of it that has the benchmark's hooks,
-and the decays that both are given."""
+"""The calls of a host, on the library or on the reference implementation, and the decays that
+both are given."""
 
 import ctypes
 

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Compares the library with its own plain road and with scipy, in one process on the same
-decays, results first; then how the cost grows, and what it goes into. Times are CPU times of
-the one thread, medians of several runs that take turns.
+"""Compares the library with its reference implementation and with scipy, in one process on
+the same decays, results first; then how the cost grows, and its shares by stage. Times are CPU
+times of the one thread, medians of several runs that take turns.
 
-    measure.py [--quick] LIBRARY BENCH_LIBRARY ONE_ROAD OUTPUT_FOLDER [DOCS_FOLDER]
-    measure.py --one LIBRARY BENCH_LIBRARY NF NG     (one size; used by the former)
+    measure.py [--quick] LIBRARY REFERENCE BENCH ONE_INVERSION OUTPUT_FOLDER [DOCS_FOLDER]
+    measure.py --one LIBRARY BENCH NF NG     (one size; used by the former)
 
 Leaves results.json, performance.md and performance.png in OUTPUT_FOLDER, and the latter two
 in DOCS_FOLDER when that is given.
@@ -23,11 +23,11 @@ import numpy as np
 import report
 import shares
 from library import Library, make_decay
-from reference import NOISE, ROADS, Stacked, bracket_of, reduce, reference, verify
+from scipy_solution import NOISE, PATHS, Stacked, bracket_of, reduce, solve, verify
 
 SEEDS = range(1, 10)
 
-# What two roads to the same result agree in, and what may differ as a double was rounded.
+# Results that are equal, and those that may differ by how a double was rounded.
 SAME = ("CSTA", "CITE", "CWIT", "CSIG", "DSE")
 NEARLY_SAME = ("CWEI", "CSE")
 
@@ -60,46 +60,44 @@ def resident(field):
     return 0.0
 
 
-def usable_decay(road, library, bench, nf, ng, snr):
+def usable_decay(path, library, bench, nf, ng, snr):
     """The first decay whose noise the search can reach: that of some 200 rows strays by
     five per cent, and a target below what any fit leaves is reported as a failure."""
-    entry, settings = ROADS[road]
+    entry, settings = PATHS[path]
     library.set(settings | {"SIG": 1.0 / snr})
     for seed in SEEDS:
         K, Y = make_decay(bench, nf, ng, snr, seed)
         F = library.inverter(entry, K, Y)()
-        if library.number("CSTA") == (999 if road == "corner" else 0):
+        if library.number("CSTA") == (999 if path == "corner" else 0):
             return K, Y, F
-    raise SystemExit(f"no usable decay for {road} {nf} {ng} {snr}")
+    raise SystemExit(f"no usable decay for {path} {nf} {ng} {snr}")
 
 
-def plain_inverter(road, library, bench, K, Y, F, snr):
-    """The plain road, after its results have been found the same. A compression decomposes
-    another matrix, whose rounding moves all that follows; of that the road's own
-    verification says how far."""
-    entry, settings = ROADS[road]
-    bench.lib.benchPlainRoad(1)
-    bench.set(settings | {"SIG": 1.0 / snr})
-    run = bench.inverter("benchPlainInversion" if entry == "Vorin_s" else entry, K, Y)
-    plain = run()
-    moved = np.linalg.norm(plain - F) / np.linalg.norm(F)
-    if road.startswith("C5"):
-        assert bench.number("CSTA") == library.number("CSTA"), f"{road}: plain road's status"
-        assert moved < 1e-3, f"{road}: plain road {moved:.1e} away"
+def reference_inverter(path, library, reference, K, Y, F, snr):
+    """The reference implementation, after its results have been found the same. Its
+    compression decomposes another matrix, whose rounding moves all that follows; `verify`
+    says how far."""
+    entry, settings = PATHS[path]
+    reference.set(settings | {"SIG": 1.0 / snr})
+    run = reference.inverter("referenceVorin_s" if entry == "Vorin_s" else entry, K, Y)
+    moved = np.linalg.norm(run() - F) / np.linalg.norm(F)
+    if path.startswith("C5"):
+        assert reference.number("CSTA") == library.number("CSTA"), f"{path}: reference's status"
+        assert moved < 1e-3, f"{path}: reference {moved:.1e} away"
     else:
         for key in SAME:
-            assert bench.number(key) == library.number(key), f"{road}: plain road's {key}"
+            assert reference.number(key) == library.number(key), f"{path}: reference's {key}"
         for key in NEARLY_SAME:
-            gap = abs(bench.number(key) - library.number(key))
-            assert gap <= 1e-6 * abs(library.number(key)), f"{road}: plain road's {key}"
-        assert moved < 1e-6, f"{road}: plain road {moved:.1e} away"
+            gap = abs(reference.number(key) - library.number(key))
+            assert gap <= 1e-6 * abs(library.number(key)), f"{path}: reference's {key}"
+        assert moved < 1e-6, f"{path}: reference {moved:.1e} away"
     return run
 
 
-def separate_solves(road, library, K, Y, pruning, snr):
+def separate_solves(path, library, K, Y, pruning, snr):
     """The solves of the corner search as calls of their own."""
-    weights, _ = Stacked(*reduce(road, K, Y, pruning)).ladder()
-    single = ROADS["fixed"][1] | {"SIG": 1.0 / snr, "BRDA": 3.0}
+    weights, _ = Stacked(*reduce(path, K, Y, pruning)).weight_grid()
+    single = PATHS["fixed"][1] | {"SIG": 1.0 / snr, "BRDA": 3.0}
     run = library.inverter("Vorin_s", K, Y)
 
     def all_of_them():
@@ -107,36 +105,36 @@ def separate_solves(road, library, K, Y, pruning, snr):
         for weight in weights:
             library.number("WEIG", weight)
             run()
-        library.set(ROADS[road][1] | {"SIG": 1.0 / snr, "BRDA": 2.0})
+        library.set(PATHS[path][1] | {"SIG": 1.0 / snr, "BRDA": 2.0})
 
     return all_of_them
 
 
-def compare(road, library, bench, nf, ng, snr, seconds, with_plain):
-    entry, settings = ROADS[road]
-    K, Y, F = usable_decay(road, library, bench, nf, ng, snr)
+def compare(path, library, reference, bench, nf, ng, snr, seconds, with_reference):
+    entry, settings = PATHS[path]
+    K, Y, F = usable_decay(path, library, bench, nf, ng, snr)
     F = F.copy()
     pruning = library.prune_map(nf, 200)
-    row = {"road": road, "nf": nf, "ng": ng, "snr": snr, "solves": library.number("CWIT")}
-    row["distance"] = verify(road, library, K, Y, F, pruning)
+    row = {"path": path, "nf": nf, "ng": ng, "snr": snr, "solves": library.number("CWIT")}
+    row["distance"] = verify(path, library, K, Y, F, pruning)
     wanted = library.number("DSE")
     runs = {"fast": library.inverter(entry, K, Y)}
-    if with_plain:
-        runs["plain"] = plain_inverter(road, library, bench, K, Y, F, snr)
-    bracket = bracket_of(road, K, Y, pruning, wanted)
-    runs["scipy"] = lambda: reference(road, K, Y, pruning, wanted, bracket)
-    if road == "noise" and ng == 100 and snr == 100.0:
-        # Of all samples the noise may be above what is wanted of the bins.
+    if with_reference:
+        runs["reference"] = reference_inverter(path, library, reference, K, Y, F, snr)
+    bracket = bracket_of(path, K, Y, pruning, wanted)
+    runs["scipy"] = lambda: solve(path, K, Y, pruning, wanted, bracket)
+    if path == "noise" and ng == 100 and snr == 100.0:
+        # Of all samples the noise may be above the one wanted for the bins.
         whole = bracket_of("unpruned", K, Y, pruning, wanted)
         if whole is not None:
-            runs["raw"] = lambda: reference("unpruned", K, Y, pruning, wanted, whole)
-    if road == "corner":
-        runs["separate"] = separate_solves(road, library, K, Y, pruning, snr)
+            runs["raw"] = lambda: solve("unpruned", K, Y, pruning, wanted, whole)
+    if path == "corner":
+        runs["separate"] = separate_solves(path, library, K, Y, pruning, snr)
     return row | turns(runs, seconds)
 
 
 def one_size(library, bench, nf, ng):
-    """Cost of one size on the default road: CPU seconds, and memory on top of the host's
+    """Cost of one size on the default path: CPU seconds, and memory on top of the host's
     own arrays."""
     K, Y = make_decay(bench, nf, ng, 100.0, 1)
     library.set(NOISE | {"SIG": 0.011})
@@ -153,12 +151,12 @@ def one_size(library, bench, nf, ng):
 
 
 def plan(quick):
-    """The rows of the comparison: road, nf, ng, SNR, seconds, and whether the plain road
-    is run, which takes a second and more where nothing is pruned."""
+    """The rows of the comparison: path, nf, ng, SNR, seconds, and whether the reference
+    implementation runs, which takes a second and more where nothing is pruned."""
     if quick:
-        for road in ROADS:
-            yield road, 1000, 50, 100.0, 0.1, True
-            yield road, 1000, 100, 100.0, 0.1, road != "unpruned"
+        for path in PATHS:
+            yield path, 1000, 50, 100.0, 0.1, True
+            yield path, 1000, 100, 100.0, 0.1, path != "unpruned"
         return
     for snr in (20.0, 100.0, 1000.0):
         for ng in (50, 100, 200):
@@ -167,26 +165,26 @@ def plan(quick):
     for snr in (20.0, 100.0, 1000.0):
         for ng in (50, 100, 200):
             yield "unpruned", 1000, ng, snr, 1.0, snr == 100.0
-    for road in ("C5 pruned", "C5 whole", "fixed", "corner"):
+    for path in ("C5 pruned", "C5 whole", "fixed", "corner"):
         for nf in (256, 1000, 3000, 10000):
-            yield road, nf, 100, 100.0, 0.5, True
+            yield path, nf, 100, 100.0, 0.5, True
         for snr in (20.0, 1000.0):
-            yield road, 1000, 100, snr, 0.5, True
+            yield path, 1000, 100, snr, 0.5, True
         for ng in (50, 200):
-            yield road, 1000, ng, 100.0, 0.5, True
+            yield path, 1000, ng, 100.0, 0.5, True
 
 
-# What the library is held to, on 100 grid times at an SNR of 100.
-WANTED = [(road, "scipy", times) for road, times in
+# The least ratios required, on 100 grid times at an SNR of 100.
+REQUIRED = [(path, "scipy", times) for path, times in
           (("noise", 7.0), ("unpruned", 8.0), ("C5 pruned", 4.0), ("C5 whole", 4.0),
-           ("corner", 3.0))] + [("noise", "plain", 30.0)]
+           ("corner", 3.0))] + [("noise", "reference", 30.0)]
 
 
 def unmet(rows):
-    return [f"{road} nf {row['nf']}: {row[other] / row['fast']:.1f} times {other}'s speed, "
-            f"{times:.0f} wanted"
-            for road, other, times in WANTED for row in rows
-            if row["road"] == road and row["ng"] == 100 and row["snr"] == 100.0
+    return [f"{path} nf {row['nf']}: {row[other] / row['fast']:.1f} times {other}'s speed, "
+            f"{times:.0f} required"
+            for path, other, times in REQUIRED for row in rows
+            if row["path"] == path and row["ng"] == 100 and row["snr"] == 100.0
             and row["nf"] >= 1000 and other in row and row[other] < times * row["fast"]]
 
 
@@ -207,22 +205,22 @@ def main():
         print(json.dumps(one_size(library, bench, int(arguments[3]), int(arguments[4]))))
         return
     quick = arguments[0] == "--quick"
-    paths, one_road, folder, *docs = arguments[1:3] if quick else arguments[:2], *arguments[
-        3 if quick else 2:]
-    library, bench = Library(paths[0]), Library(paths[1])
+    *paths, one_inversion, folder = arguments[1:6] if quick else arguments[:5]
+    docs = arguments[6:] if quick else arguments[5:]
+    library, reference, bench = map(Library, paths)
     print("\n".join(report.comparison_heading()))
     rows = []
     for row in plan(quick):
-        rows.append(compare(*row[:1], library, bench, *row[1:]))
+        rows.append(compare(*row[:1], library, reference, bench, *row[1:]))
         print(report.comparison_line(rows[-1]), flush=True)
     samples = (256, 1000, 10000, 100000) if quick else (
         256, 1000, 3000, 10000, 30000, 100000, 300000, 1000000)
     grids = (20, 100, 200) if quick else (20, 50, 100, 200, 350, 500)
     results = {
         "machine": report.machine(bench), "rows": rows,
-        "by_nf": measure_growth(paths, [(nf, 100) for nf in samples]),
-        "by_ng": measure_growth(paths, [(1000, ng) for ng in grids]),
-        "shares": shares.of_all_roads(one_road, (1000,) if quick else (1000, 10000)),
+        "by_nf": measure_growth(paths[::2], [(nf, 100) for nf in samples]),
+        "by_ng": measure_growth(paths[::2], [(1000, ng) for ng in grids]),
+        "shares": shares.of_all_paths(one_inversion, (1000,) if quick else (1000, 10000)),
         "missed": unmet(rows)}
     with open(os.path.join(folder, "results.json"), "w") as out:
         json.dump(results, out, indent=1)
@@ -231,8 +229,8 @@ def main():
         for name in ("performance.md", "performance.png"):
             shutil.copy(os.path.join(folder, name), docs_folder)
     print("\n".join(report.shares_table(results["shares"])))
-    print("below what is wanted: " + "; ".join(results["missed"]) if results["missed"]
-          else "all ratios as wanted")
+    print("below what is required: " + "; ".join(results["missed"]) if results["missed"]
+          else "all ratios as required")
 
 
 if __name__ == "__main__":

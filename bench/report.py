@@ -1,4 +1,4 @@
-"""Tables, picture and page of what measure.py finds."""
+"""Tables, picture and page of the results of measure.py."""
 
 import math
 import os
@@ -26,15 +26,15 @@ def ratio(row, key):
 
 
 def comparison_heading():
-    return ["| road | nf | ng | SNR | library, ms | plain road, ms | scipy, ms "
-            "| plain / library | scipy / library | distance |",
+    return ["| path | nf | ng | SNR | library, ms | reference, ms | scipy, ms "
+            "| reference / library | scipy / library | distance |",
             "| --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: | ---: |"]
 
 
 def comparison_line(row):
-    return (f"| {row['road']} | {row['nf']} | {row['ng']} | {row['snr']:.0f} "
-            f"| {shown(row, 'fast')} | {shown(row, 'plain')} | {shown(row, 'scipy')} "
-            f"| {ratio(row, 'plain')} | {ratio(row, 'scipy')} | {row['distance']:.0e} |")
+    return (f"| {row['path']} | {row['nf']} | {row['ng']} | {row['snr']:.0f} "
+            f"| {shown(row, 'fast')} | {shown(row, 'reference')} | {shown(row, 'scipy')} "
+            f"| {ratio(row, 'reference')} | {ratio(row, 'scipy')} | {row['distance']:.0e} |")
 
 
 def comparison_table(rows):
@@ -48,7 +48,7 @@ def raw_table(rows):
                     f"| {ratio(row, 'raw')} |" for row in rows if "raw" in row]
 
 
-def ladder_table(rows):
+def grid_table(rows):
     lines = ["| nf | ng | SNR | corner search, ms | 19 calls, ms | 19 calls / search |",
              "| ---: | ---: | ---: | ---: | ---: | ---: |"]
     return lines + [f"| {row['nf']} | {row['ng']} | {row['snr']:.0f} | {shown(row, 'fast')} "
@@ -65,7 +65,7 @@ def growth_table(rows):
 
 def shares_table(columns):
     stages = columns[0]["stages"]
-    lines = ["| stage | " + " | ".join(f"{c['road']}, nf {c['nf']}" for c in columns) + " |",
+    lines = ["| stage | " + " | ".join(f"{c['path']}, nf {c['nf']}" for c in columns) + " |",
              "| --- |" + " ---: |" * len(columns)]
     for stage in stages:
         cells = [c["stages"][stage] for c in columns]
@@ -123,14 +123,14 @@ def picture(results, path):
     from matplotlib import pyplot
 
     figure, axes = pyplot.subplots(2, 2, figsize=(11, 8.4))
-    default = [row for row in results["rows"] if row["road"] == "noise" and row["ng"] == 100
+    default = [row for row in results["rows"] if row["path"] == "noise" and row["ng"] == 100
                and row["snr"] == 100.0]
-    for key, label in (("raw", "scipy, all samples"), ("plain", "the library's plain road"),
+    for key, label in (("raw", "scipy, all samples"), ("reference", "reference implementation"),
                        ("scipy", "scipy, pruned data"), ("fast", "library")):
         there = [row for row in default if key in row]
         axes[0][0].loglog([row["nf"] for row in there], [1e3 * row[key] for row in there], "o-",
                           label=label)
-    panel(axes[0][0], "default road, ng 100, SNR 100", "samples nf", "CPU time, ms",
+    panel(axes[0][0], "default path, ng 100, SNR 100", "samples nf", "CPU time, ms",
           sorted({row["nf"] for row in default}), "lower left")
     by_nf, by_ng = results["by_nf"], results["by_ng"]
     decades = [10.0**k for k in range(3, 7) if 10.0**k <= by_nf[-1]["nf"]]
@@ -151,9 +151,9 @@ def picture(results, path):
     figure.savefig(path, dpi=80)
 
 
-def spread(rows, road, key):
+def spread(rows, path, key):
     """The least and the largest ratio on 100 grid times at an SNR of 100 from 1000 samples."""
-    times = [row[key] / row["fast"] for row in rows if row["road"] == road and row["ng"] == 100
+    times = [row[key] / row["fast"] for row in rows if row["path"] == path and row["ng"] == 100
              and row["snr"] == 100.0 and row["nf"] >= 1000 and key in row]
     if not times:
         return "not run"
@@ -170,17 +170,17 @@ def write(results, folder):
         "machine": results["machine"],
         "comparison": "\n".join(comparison_table(rows)),
         "raw": "\n".join(raw_table(rows)),
-        "ladder": "\n".join(ladder_table(rows)),
+        "grid": "\n".join(grid_table(rows)),
         "by_nf": "\n".join(growth_table(results["by_nf"])),
         "by_ng": "\n".join(growth_table(results["by_ng"])),
         "shares": "\n".join(shares_table(results["shares"])),
         "summary": "\n".join(
-            f"| {road} | {spread(rows, road, 'scipy')} | {spread(rows, road, 'plain')} |"
-            for road in dict.fromkeys(row["road"] for row in rows)),
+            f"| {path} | {spread(rows, path, 'scipy')} | {spread(rows, path, 'reference')} |"
+            for path in dict.fromkeys(row["path"] for row in rows)),
     }
     for name, value in values.items():
         page = page.replace("{{" + name + "}}", value)
-    assert "{{" not in page, "a place of the template was not filled"
+    assert "{{" not in page, "a placeholder of the template was not filled"
     with open(os.path.join(folder, "performance.md"), "w") as out:
         out.write(page)
     picture(results, os.path.join(folder, "performance.png"))

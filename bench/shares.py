@@ -1,24 +1,24 @@
-"""What an inversion's instructions go into, by stage, as callgrind counts them."""
+"""The instructions of an inversion by stage, as callgrind counts them."""
 
 import os
 import re
 import subprocess
 import tempfile
 
-# Stages by the functions that make them, costs inclusive of what these call; a stage after
-# a minus is part of the one before it and taken away from it.
+# Stages, the functions that make them (costs include what these call), and functions whose
+# cost is subtracted.
 STAGES = [
-    ("laying the bins", ["vorin::reduce::PrunePlan::PrunePlan("], []),
+    ("placing the bins", ["vorin::reduce::PrunePlan::PrunePlan("], []),
     ("pruning kernel and data", ["vorin::reduce::PrunePlan::apply(int,"], []),
     ("triangular factor for the SVD", ["vorin::reduce::factorToRank("], []),
     ("SVD (LAPACK)", ["vorin::gesvd("], []),
     ("conversion to double, transposition", ["vorin::brd::System<double>::converted<float>("],
      []),
-    ("K'K", ["vorin::brd::SmallerSide<double>::SmallerSide("], []),
-    ("m-by-m matrix", ["vorin::brd::System<double>::formFull("], []),
+    ("K'K", ["vorin::brd::ActiveNormalEquations::ActiveNormalEquations("], []),
+    ("m-by-m matrix", ["vorin::brd::System<double>::formActiveColumns("], []),
     ("LU factors (LAPACK)", ["vorin::getrf("], []),
     ("solves with them (LAPACK)", ["vorin::getrs("], []),
-    ("gathering the active block", ["vorin::brd::SmallerSide<double>::factor("],
+    ("gathering the active block", ["vorin::brd::ActiveNormalEquations::factor("],
      ["vorin::getrf(int, double"]),
     ("products with K and K'", ["::combineRows<double>(", "::combineColumns<double>("], []),
     ("quadratic program: Cholesky factors", ["vorin::brd::BlockFactor::assign("], []),
@@ -26,16 +26,16 @@ STAGES = [
      ["vorin::brd::BlockFactor::assign("]),
 ]
 
-ROADS = {"noise": "noise", "unpruned": "unpruned", "C5 pruned": "C5-pruned",
+PATHS = {"noise": "noise", "unpruned": "unpruned", "C5 pruned": "C5-pruned",
          "C5 whole": "C5-whole", "fixed": "fixed", "corner": "corner"}
 
 
-def inclusive_costs(one_road, road, nf):
+def inclusive_costs(one_inversion, path, nf):
     with tempfile.TemporaryDirectory() as folder:
         counts = os.path.join(folder, "counts")
         subprocess.run(
             ["valgrind", "--tool=callgrind", "--toggle-collect=profiledInversion",
-             f"--callgrind-out-file={counts}", one_road, ROADS[road], str(nf), "100", "100"],
+             f"--callgrind-out-file={counts}", one_inversion, PATHS[path], str(nf), "100", "100"],
             check=True, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         text = subprocess.run(
             ["callgrind_annotate", "--inclusive=yes", "--threshold=100", "--auto=no", counts],
@@ -48,9 +48,9 @@ def inclusive_costs(one_road, road, nf):
     return costs
 
 
-def of_road(one_road, road, nf):
+def of_path(one_inversion, path, nf):
     """Millions of instructions, and the share of each stage."""
-    costs = inclusive_costs(one_road, road, nf)
+    costs = inclusive_costs(one_inversion, path, nf)
 
     def cost(names):
         return sum(value for value, function in costs if any(name in function for name in names)
@@ -59,9 +59,9 @@ def of_road(one_road, road, nf):
     total = max(value for value, _ in costs)
     stages = {stage: max(0, cost(names) - cost(less)) / total for stage, names, less in STAGES}
     stages["everything else"] = max(0.0, 1.0 - sum(stages.values()))
-    return {"road": road, "nf": nf, "millions": total / 1e6, "stages": stages}
+    return {"path": path, "nf": nf, "millions": total / 1e6, "stages": stages}
 
 
-def of_all_roads(one_road, samples):
-    return [of_road(one_road, road, nf) for road in ROADS for nf in samples
-            if road != "unpruned" or nf == 1000]
+def of_all_paths(one_inversion, samples):
+    return [of_path(one_inversion, path, nf) for path in PATHS for nf in samples
+            if path != "unpruned" or nf == 1000]

@@ -1,5 +1,5 @@
-// Times whole inversions, each road over the sizes and noise levels that hosts have, and
-// the stages that one is made of. CPU time; every timed inversion has been checked once.
+// Times whole inversions, each path over usual sizes and noise levels, and the stages of
+// one. CPU time; every timed inversion has been checked once.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -15,8 +15,8 @@
 #include "brd/problem.hpp"
 #include "brd/system.hpp"
 #include "decay.hpp"
+#include "paths.hpp"
 #include "reduce/prune_plan.hpp"
-#include "roads.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/linear_map.hpp"
 #include "toolbox/norms.hpp"
@@ -52,20 +52,18 @@ const Decay& decay(std::int64_t nf, std::int64_t ng, std::int64_t snr) {
   return found;
 }
 
-void invert(benchmark::State& state, const char* name, bool plain) {
-  const vorin::bench::Road& road = *vorin::bench::findRoad(name);
+void invert(benchmark::State& state, const char* name) {
+  const vorin::bench::Path& path = *vorin::bench::findPath(name);
   const Decay& data = decay(state.range(0), state.range(1), state.range(2));
-  vorin::bench::setRoad(road, data.snr);
-  vorin::brd::System<double>::plainRoad() = plain;
-  vorin::kernels::useLevel(plain ? Level::baseline : vorin::kernels::highestLevel());
+  vorin::bench::setPath(path, data.snr);
   std::vector<float> F(static_cast<std::size_t>(data.ng));
   std::int32_t status = -1;
   const auto once = [&] {
-    road.entry(data.nf, data.ng, data.K.data(), data.Y.data(), F.data(), &status);
+    path.entry(data.nf, data.ng, data.K.data(), data.Y.data(), F.data(), &status);
   };
   once();
-  const bool seeksNoise = std::string_view(road.target) == "NOISE";
-  const std::int32_t good = std::string_view(road.target) == "2" ? VORIN_CORNER_MODE : VORIN_OK;
+  const bool seeksNoise = std::string_view(path.target) == "NOISE";
+  const std::int32_t good = std::string_view(path.target) == "2" ? VORIN_CORNER_MODE : VORIN_OK;
   const float wanted = number("DSE ");
   const float missed = std::abs(number("CSE ") - wanted) / wanted;
   if (status != good || (seeksNoise && !(missed < 0.001f))) {
@@ -77,8 +75,6 @@ void invert(benchmark::State& state, const char* name, bool plain) {
     benchmark::DoNotOptimize(F.data());
   }
   state.counters["solves"] = static_cast<double>(number("CWIT"));
-  vorin::brd::System<double>::plainRoad() = false;
-  vorin::kernels::useLevel(vorin::kernels::highestLevel());
 }
 
 void sizes(benchmark::internal::Benchmark* bench) {
@@ -102,13 +98,12 @@ void unprunedSizes(benchmark::internal::Benchmark* bench) {
       ->MinTime(0.02);
 }
 
-BENCHMARK_CAPTURE(invert, noise, "noise", false)->Apply(sizes);
-BENCHMARK_CAPTURE(invert, noise_plain, "noise", true)->Apply(oneSize);
-BENCHMARK_CAPTURE(invert, unpruned, "unpruned", false)->Apply(unprunedSizes);
-BENCHMARK_CAPTURE(invert, C5_pruned, "C5-pruned", false)->Apply(sizes);
-BENCHMARK_CAPTURE(invert, C5_whole, "C5-whole", false)->Apply(oneSize);
-BENCHMARK_CAPTURE(invert, fixed, "fixed", false)->Apply(sizes);
-BENCHMARK_CAPTURE(invert, corner, "corner", false)->Apply(oneSize);
+BENCHMARK_CAPTURE(invert, noise, "noise")->Apply(sizes);
+BENCHMARK_CAPTURE(invert, unpruned, "unpruned")->Apply(unprunedSizes);
+BENCHMARK_CAPTURE(invert, C5_pruned, "C5-pruned")->Apply(sizes);
+BENCHMARK_CAPTURE(invert, C5_whole, "C5-whole")->Apply(oneSize);
+BENCHMARK_CAPTURE(invert, fixed, "fixed")->Apply(sizes);
+BENCHMARK_CAPTURE(invert, corner, "corner")->Apply(oneSize);
 
 // Stages.
 
@@ -123,7 +118,7 @@ vorin::reduce::PruneRequest request(const Decay& data, const std::vector<float>&
   return wanted;
 }
 
-void layBins(benchmark::State& state) {
+void placeBins(benchmark::State& state) {
   const Decay& data = decay(state.range(0), state.range(1), state.range(2));
   std::vector<float> t(data.Y.size());
   std::iota(t.begin(), t.end(), 1.0f);
@@ -132,7 +127,7 @@ void layBins(benchmark::State& state) {
     benchmark::DoNotOptimize(vorin::reduce::PrunePlan(request(data, t, ones)).count());
   }
 }
-BENCHMARK(layBins)->Apply(oneSize);
+BENCHMARK(placeBins)->Apply(oneSize);
 
 void pruneKernel(benchmark::State& state) {
   const Decay& data = decay(state.range(0), state.range(1), state.range(2));

@@ -1,7 +1,7 @@
-"""The reference: what one would write with scipy. For each weight w it takes the
+"""The same by scipy, as one would write it. For each weight w it takes the
 non-negative least squares of [K; sqrt(w) I] against [d; 0] from scipy.optimize.nnls, and for
 a wanted standard error brentq on the logarithm of w. It stops as soon as the library would,
-and is given the reduction of the library's road, or the data as they came.
+and is given the reduced data of the library's path, or all samples.
 """
 
 import math
@@ -68,9 +68,9 @@ class Stacked:
             pass
         return best["f"]
 
-    def ladder(self):
-        """The weights of the corner search and the distribution of the last: one weight for
-        the noise, seventeen rungs, and the middle of them in place of the corner."""
+    def weight_grid(self):
+        """The weights of the corner search and the distribution of the last: one for the
+        noise, a grid of seventeen, and the middle of the grid in place of the corner."""
         F = (self.K * self.K).sum()
         weights = [F * 50.0 / (self.m * 1e4) * 1e-3]
         f, rss = self.solve(weights[0])
@@ -89,14 +89,14 @@ def compressed(K, d, rows, threshold):
     return (s[:keep, None] * VT[:keep]).astype(float), (U[:, :keep].T @ d).astype(float)
 
 
-def compressed_in_doubles(K, d, rows, threshold):
+def compressed_in_double(K, d, rows, threshold):
     return compressed(K.astype(float), d.astype(float), rows, threshold)
 
 
-# TOL as `vorin invert` has it: the load value can end a solve at a large weight before its
-# distribution stands, and then it's not the same problem that is solved.
+# TOL as `vorin invert` has it: the load value can end a solve at a large weight before it
+# has converged, so that scipy would solve another problem.
 NOISE = {"PRMO": "LOG", "TARG": "NOISE", "SVDN": 0.0, "WEIG": 0.01, "TOL": 1e-12}
-ROADS = {
+PATHS = {
     "noise": ("Vorin_s", NOISE),
     "unpruned": ("Vorin_s", NOISE | {"PRMO": "NONE"}),
     "C5 pruned": ("VorinC5_s", NOISE | {"SVDN": 20.0, "SVDT": 1e-6}),
@@ -106,46 +106,46 @@ ROADS = {
 }
 
 
-def reduce(road, K, Y, pruning, compress=compressed):
-    """The problem that the road hands to its solver, in double precision."""
-    if road in ("unpruned", "C5 whole"):
+def reduce(path, K, Y, pruning, compress=compressed):
+    """The problem that the path hands to its solver, in double precision."""
+    if path in ("unpruned", "C5 whole"):
         K, d = K, Y
     else:
         K, d = pruning @ K, pruning @ Y
-    if road.startswith("C5"):
+    if path.startswith("C5"):
         return compress(K.astype(np.float32), d.astype(np.float32), 20, 1e-6)
     return np.asarray(K, float), np.asarray(d, float)
 
 
-def bracket_of(road, K, Y, pruning, wanted):
-    """Where a search is to look: known to the reference without its doing."""
-    if road in ("fixed", "corner"):
+def bracket_of(path, K, Y, pruning, wanted):
+    """Where a search is to look: given to scipy at no cost."""
+    if path in ("fixed", "corner"):
         return None
-    return Stacked(*reduce(road, K, Y, pruning)).bracket(wanted)
+    return Stacked(*reduce(path, K, Y, pruning)).bracket(wanted)
 
 
-def reference(road, K, Y, pruning, wanted, bracket):
-    problem = Stacked(*reduce(road, K, Y, pruning))
-    if road == "fixed":
+def solve(path, K, Y, pruning, wanted, bracket):
+    problem = Stacked(*reduce(path, K, Y, pruning))
+    if path == "fixed":
         return problem.solve(0.1)[0]
-    if road == "corner":
-        return problem.ladder()[1]
+    if path == "corner":
+        return problem.weight_grid()[1]
     return problem.search(wanted, bracket)
 
 
-def verify(road, library, K, Y, F, pruning):
-    """The library's result against the reference at the same weight and in the standard
+def verify(path, library, K, Y, F, pruning):
+    """The library's result against scipy at the same weight and in the standard
     error. Returns the relative distance of the distributions."""
-    problem = Stacked(*reduce(road, K, Y, pruning, compressed_in_doubles))
+    problem = Stacked(*reduce(path, K, Y, pruning, compressed_in_double))
     f, rss = problem.solve(library.number("CWEI"))
     distance = np.linalg.norm(F - f) / np.linalg.norm(f)
     error = math.sqrt(rss / problem.m)
-    assert distance < 0.01, f"{road}: distributions {distance:.1e} apart"
-    # The last of the rows that are kept hang on the rounding of the pruned kernel, which is
-    # formed here in doubles.
-    tolerance = 0.03 if road == "C5 pruned" else 1e-3
-    assert abs(library.number("CSE") - error) < tolerance * error, f"{road}: standard error"
-    if road not in ("fixed", "corner"):
+    assert distance < 0.01, f"{path}: distributions {distance:.1e} apart"
+    # The last of the rows that are kept depend on the rounding of the pruned kernel, which is
+    # formed here in double precision.
+    tolerance = 0.03 if path == "C5 pruned" else 1e-3
+    assert abs(library.number("CSE") - error) < tolerance * error, f"{path}: standard error"
+    if path not in ("fixed", "corner"):
         wanted = library.number("DSE")
-        assert abs(library.number("CSE") - wanted) < 1e-3 * wanted, f"{road}: target missed"
+        assert abs(library.number("CSE") - wanted) < 1e-3 * wanted, f"{path}: target missed"
     return distance

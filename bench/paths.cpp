@@ -1,11 +1,11 @@
-#include "roads.hpp"
+#include "paths.hpp"
 
 #include "vorin.h"
 
 namespace vorin::bench {
 namespace {
 
-constexpr Road theRoads[] = {
+constexpr Path paths[] = {
     {"noise", Vorin_s, "LOG", "NOISE", 0.0f},
     {"unpruned", Vorin_s, "NONE", "NOISE", 0.0f},
     {"C5-pruned", VorinC5_s, "LOG", "NOISE", 20.0f},
@@ -27,32 +27,32 @@ void setText(const char* key, std::string text) {
 
 }  // namespace
 
-const Road* findRoad(std::string_view name) {
-  for (const Road& road : theRoads) {
-    if (road.name == name) {
-      return &road;
+const Path* findPath(std::string_view name) {
+  for (const Path& path : paths) {
+    if (path.name == name) {
+      return &path;
     }
   }
   return nullptr;
 }
 
-std::string roadNames() {
+std::string pathNames() {
   std::string names;
-  for (const Road& road : theRoads) {
+  for (const Path& path : paths) {
     names += ' ';
-    names += road.name;
+    names += path.name;
   }
   return names;
 }
 
-// TOL as `vorin invert` has it: the load value can end a solve at a large weight before
-// its distribution stands, and then it is not the same problem that is solved.
-void setRoad(const Road& road, double snr) {
-  setText("PRMO", road.pruning);
-  setText("TARG", road.target);
+// TOL as `vorin invert` has it: with the load value a solve at a large weight can end
+// before it has converged, so that scipy would solve another problem.
+void setPath(const Path& path, double snr) {
+  setText("PRMO", path.pruning);
+  setText("TARG", path.target);
   setNumber("SIG ", static_cast<float>(1.0 / snr));
-  setNumber("WEIG", std::string_view(road.target) == "WEIG" ? 0.1f : 0.01f);
-  setNumber("SVDN", road.singularVectors);
+  setNumber("WEIG", std::string_view(path.target) == "WEIG" ? 0.1f : 0.01f);
+  setNumber("SVDN", path.singularVectors);
   setNumber("SVDT", 1e-6f);
   setNumber("TOL ", 1e-12f);
 }

@@ -1,6 +1,6 @@
-// One inversion of one road, for a profiler: `one_road ROAD NF NG SNR [COUNT]` inverts COUNT
-// times (once when it isn't given) after a first time that fills what is kept. What is to be
-// counted runs inside profiledInversion, for callgrind's --toggle-collect.
+// One inversion for a profiler: `one_inversion PATH NF NG SNR [COUNT]` inverts COUNT times
+// (once by default) after a first inversion that allocates what is kept. profiledInversion
+// encloses what is counted, for callgrind's --toggle-collect.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -8,23 +8,23 @@
 #include <vector>
 
 #include "decay.hpp"
-#include "roads.hpp"
+#include "paths.hpp"
 #include "vorin.h"
 
-extern "C" void profiledInversion(const vorin::bench::Road& road, std::int32_t nf, std::int32_t ng,
+extern "C" void profiledInversion(const vorin::bench::Path& path, std::int32_t nf, std::int32_t ng,
                                   const float* K, const float* Y, float* F, std::int32_t* status);
 
-__attribute__((noinline)) void profiledInversion(const vorin::bench::Road& road, std::int32_t nf,
+__attribute__((noinline)) void profiledInversion(const vorin::bench::Path& path, std::int32_t nf,
                                                  std::int32_t ng, const float* K, const float* Y,
                                                  float* F, std::int32_t* status) {
-  road.entry(nf, ng, K, Y, F, status);
+  path.entry(nf, ng, K, Y, F, status);
 }
 
 int main(int count, char** words) {
-  const vorin::bench::Road* road = count >= 5 ? vorin::bench::findRoad(words[1]) : nullptr;
-  if (road == nullptr) {
-    std::fprintf(stderr, "one_road ROAD NF NG SNR [COUNT]; ROAD is one of%s\n",
-                 vorin::bench::roadNames().c_str());
+  const vorin::bench::Path* path = count >= 5 ? vorin::bench::findPath(words[1]) : nullptr;
+  if (path == nullptr) {
+    std::fprintf(stderr, "one_inversion PATH NF NG SNR [COUNT]; PATH is one of%s\n",
+                 vorin::bench::pathNames().c_str());
     return 2;
   }
   const int nf = std::atoi(words[2]);
@@ -38,11 +38,11 @@ int main(int count, char** words) {
   std::vector<float> K(static_cast<std::size_t>(nf) * static_cast<std::size_t>(ng));
   std::vector<float> Y(static_cast<std::size_t>(nf)), F(static_cast<std::size_t>(ng));
   vorin::bench::makeDecay(nf, ng, snr, 1, K.data(), Y.data());
-  vorin::bench::setRoad(*road, snr);
+  vorin::bench::setPath(*path, snr);
   std::int32_t status = -1;
-  road->entry(nf, ng, K.data(), Y.data(), F.data(), &status);
+  path->entry(nf, ng, K.data(), Y.data(), F.data(), &status);
   for (int repeat = 0; repeat < repeats; ++repeat) {
-    profiledInversion(*road, nf, ng, K.data(), Y.data(), F.data(), &status);
+    profiledInversion(*path, nf, ng, K.data(), Y.data(), F.data(), &status);
   }
   return status == 0 || status == VORIN_CORNER_MODE ? 0 : 1;
 }
