@@ -81,30 +81,29 @@ inline constexpr auto keyTable = [] {
   using namespace table;
   return std::array{
       // settings of the driver
-      number("REPO", I4, 1, 2, "how much the log tells; above 3 a save section is written as well"),
+      number("REPO", I4, 1, 2,
+             "reporting level of the log; above 3 a save section is written as well"),
       readOnly(number("VERN", I4, 1056, kept, "version as a number")),
       readOnly(text("VERS", textSlotLength, "Vorin10.56", kept, "version as a text")),
       number("SAVE", I4, 0, kept,
              "1: save section at the end of a call; 2: compact if the log is closed"),
-      number("SAVF", I4, 1, kept, "held and reported only"),
+      number("SAVF", I4, 1, kept, "stored and answered; no routine reads it"),
       text("FLOG", fileNameSlotLength, "Vorin", "Vorin", "name of the log file"),
-      text("PRAV", textSlotLength, "DATA", kept, "held and reported only"),
+      text("PRAV", textSlotLength, "DATA", kept, "stored and answered; no routine reads it"),
 
       // reduction of the problem
       // Required: the reset text is none of the choices. It answers 0 and "NONE",
       // but a driver that reads the slot itself prunes as for LOG.
       choice("PRMO", choices::prmo, "LOG", "A", "mode of pruning"),
       number("PRLO", I4, 1, 1, "first data point of the pruning range"),
-      number("PRHI", I4, -1, -1,
-             "last data point of the pruning range; accepted, without influence"),
+      number("PRHI", I4, -1, -1, "last data point of the pruning range; accepted, without effect"),
       number("PRPO", I4, 200, 200, "points wanted after pruning"),
       number("SVDT", I4, 999, kept, "threshold of the SVD compression"),
       number("SVDN", I4, 0, kept, "singular vectors kept by the SVD compression"),
       number("L2MO", I4, 0, kept,
-             "1: the fifth compressed driver rejects outliers before it inverts"),
+             "1: VorinC5_s and VorinyC5_s reject outliers before the inversion"),
       number("L2NS", I4, 3, kept,
-             "distance from the fit at which the fifth compressed driver takes a point for an "
-             "outlier"),
+             "distance from the fit at which VorinC5_s and VorinyC5_s reject a point"),
 
       // the solve at one weight
       number("BRDA", I4, 2, kept,
@@ -114,19 +113,20 @@ inline constexpr auto keyTable = [] {
 
       // noise and the standard error wanted
       choice("NALG", choices::nalg, "U", "URF", "algorithm of the noise estimate"),
-      number("SIG", G12, 0.01F, 0.01F, "noise standard deviation as the host gives it"),
+      number("SIG", G12, 0.01F, 0.01F, "noise standard deviation that the host states"),
       number("RSIG", G12, 1.05F, 0.2F, "factor on the noise in the standard error wanted"),
       number("L1AL", G12, 0.05F, kept,
              "mixing factor of data and noise in the standard error wanted"),
 
       // the weight and its search
-      choice("TARG", choices::targ, "NOISE", kept, "what the weight search aims at"),
+      choice("TARG", choices::targ, "NOISE", kept,
+             "how the weight is chosen: from the noise, at the corner, or fixed"),
       number("WEIG", G12, 0.01F, 0.01F, "regularisation weight: start of the search, or fixed"),
       number("WITE", I4, 40, 40, "limit of iterations of the weight search"),
       // Required: the text form is that of an integer, although the value is a
       // fraction: it reads 0 at the default. The number is exact.
       number("WTOL", I4, 0.001F, 0.001F, "relative tolerance of the weight search on the residual"),
-      number("STOL", G12, 0.005F, kept, "read by the weight search, without influence"),
+      number("STOL", G12, 0.005F, kept, "read by the weight search, without effect"),
       number("WRAT", G12, 10, 10, "greatest factor by which one update moves the weight"),
       number("WFRA", G12, 1, 1, "fraction of the Newton step taken"),
       number("RWEI", G12, 0.1F, kept, "factor on the weight after the corner search"),
@@ -149,9 +149,9 @@ inline constexpr auto keyTable = [] {
       number("CSE", G12, 99, 0, "standard error reached"),
 
       // held for hosts
-      number("EWIT", I4, 2, 1, "held and reported only"),
-      number("C1", G12, 0, 0, "held and reported only"),
-      number("C2", G12, 1, 1, "held and reported only"),
+      number("EWIT", I4, 2, 1, "stored and answered; no routine reads it"),
+      number("C1", G12, 0, 0, "stored and answered; no routine reads it"),
+      number("C2", G12, 1, 1, "stored and answered; no routine reads it"),
   };
 }();
 

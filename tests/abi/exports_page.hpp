@@ -19,9 +19,9 @@ inline const char* const exportsPageIntroduction = R"(# Exports
 <!-- Written from include/vorin.h and src/entry/exports.table by
      `cmake --build --preset dev --target exports_page`; a test compares the three. -->
 
-Every function of `libVorin01056.so`, as [include/vorin.h](../include/vorin.h) declares it. Matrices are stored by columns: element (i, j), counted from 0, of a matrix with leading dimension ld stands at i + j * ld. Numbers are in the units of the host. Integers are 32-bit signed. Nothing throws, and arguments are not checked; the report is a status word, and outputs are delivered also after a failure. All calls use library-wide state, so make one at a time. The keys are those of [keys.md](keys.md).
+Every function of `libVorin01056.so`, as [include/vorin.h](../include/vorin.h) declares it. Matrices are column-major: element (i, j), counted from 0, of a matrix with leading dimension ld is at offset i + j * ld. Numbers are in the units of the host. Integers are 32-bit signed. Nothing throws, and arguments are not checked; a status word reports the outcome, and outputs are delivered also after a failure. All calls use library-wide state, so make one at a time. The keys are those of [keys.md](keys.md).
 
-An argument is *in*, *out* or both; a hyphen means that it is not looked at. What the comment of a call leaves to another call is repeated here from there.
+An argument is *in*, *out* or both; a hyphen means that it is not used. What the comment of a call leaves to another call is repeated here from there.
 )";
 
 /// A row of the table of exports.

@@ -53,6 +53,34 @@ TEST(ExportsPage, HasEveryExportOfTheTable) {
   }
 }
 
+// The contents at the top of the header: the title of each section up to a comma or colon, in the
+// order of the sections, and behind it the section's exports.
+TEST(ExportsPage, TheContentsOfTheHeaderAreItsSectionsAndTheirExports) {
+  const std::string header = contentOf(VORIN_HEADER);
+  const std::size_t start = header.find("* Contents");
+  ASSERT_NE(start, std::string::npos);
+  const std::string contents = header.substr(start, header.find("* Conventions") - start);
+  std::size_t at = 0;
+  for (const Section& section : thePage().sections()) {
+    const std::string title = section.title.substr(0, section.title.find_first_of(",:"));
+    const std::string shortened = title.substr(0, title.find(" without"));
+    const std::size_t found = contents.find(" *   " + shortened, at);
+    ASSERT_NE(found, std::string::npos) << shortened;
+    at = found + 1;
+    std::size_t end = contents.find('\n', at);
+    while (contents.compare(end, 8, "\n *     ") == 0) {
+      end = contents.find('\n', end + 1);
+    }
+    const std::string row = contents.substr(at, end - at);
+    for (const Entry& entry : section.entries) {
+      for (const Prototype& prototype : entry.exports) {
+        EXPECT_NE(row.find(' ' + prototype.name), std::string::npos)
+            << shortened << ": " << prototype.name;
+      }
+    }
+  }
+}
+
 TEST(ExportsPage, EveryEntryBeginsWithItsPurpose) {
   for (const Section& section : thePage().sections()) {
     for (const Entry& entry : section.entries) {
