@@ -135,9 +135,9 @@ TEST(KeysCommand, ShowsTheKeysThatAreNamed) {
             "VERN  1056        whole number, read-only\n"
             "      version as a number\n"
             "TARG  NOISE       choice: WEIG, NOISE, 2\n"
-            "      what the weight search aims at\n"
+            "      how the weight is chosen: from the noise, at the corner, or fixed\n"
             "SIG   0.01        number: above 0 [unit of the data]\n"
-            "      noise standard deviation as the host gives it\n");
+            "      noise standard deviation that the host states\n");
 }
 
 TEST(KeysCommand, AnUnknownKeyIsRefusedWithItsNeighbours) {
