@@ -30,10 +30,11 @@ void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, do
 namespace vorin {
 namespace {
 
-// OpenBLAS maps one work buffer, of 128 MiB on x86-64, at its first use and keeps it. When
-// the mapping is refused, as under a limit of the address space, it asks again for ever. So
-// the room is asked for here first: a host that cannot have it gets the std::bad_alloc of any
-// other work array instead of a call that does not return.
+// OpenBLAS maps a work buffer of 128 MiB (x86-64) at its first use and keeps it; calls on other
+// threads at the same moment map one each. When the mapping is refused, as under a limit of the
+// address space, it tries again without end. So the first call of a process asks for the room
+// here: a host that cannot have it gets the std::bad_alloc of any other work array instead of a
+// call that does not return.
 void requireWorkBuffer() {
   constexpr std::size_t bufferAndSlack = std::size_t{136} << 20U;
   static std::atomic<bool> isThere = false;
