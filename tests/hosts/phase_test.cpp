@@ -31,7 +31,7 @@ TEST(Phase, IsTheOneTheDataWereMadeWith) {
   for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion}) {
     for (double angle : {0.0, 0.3, -1.2, 2.0, -3.0, 1.57}) {
       MeasuredDecay measured = turnedBy(angle, kernel, 0.0);
-      const double found = turnToReal(measured, kernel);
+      const double found = phaseCorrect(measured, kernel);
       EXPECT_NEAR(std::remainder(found - angle, 2.0 * std::numbers::pi), 0.0, 1e-12);
       for (std::size_t i = 0; i < measured.imaginary.size(); ++i) {
         ASSERT_NEAR(measured.decay.amplitude[i], kernelValue(kernel, measured.decay.time[i], 0.1),
@@ -44,7 +44,7 @@ TEST(Phase, IsTheOneTheDataWereMadeWith) {
 
 TEST(Phase, LeavesTheImaginaryChannelSmallest) {
   MeasuredDecay measured = turnedBy(0.7, Kernel::t2, 0.05);
-  turnToReal(measured, Kernel::t2);
+  phaseCorrect(measured, Kernel::t2);
   const auto squares = [&](double angle) {
     double sum = 0.0;
     for (std::size_t i = 0; i < measured.imaginary.size(); ++i) {
@@ -62,7 +62,7 @@ TEST(Phase, LeavesTheImaginaryChannelSmallest) {
 
 TEST(Phase, TheImaginaryChannelTellsTheNoise) {
   MeasuredDecay measured = turnedBy(-2.5, Kernel::t2, 0.05);
-  turnToReal(measured, Kernel::t2);
+  phaseCorrect(measured, Kernel::t2);
   // The deviation of 2000 normal variates spreads by 1 / sqrt(2 * 2000) = 1.6 %.
   ASSERT_TRUE(measured.decay.quadratureNoise.has_value());
   EXPECT_NEAR(*measured.decay.quadratureNoise / 0.05, 1.0, 4 * 0.016);
@@ -71,7 +71,7 @@ TEST(Phase, TheImaginaryChannelTellsTheNoise) {
 TEST(Phase, AnOffsetOfTheImaginaryChannelIsNoNoise) {
   // The sum of the products, 8 + 4 + 8 - 20, is 0: there is nothing to turn.
   MeasuredDecay measured{{{1.0, 2.0, 3.0, 4.0}, {8.0, 4.0, 8.0, -8.0}}, {1.0, 1.0, 1.0, 2.5}};
-  EXPECT_EQ(turnToReal(measured, Kernel::t2), 0.0);
+  EXPECT_EQ(phaseCorrect(measured, Kernel::t2), 0.0);
   // Mean 1.375, squares 3 * 0.375^2 + 1.125^2 = 1.6875 over 3.
   EXPECT_DOUBLE_EQ(*measured.decay.quadratureNoise, std::sqrt(0.5625));
 }

@@ -171,7 +171,7 @@ TEST_P(Roads, TheReducedProblemIsTheOneThatIsSolved) {
   // The library's corner search on what reduced() gives answers the very weight, to its last
   // bit, that the driver has found on its own. The driver compresses a triangular factor of the
   // kernel; rows of singular values near 1e-6 of the greatest are rounding there and here, of the
-  // 20 that share the residual on which the ladder stands.
+  // 20 that share the residual from which the weights are computed.
   const Decay decay = train();
   InversionSettings corner = settings(decay);
   corner.corner = true;
@@ -198,7 +198,7 @@ TEST_P(Roads, TheReducedProblemIsTheOneThatIsSolved) {
               0.05 * kNoise);
 }
 
-TEST_P(Roads, TheCornerLiesOnARungWhereTheCurveTurnsMost) {
+TEST_P(Roads, TheCornerIsThePointWhereTheCurveTurnsMost) {
   const Decay decay = train();
   InversionSettings corner = settings(decay);
   corner.corner = true;
@@ -209,20 +209,20 @@ TEST_P(Roads, TheCornerLiesOnARungWhereTheCurveTurnsMost) {
   EXPECT_NEAR(inversion.weight / inversion.cornerWeight, 0.1, 1e-7);
 
   const LCurve curve = lCurve(decay, corner, inversion);
-  ASSERT_EQ(curve.rungs.size(), 17U);
-  EXPECT_NEAR(curve.rungs.at(curve.corner).weight / inversion.cornerWeight, 1.0, 2e-7);
+  ASSERT_EQ(curve.points.size(), 17U);
+  EXPECT_NEAR(curve.points.at(curve.corner).weight / inversion.cornerWeight, 1.0, 2e-7);
   EXPECT_EQ(curve.used.weight, inversion.weight);
-  EXPECT_NEAR(curve.rungs.back().weight / curve.rungs.front().weight, 1e4, 1e-8);
+  EXPECT_NEAR(curve.points.back().weight / curve.points.front().weight, 1e4, 1e-8);
   // The turn from step to step, as an angle over the length of both, by its sine.
   std::size_t sharpest = 0;
   double most = 0.0;
-  for (std::size_t i = 1; i + 1 < curve.rungs.size(); ++i) {
-    EXPECT_GE(curve.rungs[i].residualNorm, curve.rungs[i - 1].residualNorm);
-    EXPECT_LE(curve.rungs[i].solutionNorm, curve.rungs[i - 1].solutionNorm);
+  for (std::size_t i = 1; i + 1 < curve.points.size(); ++i) {
+    EXPECT_GE(curve.points[i].residualNorm, curve.points[i - 1].residualNorm);
+    EXPECT_LE(curve.points[i].solutionNorm, curve.points[i - 1].solutionNorm);
     const auto step = [&](std::size_t at) {
       return std::pair(
-          2.0 * std::log(curve.rungs[at + 1].residualNorm / curve.rungs[at].residualNorm),
-          2.0 * std::log(curve.rungs[at + 1].solutionNorm / curve.rungs[at].solutionNorm));
+          2.0 * std::log(curve.points[at + 1].residualNorm / curve.points[at].residualNorm),
+          2.0 * std::log(curve.points[at + 1].solutionNorm / curve.points[at].solutionNorm));
     };
     const auto [ax, ay] = step(i - 1);
     const auto [bx, by] = step(i);
@@ -256,7 +256,7 @@ TEST_P(Roads, TheCurveOfAnyOtherInversionPassesThroughItsWeight) {
 }
 
 TEST(LCurve, ThereIsNoneWhereTheFirstRowHasNoSignal) {
-  // A recovery from saturation is 0 at time 0, so that the ladder would begin at infinity.
+  // A recovery from saturation is 0 at time 0, so that the weights would begin at infinity.
   Decay decay;
   for (int i = 0; i < 40; ++i) {
     decay.time.push_back(0.1 * i);

@@ -205,7 +205,7 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
     result = solve(problem, settings);
     result.noise = first.noise;
     result.noiseOrigin = first.noiseOrigin;
-    result.raisedAim = closest;
+    result.relaxedTarget = closest;
   }
   result.soughtOutliers = settings.rejectBeyond.has_value();
   if (!rejected.empty()) {

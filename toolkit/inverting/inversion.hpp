@@ -77,9 +77,9 @@ struct Inversion {
   std::vector<double> fit;  ///< at the times of the decay
   std::int32_t status = 0;  ///< as vorin.h lists it
   WeightMode mode = WeightMode::noise;
-  double weight = 0.0;     ///< in the unit of the kernel squared, which is 1
-  double noise = 0.0;      ///< 0 when the origin is none
-  double raisedAim = 0.0;  ///< the closest fit, where it took the place of `noise`; otherwise 0
+  double weight = 0.0;         ///< in the unit of the kernel squared, which is 1
+  double noise = 0.0;          ///< 0 when the origin is none
+  double relaxedTarget = 0.0;  ///< the closest fit, where it took the place of `noise`; otherwise 0
   NoiseOrigin noiseOrigin = NoiseOrigin::none;
   double cornerWeight = 0.0;  ///< of a corner search, whose weight is RWEI times this; otherwise 0
   bool soughtOutliers = false;
@@ -111,7 +111,7 @@ void requireNoise(const Decay& decay, const InversionSettings& settings);
 /// Where no fit comes as close to the (binned) data as the noise asks for, since
 /// the samples hold more than noise (the first echoes of a train often lie off the
 /// curve, and logarithmic bins give them weight), the closest fit becomes the aim in
-/// a second search and `raisedAim` says so.
+/// a second search and `relaxedTarget` says so.
 Inversion invert(const Decay& decay, const InversionSettings& settings);
 
 /// True when the distribution is what was asked for. The corner search always

@@ -1,11 +1,14 @@
 #include "toolkit/inverting/keys.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <numeric>
 
+#include "params/key_table.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/reading/text.hpp"
 
@@ -13,99 +16,118 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr std::size_t kLongestKey = 4;
-
-constexpr bool kReadOnly = false;
-constexpr bool kSettable = true;
-constexpr KeyKind kWhole = KeyKind::whole;
-constexpr KeyKind kNumber = KeyKind::number;
-
 constexpr std::string_view kData = "unit of the data";
 constexpr std::string_view kWeight = "kernel squared";
 constexpr std::string_view kResult = "a result; setting it has no effect";
 
-constexpr auto kKeys = std::to_array<KeyInfo>({
-    {"REPO", kWhole, kSettable, "0 (the log's head only) to 4", "",
-     "reporting level of the log; above 3 a save section is written as well"},
-    {"VERN", kWhole, kReadOnly, "", "", "version as a number"},
-    {"VERS", KeyKind::text, kReadOnly, "", "", "version as a text"},
-    {"SAVE", kWhole, kSettable, "0, 1 or 2", "",
-     "1: save section at the end of a call; 2: compact if the log is closed"},
-    {"SAVF", kWhole, kSettable, "any", "", "stored and answered; no routine reads it"},
-    {"FLOG", KeyKind::text, kSettable, "80 characters count; NONE stands for Vorin.log", "",
-     "name of the log file"},
-    {"PRAV", KeyKind::text, kSettable, "16 characters", "",
-     "stored and answered; no routine reads it"},
+/// What a user is told of a key beside what the library's own table has of it.
+struct Usage {
+  std::string_view key;
+  std::string_view range;
+  std::string_view unit;
+  bool fraction = false;  ///< a fraction, although the library writes it as an integer
+};
+constexpr bool kFraction = true;
 
-    {"PRMO", KeyKind::choice, kSettable, "LOG, LIN, LILO, NONE", "", "mode of pruning"},
-    {"PRLO", kWhole, kSettable, "1 to the number of data points", "data points",
-     "first data point of the pruning range"},
-    {"PRHI", kWhole, kSettable, "any", "data points",
-     "last data point of the pruning range; accepted, without effect"},
-    {"PRPO", kWhole, kSettable, "10 to 5000", "data points", "points wanted after pruning"},
-    {"SVDT", kNumber, kSettable, "0 to 1; at 1 or above one vector is kept",
-     "largest singular value", "threshold of the SVD compression"},
-    {"SVDN", kWhole, kSettable, "0 (no compression) to the number of grid points", "vectors",
-     "singular vectors kept by the SVD compression"},
-    {"L2MO", kWhole, kSettable, "0 or 1", "",
-     "1: VorinC5_s and VorinyC5_s reject outliers before the inversion"},
-    {"L2NS", kNumber, kSettable, "above 0", "noise deviations",
-     "distance from the fit at which VorinC5_s and VorinyC5_s reject a point"},
-
-    {"BRDA", kWhole, kSettable, "1, 2 or 3", "",
-     "route of the solver: 1 single, 3 quadratic program, else double"},
-    {"TOL", kNumber, kSettable, "above 0", "(data / weight) squared",
-     "convergence tolerance of the BRD iteration"},
-    {"MAXI", kWhole, kSettable, "1 or above", "passes", "limit of passes of the BRD iteration"},
-
-    {"NALG", KeyKind::choice, kSettable, "UREG, FIT, ASYM, ASY2, REG, D2, D3, NONE", "",
-     "algorithm of the noise estimate"},
-    {"SIG", kNumber, kSettable, "above 0", kData, "noise standard deviation that the host states"},
-    {"RSIG", kNumber, kSettable, "above 0", "", "factor on the noise in the standard error wanted"},
-    {"L1AL", kNumber, kSettable, "0 to 1", "",
-     "mixing factor of data and noise in the standard error wanted"},
-
-    {"TARG", KeyKind::choice, kSettable, "WEIG, NOISE, 2", "",
-     "how the weight is chosen: from the noise, at the corner, or fixed"},
-    {"WEIG", kNumber, kSettable, "above 0", kWeight,
-     "regularisation weight: start of the search, or fixed"},
-    {"WITE", kWhole, kSettable, "1 or above", "iterations",
-     "limit of iterations of the weight search"},
-    {"WTOL", kNumber, kSettable, "above 0", "",
-     "relative tolerance of the weight search on the residual"},
-    {"STOL", kNumber, kSettable, "any", "", "read by the weight search, without effect"},
-    {"WRAT", kNumber, kSettable, "above 1", "",
-     "greatest factor by which one update moves the weight"},
-    {"WFRA", kNumber, kSettable, "above 0 to 1", "", "fraction of the Newton step taken"},
-    {"RWEI", kNumber, kSettable, "above 0; 0.95 to 1.05 leaves the corner as it is", "",
-     "factor on the weight after the corner search"},
-    {"WREF", kNumber, kSettable, kResult, kWeight,
-     "mean squared column norm that scales WNMI and WNMA"},
-    {"WMIN", kNumber, kSettable, "above 0", kWeight, "lower limit of the weight"},
-    {"WMAX", kNumber, kSettable, "above WMIN", kWeight, "upper limit of the weight"},
-    {"WNMI", kNumber, kSettable, "above 0", "WREF", "lower limit of the weight in units of WREF"},
-    {"WNMA", kNumber, kSettable, "above WNMI", "WREF",
-     "upper limit of the weight in units of WREF"},
-
-    {"CSTA", kWhole, kSettable, kResult, "", "status of the last inversion"},
-    {"CWEI", kNumber, kSettable, kResult, kWeight, "final weight"},
-    {"CWIT", kWhole, kSettable, kResult, "iterations", "iterations of the weight search"},
-    {"CITE", kWhole, kSettable, kResult, "passes", "passes of the last solve"},
-    {"CSIG", kNumber, kSettable, kResult, kData, "noise standard deviation in force at the end"},
-    {"CSI2", kNumber, kSettable, "a result, and the noise where NALG is D2 or D3", kData,
-     "noise estimate of the compressed drivers"},
-    {"DSE", kNumber, kSettable, kResult, kData, "standard error wanted"},
-    {"CSE", kNumber, kSettable, kResult, kData, "standard error reached"},
-
-    {"EWIT", kWhole, kSettable, "any", "", "stored and answered; no routine reads it"},
-    {"C1", kNumber, kSettable, "any", "", "stored and answered; no routine reads it"},
-    {"C2", kNumber, kSettable, "any", "", "stored and answered; no routine reads it"},
+constexpr auto kUsages = std::to_array<Usage>({
+    {"REPO", "0 (the log's head only) to 4", ""},
+    {"SAVE", "0, 1 or 2", ""},
+    {"SAVF", "any", ""},
+    {"FLOG", "80 characters count; NONE means Vorin.log", ""},
+    {"PRAV", "16 characters", ""},
+    {"PRLO", "1 to the number of data points", "data points"},
+    {"PRHI", "any", "data points"},
+    {"PRPO", "10 to 5000", "data points"},
+    {"SVDT", "0 to 1; at 1 or above one vector is kept", "largest singular value", kFraction},
+    {"SVDN", "0 (no compression) to the number of grid points", "vectors"},
+    {"L2MO", "0 or 1", ""},
+    {"L2NS", "above 0", "noise deviations", kFraction},
+    {"BRDA", "1, 2 or 3", ""},
+    {"TOL", "above 0", "(data / weight) squared"},
+    {"MAXI", "1 or above", "passes"},
+    {"SIG", "above 0", kData},
+    {"RSIG", "above 0", ""},
+    {"L1AL", "0 to 1", ""},
+    {"WEIG", "above 0", kWeight},
+    {"WITE", "1 or above", "iterations"},
+    {"WTOL", "above 0", "", kFraction},
+    {"STOL", "any", ""},
+    {"WRAT", "above 1", ""},
+    {"WFRA", "above 0 to 1", ""},
+    {"RWEI", "above 0; 0.95 to 1.05 leaves the corner as it is", ""},
+    {"WREF", kResult, kWeight},
+    {"WMIN", "above 0", kWeight},
+    {"WMAX", "above WMIN", kWeight},
+    {"WNMI", "above 0", "WREF"},
+    {"WNMA", "above WNMI", "WREF"},
+    {"CSTA", kResult, ""},
+    {"CWEI", kResult, kWeight},
+    {"CWIT", kResult, "iterations"},
+    {"CITE", kResult, "passes"},
+    {"CSIG", kResult, kData},
+    {"CSI2", "a result, and the noise where NALG is D2 or D3", kData},
+    {"DSE", kResult, kData},
+    {"CSE", kResult, kData},
+    {"EWIT", "any", ""},
+    {"C1", "any", ""},
+    {"C2", "any", ""},
 });
 
-/// How many characters have to be put in, left out, replaced or swapped with their
-/// neighbour to turn one word into the other (Damerau, Commun. ACM 7, 171, 1964; no
-/// place is changed twice).
-std::size_t slipsBetween(std::string_view a, std::string_view b) {
+static_assert(std::all_of(kUsages.begin(), kUsages.end(), [](const Usage& usage) {
+  return std::any_of(params::keyTable.begin(), params::keyTable.end(),
+                     [&](const params::KeyRow& row) { return row.key == usage.key; });
+}));
+
+const Usage* usageOf(std::string_view key) {
+  const auto* const found = std::find_if(kUsages.begin(), kUsages.end(),
+                                         [&](const Usage& usage) { return usage.key == key; });
+  return found == kUsages.end() ? nullptr : found;
+}
+
+/// The words that the library stores for a choice, the last for what it does not know.
+std::string choiceWords(const params::Choice& choice) {
+  std::vector<std::string_view> words;
+  for (const params::TextRow& row : choice.byText) {
+    words.push_back(row.stored);
+  }
+  words.push_back(choice.storedOtherwise);
+  std::vector<std::string_view> distinct;
+  for (std::string_view word : words) {
+    if (std::find(distinct.begin(), distinct.end(), word) == distinct.end()) {
+      distinct.push_back(word);
+    }
+  }
+  return fmt::format("{}", fmt::join(distinct, ", "));
+}
+
+KeyInfo infoOf(const params::KeyRow& row) {
+  const Usage* const usage = usageOf(row.key);
+  KeyInfo info{row.key, KeyKind::number, row.settable, "", "", row.meaning};
+  if (usage != nullptr) {
+    info.range = usage->range;
+    info.unit = usage->unit;
+  }
+  switch (row.kind) {
+    case params::Kind::Integer:
+      info.kind = usage != nullptr && usage->fraction ? KeyKind::number : KeyKind::whole;
+      break;
+    case params::Kind::General:
+      break;
+    case params::Kind::Text:
+      info.kind = KeyKind::text;
+      break;
+    case params::Kind::Choice:
+      info.kind = KeyKind::choice;
+      info.range = choiceWords(*row.choice);
+      break;
+  }
+  return info;
+}
+
+/// The edit distance of two words: how many characters have to be inserted, deleted, replaced
+/// or swapped with their neighbour to turn one into the other (Damerau, Commun. ACM 7, 171,
+/// 1964; no place is edited more than once).
+std::size_t editDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> beforeLast(b.size() + 1);
   std::vector<std::size_t> last(b.size() + 1);
   std::vector<std::size_t> row(b.size() + 1);
@@ -128,18 +150,29 @@ std::size_t slipsBetween(std::string_view a, std::string_view b) {
 }  // namespace
 
 std::span<const KeyInfo> keyInfos() {
-  return kKeys;
+  static const std::vector<KeyInfo> infos = [] {
+    std::vector<KeyInfo> result;
+    result.reserve(params::keyTable.size());
+    std::transform(params::keyTable.begin(), params::keyTable.end(), std::back_inserter(result),
+                   infoOf);
+    return result;
+  }();
+  return infos;
 }
 
 const KeyInfo* findKey(std::string_view name) {
-  const std::string wanted = upperCase(name);
-  if (wanted.size() > kLongestKey) {
+  if (name.size() > params::keyLength) {
     return nullptr;
   }
-  const auto* const found = std::find_if(kKeys.begin(), kKeys.end(), [&](const KeyInfo& info) {
-    return wanted.starts_with(info.key);
-  });
-  return found == kKeys.end() ? nullptr : found;
+  std::string padded = upperCase(name);
+  padded.resize(params::keyLength, ' ');
+  const std::span<const KeyInfo> infos = keyInfos();
+  const auto found =
+      std::find_if(params::keyTable.begin(), params::keyTable.end(),
+                   [&](const params::KeyRow& row) { return params::matches(row, padded); });
+  return found == params::keyTable.end()
+             ? nullptr
+             : &infos[static_cast<std::size_t>(found - params::keyTable.begin())];
 }
 
 std::vector<std::string_view> keysNear(std::string_view name) {
@@ -148,15 +181,15 @@ std::vector<std::string_view> keysNear(std::string_view name) {
   constexpr std::size_t kShortestWord = 4;  // shorter ones stand within too many others
   const std::string wanted = upperCase(name.substr(0, kLongestName));
   std::vector<std::string_view> near;
-  for (std::size_t slips = 1; slips <= 2; ++slips) {
-    for (const KeyInfo& info : kKeys) {
-      // Two slips make any key of a key half as long.
-      if (info.key.size() > slips && slipsBetween(wanted, info.key) == slips) {
+  for (std::size_t edits = 1; edits <= 2; ++edits) {
+    for (const KeyInfo& info : keyInfos()) {
+      // Two edits turn a key of two characters into any other.
+      if (info.key.size() > edits && editDistance(wanted, info.key) == edits) {
         near.push_back(info.key);
       }
     }
   }
-  for (const KeyInfo& info : kKeys) {
+  for (const KeyInfo& info : keyInfos()) {
     if (wanted.size() >= kShortestWord &&
         upperCase(info.meaning).find(wanted) != std::string::npos &&
         std::find(near.begin(), near.end(), info.key) == near.end()) {

@@ -1,5 +1,5 @@
-// What a user is told of the library's keys. The library answers their values; what
-// they mean stands here, and a test holds it against the library's own table.
+// What a user is told of the library's keys: names, kinds and meanings are those of the
+// library's own table, ranges and units are added here.
 #pragma once
 
 #include <span>
@@ -20,8 +20,8 @@ struct KeyInfo {
   std::string_view key;  ///< the library compares as many characters as stand here
   KeyKind kind;
   bool settable;
-  std::string_view range;  ///< what makes sense; for a choice its words, commas between
-  std::string_view unit;   ///< empty: none
+  std::string range;      ///< what makes sense; for a choice its words, commas between
+  std::string_view unit;  ///< empty: none
   std::string_view meaning;
 };
 
@@ -32,8 +32,8 @@ std::span<const KeyInfo> keyInfos();
 /// CSE); null when there is none.
 const KeyInfo* findKey(std::string_view name);
 
-/// Keys that may have been meant by `name`, the nearest first: those two slips of the
-/// pen away at most, then those whose meaning has the word. Five at most.
+/// Keys that may have been meant by `name`, the nearest first: those at an edit distance
+/// of two at most, then those whose meaning has the word. Five at most.
 std::vector<std::string_view> keysNear(std::string_view name);
 
 /// The value that the library holds for `info`, as text.

@@ -40,9 +40,9 @@ double sumOfSquares(const std::vector<double>& values) {
   return sum;
 }
 
-/// The weight in the middle of the ladder, from a first solve that takes the signal for 100
+/// The weight in the middle of the series, from a first solve that takes the signal for 100
 /// times the noise.
-double ladderBase(const ReducedProblem& problem) {
+double centralWeight(const ReducedProblem& problem) {
   constexpr double kFactor = 50.0;
   constexpr double kFirstRatio = 100.0;
   constexpr double kFirstScale = 0.001;
@@ -63,7 +63,7 @@ double ladderBase(const ReducedProblem& problem) {
   return scaled / (m * ratio * ratio);
 }
 
-Rung rungAt(const ReducedProblem& problem, double weight, double scale) {
+LCurvePoint pointAt(const ReducedProblem& problem, double weight, double scale) {
   const Solve solve = solveAt(problem, weight);
   return {weight, std::sqrt(solve.rss) * scale, std::sqrt(sumOfSquares(solve.f)) * scale};
 }
@@ -95,7 +95,7 @@ LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inver
   const float route = queryNumber("BRDA");
   setNumber("BRDA", 3.0F);
   LCurve curve;
-  double base = ladderBase(reduced);
+  double base = centralWeight(reduced);
   const bool searched = inversion.mode == WeightMode::corner;
   const double corner = searched ? inversion.cornerWeight : cornerOf(reduced);
   if (!isWeight(base) || !isWeight(corner)) {
@@ -105,24 +105,25 @@ LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inver
         "sample; leave out --plot-lcurve, or that sample (--skip 1)");
   }
   if (searched) {
-    // A compression on this side agrees with the driver's to rounding, and the ladder to some
-    // tenths of a per cent; the driver's own is the one on which its corner lies.
-    constexpr double kRungsADecade = 4.0;
-    const double exponent = std::round(kRungsADecade * std::log10(corner / base)) / kRungsADecade;
+    // A compression on this side agrees with the driver's to rounding, and the series of weights to
+    // some tenths of a per cent; the driver's own is the one on which its corner lies.
+    constexpr double kWeightsPerDecade = 4.0;
+    const double exponent =
+        std::round(kWeightsPerDecade * std::log10(corner / base)) / kWeightsPerDecade;
     base = corner / std::pow(10.0, exponent);
   }
-  constexpr int kRungs = 17;
-  for (int i = 0; i < kRungs; ++i) {
+  constexpr int kWeights = 17;
+  for (int i = 0; i < kWeights; ++i) {
     const double exponent = -2.0 + 0.25 * i;
-    curve.rungs.push_back(rungAt(reduced, std::pow(10.0, exponent) * base, problem.scale()));
+    curve.points.push_back(pointAt(reduced, std::pow(10.0, exponent) * base, problem.scale()));
   }
-  curve.used = rungAt(reduced, inversion.weight, problem.scale());
+  curve.used = pointAt(reduced, inversion.weight, problem.scale());
   setNumber("BRDA", route);
-  const auto nearest =
-      std::min_element(curve.rungs.begin(), curve.rungs.end(), [&](const Rung& a, const Rung& b) {
+  const auto nearest = std::min_element(
+      curve.points.begin(), curve.points.end(), [&](const LCurvePoint& a, const LCurvePoint& b) {
         return std::fabs(std::log(a.weight / corner)) < std::fabs(std::log(b.weight / corner));
       });
-  curve.corner = static_cast<std::size_t>(nearest - curve.rungs.begin());
+  curve.corner = static_cast<std::size_t>(nearest - curve.points.begin());
   return curve;
 }
 

@@ -14,24 +14,25 @@
 namespace vorin::toolkit {
 
 /// One solve of the reduced problem, in the unit of the data.
-struct Rung {
+struct LCurvePoint {
   double weight = 0.0;
   double residualNorm = 0.0;  ///< |K f - d|, root of the sum over the reduced samples
   double solutionNorm = 0.0;  ///< |f|, root of the sum over the grid
 };
 
 struct LCurve {
-  std::vector<Rung> rungs;  ///< the library's ladder of 17 weights, rising
-  std::size_t corner = 0;   ///< the rung that its corner search takes
-  Rung used;                ///< at the weight of the inversion
+  std::vector<LCurvePoint> points;  ///< at the 17 weights of the library's corner search, rising
+  std::size_t corner = 0;           ///< the point that the corner search takes
+  LCurvePoint used;                 ///< at the weight of the inversion
 };
 
 /// The curve on the very problem that `inversion`, which invert(decay, settings) returned, was
-/// solved on: the same samples, bins and compressed rows. The ladder is 10^e times
+/// solved on: the same samples, bins and compressed rows. The weights are 10^e times
 /// 50 |K|^2 / (m snr^2) for e from -2 to 2 in steps of 0.25, where snr is the first fitted
 /// sample over the standard error of a first fit (compare Hansen and O'Leary, SIAM J. Sci.
 /// Comput. 14, 1487, 1993). The library's keys are those of `settings` afterwards.
-/// Throws UserError where there is no ladder: a first fit without residual or without signal.
+/// Throws UserError where these weights are not positive numbers: a first fit without residual or
+/// without signal.
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion);
 
 /// Draws the curve in `scratch`, which must be the working directory, and returns the file's

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 
+#include "toolkit/inverting/keys.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
@@ -45,22 +46,17 @@ Answer query(std::string_view key) {
   return answer;
 }
 
-/// The keys that take one of a few words; the library takes any text and stores
-/// its last choice for what it does not know, which a user should hear about.
-struct Choice {
-  std::string_view key;
-  std::string_view words;  ///< each with a blank before and behind it
-};
-constexpr std::array<Choice, 3> kChoices{{
-    {"PRMO", " LOG LIN LILO NONE "},
-    {"NALG", " UREG FIT ASYM ASY2 REG D2 D3 NONE "},
-    {"TARG", " WEIG NOISE 2 "},
-}};
+/// The words of the choice `key`, blanks between; none for any other key. The library takes any
+/// text and stores its last choice for what it does not know, which a user should hear about.
+std::string choiceWords(std::string_view key) {
+  const KeyInfo* const info = findKey(key);
+  std::string words = info != nullptr && info->kind == KeyKind::choice ? info->range : "";
+  std::erase(words, ',');
+  return words;
+}
 
-const Choice* choiceOf(std::string_view key) {
-  const auto found = std::find_if(kChoices.begin(), kChoices.end(),
-                                  [&](const Choice& choice) { return choice.key == key; });
-  return found == kChoices.end() ? nullptr : &*found;
+bool isAmong(std::string_view word, std::string_view words) {
+  return fmt::format(" {} ", words).find(fmt::format(" {} ", word)) != std::string::npos;
 }
 
 }  // namespace
@@ -110,9 +106,9 @@ std::string assign(std::string_view assignment, std::string_view option) {
   if (value.empty()) {
     throw fail("the value is missing; write KEY=VALUE, for instance MAXI=200");
   }
-  if (const Choice* choice = choiceOf(key)) {
-    if (choice->words.find(" " + upperCase(value) + " ") == std::string_view::npos) {
-      throw fail(fmt::format("the words that {} takes are {}", key, trimmed(choice->words)));
+  if (const std::string words = choiceWords(key); !words.empty()) {
+    if (!isAmong(upperCase(value), words)) {
+      throw fail(fmt::format("the words that {} takes are {}", key, words));
     }
     setText(key, value);
     return key;

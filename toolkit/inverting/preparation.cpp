@@ -57,7 +57,7 @@ Prepared prepare(MeasuredDecay measured, const KernelChoice& kernel,
   dropFirst(measured.decay.amplitude, skipped);
   dropFirst(measured.imaginary, skipped);
   if (!measured.imaginary.empty()) {
-    prepared.phase = turnToReal(measured, kernel.kernel);
+    prepared.phase = phaseCorrect(measured, kernel.kernel);
   }
   prepared.decay = std::move(measured.decay);
   prepared.grid = grid.empty() ? gridFor(prepared.decay.time, kernel.kernel).times() : grid;

@@ -26,7 +26,7 @@ double deviation(const std::vector<double>& values) {
 
 }  // namespace
 
-double turnToReal(MeasuredDecay& measured, Kernel kernel) {
+double phaseCorrect(MeasuredDecay& measured, Kernel kernel) {
   std::vector<double>& real = measured.decay.amplitude;
   std::vector<double>& imaginary = measured.imaginary;
   // The real and the imaginary part of the sum of z^2.

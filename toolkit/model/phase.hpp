@@ -15,6 +15,6 @@ namespace vorin::toolkit {
 /// Leaves the turned channels in place, sets `quadratureNoise` to the standard deviation
 /// of the imaginary one about its mean (nothing when that is 0), and returns the angle of
 /// the data in radians, by which they were turned back.
-double turnToReal(MeasuredDecay& measured, Kernel kernel);
+double phaseCorrect(MeasuredDecay& measured, Kernel kernel);
 
 }  // namespace vorin::toolkit

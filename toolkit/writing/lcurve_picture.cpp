@@ -75,27 +75,27 @@ std::string ticsText(char axisName, const Axis& axis) {
   return text + ")\n";
 }
 
-/// The weight beside each rung that has room for it. The free side of a falling curve is its
+/// The weight beside each point that has room for it. The free side of a falling curve is its
 /// upper right. What would lie over an earlier label is left out, and so is what stands in the key.
 std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
   constexpr double kWidth = 0.10;
   constexpr double kHeight = 0.045;
-  const auto placeOf = [&](const Rung& rung) {
-    return std::pair(x.place(rung.residualNorm), y.place(rung.solutionNorm));
+  const auto placeOf = [&](const LCurvePoint& point) {
+    return std::pair(x.place(point.residualNorm), y.place(point.solutionNorm));
   };
-  std::vector<std::pair<double, double>> placed{placeOf(curve.rungs.at(curve.corner)),
+  std::vector<std::pair<double, double>> placed{placeOf(curve.points.at(curve.corner)),
                                                 placeOf(curve.used)};
   std::string text;
-  for (const Rung& rung : curve.rungs) {
+  for (const LCurvePoint& point : curve.points) {
     const bool free = std::none_of(placed.begin(), placed.end(), [&](const auto& other) {
-      return std::fabs(other.first - x.place(rung.residualNorm)) < kWidth &&
-             std::fabs(other.second - y.place(rung.solutionNorm)) < kHeight;
+      return std::fabs(other.first - x.place(point.residualNorm)) < kWidth &&
+             std::fabs(other.second - y.place(point.solutionNorm)) < kHeight;
     });
     if (free) {
-      placed.push_back(placeOf(rung));
+      placed.push_back(placeOf(point));
       text += fmt::format(
           "set label '{}' at {:.10g},{:.10g} left offset 0.7,0.6 font ',10' tc rgb '#505050'\n",
-          significant(rung.weight, 3), rung.residualNorm, rung.solutionNorm);
+          significant(point.weight, 3), point.residualNorm, point.solutionNorm);
     }
   }
   return text;
@@ -118,18 +118,18 @@ std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, co
   std::vector<double> residualNorms{curve.used.residualNorm};
   std::vector<double> solutionNorms{curve.used.solutionNorm};
   std::string rows;
-  for (const Rung& rung : curve.rungs) {
-    residualNorms.push_back(rung.residualNorm);
-    solutionNorms.push_back(rung.solutionNorm);
-    rows += fmt::format("{:.10g} {:.10g}\n", rung.residualNorm, rung.solutionNorm);
+  for (const LCurvePoint& point : curve.points) {
+    residualNorms.push_back(point.residualNorm);
+    solutionNorms.push_back(point.solutionNorm);
+    rows += fmt::format("{:.10g} {:.10g}\n", point.residualNorm, point.solutionNorm);
   }
-  const auto point = [](const char* file, const Rung& rung) {
-    std::ofstream(file) << fmt::format("{:.10g} {:.10g}\n", rung.residualNorm, rung.solutionNorm);
+  const auto writePoint = [](const char* file, const LCurvePoint& point) {
+    std::ofstream(file) << fmt::format("{:.10g} {:.10g}\n", point.residualNorm, point.solutionNorm);
   };
-  const Rung& corner = curve.rungs.at(curve.corner);
-  std::ofstream("rungs.dat") << rows;
-  point("corner.dat", corner);
-  point("used.dat", curve.used);
+  const LCurvePoint& corner = curve.points.at(curve.corner);
+  std::ofstream("points.dat") << rows;
+  writePoint("corner.dat", corner);
+  writePoint("used.dat", curve.used);
   const Axis x = axisOf(residualNorms, 0.05, 0.13);
   const Axis y = axisOf(solutionNorms, 0.06, 0.10);
   constexpr std::size_t kLongestName = 50;
@@ -142,7 +142,7 @@ std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, co
                   scriptQuoted(fmt::format("{:.{}}: L-curve, weights beside their points",
                                            fs::path(name).filename().string(), kLongestName)));
   script += fmt::format(
-      R"(plot 'rungs.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#527fb5' title 'the 17 weights of the search', \
+      R"(plot 'points.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#527fb5' title 'the 17 weights of the search', \
      'corner.dat' with points pt 6 ps 2.4 lw 2 lc rgb '#303030' title 'corner: {}', \
      'used.dat' with points pt 2 ps 2 lw 2.4 lc rgb '#b8322a' title 'weight of the result: {}'
 set output

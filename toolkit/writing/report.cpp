@@ -165,11 +165,11 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
   }
   line(out, "weight", weightText(inversion));
   line(out, "standard error", errorText(inversion));
-  if (inversion.raisedAim > 0.0) {
+  if (inversion.relaxedTarget > 0.0) {
     line(out, "note",
          fmt::format("no fit of the binned samples comes closer than {}, which took the place of\n"
                      "{:18}the noise; first samples off the curve may be the reason (--skip N)",
-                     significant(inversion.raisedAim), ""));
+                     significant(inversion.relaxedTarget), ""));
   }
   line(out, "total amplitude", significant(totalAmplitude(found)));
   const double mean = logMean(found);
