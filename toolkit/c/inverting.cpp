@@ -57,7 +57,7 @@ void addNumbers(vorin_result& result, const Inverted& job) {
   result.add("fit_error", inversion.fitError);
   result.add("iterations", static_cast<double>(inversion.weightSteps));
   result.add("passes", static_cast<double>(inversion.passes));
-  result.add("raised_aim", known(inversion.raisedAim));
+  result.add("raised_aim", known(inversion.relaxedTarget));
   result.add("corner_weight", known(inversion.cornerWeight));
   result.add("phase", job.input.phase.value_or(kUnknown));
 }
@@ -181,7 +181,7 @@ int32_t vorin_lcurve(const vorin_result* inversion, vorin_result** result, char*
     std::vector<double> weight;
     std::vector<double> residual;
     std::vector<double> solution;
-    for (const auto& point : curve.rungs) {
+    for (const auto& point : curve.points) {
       weight.push_back(point.weight);
       residual.push_back(point.residualNorm);
       solution.push_back(point.solutionNorm);

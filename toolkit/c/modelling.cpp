@@ -163,7 +163,7 @@ int32_t vorin_turn_to_real(const char* kernel, double* real, double* imaginary, 
     vorin::toolkit::MeasuredDecay measured;
     measured.decay.amplitude = c::numbersAt(real, samples, 2, "y");
     measured.imaginary = c::numbersAt(imaginary, samples, 2, "y");
-    *phase = vorin::toolkit::turnToReal(measured, named);
+    *phase = vorin::toolkit::phaseCorrect(measured, named);
     *noise = measured.decay.quadratureNoise.value_or(c::kUnknown);
     std::copy(measured.decay.amplitude.begin(), measured.decay.amplitude.end(), real);
     std::copy(measured.imaginary.begin(), measured.imaginary.end(), imaginary);
