@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
@@ -12,9 +13,7 @@ namespace vorin::brd {
 namespace {
 
 // The weights for which this form is used, as multiples of the mean squared column norm.
-// Nearer to either end of the range of a double the slope of rss is a difference whose sign
-// is rounding error, and a search for a target that no fit reaches would turn where that of
-// the m-by-m system does not.
+// Nearer to either end of the range of a double more digits are lost than a solve can spare.
 constexpr double leastShare = 1e-6;
 constexpr double largestShare = 1e10;
 
@@ -51,6 +50,12 @@ ActiveNormalEquations::ActiveNormalEquations(int m, int n, const double* K,
 
 bool ActiveNormalEquations::applies(double weight) const {
   return weight > 0.0 && weight >= leastShare * meanSquare_ && weight <= largestShare * meanSquare_;
+}
+
+double ActiveNormalEquations::relativeRounding(double weight) const {
+  constexpr double operations = 4.0;  // that round: sums, factors, solve and difference
+  const double trace = meanSquare_ * static_cast<double>(n_);
+  return operations * std::numeric_limits<double>::epsilon() * (1.0 + trace / weight);
 }
 
 void ActiveNormalEquations::factor(const std::vector<int>& active, double weight) {

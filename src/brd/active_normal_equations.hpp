@@ -32,6 +32,10 @@ class ActiveNormalEquations {
   /// number of passes and result equal those of the m-by-m system.
   bool applies(double weight) const;
 
+  /// A bound of the relative error of `solve`: the rounding of a double times the condition
+  /// number of K'K + w I, which is at most 1 + trace(K'K) / w.
+  double relativeRounding(double weight) const;
+
   /// Factors K_A'K_A + w I for `active`, the numbers of the active columns, rising.
   void factor(const std::vector<int>& active, double weight);
 

@@ -36,11 +36,9 @@ void takeStep(System<Real>& system, PassControl<Real>& control, Real* c) {
 /// rss and its slope from the last f and c, by a second solve with the mask of f.
 template <class Real>
 Solution<Real> report(System<Real>& system, const PassControl<Real>& control, const Real* f,
-                      const Real* c, Real weight) {
-  Real* x = system.secondSolution();
-  system.factor(f, weight);
-  system.solve(c, x);
-  return residualAndSlope(system.m(), c, x, weight, control.status());
+                      Real* c, Real weight) {
+  const bool isMaskOfC = system.factor(f, weight);
+  return residualAndSlope(system, isMaskOfC, c, weight, control.status());
 }
 
 }  // namespace

@@ -72,10 +72,8 @@ Solution<double> finishQuadraticProgram(System<double>& system, double* f, doubl
         mask.begin(), mask.end(), [](double value) { return value > smallest; }, 1.0);
     system.factorMask(mask.data(), weight);
   }
-  double* x = system.secondSolution();
   system.solve(system.d(), c);
-  system.solve(c, x);
-  return residualAndSlope(system.m(), c, x, weight, status);
+  return residualAndSlope(system, true, c, weight, status);
 }
 
 Solution<double> vrBRD_qp_d(QuadraticProgram& program, double* f, double* c, double weight) {

@@ -18,7 +18,7 @@ struct Solution {
   std::int32_t status = kSolveConverged;  ///< or a QpStatus
 };
 
-/// rss and its derivative for c = (G + w I)^-1 d and x = (G + w I)^-1 c, m elements each.
+/// rss and its derivative in w for c = (G + w I)^-1 d and x = (G + w I)^-1 c, m elements each.
 /// With the mask held, K f - d = -w c and dc/dw = -x, so that
 ///   rss = w^2 (c . c),   d rss / d w = 2 w (c . c - w c . x).
 template <class Real>

@@ -173,7 +173,7 @@ void System<Real>::formAllColumns() {
 }
 
 template <class Real>
-void System<Real>::factorDense(Real weight) {
+void System<Real>::addWeightAndFactor(Real weight) {
   usesNormalEquations_ = false;
   const ColumnMajorView<Real> G{G_.data(), m_};
   for (int j = 0; j < m_; ++j) {
@@ -196,10 +196,10 @@ bool System<Real>::normalEquationsApply(Real weight) {
 }
 
 template <class Real>
-void System<Real>::factor(const Real* f, Real weight) {
+bool System<Real>::factor(const Real* f, Real weight) {
   // The last pass of a solve and its closing system nearly always repeat the mask before.
   if (sameMask(f, weight)) {
-    return;
+    return true;
   }
   storeMask(f, weight);
   if (normalEquationsApply(weight)) {
@@ -207,14 +207,34 @@ void System<Real>::factor(const Real* f, Real weight) {
       usesNormalEquations_ = true;
       normalEquations_->factor(active_, weight);
     }
-    return;
+    return false;
   }
+  factorFull();
+  factored_ = true;
+  return false;
+}
+
+template <class Real>
+void System<Real>::factorFull() {
   if (kernelIsFinite_) {
     formActiveColumns();
   } else {
     formAllColumns();
   }
-  factorDense(weight);
+  addWeightAndFactor(weight_);
+  factored_ = false;
+}
+
+template <class Real>
+bool System<Real>::slopeIsCertain(const Solution<Real>& solution) const {
+  if constexpr (hasNormalEquations) {
+    if (usesNormalEquations_) {
+      // (c . c - w c . x) / (c . c)
+      const Real share = solution.rssSlope * weight_ / (Real(2) * solution.rss);
+      return share > normalEquations_->relativeRounding(weight_);
+    }
+  }
+  return true;
 }
 
 template <class Real>
@@ -222,7 +242,7 @@ void System<Real>::factorMask(const Real* mask, Real weight) {
   std::copy(mask, mask + n_, mask_.begin());
   factored_ = false;
   formAllColumns();
-  factorDense(weight);
+  addWeightAndFactor(weight);
 }
 
 template <class Real>
@@ -261,6 +281,26 @@ void System<Real>::solve(const Real* right, Real* x) {
   getrs(m_, G_.data(), m_, pivots_.data(), x);
 }
 
+template <class Real>
+Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
+                                std::int32_t status) {
+  Real* x = system.secondSolution();
+  system.solve(c, x);
+  const Solution<Real> solution = residualAndSlope(system.m(), c, x, weight, status);
+  if (system.slopeIsCertain(solution)) {
+    return solution;
+  }
+  // A search takes its direction from the sign of the slope.
+  system.factorFull();
+  if (isMaskOfC) {
+    system.solve(system.d(), c);
+  }
+  system.solve(c, x);
+  return residualAndSlope(system.m(), c, x, weight, status);
+}
+
+template Solution<float> residualAndSlope(System<float>&, bool, float*, float, std::int32_t);
+template Solution<double> residualAndSlope(System<double>&, bool, double*, double, std::int32_t);
 template class System<double>;
 template System<double> System<double>::converted(int, int, const float*, const float*);
 template class System<float>;

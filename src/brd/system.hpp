@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "brd/active_normal_equations.hpp"
+#include "brd/solution.hpp"
 #include "toolbox/aligned.hpp"
 
 namespace vorin::brd {
@@ -42,14 +43,23 @@ class System {
   /// Factors G + w I for the mask of `f`, or the normal equations on the active set in its
   /// place. Columns with f = 0 are left out: their terms are zeros, so that the sum has
   /// the same bits without them. The factors of the last call are kept when mask and
-  /// weight are the same.
-  void factor(const Real* f, Real weight);
+  /// weight are the same; returns true then.
+  bool factor(const Real* f, Real weight);
 
   /// Factors K diag(mask) K' + w I for any diagonal `mask` (n), all columns included.
   void factorMask(const Real* mask, Real weight);
 
   /// x = (G + w I)^-1 right, with the factors of the last `factor` or `factorMask`.
   void solve(const Real* right, Real* x);
+
+  /// False when the factored system is the normal equations and the slope of `solution`,
+  /// found with it, is not above its rounding error: then only the m-by-m system gives the
+  /// sign that the m-by-m system has.
+  bool slopeIsCertain(const Solution<Real>& solution) const;
+
+  /// Factors G + w I for the mask and weight of the last `factor`. A following `factor`
+  /// begins anew.
+  void factorFull();
 
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
@@ -65,7 +75,7 @@ class System {
   void packActive();
   void formActiveColumns();
   void formAllColumns();
-  void factorDense(Real weight);
+  void addWeightAndFactor(Real weight);
   void project(const Real* x, Real* out) const;
 
   int m_;
@@ -94,5 +104,12 @@ class System {
   std::vector<Real> newDual_;
   std::vector<Real> secondSolution_;
 };
+
+/// rss and its derivative for the dual vector c (m, in and out) of a solve, with the system
+/// that is factored. c is formed anew where the m-by-m system is needed for the sign of the
+/// slope, provided `isMaskOfC`: the factored mask is the one that c was found with.
+template <class Real>
+Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
+                                std::int32_t status);
 
 }  // namespace vorin::brd

@@ -142,6 +142,35 @@ TEST_F(FastAgainstReference, BelowTheLeastWeightOfTheNormalEquationsTheBitsAreTh
   EXPECT_EQ(fast.rss, reference.rss);
 }
 
+// Where the residual is nearly all misfit, the slope is a difference of almost equal terms and
+// its sign is rounding error. A search takes its direction from that sign.
+TEST_F(FastAgainstReference, SameSignOfTheSlopeDownToTheLeastWeight) {
+  setNumber("TOL", 1e-12f);
+  vorin::test::Uniform random(4);
+  const auto between = [&](int low, int high) {
+    return low + static_cast<int>((random() + 1.0) / 2.0 * (high - low));
+  };
+  for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+    const int m = between(10, 60);
+    const int n = between(3, std::min(40, m));
+    auto data = vorin::test::randomProblem<double>(m, n, seed);
+    if (seed % 2 == 0) {
+      for (double& value : data.K) {
+        value = std::abs(value);
+      }
+    }
+    for (const double share : {1.01e-6, 3e-6, 1.01e-5, 1e-4}) {
+      const double weight = share * squaredNorm(data.K) / n;
+      const auto fast = fastSolve(data, weight);
+      const auto reference = referenceSolve(data, weight);
+      SCOPED_TRACE(testing::Message() << m << " x " << n << ", share " << share);
+      EXPECT_EQ(std::signbit(fast.rssSlope), std::signbit(reference.rssSlope));
+      EXPECT_EQ(fast.status, reference.status);
+      EXPECT_EQ(fast.passes, reference.passes);
+    }
+  }
+}
+
 TEST_F(FastAgainstReference, SingleIterationHasTheSameBits) {
   // It uses the m-by-m system in both.
   setNumber("BRDA", 1.0f);

@@ -86,11 +86,12 @@ void System<Real>::distributionFromDual(const Real* c, Real* f) {
 }
 
 template <class Real>
-void System<Real>::factor(const Real* f, Real weight) {
+bool System<Real>::factor(const Real* f, Real weight) {
   for (int i = 0; i < n_; ++i) {
     mask_[static_cast<std::size_t>(i)] = f[i] > Real(0) ? Real(1) : f[i];
   }
   factorMask(mask_.data(), weight);
+  return false;
 }
 
 // B = H K', then G = the sum over all columns i of the outer product of row i of B with
@@ -128,6 +129,16 @@ void System<Real>::solve(const Real* right, Real* x) {
   getrs(m_, G_.data(), m_, pivots_.data(), x);
 }
 
+template <class Real>
+Solution<Real> residualAndSlope(System<Real>& system, bool /*isMaskOfC*/, Real* c, Real weight,
+                                std::int32_t status) {
+  Real* x = system.secondSolution();
+  system.solve(c, x);
+  return residualAndSlope(system.m(), c, x, weight, status);
+}
+
+template Solution<float> residualAndSlope(System<float>&, bool, float*, float, std::int32_t);
+template Solution<double> residualAndSlope(System<double>&, bool, double*, double, std::int32_t);
 template class System<double>;
 template System<double> System<double>::converted(int, int, const float*, const float*);
 template class System<float>;
