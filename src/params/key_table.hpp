@@ -19,10 +19,10 @@ namespace vorin::params {
 
 /// What a slot holds and how a query writes it as text.
 enum class Kind {
-  Integer,  ///< a number, integer by meaning; text: plus 0.5, truncated, 4 columns (I4)
-  General,  ///< a number; text: general field of 12 columns, 5 places (G12.5)
-  Text,     ///< any text, stored in upper case
-  Choice    ///< one of a few texts, which also has a numeric code
+  integer,  ///< a number, integer by meaning; text: plus 0.5, truncated, 4 columns (I4)
+  general,  ///< a number; text: general field of 12 columns, 5 places (G12.5)
+  text,     ///< any text, stored in upper case
+  choice    ///< one of a few texts, which also has a numeric code
 };
 
 /// One key. A key without a reset value keeps what it holds across the reset.
@@ -38,7 +38,7 @@ struct KeyRow {
   const Choice* choice;                       ///< choices: the mapping of texts and codes
   std::string_view meaning;
 
-  constexpr bool holdsNumber() const { return kind == Kind::Integer || kind == Kind::General; }
+  constexpr bool holdsNumber() const { return kind == Kind::integer || kind == Kind::general; }
 };
 
 inline constexpr std::size_t keyLength = 4;
@@ -56,12 +56,12 @@ constexpr KeyRow number(std::string_view key, Kind kind, float load, std::option
 
 constexpr KeyRow text(std::string_view key, std::size_t slotLength, std::string_view load,
                       std::optional<std::string_view> reset, std::string_view meaning) {
-  return {key, Kind::Text, true, 0, kept, slotLength, load, reset, nullptr, meaning};
+  return {key, Kind::text, true, 0, kept, slotLength, load, reset, nullptr, meaning};
 }
 
 constexpr KeyRow choice(std::string_view key, const Choice& mapping, std::string_view load,
                         std::optional<std::string_view> reset, std::string_view meaning) {
-  return {key, Kind::Choice, true, 0, kept, textSlotLength, load, reset, &mapping, meaning};
+  return {key, Kind::choice, true, 0, kept, textSlotLength, load, reset, &mapping, meaning};
 }
 
 constexpr KeyRow readOnly(KeyRow row) {
@@ -69,8 +69,8 @@ constexpr KeyRow readOnly(KeyRow row) {
   return row;
 }
 
-inline constexpr Kind I4 = Kind::Integer;
-inline constexpr Kind G12 = Kind::General;
+inline constexpr Kind i4 = Kind::integer;
+inline constexpr Kind g12 = Kind::general;
 
 }  // namespace table
 
@@ -81,13 +81,13 @@ inline constexpr auto keyTable = [] {
   using namespace table;
   return std::array{
       // settings of the driver
-      number("REPO", I4, 1, 2,
+      number("REPO", i4, 1, 2,
              "reporting level of the log; above 3 a save section is written as well"),
-      readOnly(number("VERN", I4, 1056, kept, "version as a number")),
+      readOnly(number("VERN", i4, 1056, kept, "version as a number")),
       readOnly(text("VERS", textSlotLength, "Vorin10.56", kept, "version as a text")),
-      number("SAVE", I4, 0, kept,
+      number("SAVE", i4, 0, kept,
              "1: save section at the end of a call; 2: compact if the log is closed"),
-      number("SAVF", I4, 1, kept, "stored and answered; no routine reads it"),
+      number("SAVF", i4, 1, kept, "stored and answered; no routine reads it"),
       text("FLOG", fileNameSlotLength, "Vorin", "Vorin", "name of the log file"),
       text("PRAV", textSlotLength, "DATA", kept, "stored and answered; no routine reads it"),
 
@@ -95,63 +95,63 @@ inline constexpr auto keyTable = [] {
       // Required: the reset text is none of the choices. It answers 0 and "NONE",
       // but a driver that reads the slot itself prunes as for LOG.
       choice("PRMO", choices::prmo, "LOG", "A", "mode of pruning"),
-      number("PRLO", I4, 1, 1, "first data point of the pruning range"),
-      number("PRHI", I4, -1, -1, "last data point of the pruning range; accepted, without effect"),
-      number("PRPO", I4, 200, 200, "points wanted after pruning"),
-      number("SVDT", I4, 999, kept, "threshold of the SVD compression"),
-      number("SVDN", I4, 0, kept, "singular vectors kept by the SVD compression"),
-      number("L2MO", I4, 0, kept,
+      number("PRLO", i4, 1, 1, "first data point of the pruning range"),
+      number("PRHI", i4, -1, -1, "last data point of the pruning range; accepted, without effect"),
+      number("PRPO", i4, 200, 200, "points wanted after pruning"),
+      number("SVDT", i4, 999, kept, "threshold of the SVD compression"),
+      number("SVDN", i4, 0, kept, "singular vectors kept by the SVD compression"),
+      number("L2MO", i4, 0, kept,
              "1: VorinC5_s and VorinyC5_s reject outliers before the inversion"),
-      number("L2NS", I4, 3, kept,
+      number("L2NS", i4, 3, kept,
              "distance from the fit at which VorinC5_s and VorinyC5_s reject a point"),
 
       // the solve at one weight
-      number("BRDA", I4, 2, kept,
+      number("BRDA", i4, 2, kept,
              "route of the solver: 1 single, 3 quadratic program, else double"),
-      number("TOL", G12, 0.000001F, 0.000001F, "convergence tolerance of the BRD iteration"),
-      number("MAXI", I4, 50, 50, "limit of passes of the BRD iteration"),
+      number("TOL", g12, 0.000001F, 0.000001F, "convergence tolerance of the BRD iteration"),
+      number("MAXI", i4, 50, 50, "limit of passes of the BRD iteration"),
 
       // noise and the standard error wanted
       choice("NALG", choices::nalg, "U", "URF", "algorithm of the noise estimate"),
-      number("SIG", G12, 0.01F, 0.01F, "noise standard deviation that the host states"),
-      number("RSIG", G12, 1.05F, 0.2F, "factor on the noise in the standard error wanted"),
-      number("L1AL", G12, 0.05F, kept,
+      number("SIG", g12, 0.01F, 0.01F, "noise standard deviation that the host states"),
+      number("RSIG", g12, 1.05F, 0.2F, "factor on the noise in the standard error wanted"),
+      number("L1AL", g12, 0.05F, kept,
              "mixing factor of data and noise in the standard error wanted"),
 
       // the weight and its search
       choice("TARG", choices::targ, "NOISE", kept,
              "how the weight is chosen: from the noise, at the corner, or fixed"),
-      number("WEIG", G12, 0.01F, 0.01F, "regularisation weight: start of the search, or fixed"),
-      number("WITE", I4, 40, 40, "limit of iterations of the weight search"),
+      number("WEIG", g12, 0.01F, 0.01F, "regularisation weight: start of the search, or fixed"),
+      number("WITE", i4, 40, 40, "limit of iterations of the weight search"),
       // Required: the text form is that of an integer, although the value is a
       // fraction: it reads 0 at the default. The number is exact.
-      number("WTOL", I4, 0.001F, 0.001F, "relative tolerance of the weight search on the residual"),
-      number("STOL", G12, 0.005F, kept, "read by the weight search, without effect"),
-      number("WRAT", G12, 10, 10, "greatest factor by which one update moves the weight"),
-      number("WFRA", G12, 1, 1, "fraction of the Newton step taken"),
-      number("RWEI", G12, 0.1F, kept, "factor on the weight after the corner search"),
-      number("WREF", G12, 1, kept, "mean squared column norm that scales WNMI and WNMA"),
-      number("WMIN", G12, 1e-30F, kept, "lower limit of the weight"),
-      number("WMAX", G12, 1e30F, kept, "upper limit of the weight"),
-      number("WNMI", G12, 1e-30F, kept, "lower limit of the weight in units of WREF"),
-      number("WNMA", G12, 1e30F, kept, "upper limit of the weight in units of WREF"),
+      number("WTOL", i4, 0.001F, 0.001F, "relative tolerance of the weight search on the residual"),
+      number("STOL", g12, 0.005F, kept, "read by the weight search, without effect"),
+      number("WRAT", g12, 10, 10, "greatest factor by which one update moves the weight"),
+      number("WFRA", g12, 1, 1, "fraction of the Newton step taken"),
+      number("RWEI", g12, 0.1F, kept, "factor on the weight after the corner search"),
+      number("WREF", g12, 1, kept, "mean squared column norm that scales WNMI and WNMA"),
+      number("WMIN", g12, 1e-30F, kept, "lower limit of the weight"),
+      number("WMAX", g12, 1e30F, kept, "upper limit of the weight"),
+      number("WNMI", g12, 1e-30F, kept, "lower limit of the weight in units of WREF"),
+      number("WNMA", g12, 1e30F, kept, "upper limit of the weight in units of WREF"),
 
       // results; 99 until an inversion has written them
-      number("CSTA", I4, 99, 0, "status of the last inversion"),
-      number("CWEI", G12, 99, 0, "final weight"),
-      number("CWIT", I4, 99, kept, "iterations of the weight search"),
-      number("CITE", I4, 99, kept, "passes of the last solve"),
-      number("CSIG", G12, 99, kept, "noise standard deviation in force at the end"),
-      number("CSI2", G12, 99, kept, "noise estimate of the compressed drivers"),
-      number("DSE", G12, 99, kept, "standard error wanted"),
+      number("CSTA", i4, 99, 0, "status of the last inversion"),
+      number("CWEI", g12, 99, 0, "final weight"),
+      number("CWIT", i4, 99, kept, "iterations of the weight search"),
+      number("CITE", i4, 99, kept, "passes of the last solve"),
+      number("CSIG", g12, 99, kept, "noise standard deviation in force at the end"),
+      number("CSI2", g12, 99, kept, "noise estimate of the compressed drivers"),
+      number("DSE", g12, 99, kept, "standard error wanted"),
       // Required: CSE2 has no slot and reaches this one. The driver writes CSE2
       // and then CSE, so that the later value stands.
-      number("CSE", G12, 99, 0, "standard error reached"),
+      number("CSE", g12, 99, 0, "standard error reached"),
 
       // held for hosts
-      number("EWIT", I4, 2, 1, "stored and answered; no routine reads it"),
-      number("C1", G12, 0, 0, "stored and answered; no routine reads it"),
-      number("C2", G12, 1, 1, "stored and answered; no routine reads it"),
+      number("EWIT", i4, 2, 1, "stored and answered; no routine reads it"),
+      number("C1", g12, 0, 0, "stored and answered; no routine reads it"),
+      number("C2", g12, 1, 1, "stored and answered; no routine reads it"),
   };
 }();
 

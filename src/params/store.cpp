@@ -45,17 +45,17 @@ void set(std::string_view key, std::string_view text, float value) {
   }
   const KeyRow& row = keyTable[index];
   switch (row.kind) {
-    case Kind::Integer:
-    case Kind::General:
+    case Kind::integer:
+    case Kind::general:
       block().number(index) = value;
       break;
-    case Kind::Text:
+    case Kind::text:
       // Required: all text is stored in upper case, file names too.
       block().setText(index, trimmed(text));
       std::ranges::transform(block().text(index), block().text(index).begin(),
                              [](char c) { return ToUpperCase(c); });
       break;
-    case Kind::Choice: {
+    case Kind::choice: {
       const std::string_view given = trimmed(text);
       block().setText(index, given.empty() ? storedByCode(*row.choice, choiceCode(value))
                                            : storedByText(*row.choice, given));
@@ -68,7 +68,7 @@ std::string numberText(Kind kind, float value) {
   constexpr int integerWidth = 4;
   constexpr int generalWidth = 12;
   constexpr int generalPlaces = 5;
-  return kind == Kind::Integer
+  return kind == Kind::integer
              ? integerField(truncateToInt(value + 0.5F), integerWidth)
              : generalField(static_cast<double>(value), generalWidth, generalPlaces);
 }
@@ -83,17 +83,17 @@ void query(std::string_view key, std::span<char> text, float& value) {
   const std::span<const char> slot = block().text(index);
   const std::string_view stored(slot.data(), slot.size());
   switch (row.kind) {
-    case Kind::Integer:
-    case Kind::General:
+    case Kind::integer:
+    case Kind::general:
       value = block().number(index);
       if (!text.empty()) {
         fillField(text, numberText(row.kind, value));
       }
       break;
-    case Kind::Text:
+    case Kind::text:
       fillField(text, stored);
       break;
-    case Kind::Choice: {
+    case Kind::choice: {
       const AnswerRow answer = answerFor(*row.choice, stored);
       value = static_cast<float>(answer.code);
       fillField(text, answer.text);

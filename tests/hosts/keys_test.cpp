@@ -38,7 +38,7 @@ TEST(Keys, WholeNumbersAreThoseWithTheTextFormOfAnInteger) {
         std::find_if(params::keyTable.begin(), params::keyTable.end(),
                      [&](const params::KeyRow& r) { return r.key == info.key; });
     const bool fraction = std::set<std::string_view>{"WTOL", "SVDT", "L2NS"}.contains(info.key);
-    EXPECT_EQ(info.kind == KeyKind::whole, row->kind == params::Kind::Integer && !fraction)
+    EXPECT_EQ(info.kind == KeyKind::whole, row->kind == params::Kind::integer && !fraction)
         << info.key;
   }
 }
@@ -117,7 +117,7 @@ TEST(KeysCommand, ListsEveryKeyWithItsValueAfterLoading) {
     EXPECT_EQ(key, row.key);
     if (row.holdsNumber()) {
       EXPECT_EQ(std::stof(value), row.load) << key;
-    } else if (row.kind == params::Kind::Text) {
+    } else if (row.kind == params::Kind::text) {
       EXPECT_EQ(value, row.loadText) << key;
     }
     std::string meaning;

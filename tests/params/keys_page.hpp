@@ -53,7 +53,7 @@ inline std::string kindOf(const params::KeyRow& row) {
   std::string kind;
   if (row.holdsNumber()) {
     kind = "number";
-  } else if (row.kind == params::Kind::Choice) {
+  } else if (row.kind == params::Kind::choice) {
     kind = "choice";
   } else {
     kind = "text of ";
@@ -75,13 +75,13 @@ inline std::string resetValueOf(const params::KeyRow& row) {
 
 inline std::string textFormOf(const params::KeyRow& row) {
   switch (row.kind) {
-    case params::Kind::Integer:
+    case params::Kind::integer:
       return "`I4`";
-    case params::Kind::General:
+    case params::Kind::general:
       return "`G12.5`";
-    case params::Kind::Text:
+    case params::Kind::text:
       return "the text";
-    case params::Kind::Choice:
+    case params::Kind::choice:
       break;
   }
   std::ostringstream answers;

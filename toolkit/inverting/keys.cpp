@@ -108,15 +108,15 @@ KeyInfo infoOf(const params::KeyRow& row) {
     info.unit = usage->unit;
   }
   switch (row.kind) {
-    case params::Kind::Integer:
+    case params::Kind::integer:
       info.kind = usage != nullptr && usage->fraction ? KeyKind::number : KeyKind::whole;
       break;
-    case params::Kind::General:
+    case params::Kind::general:
       break;
-    case params::Kind::Text:
+    case params::Kind::text:
       info.kind = KeyKind::text;
       break;
-    case params::Kind::Choice:
+    case params::Kind::choice:
       info.kind = KeyKind::choice;
       info.range = choiceWords(*row.choice);
       break;
