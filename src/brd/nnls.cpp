@@ -26,13 +26,13 @@ template <class Real>
 struct NnlsTwin;
 template <>
 struct NnlsTwin<float> {
-  static constexpr std::string_view kModule = "NNLS_s";
-  static constexpr float kFactor = 0.01f;
+  static constexpr std::string_view module = "NNLS_s";
+  static constexpr float factor = 0.01f;
 };
 template <>
 struct NnlsTwin<double> {
-  static constexpr std::string_view kModule = "NNLS_d";
-  static constexpr double kFactor = 0.01;
+  static constexpr std::string_view module = "NNLS_d";
+  static constexpr double factor = 0.01;
 };
 
 /// One solve. Argument names are those of NNLS_s.
@@ -45,20 +45,20 @@ class NnlsSolver {
 
   std::int32_t run(Real& rnorm) {
     if (m_ < 1 || n_ < 1) {
-      return kNnlsEmpty;
+      return nnlsEmpty;
     }
     prepare();
     const bool solved = iterate();
     if (!solved) {
-      params::VorinLogLine(NnlsTwin<Real>::kModule, "E", "NNLS quitting on iteration count");
+      params::VorinLogLine(NnlsTwin<Real>::module, "E", "NNLS quitting on iteration count");
       params::flushLog();  // a fit that a host calls by itself closes no log
     }
     rnorm = close();
-    return solved ? kNnlsSolved : kNnlsIterationLimit;
+    return solved ? nnlsSolved : nnlsIterationLimit;
   }
 
  private:
-  static constexpr std::ptrdiff_t kNone = -1;
+  static constexpr std::ptrdiff_t none = -1;
 
   void prepare() {
     zz_.assign(static_cast<std::size_t>(m_), Real(0));
@@ -76,7 +76,7 @@ class NnlsSolver {
     while (nsetp_ < n_ && nsetp_ < m_) {
       computeDual();
       const std::ptrdiff_t position = chooseColumn();
-      if (position == kNone) {
+      if (position == none) {
         return true;
       }
       acceptColumn(position);
@@ -100,13 +100,13 @@ class NnlsSolver {
     }
   }
 
-  /// The position in index of the column to accept, or kNone when no dual value is
+  /// The position in index of the column to accept, or none when no dual value is
   /// positive. A refused column gets w = 0 and does not count as an iteration, so at
   /// most n columns are tried.
   std::ptrdiff_t chooseColumn() {
     for (;;) {
       const std::ptrdiff_t position = largestDual();
-      if (position == kNone || tryColumn(index_[position])) {
+      if (position == none || tryColumn(index_[position])) {
         return position;
       }
       w_[index_[position]] = Real(0);
@@ -116,7 +116,7 @@ class NnlsSolver {
   /// The first in the order of index among equals.
   std::ptrdiff_t largestDual() const {
     Real largest = 0;
-    std::ptrdiff_t found = kNone;
+    std::ptrdiff_t found = none;
     for (std::ptrdiff_t position = nsetp_; position < n_; ++position) {
       const Real value = w_[index_[position]];
       if (value > largest) {
@@ -131,13 +131,13 @@ class NnlsSolver {
   /// transformed b; on false the column is as it was.
   bool tryColumn(std::ptrdiff_t j) {
     const Real saved = A_(nsetp_, j);
-    H12(H12Mode::kBuildAndApply, nsetp_, nsetp_ + 1, m_, A_.column(j), up_, MatrixView<Real>{});
+    H12(H12Mode::buildAndApply, nsetp_, nsetp_ + 1, m_, A_.column(j), up_, MatrixView<Real>{});
     // Required: the norm of the column's leading part does not enter, as it does in
     // the published test. A column nearly dependent on P is let in, and the fits of
     // ill-conditioned kernels depend on it.
-    if (std::abs(A_(nsetp_, j)) * NnlsTwin<Real>::kFactor > Real(0)) {
+    if (std::abs(A_(nsetp_, j)) * NnlsTwin<Real>::factor > Real(0)) {
       copyRightHandSide();
-      H12(H12Mode::kApply, nsetp_, nsetp_ + 1, m_, A_.column(j), up_,
+      H12(H12Mode::apply, nsetp_, nsetp_ + 1, m_, A_.column(j), up_,
           denseColumns(zz_.data(), m_, 1));
       if (zzAt(nsetp_) / A_(nsetp_, j) > Real(0)) {
         return true;
@@ -166,7 +166,7 @@ class NnlsSolver {
     ++nsetp_;
     for (std::ptrdiff_t k = nsetp_; k < n_; ++k) {
       const VectorView<Real> column = A_.column(index_[k]);
-      H12(H12Mode::kApply, pivot, nsetp_, m_, A_.column(j), up_,
+      H12(H12Mode::apply, pivot, nsetp_, m_, A_.column(j), up_,
           MatrixView<Real>{column.base, m_, 1, column.stride, 0});
     }
     for (std::ptrdiff_t l = nsetp_; l < m_; ++l) {
@@ -187,7 +187,7 @@ class NnlsSolver {
       }
       Real alpha = 2;  // 2 says that nothing is in the way
       const std::ptrdiff_t blocking = firstBlocking(alpha);
-      if (blocking == kNone) {
+      if (blocking == none) {
         for (std::ptrdiff_t ip = 0; ip < nsetp_; ++ip) {
           x_[index_[ip]] = zzAt(ip);
         }
@@ -205,9 +205,9 @@ class NnlsSolver {
   }
 
   /// The position in P of the coefficient that reaches zero first on the way from x
-  /// to zz, the first of equals, and the share `alpha` of the way; or kNone.
+  /// to zz, the first of equals, and the share `alpha` of the way; or none.
   std::ptrdiff_t firstBlocking(Real& alpha) {
-    std::ptrdiff_t found = kNone;
+    std::ptrdiff_t found = none;
     for (std::ptrdiff_t ip = 0; ip < nsetp_; ++ip) {
       const Real x = x_[index_[ip]];
       if (zzAt(ip) <= Real(0)) {

@@ -10,15 +10,15 @@ namespace vorin::brd {
 
 /// What `mode` holds after NNLS. Success is 1, unlike anywhere else here.
 enum NnlsMode : std::int32_t {
-  kNnlsSolved = 1,
-  kNnlsEmpty = 2,           ///< A has no rows or no columns; nothing else was touched
-  kNnlsIterationLimit = 3,  ///< more than 3n solves on set P; logged once
+  nnlsSolved = 1,
+  nnlsEmpty = 2,           ///< A has no rows or no columns; nothing else was touched
+  nnlsIterationLimit = 3,  ///< more than 3n solves on set P; logged once
 };
 
 /// Minimises |A x - b| subject to x >= 0. The m-by-n shape is that of the view `A`.
 ///   A      in and out: m by n; overwritten with Q A, Q orthogonal
 ///   b      in and out: m; overwritten with Q b
-///   x      out: solution, n. After kNnlsIterationLimit what the last complete
+///   x      out: solution, n. After nnlsIterationLimit what the last complete
 ///          solve gave.
 ///   rnorm  out: Euclidean norm of the residual
 ///   w      out: dual vector A'(b - A x), n; 0 for the positive elements of x, at

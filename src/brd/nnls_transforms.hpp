@@ -9,7 +9,7 @@
 
 namespace vorin::brd {
 
-enum class H12Mode { kBuildAndApply = 1, kApply = 2 };
+enum class H12Mode { buildAndApply = 1, apply = 2 };
 
 /// Builds the Householder transformation that zeroes u(l1 .. m-1) into u(pivot),
 /// and applies it to the columns of C; or applies one that was built before.
@@ -30,7 +30,7 @@ void H12(H12Mode mode, std::ptrdiff_t pivot, std::ptrdiff_t l1, std::ptrdiff_t m
     return;
   }
   Real length = std::abs(u[pivot]);
-  if (mode == H12Mode::kBuildAndApply) {
+  if (mode == H12Mode::buildAndApply) {
     for (std::ptrdiff_t i = l1; i < m; ++i) {
       const Real magnitude = std::abs(u[i]);
       if (magnitude > length) {

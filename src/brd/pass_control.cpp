@@ -68,10 +68,10 @@ void PassControl<Real>::endPass(Real err) {
   best_ = std::min(err, best_);
   stalled_ = err > best_ * Traits<Real>::stallFactor ? stalled_ + 1 : 0;
   if (passes_ >= maxPasses_) {
-    status_ = kSolveFailed;
+    status_ = solveFailed;
     log("Error", [&] { return "Iterations Exceeeded = " + params::freeForm(passes_); });
   } else if (stalled_ >= Traits<Real>::stallLimit(maxPasses_)) {
-    status_ = kSolveFailed;
+    status_ = solveFailed;
     log("Error", [&] { return "stalled iterations exceeeded = " + params::freeForm(stalled_); });
   } else if (level_ > 1) {
     log("Comment", [&] { return "Iterations  = " + params::integerField(passes_, 4); });

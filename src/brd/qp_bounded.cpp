@@ -252,9 +252,9 @@ QpStatus BoundedMinimum::judge() const {
     sound = sound && std::isfinite(size_[at]) && Q_[i + static_cast<long>(i) * n_] >= 0.0;
   }
   if (solved && sound) {
-    return kQpSolved;
+    return qpSolved;
   }
-  return sound && !singular_ ? kQpLimitReached : kQpNotPositiveDefinite;
+  return sound && !singular_ ? qpLimitReached : qpNotPositiveDefinite;
 }
 
 }  // namespace vorin::brd

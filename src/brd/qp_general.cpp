@@ -69,18 +69,18 @@ DualActiveSet::DualActiveSet(int n, int constraints, int equalities, const doubl
 
 QpStatus DualActiveSet::solve() {
   if (!factor()) {
-    return kQpNotPositiveDefinite;
+    return qpNotPositiveDefinite;
   }
   settle();
   QpStatus status = activateEqualities();
-  while (status == kQpSolved) {
+  while (status == qpSolved) {
     const int next = mostViolated();
     if (next < 0) {
       break;
     }
     status = activate(next);
   }
-  return status == kQpSolved ? judge() : status;
+  return status == qpSolved ? judge() : status;
 }
 
 // J = L'^-1.
@@ -109,10 +109,10 @@ QpStatus DualActiveSet::activateEqualities() {
     }
     const Residual left = residual(p);
     if (!(std::abs(left.value) <= consistency * left.size)) {
-      return kQpInfeasible;
+      return qpInfeasible;
     }
   }
-  return kQpSolved;
+  return qpSolved;
 }
 
 DualActiveSet::Residual DualActiveSet::residual(int constraint) const {
@@ -154,15 +154,15 @@ QpStatus DualActiveSet::activate(int constraint) {
     const double missing = -residual(constraint).value;
     const double full = independent ? std::max(missing, 0.0) / freeLength_ : infinity;
     if (missing == infinity || (leaving < 0 && !independent)) {
-      return kQpInfeasible;
+      return qpInfeasible;
     }
     if (!std::isfinite(missing)) {
-      return kQpLimitReached;
+      return qpLimitReached;
     }
     if (independent && full <= reach) {
       addNormal(constraint);
       settle();
-      return kQpSolved;
+      return qpSolved;
     }
     for (int k = 0; k < activeCount(); ++k) {
       u_[static_cast<std::size_t>(k)] -= reach * r_[static_cast<std::size_t>(k)];
@@ -172,7 +172,7 @@ QpStatus DualActiveSet::activate(int constraint) {
     }
     drop(leaving);
   }
-  return kQpLimitReached;
+  return qpLimitReached;
 }
 
 // d = J'a and r = R^-1 d1; true when a does not depend on the active normals.
@@ -370,9 +370,9 @@ QpStatus DualActiveSet::judge() {
     number = number && !std::isnan(value);
   }
   if (holds && number) {
-    return kQpSolved;
+    return qpSolved;
   }
-  return number ? kQpLimitReached : kQpNotPositiveDefinite;
+  return number ? qpLimitReached : qpNotPositiveDefinite;
 }
 
 // The largest sum of the absolute terms that an element of the gradient is made of.

@@ -32,7 +32,7 @@ bool onlyBounds(int n, int constraints, int equalities, const double* A, const d
 
 // What the solver of either kind leaves, as the contract wants it.
 struct Answer {
-  QpStatus status = kQpSolved;
+  QpStatus status = qpSolved;
   std::vector<double> x;
   std::vector<int> active;  // from 0
   std::vector<double> multipliers;

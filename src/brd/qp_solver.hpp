@@ -8,13 +8,13 @@ namespace vorin::brd {
 /// The status words of nk0000. Above 30, so that a host which finds one in the
 /// status of an inversion can't take it for another outcome.
 enum QpStatus : std::int32_t {
-  kQpSolved = 0,
-  kQpInfeasible = 31,           ///< no x meets all constraints
-  kQpNotPositiveDefinite = 32,  ///< Q, or a block of it that was needed, has no Cholesky
-                                ///< factor in double precision; so has one with a NaN, and
-                                ///< a solution that overflows counts as the same
-  kQpLimitReached = 33          ///< out of steps, or out of the range of the numbers: x is
-                                ///< the last iterate and not the minimiser
+  qpSolved = 0,
+  qpInfeasible = 31,           ///< no x meets all constraints
+  qpNotPositiveDefinite = 32,  ///< Q, or a block of it that was needed, has no Cholesky
+                               ///< factor in double precision; so has one with a NaN, and
+                               ///< a solution that overflows counts as the same
+  qpLimitReached = 33          ///< out of steps, or out of the range of the numbers: x is
+                               ///< the last iterate and not the minimiser
 };
 
 /// The minimiser of 1/2 x'Qx + g'x subject to A x >= b, for a symmetric positive

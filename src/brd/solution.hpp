@@ -7,15 +7,15 @@ namespace vorin::brd {
 
 /// How an iterative solve ends; the values are those a host reads.
 enum SolveStatus : std::int32_t {
-  kSolveConverged = 0,
-  kSolveFailed = 1,  ///< reached the limit of passes or of stalls
+  solveConverged = 0,
+  solveFailed = 1,  ///< reached the limit of passes or of stalls
 };
 
 template <class Real>
 struct Solution {
-  Real rss = 0;                           ///< w^2 (c . c), the residual sum of squares |K f - d|^2
-  Real rssSlope = 0;                      ///< d rss / d w with the mask held
-  std::int32_t status = kSolveConverged;  ///< or a QpStatus
+  Real rss = 0;                          ///< w^2 (c . c), the residual sum of squares |K f - d|^2
+  Real rssSlope = 0;                     ///< d rss / d w with the mask held
+  std::int32_t status = solveConverged;  ///< or a QpStatus
 };
 
 /// rss and its derivative in w for c = (G + w I)^-1 d and x = (G + w I)^-1 c, m elements each.

@@ -101,7 +101,7 @@ class CompressedInversion {
   void run(std::int32_t& status) {
     const std::string_view algorithm = params::storedText("NALG");
     const auto order =
-        algorithm.substr(0, 2) == "D2" ? weight::kFirstDifferences : weight::kSecondDifferences;
+        algorithm.substr(0, 2) == "D2" ? weight::firstDifferences : weight::secondDifferences;
     params::setReal("CSI2", weight::seDiff(order, job_.nf, job_.Y));
     if (variant_.rejectsOutliers && params::queryInteger("L2MO") == 1) {
       rejectOutliers(status);

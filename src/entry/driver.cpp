@@ -46,7 +46,7 @@ reduce::PruneRequest pruneRequest(const Inversion& job, std::string_view mode) {
       std::clamp(truncateToInt(params::queryReal("PRPO")), fewestPruned, pruneCapacity);
   // Two characters decide, so "LIN" and "LILO" are both linear and anything else is
   // logarithmic, the text "A" of the reset included.
-  request.mode = mode == "LI" ? reduce::kPruneLinear : reduce::kPruneLog;
+  request.mode = mode == "LI" ? reduce::pruneLinear : reduce::pruneLog;
   return request;
 }
 

@@ -117,7 +117,7 @@ void reset() {
 
 void setQuery(char mode, std::string_view key, char* text, std::int32_t length, float& value,
               std::int32_t& status) noexcept {
-  status = kSetQueryDone;
+  status = setQueryDone;
   const std::size_t characters = length > 0 ? static_cast<std::size_t>(length) : 0;
   switch (ToUpperCase(mode)) {
     case 'S':
@@ -130,7 +130,7 @@ void setQuery(char mode, std::string_view key, char* text, std::int32_t length, 
       reset();  // the key is not looked at, so any will do
       break;
     default:
-      status = kSetQueryUnknownMode;
+      status = setQueryUnknownMode;
   }
 }
 

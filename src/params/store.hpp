@@ -12,8 +12,8 @@ namespace vorin::params {
 
 /// What `status` holds after a set, query or reset.
 enum SetQueryStatus : std::int32_t {
-  kSetQueryDone = 0,
-  kSetQueryUnknownMode = 1,  ///< the operation letter is none of S, Q and I; nothing was done
+  setQueryDone = 0,
+  setQueryUnknownMode = 1,  ///< the operation letter is none of S, Q and I; nothing was done
 };
 
 /// The core: operation `mode` (S set, Q query, I reset) on `key` with a text of

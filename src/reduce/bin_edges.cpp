@@ -154,11 +154,11 @@ void buildEdges(const PruneRequest& request, const Range& range, int edgeCount,
   // Required: a range that reaches zero or below has no logarithm, and no point
   // falls into any bin. Plain arithmetic would lay edges at 10^-inf = 0.
   const bool hasLogarithm = hasLogarithms(range);
-  if (request.mode == kPruneLinear) {
+  if (request.mode == pruneLinear) {
     linearEdges(range, edgeCount - 1, edges.data());
-  } else if (request.mode == kPruneLog && hasLogarithm) {
+  } else if (request.mode == pruneLog && hasLogarithm) {
     logEdges(range, edgeCount - 1, edges.data());
-  } else if (request.mode == kPruneLeading && hasLogarithm) {
+  } else if (request.mode == pruneLeading && hasLogarithm) {
     leadingEdges(request, range, edges);
   }
 }
@@ -189,7 +189,7 @@ void fillBins(const PruneRequest& request, const Range& range, int edgeCount,
   if (edgeCount < 1) {
     return;
   }
-  if (request.mode == kPruneLog && finder.rising() && hasLogarithms(range)) {
+  if (request.mode == pruneLog && finder.rising() && hasLogarithms(range)) {
     const LogEdges edges(range, edgeCount - 1);
     if (edges.surelyRise()) {
       walkLogBins(edges, finder, bins);

@@ -45,7 +45,7 @@ void reduceProblem(const Reduction& job, std::int32_t& count, std::int32_t& stat
   svd.dc = job.Yout;
   svd.dcLength = std::min(job.n, job.cap);
   if (job.pmode >= 1) {
-    status = kCompressed;
+    status = compressed;
     prune(job, count);
     svd.m = std::min(count, job.cap);
     svd.ldK = job.cap;

@@ -14,7 +14,7 @@
 namespace vorin::reduce {
 
 /// How bins are spaced. Any other code builds no edges, and no bin holds a point.
-enum PruneMode { kPruneLog = 1, kPruneLinear = 2, kPruneLeading = 3 };
+enum PruneMode { pruneLog = 1, pruneLinear = 2, pruneLeading = 3 };
 
 struct PruneRequest {
   int points = 0;                ///< number of points
@@ -24,7 +24,7 @@ struct PruneRequest {
   const float* scale = nullptr;  ///< scale of each point; none: 1 for all
   int firstPoint = 1;            ///< 1-based index of the point at which the bins begin
   int target = 0;                ///< wanted count of rows
-  int mode = kPruneLog;
+  int mode = pruneLog;
   bool adjust = true;      ///< lay 1.3 target edges, then anew until the count is reached;
                            ///< else target edges, once
   bool closingRow = true;  ///< end with an empty row

@@ -14,7 +14,7 @@ constexpr int noBins = 0;
 
 // The third spacing of VorinPruneZ is not known here.
 int knownMode(int mode) {
-  return mode == kPruneLog || mode == kPruneLinear ? mode : noBins;
+  return mode == pruneLog || mode == pruneLinear ? mode : noBins;
 }
 
 PruneRequest requestOf(const KernelPruning& job) {

@@ -19,7 +19,7 @@ struct KernelPruning {
   const float* scale = nullptr;  ///< nPoints, v
   int prLo = 1;                  ///< 1-based index of the point at which the bins begin
   int target = 0;                ///< wanted count
-  int mode = 0;                  ///< kPruneLog or kPruneLinear; any other one lays no bins
+  int mode = 0;                  ///< pruneLog or pruneLinear; any other one lays no bins
   float* yPruned = nullptr;      ///< maxBins, 0 past the count
   float* tMean = nullptr;        ///< maxBins, 0 past the count
   float* kPruned = nullptr;      ///< maxBins by nCols, 0 past the count

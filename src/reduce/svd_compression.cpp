@@ -72,11 +72,11 @@ int keptRows(int n, const float* S, float threshold, int mostRows) {
 void compress(int mode, const Compression& job, const SvdFactors& factors, std::int32_t& count,
               std::int32_t& status) {
   if (job.ldC < job.mostRows) {
-    status = kRowsAboveCapacity;
+    status = rowsAboveCapacity;
     return;
   }
   if (mode == decomposeMode) {
-    status = kCompressed;
+    status = compressed;
     // The factors are a copy: from here on Kc may overwrite K.
     copyRows(job.m, job.n, job.K, job.ldK, factors.U);
     decomposeInPlace(job.m, job.n, factors.U, job.m, factors.S, factors.VT);
@@ -93,7 +93,7 @@ void compressInScratch(int mode, const Compression& job, float* scratch, std::in
   const std::int64_t m = job.m;
   const std::int64_t n = job.n;
   if (n + n * n + n * m > scratchLength) {
-    status = kScratchTooSmall;
+    status = scratchTooSmall;
     return;
   }
   // Rows below 0 make the rule ask for less than S and V' take: these then stand elsewhere.
@@ -153,7 +153,7 @@ bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::in
           factor.transposed[static_cast<std::size_t>(j + i * n)];
     }
   }
-  status = kCompressed;
+  status = compressed;
   count = keptRows(job.n, S.data(), job.threshold, job.mostRows);
   writeKernel(job, count, S.data(), VT.data());
   writeData(job, projectFactored(factor, count, WT.data()));
@@ -167,10 +167,10 @@ void compressInKeptArrays(const Compression& job, std::int32_t& count, std::int3
 void compressInPlace(const Compression& job, float* U, float* V, float* S, std::int32_t& count,
                      std::int32_t& status) {
   if (job.ldC < job.mostRows) {
-    status = kRowsAboveCapacity;
+    status = rowsAboveCapacity;
     return;
   }
-  status = kCompressed;
+  status = compressed;
   const std::ptrdiff_t n = extent(job.n);
   std::vector<float> VT(static_cast<std::size_t>(n * n));
   decomposeInPlace(job.m, job.n, U, job.ldK, S, VT.data());

@@ -17,9 +17,9 @@
 namespace vorin::reduce {
 
 enum CompressionStatus : std::int32_t {
-  kCompressed = 0,
-  kRowsAboveCapacity = 2,   ///< more rows asked for than Kc has; nothing written
-  kScratchTooSmall = 1000,  ///< nothing written
+  compressed = 0,
+  rowsAboveCapacity = 2,   ///< more rows asked for than Kc has; nothing written
+  scratchTooSmall = 1000,  ///< nothing written
 };
 
 /// The mode that decomposes; any other one takes the factors as they are.
@@ -55,7 +55,7 @@ int keptRows(int n, const float* S, float threshold, int mostRows);
 
 /// Compresses by way of `factors`, which are the caller's.
 ///   count   out: rows kept; as it was when the capacity is refused
-///   status  out: kCompressed or kRowsAboveCapacity. Required: with a mode that does
+///   status  out: compressed or rowsAboveCapacity. Required: with a mode that does
 ///           not decompose, a good end leaves it alone; clearing it is a step of the
 ///           decomposition.
 void compress(int mode, const Compression& job, const SvdFactors& factors, std::int32_t& count,

@@ -11,11 +11,11 @@ namespace vorin::regress {
 
 /// What `ierr` holds after BVLS and after everything that ends in it.
 enum BvlsStatus : std::int32_t {
-  kBvlsSolved = 0,
-  kBvlsEmpty = 1,           ///< A has no rows or no columns
-  kBvlsShortArray = 2,      ///< a vector or the bounds are too short for A
-  kBvlsNanBound = 3,        ///< a pair of bounds whose difference is not a number
-  kBvlsIterationLimit = 4,  ///< more solves than the limit allows
+  bvlsSolved = 0,
+  bvlsEmpty = 1,           ///< A has no rows or no columns
+  bvlsShortArray = 2,      ///< a vector or the bounds are too short for A
+  bvlsNanBound = 3,        ///< a pair of bounds whose difference is not a number
+  bvlsIterationLimit = 4,  ///< more solves than the limit allows
 };
 
 /// Minimises |A x - B| subject to BND(0, j) <= x(j) <= BND(1, j). The m-by-n shape
@@ -25,7 +25,7 @@ enum BvlsStatus : std::int32_t {
 ///   BND    in: 2 by n, lower bounds in row 0, upper bounds in row 1. A bound at or
 ///          beyond the largest finite value of the type means none. A lower bound
 ///          at or above the upper one fixes the coefficient at the lower bound.
-///   X      out: solution, n. After kBvlsIterationLimit it holds the last solve on
+///   X      out: solution, n. After bvlsIterationLimit it holds the last solve on
 ///          set P as it came, elements outside their bounds included.
 ///   rnorm  out: the norm of the residual; not written when ierr is positive
 ///   nsetp  out: number of coefficients in the solved set P

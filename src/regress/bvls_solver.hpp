@@ -36,16 +36,16 @@ class BvlsSolver {
   /// Runs the method to its end and returns the status.
   std::int32_t run(Real& rnorm, std::int32_t& nsetp, std::int32_t itmax) {
     std::int32_t ierr = checkSizes();
-    if (ierr != kBvlsSolved) {
+    if (ierr != bvlsSolved) {
       return ierr;
     }
     prepare(itmax);
     if (!placeInsideBounds()) {
-      return kBvlsNanBound;
+      return bvlsNanBound;
     }
     ierr = iterate();
     nsetp = static_cast<std::int32_t>(nsetp_);
-    if (ierr == kBvlsSolved) {
+    if (ierr == bvlsSolved) {
       rnorm = close();
     }
     for (std::ptrdiff_t i = 0; i < n_; ++i) {
@@ -55,21 +55,21 @@ class BvlsSolver {
   }
 
  private:
-  static constexpr Real kEpsilon = std::numeric_limits<Real>::epsilon();
-  static constexpr Real kNoBound = std::numeric_limits<Real>::max();
-  static constexpr std::ptrdiff_t kNone = -1;
-  enum Bound : std::ptrdiff_t { kLower = 0, kUpper = 1 };
+  static constexpr Real machineEpsilon = std::numeric_limits<Real>::epsilon();
+  static constexpr Real noBound = std::numeric_limits<Real>::max();
+  static constexpr std::ptrdiff_t none = -1;
+  enum Bound : std::ptrdiff_t { atLower = 0, atUpper = 1 };
 
-  Real lower(std::ptrdiff_t j) const { return BND_(kLower, j); }
-  Real upper(std::ptrdiff_t j) const { return BND_(kUpper, j); }
+  Real lower(std::ptrdiff_t j) const { return BND_(atLower, j); }
+  Real upper(std::ptrdiff_t j) const { return BND_(atUpper, j); }
 
   std::int32_t checkSizes() const {
     if (m_ < 1 || n_ < 1) {
-      return kBvlsEmpty;
+      return bvlsEmpty;
     }
     const bool longEnough = X_.n >= n_ && B_.n >= m_ && BND_.rows == 2 && BND_.cols >= n_ &&
                             W_.n >= n_ && INDEX_.n >= n_;
-    return longEnough ? kBvlsSolved : kBvlsShortArray;
+    return longEnough ? bvlsSolved : bvlsShortArray;
   }
 
   void prepare(std::int32_t itmax) {
@@ -92,8 +92,8 @@ class BvlsSolver {
     std::ptrdiff_t i = 0;
     while (i < freeEnd_) {
       const std::ptrdiff_t j = INDEX_[i];
-      const bool noLower = lower(j) <= -kNoBound;
-      const bool noUpper = upper(j) >= kNoBound;
+      const bool noLower = lower(j) <= -noBound;
+      const bool noUpper = upper(j) >= noBound;
       bool fixed = false;
       if (noLower && noUpper) {
         X_[j] = Real(0);
@@ -144,7 +144,7 @@ class BvlsSolver {
   std::int32_t iterate() {
     while (nsetp_ < freeEnd_ && nsetp_ < m_) {
       const std::ptrdiff_t position = select();
-      if (position == kNone) {
+      if (position == none) {
         break;
       }
       bringIn(position);
@@ -154,10 +154,10 @@ class BvlsSolver {
         X_[INDEX_[ip]] = zAt(ip);
       }
       if (!withinLimit) {
-        return kBvlsIterationLimit;
+        return bvlsIterationLimit;
       }
     }
-    return kBvlsSolved;
+    return bvlsSolved;
   }
 
   bool countSolve() {
@@ -165,7 +165,7 @@ class BvlsSolver {
     return iterations_ <= limit_;
   }
 
-  /// The position in INDEX of the coefficient to bring in, or kNone. Required: the
+  /// The position in INDEX of the coefficient to bring in, or none. Required: the
   /// first acceptable candidate is taken, not the one with the largest dual value;
   /// the order decides which of several solutions of a deficient problem is found.
   std::ptrdiff_t select() {
@@ -185,7 +185,7 @@ class BvlsSolver {
         return position;
       }
     }
-    return kNone;
+    return none;
   }
 
   /// A(:, j)'B over the rows that P has not used.
@@ -208,7 +208,7 @@ class BvlsSolver {
     const Real leadingNorm = scaledNorm(A_.column(j).section(0, nsetp_));
     bool found = false;
     // Written so that a zero column (0 > 0) and a NaN are refused.
-    if (std::abs(pivot) > kEpsilon * leadingNorm) {
+    if (std::abs(pivot) > machineEpsilon * leadingNorm) {
       for (std::ptrdiff_t i = 0; i < m_; ++i) {
         zAt(i) = B_[i];
       }
@@ -252,8 +252,8 @@ class BvlsSolver {
   /// Where the way from X to Z first meets a bound.
   struct Hit {
     Real alpha = 2;  ///< share of the way; 2 says that nothing is in the way
-    std::ptrdiff_t position = kNone;
-    Bound bound = kLower;
+    std::ptrdiff_t position = none;
+    Bound bound = atLower;
   };
 
   Hit firstHit() {
@@ -262,9 +262,9 @@ class BvlsSolver {
       const std::ptrdiff_t l = INDEX_[ip];
       Bound bound;
       if (zAt(ip) <= lower(l)) {
-        bound = kLower;
+        bound = atLower;
       } else if (zAt(ip) >= upper(l)) {
-        bound = kUpper;
+        bound = atUpper;
       } else {
         continue;
       }
@@ -284,7 +284,7 @@ class BvlsSolver {
   bool makeFeasible() {
     for (;;) {
       const Hit hit = firstHit();
-      if (hit.position == kNone) {
+      if (hit.position == none) {
         return true;
       }
       for (std::ptrdiff_t ip = 0; ip < nsetp_; ++ip) {
@@ -313,10 +313,10 @@ class BvlsSolver {
     while (position < nsetp_) {
       const std::ptrdiff_t j = INDEX_[position];
       if (X_[j] <= lower(j)) {
-        moveOut(position, kLower);
+        moveOut(position, atLower);
         position = 0;
       } else if (X_[j] >= upper(j)) {
-        moveOut(position, kUpper);
+        moveOut(position, atUpper);
         position = 0;
       } else {
         ++position;

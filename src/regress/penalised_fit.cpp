@@ -28,7 +28,7 @@ void fitNonNegative(MatrixView<const Real> X, VectorView<const Real> y, VectorVi
                     VectorView<const Real> lambda, std::int32_t& status) {
   NormalEquations<Real> system = formNormalEquations(X, y, lambda);
   Real rnorm = 0;
-  status = kBvlsSolved;
+  status = bvlsSolved;
   plsB(system.matrix(), system.rightHandSide(), x, rnorm, fitIterationLimit(system.n), status);
 }
 
@@ -68,7 +68,7 @@ void plsN_sp(MatrixView<const float> A, VectorView<const float> b, VectorView<fl
   const std::ptrdiff_t m = A.rows;
   const std::ptrdiff_t n = A.cols;
   if (m < 1 || n < 1) {
-    status = brd::kNnlsEmpty;  // what NNLS_s would say, without reading b
+    status = brd::nnlsEmpty;  // what NNLS_s would say, without reading b
     return;
   }
   std::vector<float> matrix(static_cast<std::size_t>(m * n));

@@ -39,9 +39,9 @@ float fromSecondDifferences(std::int64_t count, const float* x) {
 
 float seDiff(int order, int count, const float* x) {
   switch (order) {
-    case kFirstDifferences:
+    case firstDifferences:
       return fromFirstDifferences(count, x);
-    case kSecondDifferences:
+    case secondDifferences:
       return fromSecondDifferences(count, x);
     default:
       return 0.0f;

@@ -5,7 +5,7 @@
 
 namespace vorin::weight {
 
-enum DifferenceOrder { kFirstDifferences = 2, kSecondDifferences = 3 };
+enum DifferenceOrder { firstDifferences = 2, secondDifferences = 3 };
 
 /// The standard deviation of white noise on a curve that changes slowly from sample to
 /// sample: a first difference has the variance 2 sigma^2, a second one 6 sigma^2, and

@@ -78,7 +78,7 @@ void serol(const OutlierSearch& search, std::int32_t& nGood, std::int32_t& nBad,
   }
   fit(search, data, status);
   const std::vector<float> u = weightedResiduals(search);
-  const float noise = seDiff(kSecondDifferences, search.m, data.data());
+  const float noise = seDiff(secondDifferences, search.m, data.data());
   float good = 0.0f;
   for (std::size_t i = 0; i < u.size(); ++i) {
     // Required: the residual is brought back to the unit of y, while the noise is that

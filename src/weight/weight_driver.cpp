@@ -16,7 +16,7 @@
 namespace vorin::weight {
 namespace {
 
-enum Target { kFixed = 0, kNoise = 1, kCorner = 2 };
+enum Target { fixed = 0, noise = 1, corner = 2 };
 
 // One solve at the host's weight.
 void fixedMode(brd::Problem<float>& problem, float* f, float* c, ModeResult& result,
@@ -39,12 +39,12 @@ void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::in
   std::vector<float> c(static_cast<std::size_t>(std::max(m, 0)), 1.0f);
   ModeResult result;
   result.w = params::queryReal("WEIG");
-  status = kCornerModeStatus;
+  status = cornerModeStatus;
   switch (params::queryInteger("TARG")) {
-    case kNoise:
+    case noise:
       noiseMode(problem, f, c.data(), result, status);
       break;
-    case kCorner:
+    case corner:
       cornerMode(problem, f, result);
       break;
     default:

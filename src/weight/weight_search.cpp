@@ -111,7 +111,7 @@ void Search::begin(float given, float sigwant) {
   log("Comment", std::string(44, '-'));
   log("Comment",
       "Begin: Iter from w= " + number(w_, 4) + " to get sigwant = " + number(sigwant, 4));
-  status_ = kSearchConverged;
+  status_ = searchConverged;
   if (w_ <= set_.wlo) {
     w_ = set_.wlo;
     loHits_ = 1;
@@ -140,13 +140,13 @@ bool Search::iterate() {
   }
   if (set_.tolerance > std::abs(conv)) {
     log("I", "Weight iteration succesful after " + count(iter_) + "iterations");
-    status_ = kSearchConverged;
+    status_ = searchConverged;
     return true;
   }
   if (iter_ > limit_) {
     log("E", "Weight iterations " + count(iter_) + " exceeded");
     restore();
-    status_ = kSearchExhausted;
+    status_ = searchExhausted;
     return true;
   }
   w_ = wnew;
@@ -184,12 +184,12 @@ float Search::insideLimits(float wnew) {
 // very solve has reached the target.
 bool Search::touchedLimitTooOften() {
   if (loHits_ > touchesAllowed) {
-    status_ = kSearchLowerLimit;
+    status_ = searchLowerLimit;
     log("E", "Wmin " + number(set_.wlo, 4) + " is hit");
     return true;
   }
   if (hiHits_ > touchesAllowed) {
-    status_ = kSearchUpperLimit;
+    status_ = searchUpperLimit;
     log("E", "Wmax " + number(set_.whi, 4) + " is hit");
     return true;
   }
@@ -200,7 +200,7 @@ bool Search::touchedLimitTooOften() {
 // rises and the search goes on, past the iteration limit if need be.
 bool Search::endAfterFailure() {
   log("W", "BRD Iterations exceeeded");
-  status_ = kSearchSolverFailed;
+  status_ = searchSolverFailed;
   if (saved_.exists) {
     restore();
     iter_ = saved_.iter;

@@ -9,11 +9,11 @@ namespace vorin::weight {
 
 /// How a search ends; the values are those a host reads.
 enum SearchStatus : std::int32_t {
-  kSearchConverged = 0,
-  kSearchSolverFailed = 1,
-  kSearchExhausted = 2,
-  kSearchLowerLimit = 21,
-  kSearchUpperLimit = 22,
+  searchConverged = 0,
+  searchSolverFailed = 1,
+  searchExhausted = 2,
+  searchLowerLimit = 21,
+  searchUpperLimit = 22,
 };
 
 /// Finds w with rss(w) = m sigwant^2: Newton's iteration on the residual sum of

@@ -20,7 +20,7 @@ template <class Real>
 class Nnls : public ::testing::Test {
  protected:
   using Problem = BoxProblem<Real>;
-  static constexpr Real kEpsilon = std::numeric_limits<Real>::epsilon();
+  static constexpr Real machineEpsilon = std::numeric_limits<Real>::epsilon();
   void SetUp() override { loggedLines().clear(); }
 };
 using Precisions = ::testing::Types<float, double>;
@@ -146,12 +146,12 @@ TYPED_TEST(Nnls, RefusedCandidatesDoNotCountAsIterations) {
 // The second column is nearly the opposite of the first, far below the epsilon, but its
 // pivot element is not zero: x1 = 1 / tiny, and x0 = 1 + x1 / 2.
 TYPED_TEST(Nnls, ANearlyDependentColumnIsAccepted) {
-  const TypeParam tiny = TestFixture::kEpsilon / 1024;
+  const TypeParam tiny = TestFixture::machineEpsilon / 1024;
   const Run<TypeParam> run =
       runNnls(problem<TypeParam>(3, 2, {1, 0, 0, TypeParam(-0.5), tiny, 0}, {1, 1, 1}));
   EXPECT_EQ(run.status, 1);
-  EXPECT_NEAR(run.x[1] * tiny, 1, 4 * TestFixture::kEpsilon);
-  EXPECT_NEAR(run.x[0] * tiny, 0.5, 4 * TestFixture::kEpsilon);
+  EXPECT_NEAR(run.x[1] * tiny, 1, 4 * TestFixture::machineEpsilon);
+  EXPECT_NEAR(run.x[0] * tiny, 0.5, 4 * TestFixture::machineEpsilon);
 }
 
 // The smallest number times the factor 0.01 is zero.
@@ -216,7 +216,7 @@ TYPED_TEST(Nnls, OverwritesAAndBWithAnOrthogonalTransformOfThem) {
     BoxProblem<TypeParam> p;
     p.m = random.integer(1, 8);
     p.n = random.integer(1, 6);
-    fillMatrix(random, Columns::kReals, p);
+    fillMatrix(random, Columns::reals, p);
     nonNegativeBounds(p);
     const Run<TypeParam> run = runNnls(p);
     BoxProblem<TypeParam> q = p;
@@ -224,7 +224,7 @@ TYPED_TEST(Nnls, OverwritesAAndBWithAnOrthogonalTransformOfThem) {
     q.b = run.b;
     const WideVector b(p.b.begin(), p.b.end());
     const WideVector qb(q.b.begin(), q.b.end());
-    const double noise = 4.0 * (p.m + p.n) * static_cast<double>(TestFixture::kEpsilon);
+    const double noise = 4.0 * (p.m + p.n) * static_cast<double>(TestFixture::machineEpsilon);
     EXPECT_NEAR(static_cast<double>(dot(qb, qb) / dot(b, b)), 1, noise);
     for (int j = 0; j < p.n; ++j) {
       const WideVector column = wideColumn(p, j);
@@ -260,8 +260,8 @@ void expectSolved(const BoxProblem<Real>& p, const Run<Real>& run, bool search) 
 
 TYPED_TEST(Nnls, AgreesWithExhaustiveSearchOnRandomProblems) {
   Random random(5102);
-  constexpr Columns kinds[] = {Columns::kSmallIntegers, Columns::kReals, Columns::kDeficient,
-                               Columns::kBadlyScaled};
+  constexpr Columns kinds[] = {Columns::smallIntegers, Columns::reals, Columns::deficient,
+                               Columns::badlyScaled};
   int solved = 0;
   for (int count = 0; count < 4000; ++count) {
     BoxProblem<TypeParam> p;
@@ -271,7 +271,7 @@ TYPED_TEST(Nnls, AgreesWithExhaustiveSearchOnRandomProblems) {
     fillMatrix(random, kind, p);
     nonNegativeBounds(p);
     const Run<TypeParam> run = runNnls(p);
-    if (run.status == 3 && kind == Columns::kDeficient) {
+    if (run.status == 3 && kind == Columns::deficient) {
       continue;  // dependent columns may go in and out until the limit
     }
     ASSERT_EQ(run.status, 1) << "problem " << count;
@@ -290,7 +290,7 @@ TYPED_TEST(Nnls, MeetsTheOptimalityConditionsOfLargerProblems) {
     BoxProblem<TypeParam> p;
     p.m = random.integer(1, 60);
     p.n = random.integer(5, 40);
-    fillMatrix(random, count % 2 == 0 ? Columns::kReals : Columns::kBadlyScaled, p);
+    fillMatrix(random, count % 2 == 0 ? Columns::reals : Columns::badlyScaled, p);
     nonNegativeBounds(p);
     const Run<TypeParam> run = runNnls(p);
     ASSERT_EQ(run.status, 1);
@@ -307,14 +307,14 @@ TYPED_TEST(Nnls, H12ZeroesAVectorIntoItsPivot) {
   std::vector<TypeParam> u = {3, 0, 4};
   std::vector<TypeParam> c = {1, 1, 1};
   TypeParam up = 0;
-  H12(H12Mode::kBuildAndApply, 0, 2, 3, viewOf(u), up, denseColumns(c.data(), 3, 1));
+  H12(H12Mode::buildAndApply, 0, 2, 3, viewOf(u), up, denseColumns(c.data(), 3, 1));
   EXPECT_EQ(u, (std::vector<TypeParam>{-5, 0, 4}));
   EXPECT_EQ(up, 8);
-  EXPECT_NEAR(c[0], 1 - 8 * 0.3, 4 * TestFixture::kEpsilon);
+  EXPECT_NEAR(c[0], 1 - 8 * 0.3, 4 * TestFixture::machineEpsilon);
   EXPECT_EQ(c[1], 1) << "rows between the pivot and the range take no part";
-  EXPECT_NEAR(c[2], 1 - 4 * 0.3, 4 * TestFixture::kEpsilon);
+  EXPECT_NEAR(c[2], 1 - 4 * 0.3, 4 * TestFixture::machineEpsilon);
   std::vector<TypeParam> again = {1, 1, 1};
-  H12(H12Mode::kApply, 0, 2, 3, viewOf(u), up, denseColumns(again.data(), 3, 1));
+  H12(H12Mode::apply, 0, 2, 3, viewOf(u), up, denseColumns(again.data(), 3, 1));
   EXPECT_EQ(again, c);
 }
 
@@ -327,21 +327,21 @@ TYPED_TEST(Nnls, H12ReturnsWithoutChangeWhenThereIsNothingToDo) {
     EXPECT_EQ(c, (std::vector<TypeParam>{1, 1}));
   };
   const MatrixView<TypeParam> C = denseColumns(c.data(), 2, 1);
-  H12(H12Mode::kBuildAndApply, 1, 2, 2, viewOf(u), up, C);
+  H12(H12Mode::buildAndApply, 1, 2, 2, viewOf(u), up, C);
   unchanged({3, 4});
   EXPECT_EQ(up, -77) << "an empty range";
-  H12(H12Mode::kBuildAndApply, 1, 1, 2, viewOf(u), up, C);
+  H12(H12Mode::buildAndApply, 1, 1, 2, viewOf(u), up, C);
   unchanged({3, 4});
   EXPECT_EQ(up, -77) << "the pivot is not before the range";
   up = 2;
-  H12(H12Mode::kApply, 0, 1, 2, viewOf(u), up, C);
+  H12(H12Mode::apply, 0, 1, 2, viewOf(u), up, C);
   unchanged({3, 4});  // up times the pivot is not below zero
   up = std::numeric_limits<TypeParam>::quiet_NaN();
-  H12(H12Mode::kApply, 0, 1, 2, viewOf(u), up, C);
+  H12(H12Mode::apply, 0, 1, 2, viewOf(u), up, C);
   unchanged({3, 4});
   u = {0, 0};
   up = -77;
-  H12(H12Mode::kBuildAndApply, 0, 1, 2, viewOf(u), up, C);
+  H12(H12Mode::buildAndApply, 0, 1, 2, viewOf(u), up, C);
   unchanged({0, 0});
   EXPECT_EQ(up, -77) << "a zero vector";
 }

@@ -13,10 +13,10 @@
 
 namespace {
 
-using vorin::brd::kQpInfeasible;
-using vorin::brd::kQpLimitReached;
-using vorin::brd::kQpNotPositiveDefinite;
-using vorin::brd::kQpSolved;
+using vorin::brd::qpInfeasible;
+using vorin::brd::qpLimitReached;
+using vorin::brd::qpNotPositiveDefinite;
+using vorin::brd::qpSolved;
 using vorin::test::area;
 using vorin::test::boundedProgram;
 using vorin::test::ConstraintRows;
@@ -35,7 +35,7 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 void expectMinimum(const Program& program, const Minimum& answer, double tolerance) {
-  EXPECT_EQ(answer.status, kQpSolved);
+  EXPECT_EQ(answer.status, qpSolved);
   const Departure found = departure(program, answer);
   EXPECT_LE(found.stationarity, tolerance);
   EXPECT_LE(found.violation, tolerance);
@@ -330,15 +330,15 @@ TEST(Nk0000, ConstraintsThatNothingMeetsAreReported) {
     }
     rows.add(sum, bound);
     const Minimum answer = solve(rows.program(0, Q, randomVector(n, uniform)));
-    EXPECT_EQ(answer.status, kQpInfeasible) << seed;
+    EXPECT_EQ(answer.status, qpInfeasible) << seed;
   }
   // Two equalities against each other; a row of zeros; an infinite bound.
   const Numbers one = {1, 0, 0, 1};
-  EXPECT_EQ(solve({2, 2, 2, {1, 2, 1, 2}, {1, 3}, {0, 0}, one}).status, kQpInfeasible);
-  EXPECT_EQ(solve({2, 1, 0, {0, 0}, {1}, {0, 0}, one}).status, kQpInfeasible);
-  EXPECT_EQ(solve({2, 1, 1, {0, 0}, {-1}, {0, 0}, one}).status, kQpInfeasible);
-  EXPECT_EQ(solve({2, 1, 0, {1, 0}, {infinity}, {0, 0}, one}).status, kQpInfeasible);
-  EXPECT_EQ(solve({2, 1, 0, {1, 0}, {-infinity}, {0, 0}, one}).status, kQpSolved);
+  EXPECT_EQ(solve({2, 2, 2, {1, 2, 1, 2}, {1, 3}, {0, 0}, one}).status, qpInfeasible);
+  EXPECT_EQ(solve({2, 1, 0, {0, 0}, {1}, {0, 0}, one}).status, qpInfeasible);
+  EXPECT_EQ(solve({2, 1, 1, {0, 0}, {-1}, {0, 0}, one}).status, qpInfeasible);
+  EXPECT_EQ(solve({2, 1, 0, {1, 0}, {infinity}, {0, 0}, one}).status, qpInfeasible);
+  EXPECT_EQ(solve({2, 1, 0, {1, 0}, {-infinity}, {0, 0}, one}).status, qpSolved);
 }
 
 TEST(Nk0000, AHessianThatIsNotPositiveDefiniteIsReported) {
@@ -350,7 +350,7 @@ TEST(Nk0000, AHessianThatIsNotPositiveDefiniteIsReported) {
         program.b[0] = -7.0;
       }
       const Minimum answer = solve(program);
-      EXPECT_EQ(answer.status, kQpNotPositiveDefinite) << Q[0] << general;
+      EXPECT_EQ(answer.status, qpNotPositiveDefinite) << Q[0] << general;
       EXPECT_TRUE(std::isfinite(answer.x[0]) && std::isfinite(answer.x[1]));
     }
   }
@@ -359,23 +359,23 @@ TEST(Nk0000, AHessianThatIsNotPositiveDefiniteIsReported) {
 TEST(Nk0000, ASingularHessianIsNoObstacleWhereItsDirectionIsNotNeeded) {
   // Two equal columns, of which one alone can carry the minimum.
   const Minimum answer = solve(boundedProgram(2, {1, 1, 1, 1}, {-1, -1}));
-  EXPECT_EQ(answer.status, kQpSolved);
+  EXPECT_EQ(answer.status, qpSolved);
   EXPECT_EQ(answer.x[0] + answer.x[1], 1.0);
   // Nothing but zeros, and nothing asked for: x = 0, whatever the Hessian.
-  EXPECT_EQ(solve(boundedProgram(2, {0, 0, 0, 0}, {0, 0})).status, kQpSolved);
+  EXPECT_EQ(solve(boundedProgram(2, {0, 0, 0, 0}, {0, 0})).status, qpSolved);
 }
 
 TEST(Nk0000, NoVariablesOrNoConstraints) {
   for (const int n : {0, -3}) {
     const Minimum answer = solve({n, n, 0, {}, {}, {}, {}});
-    EXPECT_EQ(answer.status, kQpSolved);
+    EXPECT_EQ(answer.status, qpSolved);
     EXPECT_EQ(answer.objective, 0.0);
     EXPECT_EQ(answer.count, 0);
   }
-  EXPECT_EQ(solve({0, 1, 0, {}, {-1}, {}, {}}).status, kQpSolved);
-  EXPECT_EQ(solve({0, 1, 0, {}, {1}, {}, {}}).status, kQpInfeasible);
+  EXPECT_EQ(solve({0, 1, 0, {}, {-1}, {}, {}}).status, qpSolved);
+  EXPECT_EQ(solve({0, 1, 0, {}, {1}, {}, {}}).status, qpInfeasible);
   const Minimum unconstrained = solve({2, 0, 0, {}, {}, {1, -4}, {2, 0, 0, 2}});
-  EXPECT_EQ(unconstrained.status, kQpSolved);
+  EXPECT_EQ(unconstrained.status, qpSolved);
   EXPECT_NEAR(unconstrained.x[0], -0.5, 1e-15);
   EXPECT_NEAR(unconstrained.x[1], 2.0, 1e-15);
   EXPECT_EQ(unconstrained.count, 0);
@@ -414,9 +414,9 @@ TEST(Nk0000, HostileValuesEnd) {
       std::generate(program.b.begin(), program.b.end(), pick);
     }
     const Minimum answer = solve(program);
-    EXPECT_TRUE(answer.status == kQpSolved || answer.status == kQpInfeasible ||
-                answer.status == kQpNotPositiveDefinite || answer.status == kQpLimitReached);
-    (answer.status == kQpSolved ? solved : failed) += 1;
+    EXPECT_TRUE(answer.status == qpSolved || answer.status == qpInfeasible ||
+                answer.status == qpNotPositiveDefinite || answer.status == qpLimitReached);
+    (answer.status == qpSolved ? solved : failed) += 1;
     EXPECT_GE(answer.count, 0);
     EXPECT_LE(answer.count, n);
     for (const double x : answer.x) {

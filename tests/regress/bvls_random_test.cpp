@@ -12,8 +12,8 @@
 namespace vorin::testing {
 namespace {
 
-constexpr Columns kKinds[] = {Columns::kSmallIntegers, Columns::kReals, Columns::kDeficient,
-                              Columns::kBadlyScaled};
+constexpr Columns kinds[] = {Columns::smallIntegers, Columns::reals, Columns::deficient,
+                             Columns::badlyScaled};
 
 template <class Real>
 Wide noise(const BoxProblem<Real>& p, const std::vector<Real>& x) {
@@ -61,7 +61,7 @@ BoxProblem<Real> randomProblem(Random& random, int maxRows, int minColumns, int 
   BoxProblem<Real> p;
   p.n = random.integer(minColumns, maxColumns);
   p.m = random.integer(1, maxRows);
-  fillMatrix(random, random.pick(kKinds), p);
+  fillMatrix(random, random.pick(kinds), p);
   if (everyBound) {
     fillBounds(random, p);
   } else {

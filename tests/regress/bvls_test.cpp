@@ -16,9 +16,9 @@ template <class Real>
 class Bvls : public ::testing::Test {
  protected:
   using Problem = BoxProblem<Real>;
-  static constexpr Real kNone = std::numeric_limits<Real>::max();
-  static constexpr Real kNan = std::numeric_limits<Real>::quiet_NaN();
-  static constexpr Real kInfinity = std::numeric_limits<Real>::infinity();
+  static constexpr Real noBound = std::numeric_limits<Real>::max();
+  static constexpr Real nan = std::numeric_limits<Real>::quiet_NaN();
+  static constexpr Real infiniteValue = std::numeric_limits<Real>::infinity();
 };
 using Precisions = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(Bvls, Precisions);
@@ -27,8 +27,8 @@ TYPED_TEST_SUITE(Bvls, Precisions);
 // value inside its bounds nearest to zero.
 TYPED_TEST(Bvls, CoefficientsStartInsideTheirBoundsNearestToZero) {
   typename TestFixture::Problem p;
-  const TypeParam none = TestFixture::kNone;
-  const TypeParam infinite = TestFixture::kInfinity;
+  const TypeParam none = TestFixture::noBound;
+  const TypeParam infinite = TestFixture::infiniteValue;
   p.lower = {-none, -infinite, -none, -none, 0, 2, -3, 1, -4, -1};
   p.upper = {none, infinite, 3, -2, none, none, infinite, 5, -2, 1};
   const std::vector<TypeParam> start = {0, 0, 0, -2, 0, 2, 0, 1, -2, 0};
@@ -45,7 +45,7 @@ TYPED_TEST(Bvls, CoefficientsStartInsideTheirBoundsNearestToZero) {
 
 // x0 = 3 leaves b - 3 (1, 2) = (4, -1); x1 fits that along (1, 1): 3/2.
 TYPED_TEST(Bvls, EqualBoundsHoldACoefficientAndTakeItsShareOffB) {
-  typename TestFixture::Problem p{2, 2, {1, 2, 1, 1}, {7, 5}, {3, 0}, {3, TestFixture::kNone}};
+  typename TestFixture::Problem p{2, 2, {1, 2, 1, 1}, {7, 5}, {3, 0}, {3, TestFixture::noBound}};
   const Run<TypeParam> run = runBvls(p);
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.x[0], 3);
@@ -76,12 +76,12 @@ TYPED_TEST(Bvls, FixedCoefficientsStandAtTheEndOfIndex) {
 }
 
 TYPED_TEST(Bvls, NanBoundBesideAFiniteOneGivesIerr3) {
-  typename TestFixture::Problem p{1, 1, {1}, {1}, {TestFixture::kNan}, {1}};
+  typename TestFixture::Problem p{1, 1, {1}, {1}, {TestFixture::nan}, {1}};
   Run<TypeParam> run = runBvls(p);
   EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.rnorm, TypeParam(-77)) << "rnorm is not written on a failure";
   p.lower = {0};
-  p.upper = {TestFixture::kNan};
+  p.upper = {TestFixture::nan};
   run = runBvls(p);
   EXPECT_EQ(run.status, 3);
 }
@@ -336,7 +336,7 @@ TYPED_TEST(Bvls, AfterTheLimitXHoldsTheLastSolveElementsOutsideTheirBoundsInclud
 }
 
 TYPED_TEST(Bvls, PlsBHasNoUpperBoundBelowTheLargestNumber) {
-  const TypeParam large = TestFixture::kNone / 4;
+  const TypeParam large = TestFixture::noBound / 4;
   typename TestFixture::Problem p{1, 1, {1}, {large}, {}, {}};
   const Run<TypeParam> run = runPlsB(p);
   EXPECT_EQ(run.status, 0);

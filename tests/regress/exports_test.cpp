@@ -43,25 +43,25 @@ Outcome luReg(int m, int n, const Doubles& X, const Doubles& y, const Doubles& l
 
 // Columns (1, 1) and (1, 0), data (1, -1); see penalised_fit_test.cpp for the two
 // answers, (0, 1) on the data and (0, 1/2) on the normal equations.
-const Doubles kX = {1, 1, 1, 0};
-const Doubles kY = {1, -1};
+const Doubles designX = {1, 1, 1, 0};
+const Doubles dataY = {1, -1};
 
 TEST(RegressionExports, PlsNSolvesAndSaysOne) {
-  const Outcome o = plsN(2, 2, kX, kY);
+  const Outcome o = plsN(2, 2, designX, dataY);
   EXPECT_EQ(o.status, VORIN_PLSN_SOLVED);
   EXPECT_EQ(o.status, 1);
   EXPECT_EQ(o.x, (Doubles{0, 1}));
 }
 
 TEST(RegressionExports, PlsBSolvesAndSaysZero) {
-  const Outcome o = plsB(2, 2, kX, kY, 0);
+  const Outcome o = plsB(2, 2, designX, dataY, 0);
   EXPECT_EQ(o.status, VORIN_PLSB_SOLVED);
   EXPECT_EQ(o.status, 0);
   EXPECT_EQ(o.x, (Doubles{0, 1}));
 }
 
 TEST(RegressionExports, PlsRegFitsTheNormalEquationsInDoublePrecision) {
-  const Outcome o = plsReg(2, 2, kX, kY, {0});
+  const Outcome o = plsReg(2, 2, designX, dataY, {0});
   EXPECT_EQ(o.status, VORIN_PLSREG_SOLVED);
   EXPECT_EQ(o.x[0], 0);
   EXPECT_NEAR(o.x[1], 0.5, 1e-15);
@@ -71,7 +71,7 @@ TEST(RegressionExports, PlsRegFitsTheNormalEquationsInDoublePrecision) {
 }
 
 TEST(RegressionExports, LURegHasNoBounds) {
-  const Outcome o = luReg(2, 2, kX, kY, {0});
+  const Outcome o = luReg(2, 2, designX, dataY, {0});
   EXPECT_EQ(o.status, VORIN_LUREG_DONE);
   EXPECT_EQ(o.x, (Doubles{-1, 2}));
 }
@@ -176,11 +176,11 @@ TEST(RegressionExports, PlsBTakesALimitFrom3nOnAndReadsLessAs20n) {
 TEST(RegressionExports, PlsRegWithKOfMinusOneDoesNotReadLambda) {
   Doubles x(2, -77);
   int32_t status = -77;
-  plsReg_DLL(kX.data(), 2, 2, kY.data(), x.data(), nullptr, -1, &status);
+  plsReg_DLL(designX.data(), 2, 2, dataY.data(), x.data(), nullptr, -1, &status);
   EXPECT_EQ(status, VORIN_PLSREG_SOLVED);
   EXPECT_EQ(x[0], 0);
   EXPECT_NEAR(x[1], 0.5, 1e-15);
-  LUReg_DLL(kX.data(), 2, 2, kY.data(), x.data(), nullptr, std::numeric_limits<int>::min(),
+  LUReg_DLL(designX.data(), 2, 2, dataY.data(), x.data(), nullptr, std::numeric_limits<int>::min(),
             &status);
   EXPECT_EQ(x, (Doubles{-1, 2}));
 }
@@ -232,10 +232,10 @@ TEST(RegressionExports, PlsNReachesTheLimitOf3n) {
 
 TEST(RegressionExports, NothingElseIsLogged) {
   loggedLines().clear();
-  plsN(2, 2, kX, kY);
-  plsB(2, 2, kX, kY, 6);
-  plsReg(2, 2, kX, kY, {1});
-  luReg(2, 2, kX, kY, {0});
+  plsN(2, 2, designX, dataY);
+  plsB(2, 2, designX, dataY, 6);
+  plsReg(2, 2, designX, dataY, {1});
+  luReg(2, 2, designX, dataY, {0});
   plsN(0, 0, {}, {});
   EXPECT_TRUE(loggedLines().empty());
 }

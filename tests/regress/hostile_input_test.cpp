@@ -16,7 +16,7 @@
 namespace vorin::testing {
 namespace {
 
-constexpr std::uint64_t kSeed = 9001;
+constexpr std::uint64_t seed = 9001;
 
 int problemCount() {
   const char* text = std::getenv("VORIN_FUZZ_PROBLEMS");
@@ -57,11 +57,11 @@ std::vector<Real> numbersFarApart(Random& random, int count) {
 
 template <class Real>
 BoxProblem<Real> someProblem(Random& random) {
-  constexpr int kHostility[] = {1, 2, 5, 20};
+  constexpr int hostility[] = {1, 2, 5, 20};
   BoxProblem<Real> p;
   p.m = random.integer(1, 8);
   p.n = random.integer(1, 8);
-  const int oneIn = random.pick(kHostility);
+  const int oneIn = random.pick(hostility);
   switch (random.integer(0, 3)) {
     case 0:
       p.A = numbersFarApart<Real>(random, p.m * p.n);
@@ -69,7 +69,7 @@ BoxProblem<Real> someProblem(Random& random) {
       break;
     case 1:
       p.n += 4;
-      fillMatrix(random, random.chance(2) ? Columns::kDeficient : Columns::kSmallIntegers, p);
+      fillMatrix(random, random.chance(2) ? Columns::deficient : Columns::smallIntegers, p);
       break;
     default:
       p.A = someNumbers<Real>(random, oneIn, p.m * p.n);
@@ -103,7 +103,7 @@ using Precisions = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(HostileInput, Precisions);
 
 TYPED_TEST(HostileInput, BvlsEndsWithAStatusOfItsTable) {
-  Random random(kSeed);
+  Random random(seed);
   int counts[5] = {};
   for (int count = 0; count < problemCount(); ++count) {
     const auto p = someProblem<TypeParam>(random);
@@ -128,7 +128,7 @@ TYPED_TEST(HostileInput, BvlsEndsWithAStatusOfItsTable) {
 }
 
 TYPED_TEST(HostileInput, NnlsEndsWithAModeOfItsTable) {
-  Random random(kSeed + 1);
+  Random random(seed + 1);
   int counts[4] = {};
   loggedLines().clear();
   for (int count = 0; count < problemCount(); ++count) {
@@ -146,7 +146,7 @@ TYPED_TEST(HostileInput, NnlsEndsWithAModeOfItsTable) {
 }
 
 TEST(HostileInputOfExports, EveryEntryEndsWithAStatusOfItsTable) {
-  Random random(kSeed + 2);
+  Random random(seed + 2);
   loggedLines().clear();
   for (int count = 0; count < problemCount(); ++count) {
     const auto p = someProblem<double>(random);

@@ -148,7 +148,7 @@ TYPED_TEST(PenalisedFit, TheMirroredTriangleHasTheBitsOfTheFullSquare) {
     BoxProblem<TypeParam> p;
     p.m = random.integer(1, 40);
     p.n = random.integer(1, 17);
-    fillMatrix(random, Columns::kReals, p);
+    fillMatrix(random, Columns::reals, p);
     const MatrixView<const TypeParam> X = denseColumns<const TypeParam>(p.A.data(), p.m, p.n);
     const auto size = static_cast<std::size_t>(p.n) * static_cast<std::size_t>(p.n);
     std::vector<TypeParam> plain(size, 0);
@@ -255,7 +255,7 @@ TYPED_TEST(PenalisedFit, SolvesItsNormalEquationsForRandomProblems) {
     BoxProblem<TypeParam> p;
     p.n = random.integer(1, 7);
     p.m = random.integer(1, 12);
-    fillMatrix(random, Columns::kReals, p);
+    fillMatrix(random, Columns::reals, p);
     std::vector<TypeParam> lambda;
     for (int k = random.integer(0, 4); k > 0; --k) {
       lambda.push_back(static_cast<TypeParam>(random.integer(0, 3)) / 4);

@@ -44,13 +44,13 @@ struct BoxProblem {
   std::vector<Real> lower;
   std::vector<Real> upper;
 
-  static constexpr Real kNoBound = std::numeric_limits<Real>::max();
+  static constexpr Real noBound = std::numeric_limits<Real>::max();
 
   std::size_t at(int i, int j) const {
     return static_cast<std::size_t>(i) + static_cast<std::size_t>(j) * static_cast<std::size_t>(m);
   }
-  bool hasLower(int j) const { return lower[static_cast<std::size_t>(j)] > -kNoBound; }
-  bool hasUpper(int j) const { return upper[static_cast<std::size_t>(j)] < kNoBound; }
+  bool hasLower(int j) const { return lower[static_cast<std::size_t>(j)] > -noBound; }
+  bool hasUpper(int j) const { return upper[static_cast<std::size_t>(j)] < noBound; }
   /// True where the bounds leave no room: such a coefficient stands at its lower bound.
   bool fixed(int j) const {
     const auto k = static_cast<std::size_t>(j);
@@ -58,20 +58,20 @@ struct BoxProblem {
   }
 };
 
-enum class Columns { kSmallIntegers, kReals, kDeficient, kBadlyScaled };
+enum class Columns { smallIntegers, reals, deficient, badlyScaled };
 
 template <class Real>
 void fillMatrix(Random& random, Columns kind, BoxProblem<Real>& p) {
   p.A.assign(static_cast<std::size_t>(p.m) * static_cast<std::size_t>(p.n), Real(0));
   p.b.assign(static_cast<std::size_t>(p.m), Real(0));
-  const bool integers = kind == Columns::kSmallIntegers || kind == Columns::kDeficient;
+  const bool integers = kind == Columns::smallIntegers || kind == Columns::deficient;
   for (int j = 0; j < p.n; ++j) {
     const int earlier = j == 0 ? -1 : random.integer(0, j - 1);
     const int second = j == 0 ? -1 : random.integer(0, j - 1);
-    const bool dependent = kind == Columns::kDeficient && j > 0 && random.chance(2);
+    const bool dependent = kind == Columns::deficient && j > 0 && random.chance(2);
     // A power of two scales without rounding.
     const double scale =
-        kind == Columns::kBadlyScaled ? std::ldexp(1.0, random.integer(-20, 20)) : 1.0;
+        kind == Columns::badlyScaled ? std::ldexp(1.0, random.integer(-20, 20)) : 1.0;
     for (int i = 0; i < p.m; ++i) {
       double value = integers ? random.integer(-3, 3) : random.unit();
       if (dependent) {
@@ -97,16 +97,16 @@ void fillBounds(Random& random, BoxProblem<Real>& p) {
     const Real high = low + static_cast<Real>(random.integer(1, 5)) / Real(2);
     switch (random.integer(0, 9)) {
       case 0:
-        p.lower.push_back(-p.kNoBound);
+        p.lower.push_back(-p.noBound);
         p.upper.push_back(std::numeric_limits<Real>::infinity());
         break;
       case 1:
-        p.lower.push_back(-p.kNoBound);
+        p.lower.push_back(-p.noBound);
         p.upper.push_back(high);
         break;
       case 2:
         p.lower.push_back(low);
-        p.upper.push_back(p.kNoBound);
+        p.upper.push_back(p.noBound);
         break;
       case 3:
         p.lower.push_back(low);
@@ -119,7 +119,7 @@ void fillBounds(Random& random, BoxProblem<Real>& p) {
       case 5:
       case 6:
         p.lower.push_back(Real(0));
-        p.upper.push_back(p.kNoBound);
+        p.upper.push_back(p.noBound);
         break;
       default:
         p.lower.push_back(low);
@@ -132,7 +132,7 @@ void fillBounds(Random& random, BoxProblem<Real>& p) {
 template <class Real>
 void nonNegativeBounds(BoxProblem<Real>& p) {
   p.lower.assign(static_cast<std::size_t>(p.n), Real(0));
-  p.upper.assign(static_cast<std::size_t>(p.n), p.kNoBound);
+  p.upper.assign(static_cast<std::size_t>(p.n), p.noBound);
 }
 
 /// A number no well-meant host would send.

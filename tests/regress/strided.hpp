@@ -45,7 +45,7 @@ class Strided {
       : rows_(rows), cols_(cols), rowStride_(rowStride) {
     const std::ptrdiff_t step = rowStride < 0 ? -rowStride : rowStride;
     colStride_ = rows * step + margin;
-    storage_.assign(static_cast<std::size_t>(margin + cols * colStride_ + margin), kMark);
+    storage_.assign(static_cast<std::size_t>(margin + cols * colStride_ + margin), mark);
     origin_ = margin + (rowStride < 0 ? (rows - 1) * step : 0);
     for (std::ptrdiff_t j = 0; j < cols; ++j) {
       for (std::ptrdiff_t i = 0; i < rows; ++i) {
@@ -75,11 +75,11 @@ class Strided {
     const MatrixView<Element> section{copy.data() + origin_, rows_, cols_, rowStride_, colStride_};
     for (std::ptrdiff_t j = 0; j < cols_; ++j) {
       for (std::ptrdiff_t i = 0; i < rows_; ++i) {
-        section(i, j) = kMark;
+        section(i, j) = mark;
       }
     }
     for (const Element value : copy) {
-      if (value != kMark) {
+      if (value != mark) {
         return false;
       }
     }
@@ -87,7 +87,7 @@ class Strided {
   }
 
  private:
-  static constexpr Element kMark = Element(-12345);
+  static constexpr Element mark = Element(-12345);
   std::ptrdiff_t rows_;
   std::ptrdiff_t cols_;
   std::ptrdiff_t rowStride_;

@@ -15,14 +15,14 @@ using regress::plsN_sp;
 using regress::plsPen_dp;
 using regress::plsPen_sp;
 
-constexpr std::ptrdiff_t kStrides[] = {1, 2, 3, -1, -2};
+constexpr std::ptrdiff_t strides[] = {1, 2, 3, -1, -2};
 
 template <class Real>
 BoxProblem<Real> problemFor(Random& random, bool everyBound) {
   BoxProblem<Real> p;
   p.m = random.integer(1, 9);
   p.n = random.integer(1, 9);
-  fillMatrix(random, Columns::kReals, p);
+  fillMatrix(random, Columns::reals, p);
   if (everyBound) {
     fillBounds(random, p);
   } else {
@@ -40,15 +40,15 @@ TYPED_TEST(StridedViews, Bvls) {
   Random random(77001);
   for (int count = 0; count < 300; ++count) {
     const auto p = problemFor<TypeParam>(random, true);
-    const std::ptrdiff_t stride = random.pick(kStrides);
+    const std::ptrdiff_t stride = random.pick(strides);
     Run<TypeParam> start(p);
     const Run<TypeParam> dense = runBvls(p);
     Strided<TypeParam> A(p.A, p.m, p.n, stride, 4);
-    Strided<TypeParam> bounds(boundsOf(p), 2, p.n, random.pick(kStrides), 2);
-    auto b = spreadVector(p.b, random.pick(kStrides));
-    auto x = spreadVector(start.x, random.pick(kStrides));
-    auto w = spreadVector(start.w, random.pick(kStrides));
-    auto index = spreadVector(start.index, random.pick(kStrides));
+    Strided<TypeParam> bounds(boundsOf(p), 2, p.n, random.pick(strides), 2);
+    auto b = spreadVector(p.b, random.pick(strides));
+    auto x = spreadVector(start.x, random.pick(strides));
+    auto w = spreadVector(start.w, random.pick(strides));
+    auto index = spreadVector(start.index, random.pick(strides));
     callBvls(A.matrix(), b.vector(), bounds.matrix(), x.vector(), start.rnorm, start.nsetp,
              w.vector(), index.vector(), 0, start.status);
     ASSERT_EQ(start.status, dense.status);
@@ -70,9 +70,9 @@ TYPED_TEST(StridedViews, PlsB) {
     const auto p = problemFor<TypeParam>(random, false);
     Run<TypeParam> start(p);
     const Run<TypeParam> dense = runPlsB(p);
-    Strided<TypeParam> A(p.A, p.m, p.n, random.pick(kStrides), 5);
-    auto b = spreadVector(p.b, random.pick(kStrides));
-    auto x = spreadVector(start.x, random.pick(kStrides));
+    Strided<TypeParam> A(p.A, p.m, p.n, random.pick(strides), 5);
+    auto b = spreadVector(p.b, random.pick(strides));
+    auto x = spreadVector(start.x, random.pick(strides));
     callPlsB(A.matrix(), b.vector(), x.vector(), start.rnorm, 0, start.status);
     ASSERT_EQ(start.status, dense.status);
     ASSERT_EQ(bitsOf(start.rnorm), bitsOf(dense.rnorm));
@@ -87,11 +87,11 @@ TYPED_TEST(StridedViews, Nnls) {
     const auto p = problemFor<TypeParam>(random, false);
     Run<TypeParam> start(p);
     const Run<TypeParam> dense = runNnls(p);
-    Strided<TypeParam> A(p.A, p.m, p.n, random.pick(kStrides), 4);
-    auto b = spreadVector(p.b, random.pick(kStrides));
-    auto x = spreadVector(start.x, random.pick(kStrides));
-    auto w = spreadVector(start.w, random.pick(kStrides));
-    auto index = spreadVector(start.index, random.pick(kStrides));
+    Strided<TypeParam> A(p.A, p.m, p.n, random.pick(strides), 4);
+    auto b = spreadVector(p.b, random.pick(strides));
+    auto x = spreadVector(start.x, random.pick(strides));
+    auto w = spreadVector(start.w, random.pick(strides));
+    auto index = spreadVector(start.index, random.pick(strides));
     callNnls(A.matrix(), b.vector(), x.vector(), start.rnorm, w.vector(), index.vector(),
              start.status);
     ASSERT_EQ(start.status, dense.status);
@@ -121,10 +121,10 @@ void expectSameFit(std::uint64_t seed, Fit fit) {
         statusDense);
     EXPECT_EQ(X, p.A) << "the caller's matrix is never written";
     EXPECT_EQ(y, p.b);
-    Strided<Real> spreadX(p.A, p.m, p.n, random.pick(kStrides), 4);
-    auto spreadY = spreadVector(p.b, random.pick(kStrides));
-    auto x = spreadVector(std::vector<Real>(xDense.size(), Real(-77)), random.pick(kStrides));
-    auto spreadLambda = spreadVector(lambda, random.pick(kStrides));
+    Strided<Real> spreadX(p.A, p.m, p.n, random.pick(strides), 4);
+    auto spreadY = spreadVector(p.b, random.pick(strides));
+    auto x = spreadVector(std::vector<Real>(xDense.size(), Real(-77)), random.pick(strides));
+    auto spreadLambda = spreadVector(lambda, random.pick(strides));
     std::int32_t status = -77;
     fit(spreadX.matrix(), spreadY.vector(), x.vector(), spreadLambda.vector(), status);
     ASSERT_EQ(status, statusDense);

@@ -8,9 +8,9 @@ namespace {
 
 using vorin::reduce::Compression;
 
-static_assert(int{VORIN_COMP_OK} == int{vorin::reduce::kCompressed});
-static_assert(int{VORIN_COMP_ROWS_ABOVE_CAPACITY} == int{vorin::reduce::kRowsAboveCapacity});
-static_assert(int{VORIN_COMP_SCRATCH_TOO_SMALL} == int{vorin::reduce::kScratchTooSmall});
+static_assert(int{VORIN_COMP_OK} == int{vorin::reduce::compressed});
+static_assert(int{VORIN_COMP_ROWS_ABOVE_CAPACITY} == int{vorin::reduce::rowsAboveCapacity});
+static_assert(int{VORIN_COMP_SCRATCH_TOO_SMALL} == int{vorin::reduce::scratchTooSmall});
 static_assert(int{VORIN_COMP_DECOMPOSE} == vorin::reduce::decomposeMode);
 
 }  // namespace

@@ -12,12 +12,12 @@ namespace {
 using vorin::entry::DefaultArrays;
 using vorin::entry::Inversion;
 
-static_assert(int{VORIN_OK} == int{vorin::weight::kSearchConverged});
-static_assert(int{VORIN_SOLVER_FAILED} == int{vorin::weight::kSearchSolverFailed});
-static_assert(int{VORIN_SEARCH_EXHAUSTED} == int{vorin::weight::kSearchExhausted});
-static_assert(int{VORIN_LOWER_WEIGHT_LIMIT} == int{vorin::weight::kSearchLowerLimit});
-static_assert(int{VORIN_UPPER_WEIGHT_LIMIT} == int{vorin::weight::kSearchUpperLimit});
-static_assert(int{VORIN_CORNER_MODE} == int{vorin::weight::kCornerModeStatus});
+static_assert(int{VORIN_OK} == int{vorin::weight::searchConverged});
+static_assert(int{VORIN_SOLVER_FAILED} == int{vorin::weight::searchSolverFailed});
+static_assert(int{VORIN_SEARCH_EXHAUSTED} == int{vorin::weight::searchExhausted});
+static_assert(int{VORIN_LOWER_WEIGHT_LIMIT} == int{vorin::weight::searchLowerLimit});
+static_assert(int{VORIN_UPPER_WEIGHT_LIMIT} == int{vorin::weight::searchUpperLimit});
+static_assert(int{VORIN_CORNER_MODE} == int{vorin::weight::cornerModeStatus});
 
 void invertWithDefaults(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                         int32_t* status) {

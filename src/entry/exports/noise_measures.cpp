@@ -6,11 +6,11 @@
 
 namespace {
 
-static_assert(int{VORIN_SEDIFF_FIRST} == int{vorin::weight::kFirstDifferences});
-static_assert(int{VORIN_SEDIFF_SECOND} == int{vorin::weight::kSecondDifferences});
-static_assert(int{VORIN_SEROL_FITTED} == int{vorin::regress::kBvlsSolved});
-static_assert(int{VORIN_SEROL_EMPTY} == int{vorin::regress::kBvlsEmpty});
-static_assert(int{VORIN_SEROL_ITERATION_LIMIT} == int{vorin::regress::kBvlsIterationLimit});
+static_assert(int{VORIN_SEDIFF_FIRST} == int{vorin::weight::firstDifferences});
+static_assert(int{VORIN_SEDIFF_SECOND} == int{vorin::weight::secondDifferences});
+static_assert(int{VORIN_SEROL_FITTED} == int{vorin::regress::bvlsSolved});
+static_assert(int{VORIN_SEROL_EMPTY} == int{vorin::regress::bvlsEmpty});
+static_assert(int{VORIN_SEROL_ITERATION_LIMIT} == int{vorin::regress::bvlsIterationLimit});
 
 }  // namespace
 

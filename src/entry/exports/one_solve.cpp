@@ -10,11 +10,11 @@
 
 namespace {
 
-static_assert(int{VORIN_SOLVE_OK} == int{vorin::brd::kSolveConverged});
-static_assert(int{VORIN_SOLVE_FAILED} == int{vorin::brd::kSolveFailed});
-static_assert(int{VORIN_QP_OK} == int{vorin::brd::kQpSolved});
-static_assert(int{VORIN_QP_NOT_DEFINITE} == int{vorin::brd::kQpNotPositiveDefinite});
-static_assert(int{VORIN_QP_LIMIT} == int{vorin::brd::kQpLimitReached});
+static_assert(int{VORIN_SOLVE_OK} == int{vorin::brd::solveConverged});
+static_assert(int{VORIN_SOLVE_FAILED} == int{vorin::brd::solveFailed});
+static_assert(int{VORIN_QP_OK} == int{vorin::brd::qpSolved});
+static_assert(int{VORIN_QP_NOT_DEFINITE} == int{vorin::brd::qpNotPositiveDefinite});
+static_assert(int{VORIN_QP_LIMIT} == int{vorin::brd::qpLimitReached});
 
 template <class Real, class Dispatcher>
 void solveOnce(Dispatcher dispatch, std::int32_t m, std::int32_t n, const Real* K, const Real* d,

@@ -13,8 +13,8 @@ namespace {
 
 using vorin::params::setQuery;
 
-static_assert(int{VORIN_SQ_OK} == int{vorin::params::kSetQueryDone});
-static_assert(int{VORIN_SQ_UNKNOWN_MODE} == int{vorin::params::kSetQueryUnknownMode});
+static_assert(int{VORIN_SQ_OK} == int{vorin::params::setQueryDone});
+static_assert(int{VORIN_SQ_UNKNOWN_MODE} == int{vorin::params::setQueryUnknownMode});
 
 // A key as hosts pass it: four characters and no terminator. They are read only by the
 // operations that look at the key.

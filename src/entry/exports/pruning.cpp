@@ -9,9 +9,9 @@ namespace {
 
 using vorin::reduce::PrunePlan;
 
-static_assert(int{VORIN_PRUNE_LOG} == int{vorin::reduce::kPruneLog});
-static_assert(int{VORIN_PRUNE_LINEAR} == int{vorin::reduce::kPruneLinear});
-static_assert(int{VORIN_PRUNE_LEADING} == int{vorin::reduce::kPruneLeading});
+static_assert(int{VORIN_PRUNE_LOG} == int{vorin::reduce::pruneLog});
+static_assert(int{VORIN_PRUNE_LINEAR} == int{vorin::reduce::pruneLinear});
+static_assert(int{VORIN_PRUNE_LEADING} == int{vorin::reduce::pruneLeading});
 
 void describe(const PrunePlan& plan, int maxBins, const float* t, float* tSum, float* binNorm) {
   const int rows = std::max(maxBins, 0);

@@ -14,15 +14,15 @@
 namespace vorin::regress {
 namespace {
 
-static_assert(int{VORIN_PLSN_SOLVED} == int{brd::kNnlsSolved});
-static_assert(int{VORIN_PLSN_EMPTY} == int{brd::kNnlsEmpty});
-static_assert(int{VORIN_PLSN_ITERATION_LIMIT} == int{brd::kNnlsIterationLimit});
-static_assert(int{VORIN_PLSB_SOLVED} == int{kBvlsSolved});
-static_assert(int{VORIN_PLSB_EMPTY} == int{kBvlsEmpty});
-static_assert(int{VORIN_PLSB_ITERATION_LIMIT} == int{kBvlsIterationLimit});
-static_assert(int{VORIN_PLSREG_SOLVED} == int{kBvlsSolved});
-static_assert(int{VORIN_PLSREG_EMPTY} == int{kBvlsEmpty});
-static_assert(int{VORIN_PLSREG_ITERATION_LIMIT} == int{kBvlsIterationLimit});
+static_assert(int{VORIN_PLSN_SOLVED} == int{brd::nnlsSolved});
+static_assert(int{VORIN_PLSN_EMPTY} == int{brd::nnlsEmpty});
+static_assert(int{VORIN_PLSN_ITERATION_LIMIT} == int{brd::nnlsIterationLimit});
+static_assert(int{VORIN_PLSB_SOLVED} == int{bvlsSolved});
+static_assert(int{VORIN_PLSB_EMPTY} == int{bvlsEmpty});
+static_assert(int{VORIN_PLSB_ITERATION_LIMIT} == int{bvlsIterationLimit});
+static_assert(int{VORIN_PLSREG_SOLVED} == int{bvlsSolved});
+static_assert(int{VORIN_PLSREG_EMPTY} == int{bvlsEmpty});
+static_assert(int{VORIN_PLSREG_ITERATION_LIMIT} == int{bvlsIterationLimit});
 
 std::ptrdiff_t extent(std::int64_t size) {
   return static_cast<std::ptrdiff_t>(std::max<std::int64_t>(size, 0));
@@ -73,7 +73,7 @@ void fitN(const double* A, std::int32_t m, std::int32_t n, const double* b, doub
   SingleFit fit(A, m, n, b);
   float rnorm = 0;
   plsN_sp(fit.matrix(), fit.vector(), fit.solution(), rnorm, fitIterationLimit(n), status);
-  if (status != brd::kNnlsEmpty) {
+  if (status != brd::nnlsEmpty) {
     fit.deliver(x);
   }
 }
@@ -83,7 +83,7 @@ void fitB(const double* A, std::int32_t m, std::int32_t n, const double* b, doub
   SingleFit fit(A, m, n, b);
   float rnorm = 0;
   plsB_sp(fit.matrix(), fit.vector(), fit.solution(), rnorm, itmax, status);
-  if (status != kBvlsEmpty) {
+  if (status != bvlsEmpty) {
     fit.deliver(x);
   }
 }
