@@ -53,8 +53,8 @@ inline constexpr TextRow nalgByText[] = {{"U", "UREG"},    {"F", "FIT"}, {"ASYM"
                                          {"ASY2", "ASY2"}, {"R", "REG"}, {"D2", "D2"},
                                          {"D3", "D3"},     {"D", "D3"}};
 // Required: the answer is not always what was stored. UREG answers as URF, ASY2
-// as ASYM, and FIT is not told from NONE; hosts know these answers. Who needs the
-// stored text reads the slot (storedText).
+// as ASYM, and FIT answers as NONE does; hosts know these answers. A routine that needs
+// the stored text reads the slot (storedText).
 inline constexpr AnswerRow nalgAnswers[] = {
     {"U", 1, "URF"}, {"A", 2, "ASYM"}, {"R", 3, "REG"}, {"D2", 4, "D2"}, {"D3", 5, "D3"}};
 inline constexpr Choice nalg = {nalgByCode, nalgByText, "NONE", nalgAnswers, {"", 0, "N"}};

@@ -77,7 +77,7 @@ std::string toText(double x) {
   }
   // Required: the columns come from x, not from the integer it is rounded to. A
   // negative number that rounds up to a power of ten finds one too few and shows
-  // stars. Hosts' tables are laid out by these columns.
+  // stars. Hosts arrange their tables by these columns.
   return wholeNumber(n, std::max(truncateToInt(std::log10(std::fabs(x))) + 2, 1));
 }
 
@@ -95,8 +95,8 @@ std::string toText(double x, const RealFormat& format) {
   }
   const std::int64_t powerOfTen = truncateToInt(std::log10(magnitude) + 0.5);
   const std::int64_t sign = x >= 0.0 ? 0 : 1;
-  const std::int64_t wanted = (format.d - w) - (powerOfTen + sign) + 4 + columns;
-  const std::int64_t decimals = std::max<std::int64_t>(std::min(wanted, columns - 2), 0);
+  const std::int64_t requested = (format.d - w) - (powerOfTen + sign) + 4 + columns;
+  const std::int64_t decimals = std::max<std::int64_t>(std::min(requested, columns - 2), 0);
   return columns < 1 ? std::string()
                      : fixedField(x, static_cast<int>(columns), static_cast<int>(decimals));
 }

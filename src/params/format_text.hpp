@@ -14,8 +14,8 @@
 namespace vorin::params {
 
 /// Fills `destination` with `source` less its blanks and tabs, cut or padded with
-/// blanks. `newLength` may be null; else it gets the number of characters that
-/// stand in `destination` before the padding. The two must not overlap.
+/// blanks. `newLength` may be null; else it gets the number of characters in
+/// `destination` before the padding. The two must not overlap.
 void StripBlanks(std::span<char> destination, std::int32_t* newLength, std::string_view source);
 
 /// The format, cut to 8 characters, in which a host shows all of `values` in `width`

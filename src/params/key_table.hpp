@@ -1,5 +1,5 @@
-// The one table of keys. Set, query and reset walk it, the parameter block is
-// laid out and loaded from it, and a page of keys can be written from it.
+// The one table of keys. Set, query and reset walk it, it gives the parameter block its slots and
+// load values, and the page of keys and the table in the header are written from it.
 //
 // A key is compared on as many characters as it is spelled with here: most on
 // four, SIG, TOL, DSE and CSE on three, C1 and C2 on two, with anything behind.
@@ -145,7 +145,7 @@ inline constexpr auto keyTable = [] {
       number("CSI2", g12, 99, kept, "noise estimate of the compressed drivers"),
       number("DSE", g12, 99, kept, "standard error wanted"),
       // Required: CSE2 has no slot and reaches this one. The driver writes CSE2
-      // and then CSE, so that the later value stands.
+      // and then CSE, so that the later value remains.
       number("CSE", g12, 99, 0, "standard error reached"),
 
       // held for hosts

@@ -1,5 +1,5 @@
-// The log: the library's only voice. One text file, rewritten from its start by
-// each inversion, of lines module::kind::message.
+// The log, the only output of the library beside its results: one text file of lines
+// module::kind::message, which each inversion rewrites from its start.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +17,7 @@ std::string logFileName();
 void VorinLogOpen(bool open);
 
 /// Writes "module::kind::message", cut at 500 characters and without trailing
-/// blanks, if the log is open. The pieces are joined as they stand.
+/// blanks, if the log is open. The pieces are joined without blanks.
 void VorinLogLine(std::string_view module, std::string_view kind, std::string_view message);
 
 /// Writes `text` without trailing blanks as a line of its own, if the log is open.

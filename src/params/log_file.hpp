@@ -17,7 +17,7 @@ std::int32_t& logUnit();
 ///   NEW          a file that must not exist yet
 ///   APPEND       an existing file, at its end
 /// `result` is 0, or else the file could not be opened and the unit is closed.
-/// Any other word is a coding error, which is told on standard output; `result`
+/// Any other word is a coding error, reported on standard output; `result`
 /// is 0 then and the unit stays as it was. Units other than the log unit have no
 /// file and can't be opened.
 void FOPEN(std::int32_t unit, std::string_view name, std::string_view statusWord,
@@ -34,7 +34,7 @@ bool unitIsOpen(std::int32_t unit);
 /// Closes the log unit; nothing happens if it is closed.
 void closeLogUnit();
 
-/// The one writer: `line` as it stands, and its end. Writes nothing when the log
+/// The one writer: `line` unchanged, and the end of the line. Writes nothing when the log
 /// unit is closed, and a failure to write costs the line.
 void writeLine(std::string_view line);
 

@@ -38,7 +38,7 @@ struct Saved {
 constexpr std::string_view title = "!  Vorin save1";
 constexpr std::string_view compactCoefficients = "[COEFF T2DIST  VORIN]";
 
-// Required: the list stands as programs that read sections know it. NAlg is found
+// Required: the list is the one that programs which read sections know. NAlg is found
 // because a query upper-cases its key. LOG, L1A1 and CDE are no keys: their lines
 // show the name alone.
 constexpr std::string_view savedKeys[] = {

@@ -1,6 +1,6 @@
 // The save section: a finished inversion as text, with the parameters in force, the
 // distribution, the data with the fit, and the kernel, for a program that reads it
-// apart. In the normal case it stands at the end of the log.
+// back. In the normal case it is at the end of the log.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace vorin::params {
 ///                            start
 ///   unit closed otherwise    not at all
 ///
-///   K       kernel, nf x ng by columns
+///   K       kernel, nf x ng, column-major
 ///   T, Y    abscissae and data, nf
 ///   FIT     the fit, nf
 ///   G       grid abscissae, ng

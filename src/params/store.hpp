@@ -1,8 +1,8 @@
 // Set and query of parameters from inside the library, by the same keys and the
 // same core routine that hosts reach through the exported entries.
 //
-// Nothing here checks a value: it is stored as it comes, and who reads it applies
-// his own limits. An unknown key does nothing and is no failure. Nothing throws.
+// Nothing here checks a value: it is stored as it comes, and the routine that
+// reads it applies its limits. An unknown key does nothing and is no failure. Nothing throws.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The names of BVLS by precision, and its form with x >= 0. The body stands in
+// The names of BVLS by precision, and its form with x >= 0. The body is in
 // bvls_solver.hpp. The twins differ in the machine epsilon and in the value from
 // which a bound counts as none, and both are those of the type.
 #include "regress/bvls.hpp"

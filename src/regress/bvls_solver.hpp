@@ -176,8 +176,8 @@ class BvlsSolver {
       const bool free = canFall && canRise;
       if (!free) {
         W_[j] = dual(j);
-        const bool wantsToMove = (W_[j] < Real(0) && canFall) || (W_[j] > Real(0) && canRise);
-        if (!wantsToMove) {
+        const bool mayMove = (W_[j] < Real(0) && canFall) || (W_[j] > Real(0) && canRise);
+        if (!mayMove) {
           continue;
         }
       }
@@ -251,7 +251,7 @@ class BvlsSolver {
 
   /// Where the way from X to Z first meets a bound.
   struct Hit {
-    Real alpha = 2;  ///< share of the way; 2 says that nothing is in the way
+    Real alpha = 2;  ///< share of the way; 2: no bound is in the way
     std::ptrdiff_t position = none;
     Bound bound = atLower;
   };

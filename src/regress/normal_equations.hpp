@@ -23,7 +23,7 @@ inline void penaltyMatrix(std::int32_t order, std::int32_t n, double* P) {
   PenaltyMatrix_dp(order, n, P);
 }
 
-/// A and c of one fit; A is n by n by columns without gaps, c has n elements.
+/// A and c of one fit; A is n by n, column-major, contiguous, c has n elements.
 template <class Real>
 struct NormalEquations {
   std::ptrdiff_t n = 0;
@@ -59,7 +59,7 @@ void sumNormalMatrix(MatrixView<const Real> X, MatrixView<Real> N) {
   }
 }
 
-/// Forms A and c for X (m by n), y (m) and the weights lambda, whose extent says
+/// Forms A and c for X (m by n), y (m) and the weights lambda, whose extent is
 /// how many penalties are added. A weight of zero is added like any other.
 template <class Real>
 NormalEquations<Real> formNormalEquations(MatrixView<const Real> X, VectorView<const Real> y,

@@ -28,8 +28,8 @@ namespace vorin::regress {
 ///   X       in: m by n; m below 1 leaves the penalties alone and c = 0
 ///   y       in: at least m elements
 ///   x       out: at least n elements; after status 4 the last solve as it came
-///   lambda  in: K + 1 weights, index 0 first; its extent alone says how many orders
-///           are added. A weight of an order of n or above has no effect.
+///   lambda  in: K + 1 weights, index 0 first; its extent alone is the number of orders
+///           added. A weight of an order of n or above has no effect.
 ///   status  out: a BvlsStatus (bvls.hpp), 0 when done
 void plsPen_sp(MatrixView<const float> X, VectorView<const float> y, VectorView<float> x,
                VectorView<const float> lambda, std::int32_t& status);

@@ -10,7 +10,7 @@ namespace vorin::regress {
 /// the zero matrix, as there is no such difference.
 ///   order  in: k, not negative
 ///   n      in: number of coefficients; below 1 nothing is written
-///   P      out: n by n, by columns without gaps
+///   P      out: n by n, column-major, contiguous
 void PenaltyMatrix_sp(std::int32_t order, std::int32_t n, float* P);
 void PenaltyMatrix_dp(std::int32_t order, std::int32_t n, double* P);
 

@@ -1,6 +1,6 @@
 // Vectors that begin on a cache line, for the arrays the kernels stream through:
-// a vector load that crosses a line costs twice. Elements made without a value are not
-// set to zero.
+// a vector load that crosses a line takes two accesses. Elements constructed without a
+// value are not set to zero.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +24,7 @@ struct CacheLineAllocator {
   }
   void deallocate(T* address, std::size_t /*count*/) { ::operator delete(address, line); }
 
-  // Without a value an element holds none: what these arrays are made for is written anyway.
+  // Not initialised: every element of these arrays is written before it is read.
   template <class U>
   void construct(U* place) {
     ::new (static_cast<void*>(place)) U;

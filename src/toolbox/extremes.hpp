@@ -1,7 +1,7 @@
 // The larger and the smaller of two numbers, with a stated outcome for NaN: a
 // comparison with NaN is false, and then the second number is the result. The
-// order of the arguments is thus part of a formula: an unknown quantity stands
-// second and its NaN shows, a limit stands first and its NaN is passed over.
+// order of the arguments is thus part of a formula: an unknown quantity comes
+// second and its NaN is the result, a limit comes first and its NaN is ignored.
 #pragma once
 
 namespace vorin {

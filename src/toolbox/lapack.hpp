@@ -4,7 +4,7 @@
 // decomposition (GETRF, GETRS, GESVD; Anderson et al., LAPACK Users' Guide, 3rd
 // ed., SIAM 1999). Result codes are not looked at: a singular matrix gives
 // whatever its factors give, and the callers report through their own status.
-// Matrices are stored by columns.
+// Matrices are column-major.
 #pragma once
 
 namespace vorin {

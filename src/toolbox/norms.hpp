@@ -3,7 +3,7 @@
 
 namespace vorin {
 
-/// The mean squared column norm of K (m x n by columns): the natural size of a
+/// The mean squared column norm of K (m x n, column-major): the natural size of a
 /// regularisation weight for that kernel. Each column is summed from its first
 /// row to its last, and the columns' sums are added from the first to the last;
 /// the driver's reference and the search's estimate must have the same bits, so

@@ -14,6 +14,8 @@ namespace vorin {
 ///           returned then, and no record is left.
 /// Two values of one sign at x1 and x2 leave a record, do not touch status, and the
 /// iteration starts all the same.
+///
+/// No routine of the library calls it; it belongs to the toolbox.
 float zbrent(const std::function<float(float)>& func, float x1, float x2, float tol,
              std::int32_t& status);
 

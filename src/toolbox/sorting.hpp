@@ -15,7 +15,8 @@ namespace vorin {
 /// Fills `index` with the permutation of 1 .. n for which arr(index(1)) <=
 /// arr(index(2)) <= ... Sizes that differ leave one record with the tag
 /// "indexx_sp" (for integers too) and index as it was. With a NaN among the values
-/// the order is of no meaning, but index is a permutation all the same.
+/// the order is of no meaning, but index is a permutation all the same. No routine of the
+/// library sorts integers: indexx_i completes the pair.
 void indexx_sp(VectorView<const float> arr, VectorView<std::int32_t> index);
 void indexx_i(VectorView<const std::int32_t> arr, VectorView<std::int32_t> index);
 

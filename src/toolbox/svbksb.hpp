@@ -11,7 +11,7 @@ namespace vorin {
 ///   u  m by n, w  n, v  n by n (V, not V'), b  m: inputs only
 ///   x  out, n
 /// Sizes that don't agree leave a record in the log, and the routine goes on with what
-/// all of its arguments have.
+/// all of its arguments have. No routine of the library calls the form in double precision.
 void svbksb_sp(MatrixView<const float> u, VectorView<const float> w, MatrixView<const float> v,
                VectorView<const float> b, VectorView<float> x);
 void svbksb_dp(MatrixView<const double> u, VectorView<const double> w, MatrixView<const double> v,

@@ -1,4 +1,4 @@
-// Views of arrays that belong to somebody else: a base address, extents and
+// Views of arrays that others own: a base address, extents and
 // strides, passed by value. Routines that hosts and other subsystems call with
 // sections of larger arrays take views, so that nobody has to copy first.
 // Indices start at 0. Strides count elements. A const view is one of `const Real`.

@@ -39,8 +39,8 @@ struct Run {
 
 template <class Real>
 struct Table {
-  /// G (m x m by columns) = A A' for A of m rows and `columns` columns, packed in
-  /// panels: row r of column i stands at
+  /// G (m x m, column-major) = A A' for A of m rows and `columns` columns, packed in
+  /// panels: row r of column i is at
   ///   packed[(r / panelRows * columns + i) * panelRows + r % panelRows],
   /// rows past m being zero. Plain form, for every r and s:
   ///   sum = 0; for (i = 0 .. columns-1) sum += A(r, i) * A(s, i); G(r, s) = sum;
@@ -52,27 +52,27 @@ struct Table {
   void (*combineRows)(int rows, int stride, const Real* a, const Real* x, Real* out);
 
   /// out[j] = sum over k of K[columns[k] * m + j] * x[k], for j below m: chosen columns of
-  /// an m-row matrix stored by columns. Plain form, for every j:
+  /// an m-row column-major matrix. Plain form, for every j:
   ///   sum = 0; for (k = 0 .. count-1) sum += K[columns[k] * m + j] * x[k]; out[j] = sum;
   void (*combineColumns)(int m, int count, const int* columns, const Real* K, const Real* x,
                          Real* out);
 
   /// out(r, j) = sum over the rows i of run r of share * in(i, j), for `columns` columns j of
-  /// matrices by columns with leading dimensions ldIn and ldOut. Plain form, for every r and j:
+  /// column-major matrices with leading dimensions ldIn and ldOut. Plain form, for every r and j:
   ///   sum = 0; for (i = begin .. end-1) sum += share * in(i, j); out(r, j) = sum;
   void (*sumRuns)(int runs, const Run<Real>* run, int columns, const Real* in, int ldIn, Real* out,
                   int ldOut);
 
-  /// Adds chosen columns of Q (n rows, by columns) to y (n), and what they add in size to
+  /// Adds chosen columns of Q (n rows, column-major) to y (n), and what they add in size to
   /// `size` (n). Plain form, for every i:
   ///   for (k = 0 .. count-1) { term = Q[columns[k] * n + i] * x[k];
   ///                            y[i] += term; size[i] += |term|; }
   void (*addColumns)(int n, int count, const int* columns, const Real* Q, const Real* x, Real* y,
                      Real* size);
 
-  /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n by
-  /// columns, leading dimension ld >= n), in place. What stands above the diagonal says
-  /// nothing and is changed. pivots (n): the diagonal before its roots are taken; where one
+  /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n,
+  /// column-major, leading dimension ld >= n), in place. What is above the diagonal is not read
+  /// and is changed. pivots (n): the diagonal before its roots are taken; where one
   /// isn't positive the factor is none from there on. Plain form, for j = 0 .. n-1:
   ///   for (i = j .. n-1) for (k = 0 .. j-1) L(i, j) -= L(i, k) * L(j, k);
   ///   pivots[j] = L(j, j);  L(j, j) = sqrt(L(j, j));
