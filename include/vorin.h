@@ -532,7 +532,8 @@ VORIN_API void VORIN_CALL VorinPrune(int32_t nCols, int32_t nPoints, int32_t ldP
  *     P(k, i) = 1 / sqrt(n_k) in bin k,  yPruned = P (y / v),  kPruned = P (k / v).
  *
  * Arguments as for VorinPrune, but for:
- *   scale     in   scale v of each point, nPoints; a 0 gives an infinite result
+ *   scale     in   scale v of each point, nPoints; a 0 gives an infinite result in its bins
+ *                  and NaN in the others
  *   target    in   wanted count, by value, at most maxBins. A search that succeeds leaves
  *                  target - 1 bins with points.
  *   count     in and out  the bins with points, or what it held if that is more: set it
@@ -661,7 +662,9 @@ VORIN_API void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m
  *   ldK     in   leading dimension of K, at least nf, by value
  *   cap     in   most rows of the reduced problem and leading dimension of Kout, by value
  *   Y       in   data, nf, in the host's unit
- *   T       in   position of each point, nf, rising; above 0 for logarithmic bins
+ *   T       in   position of each point, ldK, rising; above 0 for logarithmic bins. Those
+ *                from nf on may set where the range of the bins begins, as the ldPoints
+ *                positions of VorinPruneZ do.
  *   K       in   kernel, ldK x n, column-major
  *   W       in   scale of each point, nf, as for VorinPruneZ
  *   first   in   1-based index of the point at which the bins begin, by value

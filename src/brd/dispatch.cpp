@@ -75,6 +75,10 @@ void vrBRD_s_qp(Problem<float>& problem, float* f, float weight, float& rss, flo
                  Report<float>{rss, rssSlope, status});
 }
 
+bool iteratesInSinglePrecision() {
+  return routeOf(params::queryInteger("BRDA")) == Route::singlePrecision;
+}
+
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
              std::int32_t& status) {
   const Report<float> report{rss, rssSlope, status};

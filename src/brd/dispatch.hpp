@@ -12,6 +12,10 @@
 
 namespace vorin::brd {
 
+/// True when BRDA names the single-precision iteration, the one route whose result depends on
+/// the signs of the rows of K and d: it starts from a dual vector of ones.
+bool iteratesInSinglePrecision();
+
 /// Solves `problem` at `weight` by the route that BRDA names.
 ///   f   in and out, n: the distribution. The single iteration overwrites what it
 ///       held; the converting routes start from 1.0 whatever it held.

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "brd/dispatch.hpp"
 #include "params/store.hpp"
 #include "toolbox/convert.hpp"
 
@@ -28,8 +29,7 @@ int toInt(std::int64_t rows) {
   return static_cast<int>(std::min<std::int64_t>(rows, std::numeric_limits<int>::max()));
 }
 
-// The third variant and its successors: no more rows than pay off, with room for a
-// square problem.
+// C3 to C5: no more rows than half the points, but room for a square problem.
 std::int64_t cutCapacity(int nf, int ng, CompressedSettings& settings) {
   if (settings.code == 0 && settings.singularVectors < 1) {
     return 0;
@@ -80,6 +80,26 @@ int planCapacity(const Variant& variant, int nf, int ng, CompressedSettings& set
   const int capacity = toInt(cutCapacity(nf, ng, settings) + spareRows);
   settings.points = std::min(std::max(settings.points, fewestPoints), capacity);
   return capacity;
+}
+
+reduce::Reduction compressedReduction(const Variant& variant, const Inversion& job) {
+  CompressedSettings settings = readSettings(variant);
+  const bool skips = skipsReduction(variant, settings);
+  reduce::Reduction reduction = wholeProblem(job);
+  reduction.capacity = planCapacity(variant, job.nf, job.ng, settings);
+  if (skips) {
+    return reduction;
+  }
+  reduction.mode = settings.code;
+  reduction.firstPoint = settings.first;
+  reduction.target = settings.points;
+  reduction.mostRows = settings.singularVectors;
+  reduction.threshold = settings.threshold;
+  reduction.factors = variant.factors;
+  // The single-precision iteration starts from a dual vector of ones: with rows of other
+  // signs it takes another path and may end elsewhere.
+  reduction.rowSignsMatter = brd::iteratesInSinglePrecision();
+  return reduction;
 }
 
 }  // namespace vorin::entry

@@ -1,7 +1,9 @@
-// What a compressed driver reads from the parameter block, and the rows it plans for.
+// The parameters that a compressed driver reads, the capacity of its work arrays, and the
+// reduction that follows from both.
 #pragma once
 
 #include "entry/compressed_driver.hpp"
+#include "reduce/reduction.hpp"
 
 namespace vorin::entry {
 
@@ -19,8 +21,11 @@ CompressedSettings readSettings(const Variant& variant);
 /// True when nothing is to be reduced.
 bool skipsReduction(const Variant& variant, const CompressedSettings& settings);
 
-/// The rows that the work arrays are given. Limits settings.points and
-/// settings.singularVectors on the way, as the variant does.
+/// The rows of the work arrays. Limits settings.points and settings.singularVectors on the
+/// way, as the variant does.
 int planCapacity(const Variant& variant, int nf, int ng, CompressedSettings& settings);
+
+/// How the variant reduces `job`, by the parameters as they are. job.W is read.
+reduce::Reduction compressedReduction(const Variant& variant, const Inversion& job);
 
 }  // namespace vorin::entry

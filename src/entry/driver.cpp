@@ -11,6 +11,7 @@
 #include "params/store.hpp"
 #include "reduce/prune_plan.hpp"
 #include "toolbox/convert.hpp"
+#include "toolbox/extent.hpp"
 #include "toolbox/norms.hpp"
 #include "weight/weight_driver.hpp"
 
@@ -21,65 +22,68 @@ namespace {
 constexpr int pruneCapacity = 5000;
 constexpr int fewestPruned = 10;
 
-std::size_t length(int n) {
-  return static_cast<std::size_t>(std::max(n, 0));
-}
-
 void invertUnpruned(const Inversion& job, std::int32_t& status) {
   report("No pruning");
   params::setReal("WREF", meanSquaredColumnNorm(job.nf, job.ng, job.K));
   weight::Vorin_SEtoW(job.nf, job.ng, job.K, job.Y, job.F, status);
-  // Required: on this road alone the reference goes back to 1 after the call; the
-  // pruned road leaves it for a host to read.
+  // Required: only without pruning does the reference go back to 1 after the call; with
+  // pruning a host can read it.
   params::setReal("WREF", 1.0f);
 }
 
-reduce::PruneRequest pruneRequest(const Inversion& job, std::string_view mode) {
-  reduce::PruneRequest request;
-  request.points = job.nf;
-  request.capacityPoints = job.nf;
-  request.maxBins = pruneCapacity;
-  request.t = job.T;
-  request.scale = job.W;
-  request.firstPoint = truncateToInt(params::queryReal("PRLO"));
-  request.target =
-      std::clamp(truncateToInt(params::queryReal("PRPO")), fewestPruned, pruneCapacity);
-  // Two characters decide, so "LIN" and "LILO" are both linear and anything else is
-  // logarithmic, the text "A" of the reset included.
-  request.mode = mode == "LI" ? reduce::pruneLinear : reduce::pruneLog;
-  return request;
+void invertPruned(const Inversion& job, const reduce::Reduction& reduction, std::int32_t& status) {
+  reduce::WorkArrays arrays;
+  const reduce::ReducedProblem pruned = reduce::reduceContiguously(reduction, arrays);
+  report(reductionLine("With pruning from ", job.nf, pruned.rows));
+  params::setReal("WREF", meanSquaredColumnNorm(pruned.rows, job.ng, pruned.K));
+  weight::Vorin_SEtoW(pruned.rows, job.ng, pruned.K, pruned.d, job.F, status);
 }
 
-void invertPruned(const Inversion& job, std::string_view mode, std::int32_t& status) {
-  const reduce::PrunePlan plan(pruneRequest(job, mode));
-  const int rows = plan.count();
-  std::vector<float> kernel(length(rows) * length(job.ng));
-  std::vector<float> data(length(rows));
-  plan.apply(job.Y, data.data());
-  plan.apply(job.ng, job.K, job.nf, kernel.data(), rows);
-  report(reductionLine("With pruning from ", job.nf, rows));
-  params::setReal("WREF", meanSquaredColumnNorm(rows, job.ng, kernel.data()));
-  weight::Vorin_SEtoW(rows, job.ng, kernel.data(), data.data(), job.F, status);
-}
-
-// Required: a log at level 4 brings the section even when SAVE says 0, and SAVE asks
-// for it with 1 alone: 2 only chooses a layout. Nothing else is looked at, SAVF least
-// of all.
-bool wantsSaveSection() {
+// Required: a log at level 4 brings the section even when SAVE is 0, and of the values of
+// SAVE only 1 requests it: 2 only chooses a layout. No other key counts, SAVF included.
+bool savesSection() {
   return params::queryInteger("SAVE") == 1 || params::queryInteger("REPO") > 3;
 }
 
 }  // namespace
 
+reduce::Reduction wholeProblem(const Inversion& job) {
+  reduce::Reduction reduction;
+  reduction.points = job.nf;
+  reduction.columns = job.ng;
+  reduction.ldK = job.nf;
+  reduction.capacityPoints = job.nf;
+  reduction.K = job.K;
+  reduction.d = job.Y;
+  reduction.t = job.T;
+  reduction.scale = job.W;
+  return reduction;
+}
+
+reduce::Reduction plainReduction(const Inversion& job) {
+  reduce::Reduction reduction = wholeProblem(job);
+  reduction.capacity = pruneCapacity;
+  reduction.firstPoint = truncateToInt(params::queryReal("PRLO"));
+  reduction.target =
+      std::clamp(truncateToInt(params::queryReal("PRPO")), fewestPruned, pruneCapacity);
+  // Two characters decide, so "LIN" and "LILO" are both linear and anything else is
+  // logarithmic, the text "A" of the reset included.
+  const std::string_view text = params::storedText("PRMO").substr(0, 2);
+  if (text != "NO") {
+    reduction.mode = text == "LI" ? reduce::pruneLinear : reduce::pruneLog;
+  }
+  return reduction;
+}
+
 void invert(const Inversion& job, std::int32_t& status) {
   beginInversion(job);
-  const std::string_view mode = params::storedText("PRMO").substr(0, 2);
-  if (mode == "NO") {
-    invertUnpruned(job, status);
+  const reduce::Reduction reduction = plainReduction(job);
+  if (reduction.prunes()) {
+    invertPruned(job, reduction, status);
   } else {
-    invertPruned(job, mode, status);
+    invertUnpruned(job, status);
   }
-  const bool saves = wantsSaveSection();
+  const bool saves = savesSection();
   endInversion(job, saves, status);
   if (saves) {
     // The second column of the distribution's table is the distribution as well.
@@ -94,7 +98,7 @@ DefaultArrays::DefaultArrays(int nf, int ng)
   for (std::size_t i = 0; i < T_.size(); ++i) {
     T_[i] = static_cast<float>(i + 1);
   }
-  // A grid of one point has the exponent 0/0 and shows as not a number.
+  // With one grid point the exponent is 0/0, and the element is NaN.
   for (std::size_t k = 0; k < G_.size(); ++k) {
     G_[k] = std::pow(10.0f, static_cast<float>(k) / static_cast<float>(ng - 1));
   }

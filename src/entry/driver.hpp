@@ -1,18 +1,19 @@
-// The primary inversion driver and the arrays that the short entries make up for it.
+// The primary inversion driver, and the arrays that the six-argument entries add.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
+#include "reduce/reduction.hpp"
 #include "toolbox/aligned.hpp"
 
 namespace vorin::entry {
 
-/// What a host hands in for one inversion; arrays belong to the host.
+/// What a host passes for one inversion; the arrays belong to the host.
 struct Inversion {
   int nf = 0;                 ///< data points
   int ng = 0;                 ///< grid points
-  const float* K = nullptr;   ///< nf x ng by columns, leading dimension nf
+  const float* K = nullptr;   ///< nf x ng, column-major, leading dimension nf
   const float* T = nullptr;   ///< nf, abscissa of each data point, rising
   const float* Y = nullptr;   ///< nf, measured data
   float* W = nullptr;         ///< nf, out: overwritten with 1.0
@@ -26,7 +27,13 @@ struct Inversion {
 /// driver, fit on the full data, report. `status` is the weight driver's.
 void invert(const Inversion& job, std::int32_t& status);
 
-/// T, W, G and FIT for a host of the short entries: the point index, ones, a
+/// The problem as it is, with no reduction requested.
+reduce::Reduction wholeProblem(const Inversion& job);
+
+/// How the primary driver reduces `job`, by the parameters as they are. job.W is read.
+reduce::Reduction plainReduction(const Inversion& job);
+
+/// T, W, G and FIT for a host of the six-argument entries: the point index, ones, a
 /// placeholder grid from 1 to 10, and scratch.
 class DefaultArrays {
  public:

@@ -1,5 +1,4 @@
-// The edges of pruning bins, laid anew until the number of bins that hold points
-// is the wanted one.
+// The edges of pruning bins for one try at their number.
 #pragma once
 
 #include <vector>
@@ -8,53 +7,56 @@
 
 namespace vorin::reduce {
 
-/// Finds the points of a bin. On rising positions they are one run, searched from where the
-/// last one ended, since bins are asked for in order; other positions are scanned.
-class BinFinder {
+/// The range of the bins on the sample axis and the spacing of the samples at its start.
+struct BinRange {
+  float lo;
+  float hi;
+  float spacing;
+
+  /// False when the range reaches zero or below. Required: no point then falls into a
+  /// logarithmic bin; the formulas alone would place edges at 10^-inf = 0.
+  bool hasLogarithms() const { return lo > 0.0f && hi > 0.0f; }
+};
+
+/// request.points is 1 at least.
+BinRange rangeOf(const PruneRequest& request);
+
+/// `steps` + 1 edges from lo to hi, evenly spaced in their logarithm. With steps = 0 the one
+/// edge is 0/0 and bounds no bin.
+class LogEdges {
  public:
-  BinFinder(int points, const float* t);
+  LogEdges(const BinRange& range, int steps);
 
-  bool rising() const { return rising_; }
+  int last() const { return steps_; }
 
-  /// The run of points with from <= t <= to; meant for rising positions.
-  struct Run {
-    int begin;
-    int end;
+  float operator[](int k) const;
+
+  /// True when the edges certainly rise, so that they can be searched without being stored:
+  /// the logarithm of each is off by less than three roundings of the larger end, and those
+  /// of two neighbours differ by more. (Powers of different single-precision numbers keep
+  /// their order.)
+  bool surelyRise() const;
+
+  struct Edge {
+    int number;
+    float place;
   };
-  Run run(float from, float to) const;
 
-  /// The first point with t >= from, or with t > past, searched from point `near` on to
-  /// either side; the number of points when there is none. For rising positions.
-  int firstFrom(float from, int near) const;
-  int firstPast(float past, int near) const;
-
-  /// True when some point has from <= t <= to.
-  bool holdsPoint(float from, float to) const;
-
-  /// Appends the points with from <= t <= to, in rising order of their index.
-  void list(float from, float to, std::vector<int>& points) const;
-
-  int points() const { return points_; }
-  float at(int point) const { return t_[point]; }
+  /// Of rising edges the first one from number `from` on that is not below t; the number
+  /// is last() + 1 if there is none.
+  Edge firstNotBelow(float t, int from) const;
 
  private:
-  int points_;
-  const float* t_;
-  bool rising_;
-  mutable int last_ = 0;  // where a search begins; it decides nothing else
+  // Takes edge k into `found` when it is not below t.
+  bool takes(int k, float t, Edge& found) const;
+
+  float logLo_;
+  float logHi_;
+  int steps_;
 };
 
-/// A bin that holds points: their run on rising positions; on others those with
-/// from <= t <= to.
-struct FilledBin {
-  BinFinder::Run run;
-  float from;
-  float to;
-};
-
-/// The bins that hold points, in order, of the edges that the last try leaves. Bin k reaches
-/// from edge k - 1 to edge k, both included; bin 0 from -1e20, below which points are marked
-/// as left out.
-std::vector<FilledBin> layBins(const PruneRequest& request, const BinFinder& finder);
+/// The `edgeCount` edges, 1 at least, in the spacing that request.mode names. A mode without
+/// edges gives NaN, which bounds no bin.
+std::vector<float> binEdges(const PruneRequest& request, const BinRange& range, int edgeCount);
 
 }  // namespace vorin::reduce

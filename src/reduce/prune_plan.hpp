@@ -1,14 +1,15 @@
 // Pruning: fewer data points before an inversion.
 //
-// Bins are laid along the sample axis. A bin that holds points becomes one pruned
-// row: their sum divided by s = sqrt(sum of scale^2), so that with equal scales
-// the noise of a pruned value is that of a single point. The map from points to
-// rows is linear, and nearly all of its dense matrix is zero: here it is a plan,
-// which keeps for each row the points of its bin and its norm. Applying the plan
-// adds the same terms in the same order as the product with the dense matrix and
-// gives the same bits for finite input.
+// Bins are placed along the sample axis. A bin that holds points becomes one pruned row:
+// their sum divided by s = sqrt(sum of scale^2), so that with equal scales the noise of a
+// pruned value is that of a single point. The map from points to rows is linear, and nearly
+// all elements of its matrix P are zero. A plan keeps for each row the points of its bin and
+// its norm. Applying the plan adds the terms in the order of the dense product with P and
+// gives the same bits. Only where a value is not finite do zeros of P matter, since zero
+// times infinity is not a number: such a value turns every row without it into NaN.
 #pragma once
 
+#include <utility>
 #include <vector>
 
 namespace vorin::reduce {
@@ -25,13 +26,13 @@ struct PruneRequest {
   int firstPoint = 1;            ///< 1-based index of the point at which the bins begin
   int target = 0;                ///< wanted count of rows
   int mode = pruneLog;
-  bool adjust = true;      ///< lay 1.3 target edges, then anew until the count is reached;
-                           ///< else target edges, once
+  bool adjust = true;      ///< start with 1.3 target edges and adjust them until the count is
+                           ///< reached; else target edges, once
   bool closingRow = true;  ///< end with an empty row
 };
 
-/// Rows past those that hold points have this norm, and no row a smaller one, so that a
-/// bin of points with scale 0 divides by something.
+/// Rows past those that hold points have this norm, and no row a smaller one, so that a bin
+/// of points with scale 0 is not divided by 0.
 inline constexpr float smallestNorm = 1e-10f;
 
 class PrunePlan {
@@ -43,8 +44,9 @@ class PrunePlan {
   int count() const { return filled() + (closingRow_ ? 1 : 0); }
   int filled() const { return static_cast<int>(rows_.size()); }
 
-  /// The norm s of filled row r.
-  float norm(int r) const { return rows_[static_cast<std::size_t>(r)].norm; }
+  /// The norm s of row r, filled or not: the least norm for a row without points, NaN where
+  /// a scale outside the row has no finite square.
+  float norm(int r) const;
 
   /// Calls visit(i) for the points i of filled row r, in rising order of i.
   template <class Visit>
@@ -59,11 +61,21 @@ class PrunePlan {
   /// rows; 0 for the closing one. `out` has count() elements.
   void apply(const float* values, float* out) const;
 
-  /// The same for each of `columns` columns: `in` with leading dimension ldIn,
-  /// `out` with leading dimension ldOut, at least count().
+  /// The same for each of `columns` columns: `in` with leading dimension ldIn, `out` with
+  /// leading dimension ldOut, at least count(). The closing row is part of the product.
   void apply(int columns, const float* in, int ldIn, float* out, int ldOut) const;
 
-  /// The dense matrix of the map, `rows` by `columns` by columns, for hosts that expect
+  /// out[r] = sum over the points i of row r of values[i], for all count() rows.
+  void sum(const float* values, float* out) const;
+
+  /// What the dense product gives for a row without points: 0, or NaN with a value that is
+  /// not finite.
+  float emptyRow(const float* values) const;
+
+  /// Sets each filled row that lacks one of `points` to NaN.
+  void spread(const std::vector<int>& points, float* out) const;
+
+  /// The dense matrix of the map, `rows` by `columns`, column-major, for hosts that expect
   /// one: 1 / norm(r) at the points of row r, 0 elsewhere.
   void render(int rows, int columns, float* P) const;
 
@@ -76,9 +88,17 @@ class PrunePlan {
     float norm;
   };
 
+  void formNorms(const float* scale);
+  void findUncovered();
+  void sumRows(const float* values, float* out) const;
+  bool spreadNonFinite(const float* values, float* out) const;
+
   std::vector<Row> rows_;
   std::vector<int> listed_;
+  std::vector<std::pair<int, int>> uncovered_;  // runs of points that are in no row
+  int points_ = 0;
   bool closingRow_;
+  float emptyNorm_ = smallestNorm;
 };
 
 }  // namespace vorin::reduce

@@ -1,18 +1,21 @@
 #include "reduce/prune_variants.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <vector>
 
 #include "reduce/prune_plan.hpp"
+#include "toolbox/extent.hpp"
+#include "toolbox/views.hpp"
 
 namespace vorin::reduce {
 namespace {
 
 constexpr int noBins = 0;
 
-// The third spacing of VorinPruneZ is not known here.
+// The third spacing of VorinPruneZ does not exist here.
 int knownMode(int mode) {
   return mode == pruneLog || mode == pruneLinear ? mode : noBins;
 }
@@ -30,31 +33,68 @@ PruneRequest requestOf(const KernelPruning& job) {
   return request;
 }
 
-float* columnOf(float* matrix, const KernelPruning& job, std::ptrdiff_t column) {
-  return matrix + column * std::max(job.maxBins, 0);
+// The pruned kernel, and the map.
+ColumnMajorView<float> binsByColumns(float* matrix, const KernelPruning& job) {
+  return {matrix, extent(job.maxBins)};
+}
+
+// The points that have a column in the map.
+int mappedPoints(const KernelPruning& job) {
+  return std::min(job.nPoints, job.ldPoints);
 }
 
 void clearOutputs(const KernelPruning& job) {
-  const std::ptrdiff_t rows = std::max(job.maxBins, 0);
+  const std::ptrdiff_t rows = extent(job.maxBins);
   std::fill_n(job.yPruned, rows, 0.0f);
   std::fill_n(job.tMean, rows, 0.0f);
-  std::fill_n(job.kPruned, rows * std::max(job.nCols, 0), 0.0f);
+  std::fill_n(job.kPruned, rows * extent(job.nCols), 0.0f);
   std::fill_n(job.binNorm, rows, smallestNorm);
 }
 
-// What the sums and quotients of a row without points come to: 0/0 everywhere, but for
-// the scale, which is never below its least value.
-void fillWithNone(const KernelPruning& job, int from, int to) {
-  constexpr float none = std::numeric_limits<float>::quiet_NaN();
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+
+// VorinPrune2 divides the sums of a row without points by 0, so that all of them are 0/0.
+// The scale is never below its least value.
+void fillWithNotANumber(const KernelPruning& job, int from, int to) {
   for (int r = from; r < std::min(to, job.maxBins); ++r) {
-    job.yPruned[r] = none;
-    job.tMean[r] = none;
+    job.yPruned[r] = notANumber;
+    job.tMean[r] = notANumber;
     for (int j = 0; j < job.nCols; ++j) {
-      columnOf(job.kPruned, job, j)[r] = none;
+      binsByColumns(job.kPruned, job)(r, j) = notANumber;
     }
-    for (int i = 0; i < std::min(job.nPoints, job.ldPoints); ++i) {
-      columnOf(job.P, job, i)[r] = none;
+    for (int i = 0; i < mappedPoints(job); ++i) {
+      binsByColumns(job.P, job)(r, i) = notANumber;
     }
+  }
+}
+
+// The points whose scale makes 0/v not 0.
+std::vector<int> pointsWithoutQuotient(const KernelPruning& job) {
+  std::vector<int> found;
+  for (int i = 0; i < job.nPoints; ++i) {
+    if (job.scale[i] == 0.0f || std::isnan(job.scale[i])) {
+      found.push_back(i);
+    }
+  }
+  return found;
+}
+
+// The `rows` rows of VorinPrune when no bin holds a point: sums of zero times each value.
+void describeEmptyRows(const PrunePlan& plan, const KernelPruning& job, int rows) {
+  const float norm = plan.norm(0);
+  const float element = 0.0f / norm;
+  const auto empty = [&](const float* values) { return plan.emptyRow(values) * element; };
+  for (int r = 0; r < rows; ++r) {
+    job.binNorm[r] = norm;
+    job.yPruned[r] = empty(job.y);
+    job.tMean[r] = empty(job.t);
+    for (int i = 0; i < mappedPoints(job); ++i) {
+      binsByColumns(job.P, job)(r, i) = element;
+    }
+  }
+  const ColumnMajorView<const float> k{job.k, extent(job.ldPoints)};
+  for (int j = 0; rows > 0 && j < job.nCols; ++j) {
+    std::fill_n(binsByColumns(job.kPruned, job).column(j), rows, empty(k.column(j)));
   }
 }
 
@@ -72,11 +112,12 @@ void pruneScaled(const KernelPruning& job, std::int32_t& count) {
   clearOutputs(job);
   plan.render(job.maxBins, job.ldPoints, job.P);
   if (plan.filled() == 0) {
+    describeEmptyRows(plan, job, std::min(count, job.maxBins));
     return;
   }
   plan.apply(job.y, job.yPruned);
   plan.apply(job.nCols, job.k, job.ldPoints, job.kPruned, job.maxBins);
-  // Positions are divided by the norm a second time: with v = 1 they are means then.
+  // Positions are divided by the norm a second time, which makes them means when v = 1.
   plan.apply(job.t, job.tMean);
   for (int r = 0; r < plan.filled(); ++r) {
     job.tMean[r] /= plan.norm(r);
@@ -90,33 +131,38 @@ void pruneWhitened(const KernelPruning& job, std::int32_t& count) {
   count = std::max(count, plan.filled());
   clearOutputs(job);
   plan.render(job.maxBins, job.ldPoints, job.P);
+  plan.sum(job.t, job.tMean);
+  std::vector<float> shares(length(plan.filled()));  // sum of P / v
   for (int r = 0; r < plan.filled(); ++r) {
     const float share = 1.0f / plan.norm(r);
     float points = 0.0f;
-    float position = 0.0f;
-    float whitened = 0.0f;
+    float sum = 0.0f;
     plan.forEachPoint(r, [&](int i) {
       points += 1.0f;
-      position += job.t[i];
-      whitened += share / job.scale[i];
+      sum += share / job.scale[i];
     });
-    job.tMean[r] = position / points;
-    const float scale = 1.0f / whitened;
+    job.tMean[r] /= points;
+    shares[static_cast<std::size_t>(r)] = sum;
+  }
+  plan.spread(pointsWithoutQuotient(job), shares.data());
+  for (int r = 0; r < plan.filled(); ++r) {
+    const float scale = 1.0f / shares[static_cast<std::size_t>(r)];
     job.binNorm[r] = scale < smallestNorm ? smallestNorm : scale;
   }
-  std::vector<float> values(static_cast<std::size_t>(std::max(job.nPoints, 0)));
+  std::vector<float> values(length(job.nPoints));
   const auto whiten = [&](const float* column) {
     std::transform(column, column + values.size(), job.scale, values.begin(),
                    [](float value, float scale) { return value / scale; });
     return values.data();
   };
   if (plan.filled() > 0) {
+    const ColumnMajorView<const float> k{job.k, job.ldPoints};
     plan.apply(whiten(job.y), job.yPruned);
     for (std::ptrdiff_t j = 0; j < job.nCols; ++j) {
-      plan.apply(whiten(job.k + j * job.ldPoints), columnOf(job.kPruned, job, j));
+      plan.apply(whiten(k.column(j)), binsByColumns(job.kPruned, job).column(j));
     }
   }
-  fillWithNone(job, plan.filled(), count);
+  fillWithNotANumber(job, plan.filled(), count);
 }
 
 }  // namespace vorin::reduce

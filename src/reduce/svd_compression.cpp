@@ -110,8 +110,9 @@ void compressInScratch(int mode, const Compression& job, float* scratch, std::in
 
 namespace {
 
-// Thresholds from here on cut above what a decomposition in singles makes of zeros.
-constexpr float leastThreshold = 5e-7f;
+// Thresholds from here on cut above what a single-precision decomposition makes of singular
+// values of zero. Below, the two decompositions may keep different numbers of rows.
+constexpr float leastThreshold = 1e-6f;
 
 // W'y, rounded once; `count` rows of W' (rank x rank).
 std::vector<float> projectFactored(const RankFactor& factor, int count, const float* WT) {
@@ -129,14 +130,9 @@ std::vector<float> projectFactored(const RankFactor& factor, int count, const fl
 
 }  // namespace
 
-bool& decomposesWholeKernels() {
-  static bool whole = false;
-  return whole;
-}
-
 bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::int32_t& status) {
   RankFactor factor;
-  if (job.ldC < job.mostRows || !(job.threshold >= leastThreshold) || decomposesWholeKernels() ||
+  if (job.ldC < job.mostRows || !(job.threshold >= leastThreshold) ||
       !factorToRank(job.m, job.n, job.K, job.ldK, job.d, factor)) {
     return false;
   }

@@ -76,9 +76,6 @@ void compressInKeptArrays(const Compression& job, std::int32_t& count, std::int3
 /// capacity refuses.
 bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::int32_t& status);
 
-/// Test hook: true makes every compression decompose the kernel itself.
-bool& decomposesWholeKernels();
-
 /// No truncation: `threshold` is not looked at, all n rows of Kc and dc are filled.
 ///   U       in and out, ldK by n: the kernel, overwritten by the left vectors
 ///   V       out, leading dimension ldC: V, and not V'

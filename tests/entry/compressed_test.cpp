@@ -12,6 +12,7 @@
 
 #include "entry/compressed_driver.hpp"
 #include "entry/compressed_settings.hpp"
+#include "support/compression.hpp"
 #include "support/log_file.hpp"
 #include "support/problems.hpp"
 #include "support/store.hpp"
@@ -295,7 +296,7 @@ TestProblem<float> spiked(const TestProblem<float>& job,
   return out;
 }
 
-TEST_F(Compressed, OutliersKeepNextToNoPartInTheFifth) {
+TEST_F(Compressed, OutliersAreDownWeightedToNearZeroInC5) {
   const TestProblem<float> job = spiked(job_, {100, 222});
   setNumber("L2MO", 1.0f);
   setNumber("L2NS", 5.0f);
@@ -317,28 +318,84 @@ TEST_F(Compressed, OutliersKeepNextToNoPartInTheFifth) {
   }
 }
 
-TEST_F(Compressed, ASecondCallOfOneShapeAllocatesNoWorkArray) {
-  setNumber("SVDN", 15.0f);
-  setNumber("SVDT", 0.0f);
-  for (const char* mode : {"NONE", "LOG"}) {
-    setText("PRMO", mode);
+// What VorinCompSVD3_s makes of a problem, as a problem with contiguous columns.
+TestProblem<float> compressed(const TestProblem<float>& job, float threshold) {
+  vorin::test::CompressionCall call = vorin::test::callOf(job);
+  call.SVDT = threshold;
+  const vorin::test::Compressed out = vorin::test::compress(vorin::test::Variant::scratch, call);
+  TestProblem<float> small{out.count, job.n, {}, {}};
+  for (int j = 0; j < job.n; ++j) {
+    const auto column = out.Kc.begin() + static_cast<std::ptrdiff_t>(j) * call.ldC;
+    small.K.insert(small.K.end(), column, column + out.count);
+  }
+  small.d.assign(out.dc.begin(), out.dc.begin() + out.count);
+  return small;
+}
+
+// The single-precision iteration starts from a dual vector of ones, so that the signs of the
+// rows decide its path: they must be those of the exported compression.
+TEST_F(Compressed, WithTheSinglePrecisionIterationTheRowsAreThoseOfTheExportedCompression) {
+  setText("PRMO", "NONE");
+  setNumber("BRDA", 1.0f);
+  setNumber("SVDT", 1e-5f);
+  setNumber("SVDN", 40.0f);
+  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+    const auto job = vorin::test::laplaceProblem<float>(200, 40, 0.01, seed);
+    const Inverted expected = invert(Voriny_s, compressed(job, 1e-5f));
+    const float passes = getNumber("CITE");
     for (const Member& member : members) {
-      invert(member.longEntry, job_);
-      const int before = vorin::entry::workArrayAllocations();
-      const Inverted first = invert(member.longEntry, job_);
-      const bool allocated = vorin::entry::workArrayAllocations() > before;
-      EXPECT_EQ(allocated, !member.variant->keepsWorkArrays) << member.name << " " << mode;
-      EXPECT_EQ(invert(member.longEntry, job_).F, first.F);
+      const Inverted got = invert(member.longEntry, job);
+      EXPECT_EQ(getNumber("CITE"), passes) << member.name << " " << seed;
+      EXPECT_EQ(got.status, expected.status) << member.name << " " << seed;
+      EXPECT_EQ(got.F, expected.F) << member.name << " " << seed;
     }
   }
 }
 
-TEST_F(Compressed, AnotherShapeAllocatesAnew) {
-  setNumber("SVDN", 15.0f);
-  invert(VorinyC5_s, job_);
-  const int before = vorin::entry::workArrayAllocations();
-  invert(VorinyC5_s, vorin::test::laplaceProblem<float>(200, 40, 0.01, 1));
-  EXPECT_GT(vorin::entry::workArrayAllocations(), before);
+// Below 1e-6 of the largest singular value the rounding of a single-precision decomposition
+// decides how many rows are kept.
+TEST_F(Compressed, AThresholdNearTheRoundingKeepsTheRowsOfTheExportedCompression) {
+  setText("PRMO", "NONE");
+  int tried = 0;
+  for (int nf = 60; nf < 200; nf += 20) {
+    const auto job = vorin::test::laplaceProblem<float>(nf, 40, 0.01, 3);
+    const std::vector<float> S =
+        vorin::test::compress(vorin::test::Variant::untruncated, vorin::test::callOf(job))
+            .factors.S;
+    for (const float value : S) {
+      for (const float shift : {0.999f, 1.001f}) {
+        const float threshold = value / S[0] * shift;
+        if (threshold < 5e-7f || threshold >= 1e-6f) {
+          continue;
+        }
+        ++tried;
+        setNumber("SVDN", 40.0f);
+        setNumber("SVDT", threshold);
+        const int rows = compressed(job, threshold).m;
+        invert(VorinyC5_s, job);
+        std::string line = "Vorin::M::with svd from " + std::string(nf < 100 ? "   " : "  ") +
+                           std::to_string(nf) + " to " + (rows < 10 ? " " : "") +
+                           std::to_string(rows);
+        EXPECT_EQ(reductionLine(), line) << threshold;
+      }
+    }
+  }
+  EXPECT_GT(tried, 5);
+}
+
+// These exports open no log, but they write to one that a driver has left open.
+TEST_F(Compressed, LinesOfALaterSolveAreInTheLogThatWasLeftOpenWhenItReturns) {
+  setNumber("REPO", 1.0f);
+  invert(VorinyC4_s, job_);
+  const std::size_t before = log_->body().size();
+  std::vector<float> f(40);
+  const float weight = 0.3f;
+  float rss = 0.0f;
+  float slope = 0.0f;
+  std::int32_t status = -1;
+  vrBRDw_sp_dll(300, 40, job_.K.data(), job_.d.data(), f.data(), &weight, &rss, &slope, &status);
+  ASSERT_GT(log_->body().size(), before);
+  EXPECT_EQ(log_->body().back().find("vrBRD_w::"), 0u) << log_->body().back();
 }
 
 // What is left without a row count is solved whole.

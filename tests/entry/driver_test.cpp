@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <optional>
 #include <string>
@@ -108,7 +109,7 @@ TEST_F(Driver, PointWeightsOfTheHostAreOverwrittenAndWithoutInfluence) {
   EXPECT_EQ(second.W, std::vector<float>(300, 1.0f));
 }
 
-TEST_F(Driver, UnprunedRoadSolvesTheFullProblemAndPutsTheReferenceBack) {
+TEST_F(Driver, WithoutPruningItSolvesTheFullProblemAndPutsTheReferenceBack) {
   setText("PRMO", "NONE");
   const Inverted got = invert(job_);
   EXPECT_EQ(getNumber("WREF"), 1.0f);
@@ -121,23 +122,32 @@ TEST_F(Driver, UnprunedRoadSolvesTheFullProblemAndPutsTheReferenceBack) {
   EXPECT_EQ(getNumber("CSE"), std::sqrt(rss / 300.0f));
 }
 
-TEST_F(Driver, PrunedRoadSolvesTheBinnedProblemAndLeavesItsReference) {
+// The dense sums of the pruned kernel hold zero times infinity, which is not a number.
+TEST_F(Driver, AnInfiniteKernelElementMakesThePrunedReferenceNotANumber) {
+  setNumber("PRPO", 60.0f);
+  TestProblem<float> job = job_;
+  job.K[vorin::test::area(300, 7) + 150] = std::numeric_limits<float>::infinity();
+  invert(job);
+  EXPECT_TRUE(std::isnan(getNumber("WREF")));
+}
+
+TEST_F(Driver, WithPruningItSolvesTheBinnedProblemAndLeavesItsReference) {
   const struct {
     const char* text;
     int mode;
-  } roads[] = {{"LOG", VORIN_PRUNE_LOG}, {"LIN", VORIN_PRUNE_LINEAR}, {"LILO", VORIN_PRUNE_LINEAR}};
+  } modes[] = {{"LOG", VORIN_PRUNE_LOG}, {"LIN", VORIN_PRUNE_LINEAR}, {"LILO", VORIN_PRUNE_LINEAR}};
   setNumber("PRPO", 60.0f);
-  for (const auto& road : roads) {
-    setText("PRMO", road.text);
+  for (const auto& mode : modes) {
+    setText("PRMO", mode.text);
     const Inverted got = invert(job_);
-    const PrunedProblem pruned = pruneDense(job_, 60, road.mode);
+    const PrunedProblem pruned = pruneDense(job_, 60, mode.mode);
     EXPECT_NEAR(getNumber("WREF") / meanSquaredNorm(pruned.rows, 40, pruned.K), 1.0f, 1e-5f);
     std::vector<float> f(40);
     float weight = 0.3f, rss = 0, slope = 0;
     std::int32_t status = -1;
     vrBRDw_sp_dll(pruned.rows, 40, pruned.K.data(), pruned.Y.data(), f.data(), &weight, &rss,
                   &slope, &status);
-    EXPECT_EQ(got.F, f) << road.text;
+    EXPECT_EQ(got.F, f) << mode.text;
     EXPECT_EQ(getNumber("CSE"), std::sqrt(rss / static_cast<float>(pruned.rows)));
   }
 }

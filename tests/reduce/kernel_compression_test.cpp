@@ -1,9 +1,9 @@
-// VorinComp_s against the calls that it stands for.
+// VorinComp_s against VorinPruneZ and VorinCompSVD_s, which it combines.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
-#include <limits>
 #include <vector>
 
 #include "support/compression.hpp"
@@ -41,7 +41,7 @@ Call reductionOf(TestProblem<float> problem) {
 }
 
 std::vector<float> timesOf(const Call& call) {
-  std::vector<float> t(static_cast<std::size_t>(call.problem.m));
+  std::vector<float> t(static_cast<std::size_t>(call.ldK));
   for (std::size_t i = 0; i < t.size(); ++i) {
     t[i] = call.t0 + static_cast<float>(i);
   }
@@ -211,17 +211,24 @@ TEST(VorinComp, ACapacityBelowTheColumnsIsNotWrittenPast) {
   }
 }
 
-TEST(VorinComp, PositionsFromZeroReadNoMoreThanThePoints) {
-  // A first position of 0 sends the base of the bins to the least position; linear bins
-  // start there, and the kernel's larger leading dimension must not be taken for points.
-  Call call = reductionOf(laplaceProblem<float>(200, 12, 0.01, 8));
-  call.t0 = 0.0f;
-  call.pmode = VORIN_PRUNE_LINEAR;
-  call.SVDN = 0;
-  const Outcome expected = run(call);
-  EXPECT_GT(expected.count, 20);
-  call.ldK = 300;
-  expectEqual(run(call), expected);
+TEST(VorinComp, TheRangeOfTheBinsStartsAtTheLeastOfAllPositionsUpToTheLeadingDimension) {
+  // T has ldK elements, as VorinPruneZ takes them. The first position is 0, so the range
+  // starts at the least of all eleven, -11, and ends at the eighth, 7. Linear edges for a
+  // target of 3: three at first, which leave all points in one bin; then five, at -11, -6.5,
+  // -2, 2.5 and 7, which part them into 0 .. 2 and 3 .. 7.
+  const std::vector<float> t{0, 1, 2, 3, 4, 5, 6, 7, 9, -11, 20};
+  const std::vector<float> ones(11, 1.0f);
+  std::vector<float> Y(6, untouched);
+  std::vector<float> K(6, untouched);
+  std::int32_t count = 0;
+  std::int32_t status = -1;
+  VorinComp_s(1, 8, 11, 6, ones.data(), t.data(), ones.data(), ones.data(), 1, -1, 3,
+              VORIN_PRUNE_LINEAR, 0.0f, 0, &count, Y.data(), K.data(), &status);
+  EXPECT_EQ(status, VORIN_COMP_OK);
+  ASSERT_EQ(count, 3);
+  EXPECT_FLOAT_EQ(K[0], std::sqrt(3.0f));  // the sum of n ones over the root of n
+  EXPECT_FLOAT_EQ(K[1], std::sqrt(5.0f));
+  EXPECT_EQ(K[2], 0.0f);
 }
 
 TEST(VorinComp, EmptyProblems) {

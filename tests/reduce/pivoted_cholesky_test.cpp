@@ -105,7 +105,7 @@ std::vector<TestProblem<float>> problems() {
           laplaceProblem<float>(20, 40, 0.01, 9)};
 }
 
-TEST(RankFactor, RowsAreAsNearToSingularVectorsAsThoseOfTheWholeKernel) {
+TEST(PivotedCholesky, RowsAreAsNearToSingularVectorsAsThoseOfTheWholeKernel) {
   for (const auto& problem : problems()) {
     const std::vector<double> expected = jacobiSingularValues(
         static_cast<std::size_t>(problem.m), static_cast<std::size_t>(problem.n), problem.K.data());
@@ -136,7 +136,7 @@ TEST(RankFactor, RowsAreAsNearToSingularVectorsAsThoseOfTheWholeKernel) {
   }
 }
 
-TEST(RankFactor, TheFactorHasTheKernelsProductsAndNoMoreRowsThanItsRank) {
+TEST(PivotedCholesky, TheFactorHasTheKernelsProductsAndNoMoreRowsThanItsRank) {
   // Small integers, so that products are exact; the third column is the sum of the others.
   const std::vector<float> K = {1, 2, 3, 4, 0, 1, 0, -1, 1, 3, 3, 3};
   const std::vector<float> d = {2, 0, 1, 1};
@@ -168,7 +168,7 @@ TEST(RankFactor, TheFactorHasTheKernelsProductsAndNoMoreRowsThanItsRank) {
   }
 }
 
-TEST(RankFactor, LeadingDimensionsAndWorkInPlaceChangeNoBit) {
+TEST(PivotedCholesky, LeadingDimensionsAndWorkInPlaceChangeNoBit) {
   CompressionCall call = callOf(laplaceProblem<float>(300, 50, 0.01, 7));
   call.SVDT = 1e-5f;
   const Compressed plain = compressed(call);
@@ -190,7 +190,7 @@ TEST(RankFactor, LeadingDimensionsAndWorkInPlaceChangeNoBit) {
   }
 }
 
-TEST(RankFactor, WhatItDoesNotServeIsLeftAlone) {
+TEST(PivotedCholesky, WhatItDoesNotServeIsLeftAlone) {
   constexpr float nan = std::numeric_limits<float>::quiet_NaN();
   constexpr float inf = std::numeric_limits<float>::infinity();
   const CompressionCall good = [] {

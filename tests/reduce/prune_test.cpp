@@ -308,7 +308,7 @@ TEST(VorinPruneZ, AFirstPointOutsideThePointsMeansTheFirst) {
     Request request{evenTimes(100)};
     request.mode = mode;
     const Pruned first = prune(request);
-    for (const int prLo : {0, -5, 101, 2000000000}) {
+    for (const int prLo : {0, -5, 102, 2000000000}) {
       request.prLo = prLo;
       const Pruned second = prune(request);
       EXPECT_EQ(first.count, second.count);
@@ -338,6 +338,43 @@ TEST(VorinPruneZ, LeadingPointsStandAlone) {
     EXPECT_EQ(pruned.P[r + r * 300], 1.0f);
     EXPECT_EQ(pruned.norm[r], 1.0f);
   }
+}
+
+// VorinPruneZ on the first `points` of the positions t, with data and scales of 1.
+Pruned pruneSome(const std::vector<float>& t, int points, int prLo, int target, int mode) {
+  constexpr std::size_t bins = 40;
+  const std::vector<float> ones(t.size(), 1.0f);
+  Pruned out;
+  out.y.resize(bins);
+  out.tSum.resize(bins);
+  out.norm.resize(bins);
+  out.P.resize(bins * t.size());
+  VorinPruneZ(points, static_cast<int>(t.size()), int(bins), ones.data(), t.data(), ones.data(),
+              prLo, -1, target, mode, &out.count, out.y.data(), out.tSum.data(), out.norm.data(),
+              out.P.data(), &out.status);
+  return out;
+}
+
+TEST(VorinPruneZ, LeadingEdgesGoOnPastThePointsInUse) {
+  // h = 0.5, lo = 0.5, hi = 5.5. Six leading edges at 0.75 .. 5.75, whose bins hold one point
+  // each up to the fifth. Of int(10.4) = 10 edges four are logarithmic, at 0.5, 1.11, 2.47 and
+  // 5.5, and hold 1, 2 and 3 .. 5: 9 with the closing row. Of int(8 * 10 / 9 + 0.5) = 9 three
+  // are, at 0.5, 1.66 and 5.5, and hold 1 and 2 .. 5: 8.
+  const Pruned pruned = pruneSome(evenTimes(20), 5, 7, 8, VORIN_PRUNE_LEADING);
+  ASSERT_EQ(pruned.count, 8);
+  const std::vector<float> sums{1, 2, 3, 4, 5, 1, 14, 0};
+  EXPECT_TRUE(std::equal(sums.begin(), sums.end(), pruned.tSum.begin()));
+  // A first point of ldPoints + 1 still has a position for each leading edge.
+  EXPECT_EQ(pruneSome(evenTimes(6), 5, 7, 8, VORIN_PRUNE_LEADING).count, 8);
+}
+
+TEST(VorinPruneZ, TheSpacingOfOnePointIsTakenFromTheNextPositionWhereThereIsOne) {
+  // With a second position equal to the first, h = 0 and all edges fall on the point: it
+  // lies in each of the two bins. With h = 2 it would lie in the second one alone.
+  const Pruned pruned = pruneSome({4.0f, 4.0f}, 1, 1, 2, VORIN_PRUNE_LINEAR);
+  EXPECT_EQ(pruned.count, 3);
+  EXPECT_EQ(pruned.tSum[0], 4.0f);
+  EXPECT_EQ(pruned.tSum[1], 4.0f);
 }
 
 TEST(VorinPruneZ, PointsMarkedBelowTheLimitAreDropped) {
@@ -406,6 +443,84 @@ TEST(VorinPruneZ, TargetsBelowOneGiveCountOne) {
     request.target = target;
     EXPECT_EQ(prune(request).count, 1);
   }
+}
+
+// Zero times infinity is not a number, so in the dense sums a value that is not finite reaches
+// every row.
+TEST(VorinPruneZ, AValueThatIsNotFiniteReachesEveryRow) {
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  // Linear bins with the edges 0.5, 3.5, 6.5: points 1 .. 3 and 4 .. 6.
+  const std::vector<float> t = evenTimes(6);
+  for (const float wrong : {infinity, -infinity, std::numeric_limits<float>::quiet_NaN()}) {
+    std::vector<float> y(6, 1.0f), v(6, 1.0f), norm(8), tSum(8), out(8), P(48);
+    int count = 0;
+    int status = -1;
+    const auto call = [&] {
+      VorinPruneZ(6, 6, 8, y.data(), t.data(), v.data(), 1, -1, 3, VORIN_PRUNE_LINEAR, &count,
+                  out.data(), tSum.data(), norm.data(), P.data(), &status);
+      EXPECT_EQ(count, 3);
+    };
+    y[4] = wrong;
+    call();
+    EXPECT_TRUE(std::isnan(out[0])) << wrong;
+    EXPECT_FALSE(std::isfinite(out[1])) << wrong;
+    EXPECT_EQ(std::isinf(out[1]), std::isinf(wrong));
+    EXPECT_EQ(out[2], 0.0f);  // data past the filled rows are set, not summed
+    y[4] = 1.0f;
+    v[4] = wrong;
+    call();
+    EXPECT_TRUE(std::isnan(norm[0])) << wrong;
+    EXPECT_TRUE(std::isnan(out[0])) << wrong;
+    EXPECT_TRUE(std::isnan(P[0])) << wrong;
+    EXPECT_TRUE(std::isnan(P[8 * 5])) << wrong;
+    EXPECT_EQ(norm[2], 1e-10f);
+  }
+  // A scale whose square overflows counts as well.
+  std::vector<float> y(6, 1.0f), v(6, 1.0f), norm(8), tSum(8), out(8), P(48);
+  v[0] = 1e30f;
+  int count = 0;
+  int status = -1;
+  VorinPruneZ(6, 6, 8, y.data(), t.data(), v.data(), 1, -1, 3, VORIN_PRUNE_LINEAR, &count,
+              out.data(), tSum.data(), norm.data(), P.data(), &status);
+  EXPECT_EQ(norm[0], infinity);
+  EXPECT_TRUE(std::isnan(norm[1]));
+}
+
+TEST(PrunePlan, AKernelColumnWithAnInfinityIsNaNOutsideItsBinAndTheOthersStayFinite) {
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  for (const bool rising : {true, false}) {
+    std::vector<float> t = evenTimes(6);
+    if (!rising) {
+      std::swap(t[1], t[2]);
+    }
+    const vorin::reduce::PrunePlan plan(
+        {6, 6, 8, t.data(), nullptr, 1, 3, vorin::reduce::pruneLinear});
+    ASSERT_EQ(plan.count(), 3);
+    std::vector<float> K(18, 1.0f);
+    K[6 + 4] = infinity;  // row 4 of the second column
+    std::vector<float> kernel(9, untouched);
+    plan.apply(3, K.data(), 6, kernel.data(), 3);
+    EXPECT_TRUE(std::isnan(kernel[3])) << rising;
+    EXPECT_EQ(kernel[4], infinity) << rising;
+    EXPECT_TRUE(std::isnan(kernel[5])) << rising;  // the closing row is part of the product
+    for (const std::size_t place : {0, 1, 6, 7}) {
+      EXPECT_FLOAT_EQ(kernel[place], std::sqrt(3.0f)) << rising;
+    }
+    EXPECT_EQ(kernel[2], 0.0f);
+    EXPECT_EQ(kernel[8], 0.0f);
+  }
+}
+
+TEST(VorinPruneZ, APointInNoBinReachesTheRowsAsWell) {
+  // The first point is left out by its mark, its datum is not a number.
+  const std::vector<float> t{-2e20f, 1, 2, 3, 4, 5};
+  const std::vector<float> y{std::numeric_limits<float>::quiet_NaN(), 1, 1, 1, 1, 1};
+  const vorin::reduce::PrunePlan plan(
+      {6, 6, 8, t.data(), nullptr, 2, 4, vorin::reduce::pruneLinear});
+  ASSERT_GT(plan.filled(), 0);
+  std::vector<float> out(8, untouched);
+  plan.apply(y.data(), out.data());
+  EXPECT_TRUE(std::isnan(out[0]));
 }
 
 // A plan against the dense product with the exported map, summed in the order of the points.

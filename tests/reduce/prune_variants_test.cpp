@@ -197,13 +197,64 @@ TEST(VorinPrune2, WithoutAPointInAnyBinTheCountIsTheIncomingOne) {
   EXPECT_EQ(prune(VorinPrune2, request).count, 3);
 }
 
+// Equal classes of numbers everywhere, and equal values where they are numbers.
+void expectAlike(const std::vector<float>& a, const std::vector<float>& b, const char* what) {
+  ASSERT_EQ(a.size(), b.size()) << what;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    EXPECT_EQ(std::isnan(a[i]), std::isnan(b[i])) << what << " " << i;
+    if (!std::isnan(a[i]) && !std::isnan(b[i])) {
+      EXPECT_EQ(a[i], b[i]) << what << " " << i;
+    }
+  }
+}
+
+template <class Export>
+void expectTheDenseSumsOfValuesThatAreNotFinite(Export exported, Form form) {
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  for (const float wrong : {infinity, -infinity, 1e30f, 0.0f}) {
+    for (const bool inData : {true, false}) {
+      PruneCall request = completed({evenTimes(40)});
+      request.mode = VORIN_PRUNE_LINEAR;
+      request.target = 8;
+      (inData ? request.y : request.v)[17] = wrong;
+      SCOPED_TRACE(testing::Message() << wrong << " " << inData);
+      const Pruned got = prune(exported, request);
+      const Pruned expected = literal(form, request);
+      EXPECT_EQ(got.count, expected.count);
+      expectAlike(got.y, expected.y, "yPruned");
+      expectAlike(got.t, expected.t, "tMean");
+      expectAlike(got.k, expected.k, "kPruned");
+      expectAlike(got.norm, expected.norm, "binNorm");
+      expectAlike(got.P, expected.P, "P");
+    }
+  }
+}
+
+TEST(VorinPrune, ValuesThatAreNotFiniteReachTheRowsThatTheDenseSumsSay) {
+  expectTheDenseSumsOfValuesThatAreNotFinite(VorinPrune, Form::prune);
+}
+TEST(VorinPrune2, ValuesThatAreNotFiniteReachTheRowsThatTheDenseSumsSay) {
+  expectTheDenseSumsOfValuesThatAreNotFinite(VorinPrune2, Form::prune2);
+}
+
+TEST(VorinPrune, ValuesThatAreNotFiniteReachTheEmptyRowsToo) {
+  PruneCall request = completed({std::vector<float>(20, 0.0f)});
+  request.y[3] = std::numeric_limits<float>::infinity();
+  const Pruned out = prune(VorinPrune, request);
+  EXPECT_EQ(out.count, 20);
+  EXPECT_TRUE(std::isnan(out.y[0]));
+  EXPECT_TRUE(std::isnan(out.y[19]));
+  EXPECT_EQ(out.y[20], 0.0f);
+  EXPECT_TRUE(allZero(out.k));
+}
+
 TEST(VorinPrune2, AScaleOfZeroGivesAnInfiniteResult) {
   PruneCall request{evenTimes(6), {1, 2, 3, 4, 5, 6}, {1, 1, 1, 1, 0, 1}};
   request.mode = VORIN_PRUNE_LINEAR;
   request.target = 3;
   const Pruned out = prune(VorinPrune2, request);
   ASSERT_EQ(out.count, 2);
-  EXPECT_FLOAT_EQ(out.y[0], 6.0f / std::sqrt(3.0f));
+  EXPECT_TRUE(std::isnan(out.y[0]));  // zero times the infinite value of the other bin
   EXPECT_EQ(out.y[1], std::numeric_limits<float>::infinity());
   EXPECT_EQ(out.norm[1], leastNorm);
 }

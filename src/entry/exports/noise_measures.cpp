@@ -1,4 +1,5 @@
 // Section "Noise measures": those that need no inversion.
+#include "entry/exports/flush_on_return.hpp"
 #include "regress/bvls.hpp"
 #include "vorin.h"
 #include "weight/difference_noise.hpp"
@@ -24,6 +25,7 @@ void VORIN_CALL VorinSEROL(const float* thresh, const float* ridge, const int32_
                            const int32_t* m, const int32_t* n, const float* K, const float* y,
                            const float* W, float* x, float* flags, int32_t* nGood, int32_t* nBad,
                            void* /*spare*/, int32_t* status) noexcept {
+  const vorin::entry::FlushOnReturn flush;
   vorin::weight::serol({*thresh, *ridge, *lda, *m, *n, K, y, W, x, flags}, *nGood, *nBad, *status);
 }
 

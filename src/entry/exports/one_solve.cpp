@@ -6,6 +6,7 @@
 #include "brd/dispatch.hpp"
 #include "brd/iteration.hpp"
 #include "brd/qp_solver.hpp"
+#include "entry/exports/flush_on_return.hpp"
 #include "vorin.h"
 
 namespace {
@@ -35,12 +36,14 @@ extern "C" {
 void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float* d, float* f,
                               const float* weight, float* rss, float* rssSlope,
                               int32_t* status) noexcept {
+  const vorin::entry::FlushOnReturn flush;
   solveOnce(vorin::brd::vrBRD_s, m, n, K, d, f, 1.0f, weight, rss, rssSlope, status);
 }
 
 void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d, double* f,
                               const double* weight, double* rss, double* rssSlope,
                               int32_t* status) noexcept {
+  const vorin::entry::FlushOnReturn flush;
   solveOnce(vorin::brd::vrBRD_d, m, n, K, d, f, 0.0, weight, rss, rssSlope, status);
 }
 

@@ -13,13 +13,14 @@ static_assert(int{VORIN_PRUNE_LOG} == int{vorin::reduce::pruneLog});
 static_assert(int{VORIN_PRUNE_LINEAR} == int{vorin::reduce::pruneLinear});
 static_assert(int{VORIN_PRUNE_LEADING} == int{vorin::reduce::pruneLeading});
 
+// Sums of positions and norms of the bins, in arrays of maxBins.
 void describe(const PrunePlan& plan, int maxBins, const float* t, float* tSum, float* binNorm) {
-  const int rows = std::max(maxBins, 0);
-  std::fill_n(binNorm, rows, vorin::reduce::smallestNorm);
-  std::fill_n(tSum, std::min(plan.count(), rows), 0.0f);
+  std::fill_n(binNorm, std::max(maxBins, 0), vorin::reduce::smallestNorm);
   for (int r = 0; r < plan.filled(); ++r) {
     binNorm[r] = plan.norm(r);
-    plan.forEachPoint(r, [&](int i) { tSum[r] += t[i]; });
+  }
+  if (plan.count() <= maxBins) {
+    plan.sum(t, tSum);
   }
 }
 
@@ -35,7 +36,7 @@ void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t maxBins, 
   const PrunePlan plan({nPoints, ldPoints, maxBins, t, scale, prLo, target, mode});
   *count = plan.count();
   std::fill_n(yPruned, std::max(maxBins, 0), 0.0f);
-  if (plan.filled() > 0) {
+  if (plan.count() <= maxBins) {
     plan.apply(y, yPruned);
   }
   plan.render(maxBins, ldPoints, P);
