@@ -18,8 +18,8 @@ std::string reductionLine(std::string_view start, int points, int rows);
 /// Opens the log, sets every point weight to 1, says that the inversion starts.
 void beginInversion(const Inversion& job);
 
-/// Forms the fit on the full data, a second passage over the kernel, unless nobody will
-/// read it: the host or, with `saves`, the save section. Says how the inversion ended.
+/// Forms the fit on the full data, a second passage over the kernel, unless neither the
+/// host nor, with `saves`, the save section reads it. Says how the inversion ended.
 void endInversion(const Inversion& job, bool saves, std::int32_t status);
 
 }  // namespace vorin::entry

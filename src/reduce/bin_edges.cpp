@@ -41,7 +41,7 @@ int positions(const PruneRequest& request) {
 
 // Each point before the first one of the logarithmic bins gets an edge just before it, a
 // point past the last one in use included. A first point below 1, or one whose edges would
-// need positions that nobody has given, counts as 1.
+// need positions that were not given, counts as 1.
 void leadingEdges(const PruneRequest& request, const BinRange& range, std::vector<float>& edges) {
   const int edgeCount = static_cast<int>(edges.size());
   const bool given = request.firstPoint >= 1 && request.firstPoint - 1 <= positions(request);

@@ -23,7 +23,7 @@ constexpr int blockRows = 128;
 // column norm: below it they are the rounding of the sums.
 constexpr double smallestPivot = 8.0 * std::numeric_limits<double>::epsilon();
 
-// Squared column norms whose roots have room on both sides as singles.
+// Squared column norms whose roots are far from the limits of single precision.
 constexpr double smallestSquare = 1e-60;
 constexpr double largestSquare = 1e60;
 
@@ -89,7 +89,7 @@ class ExtendedGram {
 
 // Row by row, the rows of R over all columns and that of d. Row k is what column p of the
 // product has left after the rows before it, p being the column that has most left.
-void factorPivoted(int n, int mostRows, const ExtendedGram& product, RankFactor& out) {
+void factorPivoted(int n, int mostRows, const ExtendedGram& product, PivotedFactor& out) {
   const auto length = static_cast<std::size_t>(n) + 1;
   std::vector<double> left(length);
   for (int j = 0; j < n; ++j) {
@@ -128,8 +128,8 @@ void factorPivoted(int n, int mostRows, const ExtendedGram& product, RankFactor&
 
 }  // namespace
 
-bool factorToRank(int m, int n, const float* K, int ldK, const float* d, RankFactor& out) {
-  out = RankFactor();
+bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, PivotedFactor& out) {
+  out = PivotedFactor();
   if (m < 1 || n < 1) {
     return false;
   }

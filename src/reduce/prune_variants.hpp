@@ -7,7 +7,7 @@
 
 namespace vorin::reduce {
 
-/// What a host hands in, and where the pruned problem goes.
+/// What a host passes, and where the pruned problem goes.
 struct KernelPruning {
   int nCols = 0;                 ///< columns of the kernel
   int nPoints = 0;               ///< points
@@ -30,8 +30,8 @@ struct KernelPruning {
 /// VorinPrune: one try at `target` bins. Rows are sums over a bin divided by
 /// s = sqrt(sum of v^2), which is also the bin's scale.
 ///   count  out: bins with points. Required: when no bin holds a point it keeps the
-///          number of edges that were laid, over an all-zero problem; with a mode
-///          that lays none it is 0.
+///          number of edges, over an all-zero problem; with a mode without edges it
+///          is 0.
 void pruneScaled(const KernelPruning& job, std::int32_t& count);
 
 /// VorinPrune2: for points of unequal noise v. Data and kernel rows are divided by v,

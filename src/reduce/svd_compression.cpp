@@ -115,7 +115,7 @@ namespace {
 constexpr float leastThreshold = 1e-6f;
 
 // W'y, rounded once; `count` rows of W' (rank x rank).
-std::vector<float> projectFactored(const RankFactor& factor, int count, const float* WT) {
+std::vector<float> projectFactored(const PivotedFactor& factor, int count, const float* WT) {
   std::vector<float> projected(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     double sum = 0.0;
@@ -131,13 +131,13 @@ std::vector<float> projectFactored(const RankFactor& factor, int count, const fl
 }  // namespace
 
 bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::int32_t& status) {
-  RankFactor factor;
+  PivotedFactor factor;
   if (job.ldC < job.mostRows || !(job.threshold >= leastThreshold) ||
-      !factorToRank(job.m, job.n, job.K, job.ldK, job.d, factor)) {
+      !pivotedCholesky(job.m, job.n, job.K, job.ldK, job.d, factor)) {
     return false;
   }
   const int rank = factor.rank;
-  // R' = V S W': what comes out in place of R' is V, by columns.
+  // R' = V S W': V replaces R', column-major.
   std::vector<float> S(static_cast<std::size_t>(job.n));
   std::vector<float> WT(static_cast<std::size_t>(rank) * static_cast<std::size_t>(rank));
   decomposeInPlace(job.n, rank, factor.transposed.data(), job.n, S.data(), WT.data());

@@ -42,7 +42,7 @@ struct Compression {
 
 /// Where the factors of one kernel stand.
 struct SvdFactors {
-  float* U = nullptr;   ///< m by n, without gaps
+  float* U = nullptr;   ///< m by n, contiguous
   float* VT = nullptr;  ///< n by n, V' and not V
   float* S = nullptr;   ///< n, the largest first
 };
@@ -69,10 +69,10 @@ void compressInScratch(int mode, const Compression& job, float* scratch, std::in
 /// The same with the library's own arrays, which stay allocated while the shape holds.
 void compressInKeptArrays(const Compression& job, std::int32_t& count, std::int32_t& status);
 
-/// The same for callers who show neither the factors nor the rows themselves, whose signs
-/// are another's: by way of the kernel's triangular factor (see rank_factor.hpp). False, with
-/// nothing written, where that does not serve: with thresholds below the rounding of singles,
-/// which keep rows of noise, for kernels that are not finite, empty or zero, and where the
+/// The same for callers to whom the signs of the rows do not matter: by way of the kernel's
+/// triangular factor (see pivoted_cholesky.hpp), whose rows may have the opposite sign. False,
+/// with nothing written, where that does not serve: with thresholds below 1e-6, where rounding
+/// decides which rows are kept, for kernels that are not finite, empty or zero, and where the
 /// capacity refuses.
 bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::int32_t& status);
 

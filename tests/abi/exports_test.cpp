@@ -39,7 +39,7 @@ std::map<std::string, Row> table() {
       continue;
     }
     EXPECT_TRUE(fields >> row.bytes >> row.linkage >> row.decorated) << line;
-    EXPECT_TRUE(rows.emplace(name, row).second) << "twice in the table: " << name;
+    EXPECT_TRUE(rows.emplace(name, row).second) << "repeated in the table: " << name;
   }
   return rows;
 }

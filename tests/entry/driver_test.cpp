@@ -1,4 +1,4 @@
-// The primary driver and its entries at a fixed weight: roads, report, log.
+// The primary driver and its entries at a fixed weight: branches, report, log.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -199,7 +199,7 @@ TEST_F(Driver, TheWantedCountIsClippedToTenFromBelow) {
 
 TEST_F(Driver, TheWantedCountIsClippedToTheCapacityFromAbove) {
   // With the two highest counts alike the pruned kernels are alike, and with them the
-  // reference. A tolerance that wants no pass keeps the solve cheap: what is left of it
+  // reference. A tolerance that needs no pass keeps the solve cheap: what is left of it
   // is one factorisation.
   const TestProblem<float> job = vorin::test::laplaceProblem<float>(700, 2, 0.01, 2);
   setText("PRMO", "LIN");

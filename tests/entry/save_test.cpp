@@ -187,7 +187,7 @@ TEST_F(Save, OneHundredPointsOnThirtyGridPointsReadBackToThePrecisionOfTheirFiel
 }
 
 TEST_F(Save, ShortEntriesSaveTheFitThatTheyThrowAway) {
-  // Without a section nobody reads it, and it isn't formed.
+  // Without a section it is not read and not formed.
   using Entry =
       void (*)(std::int32_t, std::int32_t, const float*, const float*, float*, std::int32_t*);
   for (const Entry entry : {Entry(Vorin_s), Entry(VorinC5_s)}) {

@@ -12,7 +12,7 @@
 
 namespace vorin::fuzz {
 
-/// An array on the heap without spare room behind it, as AddressSanitizer wants it.
+/// An array on the heap with no elements past its end, so that AddressSanitizer sees a write there.
 template <class T>
 class Exact {
  public:

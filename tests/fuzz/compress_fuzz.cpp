@@ -69,7 +69,7 @@ void withFactorsOutside(Bytes& bytes, const Shape& s) {
 }
 
 void withPruning(Bytes& bytes, const Shape& s) {
-  Exact<float> K(area(s.ldK, s.n)), Y(room(s.m)), T(room(s.m)), W(room(s.m));
+  Exact<float> K(area(s.ldK, s.n)), Y(room(s.m)), T(room(s.ldK)), W(room(s.m));
   const std::int32_t capacity = std::max({s.n, s.ldC, 1}) + bytes.byte() % 8;
   Exact<float> Yout(room(capacity)), Kout(area(capacity, s.n));
   bytes.fill(K);

@@ -1,5 +1,5 @@
 // Compression by way of the triangular factor: held to what the rows of S V' and U'd must be,
-// and to the decomposition of the kernel itself, which it replaces where nobody sees them.
+// and to the decomposition of the kernel itself, which it replaces where a host does not see them.
 #include "reduce/pivoted_cholesky.hpp"
 
 #include <gtest/gtest.h>
@@ -119,7 +119,7 @@ TEST(PivotedCholesky, RowsAreAsNearToSingularVectorsAsThoseOfTheWholeKernel) {
       EXPECT_NEAR(fast.count, whole.count, threshold < 1e-5f ? 1 : 0);
       const Faults found = faultsOf(call, fast, expected);
       const Faults usual = faultsOf(call, whole, expected);
-      // What a decomposition of singles does to the largest value by itself.
+      // What a single-precision decomposition does to the largest value by itself.
       constexpr double rounding = 4.0 * eps;
       EXPECT_LE(found.value, usual.value + rounding);
       EXPECT_LE(found.length, usual.length + rounding);
@@ -140,8 +140,8 @@ TEST(PivotedCholesky, TheFactorHasTheKernelsProductsAndNoMoreRowsThanItsRank) {
   // Small integers, so that products are exact; the third column is the sum of the others.
   const std::vector<float> K = {1, 2, 3, 4, 0, 1, 0, -1, 1, 3, 3, 3};
   const std::vector<float> d = {2, 0, 1, 1};
-  vorin::reduce::RankFactor factor;
-  ASSERT_TRUE(vorin::reduce::factorToRank(4, 3, K.data(), 4, d.data(), factor));
+  vorin::reduce::PivotedFactor factor;
+  ASSERT_TRUE(vorin::reduce::pivotedCholesky(4, 3, K.data(), 4, d.data(), factor));
   ASSERT_EQ(factor.rank, 2);
   for (std::size_t a = 0; a < 3; ++a) {
     for (std::size_t b = 0; b < 3; ++b) {

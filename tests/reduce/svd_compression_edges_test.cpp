@@ -272,7 +272,7 @@ TEST(CompSvdEdges, FactorsOfAnEarlierCallServeASecondDataVector) {
 }
 
 TEST(CompSvdEdges, GivenFactorsAreProjectedAsTheFormulaSays) {
-  // Factors nobody would compute, m = 3, n = 2: S = (4, 1), U and V' plain numbers.
+  // Factors that no kernel has, m = 3, n = 2: S = (4, 1), U and V' plain numbers.
   const Factors f{{1, 2, 3, 4, 5, 6}, {10, 20, 30, 40}, {4, 1}};
   const CompressionCall call{3, 2, 3, 2, {}, {1, 10, 100}, 0.25f, 2};
   for (const Compressed& out : {compressScratch(call, 0, f), compressArrays(call, 0, f)}) {

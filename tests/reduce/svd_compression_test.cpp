@@ -228,7 +228,7 @@ TEST(CompSvd, AllFormsGiveTheSameBits) {
   }
 }
 
-TEST(CompSvd, FactorsAreHandedBackWhereTheHostKeepsThem) {
+TEST(CompSvd, FactorsAreReturnedWhereTheHostKeepsThem) {
   for (const Case& c : cases()) {
     const std::vector<double> S = c.singularValues();
     for (const Variant variant : {Variant::untruncated, Variant::scratch, Variant::arrays}) {

@@ -94,7 +94,7 @@ SIGNATURES: Dict[str, str] = {
     "SVDT:f& SVDN:i& count:i&> Kc:f[ldC,n]<> dc:f[n]> scratch:f[scratchLen]<> status:i&<>",
     "VorinCompSVD3z_s": "mode:i& m:i& n:i& ldK:i& ldC:i& K:f[ldK,n] d:f[m] SVDT:f& SVDN:i& "
     "count:i&> Kc:f[ldC,n]<> dc:f[n]> U:f[m,n]<> VT:f[n,n]<> S:f[n]<> status:i&<>",
-    "VorinComp_s": "n:i nf:i ldK:i cap:i Y:f[nf] T:f[nf] K:f[ldK,n] W:f[nf] first:i last:i "
+    "VorinComp_s": "n:i nf:i ldK:i cap:i Y:f[nf] T:f[ldK] K:f[ldK,n] W:f[nf] first:i last:i "
     "want:i pmode:i SVDT:f SVDN:i count:i&<> Yout:f[cap]<> Kout:f[cap,n]<> status:i&<>",
     "debug2_sp": _CORNER.format(r="f", w="<>"),
     "debug2_dp": _CORNER.format(r="d", w="<>"),

@@ -4,8 +4,8 @@
 
 namespace vorin::reduce {
 
-bool factorToRank(int /*m*/, int /*n*/, const float* /*K*/, int /*ldK*/, const float* /*d*/,
-                  RankFactor& /*out*/) {
+bool pivotedCholesky(int /*m*/, int /*n*/, const float* /*K*/, int /*ldK*/, const float* /*d*/,
+                     PivotedFactor& /*out*/) {
   return false;
 }
 
