@@ -113,7 +113,8 @@ bool gesvdShort(int m, int n, double* a, double* s, double* u, double* vt) {
   const int k = std::min(m, n);
   int info = 0;
   const auto call = [&](double* work, int workLength) {
-    dgesvd_("S", "S", &m, &n, a, &m, s, u, &m, vt, &k, work, &workLength, &info, 1, 1);
+    dgesvd_(u == nullptr ? "N" : "S", "S", &m, &n, a, &m, s, u, &m, vt, &k, work, &workLength,
+            &info, 1, 1);
   };
   double best = 0.0;
   call(&best, -1);

@@ -103,6 +103,12 @@ TEST(Lapack, ShortFormGivesAsManyVectorsAsSingularValues) {
       }
     }
   }
+  std::vector<double> a{3.0, 4.0, 0.0, 0.0, 5.0, 0.0};
+  std::vector<double> s(2);
+  std::vector<double> vt(4);
+  EXPECT_TRUE(vorin::gesvdShort(3, 2, a.data(), s.data(), nullptr, vt.data()));
+  EXPECT_DOUBLE_EQ(s[0], 3.0 * std::sqrt(5.0));
+  EXPECT_DOUBLE_EQ(std::abs(vt[0]), std::sqrt(0.5));
   EXPECT_TRUE(vorin::gesvdShort(0, 3, nullptr, nullptr, nullptr, nullptr));
 }
 

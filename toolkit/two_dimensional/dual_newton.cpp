@@ -1,0 +1,181 @@
+#include "toolkit/two_dimensional/dual_newton.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include "toolbox/kernels/kernels.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+constexpr int kMostSteps = 200;
+constexpr int kMostHalvings = 40;
+constexpr double kGradient = 1e-12;
+constexpr double kArmijo = 1e-4;
+
+double dot(const std::vector<double>& a, const std::vector<double>& b) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    sum += a[i] * b[i];
+  }
+  return sum;
+}
+
+/// Solves L L' x = b in place (L: n x n, column-major, lower triangle).
+void solveWithFactor(int size, const std::vector<double>& L, std::vector<double>& b) {
+  const auto n = static_cast<std::size_t>(size);
+  for (std::size_t j = 0; j < n; ++j) {
+    const double* column = L.data() + j * n;
+    b[j] /= column[j];
+    for (std::size_t i = j + 1; i < n; ++i) {
+      b[i] -= column[i] * b[j];
+    }
+  }
+  for (std::size_t j = n; j-- > 0;) {
+    const double* column = L.data() + j * n;
+    double sum = b[j];
+    for (std::size_t i = j + 1; i < n; ++i) {
+      sum -= column[i] * b[i];
+    }
+    b[j] = sum / column[j];
+  }
+}
+
+/// One minimisation: what its steps share.
+class Minimiser {
+ public:
+  Minimiser(const CompressedMap& map, const std::vector<double>& d, double w, double tolerance,
+            DualState& state)
+      : map_(map),
+        d_(d),
+        w_(w),
+        tolerance_(tolerance),
+        state_(state),
+        z_(cells()),
+        change_(cells()),
+        fit_(rows()),
+        gradient_(rows()),
+        step_(rows()),
+        G_(rows() * rows()),
+        pivots_(rows()) {
+    state_.c.resize(rows(), 0.0);
+    map_.transposeTimes(state_.c.data(), z_.data());
+    evaluate();
+  }
+
+  bool run() {
+    for (int step = 0; step < kMostSteps; ++step) {
+      if (isOptimal()) {
+        return true;
+      }
+      if (!setNewtonStep() || !moveAlongStep()) {
+        return false;
+      }
+      ++state_.steps;
+      evaluate();
+    }
+    return isOptimal();
+  }
+
+ private:
+  std::size_t rows() const { return static_cast<std::size_t>(map_.rows()); }
+  std::size_t cells() const { return static_cast<std::size_t>(map_.cells()); }
+
+  /// Map, fit and gradient from c and z = A' c.
+  void evaluate() {
+    state_.F.resize(cells());
+    for (std::size_t k = 0; k < cells(); ++k) {
+      state_.F[k] = std::max(0.0, z_[k]);
+    }
+    map_.times(state_.F.data(), fit_.data());
+    state_.squares = 0.0;
+    gradientSquares_ = 0.0;
+    for (std::size_t r = 0; r < rows(); ++r) {
+      const double residual = fit_[r] - d_[r];
+      gradient_[r] = residual + w_ * state_.c[r];
+      state_.squares += residual * residual;
+      gradientSquares_ += gradient_[r] * gradient_[r];
+    }
+    const double primal = state_.squares + w_ * dot(state_.F, state_.F);
+    state_.gap = primal > 0.0 ? gradientSquares_ / primal : 0.0;
+  }
+
+  bool isOptimal() const {
+    return state_.gap <= tolerance_ || gradientSquares_ <= kGradient * kGradient * dot(d_, d_);
+  }
+
+  bool setNewtonStep() {
+    map_.gram(state_.F.data(), G_.data());
+    for (std::size_t r = 0; r < rows(); ++r) {
+      G_[r * rows() + r] += w_;
+      step_[r] = -gradient_[r];
+    }
+    kernels::table<double>().cholesky(map_.rows(), map_.rows(), G_.data(), pivots_.data());
+    if (!std::all_of(pivots_.begin(), pivots_.end(), [](double pivot) { return pivot > 0.0; })) {
+      return false;
+    }
+    solveWithFactor(map_.rows(), G_, step_);
+    return true;
+  }
+
+  /// chi, at the length `t` along the step, less its value at 0: as a difference, since the two
+  /// agree in most of their digits near the minimum.
+  double changeOfChi(double t) const {
+    double sum = 0.0;
+    for (std::size_t k = 0; k < cells(); ++k) {
+      const double before = state_.F[k];
+      const double after = std::max(0.0, z_[k] + t * change_[k]);
+      sum += 0.5 * (after - before) * (after + before);
+    }
+    return sum + t * (w_ * dot(state_.c, step_) - dot(d_, step_)) +
+           0.5 * t * t * w_ * dot(step_, step_);
+  }
+
+  bool moveAlongStep() {
+    map_.transposeTimes(step_.data(), change_.data());
+    const double slope = dot(gradient_, step_);
+    double t = 1.0;
+    for (int halving = 0; halving < kMostHalvings; ++halving, t *= 0.5) {
+      if (changeOfChi(t) <= kArmijo * t * slope) {
+        break;
+      }
+    }
+    // Near the minimum the decrease drowns in rounding: the whole step is right there, and the
+    // gap tells whether it was.
+    if (t < 1e-9) {
+      t = 1.0;
+      if (!(gradientSquares_ <= 1e-6 * kGradient * dot(d_, d_) || state_.gap <= 1e-8)) {
+        return false;
+      }
+    }
+    for (std::size_t r = 0; r < rows(); ++r) {
+      state_.c[r] += t * step_[r];
+    }
+    map_.transposeTimes(state_.c.data(), z_.data());
+    return true;
+  }
+
+  const CompressedMap& map_;
+  const std::vector<double>& d_;
+  double w_;
+  double tolerance_;
+  DualState& state_;
+  std::vector<double> z_;       ///< A' c
+  std::vector<double> change_;  ///< A' step
+  std::vector<double> fit_;     ///< A F
+  std::vector<double> gradient_;
+  std::vector<double> step_;
+  std::vector<double> G_;
+  std::vector<double> pivots_;
+  double gradientSquares_ = 0.0;
+};
+
+}  // namespace
+
+bool solveDual(const CompressedMap& map, const std::vector<double>& d, double w, double tolerance,
+               DualState& state) {
+  return Minimiser(map, d, w, tolerance, state).run();
+}
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,42 @@
+// The non-negative map at one weight, by Newton's method on the dual problem.
+#pragma once
+
+#include <vector>
+
+#include "toolkit/two_dimensional/compressed_map.hpp"
+
+namespace vorin::toolkit {
+
+/// The state of the dual iteration, kept from weight to weight.
+struct DualState {
+  std::vector<double> c;  ///< a multiplier a row; A' c, cut at 0, is the map
+  std::vector<double> F;  ///< the map (cells), scaled like the columns of A
+  double squares = 0.0;   ///< |A F - d|^2
+  double gap = 0.0;       ///< duality gap over the primal value
+  int steps = 0;          ///< Newton steps, summed over all calls
+};
+
+/// Relative duality gaps: of a map that is left as a result, and of one on the way to another
+/// weight, whose sum of squares alone matters.
+inline constexpr double kOptimal = 1e-11;
+inline constexpr double kOnTheWay = 1e-6;
+
+/// Minimises 1/2 |A F - d|^2 + w/2 |F|^2 over F >= 0 from the multipliers of `state`, and leaves
+/// the minimiser there. `w` is above 0.
+///
+/// The dual (Butler, Reeds and Dawson, SIAM J. Numer. Anal. 18, 381, 1981) is the unconstrained
+/// minimum of the convex function
+///   chi(c) = 1/2 |max(0, A' c)|^2 + w/2 |c|^2 - c' d,
+/// whose gradient is g = A F + w c - d with F = max(0, A' c), and whose Hessian is A H A' + w I
+/// with H the cells above 0. A step solves with the Cholesky factor of the Hessian and is halved
+/// until chi falls enough (Armijo's rule; Nocedal and Wright, Numerical Optimization, 2nd ed.,
+/// 2006, section 3.1): undamped, the iteration cycles at the small weights of good data.
+///
+/// With the multipliers w c the dual value is -w chi, and primal less dual value is exactly
+/// |g|^2 / 2. The iteration ends when this gap is below `tolerance` of the primal value, or, for
+/// fits so close that rounding does not allow that, when |g| is below 1e-12 of |d|. Returns
+/// false when neither is reached within 200 steps or no step lowers chi.
+bool solveDual(const CompressedMap& map, const std::vector<double>& d, double w, double tolerance,
+               DualState& state);
+
+}  // namespace vorin::toolkit

@@ -1,0 +1,25 @@
+// The parts of a two-dimensional problem that inversion and bootstrap share.
+#pragma once
+
+#include <vector>
+
+#include "toolkit/two_dimensional/compressed_map.hpp"
+#include "toolkit/two_dimensional/map_inversion.hpp"
+
+namespace vorin::toolkit {
+
+/// The kernel of axis 1 or 2: samples by grid, column-major.
+std::vector<double> axisKernel(const MapData& data, const MapSettings& settings, int axis);
+
+/// Its decomposition, cut where singular values are mostly rounding.
+KernelFactor axisFactor(const MapData& data, const MapSettings& settings, int axis);
+
+/// Pairs below this part of the largest product of singular values carry no signal that stands
+/// out of the noise of good data: the rows of the search for the weight.
+inline constexpr double kSearchCut = 1e-4;
+
+/// The problem with all pairs that matter at `weight` (scaled): a pair far below its root moves
+/// the map by no more than the square of their ratio.
+CompressedMap problemAt(double weight, const KernelFactor& first, const KernelFactor& second);
+
+}  // namespace vorin::toolkit
