@@ -80,7 +80,7 @@ std::string decadeTics(std::string_view axis, const std::vector<double>& grid, Q
       list += fmt::format(", '' {:.6g} 1", decade + std::log10(digit));
     }
   }
-  return fmt::format("set {}tics ({})\n", axis, list);
+  return fmt::format("set {}tics nomirror ({})\n", axis, list);
 }
 
 std::string axisTitle(Kernel kernel) {

@@ -237,11 +237,11 @@ MapData readSpinsolve(const fs::path& folder, std::vector<double>& imaginary) {
 double turnMapToReal(MapData& data, std::vector<double>& imaginary, Kernel kernel1,
                      Kernel kernel2) {
   MeasuredDecay all{{{}, std::move(data.samples), {}}, std::move(imaginary)};
-  double angle = turnToReal(all, Kernel::t2);
+  double angle = phaseCorrect(all, Kernel::t2);
   data.samples = std::move(all.decay.amplitude);
   imaginary = std::move(all.imaginary);
   data.quadratureNoise = all.decay.quadratureNoise;
-  // turnToReal makes the sum positive. An inversion recovery may have a negative one: its last
+  // phaseCorrect makes the sum positive. An inversion recovery may have a negative one: its last
   // row (or column) decides, where the magnetisation has recovered.
   const std::size_t columns = data.times2.size();
   double end = 0.0;

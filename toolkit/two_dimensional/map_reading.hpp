@@ -38,7 +38,7 @@ struct MeasuredMap {
 /// do not rise, and matrices that do not fit together.
 MeasuredMap readMap(const std::filesystem::path& path, const MapFormat& format);
 
-/// Turns complex data by the phase of turnToReal(), sets the quadrature noise, and returns the
+/// Turns complex data by the phase of phaseCorrect(), sets the quadrature noise, and returns the
 /// angle in radians. An inversion recovery is turned so that its recovered end is positive.
 double turnMapToReal(MapData& data, std::vector<double>& imaginary, Kernel kernel1, Kernel kernel2);
 
