@@ -76,7 +76,8 @@ TEST_P(Documents, ShowWhatTheProgramPrints) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, Documents,
-                         testing::Values("guide.md", "invert.md", "mathematics.md"),
+                         testing::Values("guide.md", "invert.md", "mathematics.md",
+                                         "two_dimensional.md"),
                          [](const auto& row) {
                            const std::string name = row.param;
                            return name.substr(0, name.find('.'));

@@ -88,7 +88,7 @@ void requireUsable(const MapData& data, const MapSettings& settings);
 /// with d the compressed data: what the projection leaves is noise alone.
 ///
 /// Weight by the noise: the sum of squares |A F - d|^2 grows with w from the least that a map
-/// F >= 0 reaches. The aim is this least plus ten noise variances (or ten of what the least fit
+/// F >= 0 reaches. The aim is this least plus 14 noise variances (or 14 of what the least fit
 /// leaves a row, where the data lie further from every map than the noise): further down F follows
 /// the noise, further up the penalty takes signal away. The aim is one of the rows and not of all
 /// samples; N is larger than m by far, so that a chi-squared of all samples hardly feels a loss of
