@@ -25,8 +25,8 @@ class Invert2d : public testing::Test {
     ASSERT_EQ(outcome.status, 0) << outcome.err;
   }
 
-  Json json(std::vector<std::string> more = {}) {
-    std::vector<std::string> words{"invert2d", "data.csv",  "--grid1", "1ms:10s:30",
+  Json json(std::vector<std::string> more = {}, const std::string& grid1 = "1ms:10s:30") {
+    std::vector<std::string> words{"invert2d", "data.csv",  "--grid1", grid1,
                                    "--grid2",  "1ms:3s:31", "--json",  "-"};
     words.insert(words.end(), more.begin(), more.end());
     const Outcome outcome = runProgram(folder.path(), words);
@@ -134,7 +134,7 @@ TEST_F(Invert2d, TwoChannelsTellPhaseAndNoise) {
 
 TEST_F(Invert2d, OtherKernelsAndTheBootstrap) {
   simulate({"--kernels", "diffusion,t2"});
-  const Json result = json({"--kernels", "diffusion,t2", "--grid1", "1e-11:1e-8:30"});
+  const Json result = json({"--kernels", "diffusion,t2"}, "1e-11:1e-8:30");
   EXPECT_FALSE(result["peaks"][0].contains("ratio"));
   EXPECT_NEAR(result["peaks"][0]["log_mean1"].get<double>(), 2e-9, 1e-10);
   simulate({"--kernels", "t1-saturation,t2"});
