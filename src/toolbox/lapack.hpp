@@ -28,7 +28,8 @@ void gesvd(int m, int n, float* a, int lda, float* s, float* vt, int ldvt);
 
 /// The same in its short form: with k = min(m, n), `u` (m by k, contiguous) takes the first k
 /// columns of U and `vt` (k by n, contiguous) the first k rows of V'; `a` (m by n, contiguous)
-/// is destroyed. Without U (`u` null) a tall matrix costs a third. Returns false when the iteration for the singular values does not converge.
+/// is destroyed. Without U (`u` null) a tall matrix costs a third. Returns false when the
+/// iteration for the singular values does not converge.
 /// m or n below 1 does nothing and succeeds. The matrix must be finite.
 bool gesvdShort(int m, int n, double* a, double* s, double* u, double* vt);
 
