@@ -23,9 +23,9 @@ Route routeOf(std::int32_t code) {
   }
 }
 
-// What a fresh dual vector holds on the converting routes. The double iteration
-// only compares with it in its first pass; the single one starts from it, as the
-// weight search starts from ones.
+// The elements of a new dual vector on the converting routes. The double-precision
+// iteration only compares with it in its first pass; the single-precision one starts from
+// it, as the weight search starts from ones.
 constexpr double freshDualDouble = 0.0;
 constexpr float freshDualSingle = 1.0f;
 

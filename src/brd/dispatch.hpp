@@ -17,8 +17,8 @@ namespace vorin::brd {
 bool iteratesInSinglePrecision();
 
 /// Solves `problem` at `weight` by the route that BRDA names.
-///   f   in and out, n: the distribution. The single iteration overwrites what it
-///       held; the converting routes start from 1.0 whatever it held.
+///   f   in and out, n: the distribution. The single-precision iteration does not
+///       read it; the converting routes start from 1.0.
 ///   c   in and out, m: the dual vector. The single iteration starts from it and
 ///       updates it, so that a search that hands in the same c starts warm; the
 ///       other routes neither read nor write it.

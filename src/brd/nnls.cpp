@@ -53,7 +53,7 @@ class NnlsSolver {
       params::VorinLogLine(NnlsTwin<Real>::module, "E", "NNLS quitting on iteration count");
       params::flushLog();  // a fit that a host calls by itself closes no log
     }
-    rnorm = close();
+    rnorm = finish();
     return solved ? nnlsSolved : nnlsIterationLimit;
   }
 
@@ -263,8 +263,8 @@ class NnlsSolver {
     rotate(cterm, sterm, b_[k - 1], b_[k]);
   }
 
-  /// The closing act: returns the norm of the residual and publishes the set.
-  Real close() {
+  /// Returns the norm of the residual and converts `index` to column numbers from 1.
+  Real finish() {
     Real sum = 0;
     for (std::ptrdiff_t l = nsetp_; l < m_; ++l) {
       sum += b_[l] * b_[l];

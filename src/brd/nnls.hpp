@@ -18,8 +18,8 @@ enum NnlsMode : std::int32_t {
 /// Minimises |A x - b| subject to x >= 0. The m-by-n shape is that of the view `A`.
 ///   A      in and out: m by n; overwritten with Q A, Q orthogonal
 ///   b      in and out: m; overwritten with Q b
-///   x      out: solution, n. After nnlsIterationLimit what the last complete
-///          solve gave.
+///   x      out: solution, n. After nnlsIterationLimit that of the last
+///          complete solve.
 ///   rnorm  out: Euclidean norm of the residual
 ///   w      out: dual vector A'(b - A x), n; 0 for the positive elements of x, at
 ///          most 0 for the others; all 0 when P holds as many columns as A has rows

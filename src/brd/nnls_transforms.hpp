@@ -19,10 +19,10 @@ enum class H12Mode { buildAndApply = 1, apply = 2 };
 ///   u          in and out: m; on building, u(pivot) takes the transformed element
 ///   up         out on building, in on applying: what the vector of the transformation
 ///              holds in the place of u(pivot)
-///   C          in and out: at least m rows; its columns are transformed. No column
-///              is good.
+///   C          in and out: at least m rows; its columns are transformed; it may
+///              have none.
 /// A vector that is zero changes nothing, nor does a product up * u(pivot) that is
-/// not below zero, as no transformation has one; NaN falls under it.
+/// not below zero, which no transformation has; a NaN counts as such.
 template <class Real>
 void H12(H12Mode mode, std::ptrdiff_t pivot, std::ptrdiff_t l1, std::ptrdiff_t m,
          VectorView<Real> u, Real& up, MatrixView<Real> C) {

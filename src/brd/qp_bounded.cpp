@@ -10,24 +10,24 @@ namespace vorin::brd {
 namespace {
 
 constexpr double epsilon = std::numeric_limits<double>::epsilon();
-constexpr double endless = std::numeric_limits<double>::infinity();
+constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // A gradient counts as negative below -gradientRounding times the terms it is summed
 // from: the rounding of the sum itself and no more. At weights far below the kernel's
-// own scale the objective is so flat that a gradient of 1e-13 of its terms, left
-// standing, would move the solution visibly.
+// own scale the objective is so flat that a gradient of 1e-13 of its terms, if
+// ignored, would change the solution visibly.
 constexpr double gradientRounding = epsilon;
 
 // A free element may be bound when its gradient would then be this fraction of its terms:
 // what the factorisation and solve of its block leave of a true zero.
 constexpr double solveRounding = 16.0 * epsilon;
 
-// What the conditions must hold to for a solution to be called one; the steps above
-// reach rounding, so that only a broken-down computation fails it.
+// The tolerance of the final check of the conditions. The steps reach rounding error, so
+// that only a computation that has broken down fails it.
 constexpr double acceptedGradient = 1e-10;
 
-// Rounds of block exchanges that may pass without fewer violated conditions than ever
-// before. Three is what the method's authors and those after them found enough.
+// Rounds of block exchanges allowed without a new least number of violated conditions; the
+// authors of the method report that three suffice.
 constexpr int patience = 3;
 
 }  // namespace
@@ -48,24 +48,23 @@ QpStatus BoundedMinimum::solve() {
     freeOneByOne();
   }
   bindDegenerate();
-  return judge();
+  return checkConditions();
 }
 
-// Free and bound elements that violate their condition change sides together.
+// All elements that violate their condition change between free and bound together.
 bool BoundedMinimum::exchangeBlocks() {
-  std::vector<char> isFree(x_.size(), 0);
-  std::vector<int> indices;
+  IndexedVector<char> isFree(x_.size(), 0);
+  IndexedVector<int> indices;
   int fewest = n_ + 1;
   int rounds = patience;
   for (;;) {
     updateGradient();
     int count = 0;
     for (int i = 0; i < n_; ++i) {
-      const auto at = static_cast<std::size_t>(i);
-      const bool wrong = isFree[at] ? !(x_[at] > 0.0) : violated(i);
+      const bool wrong = isFree[i] ? !(x_[i] > 0.0) : violated(i);
       count += wrong;
       if (wrong) {
-        isFree[at] = !isFree[at];
+        isFree[i] = !isFree[i];
       }
     }
     if (count == 0) {
@@ -75,7 +74,7 @@ bool BoundedMinimum::exchangeBlocks() {
     fewest = std::min(count, fewest);
     indices.clear();
     for (int i = 0; i < n_; ++i) {
-      if (isFree[static_cast<std::size_t>(i)]) {
+      if (isFree[i]) {
         indices.push_back(i);
       }
     }
@@ -90,14 +89,14 @@ bool BoundedMinimum::exchangeBlocks() {
 
 void BoundedMinimum::freeOneByOne() {
   // In exact arithmetic no set of free elements comes twice, and about n steps are
-  // usual; in rounding the last of them may go round in circles.
-  const long limit = 20L * n_ + 100;
-  for (long step = 0; step < limit; ++step) {
+  // usual; rounding errors can make the last of them cycle.
+  const std::ptrdiff_t limit = std::ptrdiff_t{20} * n_ + 100;
+  for (std::ptrdiff_t step = 0; step < limit; ++step) {
     updateGradient();
     std::fill(refused_.begin(), refused_.end(), char(0));
     int i = nextToFree();
-    while (i >= 0 && !free(i)) {
-      refused_[static_cast<std::size_t>(i)] = 1;
+    while (i >= 0 && !tryToFree(i)) {
+      refused_[i] = 1;
       i = nextToFree();
     }
     if (i < 0 || !stepToMinimum()) {
@@ -106,18 +105,17 @@ void BoundedMinimum::freeOneByOne() {
   }
 }
 
-// The bound element whose release promises most, in its own units; -1 for none.
+// The bound element with the steepest descent in the scale of its diagonal; -1 for none.
 int BoundedMinimum::nextToFree() const {
   int best = -1;
   double bestSlope = -1.0;
   for (int i = 0; i < n_; ++i) {
-    const auto at = static_cast<std::size_t>(i);
-    if (x_[at] > 0.0 || refused_[at] || !violated(i)) {
+    if (x_[i] > 0.0 || refused_[i] || !violated(i)) {
       continue;
     }
-    // Without a positive diagonal there is no minimum; the factor will say so.
-    const double diagonal = Q_[i + static_cast<long>(i) * n_];
-    const double slope = diagonal > 0.0 ? -y_[at] / std::sqrt(diagonal) : endless;
+    // Without a positive diagonal there is no minimum, which the factorisation reports.
+    const double diagonal = Q_[i + std::ptrdiff_t{i} * n_];
+    const double slope = diagonal > 0.0 ? -y_[i] / std::sqrt(diagonal) : infinity;
     if (slope > bestSlope) {
       best = i;
       bestSlope = slope;
@@ -126,30 +124,30 @@ int BoundedMinimum::nextToFree() const {
   return best;
 }
 
-// Adds i to the free elements, unless the block has no factor then or i would turn out
-// negative, which only rounding can do.
-bool BoundedMinimum::free(int i) {
+// Adds i to the free elements, unless the block then has no factor or i would become
+// negative, which only rounding error can cause.
+bool BoundedMinimum::tryToFree(int i) {
   if (!factor_.append(i)) {
     singular_ = true;
     return false;
   }
-  if (findFreeMinimum() && z_[static_cast<std::size_t>(factor_.size() - 1)] > 0.0) {
+  if (findFreeMinimum() && z_[factor_.size() - 1] > 0.0) {
     return true;
   }
   factor_.remove(factor_.size() - 1);
   return false;
 }
 
-// From x towards the minimum over the free elements; what reaches its bound on the way
-// is bound there, and the road goes on without it.
+// Moves x towards the minimum over the free elements. An element that reaches its bound on
+// the way stays there, and the step goes on with the others.
 bool BoundedMinimum::stepToMinimum() {
   while (findFreeMinimum()) {
-    const std::vector<int>& indices = factor_.indices();
+    const IndexedVector<int>& indices = factor_.indices();
     double length = 1.0;
     int first = -1;
     for (int k = 0; k < factor_.size(); ++k) {
-      const double from = x_[static_cast<std::size_t>(indices[static_cast<std::size_t>(k)])];
-      const double to = z_[static_cast<std::size_t>(k)];
+      const double from = x_[indices[k]];
+      const double to = z_[k];
       if (to > 0.0) {
         continue;
       }
@@ -164,8 +162,8 @@ bool BoundedMinimum::stepToMinimum() {
       return true;
     }
     for (int k = factor_.size() - 1; k >= 0; --k) {
-      double& value = x_[static_cast<std::size_t>(indices[static_cast<std::size_t>(k)])];
-      value += length * (z_[static_cast<std::size_t>(k)] - value);
+      double& value = x_[indices[k]];
+      value += length * (z_[k] - value);
       if (k == first || !(value > 0.0)) {
         value = 0.0;
         factor_.remove(k);
@@ -175,24 +173,23 @@ bool BoundedMinimum::stepToMinimum() {
   return false;
 }
 
-// A free element that is zero but for rounding, and whose gradient would be zero but for
-// rounding at the bound, belongs there: its sign is an accident.
+// Binds a free element that is zero up to rounding error and whose gradient at the bound
+// would be zero up to rounding error: its sign is rounding error.
 void BoundedMinimum::bindDegenerate() {
-  constexpr double suspicious = 1e-12;
+  constexpr double nearZero = 1e-12;
   const double largest = n_ > 0 ? *std::max_element(x_.begin(), x_.end()) : 0.0;
   bool found = false;
   for (int k = factor_.size() - 1; k >= 0; --k) {
-    const int i = factor_.indices()[static_cast<std::size_t>(k)];
-    const auto at = static_cast<std::size_t>(i);
-    if (x_[at] > suspicious * largest) {
+    const int i = factor_.indices()[k];
+    if (x_[i] > nearZero * largest) {
       continue;
     }
     // With i bound, the gradient is -x(i) over element (i, i) of the inverse block.
     std::fill(z_.begin(), z_.end(), 0.0);
-    z_[static_cast<std::size_t>(k)] = 1.0;
+    z_[k] = 1.0;
     factor_.solve(z_.data());
-    if (x_[at] <= solveRounding * size_[at] * z_[static_cast<std::size_t>(k)]) {
-      x_[at] = 0.0;
+    if (x_[i] <= solveRounding * size_[i] * z_[k]) {
+      x_[i] = 0.0;
       factor_.remove(k);
       found = true;
     }
@@ -203,10 +200,10 @@ void BoundedMinimum::bindDegenerate() {
   }
 }
 
-// z = -Q(P, P)^-1 g(P); false when it can't be represented with room to compute.
+// z = -Q(P, P)^-1 g(P); false when further sums of it could overflow.
 bool BoundedMinimum::findFreeMinimum() {
   constexpr double tooLarge = std::numeric_limits<double>::max() / 4.0;
-  const std::vector<int>& indices = factor_.indices();
+  const IndexedVector<int>& indices = factor_.indices();
   for (std::size_t k = 0; k < indices.size(); ++k) {
     z_[k] = -g_[indices[k]];
   }
@@ -216,45 +213,42 @@ bool BoundedMinimum::findFreeMinimum() {
 }
 
 void BoundedMinimum::takeFreeMinimum() {
-  const std::vector<int>& indices = factor_.indices();
+  const IndexedVector<int>& indices = factor_.indices();
   for (std::size_t k = 0; k < indices.size(); ++k) {
-    x_[static_cast<std::size_t>(indices[k])] = z_[k];
+    x_[indices[k]] = z_[k];
   }
 }
 
 void BoundedMinimum::updateGradient() {
   for (int i = 0; i < n_; ++i) {
-    y_[static_cast<std::size_t>(i)] = g_[i];
-    size_[static_cast<std::size_t>(i)] = std::abs(g_[i]);
+    y_[i] = g_[i];
+    size_[i] = std::abs(g_[i]);
   }
-  // z has nothing to hold between two solves.
-  const std::vector<int>& indices = factor_.indices();
-  std::transform(indices.begin(), indices.end(), z_.begin(),
-                 [this](int j) { return x_[static_cast<std::size_t>(j)]; });
+  // z is free between two solves.
+  const IndexedVector<int>& indices = factor_.indices();
+  std::transform(indices.begin(), indices.end(), z_.begin(), [this](int j) { return x_[j]; });
   kernels::table<double>().addColumns(n_, factor_.size(), indices.data(), Q_, z_.data(), y_.data(),
                                       size_.data());
 }
 
 bool BoundedMinimum::violated(int i) const {
-  const auto at = static_cast<std::size_t>(i);
-  return y_[at] < -gradientRounding * size_[at];
+  return y_[i] < -gradientRounding * size_[i];
 }
 
-// An overflow in the terms would make every allowance infinite. A minimum over the free
-// elements says nothing of a Hessian that turns down elsewhere; its diagonal shows some.
-QpStatus BoundedMinimum::judge() const {
+// An overflow in the terms would make every tolerance infinite. A minimum over the free
+// elements does not exclude negative curvature elsewhere; the diagonal shows some of it.
+QpStatus BoundedMinimum::checkConditions() const {
   bool solved = true;
-  bool sound = true;
+  bool regular = true;
   for (int i = 0; i < n_; ++i) {
-    const auto at = static_cast<std::size_t>(i);
-    const double allowed = acceptedGradient * size_[at];
-    solved = solved && y_[at] >= -allowed && (x_[at] == 0.0 || y_[at] <= allowed);
-    sound = sound && std::isfinite(size_[at]) && Q_[i + static_cast<long>(i) * n_] >= 0.0;
+    const double allowed = acceptedGradient * size_[i];
+    solved = solved && y_[i] >= -allowed && (x_[i] == 0.0 || y_[i] <= allowed);
+    regular = regular && std::isfinite(size_[i]) && Q_[i + std::ptrdiff_t{i} * n_] >= 0.0;
   }
-  if (solved && sound) {
+  if (solved && regular) {
     return qpSolved;
   }
-  return sound && !singular_ ? qpLimitReached : qpNotPositiveDefinite;
+  return regular && !singular_ ? qpLimitReached : qpNotPositiveDefinite;
 }
 
 }  // namespace vorin::brd

@@ -10,8 +10,8 @@ namespace vorin::brd {
 namespace {
 
 // A pivot is the squared distance of a column from the span of those before it. Below
-// the rounding of the diagonal that it is left over from, it says nothing any more. The
-// comparison is false for a NaN, and for infinities, which no factor can hold.
+// the rounding error of the diagonal element it has no correct digit. The comparison is
+// false for a NaN and for infinities.
 bool usablePivot(double pivot, double diagonal) {
   return pivot > std::numeric_limits<double>::epsilon() * diagonal;
 }
@@ -23,27 +23,25 @@ BlockFactor::BlockFactor(int n, const double* Q, double* storage)
   indices_.reserve(static_cast<std::size_t>(n));
 }
 
-bool BlockFactor::assign(const std::vector<int>& indices) {
+bool BlockFactor::assign(const IndexedVector<int>& indices) {
   indices_ = indices;
   const int p = size();
-  // Neighbours in the list mostly are neighbours in Q: a run of them is copied at a time.
+  // Neighbours in the list mostly are neighbours in Q and are copied together.
   int end = 0;
   for (int begin = 0; begin < p; begin = end) {
-    const int first = indices_[static_cast<std::size_t>(begin)];
-    for (end = begin + 1; end < p && indices_[static_cast<std::size_t>(end)] == first + end - begin;
-         ++end) {
+    const int first = indices_[begin];
+    for (end = begin + 1; end < p && indices_[end] == first + end - begin; ++end) {
     }
     for (int k = 0; k < end; ++k) {
-      const double* source =
-          Q_ + static_cast<long>(indices_[static_cast<std::size_t>(k)]) * n_ + first;
+      const double* source = Q_ + std::ptrdiff_t{indices_[k]} * n_ + first;
       const int from = std::max(begin, k);
       std::copy(source + (from - begin), source + (end - begin), column(k) + from);
     }
   }
   kernels::table<double>().cholesky(p, n_, storage_, row_.data());
   for (int k = 0; k < p; ++k) {
-    const int index = indices_[static_cast<std::size_t>(k)];
-    if (!usablePivot(row_[static_cast<std::size_t>(k)], entry(index, index))) {
+    const int index = indices_[k];
+    if (!usablePivot(row_[k], entry(index, index))) {
       indices_.clear();
       return false;
     }
@@ -55,7 +53,7 @@ bool BlockFactor::append(int index) {
   const int p = size();
   double* row = row_.data();
   for (int k = 0; k < p; ++k) {
-    row[k] = entry(indices_[static_cast<std::size_t>(k)], index);
+    row[k] = entry(indices_[k], index);
   }
   solveLower(row);
   double pivot = entry(index, index);
@@ -81,8 +79,8 @@ void BlockFactor::remove(int position) {
     const int from = k > position ? k : position + 1;
     std::copy(values + from, values + p, values + from - 1);
   }
-  // A rotation of each pair of columns takes the element above the diagonal away; the
-  // last column ends as zeros and is dropped.
+  // A rotation of each pair of columns makes the element above the diagonal zero; the last
+  // column becomes zero and is dropped.
   for (int k = position; k + 1 < p; ++k) {
     double* left = column(k);
     double* right = column(k + 1);

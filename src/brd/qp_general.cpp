@@ -13,25 +13,26 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 // A constraint counts as violated below this fraction of the terms its residual is
-// summed from. Rounding in x brings a few units of 1e-16 for a well-conditioned Q; the
-// room above that keeps copies of an active constraint from being taken for violated.
+// summed from. Rounding errors of x give a few units of 1e-16 for a well-conditioned Q; the
+// margin keeps copies of an active constraint from counting as violated.
 constexpr double feasibility = 1e-12;
 
-// An equality that depends on earlier ones is met by them or by nothing.
+// An equality that depends on earlier ones holds with them within this tolerance, or the
+// constraints are infeasible.
 constexpr double consistency = 1e-10;
 
 // A normal counts as dependent on the active ones when less than this fraction of it,
-// in the metric of Q^-1, stands off their span.
+// in the metric of Q^-1, lies outside their span.
 constexpr double independence = 1e-12;
 
-// What all conditions of the minimum must hold to for an answer to be called one.
+// The tolerance of the final check of all conditions of the minimum.
 constexpr double accepted = 1e-9;
 
 double length(const double* values, int count) {
   return std::sqrt(std::inner_product(values, values + count, values, 0.0));
 }
 
-// The pair of columns turned: left = c left + s right, right = c right - s left.
+// Rotates a pair of columns: left = c left + s right, right = c right - s left.
 void rotate(int n, double* left, double* right, double c, double s) {
   for (int i = 0; i < n; ++i) {
     const double a = left[i];
@@ -52,17 +53,17 @@ DualActiveSet::DualActiveSet(int n, int constraints, int equalities, const doubl
       b_(b),
       g_(g),
       Q_(Q),
-      stepsLeft_(20L * (n + constraints) + 100) {
+      stepsLeft_(std::ptrdiff_t{20} * (n + constraints) + 100) {
   const auto length = static_cast<std::size_t>(n);
   rowSize_.resize(static_cast<std::size_t>(constraints));
   J_.resize(length * length);
   R_.resize(length * length);
-  for (std::vector<double>* vector : {&d_, &r_, &step_, &gradient_, &x_}) {
+  for (IndexedVector<double>* vector : {&d_, &r_, &step_, &gradient_, &x_}) {
     vector->resize(length);
   }
   for (int p = 0; p < constraints; ++p) {
     for (int j = 0; j < n; ++j) {
-      rowSize_[static_cast<std::size_t>(p)] += std::abs(a(p, j));
+      rowSize_[p] += std::abs(a(p, j));
     }
   }
 }
@@ -71,7 +72,7 @@ QpStatus DualActiveSet::solve() {
   if (!factor()) {
     return qpNotPositiveDefinite;
   }
-  settle();
+  recompute();
   QpStatus status = activateEqualities();
   while (status == qpSolved) {
     const int next = mostViolated();
@@ -80,14 +81,14 @@ QpStatus DualActiveSet::solve() {
     }
     status = activate(next);
   }
-  return status == qpSolved ? judge() : status;
+  return status == qpSolved ? checkConditions() : status;
 }
 
 // J = L'^-1.
 bool DualActiveSet::factor() {
-  std::vector<double> storage(J_.size());
+  IndexedVector<double> storage(J_.size());
   BlockFactor cholesky(n_, Q_, storage.data());
-  std::vector<int> all(x_.size());
+  IndexedVector<int> all(x_.size());
   std::iota(all.begin(), all.end(), 0);
   if (!cholesky.assign(all)) {
     return false;
@@ -104,7 +105,7 @@ QpStatus DualActiveSet::activateEqualities() {
     if (projectNormal(p)) {
       addNormal(p);
       ++activeEqualities_;
-      settle();
+      recompute();
       continue;
     }
     const Residual left = residual(p);
@@ -118,10 +119,10 @@ QpStatus DualActiveSet::activateEqualities() {
 DualActiveSet::Residual DualActiveSet::residual(int constraint) const {
   double sum = 0.0;
   for (int j = 0; j < n_; ++j) {
-    sum += a(constraint, j) * x_[static_cast<std::size_t>(j)];
+    sum += a(constraint, j) * x_[j];
   }
   const double bound = b_[constraint];
-  return {sum - bound, std::abs(bound) + rowSize_[static_cast<std::size_t>(constraint)] * xSize_};
+  return {sum - bound, std::abs(bound) + rowSize_[constraint] * xSize_};
 }
 
 // The inequality whose boundary lies farthest from x on the wrong side; -1 for none.
@@ -134,7 +135,7 @@ int DualActiveSet::mostViolated() const {
     }
     const Residual left = residual(p);
     if (left.value < -feasibility * left.size || b_[p] == infinity) {
-      const double distance = -left.value / rowSize_[static_cast<std::size_t>(p)];
+      const double distance = -left.value / rowSize_[p];
       if (distance > worstDistance) {
         worst = p;
         worstDistance = distance;
@@ -144,8 +145,8 @@ int DualActiveSet::mostViolated() const {
   return worst;
 }
 
-// Raises the multiplier of a violated inequality until it is met, letting go of others
-// whose multipliers reach zero on the way.
+// Increases the multiplier of a violated inequality until the inequality holds, and drops
+// others whose multipliers reach zero on the way.
 QpStatus DualActiveSet::activate(int constraint) {
   while (stepsLeft_-- > 0) {
     const bool independent = projectNormal(constraint);
@@ -161,11 +162,11 @@ QpStatus DualActiveSet::activate(int constraint) {
     }
     if (independent && full <= reach) {
       addNormal(constraint);
-      settle();
+      recompute();
       return qpSolved;
     }
     for (int k = 0; k < activeCount(); ++k) {
-      u_[static_cast<std::size_t>(k)] -= reach * r_[static_cast<std::size_t>(k)];
+      u_[k] -= reach * r_[k];
     }
     if (independent) {
       stepAlong(reach);
@@ -186,7 +187,7 @@ bool DualActiveSet::projectNormal(int constraint) {
     for (int j = 0; j < n_; ++j) {
       sum += column[j] * a(constraint, j);
     }
-    d_[static_cast<std::size_t>(k)] = sum;
+    d_[k] = sum;
     whole += sum * sum;
     freeLength_ += k < q ? 0.0 : sum * sum;
   }
@@ -200,11 +201,11 @@ int DualActiveSet::firstToLeave(double& shortest) {
   const double normal = length(d_.data(), n_);
   int leaving = -1;
   for (int k = activeEqualities_; k < activeCount(); ++k) {
-    const double rate = r_[static_cast<std::size_t>(k)];
+    const double rate = r_[k];
     if (!(rate * length(&R(0, k), k + 1) > independence * normal)) {
       continue;
     }
-    const double reach = std::max(u_[static_cast<std::size_t>(k)], 0.0) / rate;
+    const double reach = std::max(u_[k], 0.0) / rate;
     if (leaving < 0 || reach < shortest) {
       shortest = reach;
       leaving = k;
@@ -217,20 +218,20 @@ int DualActiveSet::firstToLeave(double& shortest) {
 void DualActiveSet::stepAlong(double reach) {
   for (int k = activeCount(); k < n_; ++k) {
     const double* column = J(k);
-    const double factor = reach * d_[static_cast<std::size_t>(k)];
+    const double factor = reach * d_[k];
     for (int j = 0; j < n_; ++j) {
-      x_[static_cast<std::size_t>(j)] += factor * column[j];
+      x_[j] += factor * column[j];
     }
   }
 }
 
-// Turns J2 until J2'a has its first element alone, which becomes R's new diagonal. The
-// multiplier comes with the next settle().
+// Rotates J2 so that only the first element of J2'a is not zero; it becomes R's new
+// diagonal element. The multiplier follows from the next recompute().
 void DualActiveSet::addNormal(int constraint) {
   const int q = activeCount();
   for (int k = n_ - 1; k > q; --k) {
-    double& upper = d_[static_cast<std::size_t>(k - 1)];
-    double& lower = d_[static_cast<std::size_t>(k)];
+    double& upper = d_[k - 1];
+    double& lower = d_[k];
     const double radius = std::hypot(upper, lower);
     if (radius == 0.0) {
       continue;
@@ -242,14 +243,14 @@ void DualActiveSet::addNormal(int constraint) {
     rotate(n_, J(k - 1), J(k), c, s);
   }
   for (int k = 0; k <= q; ++k) {
-    R(k, q) = d_[static_cast<std::size_t>(k)];
+    R(k, q) = d_[k];
   }
   active_.push_back(constraint);
   u_.push_back(0.0);
 }
 
-// Takes a column out of R; the elements that then stand below its diagonal are turned
-// away, and J with them.
+// Removes a column from R. Rotations make the elements below its diagonal zero again and
+// are applied to J as well.
 void DualActiveSet::drop(int position) {
   const int q = activeCount();
   for (int k = position; k + 1 < q; ++k) {
@@ -271,9 +272,9 @@ void DualActiveSet::drop(int position) {
   u_.erase(u_.begin() + position);
 }
 
-// x and u anew from the active set alone, so that the rounding of the steps doesn't add
-// up. The second round corrects the first by what it left of both conditions.
-void DualActiveSet::settle() {
+// Computes x and u from the active set alone, so that rounding errors of the steps don't
+// accumulate. The second round is a step of iterative refinement.
+void DualActiveSet::recompute() {
   std::fill(x_.begin(), x_.end(), 0.0);
   std::fill(u_.begin(), u_.end(), 0.0);
   for (int round = 0; round < 2; ++round) {
@@ -289,15 +290,14 @@ void DualActiveSet::settle() {
 void DualActiveSet::updateGradient() {
   std::copy(g_, g_ + n_, gradient_.begin());
   for (int j = 0; j < n_; ++j) {
-    const double* column = Q_ + static_cast<long>(j) * n_;
+    const double* column = Q_ + std::ptrdiff_t{j} * n_;
     for (int i = 0; i < n_; ++i) {
-      gradient_[static_cast<std::size_t>(i)] += column[i] * x_[static_cast<std::size_t>(j)];
+      gradient_[i] += column[i] * x_[j];
     }
   }
   for (int k = 0; k < activeCount(); ++k) {
     for (int i = 0; i < n_; ++i) {
-      gradient_[static_cast<std::size_t>(i)] -=
-          a(active_[static_cast<std::size_t>(k)], i) * u_[static_cast<std::size_t>(k)];
+      gradient_[i] -= a(active_[k], i) * u_[k];
     }
   }
 }
@@ -308,83 +308,82 @@ void DualActiveSet::correct() {
   const int q = activeCount();
   updateGradient();
   for (int k = 0; k < q; ++k) {
-    step_[static_cast<std::size_t>(k)] = -residual(active_[static_cast<std::size_t>(k)]).value;
+    step_[k] = -residual(active_[k]).value;
   }
   for (int k = 0; k < n_; ++k) {
     const double* column = J(k);
-    const auto at = static_cast<std::size_t>(k);
     const double t = std::inner_product(column, column + n_, gradient_.begin(), 0.0);
     if (k >= q) {
-      step_[at] = -t;
+      step_[k] = -t;
     } else {
       for (int i = 0; i < k; ++i) {
-        step_[at] -= R(i, k) * step_[static_cast<std::size_t>(i)];
+        step_[k] -= R(i, k) * step_[i];
       }
-      step_[at] /= R(k, k);
-      r_[at] = step_[at] + t;
+      step_[k] /= R(k, k);
+      r_[k] = step_[k] + t;
     }
   }
   for (int k = 0; k < n_; ++k) {
     const double* column = J(k);
     for (int j = 0; j < n_; ++j) {
-      x_[static_cast<std::size_t>(j)] += step_[static_cast<std::size_t>(k)] * column[j];
+      x_[j] += step_[k] * column[j];
     }
   }
   solveUpper(r_);
   for (int k = 0; k < q; ++k) {
-    u_[static_cast<std::size_t>(k)] += r_[static_cast<std::size_t>(k)];
+    u_[k] += r_[k];
   }
 }
 
 // r = R^-1 r, over the active set.
-void DualActiveSet::solveUpper(std::vector<double>& r) {
+void DualActiveSet::solveUpper(IndexedVector<double>& r) {
   for (int k = activeCount() - 1; k >= 0; --k) {
-    double& value = r[static_cast<std::size_t>(k)];
+    double& value = r[k];
     for (int i = k + 1; i < activeCount(); ++i) {
-      value -= R(k, i) * r[static_cast<std::size_t>(i)];
+      value -= R(k, i) * r[i];
     }
     value /= R(k, k);
   }
 }
 
 // A NaN compares as no violation and an overflow may hide one, so that all conditions are
-// looked at once more before an answer counts as one.
-QpStatus DualActiveSet::judge() {
+// checked once more at the end.
+QpStatus DualActiveSet::checkConditions() {
   for (int k = activeEqualities_; k < activeCount(); ++k) {
     // Below zero by rounding only.
-    u_[static_cast<std::size_t>(k)] = std::max(u_[static_cast<std::size_t>(k)], 0.0);
+    u_[k] = std::max(u_[k], 0.0);
   }
   bool holds = true;
-  bool number = true;
+  bool isNumber = true;
   for (int p = 0; p < constraints_; ++p) {
     const Residual left = residual(p);
     const double wrong = p < equalities_ ? std::abs(left.value) : -left.value;
     const bool bounded = std::isfinite(left.size) || b_[p] == -infinity;
     holds = holds && bounded && wrong <= accepted * left.size;
-    number = number && !std::isnan(left.value);
+    isNumber = isNumber && !std::isnan(left.value);
   }
   updateGradient();
   const double size = gradientSize();
   for (const double value : gradient_) {
     holds = holds && std::abs(value) <= accepted * size;
-    number = number && !std::isnan(value);
+    isNumber = isNumber && !std::isnan(value);
   }
-  if (holds && number) {
+  if (holds && isNumber) {
     return qpSolved;
   }
-  return number ? qpLimitReached : qpNotPositiveDefinite;
+  return isNumber ? qpLimitReached : qpNotPositiveDefinite;
 }
 
-// The largest sum of the absolute terms that an element of the gradient is made of.
+// The largest sum of absolute terms of an element of the gradient.
 double DualActiveSet::gradientSize() const {
   double largest = 0.0;
   for (int i = 0; i < n_; ++i) {
     double sum = std::abs(g_[i]);
     for (int j = 0; j < n_; ++j) {
-      sum += std::abs(Q_[i + static_cast<long>(j) * n_] * x_[static_cast<std::size_t>(j)]);
+      sum += std::abs(Q_[i + std::ptrdiff_t{j} * n_] * x_[j]);
     }
     for (int k = 0; k < static_cast<int>(active_.size()); ++k) {
-      sum += std::abs(a(active_[static_cast<std::size_t>(k)], i) * u_[static_cast<std::size_t>(k)]);
+      sum += std::abs(a(active_[k], i) * u_[k]);
     }
     largest = std::max(largest, sum);
   }

@@ -10,7 +10,7 @@
 namespace vorin::brd {
 namespace {
 
-// Elements below this count as being at their bound.
+// Smaller elements count as zero.
 constexpr double smallest = 1e-15;
 
 }  // namespace

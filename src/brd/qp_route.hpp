@@ -1,6 +1,6 @@
-// The third route of a solve: the problem goes as one quadratic program to a direct
-// solver, and the system of the iteration only gives c, rss and its slope from the
-// finished f. It has no start, reads no key, writes no CITE and no log line.
+// The third route of a solve: a direct solver minimises the problem as one quadratic
+// program, and the system of the iteration then gives c, rss and its slope for that f. It needs no
+// starting point, reads no key, writes no CITE and no log line.
 //
 // Notation: K kernel (m x n), d data (m), f distribution (n), c dual vector (m), w weight,
 //   Q = K'K + w I,  g = -K'd:   minimise 1/2 f'Qf + g'f over f >= 0.
@@ -15,8 +15,7 @@
 namespace vorin::brd {
 
 /// What the solves of one problem share on this route: the system with its K'K and K'd,
-/// and the work arrays. Several solves on one object give the bits of one solve on each of
-/// several.
+/// and the work arrays. Repeated solves have the bits of solves on new objects.
 class QuadraticProgram {
  public:
   /// Borrows the system of the problem.
@@ -40,10 +39,10 @@ class QuadraticProgram {
 /// A = I (n x n).
 void vrEye_d(int n, double* A);
 
-/// One solve. f (n, out), c (m, out); what they held is not read. The status is nk0000's.
+/// One solve. f (n, out), c (m, out); their contents on entry are not read. The status is nk0000's.
 Solution<double> vrBRD_qp_d(QuadraticProgram& program, double* f, double* c, double weight);
 
-/// The part of a solve behind the quadratic program: clears small elements of f
+/// The steps after the quadratic program: clears small elements of f
 /// (n, in and out) and gives c (m, out), rss and slope for it, whatever the `status` of
 /// the program was.
 Solution<double> finishQuadraticProgram(System<double>& system, double* f, double* c, double weight,

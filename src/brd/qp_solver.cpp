@@ -16,9 +16,9 @@ bool onlyBounds(int n, int constraints, int equalities, const double* A, const d
       !std::all_of(b, b + n, [](double bound) { return bound == 0.0; })) {
     return false;
   }
-  // A column is looked at to its end: the loop has nothing to wait for then.
+  // The whole column is read: without an early exit the loop vectorises.
   for (int j = 0; j < n; ++j) {
-    const double* column = A + static_cast<long>(j) * n;
+    const double* column = A + std::ptrdiff_t{j} * n;
     std::uint64_t others = 0;
     for (int i = 0; i < n; ++i) {
       others += column[i] != 0.0 ? 1 : 0;
@@ -30,25 +30,24 @@ bool onlyBounds(int n, int constraints, int equalities, const double* A, const d
   return true;
 }
 
-// What the solver of either kind leaves, as the contract wants it.
+// The result of either solver.
 struct Answer {
   QpStatus status = qpSolved;
-  std::vector<double> x;
-  std::vector<int> active;  // from 0
-  std::vector<double> multipliers;
+  IndexedVector<double> x;
+  IndexedVector<int> active;  // from 0
+  IndexedVector<double> multipliers;
 };
 
-// A holds nothing that is wanted any more and gives its room to the factors.
+// A is not read any more; its storage takes the factors.
 Answer minimiseOverBounds(int n, double* A, const double* g, const double* Q) {
   BoundedMinimum problem(n, Q, g, A);
   Answer answer;
   answer.status = problem.solve();
   answer.x = problem.x();
   for (int i = 0; i < n; ++i) {
-    const auto at = static_cast<std::size_t>(i);
-    if (answer.x[at] == 0.0) {
+    if (answer.x[i] == 0.0) {
       answer.active.push_back(i);
-      answer.multipliers.push_back(std::max(problem.gradient()[at], 0.0));
+      answer.multipliers.push_back(std::max(problem.gradient()[i], 0.0));
     }
   }
   return answer;
@@ -77,7 +76,7 @@ double objectiveAt(int n, const double* g, const double* Q, const double* x) {
     }
     double slope = 0.0;
     for (int i = 0; i < n; ++i) {
-      slope += Q[i + static_cast<long>(j) * n] * x[i];
+      slope += Q[i + std::ptrdiff_t{j} * n] * x[i];
     }
     sum += x[j] * (0.5 * slope + g[j]);
   }

@@ -10,9 +10,9 @@ namespace vorin::brd {
 enum QpStatus : std::int32_t {
   qpSolved = 0,
   qpInfeasible = 31,           ///< no x meets all constraints
-  qpNotPositiveDefinite = 32,  ///< Q, or a block of it that was needed, has no Cholesky
-                               ///< factor in double precision; so has one with a NaN, and
-                               ///< a solution that overflows counts as the same
+  qpNotPositiveDefinite = 32,  ///< Q, or a block of it that is needed, has no Cholesky
+                               ///< factor in double precision; also a NaN in Q, or a
+                               ///< solution that overflows
   qpLimitReached = 33          ///< out of steps, or out of the range of the numbers: x is
                                ///< the last iterate and not the minimiser
 };
@@ -22,14 +22,14 @@ enum QpStatus : std::int32_t {
 ///
 /// With the identity for A and zeros for b (x >= 0, no equalities) only those blocks of
 /// Q are factored that belong to positive elements, so that a Hessian which is positive
-/// definite by less than its rounding is still served; elements at their bound are
+/// definite by less than its rounding error can still be solved; elements at their bound are
 /// exactly 0. Any other constraints go to the dual method of Goldfarb and Idnani.
 ///
 ///   n            in   variables; below 1 counts as none
 ///   constraints  in   rows of A; below 1 counts as none
 ///   equalities   in   how many of them are equalities, counted from the first
-///   A            in   constraints x n by columns: constraint i is row i, element (i, j)
-///                     at i + j * constraints. Holds something else on return.
+///   A            in   constraints x n, column-major: constraint i is row i, element (i, j)
+///                     at i + j * constraints. Overwritten.
 ///   b            in   constraints: the bounds
 ///   g            in   n: linear term
 ///   Q            in   n x n, symmetric: Hessian

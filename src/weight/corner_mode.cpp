@@ -12,7 +12,7 @@
 namespace vorin::weight {
 namespace {
 
-// A scale from here to there, both included, keeps the corner's solution as it stands.
+// RWEI in this closed interval keeps the solution at the corner.
 constexpr float keepFrom = 0.95f;
 constexpr float keepTo = 1.05f;
 
@@ -28,8 +28,8 @@ void cornerMode(brd::Problem<float>& problem, float* f, ModeResult& result) {
     result.w = scale * result.w;
     float rss = 0.0f;
     float rssSlope = 0.0f;
-    std::int32_t dropped = 0;
-    brd::vrBRD_s_qp(problem, f, result.w, rss, rssSlope, dropped);
+    std::int32_t ignored = 0;
+    brd::vrBRD_s_qp(problem, f, result.w, rss, rssSlope, ignored);
   }
   std::vector<float> work;
   result.signow = rootMeanSquareResidual(problem, f, work);

@@ -11,13 +11,13 @@ namespace {
 constexpr double firstExponent = -2.0;
 constexpr double exponentStep = 0.25;
 
-// The signal-to-noise ratio that the first solve stands on, and the factor that makes a
-// weight of a squared ratio.
+// The signal-to-noise ratio that the first solve assumes, and the factor from a squared
+// ratio to a weight.
 constexpr double assumedRatio = 100.0;
 constexpr double ratioToWeight = 50.0;
 constexpr double firstSolveFactor = 0.001;
 
-// The solves of one search, on what they share: the problem with its K'K, and c.
+// The solves of one search and what they share: the problem with its K'K, and c.
 template <class Real>
 class Solver {
  public:
@@ -54,8 +54,8 @@ double sumOfSquaredKernel(brd::Problem<Real>& problem) {
   return sum;
 }
 
-// The first fitted point over the standard error of the fit. Without data there is no
-// first point; 0 stands in for it, and the division by m decides.
+// The first fitted point over the standard error of the fit. Without data 0 takes
+// the place of the first point, and the division by m gives NaN.
 template <class Real>
 double signalToNoise(brd::Problem<Real>& problem, const double* f) {
   const auto m = static_cast<std::size_t>(problem.doublePrecision().m());
@@ -77,28 +77,28 @@ double signalToNoise(brd::Problem<Real>& problem, const double* f) {
 
 }  // namespace
 
-std::array<double, rungCount> curvatures(const Ladder& ladder) {
-  std::array<double, rungCount> C{};
-  for (std::size_t i = 1; i + 1 < rungCount; ++i) {
-    const double a1 = ladder.logRss[i] - ladder.logRss[i - 1];
-    const double b1 = ladder.logNorm[i] - ladder.logNorm[i - 1];
-    const double a2 = ladder.logRss[i + 1] - ladder.logRss[i];
-    const double b2 = ladder.logNorm[i + 1] - ladder.logNorm[i];
+std::array<double, gridSize> curvatures(const WeightGrid& grid) {
+  std::array<double, gridSize> C{};
+  for (std::size_t i = 1; i + 1 < gridSize; ++i) {
+    const double a1 = grid.logRss[i] - grid.logRss[i - 1];
+    const double b1 = grid.logNorm[i] - grid.logNorm[i - 1];
+    const double a2 = grid.logRss[i + 1] - grid.logRss[i];
+    const double b2 = grid.logNorm[i + 1] - grid.logNorm[i];
     const double turn = std::atan2(b2, a2) - std::atan2(b1, a1);
     C[i] = turn / (std::sqrt(a1 * a1 + b1 * b1) + std::sqrt(a2 * a2 + b2 * b2));
   }
   return C;
 }
 
-double cornerWeight(const Ladder& ladder, double base) {
-  const std::array<double, rungCount> C = curvatures(ladder);
-  double w = std::pow(10.0, ladder.exponent[rungCount - 1]) * base;
+double cornerWeight(const WeightGrid& grid, double base) {
+  const std::array<double, gridSize> C = curvatures(grid);
+  double w = std::pow(10.0, grid.exponent[gridSize - 1]) * base;
   double best = 0.0;
-  for (std::size_t i = 0; i < rungCount; ++i) {
-    // Strictly greater, so that of equal peaks the first stays and a NaN is passed over.
+  for (std::size_t i = 0; i < gridSize; ++i) {
+    // Strictly greater, so that the first of equal maxima is kept and a NaN is skipped.
     if (C[i] > best) {
       best = C[i];
-      w = std::pow(10.0, ladder.exponent[i]) * base;
+      w = std::pow(10.0, grid.exponent[i]) * base;
     }
   }
   return w;
@@ -113,15 +113,15 @@ CornerSolution searchCorner(brd::Problem<Real>& problem, double* f) {
   const double snr = signalToNoise(problem, f);
   const double base = (F * ratioToWeight) / (m * snr * snr);
   const auto n = static_cast<std::size_t>(problem.doublePrecision().n());
-  Ladder ladder;
+  WeightGrid grid;
   double exponent = firstExponent;
-  for (std::size_t i = 0; i < rungCount; ++i, exponent += exponentStep) {
+  for (std::size_t i = 0; i < gridSize; ++i, exponent += exponentStep) {
     const auto solution = solver.at(std::pow(10.0, exponent) * base);
-    ladder.exponent[i] = exponent;
-    ladder.logRss[i] = std::log(solution.rss);
-    ladder.logNorm[i] = std::log(sumOfSquares(n, f));
+    grid.exponent[i] = exponent;
+    grid.logRss[i] = std::log(solution.rss);
+    grid.logNorm[i] = std::log(sumOfSquares(n, f));
   }
-  const double w = cornerWeight(ladder, base);
+  const double w = cornerWeight(grid, base);
   const auto solution = solver.at(w);
   return {w, solution.rss, solution.rssSlope, solution.status};
 }

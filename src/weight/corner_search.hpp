@@ -1,7 +1,7 @@
 // The weight at the corner of the curve that the logarithm of |f|^2 draws against the
-// logarithm of rss as the weight grows: far below the corner a smaller weight buys
-// amplitude and no better fit, far above it a larger one spoils the fit. No knowledge
-// of the noise goes in. The idea is that of the L-curve (P. C. Hansen and D. P. O'Leary,
+// logarithm of rss as the weight grows: far below the corner a smaller weight
+// increases the norm without a better fit, far above it a larger weight worsens the fit. The
+// noise is not used. The idea is that of the L-curve (P. C. Hansen and D. P. O'Leary,
 // SIAM J. Sci. Comput. 14, 1993, 1487-1503).
 #pragma once
 
@@ -13,23 +13,23 @@
 
 namespace vorin::weight {
 
-/// Rungs of the ladder of weights.
-inline constexpr std::size_t rungCount = 17;
+/// Weights of the grid.
+inline constexpr std::size_t gridSize = 17;
 
-/// The solves of the ladder, in the order of rising weight.
-struct Ladder {
-  std::array<double, rungCount> exponent{};  ///< weight = 10^exponent * base
-  std::array<double, rungCount> logRss{};
-  std::array<double, rungCount> logNorm{};  ///< logarithm of |f|^2
+/// The solves on the grid, in the order of rising weight.
+struct WeightGrid {
+  std::array<double, gridSize> exponent{};  ///< weight = 10^exponent * base
+  std::array<double, gridSize> logRss{};
+  std::array<double, gridSize> logNorm{};  ///< logarithm of |f|^2
 };
 
-/// The turn of the curve per unit of its arc at each rung, counter-clockwise positive;
-/// 0 at both ends. Not a number beside a logarithm that is none.
-std::array<double, rungCount> curvatures(const Ladder& ladder);
+/// The turn of the curve per unit of its arc at each weight, counter-clockwise positive;
+/// 0 at both ends. NaN beside a logarithm that is NaN or infinite.
+std::array<double, gridSize> curvatures(const WeightGrid& grid);
 
-/// The weight of the largest positive curvature, the smallest one of several; that of the
-/// last rung when no curvature is positive.
-double cornerWeight(const Ladder& ladder, double base);
+/// The weight of the largest positive curvature, the smallest one of several; the
+/// largest weight of the grid when no curvature is positive.
+double cornerWeight(const WeightGrid& grid, double base);
 
 /// The weight of the corner and the solve there.
 struct CornerSolution {
@@ -40,7 +40,7 @@ struct CornerSolution {
 };
 
 /// Searches the corner of `problem` with 19 solves by the quadratic program, in double
-/// precision and in silence: a failed solve enters the tables like any other. f (n, out)
+/// precision and without log lines: a failed solve enters the tables like any other. f (n, out)
 /// takes the distribution at the corner.
 template <class Real>
 CornerSolution searchCorner(brd::Problem<Real>& problem, double* f);

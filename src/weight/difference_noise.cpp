@@ -6,7 +6,8 @@
 namespace vorin::weight {
 namespace {
 
-// The square root of two, cut after seven decimals: published results carry it so.
+// Required: the square root of two truncated after seven decimals, so that results equal
+// those on record.
 constexpr float rootTwo = 1.4142135f;
 
 // sqrt(sum / differences), where a count of samples below the order makes the

@@ -13,10 +13,13 @@ namespace vorin::weight {
 namespace {
 
 // Below this the estimator has set no standard error of its own.
-constexpr float smallestWanted = 1e-10f;
+constexpr float smallestTarget = 1e-10f;
 
-// The start of the search: the host's weight, or a third of the kernel's natural one
-// where that is below the lower limit, inside both limits.
+// What the plain fit gets for a term that has no influence on it.
+constexpr float unusedTerm = 9999.99f;
+
+// The start of the search: the host's weight, or a third of wfac where that is below the
+// lower limit, clamped to both limits.
 float startingWeight(float w, float wfac) {
   const float lo = largerOf(params::queryReal("WMIN"), params::queryReal("WNMI") * wfac);
   const float hi = smallerOf(params::queryReal("WMAX"), params::queryReal("WNMA") * wfac);
@@ -28,7 +31,7 @@ float startingWeight(float w, float wfac) {
 
 void runEstimator(brd::Problem<float>& problem, float* f, float* c, float wfac, float& w,
                   float& sig, float& dse, std::int32_t& status) {
-  // A query of NALG would not tell "ASY2" from "ASYM", so its slot is read as it stands.
+  // A query of NALG would not tell "ASY2" from "ASYM", so the stored text is read.
   switch (estimatorOf(params::storedText("NALG"))) {
     case Estimator::none:
       status = 0;
@@ -38,7 +41,7 @@ void runEstimator(brd::Problem<float>& problem, float* f, float* c, float wfac, 
       VorinCalcSEA2(problem, f, c, wfac * 0.1f, w, sig, dse, status);
       break;
     case Estimator::plainFitU:
-      VorinCalcSEU(problem, f, 9999.99f, sig, status);
+      VorinCalcSEU(problem, f, unusedTerm, sig, status);
       break;
     case Estimator::ridgeFit:
       status = 0;
@@ -81,7 +84,7 @@ Estimator estimatorOf(std::string_view algorithm) {
   return Estimator::unknown;
 }
 
-float wantedStandardError(float sig, float rms, float rsig, float l1al) {
+float targetStandardError(float sig, float rms, float rsig, float l1al) {
   return smallerOf(rsig * sig, l1al * rms + (1.0f - l1al) * sig);
 }
 
@@ -94,8 +97,8 @@ void VorinCalcSE(brd::Problem<float>& problem, float* f, float* c, float& wfac, 
   dse = 0.0f;
   rms = rootMeanSquareOfData(problem);
   runEstimator(problem, f, c, wfac, w, sig, dse, status);
-  if (dse < smallestWanted) {
-    dse = wantedStandardError(sig, rms, rsig, l1al);
+  if (dse < smallestTarget) {
+    dse = targetStandardError(sig, rms, rsig, l1al);
   }
   params::VorinLogLine("VorinCalcSE2", "Comment",
                        "wfac=" + params::fixedField(double(wfac), 8, 4) +

@@ -36,16 +36,16 @@ Estimator estimatorOf(std::string_view algorithm);
 ///   w       in and out: the starting weight
 ///   sig     in and out: the noise; stays as it is where no estimator runs
 ///   rms     out: root mean square of the data, the standard error of an empty fit
-///   dse     out: the standard error wanted
+///   dse     out: the standard error requested of the fit
 ///   status  out: -1 when NALG names no estimator, otherwise 0 or what the fit or the
 ///           last solve of the estimator left
 void VorinCalcSE(brd::Problem<float>& problem, float* f, float* c, float& wfac, float& w,
                  float& sig, float& rms, float& dse, std::int32_t& status);
 
-/// The standard error wanted at noise `sig`: RSIG times the noise, but never further
-/// from the noise to `rms` than the fraction L1AL, which keeps the wish below the
-/// standard error of the empty fit when the data is little more than noise. With sig
+/// The standard error requested at noise `sig`: RSIG times the noise, but at most
+/// the fraction L1AL of the way from the noise to `rms`, which keeps it below the standard
+/// error of an empty fit when the data is little more than noise. With sig
 /// above rms it lies below the noise.
-float wantedStandardError(float sig, float rms, float rsig, float l1al);
+float targetStandardError(float sig, float rms, float rsig, float l1al);
 
 }  // namespace vorin::weight

@@ -33,7 +33,7 @@ float standardErrorOf(const brd::Problem<float>& problem, const float* f) {
 void VorinCalcSEU(const brd::Problem<float>& problem, float* f, float /*term*/, float& sig,
                   std::int32_t& status) {
   params::VorinLogLine("VorinCalcSEU", "Comment", "Begin noise estimate");
-  // The fit accepts a limit for its iterations and keeps its own.
+  // Without influence: the fit has a limit of its own.
   constexpr std::int32_t iterationLimit = 200;
   float residualNorm = 0.0f;
   regress::plsN_sp(kernelOf(problem), dataOf(problem), distributionOf(problem, f), residualNorm,

@@ -9,10 +9,10 @@ namespace vorin::weight {
 
 /// The standard error of the plain non-negative fit: with no regularisation its
 /// residual is the smallest that any distribution on this kernel can reach, so it
-/// stands for the noise.
+/// estimates the noise.
 ///   f       out, n: the fit
 ///   term    in: accepted and without influence
-///   sig     out: sqrt(|K f - d|^2 / m), formed from whatever the fit left in f
+///   sig     out: sqrt(|K f - d|^2 / m), formed from f also after a failed fit
 ///   status  out: that of the fit, 1 when done
 void VorinCalcSEU(const brd::Problem<float>& problem, float* f, float term, float& sig,
                   std::int32_t& status);

@@ -20,7 +20,7 @@ std::string number(float value) {
   return params::generalField(double(value), 13, 6);
 }
 
-// A zero passes: the search lifts it to its lower limit. A subnormal doesn't.
+// A zero is accepted, since the search raises it to its lower limit; a subnormal isn't.
 bool canStartSearch(float w) {
   const int kind = std::fpclassify(w);
   return kind == FP_NORMAL || kind == FP_ZERO;
@@ -37,7 +37,7 @@ void noiseMode(brd::Problem<float>& problem, float* f, float* c, ModeResult& res
   float dse = 0.0f;
   VorinCalcSE(problem, f, c, wfac, w, sig, rms, dse, status);
   // Required: the block has no slot for WFAC, so that this leaves no trace; the search
-  // takes its reference from WREF. It says where a host would look for the value.
+  // takes its reference from WREF.
   params::setReal("WFAC", wfac);
   params::setReal("CSIG", sig);
   if (params::queryInteger("REPO") > 3) {

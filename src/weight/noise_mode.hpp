@@ -1,5 +1,5 @@
-// The noise mode of the weight driver: the noise of the data says how well the
-// solution should fit, and a search finds the weight that fits so well.
+// The noise mode of the weight driver: the standard error of the fit is derived from the
+// noise of the data, and a search finds the weight that reaches it.
 #pragma once
 
 #include <cstdint>

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int attemptLimit = 21;
 constexpr float firstExponent = 2.0f;
-constexpr int pointsUpward = 3;         // what a scan upward is content with
+constexpr int pointsUpward = 3;         // an upward scan ends with so many
 constexpr float noPointYet = 1e12f;     // above any standard error of real data
 constexpr float largestStart = 100.0f;  // in units of base, the first weight of the scan
 
@@ -45,14 +45,14 @@ float weightAt(float exponent, float base) {
 }
 
 void logSolve(float w, float standardError, std::int32_t status) {
-  // The line bears the tag of the search, whose first line it resembles.
+  // Required: the tag of the line is that of the search.
   params::VorinLogLine("Vorin_TargSE", "Comment",
                        "Begin: Iter w=" + params::generalField(double(w), 12, 4) +
                            "-> cse=" + params::generalField(double(standardError), 12, 4) +
                            " status=" + params::integerField(status, 3));
 }
 
-// The scan proper. `w` is left at the last weight that could be solved, `sig` at the
+// The scan itself. `w` is left at the last weight that could be solved, `sig` at the
 // standard error of the last solve, good or not.
 ScanTable scan(brd::Problem<float>& problem, float* f, float* c, float base, float& w, float& sig,
                std::int32_t& status) {
@@ -124,7 +124,7 @@ void VorinCalcSEA2(brd::Problem<float>& problem, float* f, float* c, float base,
   // counts only where the first term would exceed the data itself.
   const float rms = rootMeanSquareOfData(problem);
   const float scaled = rsig * sig;
-  dse = scaled <= rms ? scaled : wantedStandardError(sig, rms, rsig, l1al);
+  dse = scaled <= rms ? scaled : targetStandardError(sig, rms, rsig, l1al);
 
   findCrossing(table, base, dse, problem.m(), c, w);
   if (w > largestStart * base) {

@@ -19,7 +19,7 @@ namespace vorin::weight {
 ///   w       out: where the curve of the standard error over the exponent crosses dse;
 ///           the last weight that could be solved when it does not, base when none could
 ///   sig     out: the smallest standard error of the good solves; 1e12 without any
-///   dse     out: the standard error wanted
+///   dse     out: the standard error requested of the fit
 ///   status  out: that of the last solve
 void VorinCalcSEA2(brd::Problem<float>& problem, float* f, float* c, float base, float& w,
                    float& sig, float& dse, std::int32_t& status);

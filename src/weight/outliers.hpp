@@ -12,7 +12,7 @@ struct OutlierSearch {
   int lda = 0;               ///< leading dimension of K
   int m = 0;                 ///< rows in use
   int n = 0;                 ///< columns
-  const float* K = nullptr;  ///< lda by n, by columns
+  const float* K = nullptr;  ///< lda by n, column-major
   const float* y = nullptr;  ///< m, data in the host's unit
   const float* W = nullptr;  ///< m, scale of each point: data and rows are divided by it
   float* x = nullptr;        ///< n, out: coefficients of the fit

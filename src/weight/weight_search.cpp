@@ -33,7 +33,7 @@ std::string count(float value) {
   return params::integerField(truncateToInt(value), 2);
 }
 
-// The settings of one search. STOL belongs to them by name and has no effect.
+// The settings of one search. STOL has no effect and is not read.
 struct Settings {
   float tolerance = params::queryReal("WTOL");
   float ratio = params::queryReal("WRAT");
@@ -99,7 +99,7 @@ class Search {
   SavedSolve saved_;
 };
 
-// The start inside its limits; one that lies on a limit has touched it already.
+// Clamps the start to its limits; a start on a limit counts as a touch.
 void Search::begin(float given, float sigwant) {
   w_ = smallerOf(set_.whi, largerOf(set_.wlo, given));
   if (set_.level > 3) {
@@ -153,8 +153,8 @@ bool Search::iterate() {
   return false;
 }
 
-// Remembers the solve and gives Newton's next weight, within the ratio. A NaN in the
-// weight wanted is not caught: it stands second in each comparison and so passes.
+// Saves the solve and returns Newton's next weight, within the ratio. A NaN of
+// wwant passes, since it is the second operand of each comparison.
 float Search::afterGoodSolve() {
   saved_.exists = true;
   saved_.w = w_;
@@ -180,7 +180,7 @@ float Search::insideLimits(float wnew) {
   return wnew;
 }
 
-// Stands ahead of the test of convergence: the third touch is a failure even when this
+// Precedes the test of convergence: the third touch is a failure even when this
 // very solve has reached the target.
 bool Search::touchedLimitTooOften() {
   if (loHits_ > touchesAllowed) {
@@ -210,8 +210,8 @@ bool Search::endAfterFailure() {
   // are what ends a run of failures.
   const float risen = riseAfterFailure * w_;
   // Only with a limit that is not a number, or a weight of zero above a negative one,
-  // can a weight that rises no more touch nothing. It would fail for ever: that counts
-  // as a touch from above.
+  // can a weight that rises no more touch no limit. Counting it as a touch from above
+  // ensures termination.
   if (!touched_ && (!std::isfinite(risen) || risen == w_)) {
     ++hiHits_;
   }

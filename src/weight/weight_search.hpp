@@ -1,4 +1,4 @@
-// The search for the weight at which the solution misses the data by a wanted amount.
+// The search for the weight at which the residual reaches a given standard error.
 #pragma once
 
 #include <cstdint>

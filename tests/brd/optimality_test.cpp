@@ -172,12 +172,12 @@ TEST_F(Optimality, BothExportsAgreeWithTheDefaultRoute) {
   TestProblem<double> wide{
       60, 40, {narrow.K.begin(), narrow.K.end()}, {narrow.d.begin(), narrow.d.end()}};
   const auto single = solve(narrow, 0.25);
-  const auto twice = solve(wide, 0.25);
+  const auto inDouble = solve(wide, 0.25);
   for (std::size_t i = 0; i < single.f.size(); ++i) {
-    EXPECT_EQ(single.f[i], static_cast<float>(twice.f[i]));
+    EXPECT_EQ(single.f[i], static_cast<float>(inDouble.f[i]));
   }
-  EXPECT_EQ(single.rss, static_cast<float>(twice.rss));
-  EXPECT_EQ(single.rssSlope, static_cast<float>(twice.rssSlope));
+  EXPECT_EQ(single.rss, static_cast<float>(inDouble.rss));
+  EXPECT_EQ(single.rssSlope, static_cast<float>(inDouble.rssSlope));
 }
 
 TEST_F(Optimality, ADoubleCallerOnTheSingleRouteSolvesForTheRoundedWeight) {
@@ -188,11 +188,11 @@ TEST_F(Optimality, ADoubleCallerOnTheSingleRouteSolvesForTheRoundedWeight) {
       40, 30, {narrow.K.begin(), narrow.K.end()}, {narrow.d.begin(), narrow.d.end()}};
   const double w = 3.1;  // no single-precision number
   const auto single = solve(narrow, w);
-  const auto twice = solve(wide, w);
+  const auto inDouble = solve(wide, w);
   for (std::size_t i = 0; i < single.f.size(); ++i) {
-    EXPECT_EQ(static_cast<double>(single.f[i]), twice.f[i]);
+    EXPECT_EQ(static_cast<double>(single.f[i]), inDouble.f[i]);
   }
-  EXPECT_EQ(static_cast<double>(single.rss), twice.rss);
+  EXPECT_EQ(static_cast<double>(single.rss), inDouble.rss);
 }
 
 template <class Real>
@@ -209,11 +209,11 @@ TEST_F(Optimality, TwoRunsAndEveryInstructionSetLevelGiveTheSameBits) {
   for (const float route : {1.0f, 2.0f}) {
     vorin::test::setNumber("BRDA", route);
     const auto single = solve(narrow, 0.5);
-    const auto twice = solve(wide, 0.5);
+    const auto inDouble = solve(wide, 0.5);
     for (const Level level : {Level::baseline, Level::avx2, Level::avx512}) {
       vorin::kernels::useLevel(level);
       expectSameBits(single, solve(narrow, 0.5));
-      expectSameBits(twice, solve(wide, 0.5));
+      expectSameBits(inDouble, solve(wide, 0.5));
     }
     vorin::kernels::useLevel(vorin::kernels::highestLevel());
   }

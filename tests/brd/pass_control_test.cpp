@@ -92,7 +92,7 @@ TEST(PassControlDouble, StallsNeverEndIt) {
   EXPECT_EQ(control.passes(), 200);
 }
 
-TEST(PassControlBoth, TheLimitStandsAheadOfTheConvergenceTest) {
+TEST(PassControlBoth, TheLimitIsTestedBeforeConvergence) {
   vorin::test::loadSettings();
   vorin::test::setNumber("MAXI", 1.0f);
   PassControl<double> control(1.0);
@@ -102,7 +102,7 @@ TEST(PassControlBoth, TheLimitStandsAheadOfTheConvergenceTest) {
   vorin::test::loadSettings();
 }
 
-TEST(PassControlBoth, AToleranceNotBelowTheStartValueWantsNoPass) {
+TEST(PassControlBoth, AToleranceNotBelowTheStartValueNeedsNoPass) {
   for (const float tolerance : {1e20f, INFINITY, NAN}) {
     vorin::test::setNumber("TOL", tolerance);
     EXPECT_FALSE(PassControl<float>(1.0f).needsPass());

@@ -188,12 +188,12 @@ TEST_F(QpRouteAccuracy, ScalingTheKernelByTwoAndTheWeightByFourHalvesTheDistribu
   for (double& value : data.K) {
     value *= 2.0;
   }
-  const Solved twice = solve(data, 0.08);
+  const Solved doubled = solve(data, 0.08);
   for (std::size_t i = 0; i < once.f.size(); ++i) {
-    EXPECT_EQ(twice.f[i], once.f[i] / 2.0);
+    EXPECT_EQ(doubled.f[i], once.f[i] / 2.0);
   }
-  EXPECT_EQ(twice.result.rss, once.result.rss);
-  EXPECT_EQ(twice.result.rssSlope, once.result.rssSlope / 4.0);
+  EXPECT_EQ(doubled.result.rss, once.result.rss);
+  EXPECT_EQ(doubled.result.rssSlope, once.result.rssSlope / 4.0);
 }
 
 TEST_F(QpRouteAccuracy, SolvesThatShareAProblemHaveTheBitsOfSeparateOnes) {

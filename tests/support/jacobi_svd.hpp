@@ -10,7 +10,7 @@
 
 namespace vorin::test {
 
-/// The n singular values of A (m x n by columns), the largest first; zeros stand for
+/// The n singular values of A (m x n, column-major), the largest first; zeros for
 /// those that a matrix with fewer rows than columns lacks.
 template <class Real>
 std::vector<double> jacobiSingularValues(std::size_t m, std::size_t n, const Real* A) {

@@ -38,7 +38,7 @@ class Normal {
   Uniform uniform_;
 };
 
-/// A kernel (m x n by columns) and data (m).
+/// A kernel (m x n, column-major) and data (m).
 template <class Real>
 struct TestProblem {
   int m = 0;

@@ -1,4 +1,4 @@
-// The corner search: its picker on tables drawn by hand, its ladder against the same
+// The corner search: its picker on tables drawn by hand, its grid against the same
 // search made of single solves, and the mode of the weight driver that runs it.
 #include <gtest/gtest.h>
 
@@ -26,8 +26,8 @@ using vorin::test::setText;
 using vorin::test::TestProblem;
 using vorin::weight::cornerWeight;
 using vorin::weight::curvatures;
-using vorin::weight::Ladder;
-using vorin::weight::rungCount;
+using vorin::weight::gridSize;
+using vorin::weight::WeightGrid;
 
 constexpr double pi = 3.14159265358979323846;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -37,73 +37,72 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// A curve that starts at (0, 0) and takes the steps of a text of 16: d down, r right,
 /// u up, each by 1, where right is growing rss and down is falling norm.
-Ladder drawn(const char* steps) {
-  Ladder ladder;
-  for (std::size_t i = 0; i < rungCount; ++i) {
-    ladder.exponent[i] = -2.0 + 0.25 * static_cast<double>(i);
+WeightGrid drawn(const char* steps) {
+  WeightGrid grid;
+  for (std::size_t i = 0; i < gridSize; ++i) {
+    grid.exponent[i] = -2.0 + 0.25 * static_cast<double>(i);
     if (i > 0) {
       const char step = steps[i - 1];
-      ladder.logRss[i] = ladder.logRss[i - 1] + (step == 'r' ? 1.0 : 0.0);
-      ladder.logNorm[i] =
-          ladder.logNorm[i - 1] + (step == 'u' ? 1.0 : 0.0) - (step == 'd' ? 1.0 : 0.0);
+      grid.logRss[i] = grid.logRss[i - 1] + (step == 'r' ? 1.0 : 0.0);
+      grid.logNorm[i] = grid.logNorm[i - 1] + (step == 'u' ? 1.0 : 0.0) - (step == 'd' ? 1.0 : 0.0);
     }
   }
-  return ladder;
+  return grid;
 }
 
 TEST(Corner, CurvatureIsTheTurnPerUnitOfArcAndZeroAtTheEnds) {
   const auto C = curvatures(drawn("ddddrrrrdrrrrrru"));
-  std::array<double, rungCount> expected{};
+  std::array<double, gridSize> expected{};
   expected[4] = pi / 4;   // a quarter turn to the left over an arc of 2
   expected[8] = -pi / 4;  // to the right
   expected[9] = pi / 4;
   expected[15] = pi / 4;
-  for (std::size_t i = 0; i < rungCount; ++i) {
+  for (std::size_t i = 0; i < gridSize; ++i) {
     EXPECT_DOUBLE_EQ(C[i], expected[i]) << i;
   }
 }
 
 TEST(Corner, LongStepsMakeATurnLessSharp) {
-  Ladder ladder = drawn("ddddrrrrdrrrrrrr");
-  for (std::size_t i = 0; i < rungCount; ++i) {
-    ladder.logNorm[i] *= i < 5 ? 1.0 : 3.0;  // the fall behind the first corner is longer
+  WeightGrid grid = drawn("ddddrrrrdrrrrrrr");
+  for (std::size_t i = 0; i < gridSize; ++i) {
+    grid.logNorm[i] *= i < 5 ? 1.0 : 3.0;  // the fall behind the first corner is longer
   }
-  const auto C = curvatures(ladder);
+  const auto C = curvatures(grid);
   EXPECT_DOUBLE_EQ(C[9], (pi / 2) / (3.0 + 1.0));
 }
 
 TEST(Corner, OfTwoEqualPeaksTheSmallerWeightWins) {
-  const Ladder ladder = drawn("dddrrddrrrrddrrr");
-  const auto C = curvatures(ladder);
+  const WeightGrid grid = drawn("dddrrddrrrrddrrr");
+  const auto C = curvatures(grid);
   EXPECT_EQ(C[3], C[7]);
   EXPECT_EQ(C[3], C[13]);
-  EXPECT_EQ(cornerWeight(ladder, 8.0), std::pow(10.0, -1.25) * 8.0);
+  EXPECT_EQ(cornerWeight(grid, 8.0), std::pow(10.0, -1.25) * 8.0);
 }
 
-TEST(Corner, TheSharperOfTwoTurnsWinsWhereverItStands) {
-  Ladder ladder = drawn("ddddrrrrddrrrrrr");
-  EXPECT_EQ(cornerWeight(ladder, 1.0), 0.1);  // rung 5, exponent -1
+TEST(Corner, TheSharperOfTwoTurnsIsTakenAtEitherPlace) {
+  WeightGrid grid = drawn("ddddrrrrddrrrrrr");
+  EXPECT_EQ(cornerWeight(grid, 1.0), 0.1);  // weight 5, exponent -1
   // Move the first corner's neighbours apart: its arc grows, its turn stays.
   for (std::size_t i = 0; i < 4; ++i) {
-    ladder.logNorm[i] += 5.0;
+    grid.logNorm[i] += 5.0;
   }
-  EXPECT_EQ(cornerWeight(ladder, 1.0), std::pow(10.0, 0.5));  // rung 11
+  EXPECT_EQ(cornerWeight(grid, 1.0), std::pow(10.0, 0.5));  // weight 11
 }
 
-TEST(Corner, ACurveWithoutALeftTurnTakesTheLastRung) {
+TEST(Corner, ACurveWithoutALeftTurnTakesTheLargestWeight) {
   for (const char* steps : {"dddddddddddddddd", "rrrrrrrrrrrrrrrr", "rrrrrrrddddddddd"}) {
     EXPECT_EQ(cornerWeight(drawn(steps), 0.125), 100.0 * 0.125) << steps;
   }
 }
 
 TEST(Corner, CurvaturesThatAreNotNumbersArePassedOver) {
-  Ladder ladder = drawn("dddrrrrrddrrrrrr");
-  ladder.logNorm[2] = nan;  // spoils rungs 2 to 4, the first corner among them
-  const auto C = curvatures(ladder);
+  WeightGrid grid = drawn("dddrrrrrddrrrrrr");
+  grid.logNorm[2] = nan;  // spoils weights 2 to 4, the first corner among them
+  const auto C = curvatures(grid);
   EXPECT_TRUE(std::isnan(C[1]) && std::isnan(C[2]) && std::isnan(C[3]));
-  EXPECT_EQ(cornerWeight(ladder, 1.0), std::pow(10.0, 0.5));
+  EXPECT_EQ(cornerWeight(grid, 1.0), std::pow(10.0, 0.5));
 
-  Ladder empty = drawn("dddrrrrrddrrrrrr");
+  WeightGrid empty = drawn("dddrrrrrddrrrrrr");
   empty.logRss.fill(-infinity);
   empty.logNorm.fill(-infinity);
   EXPECT_EQ(cornerWeight(empty, 3.0), 300.0);
@@ -235,17 +234,17 @@ TEST_F(CornerSearch, TheWeightPassedInHasNoEffect) {
   }
 }
 
-TEST_F(CornerSearch, ScalingTheKernelByTwoMovesTheLadderFourfold) {
+TEST_F(CornerSearch, ScalingTheKernelByTwoScalesTheWeightsByFour) {
   auto data = laplaceProblem<double>(80, 40, 0.01, 5);
   const Found<double> once = search(data);
   for (double& value : data.K) {
     value *= 2.0;
   }
-  const Found<double> twice = search(data);
-  EXPECT_EQ(twice.w, 4.0 * once.w);
-  EXPECT_EQ(twice.rss, once.rss);
+  const Found<double> doubled = search(data);
+  EXPECT_EQ(doubled.w, 4.0 * once.w);
+  EXPECT_EQ(doubled.rss, once.rss);
   for (std::size_t i = 0; i < once.f.size(); ++i) {
-    EXPECT_EQ(twice.f[i], once.f[i] / 2.0);
+    EXPECT_EQ(doubled.f[i], once.f[i] / 2.0);
   }
 }
 
@@ -253,18 +252,18 @@ TEST_F(CornerSearch, BothPrecisionsGiveTheSameUpToTheFinalNarrowing) {
   for (const std::uint64_t seed : {1u, 2u, 3u}) {
     const auto narrow = laplaceProblem<float>(90, 50, 0.01, seed);
     const Found<float> single = search(narrow);
-    const Found<double> twice = search(widened(narrow));
-    EXPECT_EQ(single.w, static_cast<float>(twice.w));
-    EXPECT_EQ(single.rss, static_cast<float>(twice.rss));
-    EXPECT_EQ(single.rssSlope, static_cast<float>(twice.rssSlope));
-    EXPECT_EQ(single.status, twice.status);
-    for (std::size_t i = 0; i < twice.f.size(); ++i) {
-      EXPECT_EQ(single.f[i], static_cast<float>(twice.f[i]));
+    const Found<double> inDouble = search(widened(narrow));
+    EXPECT_EQ(single.w, static_cast<float>(inDouble.w));
+    EXPECT_EQ(single.rss, static_cast<float>(inDouble.rss));
+    EXPECT_EQ(single.rssSlope, static_cast<float>(inDouble.rssSlope));
+    EXPECT_EQ(single.status, inDouble.status);
+    for (std::size_t i = 0; i < inDouble.f.size(); ++i) {
+      EXPECT_EQ(single.f[i], static_cast<float>(inDouble.f[i]));
     }
   }
 }
 
-TEST_F(CornerSearch, NoKeyGovernsItAndItIsSilent) {
+TEST_F(CornerSearch, ReadsNoKeyAndWritesNoLog) {
   const auto data = laplaceProblem<float>(60, 30, 0.01, 7);
   const Found<float> expected = search(data);
   for (const float route : {1.0f, 2.0f, 3.0f}) {
@@ -305,7 +304,7 @@ TEST_F(CornerSearch, ZeroDataOrAZeroKernelGiveNoWeightAndAnEmptyDistribution) {
 }
 
 // A kernel so small that the first weight underflows to 0 is fitted exactly: s = 0, the
-// ratio is infinite, and all rungs solve at weight 0.
+// ratio is infinite, and all weights solve at weight 0.
 TEST_F(CornerSearch, APerfectFirstFitLeavesAWeightOfZero) {
   const TestProblem<double> data{1, 1, {0x1p-531}, {0x1p-531}};
   const Found<double> got = search(data);

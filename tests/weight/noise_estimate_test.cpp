@@ -1,5 +1,5 @@
 // The noise estimate's frame: which estimator runs, where the search may start, and
-// what standard error is wanted.
+// which standard error is requested.
 #include "weight/noise_estimate.hpp"
 
 #include <gtest/gtest.h>
@@ -161,7 +161,7 @@ TEST_F(CalcSE, RelativeLimitsAreScaledByTheKernelAndNotByTheReference) {
   EXPECT_EQ(estimate(place, 1.0f).w, 2.0f);  // 4 / 3 is below the limit too
 }
 
-TEST_F(CalcSE, WantedStandardErrorOfSmallNoise) {
+TEST_F(CalcSE, TargetStandardErrorOfSmallNoise) {
   // 1.05 * 0.01 = 0.0105 against 0.05 * 1 + 0.95 * 0.01 = 0.0595.
   Workplace place(identityProblem({1, 1, 1, 1}));
   const Estimated out = estimate(place, 0.01f, 0.01f);
@@ -169,21 +169,21 @@ TEST_F(CalcSE, WantedStandardErrorOfSmallNoise) {
   EXPECT_FLOAT_EQ(out.dse, 0.0105f);
 }
 
-TEST_F(CalcSE, WantedStandardErrorOfDataThatIsMostlyNoise) {
+TEST_F(CalcSE, TargetStandardErrorOfDataThatIsMostlyNoise) {
   // 1.05 * 0.8 = 0.84 against 0.05 + 0.95 * 0.8 = 0.81: no more than a twentieth of
   // the way to the empty fit.
   Workplace place(identityProblem({1, 1, 1, 1}));
   EXPECT_FLOAT_EQ(estimate(place, 0.01f, 0.8f).dse, 0.81f);
 }
 
-TEST_F(CalcSE, NoiseAboveTheDataWantsLessThanTheNoise) {
+TEST_F(CalcSE, NoiseAboveTheDataGivesATargetBelowTheNoise) {
   Workplace place(identityProblem({1, 1, 1, 1}));
   const Estimated out = estimate(place, 0.01f, 2.0f);
   EXPECT_FLOAT_EQ(out.dse, 0.05f + 0.95f * 2.0f);
   EXPECT_LT(out.dse, out.sig);
 }
 
-TEST_F(CalcSE, RsigAfterAResetWantsLessThanTheNoise) {
+TEST_F(CalcSE, RsigAfterAResetGivesATargetBelowTheNoise) {
   std::int32_t status = -1;
   float unused = 0.0f;
   VorinSQR("I", "    ", &unused, &status);
@@ -191,7 +191,7 @@ TEST_F(CalcSE, RsigAfterAResetWantsLessThanTheNoise) {
   EXPECT_FLOAT_EQ(estimate(place, 0.01f, 0.1f).dse, 0.02f);
 }
 
-TEST_F(CalcSE, ScanSetsTheWantedStandardErrorByItsOwnRule) {
+TEST_F(CalcSE, ScanSetsTheTargetStandardErrorByItsOwnRule) {
   // Half the data can't be fitted: sig is 0.5 and rms 1. The scan takes 1.5 * 0.5 since
   // it lies below rms; the closing rule would take the mixture, 0.05 + 0.95 * 0.5.
   setNumber("RSIG", 1.5f);

@@ -184,11 +184,11 @@ TEST_F(NoiseMode, SingleRouteGoesOnFromWhatTheScanLeft) {
   EXPECT_NEAR(first.signow, second.signow, 2e-3f * first.signow);
 }
 
-// The default road's promise: where a weight with the wanted standard error exists, the
+// The default settings: where a weight with the requested standard error exists, the
 // search finds it to the tolerance, on every route.
-class NoiseRoad : public ::testing::TestWithParam<std::tuple<int, int, double, float>> {};
+class NoiseModeOnDecays : public ::testing::TestWithParam<std::tuple<int, int, double, float>> {};
 
-TEST_P(NoiseRoad, ReachesTheWantedStandardError) {
+TEST_P(NoiseModeOnDecays, ReachesTheTargetStandardError) {
   const auto [nf, ng, snr, route] = GetParam();
   vorin::test::loadSettings();
   setText("NALG", "NONE");
@@ -210,12 +210,12 @@ TEST_P(NoiseRoad, ReachesTheWantedStandardError) {
   for (const float value : place.f) {
     EXPECT_GE(value, 0.0f);
   }
-  // So does the residual of the distribution itself, which the solver's own stands for:
+  // So does the residual of the distribution itself, which the solver's own value represents:
   // a solve that stopped on a change below TOL may differ by as much again.
   EXPECT_LT(std::abs(std::pow(standardErrorOf(place.data, place.f) / wanted, 2) - 1.0), 0.002);
 }
 
-INSTANTIATE_TEST_SUITE_P(Decays, NoiseRoad,
+INSTANTIATE_TEST_SUITE_P(Decays, NoiseModeOnDecays,
                          ::testing::Combine(::testing::Values(64, 300, 1000, 3000),
                                             ::testing::Values(20, 60, 150),
                                             ::testing::Values(20.0, 100.0, 1000.0),

@@ -123,7 +123,7 @@ inline double standardErrorOf(const TestProblem<float>& problem, const std::vect
   return std::sqrt(square / problem.m);
 }
 
-/// What stands behind `label` in a log line, read as a number.
+/// What follows `label` in a log line, read as a number.
 inline double valueBehind(const std::string& line, const std::string& label) {
   const std::size_t place = line.find(label);
   return place == std::string::npos ? std::nan("") : std::stod(line.substr(place + label.size()));
