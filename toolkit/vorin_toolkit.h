@@ -428,7 +428,7 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_turn_to_real(
 
 /* A computed decay with known truth: peaks that are normal in log10 T, put through a
  * kernel, with normal noise. Settings: "kernel", "grid" (of the truth; 0.1 ms to 10 s,
- * 200 values), "noise" (0), "seed" (1), "phase" (radians; complex data, noise in both
+ * 200 values), "sigma" (of the noise; 0), "seed" (1), "phase" (radians; complex data, noise in both
  * channels). One seed gives the same noise on every machine.
  *
  * Arrays of the result: "time", "amplitude", "imaginary" (with "phase" only), "grid",

@@ -100,19 +100,20 @@ std::int32_t making(Handle** handle, char* message, std::int64_t size, Body body
 }
 
 /// The `count` finite numbers at `values`. Throws UserError, which names the argument, for a
-/// null address, a count below `fewest` and a number that is not finite.
+/// null address, a count below `fewest` and a number that is not finite, the first `unchecked`
+/// aside.
 inline std::vector<double> numbersAt(const double* values, std::int64_t count, std::int64_t fewest,
-                                     std::string_view name) {
+                                     std::string_view name, std::size_t unchecked = 0) {
   requireAddress(values, name);
   if (count < fewest) {
     throw UserError(fmt::format("{} has {} element{}; {} or more are wanted", name, count,
                                 count == 1 ? "" : "s", fewest));
   }
   std::vector<double> result(values, values + count);
-  for (std::size_t i = 0; i < result.size(); ++i) {
+  for (std::size_t i = unchecked; i < result.size(); ++i) {
     if (!std::isfinite(result[i])) {
       throw UserError(
-          fmt::format("{}[{}] is not a finite number; leave out samples without a value", name, i));
+          fmt::format("{}[{}] is not a finite number; leave out what has no value", name, i));
     }
   }
   return result;

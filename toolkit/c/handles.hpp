@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -39,6 +40,12 @@ struct vorin_settings {
   std::map<std::string, vorin::toolkit::Matrix, std::less<>> matrices;
   std::vector<std::pair<std::string, std::string>> keys;  ///< of the library, in order
 
+  /// The matrix of a kernel by name. The last one is kept, so that many decays of one shape
+  /// cost one; any number of threads may ask.
+  std::shared_ptr<const std::vector<float>> kernelMatrix(vorin::toolkit::Kernel kernel,
+                                                         const std::vector<double>& times,
+                                                         const std::vector<double>& grid) const;
+
   /// The text of a setting; empty where it is not set.
   const std::string& text(std::string_view name) const;
 
@@ -51,6 +58,16 @@ struct vorin_settings {
 
   /// The settings of the method.
   vorin::toolkit::InversionSettings method() const;
+
+ private:
+  struct KeptMatrix {
+    vorin::toolkit::Kernel kernel = vorin::toolkit::Kernel::t2;
+    std::vector<double> times;
+    std::vector<double> grid;
+    std::shared_ptr<const std::vector<float>> values;
+  };
+  mutable std::mutex guard_;
+  mutable KeptMatrix kept_;
 };
 
 /// Fields by name, in the order in which they were added.
@@ -74,8 +91,11 @@ struct vorin_result {
 
 namespace vorin::toolkit::c {
 
-/// Settings that all have their defaults, where a host gives none.
-const vorin_settings& settingsOrDefaults(const vorin_settings* settings);
+/// The settings of a host, or, where it gives none, `defaults`.
+inline const vorin_settings& orDefaults(const vorin_settings* settings,
+                                        const vorin_settings& defaults) {
+  return settings == nullptr ? defaults : *settings;
+}
 
 /// The kernel of that name. Throws UserError for a null address and for another name.
 Kernel namedKernel(const char* name);

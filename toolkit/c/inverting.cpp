@@ -20,15 +20,16 @@ double known(double value) {
   return value > 0.0 ? value : kUnknown;
 }
 
-/// The samples of a host, looked at as those of a file are.
+/// The samples of a host, looked at as those of a file are. The first `skipped` amplitudes, which
+/// nobody will use, may be anything.
 MeasuredDecay measuredDecay(const double* times, const double* real, const double* imaginary,
-                            std::int64_t samples) {
+                            std::int64_t samples, std::size_t skipped) {
   MeasuredDecay measured;
   measured.decay.time = numbersAt(times, samples, 2, "t");
   requireTimes(measured.decay.time);
-  measured.decay.amplitude = numbersAt(real, samples, 2, "y");
+  measured.decay.amplitude = numbersAt(real, samples, 2, "y", skipped);
   if (imaginary != nullptr) {
-    measured.imaginary = numbersAt(imaginary, samples, 2, "y");
+    measured.imaginary = numbersAt(imaginary, samples, 2, "y", skipped);
   }
   requireSignal(measured, "y");
   return measured;
@@ -91,6 +92,10 @@ std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredD
   job->input = prepare(std::move(measured), kernel, grid, settings.text("skip"), "y");
   job->settings.kernel = kernel.kernel;
   job->settings.matrix = job->input.matrix;
+  if (job->settings.matrix == nullptr) {
+    job->settings.matrix =
+        settings.kernelMatrix(kernel.kernel, job->input.decay.time, job->input.grid);
+  }
   job->settings.grid = job->input.grid;
   LogFile log(settings.text("log"));
   job->settings.keepLog = !log.temporary().empty();
@@ -136,8 +141,11 @@ int32_t vorin_invert(const vorin_settings* settings, const double* times, const 
                      const double* imaginary, int64_t samples, vorin_result** result, char* message,
                      int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
-    return c::inverted(c::settingsOrDefaults(settings),
-                       c::measuredDecay(times, real, imaginary, samples));
+    const vorin_settings defaults;
+    const vorin_settings& given = c::orDefaults(settings, defaults);
+    const std::size_t skipped = vorin::toolkit::readSkip(
+        given.text("skip"), static_cast<std::size_t>(std::max<int64_t>(samples, 2)));
+    return c::inverted(given, c::measuredDecay(times, real, imaginary, samples, skipped));
   });
 }
 
@@ -146,10 +154,11 @@ int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* set
                         int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
     const c::Inverted& job = c::inversionOf(inversion);
-    const vorin_settings& given = c::settingsOrDefaults(settings);
+    const vorin_settings defaults;
+    const vorin_settings& given = c::orDefaults(settings, defaults);
     const std::string& replicates = given.text("replicates");
-    vorin::toolkit::BootstrapSettings wanted =
-        vorin::toolkit::readBootstrap(replicates.empty() ? "200" : replicates, given.text("seed"));
+    vorin::toolkit::BootstrapSettings wanted = vorin::toolkit::readBootstrap(
+        replicates.empty() ? "200" : replicates, given.text("seed"), "replicates");
     wanted.threads = c::threadCount(given.text("threads"));
     if (progress != nullptr) {
       wanted.progress = [&](int done) {

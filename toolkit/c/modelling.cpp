@@ -69,7 +69,7 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   if (grid.empty()) {
     grid = LogGrid{1e-4, 10.0, 200}.times();
   }
-  const double noise = numberOf(settings, "noise", 0.0, 0.0);
+  const double noise = numberOf(settings, "sigma", 0.0, 0.0);
   const std::string& seedText = settings.text("seed");
   const std::optional<long long> seed = seedText.empty() ? 1 : parseInteger(seedText);
   if (!seed || *seed < 0) {
@@ -174,7 +174,8 @@ int32_t vorin_simulate(const vorin_settings* settings, const double* times, int6
                        const double* peaks, int64_t peak_count, vorin_result** result,
                        char* message, int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
-    return c::simulated(c::settingsOrDefaults(settings), c::timesAt(times, samples),
+    const vorin_settings defaults;
+    return c::simulated(c::orDefaults(settings, defaults), c::timesAt(times, samples),
                         c::peaksAt(peaks, peak_count));
   });
 }

@@ -56,8 +56,9 @@ int32_t vorin_read_decay(const char* path, const vorin_settings* settings, vorin
                          char* message, int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
     c::requireAddress(path, "path");
+    const vorin_settings defaults;
     vorin::toolkit::MeasuredDecay measured =
-        vorin::toolkit::readMeasuredDecay(path, c::formatOf(c::settingsOrDefaults(settings)));
+        vorin::toolkit::readMeasuredDecay(path, c::formatOf(c::orDefaults(settings, defaults)));
     auto made = std::make_unique<vorin_result>();
     made->add("time", std::move(measured.decay.time));
     made->add("amplitude", std::move(measured.decay.amplitude));

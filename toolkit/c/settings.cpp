@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::string_view kKeyPrefix = "key.";
 
-constexpr std::array<c::JobSetting, 10> kJobSettings{{
+constexpr std::array<c::JobSetting, 11> kJobSettings{{
     {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
      "what one value of the grid adds to a sample"},
     {"grid", "FROM:TO:N, or a list", "by the times of the samples",
@@ -34,6 +34,7 @@ constexpr std::array<c::JobSetting, 10> kJobSettings{{
     {"threads", "N", "1", "threads of a bootstrap; 0 is one for each processor"},
     {"columns", "X,Y[,IM]", "1,2", "the columns of a file: numbers from 1, or names of its header"},
     {"time_unit", "UNIT", "s, or s/m2", "of the first column of a file"},
+    {"sigma", "SIGMA", "0", "standard deviation of the noise of a computed decay"},
     {"phase", "RADIANS", "real data", "by which a computed decay is turned"},
 }};
 
@@ -119,6 +120,24 @@ std::vector<double> vorin_settings::grid(std::string_view name, Quantity quantit
                          : vorin::toolkit::parseGrid(written, name, quantity).times();
 }
 
+std::shared_ptr<const std::vector<float>> vorin_settings::kernelMatrix(
+    vorin::toolkit::Kernel kernel, const std::vector<double>& times,
+    const std::vector<double>& grid) const {
+  {
+    const std::lock_guard guard(guard_);
+    if (kept_.values != nullptr && kept_.kernel == kernel && kept_.times == times &&
+        kept_.grid == grid) {
+      return kept_.values;
+    }
+  }
+  auto made =
+      std::make_shared<const std::vector<float>>(vorin::toolkit::kernelMatrix(kernel, times, grid));
+  KeptMatrix fresh{kernel, times, grid, made};
+  const std::lock_guard guard(guard_);
+  kept_ = std::move(fresh);
+  return made;
+}
+
 KernelChoice vorin_settings::kernel() const {
   const auto matrix = matrices.find("kernel");
   if (matrix != matrices.end()) {
@@ -141,11 +160,6 @@ InversionSettings vorin_settings::method() const {
 }
 
 namespace vorin::toolkit::c {
-
-const vorin_settings& settingsOrDefaults(const vorin_settings* settings) {
-  static const vorin_settings defaults;
-  return settings == nullptr ? defaults : *settings;
-}
 
 Kernel namedKernel(const char* name) {
   requireAddress(name, "kernel");

@@ -19,6 +19,7 @@ namespace {
 constexpr int kMostRows = 10000;
 constexpr double kLeastRejection = 1.0;
 constexpr const char* kStandardRejection = "4";
+constexpr std::string_view kStandardText = "on";  ///< with standard values
 
 /// The number above 0 that `text` spells, in the range of the library's numbers.
 std::optional<double> parseAboveZero(const std::string& text) {
@@ -112,6 +113,10 @@ void readCompression(const std::string& text, InversionSettings& settings) {
                     inQuotes(text), kMostRows));
   };
   Compression result;
+  if (text == kStandardText) {
+    settings.compression = result;
+    return;
+  }
   const auto comma = text.find(',');
   const auto rows = parseInteger(text.substr(0, comma));
   if (!rows || *rows < 1 || *rows > kMostRows) {
@@ -136,7 +141,7 @@ void readRejection(const std::string& text, InversionSettings& settings) {
     return;
   }
   constexpr std::string_view kRobust = "robust";
-  std::string number = text;
+  std::string number = text == kStandardText ? kStandardRejection : text;
   if (text.substr(0, kRobust.size()) == kRobust) {
     settings.rejection = Rejection::robust;
     number = text.size() == kRobust.size() ? kStandardRejection
@@ -162,13 +167,13 @@ constexpr std::array<SettingText, 6> kSettings{{
     {"prune", "log|linear|none", "log", "bins into which samples are gathered before the inversion",
      &readPruning},
     {"prune-points", "N", "200", "number of bins, 10 to 5000", &readPrunedPoints},
-    {"compress", "N[,RATIO]", "no compression",
+    {"compress", "N[,RATIO]|on", "no compression",
      "most rows to keep after a truncated singular value decomposition, and the ratio to the "
-     "largest singular value at or below which rows are dropped (1e-6)",
+     "largest singular value at or below which rows are dropped; on is 20,1e-6",
      &readCompression},
-    {"reject-outliers", "K|robust[,K]", "no rejection",
+    {"reject-outliers", "K|robust[,K]|on", "no rejection",
      "leave out samples that a first fit misses by K standard deviations of the noise or more, by "
-     "the library's ridge fit with their bins, or, with robust, alone",
+     "the library's ridge fit with their bins, or, with robust, alone; on is 4",
      &readRejection},
 }};
 
@@ -199,12 +204,13 @@ void requireCompatible(const InversionSettings& settings) {
   }
 }
 
-BootstrapSettings readBootstrap(const std::string& replicates, const std::string& seed) {
+BootstrapSettings readBootstrap(const std::string& replicates, const std::string& seed,
+                                std::string_view option) {
   constexpr int kFewest = 20;
   constexpr int kMost = 100000;
   const std::optional<long long> count = parseInteger(replicates);
   if (!count || *count < kFewest || *count > kMost) {
-    throw UserError(fmt::format("--bootstrap {}: a whole number from {} to {} is wanted",
+    throw UserError(fmt::format("{} {}: a whole number from {} to {} is wanted", option,
                                 inQuotes(replicates), kFewest, kMost));
   }
   BootstrapSettings settings;
@@ -245,6 +251,12 @@ std::string inSettingNames(std::string_view sentence) {
       continue;
     }
     at += 2;
+    constexpr std::string_view kSet = "set ";  // KEY=VALUE, of which a program sets many
+    if (sentence.substr(at, kSet.size()) == kSet) {
+      result += "settings ";
+      at += kSet.size();
+      continue;
+    }
     for (; at < sentence.size() && isOptionLetter(sentence[at]); ++at) {
       result += sentence[at] == '-' ? '_' : sentence[at];
     }

@@ -32,8 +32,9 @@ void readSetting(std::string_view name, const std::string& text, InversionSettin
 void requireCompatible(const InversionSettings& settings);
 
 /// The replicates and the seed of a bootstrap (without a text: 1). Throws UserError, which
-/// names the command's options, for texts that are no such numbers.
-BootstrapSettings readBootstrap(const std::string& replicates, const std::string& seed);
+/// names `option` or --seed, for texts that are no such numbers.
+BootstrapSettings readBootstrap(const std::string& replicates, const std::string& seed,
+                                std::string_view option = "--bootstrap");
 
 /// The count of samples to leave out at the start of a decay of `samples`. Throws UserError,
 /// which names --skip, unless two stay.

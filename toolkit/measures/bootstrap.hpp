@@ -18,7 +18,7 @@ struct Band {
   std::vector<double> upper;
   double logMeanLower = 0.0;  ///< not a number when no replicate has a log mean
   double logMeanUpper = 0.0;
-  int replicates = 0;  ///< that were inverted with success
+  int replicates = 0;            ///< that were inverted with success
   std::vector<double> logMeans;  ///< of these replicates; not a number where the total is 0
 };
 

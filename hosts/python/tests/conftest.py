@@ -23,16 +23,16 @@ def _in_an_empty_folder(tmp_path, monkeypatch):
     monkeypatch.setenv("MPLCONFIGDIR", str(tmp_path.parent / "matplotlib"))
 
 
-@pytest.fixture(scope="session")
+@pytest.fixture
 def library():
+    """The numerical library; unloaded afterwards, so that each test has it as it is loaded."""
     with vorin.Library() as instance:
         yield instance
 
 
 @pytest.fixture
-def fresh():
-    with vorin.Library() as instance:
-        yield instance
+def fresh(library):
+    return library
 
 
 @pytest.fixture(scope="session")

@@ -1,10 +1,11 @@
 """The bootstrap: what it draws, what it answers, and how often its interval is right."""
 
+import pickle
+
 import numpy as np
 import pytest
 
 import vorin
-from vorin import bootstrapping
 
 
 @pytest.fixture(scope="module")
@@ -23,15 +24,6 @@ def test_one_seed_gives_the_same_band_with_any_count_of_threads(result):
     assert np.array_equal(one.log_means, vorin.bootstrap(result, 40, 9).log_means)
 
 
-def test_a_replicate_is_the_fit_plus_drawn_residuals_at_the_same_weight(result):
-    band = result.bootstrap(20, seed=3)
-    residual = result.residual - np.mean(result.residual)
-    for index in (0, 7, 19):
-        drawn = np.random.default_rng((3, index)).integers(400, size=400)
-        again = vorin.invert(result.t, result.fit + residual[drawn], weight=result.weight)
-        assert band.log_means[index] == pytest.approx(again.log_mean, rel=2e-4)
-
-
 def test_the_interval_takes_half_the_bias_and_counts_the_other_half_as_spread(result):
     band = result.bootstrap(50)
     low, middle, high = np.log(np.percentile(band.log_means, (15.8655, 50.0, 84.1345),
@@ -45,13 +37,23 @@ def test_the_interval_takes_half_the_bias_and_counts_the_other_half_as_spread(re
     assert band.log_mean_lower < result.log_mean < band.log_mean_upper
 
 
-def test_the_interval_of_given_replicates():
-    # b = 2, h = 1.5 and the middle of the interval 1 below the result: 1 -+ sqrt(2.25 + 1).
-    logs = 5.0 + np.interp(np.linspace(0, 1, 2001), [0, 0.158655, 0.5, 0.841345, 1],
-                           [-3, 0.5, 2, 3.5, 6])
-    lower, upper = bootstrapping._interval(np.exp(5.0), logs)
-    assert np.log(lower) == pytest.approx(4.0 - np.sqrt(3.25), abs=1e-2)
-    assert np.log(upper) == pytest.approx(4.0 + np.sqrt(3.25), abs=1e-2)
+def test_what_progress_raises_ends_the_bootstrap_and_leaves_it(result):
+    told = []
+
+    def stop(done):
+        told.append(done)
+        if done == 5:
+            raise ZeroDivisionError("enough")
+
+    with pytest.raises(ZeroDivisionError, match="enough"):
+        result.bootstrap(2000, workers=2, progress=stop)
+    assert told == [1, 2, 3, 4, 5]
+
+
+def test_a_result_that_was_pickled_gives_the_same_band(result):
+    again = pickle.loads(pickle.dumps(result))
+    assert np.array_equal(again.distribution, result.distribution)
+    assert np.array_equal(again.bootstrap(20).upper, result.bootstrap(20).upper)
 
 
 def test_the_band_holds_the_distribution_and_nothing_negative(result):

@@ -16,21 +16,18 @@ KERNEL = np.asfortranarray(np.exp(-0.002 * np.arange(1, NF + 1)[:, None] / GRID)
 DATA = (KERNEL @ np.linspace(0.0, 1.0, NG)).astype(np.float32)
 
 
-def test_instances_keep_separate_stores(fresh):
+def test_instances_of_one_file_share_its_state_and_its_lock(fresh):
     with vorin.Library() as other:
         fresh.VorinSQR("S", "MAXI", 77.0)
-        fresh.VorinSQC("S", "TARG", "WEIG")
-        assert fresh.get("MAXI") == 77.0 and fresh.get("TARG") == "WEIG"
-        assert other.get("MAXI") == 50.0 and other.get("TARG") == "NOISE"
+        assert other.get("MAXI") == 77.0 and other.lock is fresh.lock
 
 
-def test_many_instances_live_side_by_side():
-    many = [vorin.Library() for _ in range(24)]
-    for index, instance in enumerate(many):
-        instance.set("MAXI", 100 + index)
-    assert [instance.get("MAXI") for instance in many] == [100 + index for index in range(24)]
-    for instance in many:
-        instance.close()
+def test_the_package_s_functions_do_not_touch_the_library_s_state(fresh):
+    fresh.set("TARG", "WEIG")
+    fresh.set("WEIG", 5.0)
+    made = vorin.simulate(0.01 * np.arange(1, 60), noise=0.5)
+    assert vorin.invert(made.t, made.y).weight_origin == "noise"
+    assert fresh.get("TARG") == "WEIG" and fresh.get("WEIG") == 5.0 and fresh.get("CWEI") != 5.0
 
 
 def test_a_closed_instance_refuses_calls():
@@ -288,10 +285,27 @@ def test_where_the_library_is_looked_for(tmp_path, monkeypatch):
     with pytest.raises(LibraryNotFound, match="path .*there is no such file"):
         vorin.Library(tmp_path / "none.so")
     monkeypatch.delenv("VORIN_LIBRARY")
-    monkeypatch.setattr("vorin.loading._candidates", lambda: iter(()))
+    monkeypatch.delenv("VORIN_TOOLKIT", raising=False)
+    monkeypatch.setattr("vorin.loading._candidates", lambda names: iter(()))
     monkeypatch.setattr("vorin.loading.FILE_NAMES", ("libVorin-of-no-kind.so",))
-    with pytest.raises(LibraryNotFound, match="is not beside this package"):
-        vorin.find_library()
+    monkeypatch.setattr("vorin.loading.TOOLKIT_NAMES", ("libvorin-of-no-kind.so",))
+    for find in (vorin.find_library, vorin.find_toolkit):
+        with pytest.raises(LibraryNotFound, match="is not beside this package"):
+            find()
+
+
+def test_where_the_toolkit_is_looked_for(tmp_path, monkeypatch):
+    real = vorin.find_toolkit()
+    monkeypatch.setenv("VORIN_TOOLKIT", str(real))
+    assert vorin.find_toolkit() == real
+    monkeypatch.setenv("VORIN_TOOLKIT", str(tmp_path / "none.so"))
+    with pytest.raises(LibraryNotFound, match="VORIN_TOOLKIT .*there is no such file"):
+        vorin.find_toolkit()
+    monkeypatch.delenv("VORIN_TOOLKIT")
+    beside = tmp_path / "libvorin_toolkit.so"
+    beside.write_bytes(b"")
+    monkeypatch.setenv("VORIN_LIBRARY", str(tmp_path / "libVorin01056.so"))
+    assert vorin.find_toolkit() == beside
 
 
 def test_a_file_that_is_no_library_is_told():

@@ -1,5 +1,6 @@
 """Inversions side by side give the same bits as one after another."""
 
+import functools
 import multiprocessing
 from concurrent.futures import ThreadPoolExecutor
 
@@ -40,17 +41,25 @@ def test_threads_with_different_settings_do_not_disturb_each_other(decays):
             assert all(same(one, future.result()) for one, future in zip(serial, futures))
 
 
-def test_instances_called_from_threads_keep_their_stores():
-    def work(number):
-        with vorin.Library() as library:
-            for round_ in range(200):
-                library.set("MAXI", 1000 * number + round_)
-                if library.get("MAXI") != 1000 * number + round_:
-                    return False
-            return True
+@pytest.mark.parametrize("workers", [1, 2, 8])
+def test_ten_thousand_decays_give_the_bits_of_one_after_the_other(workers):
+    t = 2e-3 * np.arange(1, 33)
+    rows = np.exp(-t / 0.02) + 0.01 * np.random.default_rng(5).standard_normal((10000, 32))
+    grid = (1e-3, 0.3, 24)
+    alone = _reference(t, rows, grid)
+    many = vorin.invert_many(t, rows, workers=workers, grid=grid, noise=0.01)
+    assert np.array_equal(alone, [result.distribution for result in many])
 
-    with ThreadPoolExecutor(4) as pool:
-        assert all(pool.map(work, range(4)))
+
+@functools.lru_cache(maxsize=1)
+def _one_after_the_other(t, rows, grid):
+    decays = np.frombuffer(rows).reshape(-1, 32)
+    return np.array([vorin.invert(np.frombuffer(t), row, grid=grid, noise=0.01).distribution
+                     for row in decays])
+
+
+def _reference(t, rows, grid):
+    return _one_after_the_other(t.tobytes(), rows.tobytes(), grid)
 
 
 def test_logs_of_threads_do_not_mix(decays, tmp_path):

@@ -3,23 +3,19 @@
 from __future__ import annotations
 
 import os
-import threading
-from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, Callable, Dict, Optional, Tuple
+from typing import TYPE_CHECKING, Any, Callable, Dict, Optional
 
 import numpy as np
 
-from . import checks, measures
+from . import checks, toolkit
 from .errors import InputTypeError, InputValueError
-from .instances import borrowed
+from .toolkit import Settings
 
 if TYPE_CHECKING:
     from .result import Result
 
-# What one standard deviation either way leaves out of a normal variate on each side.
-_TAIL = 15.8655  # per cent
-_REPLICATES = (20, 100000)
+_MOST_THREADS = 1024
 
 
 @dataclass(frozen=True, eq=False)
@@ -35,7 +31,7 @@ class Bootstrap:
     log_mean_lower, log_mean_upper : float
         Interval of the log mean, in the unit of the grid.
     log_means : numpy.ndarray of shape (replicates,)
-        The log mean of each replicate.
+        The log mean of each of them.
     """
 
     replicates: int
@@ -85,11 +81,13 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     n : int
         Count of replicates, 20 to 100000.
     seed : int
-        0 or above. One seed gives the same replicates, with any count of workers.
+        0 or above. One seed gives the same replicates as the command's, with any count of
+        workers.
     workers : int, optional
         Threads, one for each processor by default.
     progress : callable, optional
-        Called with the count of replicates done, by the thread that did the last one.
+        Called with the count of replicates done, by the thread that did the last one. What it
+        raises ends the bootstrap.
 
     Returns
     -------
@@ -101,47 +99,19 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     .. [2] For b as the estimate of a bias: A. C. Davison, D. V. Hinkley, Bootstrap Methods and
        their Application, Cambridge 1997, section 2.2.
     """
-    count, start = _counts(n, seed)
-    kept = np.ones(result.t.size, bool)
-    kept[result.rejected] = False
-    problem = result.problem.at_weight(result.weight)
-    fit = result.fit[kept] / problem.scale
-    residual = result.y[kept] / problem.scale - fit
-    residual -= np.mean(residual)
-    done = _Counter(progress)
-
-    def some(indices: range) -> Tuple[np.ndarray, np.ndarray]:
-        distributions = np.empty((len(indices), result.grid.size))
-        good = np.zeros(len(indices), bool)
-        with borrowed() as library:
-            problem.set_keys(library)
-            for row, index in enumerate(indices):
-                drawn = np.random.default_rng((start, index)).integers(fit.size, size=fit.size)
-                solution = problem.solve(library, (fit + residual[drawn]).astype(np.float32))
-                distributions[row], good[row] = solution.distribution, solution.status == 0
-                done.add()
-        return distributions, good
-
-    shares = _shares(count, workers)
-    if len(shares) == 1:
-        parts = [some(shares[0])]
-    else:
-        with ThreadPoolExecutor(len(shares)) as pool:
-            parts = list(pool.map(some, shares))
-    distributions = np.concatenate([part[0] for part in parts])
-    return _bands(result, distributions[np.concatenate([part[1] for part in parts])])
+    settings = Settings(replicates=str(checks.number("n", n, "i")), seed=str(_whole_seed(seed)),
+                        threads=worker_count(workers, _MOST_THREADS))
+    with toolkit.named("replicates", "n"):
+        fields = toolkit.bootstrap(result._inverted(), settings, progress)
+    replicates, lower, upper = fields.numbers("replicates", "log_mean_lower", "log_mean_upper")
+    return Bootstrap(int(replicates), fields.array("lower"), fields.array("upper"), lower, upper,
+                     fields.array("log_means"))
 
 
-def _counts(n: Any, seed: Any) -> Tuple[int, int]:
-    count = checks.number("n", n, "i")
-    least, most = _REPLICATES
-    if not least <= count <= most:
-        raise InputValueError(f"n is {count}; a whole number from {least} to {most} is wanted")
+def _whole_seed(seed: Any) -> int:
     if isinstance(seed, bool) or not isinstance(seed, (int, np.integer)):
         raise InputTypeError(f"seed is of type {type(seed).__name__}; a whole number is wanted")
-    if seed < 0:
-        raise InputValueError(f"seed is {seed}; a whole number of 0 or above is wanted")
-    return count, int(seed)
+    return int(seed)
 
 
 def worker_count(workers: Optional[int], jobs: int) -> int:
@@ -155,46 +125,3 @@ def worker_count(workers: Optional[int], jobs: int) -> int:
     else:
         threads = os.cpu_count() or 1
     return max(1, min(threads, jobs))
-
-
-def _shares(count: int, workers: Optional[int]) -> list:
-    threads = worker_count(workers, count)
-    edges = [count * k // threads for k in range(threads + 1)]
-    return [range(first, last) for first, last in zip(edges, edges[1:])]
-
-
-class _Counter:
-    def __init__(self, progress: Optional[Callable[[int], None]]):
-        self._progress = progress
-        self._guard = threading.Lock()
-        self._done = 0
-
-    def add(self) -> None:
-        if self._progress is not None:
-            with self._guard:
-                self._done += 1
-                self._progress(self._done)
-
-
-def _bands(result: "Result", distributions: np.ndarray) -> Bootstrap:
-    log_means = np.array([measures.log_mean(result.grid, row) for row in distributions])
-    usable = log_means[np.isfinite(log_means)]
-    lower = upper = np.full(result.grid.size, np.nan)
-    bounds = (float("nan"), float("nan"))
-    if distributions.size:
-        # Replicates are smoothed twice: their own place would lie beside the distribution.
-        low, middle, high = np.percentile(distributions, (_TAIL, 50.0, 100.0 - _TAIL), axis=0)
-        lower = np.maximum(result.distribution + low - middle, 0.0)
-        upper = np.maximum(result.distribution + high - middle, 0.0)
-    if usable.size and result.total > 0.0:
-        bounds = _interval(result.log_mean, np.log(usable))
-    return Bootstrap(len(distributions), lower, upper, *bounds, log_means)
-
-
-def _interval(log_mean: float, logarithms: np.ndarray) -> Tuple[float, float]:
-    """The interval about a log mean, from the logarithms of those of the replicates."""
-    low, middle, high = np.percentile(logarithms, (_TAIL, 50.0, 100.0 - _TAIL))
-    centre = np.log(log_mean)
-    half_bias = 0.5 * (middle - centre)
-    reach = np.hypot(0.5 * (high - low), half_bias)
-    return float(np.exp(centre - half_bias - reach)), float(np.exp(centre - half_bias + reach))

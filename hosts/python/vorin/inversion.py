@@ -2,27 +2,20 @@
 
 from __future__ import annotations
 
-import math
 import os
 from concurrent.futures import ThreadPoolExecutor
-from typing import Any, Iterable, List, Mapping, Optional, Tuple, Union
+from typing import Any, Iterable, List, Mapping, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
 from .bootstrapping import worker_count
-from .data import Decay, as_decay, as_times, kernel_and_grid, real_array, skipped
+from .data import Samples, samples
 from .errors import InputTypeError, InputValueError
-from .instances import borrowed
-from .kernels import Kernel
-from .library import Library
-from .noise import difference_noise
-from .problem import LogFile, Problem, Solution, number
+from .options import settings_from
 from .result import Result
-from .settings import Options, options_from
+from .toolkit import Fields, Settings, address, job
 
-GridArgument = Union[np.ndarray, Tuple[float, float, int], None]
-
-_MOST_ROUNDS = 50
+GridArgument = Union[np.ndarray, Sequence[float], Tuple[float, float, int], None]
 
 
 def invert(
@@ -44,8 +37,8 @@ def invert(
     """Turns a decay into a distribution of relaxation times.
 
     Finds the F >= 0 that minimises 1/2 \\|K F - y\\|^2 + w/2 \\|F\\|^2. It runs on an instance
-    of the library that no other call uses meanwhile and whose keys are fresh, so that calls
-    from several threads run side by side and none depends on what ran before.
+    of the library's state of its own, so that calls from several threads run side by side
+    and none depends on what ran before.
 
     Parameters
     ----------
@@ -88,7 +81,7 @@ def invert(
         Keys of the library, such as ``{"MAXI": 200}``, set last. They apply to data whose
         largest magnitude is 1.
     log : path-like, optional
-        Keeps the library's log there. It is written in the working directory first.
+        Keeps the library's log there.
 
     Returns
     -------
@@ -99,28 +92,35 @@ def invert(
     InputValueError, InputTypeError
         For arguments that can't be used; they are a ValueError and a TypeError.
     LibraryNotFound
-        When there is no shared library; see :func:`vorin.find_library`.
+        When there is no shared library; see :func:`vorin.find_toolkit`.
     """
-    options = options_from(weight, noise, prune, prune_points, compress, reject_outliers, settings)
-    times = as_times(t)
-    start = skipped(skip, times.size)
-    name = kernel if isinstance(kernel, str) else "own"
-    y, kernel = _without_first(start, times.size, y, kernel)
-    decay = as_decay(times[start:], y, name)
-    described, matrix, values = kernel_and_grid(kernel, decay.t, grid)
-    _require_usable(decay, options)
-    problem = Problem(decay.t, decay.y, matrix, values, options)
-    log_file = LogFile(log) if log is not None else None
-    try:
-        with borrowed() as library:
-            run = _Run(library, problem, decay, log_file)
-            run.search()
-        if log_file is not None:
-            log_file.keep()
-    finally:
-        if log_file is not None:
-            log_file.discard()
-    return run.result(described, values, problem)
+    options = {"kernel": kernel, "grid": grid, "weight": weight, "noise": noise, "prune": prune,
+               "prune_points": prune_points, "compress": compress,
+               "reject_outliers": reject_outliers, "skip": skip, "settings": settings, "log": log}
+    return _inverted(settings_from(**options), options, t, y)
+
+
+def _inverted(made: Settings, options: Mapping[str, Any], t: Any, y: Any) -> Result:
+    decay = samples(t, y)
+    return Result._of(_run(made, decay), _Again({**options, "log": None}, decay))
+
+
+def _run(made: Settings, decay: Samples) -> Fields:
+    times, real, imaginary = decay
+    return job("vorin_invert", made.raw, address(times), address(real),
+               None if imaginary is None else address(imaginary), times.size)
+
+
+class _Again:
+    """An inversion that can be done once more, in another process too."""
+
+    def __init__(self, options: Mapping[str, Any], decay: Samples):
+        self._options = options
+        # The caller may change what it gave.
+        self._decay = tuple(None if part is None else part.copy() for part in decay)
+
+    def __call__(self) -> Fields:
+        return _run(settings_from(**self._options), self._decay)  # type: ignore[arg-type]
 
 
 def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
@@ -151,163 +151,21 @@ def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
     if options.get("log") is not None:
         raise InputValueError("log: several inversions would write one file; invert one by one to "
                               "keep logs")
+    options = {**_DEFAULTS, **_known(options)}
+    made = settings_from(**options)
     threads = worker_count(workers, len(rows))
     if threads == 1:
-        return [invert(t, row, **options) for row in rows]
+        return [_inverted(made, options, t, row) for row in rows]
     with ThreadPoolExecutor(threads) as pool:
-        return list(pool.map(lambda row: invert(t, row, **options), rows))
+        return list(pool.map(lambda row: _inverted(made, options, t, row), rows))
 
 
-def _without_first(start: int, samples: int, y: Any, kernel: Any) -> Tuple[Any, Any]:
-    """Samples, and rows of a kernel, without the first. What has another length stays, so
-    that the checks that follow tell of it."""
-    if start > 0:
-        y = np.asarray(y)
-        if y.ndim == 1:
-            if y.size != samples:
-                as_decay(np.arange(float(samples)), y)
-            y = y[start:]
-        if not isinstance(kernel, str):
-            kernel = real_array("kernel", kernel, dimensions=2)
-            kernel = kernel[start:] if kernel.shape[0] == samples else kernel
-    return y, kernel
+_DEFAULTS = dict(invert.__kwdefaults__)  # type: ignore[arg-type]
 
 
-def _require_usable(decay: Decay, options: Options) -> None:
-    largest = float(np.max(np.abs(decay.y)))
-    if isinstance(options.noise, float) and not options.noise < largest:
-        raise InputValueError(f"noise is {options.noise:g}, no less than the largest amplitude, "
-                              f"{largest:g}; give it in the unit of the data")
-    if options.noise == "quadrature" and decay.quadrature is None:
-        raise InputValueError("noise 'quadrature': the data have no imaginary channel; give "
-                              "complex data, or another noise")
-
-
-def _root_mean_square(values: np.ndarray, scale: float) -> float:
-    return float(np.sqrt(np.mean((values / scale) ** 2))) * scale
-
-
-class _Run:
-    """One inversion on one instance: rejection of outliers, noise, search."""
-
-    def __init__(self, library: Library, problem: Problem, decay: Decay,
-                 log: Optional[LogFile]):
-        self._library = library
-        self._decay = decay
-        self._log = log
-        self.rejected = self._outliers(problem)
-        self.problem = problem.without(self.rejected) if self.rejected.any() else problem
-        self.noise, self.noise_origin = self._known_noise()
-        self.raised_aim = math.nan
-        self.corner_weight = math.nan
-
-    def _outliers(self, problem: Problem) -> np.ndarray:
-        """Samples that this side leaves out.
-
-        The farthest spoil the fit that the others are held against, so the search goes on
-        without those found until it finds no more.
-        """
-        rejected = np.zeros(problem.y.size, bool)
-        threshold = problem.options.outliers
-        if threshold is None or problem.options.rejects_in_library:
-            return rejected
-        for _ in range(_MOST_ROUNDS):
-            rest = problem.without(rejected)
-            found = rest.outliers(self._library, threshold)
-            if not found.any() or np.count_nonzero(~found) < 2:
-                break
-            rejected[np.nonzero(~rejected)[0][found]] = True
-        return rejected
-
-    def _known_noise(self) -> Tuple[float, str]:
-        """The noise as this side knows it; the library tells what its estimators found later."""
-        how = self.problem.options.noise
-        value: Optional[float] = None
-        if how is None:
-            value, how = difference_noise(self._decay.t, self._decay.y), "differences"
-        elif isinstance(how, float):
-            value, how = how, "given"
-        elif how == "quadrature":
-            value = self._decay.quadrature
-        elif how == "difference":
-            # The compressed driver takes the same measure itself; the plain one reads CSI2.
-            data = self.problem.data
-            value = self._library.VorinSEDiff(3, data.size, data) * self.problem.scale
-            value = value if value > 0.0 else None
-        if value is None:
-            return math.nan, ""
-        return value, how
-
-    def search(self) -> None:
-        library, problem = self._library, self.problem
-        problem.set_keys(library, self._log.name if self._log else None)
-        known = math.isfinite(self.noise)
-        if known:
-            problem.set_noise(library, self.noise)
-        elif problem.needs_noise(library):
-            raise InputValueError(
-                "the data show no noise to aim the fit at (too few samples, or computed data); "
-                "give a noise or a weight")
-        self.solution = problem.solve(library, problem.data)
-        own = self._take_estimate()
-        if known and own and self.solution.out_of_reach:
-            # No fit comes as close as the noise asks for: the samples hold more than noise.
-            self.raised_aim = self.solution.reached_error
-            library.VorinSQC("S", "NALG", "NONE")
-            problem.set_noise(library, self.raised_aim)
-            self.solution = problem.solve(library, problem.data)
-        if self.solution.mode == "corner":
-            self.corner_weight = self.solution.weight / _corner_factor(library)
-
-    def result(self, described: Kernel, grid: np.ndarray, whole: Problem) -> Result:
-        """The outcome; ``whole`` is the problem of all samples, rejected ones included."""
-        solution, problem = self.solution, self.problem
-        rejected = self.rejected
-        if problem.options.rejects_in_library:
-            rejected = solution.rejected
-            problem = problem.without(rejected)
-        fit = whole.fit_of(solution.distribution) if self.rejected.any() else solution.fit
-        left = (self._decay.y - fit)[~rejected]
-        return Result(
-            t=self._decay.t,
-            y=self._decay.y,
-            grid=grid,
-            distribution=solution.distribution,
-            fit=fit,
-            status=solution.status,
-            weight=solution.weight,
-            weight_origin="given" if solution.mode == "fixed" else solution.mode,
-            noise=self.noise,
-            noise_origin=self.noise_origin,
-            wanted_standard_error=solution.wanted_error,
-            standard_error=solution.reached_error,
-            fit_error=_root_mean_square(left, problem.scale),
-            iterations=solution.weight_steps,
-            passes=solution.passes,
-            raised_aim=self.raised_aim,
-            corner_weight=self.corner_weight,
-            rejected=np.nonzero(rejected)[0],
-            phase=self._decay.phase,
-            kernel=described.name,
-            described=described,
-            problem=problem,
-        )
-
-    def _take_estimate(self) -> bool:
-        """Takes over what the library estimated; False when it did."""
-        library = self._library
-        used = number(library, "CSIG")
-        if self.solution.mode != "noise" or used == number(library, "SIG"):
-            return True
-        self.noise = used * self.problem.scale
-        how = self.problem.options.noise
-        self.noise_origin = how if isinstance(how, str) else "library"
-        return False
-
-    solution: Solution
-
-
-def _corner_factor(library: Library) -> float:
-    """What the weight of the result is to that of the corner: RWEI, unless it is close to 1."""
-    factor = number(library, "RWEI")
-    return factor if factor < 0.95 or factor > 1.05 else 1.0
+def _known(options: Mapping[str, Any]) -> Mapping[str, Any]:
+    for name in options:
+        if name not in _DEFAULTS:
+            raise InputTypeError(f"{name}: vorin.invert has no such option; its options are "
+                                 f"{', '.join(_DEFAULTS)}")
+    return options

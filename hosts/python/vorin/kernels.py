@@ -1,18 +1,19 @@
-"""The curves that one relaxation time, or one diffusion coefficient, leaves."""
+"""The matrices of the kernels, and the words for them in pictures."""
 
 from __future__ import annotations
 
 from dataclasses import dataclass
-from typing import Callable, Dict, Union
+from typing import Any, Dict
 
 import numpy as np
 
-from .errors import InputTypeError, InputValueError
+from .data import real_array
+from .toolkit import address, call
 
 
 @dataclass(frozen=True)
 class Kernel:
-    """A kernel with the names that a report and a picture need."""
+    """The names of a kernel and of its axes."""
 
     name: str
     formula: str
@@ -21,62 +22,32 @@ class Kernel:
     abscissa: str  #: what the data are sampled at, in words
     units: tuple  #: (name, size) pairs of the abscissa, the greatest first
     grid_units: tuple  #: the same of the grid
-    curve: Callable[[np.ndarray, np.ndarray], np.ndarray]
 
 
 _TIME_UNITS = (("s", 1.0), ("ms", 1e-3), ("us", 1e-6))
 
 
-def _decay(t: np.ndarray, T: np.ndarray) -> np.ndarray:
-    return np.exp(-t / T)
-
-
-# expm1 keeps all places where t is much shorter than T.
-def _saturation(t: np.ndarray, T: np.ndarray) -> np.ndarray:
-    return -np.expm1(-t / T)
-
-
-def _inversion(t: np.ndarray, T: np.ndarray) -> np.ndarray:
-    return -2.0 * np.expm1(-t / T) - 1.0
-
-
-def _diffusion(b: np.ndarray, D: np.ndarray) -> np.ndarray:
-    return np.exp(-b * D)
-
-
-def _relaxation(name: str, formula: str, symbol: str, curve: Callable) -> Kernel:
-    return Kernel(name, formula, symbol, "relaxation time", "time", _TIME_UNITS, _TIME_UNITS, curve)
+def _relaxation(name: str, formula: str, symbol: str) -> Kernel:
+    return Kernel(name, formula, symbol, "relaxation time", "time", _TIME_UNITS, _TIME_UNITS)
 
 
 KERNELS: Dict[str, Kernel] = {
     kernel.name: kernel
     for kernel in (
-        _relaxation("t2", "exp(-t/T2)", "T2", _decay),
-        _relaxation("t1-saturation", "1 - exp(-t/T1)", "T1", _saturation),
-        _relaxation("t1-inversion", "1 - 2 exp(-t/T1)", "T1", _inversion),
+        _relaxation("t2", "exp(-t/T2)", "T2"),
+        _relaxation("t1-saturation", "1 - exp(-t/T1)", "T1"),
+        _relaxation("t1-inversion", "1 - 2 exp(-t/T1)", "T1"),
         Kernel("diffusion", "exp(-b D)", "D", "diffusion coefficient", "b",
-               (("s/m²", 1.0),), (("m²/s", 1.0),), _diffusion),
+               (("s/m²", 1.0),), (("m²/s", 1.0),)),
     )
 }
 
 #: What stands for a matrix that the caller made.
 OWN = Kernel("own", "the caller's own", "g", "grid value", "abscissa", (("", 1.0),),
-             (("", 1.0),), _decay)
+             (("", 1.0),))
 
 
-def named_kernel(name: object) -> Kernel:
-    """The kernel of that name."""
-    if not isinstance(name, str):
-        raise InputTypeError(f"kernel is of type {type(name).__name__}; a name or a numpy array of "
-                             "samples by grid values is wanted")
-    if name not in KERNELS:
-        raise InputValueError(f"kernel {name!r}: there is no such kernel; write "
-                              f"{', '.join(list(KERNELS)[:-1])} or {list(KERNELS)[-1]}, or give a "
-                              "matrix of your own")
-    return KERNELS[name]
-
-
-def kernel_matrix(kernel: str, t: np.ndarray, grid: np.ndarray) -> np.ndarray:
+def kernel_matrix(kernel: str, t: Any, grid: Any) -> np.ndarray:
     """The matrix of a named kernel.
 
     Parameters
@@ -91,8 +62,8 @@ def kernel_matrix(kernel: str, t: np.ndarray, grid: np.ndarray) -> np.ndarray:
     -------
     numpy.ndarray of shape (nf, ng), float64
     """
-    abscissa = np.asarray(t, dtype=float)[:, np.newaxis]
-    return named_kernel(kernel).curve(abscissa, np.asarray(grid, dtype=float)[np.newaxis, :])
-
-
-KernelArgument = Union[str, np.ndarray]
+    times, values = real_array("t", t), real_array("grid", grid)
+    matrix = np.empty((times.size, values.size))
+    call("vorin_kernel_matrix", str(kernel).encode(), address(times), times.size, address(values),
+         values.size, address(matrix))
+    return matrix

@@ -1,4 +1,4 @@
-"""The library as it is: every export under its own name, on a private copy.
+"""The numerical library as it is: every export under its own name.
 
 The methods check what the library can't: types, shapes, storage order and whether an
 array may be written to. They change nothing else, and copy nothing.
@@ -11,6 +11,7 @@ import ctypes
 import inspect
 import os
 import threading
+from pathlib import Path
 from typing import Any, Callable, Dict, Mapping, Optional, Union
 
 import numpy as np
@@ -18,7 +19,7 @@ import numpy as np
 from . import checks
 from .errors import InputTypeError, InputValueError
 from .exports import APART, AT_LEAST, EXPORTS, REPEATS, Argument, Export
-from .loading import find_library, load_private_copy, unload
+from .loading import find_library, load, unload
 
 #: A log's name under which no file can be opened: the library then goes on without one.
 #: Texts in the store are upper-case, so that a path with small letters can't be given.
@@ -197,8 +198,18 @@ def _method(export: Export) -> Callable:
     return method
 
 
+_locks: Dict[Path, threading.RLock] = {}
+_guard = threading.Lock()
+
+
+def _lock_of(path: Path) -> threading.RLock:
+    """The lock of a file, whichever of its names it is loaded by."""
+    with _guard:
+        return _locks.setdefault(path.resolve(), threading.RLock())
+
+
 class Library:
-    """One private copy of the library, with a parameter store of its own.
+    """The numerical library, loaded from its file, for raw calls.
 
     Every export of ``include/vorin.h`` is a method under its own name with the arguments
     in the order of the header. Arrays are numpy arrays of exactly the type, shape and
@@ -207,9 +218,10 @@ class Library:
     then allocated. The call returns what was written: one thing as it is, several as a
     named tuple; numbers as Python numbers, texts as ``str`` without the padding.
 
-    Several instances may live in one process; none sees the keys of another. One call at
-    a time runs in an instance, others wait, and calls on different instances run side by
-    side in threads. For a sequence of calls that belong together hold ``lock``.
+    The library keeps its parameters and its log for the whole process: all instances of one
+    file share them, and one call at a time runs in any of them, others wait. For a sequence
+    of calls that belong together hold ``lock``. The functions of this package do not use
+    this library; they run on states of their own.
 
     Parameters
     ----------
@@ -223,9 +235,9 @@ class Library:
     Attributes
     ----------
     path : pathlib.Path
-        The file of which this is a copy.
+        The file that is loaded.
     lock : threading.RLock
-        Held during each call.
+        Held during each call; the same for all instances of one file.
 
     Raises
     ------
@@ -235,8 +247,8 @@ class Library:
 
     def __init__(self, path: Union[str, os.PathLike, None] = None, *, log: bool = False):
         self.path = find_library(path)
-        self.lock = threading.RLock()
-        self._handle: Optional[ctypes.CDLL] = load_private_copy(self.path)
+        self.lock = _lock_of(self.path)
+        self._handle: Optional[ctypes.CDLL] = load(self.path)
         self._functions: Dict[str, Callable] = {}
         try:
             for name, export in EXPORTS.items():
@@ -256,7 +268,7 @@ class Library:
         return self._functions[name]
 
     def close(self) -> None:
-        """Unloads the copy. Its methods raise afterwards."""
+        """Lets go of the library. The methods raise afterwards."""
         with self.lock:
             handle, self._handle = self._handle, None
             self._functions = {}
@@ -271,16 +283,6 @@ class Library:
 
     def __repr__(self) -> str:
         return f"<vorin.Library {str(self.path)!r}{'' if self._handle else ', closed'}>"
-
-    def store_numbers(self, values: Mapping[str, float]) -> None:
-        """Sets many number keys in one go, without looking whether there are such keys."""
-        value, status = ctypes.c_float(), ctypes.c_int32()
-        with self.lock:
-            store = self._function("VorinSQR")
-            for key, number in values.items():
-                value.value = number
-                store(b"S", checks.characters("key", key, _FIXED_TEXT["key"]),
-                      ctypes.byref(value), ctypes.byref(status))
 
     def get(self, key: str) -> Union[float, str]:
         """The value of a key: a text where it is a text or a choice, otherwise a number.

@@ -1,4 +1,4 @@
-"""Finding the shared library and loading a private copy of it."""
+"""Finding the shared libraries: the toolkit, and the numerical library for raw calls."""
 
 from __future__ import annotations
 
@@ -6,33 +6,34 @@ import _ctypes
 import ctypes
 import functools
 import os
-import shutil
-import tempfile
 from pathlib import Path
-from typing import Iterator, Optional, Union
+from typing import Iterator, Optional, Tuple, Union
 
 from .errors import LibraryNotFound
 
-#: The names under which the library is installed: for building against, and for running.
+#: The names under which the numerical library is installed: for building against, and for
+#: running; and the environment variable that names its file.
 FILE_NAMES = ("libVorin01056.so", "libVorin01056.so.10")
-
-#: The environment variable that names the library's file.
 VARIABLE = "VORIN_LIBRARY"
 
+#: The same of the toolkit.
+TOOLKIT_NAMES = ("libvorin_toolkit.so", "libvorin_toolkit.so.1")
+TOOLKIT_VARIABLE = "VORIN_TOOLKIT"
 
-def _candidates() -> Iterator[Path]:
+
+def _candidates(names: Tuple[str, ...]) -> Iterator[Path]:
     package = Path(__file__).resolve().parent
-    for name in FILE_NAMES:
+    for name in names:
         yield package / name
-    # hosts/python/vorin in the source tree, whose library lies in build/
+    # hosts/python/vorin in the source tree, whose libraries lie in build/
     if len(package.parents) > 2 and (package.parents[2] / "include" / "vorin.h").is_file():
-        yield package.parents[2] / "build" / FILE_NAMES[0]
+        yield package.parents[2] / "build" / names[0]
 
 
 @functools.lru_cache(maxsize=None)
-def _on_search_path() -> Optional[Path]:
-    """Where the system's loader finds the library, told by the loader itself."""
-    for name in FILE_NAMES:
+def _on_search_path(names: Tuple[str, ...]) -> Optional[Path]:
+    """Where the system's loader finds a library, told by the loader itself."""
+    for name in names:
         try:
             handle = ctypes.CDLL(name)
         except OSError:
@@ -41,7 +42,7 @@ def _on_search_path() -> Optional[Path]:
             with open("/proc/self/maps", encoding="utf-8", errors="surrogateescape") as maps:
                 for line in maps:
                     fields = line.rstrip("\n").split(maxsplit=5)
-                    if len(fields) == 6 and Path(fields[5]).name.startswith(FILE_NAMES[0]):
+                    if len(fields) == 6 and Path(fields[5]).name.startswith(names[0]):
                         return Path(fields[5])
         except OSError:
             return None
@@ -50,8 +51,32 @@ def _on_search_path() -> Optional[Path]:
     return None
 
 
-def find_library(path: Union[str, os.PathLike, None] = None) -> Path:
-    """The file of the library.
+def _find(path: Union[str, "os.PathLike[str]", None], names: Tuple[str, ...], variable: str,
+          more: Tuple[Path, ...] = ()) -> Path:
+    if path is not None:
+        given, source = Path(path), "path"
+    elif os.environ.get(variable):
+        given, source = Path(os.environ[variable]), variable
+    else:
+        for candidate in (*more, *_candidates(names)):
+            if candidate.is_file():
+                return candidate
+        found = _on_search_path(names)
+        if found is not None:
+            return found
+        raise LibraryNotFound(
+            f"{names[0]} is not beside this package, not in build/ of the source tree and "
+            f"not on the loader's search path; build it by script/test, or give its file in the "
+            f"environment variable {variable}"
+        )
+    if not given.is_file():
+        raise LibraryNotFound(f"{source} {str(given)!r}: there is no such file; give that of "
+                              f"{names[0]}")
+    return given
+
+
+def find_library(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
+    """The file of the numerical library, for :class:`vorin.Library`.
 
     Parameters
     ----------
@@ -69,50 +94,39 @@ def find_library(path: Union[str, os.PathLike, None] = None) -> Path:
     LibraryNotFound
         When there is no file at ``path``, or in none of the places.
     """
-    if path is not None:
-        given, source = Path(path), "path"
-    elif os.environ.get(VARIABLE):
-        given, source = Path(os.environ[VARIABLE]), VARIABLE
-    else:
-        for candidate in _candidates():
-            if candidate.is_file():
-                return candidate
-        found = _on_search_path()
-        if found is not None:
-            return found
-        raise LibraryNotFound(
-            f"{FILE_NAMES[0]} is not beside this package, not in build/ of the source tree and "
-            f"not on the loader's search path; build it by script/test, or give its file in the "
-            f"environment variable {VARIABLE}"
-        )
-    if not given.is_file():
-        raise LibraryNotFound(f"{source} {str(given)!r}: there is no such file; give that of "
-                              f"{FILE_NAMES[0]}")
-    return given
+    return _find(path, FILE_NAMES, VARIABLE)
 
 
-def load_private_copy(path: Path) -> ctypes.CDLL:
-    """Loads a copy of ``path`` that shares no state with any other one in the process.
+def find_toolkit(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
+    """The file of the toolkit, on which all functions of this package run.
 
-    The loader knows a library by its file, so a second copy of the state needs a second
-    file. It is removed as soon as it is loaded; its content lives as long as it is mapped.
+    It is looked for as :func:`find_library` looks for the numerical library, with the
+    environment variable ``VORIN_TOOLKIT``, and also beside the file that ``VORIN_LIBRARY``
+    names.
+
+    Returns
+    -------
+    pathlib.Path
+
+    Raises
+    ------
+    LibraryNotFound
+        When there is no file at ``path``, or in none of the places.
     """
+    other = os.environ.get(VARIABLE)
+    beside = tuple(Path(other).parent / name for name in TOOLKIT_NAMES) if other else ()
+    return _find(path, TOOLKIT_NAMES, TOOLKIT_VARIABLE, beside)
+
+
+def load(path: Path) -> ctypes.CDLL:
+    """Loads the numerical library. Whoever loads the same file shares its state."""
     try:
-        number, name = tempfile.mkstemp(prefix="vorin-", suffix=".so")
-        os.close(number)
-    except OSError as error:
-        raise LibraryNotFound(f"no file for a private copy of {path} can be made ({error}); set "
-                              "TMPDIR to a folder where it can") from error
-    try:
-        shutil.copyfile(path, name)
-        return ctypes.CDLL(name)
+        return ctypes.CDLL(str(path))
     except OSError as error:
         raise LibraryNotFound(f"{path}: it can't be loaded ({error}); give the file of a library "
                               "built for this machine") from error
-    finally:
-        os.unlink(name)
 
 
 def unload(handle: ctypes.CDLL) -> None:
-    """Unloads a private copy. Nothing of it may be called afterwards."""
+    """Lets go of a loaded library; it is unloaded with the last that lets go."""
     _ctypes.dlclose(handle._handle)  # type: ignore[attr-defined]

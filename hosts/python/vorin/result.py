@@ -3,19 +3,25 @@
 from __future__ import annotations
 
 import math
-from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional
+from dataclasses import dataclass, field
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, cast
 
 import numpy as np
 
 from . import measures
 from .bootstrapping import Bootstrap, bootstrap
-from .kernels import Kernel
+from .kernels import KERNELS, OWN, Kernel
 from .measures import Peak
-from .problem import Problem
+from .toolkit import Fields
 
 if TYPE_CHECKING:
     from matplotlib.figure import Figure
+
+
+_NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_standard_error",
+            "standard_error", "fit_error", "iterations", "passes", "raised_aim", "corner_weight",
+            "phase", "total", "log_mean")
+_TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text")
 
 
 @dataclass(frozen=True, repr=False, eq=False)
@@ -64,8 +70,17 @@ class Result:
         The angle in radians by which complex data were turned.
     kernel : str
         The kernel's name; "own" for a matrix of the caller's.
-    described, problem
-        For the package's own use.
+    status_text : str
+        What the status means, in words; for a failure also what to try next.
+    success : bool
+        True when the distribution is what was asked for. The corner search reports neither
+        success nor failure and counts as a success.
+    total : float
+        The sum of the amplitudes.
+    log_mean : float
+        exp(sum f ln T / sum f) in the unit of the grid; nan for an empty distribution.
+    signal_to_noise : float
+        The largest magnitude of the samples over the noise; nan where that is not known.
     """
 
     t: np.ndarray
@@ -88,8 +103,52 @@ class Result:
     rejected: np.ndarray
     phase: Optional[float]
     kernel: str
-    described: Kernel
-    problem: Problem
+    status_text: str
+    success: bool
+    total: float
+    log_mean: float
+    signal_to_noise: float
+    _fields: Optional[Fields] = field(repr=False)  # none after a way through pickle
+    _again: Callable[[], Fields] = field(repr=False)  # inverts once more
+
+    @classmethod
+    def _of(cls, fields: Fields, again: Callable[[], Fields]) -> "Result":
+        numbers = dict(zip(_NUMBERS, fields.numbers(*_NUMBERS)))
+        counts = {name: int(numbers[name]) for name in ("status", "iterations", "passes")}
+        phase = numbers.pop("phase")
+        return cls(**{
+            **numbers,
+            **counts,
+            **{name: fields.text(name) for name in _TEXTS},
+            "success": numbers["success"] == 1.0,
+            "phase": None if math.isnan(phase) else phase,
+            "t": fields.array("time"),
+            "y": fields.array("amplitude"),
+            "grid": fields.array("grid"),
+            "distribution": fields.array("distribution"),
+            "fit": fields.array("fit"),
+            "rejected": fields.array("rejected").astype(np.intp),
+            "_fields": fields,
+            "_again": again,
+        })
+
+    def __getstate__(self) -> Dict[str, Any]:
+        # The toolkit's result stays in its process; what needs it elsewhere inverts again.
+        return {**self.__dict__, "_fields": None}
+
+    def __setstate__(self, state: Dict[str, Any]) -> None:
+        self.__dict__.update(state)
+
+    def _inverted(self) -> Fields:
+        """The toolkit's own result, on which further jobs run."""
+        if self._fields is None:
+            self.__dict__["_fields"] = self._again()
+        return cast(Fields, self._fields)
+
+    @property
+    def described(self) -> Kernel:
+        """The words for the kernel and its axes, for pictures."""
+        return KERNELS.get(self.kernel, OWN)
 
     def __repr__(self) -> str:
         return (f"<vorin.Result {self.kernel}, {self.t.size} samples, {self.grid.size} grid "
@@ -100,34 +159,6 @@ class Result:
     def residual(self) -> np.ndarray:
         """y - fit, of shape (nf,)."""
         return self.y - self.fit
-
-    @property
-    def success(self) -> bool:
-        """True when the distribution is what was asked for.
-
-        The corner search reports neither success nor failure and counts as a success.
-        """
-        return self.status < 1 or (self.status == 999 and self.weight_origin == "corner")
-
-    @property
-    def status_text(self) -> str:
-        """What the status means, in words; for a failure also what to try next."""
-        return _status_text(self)
-
-    @property
-    def total(self) -> float:
-        """The sum of the amplitudes."""
-        return float(np.sum(self.distribution))
-
-    @property
-    def log_mean(self) -> float:
-        """exp(sum f ln T / sum f) in the unit of the grid; nan for an empty distribution."""
-        return measures.log_mean(self.grid, self.distribution)
-
-    @property
-    def signal_to_noise(self) -> float:
-        """The largest magnitude of the samples over the noise; nan where that is not known."""
-        return float(np.max(np.abs(self.y))) / self.noise
 
     def peaks(self, smallest_share: float = 0.005) -> List[Peak]:
         """The peaks of the distribution by rising position.
@@ -191,23 +222,3 @@ class Result:
 
 def _finite(value: float) -> Optional[float]:
     return float(value) if math.isfinite(value) else None
-
-
-def _status_text(result: Result) -> str:
-    if result.success:
-        return ("done; the corner search reports no success or failure" if result.status == 999
-                else "success")
-    if result.weight_origin == "noise":
-        if result.standard_error > result.wanted_standard_error:
-            return ("no weight fits this closely; leave out first samples that lie off the curve "
-                    "(skip) or give a larger noise")
-        if result.standard_error < result.wanted_standard_error:
-            return "every fit is closer to the data than the noise asks for; give a smaller noise"
-    return {
-        1: "the solver ran out of passes; give a larger weight or more passes "
-           "(settings={'MAXI': 500})",
-        2: "the weight search ran out of iterations; try more of them (settings={'WITE': 200}) or "
-           "a smaller tolerance of the solver (settings={'TOL': 1e-14})",
-        21: "the search stopped at a limit of the weight; give another noise or a weight",
-        22: "the search stopped at a limit of the weight; give another noise or a weight",
-    }.get(result.status, f"the library answers the unknown status {result.status}")

@@ -6,11 +6,12 @@ from typing import Any, NamedTuple, Sequence, Tuple
 
 import numpy as np
 
-from .data import as_times, real_array
+from . import checks
+from .data import real_array
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
-from .kernels import kernel_matrix, named_kernel
 from .measures import log_mean
+from .toolkit import Settings, address, job, named
 
 _PEAKS = ((0.008, 0.15, 30.0), (0.09, 0.15, 70.0))
 
@@ -44,7 +45,7 @@ def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS
     noise : float
         Standard deviation of the normal noise, 0 or above, in the unit of the amplitudes.
     seed : int
-        Of the noise. ``vorin simulate`` draws other noise for the same seed.
+        Of the noise, the same on every machine. ``vorin simulate`` draws the same.
     kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion"}
     grid : array_like of shape (ng,) or (from, to, n)
         On which the peaks stand.
@@ -54,31 +55,29 @@ def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS
     Simulation
         Named tuple of t, y, grid, distribution and noise.
     """
-    named_kernel(kernel)
-    times = np.arange(1, 3001) * 2e-4 if t is None else as_times(t)
-    values = as_grid(grid)
-    distribution = np.zeros(values.size)
-    for index, peak in enumerate(peaks):
-        distribution += _peak(index, peak, values)
+    if not isinstance(kernel, str):
+        raise InputTypeError(f"kernel is of type {type(kernel).__name__}; a name is wanted")
+    settings = Settings(kernel=kernel, grid=as_grid(grid), sigma=_sigma(noise),
+                        seed=str(checks.number("seed", seed, "i")))
+    times = np.arange(1, 3001) * 2e-4 if t is None else real_array("t", t)
+    rows = np.array([_peak(index, peak) for index, peak in enumerate(peaks)], dtype=float)
+    with named("sigma", "noise"):
+        fields = job("vorin_simulate", settings.raw, address(times), times.size, address(rows),
+                     len(rows))
+    return Simulation(times, fields.array("amplitude"), fields.array("grid"),
+                      fields.array("distribution"), float(noise))
+
+
+def _sigma(noise: Any) -> str:
     if isinstance(noise, bool) or not isinstance(noise, (int, float, np.number)):
         raise InputTypeError(f"noise is of type {type(noise).__name__}; a number is wanted")
-    if not 0.0 <= noise < np.inf:
-        raise InputValueError(f"noise is {noise:g}; a number of 0 or above is wanted")
-    clean = kernel_matrix(kernel, times, values) @ distribution
-    y = clean + noise * np.random.default_rng(seed).standard_normal(times.size)
-    return Simulation(times, y, values, distribution, float(noise))
+    return repr(float(noise))
 
 
-def _peak(index: int, peak: Any, grid: np.ndarray) -> np.ndarray:
+def _peak(index: int, peak: Any) -> np.ndarray:
     where = f"peaks[{index}]"
-    numbers = real_array(where, peak)
-    if numbers.size != 3 or not np.all(numbers > 0.0):
+    row = real_array(where, peak)
+    if row.size != 3:
         raise InputValueError(f"{where} is {peak!r}; time, width in decades and amplitude, all "
                               "above 0, are wanted")
-    centre, width, amplitude = numbers
-    decades = np.log10(grid / centre)
-    shape = np.exp(-0.5 * (decades / width) ** 2)
-    if not np.sum(shape) > 0.0:  # too narrow for the grid: the nearest value takes it whole
-        shape = np.zeros(grid.size)
-        shape[np.argmin(np.abs(decades))] = 1.0
-    return amplitude * shape / np.sum(shape)
+    return row
