@@ -1,0 +1,170 @@
+// Jobs in threads give the bits of the same jobs one after the other, leave nothing behind, and
+// cost little memory each.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <atomic>
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "toolbox/instance.hpp"
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/vorin_toolkit.h"
+
+namespace {
+
+constexpr int kSamples = 24;
+constexpr int kPoints = 16;
+#if defined(__SANITIZE_THREAD__)
+constexpr int kDecays = 300;
+#else
+constexpr int kDecays = 10000;
+#endif
+
+struct Decays {
+  std::vector<double> t;
+  std::vector<std::vector<double>> y;
+};
+
+const Decays& theDecays() {
+  static const Decays decays = [] {
+    Decays made;
+    for (int i = 0; i < kSamples; ++i) {
+      made.t.push_back(2e-3 * (i + 1));
+    }
+    std::mt19937_64 engine(7);
+    std::normal_distribution<double> noise(0.0, 0.01);
+    for (int k = 0; k < kDecays; ++k) {
+      std::vector<double> y;
+      for (const double t : made.t) {
+        y.push_back(std::exp(-t / (0.005 + 1e-6 * k)) + noise(engine));
+      }
+      made.y.push_back(std::move(y));
+    }
+    return made;
+  }();
+  return decays;
+}
+
+/// Settings of kind `which`: a weight by the noise, one given with compressed rows, the corner.
+vorin_settings* settingsOf(int which) {
+  vorin_settings* settings = nullptr;
+  EXPECT_EQ(vorin_settings_create(&settings, nullptr, 0), VORIN_TOOLKIT_OK);
+  const std::string grid = "1ms:0.2s:" + std::to_string(kPoints);
+  EXPECT_EQ(vorin_settings_set_text(settings, "grid", grid.c_str(), nullptr, 0), 0);
+  if (which == 0) {
+    EXPECT_EQ(vorin_settings_set_number(settings, "noise", 0.01, nullptr, 0), 0);
+  } else if (which == 1) {
+    EXPECT_EQ(vorin_settings_set_number(settings, "weight", 0.01, nullptr, 0), 0);
+    EXPECT_EQ(vorin_settings_set_text(settings, "compress", "10", nullptr, 0), 0);
+  } else {
+    EXPECT_EQ(vorin_settings_set_text(settings, "weight", "corner", nullptr, 0), 0);
+  }
+  return settings;
+}
+
+std::vector<double> distributionOf(const vorin_settings* settings, const std::vector<double>& y) {
+  vorin_result* result = nullptr;
+  std::string message(VORIN_TOOLKIT_MESSAGE_SIZE, '\0');
+  const int status = vorin_invert(settings, theDecays().t.data(), y.data(), nullptr, kSamples,
+                                  &result, message.data(), static_cast<int64_t>(message.size()));
+  EXPECT_EQ(status, VORIN_TOOLKIT_OK) << message;
+  const double* values = nullptr;
+  int64_t count = 0;
+  EXPECT_EQ(vorin_result_array(result, "distribution", &values, &count, nullptr, 0), 0);
+  std::vector<double> copy(values, values + count);
+  vorin_result_free(result);
+  return copy;
+}
+
+/// All decays, decay k with settings k modulo 3 that all threads share, on `threads` threads.
+std::vector<std::vector<double>> invertAll(int threads) {
+  vorin_settings* const settings[3] = {settingsOf(0), settingsOf(1), settingsOf(2)};
+  std::vector<std::vector<double>> found(kDecays);
+  std::atomic<int> next = 0;
+  const std::function<void()> work = [&] {
+    for (int k = next++; k < kDecays; k = next++) {
+      const auto place = static_cast<std::size_t>(k);
+      found[place] = distributionOf(settings[k % 3], theDecays().y[place]);
+    }
+  };
+  {
+    std::vector<std::jthread> others;
+    for (int i = 1; i < threads; ++i) {
+      others.emplace_back(work);
+    }
+    work();
+  }
+  for (vorin_settings* one : settings) {
+    vorin_settings_free(one);
+  }
+  return found;
+}
+
+TEST(Threads, TenThousandDecaysGiveTheBitsOfOneAfterTheOther) {
+  const auto alone = invertAll(1);
+  EXPECT_NE(alone[0], alone[3]);
+  EXPECT_EQ(alone, invertAll(2));
+  EXPECT_EQ(alone, invertAll(8));
+}
+
+TEST(Threads, ABootstrapDoesNotDependOnTheCountOfThreads) {
+  vorin_settings* const settings = settingsOf(0);
+  vorin_result* inversion = nullptr;
+  ASSERT_EQ(vorin_invert(settings, theDecays().t.data(), theDecays().y[0].data(), nullptr, kSamples,
+                         &inversion, nullptr, 0),
+            VORIN_TOOLKIT_OK);
+  std::vector<std::vector<double>> bands;
+  for (const double threads : {1.0, 2.0, 7.0}) {
+    ASSERT_EQ(vorin_settings_set_number(settings, "threads", threads, nullptr, 0), 0);
+    vorin_result* band = nullptr;
+    ASSERT_EQ(vorin_bootstrap(inversion, settings, nullptr, nullptr, &band, nullptr, 0), 0);
+    const double* upper = nullptr;
+    int64_t count = 0;
+    ASSERT_EQ(vorin_result_array(band, "upper", &upper, &count, nullptr, 0), 0);
+    bands.emplace_back(upper, upper + count);
+    vorin_result_free(band);
+  }
+  EXPECT_EQ(bands[0], bands[1]);
+  EXPECT_EQ(bands[0], bands[2]);
+  vorin_result_free(inversion);
+  vorin_settings_free(settings);
+}
+
+TEST(Threads, AJobLeavesNoLog) {
+  const auto before = std::filesystem::exists("Vorin.log");
+  ASSERT_FALSE(before) << "left by something else";
+  vorin_settings* const settings = settingsOf(0);
+  (void)distributionOf(settings, theDecays().y[0]);
+  vorin_settings_free(settings);
+  EXPECT_FALSE(std::filesystem::exists("Vorin.log"));
+}
+
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+TEST(Threads, AnInstanceCostsLessThanTwoMegabytes) {
+  const vorin::toolkit::Decay decay{theDecays().t, theDecays().y[0]};
+  vorin::toolkit::InversionSettings settings;
+  settings.grid = {0.002, 0.005, 0.01, 0.02, 0.05};
+  settings.noise = 0.01;
+  settings.compression = vorin::toolkit::Compression{};
+  const std::size_t before = mallinfo2().uordblks;
+  std::vector<vorin::Instance> instances(16);
+  for (vorin::Instance& instance : instances) {
+    instance.logFile = "";
+    const vorin::InstanceScope scope(instance);
+    // A driver that keeps its arrays, of which those of this problem are a few thousand bytes.
+    (void)vorin::toolkit::invert(decay, settings);
+  }
+  const std::size_t each = (mallinfo2().uordblks - before) / instances.size();
+  RecordProperty("bytes", std::to_string(each));
+  EXPECT_GT(each, 1000U);
+  EXPECT_LT(each, 2U * 1024U * 1024U);
+}
+#endif
+
+}  // namespace

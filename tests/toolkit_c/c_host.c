@@ -1,0 +1,255 @@
+/* A C99 host of the toolkit that loads it by its file's name and calls every function.
+ * Prints nothing; an unexpected answer ends it with status 1 and a line on stderr. */
+#include <dlfcn.h>
+#include <math.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "vorin_toolkit.h"
+
+enum { SAMPLES = 200, POINTS = 30 };
+
+static void* library;
+static char message[VORIN_TOOLKIT_MESSAGE_SIZE];
+
+/* ISO C has no conversion from a data to a function address; the bytes are the same. */
+#define LOAD(function)                               \
+  do {                                               \
+    void* const address = dlsym(library, #function); \
+    if (address == NULL) {                           \
+      fprintf(stderr, "no %s\n", #function);         \
+      exit(1);                                       \
+    }                                                \
+    memcpy(&p_##function, &address, sizeof address); \
+  } while (0)
+#define ENTRY(function) static __typeof__(&function) p_##function
+__extension__ ENTRY(vorin_toolkit_version);
+__extension__ ENTRY(vorin_settings_create);
+__extension__ ENTRY(vorin_settings_free);
+__extension__ ENTRY(vorin_settings_set_text);
+__extension__ ENTRY(vorin_settings_set_number);
+__extension__ ENTRY(vorin_settings_set_array);
+__extension__ ENTRY(vorin_settings_set_matrix);
+__extension__ ENTRY(vorin_setting_names);
+__extension__ ENTRY(vorin_result_free);
+__extension__ ENTRY(vorin_result_field);
+__extension__ ENTRY(vorin_result_number);
+__extension__ ENTRY(vorin_result_numbers);
+__extension__ ENTRY(vorin_result_text);
+__extension__ ENTRY(vorin_result_text_at);
+__extension__ ENTRY(vorin_result_array);
+__extension__ ENTRY(vorin_invert);
+__extension__ ENTRY(vorin_bootstrap);
+__extension__ ENTRY(vorin_lcurve);
+__extension__ ENTRY(vorin_kernel_matrix);
+__extension__ ENTRY(vorin_log_grid);
+__extension__ ENTRY(vorin_default_grid);
+__extension__ ENTRY(vorin_difference_noise);
+__extension__ ENTRY(vorin_turn_to_real);
+__extension__ ENTRY(vorin_simulate);
+__extension__ ENTRY(vorin_measures);
+__extension__ ENTRY(vorin_read_decay);
+__extension__ ENTRY(vorin_keys);
+
+static void load_all(void) {
+  LOAD(vorin_toolkit_version);
+  LOAD(vorin_settings_create);
+  LOAD(vorin_settings_free);
+  LOAD(vorin_settings_set_text);
+  LOAD(vorin_settings_set_number);
+  LOAD(vorin_settings_set_array);
+  LOAD(vorin_settings_set_matrix);
+  LOAD(vorin_setting_names);
+  LOAD(vorin_result_free);
+  LOAD(vorin_result_field);
+  LOAD(vorin_result_number);
+  LOAD(vorin_result_numbers);
+  LOAD(vorin_result_text);
+  LOAD(vorin_result_text_at);
+  LOAD(vorin_result_array);
+  LOAD(vorin_invert);
+  LOAD(vorin_bootstrap);
+  LOAD(vorin_lcurve);
+  LOAD(vorin_kernel_matrix);
+  LOAD(vorin_log_grid);
+  LOAD(vorin_default_grid);
+  LOAD(vorin_difference_noise);
+  LOAD(vorin_turn_to_real);
+  LOAD(vorin_simulate);
+  LOAD(vorin_measures);
+  LOAD(vorin_read_decay);
+  LOAD(vorin_keys);
+}
+
+static void expect(int holds, const char* what, int line) {
+  if (!holds) {
+    fprintf(stderr, "line %d: %s does not hold; message: %s\n", line, what, message);
+    exit(1);
+  }
+}
+#define EXPECT(condition) expect((condition), #condition, __LINE__)
+#define OK(call) EXPECT((call) == VORIN_TOOLKIT_OK)
+#define TELL message, (int64_t)sizeof message
+
+static double number(const vorin_result* result, const char* name) {
+  double value = 0.0;
+  OK(p_vorin_result_number(result, name, &value, TELL));
+  return value;
+}
+
+static const double* array(const vorin_result* result, const char* name, int64_t length) {
+  const double* values = NULL;
+  int64_t count = -1;
+  OK(p_vorin_result_array(result, name, &values, &count, TELL));
+  EXPECT(length < 0 || count == length);
+  return values;
+}
+
+static int32_t VORIN_TOOLKIT_CALL stop_at_five(void* user, int64_t done, int64_t total) {
+  int64_t* const last = (int64_t*)user;
+  *last = done;
+  return done >= 5 && total == 2000 ? 1 : 0;
+}
+
+static void model(double* t, double* grid) {
+  const double peak[3] = {0.05, 0.1, 10.0};
+  double matrix[SAMPLES * POINTS];
+  double real[SAMPLES];
+  double imaginary[SAMPLES];
+  double noise = 0.0;
+  double phase = 0.0;
+  int i;
+  vorin_result* result = NULL;
+  vorin_settings* settings = NULL;
+  for (i = 0; i < SAMPLES; ++i) {
+    t[i] = 1e-3 * (i + 1);
+  }
+  OK(p_vorin_log_grid(1e-3, 1.0, POINTS, grid, TELL));
+  EXPECT(grid[0] == 1e-3 && grid[POINTS - 1] == 1.0);
+  EXPECT(p_vorin_log_grid(1.0, 0.1, POINTS, grid, TELL) == VORIN_TOOLKIT_BAD_INPUT && message[0]);
+  OK(p_vorin_kernel_matrix("t1-saturation", t, SAMPLES, grid, POINTS, matrix, TELL));
+  EXPECT(fabs(matrix[2 * POINTS + 3] - (1.0 - exp(-t[2] / grid[3]))) < 1e-15);
+  OK(p_vorin_default_grid("t2", t, SAMPLES, &result, TELL));
+  (void)array(result, "grid", -1);
+  p_vorin_result_free(result);
+  /* Noise is drawn for both channels; turned back, the real one is the decay. */
+  OK(p_vorin_settings_create(&settings, TELL));
+  OK(p_vorin_settings_set_number(settings, "sigma", 0.1, TELL));
+  OK(p_vorin_settings_set_number(settings, "phase", 0.6, TELL));
+  OK(p_vorin_simulate(settings, t, SAMPLES, peak, 1, &result, TELL));
+  memcpy(real, array(result, "amplitude", SAMPLES), sizeof real);
+  memcpy(imaginary, array(result, "imaginary", SAMPLES), sizeof imaginary);
+  p_vorin_result_free(result);
+  p_vorin_settings_free(settings);
+  OK(p_vorin_turn_to_real("t2", real, imaginary, SAMPLES, &phase, &noise, TELL));
+  EXPECT(fabs(phase - 0.6) < 0.02 && fabs(noise - 0.1) < 0.03 && real[0] > 5.0);
+  OK(p_vorin_difference_noise(t, real, SAMPLES, &noise, TELL));
+  EXPECT(fabs(noise - 0.1) < 0.04);
+}
+
+static void jobs(const double* t, const double* grid) {
+  double y[SAMPLES];
+  double matrix[SAMPLES * POINTS];
+  int64_t done = 0;
+  double three[2];
+  const char* const names[2] = {"total", "weight"};
+  const char* text = NULL;
+  const double* weights = NULL;
+  int32_t kind = 0;
+  int64_t count = 0;
+  int i;
+  vorin_result* result = NULL;
+  vorin_result* other = NULL;
+  vorin_settings* settings = NULL;
+  for (i = 0; i < SAMPLES; ++i) {
+    y[i] = 10.0 * exp(-t[i] / 0.05) + 0.05 * ((i * 7919) % 13 - 6) / 6.0;
+  }
+  OK(p_vorin_settings_create(&settings, TELL));
+  EXPECT(p_vorin_settings_set_text(settings, "wait", "1", TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(strstr(message, "there is no such setting") != NULL);
+  EXPECT(p_vorin_settings_set_text(settings, "weight", "x", message, 12) != 0);
+  EXPECT(strlen(message) == 11);
+  OK(p_vorin_settings_set_array(settings, "grid", grid, POINTS, TELL));
+  OK(p_vorin_settings_set_number(settings, "noise", 0.05, TELL));
+  OK(p_vorin_settings_set_text(settings, "key.RSIG", "1.2", TELL));
+  OK(p_vorin_invert(settings, t, y, NULL, SAMPLES, &result, TELL));
+  EXPECT(number(result, "status") == 0.0 && number(result, "success") == 1.0);
+  EXPECT(fabs(number(result, "wanted_standard_error") - 0.06) < 1e-6);
+  EXPECT(fabs(number(result, "log_mean") - 0.05) < 2e-3);
+  OK(p_vorin_result_numbers(result, names, 2, three, TELL));
+  EXPECT(fabs(three[0] - 10.0) < 0.2 && three[1] == number(result, "weight"));
+  OK(p_vorin_result_text(result, "weight_origin", &text, TELL));
+  EXPECT(strcmp(text, "noise") == 0);
+  EXPECT(p_vorin_result_text(result, "total", &text, TELL) == VORIN_TOOLKIT_NO_FIELD);
+  OK(p_vorin_result_field(result, 0, &text, &kind, &count, TELL));
+  EXPECT(strcmp(text, "status") == 0 && kind == VORIN_TOOLKIT_NUMBER && count == 1);
+  EXPECT(p_vorin_result_field(result, 999, &text, &kind, &count, TELL) == VORIN_TOOLKIT_NO_FIELD);
+
+  OK(p_vorin_lcurve(result, &other, TELL));
+  weights = array(other, "weight", -1);
+  EXPECT(weights[1] > weights[0] && number(other, "used_weight") == number(result, "weight"));
+  p_vorin_result_free(other);
+  OK(p_vorin_settings_set_number(settings, "replicates", 2000.0, TELL));
+  EXPECT(p_vorin_bootstrap(result, settings, stop_at_five, &done, &other, TELL) ==
+         VORIN_TOOLKIT_CANCELLED);
+  EXPECT(done == 5 && other == NULL);
+  OK(p_vorin_settings_set_number(settings, "replicates", 40.0, TELL));
+  OK(p_vorin_bootstrap(result, settings, NULL, NULL, &other, TELL));
+  EXPECT(number(other, "log_mean_lower") < number(result, "log_mean"));
+  (void)array(other, "upper", POINTS);
+  EXPECT(p_vorin_lcurve(other, &other, TELL) == VORIN_TOOLKIT_BAD_INPUT && other == NULL);
+
+  /* A matrix of the host's own, which is that of the kernel: the same bits. */
+  OK(p_vorin_kernel_matrix("t2", t, SAMPLES, grid, POINTS, matrix, TELL));
+  OK(p_vorin_settings_set_matrix(settings, "kernel", matrix, SAMPLES, POINTS, TELL));
+  OK(p_vorin_invert(settings, t, y, NULL, SAMPLES, &other, TELL));
+  EXPECT(memcmp(array(other, "distribution", POINTS), array(result, "distribution", POINTS),
+                POINTS * sizeof(double)) == 0);
+  p_vorin_result_free(other);
+  OK(p_vorin_measures(grid, array(result, "distribution", POINTS), POINTS, 0.005, &other, TELL));
+  EXPECT(number(other, "total") == number(result, "total"));
+  p_vorin_result_free(other);
+  p_vorin_result_free(result);
+  y[3] = NAN;
+  EXPECT(p_vorin_invert(settings, t, y, NULL, SAMPLES, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(result == NULL && strncmp(message, "y[3] is not a finite number", 27) == 0);
+  p_vorin_settings_free(settings);
+}
+
+int main(int argc, char** argv) {
+  double t[SAMPLES];
+  double grid[POINTS];
+  const char* text = NULL;
+  vorin_result* result = NULL;
+  if (argc != 3) {
+    return 1;
+  }
+  library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
+  if (library == NULL) {
+    fprintf(stderr, "%s\n", dlerror());
+    return 1;
+  }
+  load_all();
+  EXPECT(strchr(p_vorin_toolkit_version(), '.') != NULL);
+  model(t, grid);
+  jobs(t, grid);
+  OK(p_vorin_keys(&result, TELL));
+  OK(p_vorin_result_text_at(result, "key", 0, &text, TELL));
+  EXPECT(strlen(text) > 0);
+  EXPECT(p_vorin_result_text_at(result, "key", 9999, &text, TELL) == VORIN_TOOLKIT_NO_FIELD);
+  p_vorin_result_free(result);
+  OK(p_vorin_setting_names(&result, TELL));
+  OK(p_vorin_result_text_at(result, "name", 0, &text, TELL));
+  EXPECT(strcmp(text, "weight") == 0);
+  p_vorin_result_free(result);
+  OK(p_vorin_read_decay(argv[2], NULL, &result, TELL));
+  EXPECT(array(result, "time", 3000)[0] == 2e-4);
+  p_vorin_result_free(result);
+  EXPECT(p_vorin_read_decay("no such file", NULL, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(p_vorin_read_decay(NULL, NULL, &result, NULL, 0) == VORIN_TOOLKIT_BAD_INPUT);
+  p_vorin_result_free(NULL);
+  p_vorin_settings_free(NULL);
+  return 0;
+}
