@@ -1,0 +1,69 @@
+// Non-negative fits of one reduced problem at many weights, with what a choice of the weight
+// needs of each: residual, norm, degrees of freedom, determinant.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "toolkit/inverting/problem.hpp"
+
+namespace vorin::toolkit {
+
+/// The columns first .. last of a grid, both included.
+struct ColumnRange {
+  std::size_t first = 0;
+  std::size_t last = 0;
+
+  std::size_t count() const { return last - first + 1; }
+  bool operator==(const ColumnRange&) const = default;
+};
+
+/// The problem of some columns only.
+ReducedProblem columnsOf(const ReducedProblem& problem, ColumnRange range);
+
+/// The problem without its first `count` rows.
+ReducedProblem withoutFirstRows(const ReducedProblem& problem, std::size_t count);
+
+/// A fit without a penalty.
+struct ClosestFit {
+  std::vector<double> f;
+  std::vector<double> residual;  ///< d - K f, of each row
+  double rss = 0.0;              ///< its sum of squares
+  int positive = 0;              ///< elements of f above 0: the fit's degrees of freedom
+};
+
+/// The non-negative f of the smallest |K f - d| (Lawson and Hanson, Solving Least Squares
+/// Problems, 1974, chapter 23). The count of its positive elements is its degrees of freedom
+/// (Meyer and Woodroofe, Ann. Stat. 28, 1083, 2000).
+ClosestFit closestFit(const ReducedProblem& problem);
+
+/// The minimiser of |K f - d|^2 + w |f|^2 over f >= 0.
+struct PenalisedFit {
+  double weight = 0.0;
+  double rss = 0.0;              ///< |K f - d|^2
+  double norm = 0.0;             ///< |f|^2
+  double freedom = 0.0;          ///< tr A (A + w I)^-1 with A = K_P' K_P, P where f > 0
+  double logDeterminant = 0.0;   ///< ln det(I + A / w)
+};
+
+/// Solves one problem at many weights by its normal matrix, formed once.
+class PenalisedFits {
+ public:
+  explicit PenalisedFits(const ReducedProblem& problem);
+
+  PenalisedFit at(double weight);
+
+  /// The largest squared column norm of K, the scale of a weight.
+  double largestColumn() const;
+
+ private:
+  void addFreedom(PenalisedFit& fit, const std::vector<double>& f) const;
+
+  const ReducedProblem* problem_;
+  std::size_t n_;
+  std::vector<double> normal_;     ///< K'K
+  std::vector<double> minusRight_;  ///< -K'd
+  std::vector<double> storage_;
+};
+
+}  // namespace vorin::toolkit
