@@ -39,15 +39,23 @@ CLI::Option* addOptionalValue(CLI::App& line, const std::string& name, std::stri
 }  // namespace
 
 void MethodOptions::addTo(CLI::App& line) {
+  addOption(line, "--method", method, "HOW",
+            "automatic (default): range, noise and weight are chosen from the data;\n"
+            "classic: the library looks on the whole grid for the weight at which\n"
+            "the fit misses the data by 1.05 times the noise");
   addOption(line, "--weight", weight, "noise|corner|W",
-            "How strongly the distribution is smoothed: noise (default) looks for\n"
-            "the weight at which the fit misses the data by just over the noise,\n"
-            "corner for the corner of the L-curve, W is a weight of your own");
+            "How strongly the distribution is smoothed: noise (default) as --method\n"
+            "says, corner by the corner of the L-curve, W is a weight of your own");
+  addOption(line, "--baseline", baseline, "fit|C",
+            "A constant beside the curve, fitted or given in the unit of the data");
+  addOption(line, "--inversion-efficiency", efficiency, "fit|E",
+            "How complete the inversion was, for --kernel t1-inversion: E of\n"
+            "1 - (1 + E) exp(-t/T1), fitted or given, 0 to 1");
   addOption(line, "--noise", noise, "SIGMA|HOW",
             "Standard deviation of the noise in the unit of the data, or where it\n"
             "comes from: difference, fit, ridge, scan (estimates of the library),\n"
-            "quadrature (the imaginary channel). Default: from second differences\n"
-            "of neighbouring samples, outliers and the start of the decay apart");
+            "quadrature (the imaginary channel). Default: from the residual of the\n"
+            "closest fit; --method classic: from second differences of neighbours");
   addOption(line, "--prune", prune, "HOW",
             "Bins into which samples are gathered before the inversion: log\n"
             "(default), linear, or none");
@@ -72,6 +80,9 @@ void MethodOptions::addTo(CLI::App& line) {
 
 InversionSettings settingsFrom(const MethodOptions& options) {
   InversionSettings settings;
+  readSetting("method", options.method, settings);
+  readSetting("baseline", options.baseline, settings);
+  readSetting("inversion-efficiency", options.efficiency, settings);
   readSetting("weight", options.weight, settings);
   readSetting("noise", options.noise, settings);
   readSetting("compress", options.compress, settings);

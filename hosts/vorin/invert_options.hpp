@@ -58,6 +58,9 @@ std::vector<Input> readInputs(const InputOptions& options);
 
 /// How the decay is inverted, as the user wrote it.
 struct MethodOptions {
+  std::string method;
+  std::string baseline;
+  std::string efficiency;
   std::string weight;
   std::string noise;
   std::string prune = "log";

@@ -8,10 +8,12 @@
 #include <numeric>
 #include <optional>
 
+#include "toolkit/inverting/choice.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
+#include "toolkit/model/matrix.hpp"
 #include "toolkit/model/noise.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -83,7 +85,7 @@ KnownNoise knownNoise(const Decay& decay, const Problem& problem,
 /// True when the search failed because every fit misses the data by more than it wanted.
 bool outOfReach(const Inversion& inversion) {
   return inversion.mode == WeightMode::noise && !succeeded(inversion) &&
-         inversion.reachedError > inversion.wantedError;
+         inversion.status != VORIN_SOLVER_FAILED && inversion.reachedError > inversion.wantedError;
 }
 
 /// The samples that this program leaves out. The farthest spoil the fit that the others are held
@@ -111,6 +113,67 @@ std::vector<std::size_t> rejectedSamples(const Problem& whole, const InversionSe
     }
   }
   return rejected;
+}
+
+/// Decay and settings without a given or fitted constant and efficiency.
+struct Adjustment {
+  Adjusted solved;
+  std::optional<double> offset;
+  std::optional<double> efficiency;
+};
+
+/// The kernel 1 - (1 + e) E of K = 1 - 2 E.
+std::shared_ptr<const std::vector<float>> incomplete(const std::vector<float>& K,
+                                                     double efficiency) {
+  const double factor = 0.5 * (1.0 + efficiency);
+  const double shift = 0.5 * (1.0 - efficiency);
+  auto result = std::make_shared<std::vector<float>>(K.size());
+  std::transform(K.begin(), K.end(), result->begin(), [&](float value) {
+    return static_cast<float>(factor * static_cast<double>(value) + shift);
+  });
+  return result;
+}
+
+Adjusted applied(const Decay& decay, const InversionSettings& settings,
+                 const std::optional<double>& offset, const std::optional<double>& efficiency) {
+  Adjusted result{decay, settings};
+  if (offset) {
+    for (double& amplitude : result.decay.amplitude) {
+      amplitude -= *offset;
+    }
+  }
+  if (efficiency) {
+    if (!result.settings.matrix) {
+      const std::vector<float> K = kernelMatrix(settings.kernel, decay.time, settings.grid);
+      result.settings.matrix = incomplete(K, *efficiency);
+    } else {
+      result.settings.matrix = incomplete(*result.settings.matrix, *efficiency);
+    }
+  }
+  return result;
+}
+
+Adjustment adjust(const Decay& decay, const InversionSettings& settings) {
+  std::optional<double> offset;
+  std::optional<double> efficiency;
+  if (settings.efficiency) {
+    efficiency = settings.efficiency->value;
+  }
+  if (settings.baseline) {
+    offset = settings.baseline->value;
+  }
+  const bool fitsOffset = settings.baseline && !offset;
+  if (fitsOffset || (settings.efficiency && !efficiency)) {
+    setKeys(settings);
+    const Problem whole(decay, settings);
+    const ChoiceInput input{whole, decay.time, settings.grid, settings.kernel};
+    if (fitsOffset) {
+      offset = closestOffset(input) * whole.scale();
+    } else {
+      efficiency = std::clamp(closestEfficiency(input), 0.0, 1.0);
+    }
+  }
+  return {applied(decay, settings, offset, efficiency), offset, efficiency};
 }
 
 /// One inversion with the settings of the store, in the unit of the data.
@@ -171,24 +234,18 @@ void requireNoise(const Decay& decay, const InversionSettings& settings) {
   }
 }
 
-Inversion invert(const Decay& decay, const InversionSettings& settings) {
-  requireUsable(decay, settings);
-  const Problem whole(decay, settings);
-  const std::vector<std::size_t> rejected = rejectedSamples(whole, settings);
-  std::optional<Problem> rest;
-  if (!rejected.empty()) {
-    rest = whole.without(rejected);
-  }
-  const Problem& problem = rest ? *rest : whole;
+namespace {
+
+/// The library's own search, or its solve at a given weight.
+Inversion search(const Problem& problem, const KnownNoise& noise,
+                 const InversionSettings& settings) {
   const double scale = problem.scale();
-  const KnownNoise noise = knownNoise(decay, problem, settings);
   setKeys(settings);
   if (noise.value) {
     setNoise(*noise.value / scale);
   } else if (needsNoise(settings)) {
     throw noNoise();
   }
-
   Inversion result = solve(problem, settings);
   result.noise = noise.value.value_or(0.0);
   result.noiseOrigin = noise.value ? noise.origin : NoiseOrigin::none;
@@ -207,17 +264,141 @@ Inversion invert(const Decay& decay, const InversionSettings& settings) {
     result.noiseOrigin = first.noiseOrigin;
     result.relaxedTarget = closest;
   }
+  result.lastColumn = settings.grid.size() - 1;
+  return result;
+}
+
+/// One solve at the weight that choose() has found.
+Inversion solveChosen(const Problem& problem, const Choice& choice, const KnownNoise& noise,
+                      const InversionSettings& settings) {
+  setFixedWeight(settings, choice.weight);
+  const Problem within = problem.within(choice.support.first, choice.support.last);
+  Inversion result = solve(within, settings);
+  if (!succeeded(result) && queryNumber("BRDA") != 3.0F) {
+    // The iteration is out of passes; the quadratic program needs none.
+    const float route = queryNumber("BRDA");
+    setNumber("BRDA", 3.0F);
+    result = solve(within, settings);
+    setNumber("BRDA", route);
+  }
+  const double scale = problem.scale();
+  result.mode = WeightMode::automatic;
+  result.weightSteps = choice.solves;
+  result.noise = choice.noise * scale;
+  result.noiseOrigin = noise.value ? noise.origin : NoiseOrigin::residual;
+  result.noiseSpread = noise.value ? 0.0 : choice.noiseSpread;
+  result.closestError = choice.closest * scale;
+  result.firstColumn = choice.support.first;
+  result.lastColumn = choice.support.last;
+  return result;
+}
+
+/// The share of the peak that the distribution of an echo train has at the first sample's time,
+/// where its support begins; 0 when there is none.
+double fastShare(const Inversion& inversion, Kernel kernel) {
+  const std::vector<double>& f = inversion.distribution.amplitude;
+  const std::size_t first = inversion.firstColumn;
+  if (kernel != Kernel::t2 || first + 1 >= f.size() || !(f[first] > f[first + 1])) {
+    return 0.0;
+  }
+  double share = 0.0;
+  for (std::size_t k = first; k < f.size() && (k == first || f[k] < f[k - 1]); ++k) {
+    share += f[k];
+  }
+  return share / std::accumulate(f.begin(), f.end(), 0.0);
+}
+
+/// What only the finished inversion shows.
+void addLateFindings(Inversion& inversion, Kernel kernel, double residualNoise) {
+  constexpr double kMuchFast = 0.1;
+  constexpr double kLost = 2.0;
+  if (inversion.finding.fatal()) {
+    return;
+  }
+  if (inversion.mode == WeightMode::corner && inversion.fitError > kLost * residualNoise) {
+    inversion.finding = {FindingKind::cornerLost, Kernel::t2, inversion.fitError / residualNoise,
+                         0};
+  } else if (const double share = fastShare(inversion, kernel);
+             inversion.mode == WeightMode::automatic && share > kMuchFast) {
+    inversion.finding = {FindingKind::tooFast, Kernel::t2, share, 0};
+  }
+}
+
+std::vector<double> timesWithout(const std::vector<double>& time,
+                                 const std::vector<std::size_t>& rejected) {
+  return withoutRows(time, time.size(), rejected);
+}
+
+}  // namespace
+
+Adjusted adjusted(const Decay& decay, const InversionSettings& settings,
+                  const Inversion& inversion) {
+  return applied(decay, settings, inversion.offset, inversion.efficiency);
+}
+
+Inversion invert(const Decay& original, const InversionSettings& originalSettings) {
+  requireUsable(original, originalSettings);
+  const Adjustment adjustment = adjust(original, originalSettings);
+  const Decay& decay = adjustment.solved.decay;
+  const InversionSettings& settings = adjustment.solved.settings;
+  const Problem whole(decay, settings);
+  std::vector<std::size_t> rejected = rejectedSamples(whole, settings);
+  const Problem problem = whole.without(rejected);
+  const KnownNoise noise = knownNoise(decay, problem, settings);
+  const bool chosen = weightIsChosen(settings);
+  const std::vector<double> time = timesWithout(decay.time, rejected);
+
+  std::optional<Choice> choice;
+  if (settings.method == Method::automatic && !rejectsInLibrary(settings)) {
+    setKeys(settings);
+    ChoiceInput input{problem, time, settings.grid, settings.kernel};
+    input.compressed = settings.compression.has_value();
+    input.offsetKnown = adjustment.offset || adjustment.efficiency;
+    if (noise.value && noise.origin != NoiseOrigin::differences) {
+      input.noise = *noise.value / problem.scale();
+    }
+    choice = choose(input);
+  }
+  if (chosen && !choice) {
+    throw noNoise();
+  }
+  Inversion result;
+  if (chosen) {
+    const std::size_t spoiled = choice->spoiled;
+    std::vector<std::size_t> first(spoiled);
+    std::iota(first.begin(), first.end(), std::size_t{0});
+    const KnownNoise known = noise.origin == NoiseOrigin::differences ? KnownNoise{} : noise;
+    result = solveChosen(problem.without(first), *choice, known, settings);
+    result.spoiled = spoiled;
+    for (std::size_t i = 0, count = 0; count < spoiled; ++i) {
+      if (!std::binary_search(rejected.begin(), rejected.end(), i)) {
+        rejected.insert(std::upper_bound(rejected.begin(), rejected.end(), i), i);
+        ++count;
+      }
+    }
+  } else {
+    result = search(problem, noise, settings);
+  }
+  if (choice) {
+    result.finding = choice->finding;
+    addLateFindings(result, settings.kernel, choice->residualNoise * problem.scale());
+  }
   result.soughtOutliers = settings.rejectBeyond.has_value();
   if (!rejected.empty()) {
     result.rejected = rejected;
     result.fit = whole.fitOf(result.distribution.amplitude);
   }
+  result.offset = adjustment.offset;
+  result.efficiency = adjustment.efficiency;
+  for (double& value : result.fit) {
+    value += adjustment.offset.value_or(0.0);
+  }
   return result;
 }
 
 bool succeeded(const Inversion& inversion) {
-  return inversion.status < 1 ||
-         (inversion.status == VORIN_CORNER_MODE && inversion.mode == WeightMode::corner);
+  return !inversion.finding.fatal() && (inversion.status < 1 ||
+         (inversion.status == VORIN_CORNER_MODE && inversion.mode == WeightMode::corner));
 }
 
 std::string_view originText(NoiseOrigin origin) {
@@ -226,6 +407,8 @@ std::string_view originText(NoiseOrigin origin) {
       return "given";
     case NoiseOrigin::differences:
       return "from differences of neighbouring samples";
+    case NoiseOrigin::residual:
+      return "from the residual of the closest fit";
     case NoiseOrigin::quadrature:
       return "of the imaginary channel";
     case NoiseOrigin::libraryDifference:
@@ -250,6 +433,13 @@ std::string statusText(const Inversion& inversion) {
                ? "done; the corner search reports no success or failure"
                : "success";
   }
+  if (inversion.finding.fatal()) {
+    return findingText(inversion.finding);
+  }
+  if (inversion.status == VORIN_SOLVER_FAILED) {
+    return "the solver ran out of passes; give a larger weight (--weight) or more passes (--set "
+           "MAXI=500)";
+  }
   if (outOfReach(inversion)) {
     return "no weight fits this closely; leave out first samples that lie off the curve (--skip N) "
            "or give a larger noise (--noise)";
@@ -258,9 +448,6 @@ std::string statusText(const Inversion& inversion) {
     return "every fit is closer to the data than the noise asks for; give a smaller one (--noise)";
   }
   switch (inversion.status) {
-    case VORIN_SOLVER_FAILED:
-      return "the solver ran out of passes; give a larger weight (--weight) or more passes (--set "
-             "MAXI=500)";
     case VORIN_SEARCH_EXHAUSTED:
       return "the weight search ran out of iterations; try more of them (--set WITE=200) or a "
              "smaller tolerance of the solver (--set TOL=1e-14)";

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/inverting/finding.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/model/kernel.hpp"
@@ -21,14 +22,25 @@ struct Compression {
   double ratio = 1e-6;  ///< rows of a singular value not above this times the largest are dropped
 };
 
+/// Who decides how smooth the distribution is.
+enum class Method {
+  automatic,  ///< choose(), from the data: support of the grid, noise and weight
+  classic     ///< the library's search for 1.05 times the noise, on the whole grid
+};
+
 /// Where the noise comes from when it is not given as a number.
 enum class NoiseSource {
-  robust,      ///< differenceNoise() of this program
+  robust,      ///< the closest fit's residual; Method::classic: differenceNoise()
   difference,  ///< the library's second differences of neighbouring samples (NALG = D3)
   fit,         ///< its non-negative fit without a penalty (NALG = UREG)
   ridge,       ///< its non-negative fit with a light ridge (NALG = REG)
   scan,        ///< its scan of falling weights down to the flat end (NALG = ASYM)
   quadrature   ///< the imaginary channel of complex data
+};
+
+/// A number that is fitted to the data unless it is given.
+struct FittedOrGiven {
+  std::optional<double> value;
 };
 
 /// How outliers are told and kept out.
@@ -43,7 +55,10 @@ struct InversionSettings {
   /// Samples x grid by columns; without it that of `kernel` is computed. Decays of one
   /// shape share it, and Kernel::matrix needs it.
   std::shared_ptr<const std::vector<float>> matrix;
-  std::optional<double> weight;  ///< a fixed weight; without it the library searches
+  Method method = Method::automatic;
+  std::optional<FittedOrGiven> baseline;    ///< a constant beside the curve, unit of the data
+  std::optional<FittedOrGiven> efficiency;  ///< e of 1 - (1 + e) exp(-t/T), t1Inversion only
+  std::optional<double> weight;  ///< a fixed weight; without it one is looked for
   bool corner = false;           ///< for the corner of the L-curve, not for the noise
   std::optional<double> noise;   ///< standard deviation, in the unit of the data
   NoiseSource noiseSource = NoiseSource::robust;  ///< where `noise` is not given
@@ -56,13 +71,14 @@ struct InversionSettings {
   bool keepLog = false;                      ///< without it the library writes a header only
 };
 
-/// How the weight came about (the codes of the key TARG).
-enum class WeightMode { fixed = 0, noise = 1, corner = 2 };
+/// How the weight came about (the codes of the key TARG, and that of choose()).
+enum class WeightMode { fixed = 0, noise = 1, corner = 2, automatic = 3 };
 
 enum class NoiseOrigin {
   none,               ///< there is no estimate, and none was needed
   given,              ///< by the user
   differences,        ///< differenceNoise()
+  residual,           ///< of the closest non-negative fit
   quadrature,         ///< of the imaginary channel
   libraryDifference,  ///< NoiseSource::difference and so on
   libraryFit,
@@ -89,7 +105,26 @@ struct Inversion {
   double fitError = 0.0;  ///< root mean square of decay - fit over all samples not rejected
   int weightSteps = 0;    ///< solves of the weight search; 0 for a fixed weight
   int passes = 0;         ///< of the last solve; 0 when it was none that iterates
+  std::size_t firstColumn = 0;  ///< of the grid's part outside which the distribution is 0
+  std::size_t lastColumn = 0;
+  std::size_t spoiled = 0;   ///< first samples that were left out (they are in `rejected`)
+  double closestError = 0.0;  ///< of the pruned points, by the closest fit; 0 where not known
+  double noiseSpread = 0.0;   ///< relative standard deviation of `noise`; 0 where not known
+  std::optional<double> offset;      ///< the constant beside the curve, part of `fit`
+  std::optional<double> efficiency;  ///< of the inversion pulse
+  Finding finding;
 };
+
+/// A decay and its settings as they were solved: without the offset, with the kernel of the
+/// inversion's efficiency.
+struct Adjusted {
+  Decay decay;
+  InversionSettings settings;
+};
+
+/// What `inversion`, which invert(decay, settings) returned, was solved on.
+Adjusted adjusted(const Decay& decay, const InversionSettings& settings,
+                  const Inversion& inversion);
 
 /// True when the library itself rejects outliers.
 inline bool rejectsInLibrary(const InversionSettings& settings) {
@@ -104,11 +139,17 @@ void requireUsable(const Decay& decay, const InversionSettings& settings);
 /// that it can be had before the first of many is inverted. Sets the library's keys.
 void requireNoise(const Decay& decay, const InversionSettings& settings);
 
-/// Inverts `decay`. The library's log is left in the working directory as
+/// Inverts `decay`. Where the weight is left to the data (Method::automatic without a weight,
+/// the corner, or a key of the library's weight search among the assignments), choose() takes
+/// noise, support and weight from them, and the library solves once at that weight. What
+/// choose() finds wrong with the data is told in every case but Method::classic. The rest is
+/// the library's search.
+///
+/// The library's log is left in the working directory as
 /// "Vorin.log". Throws UserError for an assignment that can't be carried out and
 /// when a noise is needed and can't be had.
 ///
-/// Where no fit comes as close to the (binned) data as the noise asks for, since
+/// Where, in the library's search, no fit comes as close to the (binned) data as the noise asks for, since
 /// the samples hold more than noise (the first echoes of a train often lie off the
 /// curve, and logarithmic bins give them weight), the closest fit becomes the aim in
 /// a second search and `relaxedTarget` says so.

@@ -46,7 +46,41 @@ std::string noiseAlgorithm(const InversionSettings& settings) {
   return result;
 }
 
+/// The keys of the library's weight search and of its noise.
+constexpr std::array<std::string_view, 16> kSearchKeys{"TARG", "WEIG", "NALG", "SIG",  "CSI2", "RSIG",
+                                                       "L1AL", "WITE", "WTOL", "STOL", "WRAT", "WFRA",
+                                                       "WMIN", "WMAX", "WNMI", "WNMA"};
+
+/// True when an assignment names a key that begins as `key`, which is as far as the library
+/// compares.
+bool assigns(const InversionSettings& settings, std::string_view key) {
+  return std::any_of(settings.assignments.begin(), settings.assignments.end(),
+                     [&](const std::string& assignment) {
+                       return upperCase(trimmed(assignment.substr(0, assignment.find('='))))
+                           .starts_with(key);
+                     });
+}
+
 }  // namespace
+
+bool weightIsChosen(const InversionSettings& settings) {
+  const bool sourceFits = settings.noise || settings.noiseSource == NoiseSource::robust ||
+                          settings.noiseSource == NoiseSource::difference ||
+                          settings.noiseSource == NoiseSource::quadrature;
+  return settings.method == Method::automatic && !settings.weight && !settings.corner &&
+         sourceFits && !rejectsInLibrary(settings) &&
+         std::none_of(kSearchKeys.begin(), kSearchKeys.end(),
+                      [&](std::string_view key) { return assigns(settings, key); });
+}
+
+void setFixedWeight(const InversionSettings& settings, double weight) {
+  constexpr float kPasses = 1000.0F;
+  setText("TARG", "WEIG");
+  setNumber("WEIG", static_cast<float>(weight));
+  if (!assigns(settings, "MAXI")) {
+    setNumber("MAXI", kPasses);
+  }
+}
 
 void setKeys(const InversionSettings& settings) {
   setText("FLOG", "NONE");  // which stands for Vorin.log

@@ -10,6 +10,13 @@ namespace vorin::toolkit {
 /// Throws UserError for an assignment that can't be carried out.
 void setKeys(const InversionSettings& settings);
 
+/// True when the weight is choose()'s: nothing in `settings` asks for another one.
+bool weightIsChosen(const InversionSettings& settings);
+
+/// Sets the store, which setKeys() has set, to one solve at `weight`, with passes enough for
+/// small weights unless the user has said how many.
+void setFixedWeight(const InversionSettings& settings, double weight);
+
 /// Sets the noise of data whose largest magnitude is 1.
 void setNoise(double noise);
 

@@ -86,10 +86,15 @@ bool isWeight(double value) {
 
 }  // namespace
 
-LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion) {
-  const Problem whole(decay, settings);
+LCurve lCurve(const Decay& decay, const InversionSettings& original, const Inversion& inversion) {
+  const Adjusted solved = adjusted(decay, original, inversion);
+  const InversionSettings& settings = solved.settings;
+  const Problem whole(solved.decay, settings);
   const bool library = rejectsInLibrary(settings);
-  const Problem problem = library ? whole : whole.without(inversion.rejected);
+  const Problem problem =
+      library
+          ? whole
+          : whole.without(inversion.rejected).within(inversion.firstColumn, inversion.lastColumn);
   setKeys(settings);
   const ReducedProblem reduced = library ? problem.reduced(inversion.rejected) : problem.reduced();
   const float route = queryNumber("BRDA");

@@ -130,7 +130,7 @@ double PenalisedFits::largestColumn() const {
   return largest;
 }
 
-PenalisedFit PenalisedFits::at(double weight) {
+PenalisedFit PenalisedFits::at(double weight, std::vector<double>* f) {
   std::vector<double> Q = normal_;
   for (std::size_t j = 0; j < n_; ++j) {
     Q[j * n_ + j] += weight;
@@ -143,6 +143,9 @@ PenalisedFit PenalisedFits::at(double weight) {
   fit.rss = sumOfSquares(residualOf(*problem_, minimum.x()));
   fit.norm = sumOfSquares(minimum.x());
   addFreedom(fit, minimum.x());
+  if (f != nullptr) {
+    *f = minimum.x();
+  }
   return fit;
 }
 

@@ -51,7 +51,8 @@ class PenalisedFits {
  public:
   explicit PenalisedFits(const ReducedProblem& problem);
 
-  PenalisedFit at(double weight);
+  /// `f`, if there is one, takes the distribution.
+  PenalisedFit at(double weight, std::vector<double>* f = nullptr);
 
   /// The largest squared column norm of K, the scale of a weight.
   double largestColumn() const;

@@ -112,7 +112,21 @@ Problem::Problem(const Decay& decay, const InversionSettings& settings)
       T_(pruningAbscissae(decay.time)),
       amplitude_(decay.amplitude),
       Y_(toSingle(decay.amplitude, scale_)),
-      G_(toSingle(settings.grid)) {}
+      G_(toSingle(settings.grid)),
+      columns_(G_.size()) {}
+
+Problem Problem::withData(const std::vector<float>& data) const {
+  Problem result = *this;
+  result.Y_ = data;
+  return result;
+}
+
+Problem Problem::within(std::size_t first, std::size_t last) const {
+  Problem result = *this;
+  result.firstColumn_ = first;
+  result.columns_ = last - first + 1;
+  return result;
+}
 
 Problem Problem::without(const std::vector<std::size_t>& left) const {
   Problem result = *this;
@@ -131,6 +145,9 @@ Problem Problem::without(const std::vector<std::size_t>& left) const {
 std::vector<double> Problem::fitOf(const std::vector<double>& F) const {
   std::vector<double> fit(Y_.size());
   for (std::size_t column = 0; column < F.size(); ++column) {
+    if (F[column] == 0.0) {
+      continue;
+    }
     for (std::size_t i = 0; i < fit.size(); ++i) {
       fit[i] += static_cast<double>((*K_)[column * fit.size() + i]) * F[column];
     }
@@ -140,14 +157,15 @@ std::vector<double> Problem::fitOf(const std::vector<double>& F) const {
 
 Solution Problem::solve(const std::vector<float>& Y) const {
   const auto nf = static_cast<std::int32_t>(Y.size());
-  const auto ng = static_cast<std::int32_t>(G_.size());
+  const auto ng = static_cast<std::int32_t>(columns_);
   Solution result;
   result.F.resize(G_.size());
   result.FIT.resize(Y.size());
   std::vector<float> W(Y.size());
   const auto driver = compressed_ ? &VorinyC5_s : &Voriny_s;
-  driver(nf, ng, &nf, &ng, K_->data(), T_.data(), Y.data(), W.data(), G_.data(), result.F.data(),
-         result.FIT.data(), &result.status);
+  driver(nf, ng, &nf, &ng, K_->data() + firstColumn_ * Y.size(), T_.data(), Y.data(), W.data(),
+         G_.data() + firstColumn_, result.F.data() + firstColumn_, result.FIT.data(),
+         &result.status);
   for (std::size_t i = 0; i < W.size(); ++i) {
     if (W[i] > 1.0F) {
       result.rejected.push_back(i);
@@ -158,7 +176,8 @@ Solution Problem::solve(const std::vector<float>& Y) const {
 
 ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const {
   const auto nf = static_cast<std::int32_t>(Y_.size());
-  const auto ng = static_cast<std::int32_t>(G_.size());
+  const auto ng = static_cast<std::int32_t>(columns_);
+  const float* const kernel = K_->data() + firstColumn_ * Y_.size();
   const Reduction reduction = compressed_ ? compressedReduction(nf, ng) : plainReduction();
   std::vector<float> K;
   std::vector<float> d;
@@ -166,18 +185,18 @@ ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const 
   std::int32_t ld = nf;
   if (reduction.mode > 0) {
     ld = reduction.capacity;
-    K.resize(static_cast<std::size_t>(ld) * G_.size());
+    K.resize(static_cast<std::size_t>(ld) * columns_);
     d.resize(static_cast<std::size_t>(ld));
     std::vector<float> W(Y_.size(), 1.0F);
     for (const std::size_t i : rejected) {
       W[i] = kOutlierScale;
     }
     std::int32_t status = 0;
-    VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), K_->data(), W.data(), wholeNumber("PRLO"),
+    VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), kernel, W.data(), wholeNumber("PRLO"),
                 wholeNumber("PRHI"), reduction.wanted, reduction.mode, 0.0F, 0, &rows, d.data(),
                 K.data(), &status);
   } else {
-    K = *K_;
+    K.assign(kernel, kernel + columns_ * Y_.size());
     d = Y_;
   }
   if (reduction.vectors > 0) {
@@ -185,8 +204,8 @@ ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const 
     ld = reduction.capacity;
   }
   ReducedProblem result{rows, ng, {}, {d.begin(), d.begin() + rows}};
-  result.K.reserve(static_cast<std::size_t>(rows) * G_.size());
-  for (std::size_t column = 0; column < G_.size(); ++column) {
+  result.K.reserve(static_cast<std::size_t>(rows) * columns_);
+  for (std::size_t column = 0; column < columns_; ++column) {
     const auto start = K.begin() + static_cast<std::ptrdiff_t>(column) * ld;
     result.K.insert(result.K.end(), start, start + rows);
   }

@@ -47,6 +47,13 @@ class Problem {
   /// The amplitudes divided by the scale.
   const std::vector<float>& data() const { return Y_; }
 
+  /// The same samples with other amplitudes, in the unit of data(); the scale stays.
+  Problem withData(const std::vector<float>& data) const;
+
+  /// The problem whose distribution is 0 outside the grid's elements first .. last. Only
+  /// solve() and reduced() know of it, and reduced() has the columns inside alone.
+  Problem within(std::size_t first, std::size_t last) const;
+
   /// Inverts `Y` (as data(), and as long) with the keys as they stand in the store.
   Solution solve(const std::vector<float>& Y) const;
 
@@ -73,6 +80,8 @@ class Problem {
   std::vector<double> amplitude_;                ///< in the unit of the data
   std::vector<float> Y_;                         ///< scaled amplitudes
   std::vector<float> G_;                         ///< grid times
+  std::size_t firstColumn_ = 0;                  ///< of the grid, for solve() and reduced()
+  std::size_t columns_ = 0;
 };
 
 }  // namespace vorin::toolkit

@@ -157,7 +157,56 @@ void readRejection(const std::string& text, InversionSettings& settings) {
   }
 }
 
-constexpr std::array<SettingText, 6> kSettings{{
+void readMethod(const std::string& text, InversionSettings& settings) {
+  if (text.empty() || text == "automatic") {
+    settings.method = Method::automatic;
+  } else if (text == "classic") {
+    settings.method = Method::classic;
+  } else {
+    throw UserError(fmt::format("--method {}: write automatic or classic", inQuotes(text)));
+  }
+}
+
+/// "fit" or a number.
+void readBaseline(const std::string& text, InversionSettings& settings) {
+  settings.baseline.reset();
+  if (text.empty()) {
+    return;
+  }
+  const std::optional<double> value = text == "fit" ? std::nullopt : parseNumber(text);
+  if (text != "fit" && !value) {
+    throw UserError(fmt::format(
+        "--baseline {}: write fit or a number in the unit of the data", inQuotes(text)));
+  }
+  settings.baseline = FittedOrGiven{value};
+}
+
+/// "fit" or a number from 0 to 1.
+void readEfficiency(const std::string& text, InversionSettings& settings) {
+  settings.efficiency.reset();
+  if (text.empty()) {
+    return;
+  }
+  const std::optional<double> value = text == "fit" ? std::nullopt : parseNumber(text);
+  if (text != "fit" && !(value && *value >= 0.0 && *value <= 1.0)) {
+    throw UserError(fmt::format(
+        "--inversion-efficiency {}: write fit or a number from 0 to 1, which is a complete "
+        "inversion",
+        inQuotes(text)));
+  }
+  settings.efficiency = FittedOrGiven{value};
+}
+
+constexpr std::array<SettingText, 9> kSettings{{
+    {"method", "automatic|classic", "automatic",
+     "who chooses range, noise and weight: the data, or the library's search for 1.05 times the "
+     "noise on the whole grid",
+     &readMethod},
+    {"baseline", "fit|C", "none", "a constant beside the curve, in the unit of the data",
+     &readBaseline},
+    {"inversion-efficiency", "fit|E", "1",
+     "how complete the inversion of t1-inversion was: E of 1 - (1 + E) exp(-t/T1)",
+     &readEfficiency},
     {"weight", "noise|corner|W", "noise",
      "how strongly the distribution is smoothed: by the noise, by the corner of the L-curve, or by "
      "a weight W above 0",
@@ -197,6 +246,10 @@ void readSetting(std::string_view name, const std::string& text, InversionSettin
 }
 
 void requireCompatible(const InversionSettings& settings) {
+  if (settings.baseline && settings.efficiency) {
+    throw UserError(
+        "--baseline with --inversion-efficiency: a constant stands for either; give one of them");
+  }
   if (rejectsInLibrary(settings) && settings.pruning == "NONE") {
     throw UserError(
         "--reject-outliers with --prune none: the library keeps outliers out of bins; let samples "

@@ -40,7 +40,7 @@ Parts partsOf(const Inversion& inversion, const Problem& problem) {
       ++rejected;
       continue;
     }
-    const double fit = inversion.fit[i] / problem.scale();
+    const double fit = (inversion.fit[i] - inversion.offset.value_or(0.0)) / problem.scale();
     parts.residual.push_back(static_cast<double>(problem.data()[parts.fit.size()]) - fit);
     parts.fit.push_back(fit);
   }
@@ -55,8 +55,7 @@ Parts partsOf(const Inversion& inversion, const Problem& problem) {
 /// The store as the inversion had it, at the weight that it chose.
 void setReplicateKeys(const InversionSettings& settings, const Inversion& inversion) {
   setKeys(settings);
-  setText("TARG", "WEIG");
-  setNumber("WEIG", static_cast<float>(inversion.weight));
+  setFixedWeight(settings, inversion.weight);
 }
 
 /// The replicates of one bootstrap: any share of them can be inverted by a thread.
@@ -172,10 +171,12 @@ double quantile(std::vector<double>& values, double fraction) {
 Band bootstrap(const Decay& decay, const InversionSettings& original, const Inversion& inversion,
                const BootstrapSettings& options) {
   // Outliers are known: the replicates are drawn and inverted without them.
-  InversionSettings settings = original;
+  Adjusted solved = adjusted(decay, original, inversion);
+  InversionSettings& settings = solved.settings;
   settings.rejectBeyond.reset();
-  const Problem whole(decay, settings);
-  const Problem problem = whole.without(inversion.rejected);
+  const Problem whole(solved.decay, settings);
+  const Problem problem =
+      whole.without(inversion.rejected).within(inversion.firstColumn, inversion.lastColumn);
   settings.keepLog = false;
   Replicates replicates(problem, partsOf(inversion, problem), settings, inversion, options);
   replicates.run();

@@ -75,6 +75,11 @@ double clippedDeviation(const std::vector<double>& values) {
 
 }  // namespace
 
+double residualDeviation(const std::vector<double>& residual) {
+  constexpr std::size_t kEnoughToClip = 100;
+  return residual.size() < kEnoughToClip ? rootMeanSquare(residual) : clippedDeviation(residual);
+}
+
 std::optional<double> differenceNoise(const Decay& decay) {
   const std::size_t skipped = decay.time.front() > 0.0 ? 0 : 1;  // ln 0
   std::vector<double> x;

@@ -24,4 +24,9 @@ namespace vorin::toolkit {
 /// n differences spreads by sqrt(0.97 / n): 1.9 % for 3000 samples.
 std::optional<double> differenceNoise(const Decay& decay);
 
+/// The root mean square of a residual. Of 100 values or more, those beyond four standard
+/// deviations count as outliers and are left out, with the correction for what a normal variate
+/// loses by that.
+double residualDeviation(const std::vector<double>& residual);
+
 }  // namespace vorin::toolkit

@@ -36,6 +36,8 @@ std::string_view weightOrigin(const Inversion& inversion) {
       return "given";
     case WeightMode::corner:
       return "corner";
+    case WeightMode::automatic:
+      return "automatic";
     case WeightMode::noise:
       break;
   }
@@ -48,6 +50,8 @@ std::string_view noiseOriginWord(NoiseOrigin origin) {
       return "given";
     case NoiseOrigin::differences:
       return "differences";
+    case NoiseOrigin::residual:
+      return "residual";
     case NoiseOrigin::quadrature:
       return "quadrature";
     case NoiseOrigin::libraryDifference:

@@ -48,6 +48,8 @@ std::string weightText(const Inversion& inversion) {
                  : fmt::format("{} ({} times that of the L-curve's corner, {})", weight,
                                significant(inversion.weight / inversion.cornerWeight, 3),
                                significant(inversion.cornerWeight));
+    case WeightMode::automatic:
+      return fmt::format("{} (chosen from the data)", weight);
     case WeightMode::noise:
       break;
   }
@@ -113,6 +115,43 @@ void dataLines(Lines out, const Inversion& inversion, const ReportContext& conte
                    quantityText(grid.front(), onGrid), quantityText(grid.back(), onGrid)));
 }
 
+/// What the data decided beside noise and weight, and what they hint at.
+void choiceLines(Lines out, const Inversion& inversion, const ReportContext& context) {
+  const std::vector<double>& grid = inversion.distribution.time;
+  const Quantity onGrid = gridQuantity(context.kernel);
+  if (inversion.mode == WeightMode::automatic &&
+      (inversion.firstColumn > 0 || inversion.lastColumn + 1 < grid.size())) {
+    line(out, "support",
+         fmt::format("{} to {}, where the data hold signal",
+                     quantityText(grid[inversion.firstColumn], onGrid),
+                     quantityText(grid[inversion.lastColumn], onGrid)));
+  }
+  if (inversion.offset) {
+    line(out, "baseline", fmt::format("{} beside the curve", significant(*inversion.offset)));
+  }
+  if (inversion.efficiency) {
+    line(out, "efficiency", fmt::format("{:.3f} of the inversion", *inversion.efficiency));
+  }
+  if (inversion.spoiled > 0) {
+    line(out, "note",
+         fmt::format("the first {} off every curve and {} left out",
+                     inversion.spoiled == 1
+                         ? "sample lies"
+                         : fmt::format("{} samples lie", inversion.spoiled),
+                     inversion.spoiled == 1 ? "is" : "are"));
+  }
+  constexpr double kUncertain = 0.15;
+  if (inversion.noiseSpread > kUncertain) {
+    line(out, "note",
+         fmt::format("so few samples tell their noise to {:.0f} % only; give it if you know it "
+                     "(--noise)",
+                     100.0 * inversion.noiseSpread));
+  }
+  if (inversion.finding.kind != FindingKind::none && !inversion.finding.fatal()) {
+    line(out, "note", findingText(inversion.finding));
+  }
+}
+
 /// The log mean with its interval and the true one.
 void logMeanLines(Lines out, double mean, const ReportContext& context) {
   const Quantity onGrid = gridQuantity(context.kernel);
@@ -165,6 +204,7 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
   }
   line(out, "weight", weightText(inversion));
   line(out, "standard error", errorText(inversion));
+  choiceLines(out, inversion, context);
   if (inversion.relaxedTarget > 0.0) {
     line(out, "note",
          fmt::format("no fit of the binned samples comes closer than {}, which took the place of\n"

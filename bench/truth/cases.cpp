@@ -1,0 +1,119 @@
+#include "bench/truth/cases.hpp"
+
+#include <cmath>
+#include <cstdint>
+
+#include "toolkit/model/simulation.hpp"
+
+namespace vorin::bench {
+
+namespace {
+
+using toolkit::Kernel;
+
+constexpr Kernel kT2 = Kernel::t2;
+constexpr Kernel kSaturation = Kernel::t1Saturation;
+constexpr Kernel kInversion = Kernel::t1Inversion;
+constexpr Kernel kDiffusion = Kernel::diffusion;
+
+std::vector<double> evenlySpaced(double from, double to, int count) {
+  std::vector<double> result;
+  for (int i = 0; i < count; ++i) {
+    result.push_back(from + (to - from) * i / (count - 1));
+  }
+  return result;
+}
+
+std::vector<double> logSpaced(double from, double to, int count) {
+  std::vector<double> result;
+  for (int i = 0; i < count; ++i) {
+    result.push_back(from * std::pow(to / from, static_cast<double>(i) / (count - 1)));
+  }
+  return result;
+}
+
+/// An echo train of `count` echoes.
+std::vector<double> train(double spacing, int count) {
+  return evenlySpaced(spacing, spacing * count, count);
+}
+
+}  // namespace
+
+std::vector<Case> allCases() {
+  return {
+      {"T2: line30 3000 s2000", kT2, train(2e-4, 3000), {{.03,0,100}}, 2000, 0.0, {}},
+      {"T2: line100 3000 s100", kT2, train(2e-4, 3000), {{.1,0,100}}, 100, 0.0, {}},
+      {"T2: 2lines 3000 s500", kT2, train(2e-4, 3000), {{.01,0,40},{.1,0,60}}, 500, 0.0, {}},
+      {"T2: 2bells 3000 s500", kT2, train(2e-4, 3000), {{.008,.15,30},{.09,.15,70}}, 500, 0.0, {}},
+      {"T2: 2bells 30000 s50", kT2, train(5e-5, 30000), {{.008,.15,30},{.09,.15,70}}, 50, 0.0, {}},
+      {"T2: broad.7 2000 s100", kT2, train(2e-4, 2000), {{.02,.6,100}}, 100, 0.0, {}},
+      {"T2: broad.5 2000 s1000", kT2, train(2e-4, 2000), {{.02,.5,100}}, 1000, 0.0, {}},
+      {"T2: fast+bell s200", kT2, train(2e-4, 3000), {{.0004,.1,30},{.05,.1,70}}, 200, 0.0, {}},
+      {"T2: slow end s200", kT2, train(2e-4, 3000), {{.01,.15,50},{.5,.1,50}}, 200, 0.0, {}},
+      {"T2: bell 64 s50", kT2, train(2e-3, 64), {{.02,.2,100}}, 50, 0.0, {}},
+      {"T2: 2lines log16 s100", kT2, logSpaced(1e-3, 1, 16), {{.01,0,50},{.1,0,50}}, 100, 0.0, {}},
+      {"T2: bell 1000 s20", kT2, train(5e-4, 1000), {{.05,.25,100}}, 20, 0.0, {}},
+      {"T2: 2bells 2000 s5000", kT2, train(3e-4, 2000), {{.01,.2,50},{.1,.2,50}}, 5000, 0.0, {}},
+      {"T2: 3bells 5000 s300", kT2, train(2e-4, 5000), {{.003,.15,20},{.03,.2,40},{.3,.15,40}}, 300, 0.0, {}},
+      {"saturation: SR 16 bell s200", kSaturation, logSpaced(.01, 10, 16), {{.4,.15,100}}, 200, 0.0, {}},
+      {"saturation: SR 16 2lines s500", kSaturation, logSpaced(.01, 10, 16), {{.1,0,40},{1,0,60}}, 500, 0.0, {}},
+      {"saturation: SR 100 broad s100", kSaturation, logSpaced(.005, 8, 100), {{.4,.5,100}}, 100, 0.0, {}},
+      {"saturation: SR 32 line s50", kSaturation, logSpaced(.01, 5, 32), {{.5,0,100}}, 50, 0.0, {}},
+      {"inversion: IR 20 bell s200", kInversion, logSpaced(.005, 5, 20), {{.3,.15,100}}, 200, 0.0, {}},
+      {"inversion: IR 100 2bells s500", kInversion, evenlySpaced(.01, 4, 100), {{.08,.15,40},{.6,.1,60}}, 500, 0.0, {}},
+      {"inversion: IR 50 broad s50", kInversion, logSpaced(.001, 5, 50), {{.1,.5,100}}, 50, 0.0, {}},
+      {"diffusion: D 16 line s1000", kDiffusion, evenlySpaced(0, 3e9, 16), {{1e-9,0,100}}, 1000, 0.0, {}},
+      {"diffusion: D 64 2bells s500", kDiffusion, logSpaced(1e7, 1e10, 64), {{2.3e-9,.1,60},{3e-10,.1,40}}, 500, 0.0, {}},
+      {"diffusion: D 200 broad s50", kDiffusion, logSpaced(1e7, 1e11, 200), {{5e-10,.5,100}}, 50, 0.0, {}},
+      {"T2: base.5 s500", kT2, train(2e-4, 3000), {{.03,.2,100}}, 500, 0.5, {}},
+      {"T2: first off s200", kT2, train(2e-4, 2000), {{.04,.3,100}}, 200, 0.0, {3,-2}},
+      {"T2: first low s500", kT2, train(3e-4, 2000), {{.06,.2,100}}, 500, 0.0, {-3}},
+      {"T2: faster .6t1 s200", kT2, train(2e-4, 2000), {{.00012,.05,30},{.05,.1,70}}, 200, 0.0, {}},
+      {"T2: beyond end s200", kT2, train(2e-4, 1000), {{.01,.1,40},{.6,.05,60}}, 200, 0.0, {}},
+      {"T2: lin16 bell s100", kT2, train(5e-3, 16), {{.02,.1,100}}, 100, 0.0, {}},
+      {"saturation: SR 64 short end s200", kSaturation, logSpaced(.01, 10, 64), {{.012,.05,30},{.8,.1,70}}, 200, 0.0, {}},
+      {"saturation: SR lin 40 2bells s1000", kSaturation, evenlySpaced(.1, 6, 40), {{.3,.1,40},{1.5,.1,60}}, 1000, 0.0, {}},
+      {"inversion: IR 16 2lines s300", kInversion, logSpaced(.005, 8, 16), {{.1,0,50},{1,0,50}}, 300, 0.0, {}},
+      {"diffusion: D 16 broad s200", kDiffusion, evenlySpaced(0, 5e9, 16), {{1e-9,.3,100}}, 200, 0.0, {}},
+      {"diffusion: D 32 2lines s100", kDiffusion, evenlySpaced(1e8, 5e9, 32), {{2e-9,0,60},{3e-10,0,40}}, 100, 0.0, {}},
+      {"T2: line 30000 s5000", kT2, train(5e-5, 30000), {{.05,0,100}}, 5000, 0.0, {}},
+      {"T2: asym s100", kT2, train(2e-4, 4000), {{.1,.1,60},{.03,.3,40}}, 100, 0.0, {}},
+      {"T2: base-.3 s200", kT2, train(3e-4, 2000), {{.03,.2,100}}, 200, -0.6, {}},
+  };
+}
+
+toolkit::Distribution truthOf(const Case& what) {
+  constexpr int kLines = 161;
+  constexpr double kReach = 4.0;  // standard deviations
+  toolkit::Distribution truth;
+  for (const Component& component : what.components) {
+    const int lines = component.width > 0.0 ? kLines : 1;
+    double sum = 0.0;
+    std::vector<double> shape;
+    for (int i = 0; i < lines; ++i) {
+      const double z = lines == 1 ? 0.0 : kReach * (2.0 * i / (lines - 1) - 1.0);
+      shape.push_back(std::exp(-0.5 * z * z));
+      sum += shape.back();
+      truth.time.push_back(component.time * std::pow(10.0, z * component.width));
+    }
+    for (const double value : shape) {
+      truth.amplitude.push_back(component.amplitude * value / sum);
+    }
+  }
+  return truth;
+}
+
+toolkit::Decay drawOf(const Case& what, const toolkit::Distribution& truth, int draw) {
+  const double noise = 100.0 / what.signalToNoise;
+  toolkit::Decay decay = toolkit::simulatedDecay(what.kernel, truth, what.times, noise,
+                                                 static_cast<std::uint64_t>(1000 + draw));
+  for (std::size_t i = 0; i < decay.amplitude.size(); ++i) {
+    decay.amplitude[i] += what.offset;
+    if (i < what.firstErrors.size()) {
+      decay.amplitude[i] += what.firstErrors[i];
+    }
+  }
+  return decay;
+}
+
+}  // namespace vorin::bench

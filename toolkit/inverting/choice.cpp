@@ -1,0 +1,302 @@
+#include "toolkit/inverting/choice.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "toolkit/inverting/diagnosis.hpp"
+#include "toolkit/model/noise.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+/// A signal outside a range counts as real when it lowers the sum of squares by so many noise
+/// variances: 0.7 % of normal noise does so at one end (a mixture of chi-squared of no and of
+/// one degree of freedom; Chernoff, Ann. Math. Stat. 25, 573, 1954).
+constexpr double kSignificantRange = 6.0;
+/// The same for signal that is faster than the first sample, which a first sample off the curve
+/// can pretend.
+constexpr double kSignificantFast = 12.0;
+/// The same for a first sample that is left out.
+constexpr double kSignificantSpoiled = 16.0;
+constexpr std::size_t kMostSpoiled = 5;
+constexpr std::size_t kFewestForSpoiled = 50;
+/// The support is wider than the narrowest range by this part of its width at either end.
+constexpr double kWidening = 0.5;
+constexpr double kLeastWidening = 0.3;  // decades
+constexpr std::size_t kFewestColumns = 10;
+/// Below this a noise is the rounding of single precision.
+constexpr double kNoNoise = 1e-6;
+
+/// The columns of times at the first sample and above; of a diffusion, which is the faster the
+/// larger it is, those of 1 / b and below.
+/// The first `spoiled` samples apart.
+ColumnRange sampledRange(const ChoiceInput& input, std::size_t spoiled = 0) {
+  ColumnRange range{0, input.grid.size() - 1};
+  if (input.kernel == Kernel::matrix) {
+    return range;
+  }
+  constexpr double kRounding = 1e-6;
+  const double first = input.time[spoiled] > 0.0 ? input.time[spoiled] : input.time.at(1);
+  if (input.kernel == Kernel::diffusion) {
+    while (range.last > 0 && input.grid[range.last] > (1.0 + kRounding) / first) {
+      --range.last;
+    }
+  } else {
+    while (range.first < range.last && input.grid[range.first] < (1.0 - kRounding) * first) {
+      ++range.first;
+    }
+  }
+  // A grid that a user has put elsewhere is taken as it is.
+  return range.count() < kFewestColumns ? ColumnRange{0, input.grid.size() - 1} : range;
+}
+
+double rssWithin(const ReducedProblem& problem, ColumnRange range) {
+  return closestFit(columnsOf(problem, range)).rss;
+}
+
+/// How many of the first rows are single samples.
+std::size_t singleRows(const ReducedProblem& reduced, const std::vector<float>& data) {
+  std::size_t count = 0;
+  const std::size_t most = std::min(reduced.d.size(), data.size());
+  while (count < most && reduced.d[count] == static_cast<double>(data[count])) {
+    ++count;
+  }
+  return count;
+}
+
+/// How many first samples lie off every curve: the fewest without which leaving out more lowers
+/// the sum of squares by chance only. What is faster than the first sample that stays is not
+/// fitted, since it would follow the next one that is off.
+std::size_t spoiledSamples(const ChoiceInput& input, const ReducedProblem& reduced, double noise) {
+  const std::size_t samples = input.problem.data().size();
+  if (input.kernel != Kernel::t2 || input.compressed || samples < kFewestForSpoiled) {
+    return 0;
+  }
+  const std::size_t most = std::min(kMostSpoiled, singleRows(reduced, input.problem.data()));
+  std::vector<double> rss;
+  for (std::size_t count = 0; count <= most; ++count) {
+    rss.push_back(rssWithin(withoutFirstRows(reduced, count), sampledRange(input, count)));
+  }
+  const double each = kSignificantSpoiled * noise * noise;
+  for (std::size_t count = 0; count < most; ++count) {
+    bool enough = true;
+    for (std::size_t more = count + 1; more <= most; ++more) {
+      enough &= rss[count] - rss[more] <= each * std::sqrt(static_cast<double>(more - count));
+    }
+    if (enough) {
+      return count;
+    }
+  }
+  return most;
+}
+
+/// `sampled`, or the whole grid where the data ask for faster signal: at all samples, and at
+/// those behind the first alone.
+ColumnRange rangeWithFast(const ChoiceInput& input, const ReducedProblem& reduced,
+                          ColumnRange sampled, double variance) {
+  const ColumnRange whole{0, input.grid.size() - 1};
+  if (sampled == whole || input.kernel == Kernel::t1Inversion || reduced.rows < 4) {
+    return sampled;
+  }
+  const auto gain = [&](const ReducedProblem& problem) {
+    return rssWithin(problem, sampled) - rssWithin(problem, whole);
+  };
+  const bool asked = gain(reduced) > kSignificantFast * variance &&
+                     gain(withoutFirstRows(reduced, 1)) > kSignificantRange * variance;
+  return asked ? whole : sampled;
+}
+
+/// The narrowest part of `range` outside which no signal is significant, widened.
+ColumnRange supportOf(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
+                      double variance) {
+  const double limit = rssWithin(reduced, range) + kSignificantRange * variance;
+  // The sum of squares rises as columns are taken away: halving finds the last that is enough.
+  std::size_t low = range.first;
+  for (std::size_t high = range.last - 1; low < high;) {
+    const std::size_t middle = (low + high + 1) / 2;
+    if (rssWithin(reduced, {middle, range.last}) <= limit) {
+      low = middle;
+    } else {
+      high = middle - 1;
+    }
+  }
+  std::size_t top = range.last;
+  for (std::size_t bottom = range.first + 1; bottom < top;) {
+    const std::size_t middle = (bottom + top) / 2;
+    if (rssWithin(reduced, {range.first, middle}) <= limit) {
+      top = middle;
+    } else {
+      bottom = middle + 1;
+    }
+  }
+  const double from = std::log10(input.grid[std::min(low, top)]);
+  const double to = std::log10(input.grid[std::max(low, top)]);
+  const double widening = std::max(kLeastWidening, kWidening * (to - from));
+  ColumnRange support = range;
+  while (support.count() > kFewestColumns &&
+         std::log10(input.grid[support.first]) < from - widening) {
+    ++support.first;
+  }
+  while (support.count() > kFewestColumns &&
+         std::log10(input.grid[support.last]) > to + widening) {
+    --support.last;
+  }
+  return support;
+}
+
+/// The largest weight at which the sum of squares has risen by no more than one variance for
+/// each degree of freedom.
+double weightByRise(const std::vector<PenalisedFit>& fits, double closest, double variance) {
+  const auto excess = [&](const PenalisedFit& fit) {
+    return fit.rss - closest - fit.freedom * variance;
+  };
+  for (std::size_t i = 0; i < fits.size(); ++i) {
+    if (excess(fits[i]) > 0.0) {
+      continue;
+    }
+    if (i == 0) {
+      return fits[0].weight;
+    }
+    const double above = excess(fits[i - 1]);
+    const double share = above / (above - excess(fits[i]));
+    return fits[i - 1].weight * std::pow(fits[i].weight / fits[i - 1].weight, share);
+  }
+  return fits.back().weight;
+}
+
+/// The weight of the largest evidence.
+double weightByEvidence(const std::vector<PenalisedFit>& fits, double variance) {
+  std::vector<double> cost;
+  cost.reserve(fits.size());
+  for (const PenalisedFit& fit : fits) {
+    cost.push_back((fit.rss + fit.weight * fit.norm) / variance + fit.logDeterminant);
+  }
+  const auto best =
+      static_cast<std::size_t>(std::min_element(cost.begin(), cost.end()) - cost.begin());
+  if (best == 0 || best + 1 == cost.size()) {
+    return fits[best].weight;
+  }
+  // The vertex of the parabola through the three.
+  const double bend = cost[best - 1] - 2.0 * cost[best] + cost[best + 1];
+  const double shift =
+      bend > 0.0 ? std::clamp(0.5 * (cost[best - 1] - cost[best + 1]) / bend, -0.5, 0.5) : 0.0;
+  return fits[best].weight * std::pow(fits[best + 1].weight / fits[best].weight, shift);
+}
+
+void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance) {
+  constexpr int kFits = 45;
+  constexpr double kHighest = 1e2;  // of the largest squared column norm
+  constexpr double kLowest = 1e-9;
+  constexpr int kFewPositive = 4;
+  constexpr int kManyPositive = 8;
+  const ClosestFit closest = closestFit(problem);
+  PenalisedFits solver(problem);
+  const double scale = solver.largestColumn();
+  std::vector<PenalisedFit> fits;
+  fits.reserve(kFits);
+  for (int i = 0; i < kFits; ++i) {
+    const double step = static_cast<double>(i) / (kFits - 1);
+    fits.push_back(solver.at(scale * kHighest * std::pow(kLowest / kHighest, step)));
+  }
+  const double byEvidence = weightByEvidence(fits, variance);
+  const double byRise = weightByRise(fits, closest.rss, variance);
+  const double share = std::clamp(static_cast<double>(kManyPositive - closest.positive) /
+                                      (kManyPositive - kFewPositive),
+                                  0.0, 1.0);
+  choice.weight = std::pow(byEvidence, share) * std::pow(byRise, 1.0 - share);
+  choice.closest = std::sqrt(closest.rss / static_cast<double>(problem.rows));
+  choice.solves = kFits;
+}
+
+/// Distribution on the whole grid from one within `range`.
+std::vector<double> padded(const std::vector<double>& f, ColumnRange range, std::size_t size) {
+  std::vector<double> result(size, 0.0);
+  std::copy(f.begin(), f.end(), result.begin() + static_cast<std::ptrdiff_t>(range.first));
+  return result;
+}
+
+/// The noise by the residual of the closest fit over all samples but the first `spoiled`.
+void addResidualNoise(Choice& choice, const ChoiceInput& input, const ReducedProblem& reduced,
+                      ColumnRange range) {
+  const ClosestFit closest = closestFit(columnsOf(reduced, range));
+  const std::vector<double> fit =
+      input.problem.fitOf(padded(closest.f, range, input.grid.size()));
+  const std::vector<float>& data = input.problem.data();
+  std::vector<double> residual;
+  for (std::size_t i = choice.spoiled; i < data.size(); ++i) {
+    residual.push_back(static_cast<double>(data[i]) - fit[i]);
+  }
+  const double left = static_cast<double>(residual.size()) - closest.positive;
+  if (left < 3.0) {
+    return;
+  }
+  const auto count = static_cast<double>(residual.size());
+  choice.residualNoise = residualDeviation(residual) * std::sqrt(count / left);
+  choice.noiseSpread = 1.0 / std::sqrt(2.0 * left);
+}
+
+void findGivenNoise(Choice& choice, const ChoiceInput& input) {
+  constexpr double kFarAbove = 3.0;
+  constexpr double kFarBelow = 0.5;
+  if (!input.noise || !(choice.residualNoise > 0.0) ||
+      choice.finding.kind != FindingKind::none) {
+    return;
+  }
+  const double ratio = *input.noise / choice.residualNoise;
+  if (ratio > kFarAbove && choice.residualNoise > kNoNoise) {
+    choice.finding = {FindingKind::noiseTooLarge, Kernel::t2, ratio, 0};
+  } else if (ratio < kFarBelow) {
+    choice.finding = {FindingKind::noiseTooSmall, Kernel::t2, 1.0 / ratio, 0};
+  }
+}
+
+}  // namespace
+
+std::optional<Choice> choose(const ChoiceInput& input) {
+  Choice choice;
+  ReducedProblem reduced = input.problem.reduced();
+  ColumnRange sampled = sampledRange(input);
+  addResidualNoise(choice, input, reduced, sampled);
+  if (!input.noise && !(choice.residualNoise > kNoNoise)) {
+    return std::nullopt;
+  }
+  choice.spoiled = spoiledSamples(input, reduced, input.noise.value_or(choice.residualNoise));
+  if (choice.spoiled > 0) {
+    sampled = sampledRange(input, choice.spoiled);
+    reduced = withoutFirstRows(reduced, choice.spoiled);
+    addResidualNoise(choice, input, reduced, sampled);
+  }
+  const double before = input.noise.value_or(choice.residualNoise);
+  const ColumnRange range = choice.spoiled > 0
+                                ? sampled
+                                : rangeWithFast(input, reduced, sampled, before * before);
+  if (!(range == sampled)) {
+    addResidualNoise(choice, input, reduced, range);
+  }
+  choice.noise = input.noise.value_or(choice.residualNoise);
+  if (!(choice.noise > kNoNoise)) {
+    choice.noise = kNoNoise;
+  }
+  const double variance = choice.noise * choice.noise;
+  choice.support = input.kernel == Kernel::matrix
+                       ? range
+                       : supportOf(input, reduced, range, variance);
+  chooseWeight(choice, columnsOf(reduced, choice.support), variance);
+  choice.finding = diagnose(input, reduced, range, choice.spoiled, choice.residualNoise);
+  findGivenNoise(choice, input);
+  return choice;
+}
+
+double closestOffset(const ChoiceInput& input) {
+  return fitWithConstant(input, input.problem.reduced(), sampledRange(input), 0, true).offset;
+}
+
+double closestEfficiency(const ChoiceInput& input) {
+  const ConstantFit fit =
+      fitWithConstant(input, input.problem.reduced(), sampledRange(input), 0, false);
+  return (fit.total - fit.offset) / (fit.total + fit.offset);
+}
+
+}  // namespace vorin::toolkit

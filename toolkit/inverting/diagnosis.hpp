@@ -1,0 +1,32 @@
+// Whether a kernel describes the data, and if not, what would.
+#pragma once
+
+#include <cstddef>
+
+#include "toolkit/inverting/choice.hpp"
+
+namespace vorin::toolkit {
+
+/// The closest non-negative fit with a constant beside it.
+struct ConstantFit {
+  double offset = 0.0;
+  double total = 0.0;  ///< of the distribution
+  ClosestFit fit;
+};
+
+/// `reduced` are the rows of `input` without those of the first `spoiled` samples. The constant
+/// is 0 or above unless `eitherSign`.
+ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& reduced,
+                            ColumnRange range, std::size_t spoiled, bool eitherSign);
+
+/// Holds the closest fit against the closest ones of what else the data may be: of the other
+/// sign, of another kernel of the same axis, an inversion recovery without its signs, with a
+/// constant beside the curve, from an incomplete inversion. One of them is told when it lowers
+/// the sum of squares by 30 times the variance of its own residual (an F test of one degree of
+/// freedom; of sixteen normal samples one in some thousand goes so far). Without any, a
+/// residual whose neighbours go together and whose noise, `residualNoise` over all samples, is
+/// far above that of second differences is told as structure (von Neumann, Ann. Math. Stat. 12, 367, 1941).
+Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
+                 std::size_t spoiled, double residualNoise);
+
+}  // namespace vorin::toolkit
