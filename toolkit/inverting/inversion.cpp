@@ -269,8 +269,9 @@ Inversion search(const Problem& problem, const KnownNoise& noise,
 }
 
 /// One solve at the weight that choose() has found.
-Inversion solveChosen(const Problem& problem, const Choice& choice, const KnownNoise& noise,
-                      const InversionSettings& settings) {
+/// `scale` is the unit of the problem that it worked on, before first samples were left out.
+Inversion solveChosen(const Problem& problem, const Choice& choice, double scale,
+                      const KnownNoise& noise, const InversionSettings& settings) {
   setFixedWeight(settings, choice.weight);
   const Problem within = problem.within(choice.support.first, choice.support.last);
   Inversion result = solve(within, settings);
@@ -281,7 +282,6 @@ Inversion solveChosen(const Problem& problem, const Choice& choice, const KnownN
     result = solve(within, settings);
     setNumber("BRDA", route);
   }
-  const double scale = problem.scale();
   result.mode = WeightMode::automatic;
   result.weightSteps = choice.solves;
   result.noise = choice.noise * scale;
@@ -368,7 +368,7 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
     std::vector<std::size_t> first(spoiled);
     std::iota(first.begin(), first.end(), std::size_t{0});
     const KnownNoise known = noise.origin == NoiseOrigin::differences ? KnownNoise{} : noise;
-    result = solveChosen(problem.without(first), *choice, known, settings);
+    result = solveChosen(problem.without(first), *choice, problem.scale(), known, settings);
     result.spoiled = spoiled;
     for (std::size_t i = 0, count = 0; count < spoiled; ++i) {
       if (!std::binary_search(rejected.begin(), rejected.end(), i)) {

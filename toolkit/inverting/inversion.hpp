@@ -30,7 +30,7 @@ enum class Method {
 
 /// Where the noise comes from when it is not given as a number.
 enum class NoiseSource {
-  robust,      ///< the closest fit's residual; Method::classic: differenceNoise()
+  robust,      ///< differenceNoise(); Method::automatic: the closest fit's residual
   difference,  ///< the library's second differences of neighbouring samples (NALG = D3)
   fit,         ///< its non-negative fit without a penalty (NALG = UREG)
   ridge,       ///< its non-negative fit with a light ridge (NALG = REG)
@@ -55,7 +55,7 @@ struct InversionSettings {
   /// Samples x grid by columns; without it that of `kernel` is computed. Decays of one
   /// shape share it, and Kernel::matrix needs it.
   std::shared_ptr<const std::vector<float>> matrix;
-  Method method = Method::automatic;
+  Method method = Method::classic;
   std::optional<FittedOrGiven> baseline;    ///< a constant beside the curve, unit of the data
   std::optional<FittedOrGiven> efficiency;  ///< e of 1 - (1 + e) exp(-t/T), t1Inversion only
   std::optional<double> weight;  ///< a fixed weight; without it one is looked for

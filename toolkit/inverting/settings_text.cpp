@@ -158,10 +158,10 @@ void readRejection(const std::string& text, InversionSettings& settings) {
 }
 
 void readMethod(const std::string& text, InversionSettings& settings) {
-  if (text.empty() || text == "automatic") {
-    settings.method = Method::automatic;
-  } else if (text == "classic") {
+  if (text.empty() || text == "classic") {
     settings.method = Method::classic;
+  } else if (text == "automatic") {
+    settings.method = Method::automatic;
   } else {
     throw UserError(fmt::format("--method {}: write automatic or classic", inQuotes(text)));
   }
@@ -198,9 +198,9 @@ void readEfficiency(const std::string& text, InversionSettings& settings) {
 }
 
 constexpr std::array<SettingText, 9> kSettings{{
-    {"method", "automatic|classic", "automatic",
-     "who chooses range, noise and weight: the data, or the library's search for 1.05 times the "
-     "noise on the whole grid",
+    {"method", "classic|automatic", "classic",
+     "who chooses range, noise and weight: the library's search for 1.05 times the noise on the "
+     "whole grid, or the data",
      &readMethod},
     {"baseline", "fit|C", "none", "a constant beside the curve, in the unit of the data",
      &readBaseline},
