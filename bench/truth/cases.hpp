@@ -23,8 +23,8 @@ struct Case {
   std::vector<double> times;
   std::vector<Component> components;  ///< 100 in sum
   double signalToNoise = 100.0;
-  double offset = 0.0;                ///< beside the curve
-  std::vector<double> firstErrors;    ///< of the first samples
+  double offset = 0.0;              ///< beside the curve
+  std::vector<double> firstErrors;  ///< of the first samples
 };
 
 /// All of them, over every kernel.

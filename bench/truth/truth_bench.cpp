@@ -59,7 +59,7 @@ struct Outcome {
   double logMean = 0.0;  ///< off the truth, relative
   double total = 0.0;    ///< off the truth, relative
   double distance = 0.0;
-  double noise = 0.0;    ///< off the truth, relative
+  double noise = 0.0;  ///< off the truth, relative
   bool success = true;
 };
 
@@ -147,7 +147,8 @@ class CaseRun {
       }
       const double rms = rootMeanSquare(outcomes, &Outcome::logMean);
       fmt::print(
-          "  {:<12} log mean {:6.2f} % ({:6.1f} %)  total {:5.1f} %  distance {:6.3f}  ratio {:5.2f} "
+          "  {:<12} log mean {:6.2f} % ({:6.1f} %)  total {:5.1f} %  distance {:6.3f}  ratio "
+          "{:5.2f} "
           "({:5.2f})  noise {:5.1f} %  failures {}\n",
           name, 100.0 * rms, 100.0 * worst, 100.0 * rootMeanSquare(outcomes, &Outcome::total),
           rootMeanSquare(outcomes, &Outcome::distance), median(ratios),
@@ -194,11 +195,10 @@ class CaseRun {
     int rows = 0;
     const std::vector<Rung> rungs = ladder(decay, what_.kernel, &rows);
     const auto least = [&](const std::function<double(const Rung&)>& cost) {
-      return outcomeOf(std::min_element(rungs.begin(), rungs.end(),
-                                        [&](const Rung& a, const Rung& b) {
-                                          return cost(a) < cost(b);
-                                        })
-                           ->found);
+      return outcomeOf(
+          std::min_element(rungs.begin(), rungs.end(), [&](const Rung& a, const Rung& b) {
+            return cost(a) < cost(b);
+          })->found);
     };
     all_["best weight"].push_back(
         least([&](const Rung& rung) { return distanceBetween(rung.found, truth_); }));
@@ -240,9 +240,8 @@ int runAll(int draws, const std::string& part) {
     run.printTold();
     std::fflush(stdout);
   }
-  fmt::print(
-      "\n{:<12} {:>22} {:>22} {:>11} {:>9} {:>9} {:>18}\n", "", "ratio, median of cases",
-      "worst case's median", "worst draw", "failures", "far, told", "cases above 1.3");
+  fmt::print("\n{:<12} {:>22} {:>22} {:>11} {:>9} {:>9} {:>18}\n", "", "ratio, median of cases",
+             "worst case's median", "worst draw", "failures", "far, told", "cases above 1.3");
   for (const auto& [name, summary] : summaries) {
     fmt::print("{:<12} {:>22.2f} {:>22.2f} {:>11.1f} {:>9} {:>9} {:>18}\n", name,
                median(summary.medians),

@@ -139,8 +139,7 @@ ColumnRange supportOf(const ChoiceInput& input, const ReducedProblem& reduced, C
          std::log10(input.grid[support.first]) < from - widening) {
     ++support.first;
   }
-  while (support.count() > kFewestColumns &&
-         std::log10(input.grid[support.last]) > to + widening) {
+  while (support.count() > kFewestColumns && std::log10(input.grid[support.last]) > to + widening) {
     --support.last;
   }
   return support;
@@ -202,9 +201,9 @@ void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance
   }
   const double byEvidence = weightByEvidence(fits, variance);
   const double byRise = weightByRise(fits, closest.rss, variance);
-  const double share = std::clamp(static_cast<double>(kManyPositive - closest.positive) /
-                                      (kManyPositive - kFewPositive),
-                                  0.0, 1.0);
+  const double share = std::clamp(
+      static_cast<double>(kManyPositive - closest.positive) / (kManyPositive - kFewPositive), 0.0,
+      1.0);
   choice.weight = std::pow(byEvidence, share) * std::pow(byRise, 1.0 - share);
   choice.closest = std::sqrt(closest.rss / static_cast<double>(problem.rows));
   choice.solves = kFits;
@@ -221,8 +220,7 @@ std::vector<double> padded(const std::vector<double>& f, ColumnRange range, std:
 void addResidualNoise(Choice& choice, const ChoiceInput& input, const ReducedProblem& reduced,
                       ColumnRange range) {
   const ClosestFit closest = closestFit(columnsOf(reduced, range));
-  const std::vector<double> fit =
-      input.problem.fitOf(padded(closest.f, range, input.grid.size()));
+  const std::vector<double> fit = input.problem.fitOf(padded(closest.f, range, input.grid.size()));
   const std::vector<float>& data = input.problem.data();
   std::vector<double> residual;
   for (std::size_t i = choice.spoiled; i < data.size(); ++i) {
@@ -240,8 +238,7 @@ void addResidualNoise(Choice& choice, const ChoiceInput& input, const ReducedPro
 void findGivenNoise(Choice& choice, const ChoiceInput& input) {
   constexpr double kFarAbove = 3.0;
   constexpr double kFarBelow = 0.5;
-  if (!input.noise || !(choice.residualNoise > 0.0) ||
-      choice.finding.kind != FindingKind::none) {
+  if (!input.noise || !(choice.residualNoise > 0.0) || choice.finding.kind != FindingKind::none) {
     return;
   }
   const double ratio = *input.noise / choice.residualNoise;
@@ -269,9 +266,8 @@ std::optional<Choice> choose(const ChoiceInput& input) {
     addResidualNoise(choice, input, reduced, sampled);
   }
   const double before = input.noise.value_or(choice.residualNoise);
-  const ColumnRange range = choice.spoiled > 0
-                                ? sampled
-                                : rangeWithFast(input, reduced, sampled, before * before);
+  const ColumnRange range =
+      choice.spoiled > 0 ? sampled : rangeWithFast(input, reduced, sampled, before * before);
   if (!(range == sampled)) {
     addResidualNoise(choice, input, reduced, range);
   }
@@ -280,9 +276,8 @@ std::optional<Choice> choose(const ChoiceInput& input) {
     choice.noise = kNoNoise;
   }
   const double variance = choice.noise * choice.noise;
-  choice.support = input.kernel == Kernel::matrix
-                       ? range
-                       : supportOf(input, reduced, range, variance);
+  choice.support =
+      input.kernel == Kernel::matrix ? range : supportOf(input, reduced, range, variance);
   chooseWeight(choice, columnsOf(reduced, choice.support), variance);
   choice.finding = diagnose(input, reduced, range, choice.spoiled, choice.residualNoise);
   findGivenNoise(choice, input);

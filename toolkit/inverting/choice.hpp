@@ -15,19 +15,19 @@ namespace vorin::toolkit {
 
 /// What choose() works on.
 struct ChoiceInput {
-  const Problem& problem;          ///< the samples that are not outliers
-  const std::vector<double>& time; ///< of the samples of `problem`
+  const Problem& problem;           ///< the samples that are not outliers
+  const std::vector<double>& time;  ///< of the samples of `problem`
   const std::vector<double>& grid;
   Kernel kernel = Kernel::t2;
-  bool compressed = false;      ///< rows are combinations of bins: the residual has no order
-  bool offsetKnown = false;     ///< an offset or an efficiency has been fitted: none is sought
+  bool compressed = false;        ///< rows are combinations of bins: the residual has no order
+  bool offsetKnown = false;       ///< an offset or an efficiency has been fitted: none is sought
   std::optional<double> noise{};  ///< in the unit of problem.data()
 };
 
 struct Choice {
-  std::size_t spoiled = 0;  ///< first samples that lie off every curve, to be left out
-  ColumnRange support;      ///< of the grid; the distribution is 0 elsewhere
-  double noise = 0.0;       ///< what the weight was chosen by, in the unit of problem.data()
+  std::size_t spoiled = 0;     ///< first samples that lie off every curve, to be left out
+  ColumnRange support;         ///< of the grid; the distribution is 0 elsewhere
+  double noise = 0.0;          ///< what the weight was chosen by, in the unit of problem.data()
   double residualNoise = 0.0;  ///< of the closest non-negative fit, corrected for its freedom
   double noiseSpread = 0.0;    ///< relative standard deviation of residualNoise
   double weight = 0.0;

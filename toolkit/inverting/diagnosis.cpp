@@ -93,8 +93,7 @@ class Alternatives {
   bool clearlyBetter(const ClosestFit& fit) const {
     const double left = static_cast<double>(whole_.rows) - fit.positive;
     constexpr double kRounding = 1e-12;  // squared, of data of magnitude 1
-    return left >= 2.0 &&
-           own_.rss - fit.rss > kClearlyBetter * std::max(fit.rss / left, kRounding);
+    return left >= 2.0 && own_.rss - fit.rss > kClearlyBetter * std::max(fit.rss / left, kRounding);
   }
 
   void addOtherSign() {
@@ -199,8 +198,8 @@ ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& redu
   result.fit = closestFit(problem);
   const std::vector<double>& f = result.fit.f;
   result.offset = f[range.count()] - (eitherSign ? f[range.count() + 1] : 0.0);
-  result.total = std::accumulate(f.begin(), f.begin() + static_cast<std::ptrdiff_t>(range.count()),
-                                 0.0);
+  result.total =
+      std::accumulate(f.begin(), f.begin() + static_cast<std::ptrdiff_t>(range.count()), 0.0);
   return result;
 }
 

@@ -25,7 +25,8 @@ ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& redu
 /// the sum of squares by 30 times the variance of its own residual (an F test of one degree of
 /// freedom; of sixteen normal samples one in some thousand goes so far). Without any, a
 /// residual whose neighbours go together and whose noise, `residualNoise` over all samples, is
-/// far above that of second differences is told as structure (von Neumann, Ann. Math. Stat. 12, 367, 1941).
+/// far above that of second differences is told as structure (von Neumann, Ann. Math. Stat. 12,
+/// 367, 1941).
 Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
                  std::size_t spoiled, double residualNoise);
 

@@ -397,8 +397,9 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
 }
 
 bool succeeded(const Inversion& inversion) {
-  return !inversion.finding.fatal() && (inversion.status < 1 ||
-         (inversion.status == VORIN_CORNER_MODE && inversion.mode == WeightMode::corner));
+  return !inversion.finding.fatal() &&
+         (inversion.status < 1 ||
+          (inversion.status == VORIN_CORNER_MODE && inversion.mode == WeightMode::corner));
 }
 
 std::string_view originText(NoiseOrigin origin) {

@@ -58,9 +58,9 @@ struct InversionSettings {
   Method method = Method::classic;
   std::optional<FittedOrGiven> baseline;    ///< a constant beside the curve, unit of the data
   std::optional<FittedOrGiven> efficiency;  ///< e of 1 - (1 + e) exp(-t/T), t1Inversion only
-  std::optional<double> weight;  ///< a fixed weight; without it one is looked for
-  bool corner = false;           ///< for the corner of the L-curve, not for the noise
-  std::optional<double> noise;   ///< standard deviation, in the unit of the data
+  std::optional<double> weight;             ///< a fixed weight; without it one is looked for
+  bool corner = false;                      ///< for the corner of the L-curve, not for the noise
+  std::optional<double> noise;              ///< standard deviation, in the unit of the data
   NoiseSource noiseSource = NoiseSource::robust;  ///< where `noise` is not given
   std::optional<Compression> compression;         ///< after the pruning, if there is one
   std::optional<double> rejectBeyond;        ///< samples off by this many deviations are outliers
@@ -102,15 +102,15 @@ struct Inversion {
   std::vector<std::size_t> rejected;  ///< samples that count as outliers, rising
   double wantedError = 0.0;           ///< of a search for the noise; otherwise 0
   double reachedError = 0.0;          ///< of the pruned points
-  double fitError = 0.0;  ///< root mean square of decay - fit over all samples not rejected
-  int weightSteps = 0;    ///< solves of the weight search; 0 for a fixed weight
-  int passes = 0;         ///< of the last solve; 0 when it was none that iterates
+  double fitError = 0.0;        ///< root mean square of decay - fit over all samples not rejected
+  int weightSteps = 0;          ///< solves of the weight search; 0 for a fixed weight
+  int passes = 0;               ///< of the last solve; 0 when it was none that iterates
   std::size_t firstColumn = 0;  ///< of the grid's part outside which the distribution is 0
   std::size_t lastColumn = 0;
-  std::size_t spoiled = 0;   ///< first samples that were left out (they are in `rejected`)
-  double closestError = 0.0;  ///< of the pruned points, by the closest fit; 0 where not known
-  double noiseSpread = 0.0;   ///< relative standard deviation of `noise`; 0 where not known
-  std::optional<double> offset;      ///< the constant beside the curve, part of `fit`
+  std::size_t spoiled = 0;       ///< first samples that were left out (they are in `rejected`)
+  double closestError = 0.0;     ///< of the pruned points, by the closest fit; 0 where not known
+  double noiseSpread = 0.0;      ///< relative standard deviation of `noise`; 0 where not known
+  std::optional<double> offset;  ///< the constant beside the curve, part of `fit`
   std::optional<double> efficiency;  ///< of the inversion pulse
   Finding finding;
 };
@@ -149,8 +149,8 @@ void requireNoise(const Decay& decay, const InversionSettings& settings);
 /// "Vorin.log". Throws UserError for an assignment that can't be carried out and
 /// when a noise is needed and can't be had.
 ///
-/// Where, in the library's search, no fit comes as close to the (binned) data as the noise asks for, since
-/// the samples hold more than noise (the first echoes of a train often lie off the
+/// Where, in the library's search, no fit comes as close to the (binned) data as the noise asks
+/// for, since the samples hold more than noise (the first echoes of a train often lie off the
 /// curve, and logarithmic bins give them weight), the closest fit becomes the aim in
 /// a second search and `relaxedTarget` says so.
 Inversion invert(const Decay& decay, const InversionSettings& settings);

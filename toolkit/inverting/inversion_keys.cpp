@@ -47,18 +47,17 @@ std::string noiseAlgorithm(const InversionSettings& settings) {
 }
 
 /// The keys of the library's weight search and of its noise.
-constexpr std::array<std::string_view, 16> kSearchKeys{"TARG", "WEIG", "NALG", "SIG",  "CSI2", "RSIG",
-                                                       "L1AL", "WITE", "WTOL", "STOL", "WRAT", "WFRA",
-                                                       "WMIN", "WMAX", "WNMI", "WNMA"};
+constexpr std::array<std::string_view, 16> kSearchKeys{
+    "TARG", "WEIG", "NALG", "SIG",  "CSI2", "RSIG", "L1AL", "WITE",
+    "WTOL", "STOL", "WRAT", "WFRA", "WMIN", "WMAX", "WNMI", "WNMA"};
 
 /// True when an assignment names a key that begins as `key`, which is as far as the library
 /// compares.
 bool assigns(const InversionSettings& settings, std::string_view key) {
-  return std::any_of(settings.assignments.begin(), settings.assignments.end(),
-                     [&](const std::string& assignment) {
-                       return upperCase(trimmed(assignment.substr(0, assignment.find('='))))
-                           .starts_with(key);
-                     });
+  return std::any_of(
+      settings.assignments.begin(), settings.assignments.end(), [&](const std::string& assignment) {
+        return upperCase(trimmed(assignment.substr(0, assignment.find('=')))).starts_with(key);
+      });
 }
 
 }  // namespace

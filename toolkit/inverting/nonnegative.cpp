@@ -42,8 +42,7 @@ void factorise(std::vector<double>& A, std::size_t size) {
       for (std::size_t k = 0; k < j; ++k) {
         value -= A[i * size + k] * A[j * size + k];
       }
-      A[i * size + j] =
-          i == j ? std::sqrt(std::max(value, kLeastPivot)) : value / A[j * size + j];
+      A[i * size + j] = i == j ? std::sqrt(std::max(value, kLeastPivot)) : value / A[j * size + j];
     }
   }
 }
@@ -135,8 +134,7 @@ PenalisedFit PenalisedFits::at(double weight, std::vector<double>* f) {
   for (std::size_t j = 0; j < n_; ++j) {
     Q[j * n_ + j] += weight;
   }
-  brd::BoundedMinimum minimum(static_cast<int>(n_), Q.data(), minusRight_.data(),
-                              storage_.data());
+  brd::BoundedMinimum minimum(static_cast<int>(n_), Q.data(), minusRight_.data(), storage_.data());
   minimum.solve();
   PenalisedFit fit;
   fit.weight = weight;

@@ -40,10 +40,10 @@ ClosestFit closestFit(const ReducedProblem& problem);
 /// The minimiser of |K f - d|^2 + w |f|^2 over f >= 0.
 struct PenalisedFit {
   double weight = 0.0;
-  double rss = 0.0;              ///< |K f - d|^2
-  double norm = 0.0;             ///< |f|^2
-  double freedom = 0.0;          ///< tr A (A + w I)^-1 with A = K_P' K_P, P where f > 0
-  double logDeterminant = 0.0;   ///< ln det(I + A / w)
+  double rss = 0.0;             ///< |K f - d|^2
+  double norm = 0.0;            ///< |f|^2
+  double freedom = 0.0;         ///< tr A (A + w I)^-1 with A = K_P' K_P, P where f > 0
+  double logDeterminant = 0.0;  ///< ln det(I + A / w)
 };
 
 /// Solves one problem at many weights by its normal matrix, formed once.
@@ -62,7 +62,7 @@ class PenalisedFits {
 
   const ReducedProblem* problem_;
   std::size_t n_;
-  std::vector<double> normal_;     ///< K'K
+  std::vector<double> normal_;      ///< K'K
   std::vector<double> minusRight_;  ///< -K'd
   std::vector<double> storage_;
 };

@@ -175,8 +175,8 @@ void readBaseline(const std::string& text, InversionSettings& settings) {
   }
   const std::optional<double> value = text == "fit" ? std::nullopt : parseNumber(text);
   if (text != "fit" && !value) {
-    throw UserError(fmt::format(
-        "--baseline {}: write fit or a number in the unit of the data", inQuotes(text)));
+    throw UserError(fmt::format("--baseline {}: write fit or a number in the unit of the data",
+                                inQuotes(text)));
   }
   settings.baseline = FittedOrGiven{value};
 }

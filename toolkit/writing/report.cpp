@@ -135,9 +135,8 @@ void choiceLines(Lines out, const Inversion& inversion, const ReportContext& con
   if (inversion.spoiled > 0) {
     line(out, "note",
          fmt::format("the first {} off every curve and {} left out",
-                     inversion.spoiled == 1
-                         ? "sample lies"
-                         : fmt::format("{} samples lie", inversion.spoiled),
+                     inversion.spoiled == 1 ? "sample lies"
+                                            : fmt::format("{} samples lie", inversion.spoiled),
                      inversion.spoiled == 1 ? "is" : "are"));
   }
   constexpr double kUncertain = 0.15;
