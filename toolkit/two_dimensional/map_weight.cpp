@@ -30,8 +30,8 @@ class Path {
       : map_(map), d_(d), progress_(progress) {}
 
   /// Solves at `weight` from `state`.
-  Point solve(double weight, DualState state) {
-    result.optimal = solveDual(map_, d_, weight, kOnTheWay, state) && result.optimal;
+  Point solve(double weight, DualState state, double tolerance = kOnTheWay) {
+    result.optimal = solveDual(map_, d_, weight, tolerance, state) && result.optimal;
     ++result.weights;
     return {weight, std::move(state)};
   }
@@ -66,7 +66,9 @@ Point refine(Path& path, Point low, Point high, double least, double aim, int& s
     const Point& nearer = part < 0.5 ? low : high;
     DualState start = nearer.state;
     start.steps = 0;
-    Point middle = path.solve(weight, std::move(start));
+    // In good data the penalty is most of the primal value: a loose gap would blur the sum of
+    // squares by more than the search can bear.
+    Point middle = path.solve(weight, std::move(start), kOptimal);
     steps += middle.state.steps;
     const double at = height(middle);
     if (std::fabs(middle.state.squares - aim) <= 0.1 * kReached * aim ||
