@@ -10,6 +10,7 @@ from __future__ import annotations
 import contextlib
 import ctypes
 import functools
+import os
 import threading
 from pathlib import Path
 from typing import Any, Callable, Dict, Iterator, List, Optional, Sequence
@@ -17,7 +18,7 @@ from typing import Any, Callable, Dict, Iterator, List, Optional, Sequence
 import numpy as np
 
 from .errors import InputValueError, LibraryNotFound, VorinError
-from .loading import find_toolkit
+from .loading import TOOLKIT_VARIABLE, VARIABLE, find_toolkit
 
 _OK, _BAD_INPUT, _NO_MEMORY, _CANCELLED, _NO_FIELD = range(5)
 _MESSAGE_SIZE = 4096
@@ -73,8 +74,14 @@ def _load(path: Path) -> ctypes.CDLL:
     return library
 
 
-def _library() -> ctypes.CDLL:
+@functools.lru_cache(maxsize=None)
+def _found(*_variables: Optional[str]) -> ctypes.CDLL:
     return _load(find_toolkit())
+
+
+def _library() -> ctypes.CDLL:
+    # Looked for once: that takes longer than a small job.
+    return _found(os.environ.get(TOOLKIT_VARIABLE), os.environ.get(VARIABLE))
 
 
 def call(name: str, *arguments: Any) -> None:
