@@ -285,7 +285,20 @@ std::optional<Choice> choose(const ChoiceInput& input) {
 }
 
 double closestOffset(const ChoiceInput& input) {
-  return fitWithConstant(input, input.problem.reduced(), sampledRange(input), 0, true).offset;
+  // A time far beyond the last sample is a constant as far as the samples tell.
+  constexpr double kShare = 0.5;
+  ColumnRange range = sampledRange(input);
+  const double last = kShare * input.time.back();
+  if (input.kernel == Kernel::diffusion) {
+    while (range.count() > kFewestColumns && input.grid[range.first] * last < 1.0) {
+      ++range.first;
+    }
+  } else if (input.kernel != Kernel::matrix) {
+    while (range.count() > kFewestColumns && input.grid[range.last] > last) {
+      --range.last;
+    }
+  }
+  return fitWithConstant(input, input.problem.reduced(), range, 0, true).offset;
 }
 
 double closestEfficiency(const ChoiceInput& input) {

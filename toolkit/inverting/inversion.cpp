@@ -293,12 +293,14 @@ Inversion solveChosen(const Problem& problem, const Choice& choice, double scale
   return result;
 }
 
-/// The share of the peak that the distribution of an echo train has at the first sample's time,
-/// where its support begins; 0 when there is none.
-double fastShare(const Inversion& inversion, Kernel kernel) {
+/// The share of the peak that the distribution of an echo train has at the time `start` of the
+/// first sample, beyond which it has no support; 0 when there is none.
+double fastShare(const Inversion& inversion, Kernel kernel, double start) {
   const std::vector<double>& f = inversion.distribution.amplitude;
   const std::size_t first = inversion.firstColumn;
-  if (kernel != Kernel::t2 || first + 1 >= f.size() || !(f[first] > f[first + 1])) {
+  constexpr double kNear = 1.5;
+  if (kernel != Kernel::t2 || inversion.distribution.time[first] > kNear * start ||
+      first + 1 >= f.size() || !(f[first] > f[first + 1])) {
     return 0.0;
   }
   double share = 0.0;
@@ -309,7 +311,7 @@ double fastShare(const Inversion& inversion, Kernel kernel) {
 }
 
 /// What only the finished inversion shows.
-void addLateFindings(Inversion& inversion, Kernel kernel, double residualNoise) {
+void addLateFindings(Inversion& inversion, Kernel kernel, double start, double residualNoise) {
   constexpr double kMuchFast = 0.1;
   constexpr double kLost = 2.0;
   if (inversion.finding.fatal()) {
@@ -318,7 +320,7 @@ void addLateFindings(Inversion& inversion, Kernel kernel, double residualNoise) 
   if (inversion.mode == WeightMode::corner && inversion.fitError > kLost * residualNoise) {
     inversion.finding = {FindingKind::cornerLost, Kernel::t2, inversion.fitError / residualNoise,
                          0};
-  } else if (const double share = fastShare(inversion, kernel);
+  } else if (const double share = fastShare(inversion, kernel, start);
              inversion.mode == WeightMode::automatic && share > kMuchFast) {
     inversion.finding = {FindingKind::tooFast, Kernel::t2, share, 0};
   }
@@ -381,7 +383,10 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
   }
   if (choice) {
     result.finding = choice->finding;
-    addLateFindings(result, settings.kernel, choice->residualNoise * problem.scale());
+    addLateFindings(
+        result, settings.kernel,
+        std::max(time[choice->spoiled], time[choice->spoiled + 1] - time[choice->spoiled]),
+        choice->residualNoise * problem.scale());
   }
   result.soughtOutliers = settings.rejectBeyond.has_value();
   if (!rejected.empty()) {

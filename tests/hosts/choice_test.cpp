@@ -1,0 +1,152 @@
+// Inversions by Method::automatic: results of a known truth, and data that the kernel can't
+// describe.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "toolkit/inverting/inversion.hpp"
+#include "toolkit/measures/measures.hpp"
+#include "toolkit/model/grid.hpp"
+#include "toolkit/model/simulation.hpp"
+
+namespace {
+
+using namespace vorin::toolkit;
+
+std::vector<double> train(double spacing, int count) {
+  std::vector<double> times;
+  for (int i = 1; i <= count; ++i) {
+    times.push_back(spacing * i);
+  }
+  return times;
+}
+
+/// A constant, and a line of time T and amplitude a, with normal noise.
+Decay lineDecay(const std::vector<double>& times, double constant, double a, double T,
+                double noise) {
+  NormalNoise variates(7);
+  Decay decay{times, {}};
+  for (double t : times) {
+    decay.amplitude.push_back(constant + a * std::exp(-t / T) + noise * variates.next());
+  }
+  return decay;
+}
+
+InversionSettings settingsOf(const Decay& decay, Kernel kernel) {
+  InversionSettings settings;
+  settings.method = Method::automatic;
+  settings.kernel = kernel;
+  settings.grid = gridFor(decay.time, kernel).times();
+  return settings;
+}
+
+Inversion inverted(const Decay& decay, Kernel kernel) {
+  return invert(decay, settingsOf(decay, kernel));
+}
+
+const std::vector<double> kRecoveryTimes = LogGrid{0.01, 10.0, 40}.times();
+
+TEST(Choice, FindsALineAndItsNoise) {
+  const Decay decay = lineDecay(train(2e-4, 3000), 0.0, 100.0, 0.1, 1.0);
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_TRUE(succeeded(inversion));
+  // The log mean of a line is known to noise * T / (amplitude * sqrt(T / (4 spacing))), 0.1 %.
+  EXPECT_NEAR(logMean(inversion.distribution), 0.1, 0.001);
+  EXPECT_NEAR(inversion.noise, 1.0, 3.0 / std::sqrt(2.0 * 3000.0));
+  EXPECT_EQ(inversion.noiseOrigin, NoiseOrigin::residual);
+}
+
+TEST(Choice, IsZeroOutsideItsSupport) {
+  const Decay decay = lineDecay(train(2e-4, 3000), 0.0, 100.0, 0.1, 1.0);
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_GT(inversion.firstColumn, 0U);
+  for (std::size_t k = 0; k < inversion.firstColumn; ++k) {
+    EXPECT_EQ(inversion.distribution.amplitude[k], 0.0);
+  }
+}
+
+TEST(Choice, LeavesOutFirstEchoesOffTheCurve) {
+  Decay decay = lineDecay(train(2e-4, 2000), 0.0, 100.0, 0.05, 0.5);
+  decay.amplitude[0] += 10.0;
+  decay.amplitude[1] -= 10.0;
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_EQ(inversion.spoiled, 2U);
+  EXPECT_EQ(inversion.rejected, (std::vector<std::size_t>{0, 1}));
+  EXPECT_NEAR(logMean(inversion.distribution), 0.05, 0.0005);
+}
+
+TEST(Choice, TellsNegativeData) {
+  const Decay decay = lineDecay(train(2e-4, 1000), 0.0, -100.0, 0.05, 1.0);
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_FALSE(succeeded(inversion));
+  EXPECT_EQ(inversion.finding.kind, FindingKind::negative);
+}
+
+TEST(Choice, TellsARecoveryUnderTheKernelOfAnEchoTrain) {
+  const Decay decay = lineDecay(kRecoveryTimes, 100.0, -100.0, 0.4, 1.0);
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_FALSE(succeeded(inversion));
+  EXPECT_EQ(inversion.finding.kind, FindingKind::otherKernel);
+  EXPECT_EQ(inversion.finding.kernel, Kernel::t1Saturation);
+  EXPECT_TRUE(succeeded(inverted(decay, Kernel::t1Saturation)));
+}
+
+TEST(Choice, TellsMagnitudesOfAnInversionRecovery) {
+  Decay decay = lineDecay(kRecoveryTimes, 100.0, -200.0, 0.4, 0.5);
+  EXPECT_TRUE(succeeded(inverted(decay, Kernel::t1Inversion)));
+  std::size_t negative = 0;
+  for (double& amplitude : decay.amplitude) {
+    negative += amplitude < 0.0 ? 1 : 0;
+    amplitude = std::fabs(amplitude);
+  }
+  const Inversion inversion = inverted(decay, Kernel::t1Inversion);
+  EXPECT_FALSE(succeeded(inversion));
+  EXPECT_EQ(inversion.finding.kind, FindingKind::magnitude);
+  EXPECT_EQ(inversion.finding.samples, negative);
+}
+
+TEST(Choice, TellsAnIncompleteInversionAndFitsIt) {
+  const Decay decay = lineDecay(kRecoveryTimes, 100.0, -190.0, 0.4, 0.5);
+  const Inversion inversion = inverted(decay, Kernel::t1Inversion);
+  EXPECT_FALSE(succeeded(inversion));
+  EXPECT_EQ(inversion.finding.kind, FindingKind::efficiency);
+  InversionSettings settings = settingsOf(decay, Kernel::t1Inversion);
+  settings.efficiency = FittedOrGiven{};
+  const Inversion fitted = invert(decay, settings);
+  EXPECT_TRUE(succeeded(fitted));
+  EXPECT_NEAR(fitted.efficiency.value_or(0.0), 0.9, 0.01);
+  EXPECT_NEAR(logMean(fitted.distribution), 0.4, 0.01);
+  EXPECT_NEAR(totalAmplitude(fitted.distribution), 100.0, 1.0);
+}
+
+TEST(Choice, FitsABaseline) {
+  const Decay decay = lineDecay(train(2e-4, 1000), 3.0, 100.0, 0.02, 0.5);
+  InversionSettings settings = settingsOf(decay, Kernel::t2);
+  settings.baseline = FittedOrGiven{};
+  const Inversion inversion = invert(decay, settings);
+  // The last half of the samples holds the constant alone: 0.5 / sqrt(500), and some for what
+  // slow signal of small amplitude could stand for.
+  EXPECT_NEAR(inversion.offset.value_or(0.0), 3.0, 0.15);
+  EXPECT_NEAR(inversion.fit.back(), 3.0, 0.15);
+}
+
+TEST(Choice, TellsACornerThatIsLost) {
+  const Decay decay = lineDecay(kRecoveryTimes, 100.0, -100.0, 0.4, 1.0);
+  InversionSettings settings = settingsOf(decay, Kernel::t1Saturation);
+  settings.corner = true;
+  const Inversion inversion = invert(decay, settings);
+  EXPECT_FALSE(succeeded(inversion));
+  EXPECT_EQ(inversion.finding.kind, FindingKind::cornerLost);
+}
+
+TEST(Choice, ClassicIsTheLibrarysSearch) {
+  const Decay decay = lineDecay(train(2e-4, 1000), 0.0, 100.0, 0.05, 1.0);
+  InversionSettings settings = settingsOf(decay, Kernel::t2);
+  settings.method = Method::classic;
+  const Inversion inversion = invert(decay, settings);
+  EXPECT_EQ(inversion.mode, WeightMode::noise);
+  EXPECT_NEAR(inversion.wantedError, 1.05 * inversion.noise, 1e-5 * inversion.noise);
+}
+
+}  // namespace
