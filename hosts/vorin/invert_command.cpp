@@ -115,7 +115,6 @@ ExitStatus runInvert(const InvertOptions& options) {
   // Everything that can be wrong is looked at before any work is done.
   InversionSettings settings = settingsFrom(options.method);
   const std::optional<BootstrapSettings> wantedBand = bootstrapFrom(options.method);
-  settings.keepLog = !options.output.log.empty();
   const std::vector<Input> inputs = readInputs(options.input);
   for (const Input& input : inputs) {
     requireInvertible(input, settings, inputs.size() > 1);
@@ -123,6 +122,9 @@ ExitStatus runInvert(const InvertOptions& options) {
   InvertOutputs outputs(options.output, options.input, inputs.front().kernel);
 
   const ScratchFolder scratch;
+  if (!options.output.log.empty()) {
+    settings.logFile = logIn(scratch).string();
+  }
   SettingsByShape settingsOf(std::move(settings));
   const bool several = inputs.size() > 1;
   GrowingTable table(inputs, several && !outputs.takesStandardOutput());

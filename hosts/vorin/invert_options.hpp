@@ -74,7 +74,7 @@ struct MethodOptions {
   void addTo(CLI::App& line);
 };
 
-/// The settings but for what comes with the input (kernel, grid) and for keepLog.
+/// The settings but for what comes with the input (kernel, grid) and for logFile.
 /// Throws UserError for bad options.
 InversionSettings settingsFrom(const MethodOptions& options);
 
@@ -95,6 +95,9 @@ struct OutputOptions {
 
   void addTo(CLI::App& line);
 };
+
+/// Where an inversion writes the library's log before it is put in its place.
+std::filesystem::path logIn(const ScratchFolder& scratch);
 
 /// The files that inversions leave: looked at before any work is done, written as soon as
 /// their inversion is, each whole or not at all.

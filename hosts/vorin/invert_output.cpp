@@ -26,6 +26,10 @@ std::string nameFor(std::string pattern, const std::string& input) {
 
 }  // namespace
 
+fs::path logIn(const ScratchFolder& scratch) {
+  return scratch.path() / "Vorin.log";
+}
+
 void OutputOptions::addTo(CLI::App& line) {
   addOption(line, "--out", out, "FILE.csv", "Write the distribution");
   addOption(line, "--fit", fit, "FILE.csv", "Write time, amplitude, fit and residual");
@@ -117,7 +121,7 @@ void InvertOutputs::write(std::size_t index, const Inversion& inversion,
     files_.write(plotLCurve_[index], drawLCurve(plotLCurve_[index], scratch, *curve, context.name));
   }
   if (!log_.empty()) {
-    files_.write(log_[index], contentOf(scratch.path() / "Vorin.log"));
+    files_.write(log_[index], contentOf(logIn(scratch)));
   }
   if (!jsonEach_.empty()) {
     files_.write(jsonEach_[index], jsonObject(inversion, context) + "\n");

@@ -56,18 +56,22 @@ std::string logFileName() {
   return (name + ".log").substr(0, nameWidth);
 }
 
+bool logIsPlaced() {
+  const Instance* const instance = currentInstance();
+  return instance != nullptr && instance->logFile.has_value();
+}
+
 void VorinLogOpen(bool open) {
   closeLogUnit();  // the log is per inversion: one left open ends here
   if (!open) {
     return;
   }
-  const Instance* const instance = currentInstance();
-  const bool placed = instance != nullptr && instance->logFile.has_value();
-  if (placed && instance->logFile->empty()) {
+  const std::string name = logIsPlaced() ? *currentInstance()->logFile : logFileName();
+  if (name.empty()) {
     return;
   }
   std::int32_t result = 0;
-  FOPEN(logUnit(), placed ? *instance->logFile : logFileName(), "UNKNOWN", result);
+  FOPEN(logUnit(), name, "UNKNOWN", result);
   writeHeader();
   constexpr float headerOnlyLevel = 0.5F;
   if (queryReal("REPO") <= headerOnlyLevel) {

@@ -12,6 +12,10 @@ namespace vorin::params {
 /// characters.
 std::string logFileName();
 
+/// True where this thread's instance says itself where its log goes, if anywhere
+/// (Instance::logFile). FLOG names no file then.
+bool logIsPlaced();
+
 /// True opens the log under the name that FLOG gives and writes the header;
 /// false closes it. A file that can't be opened costs the lines, nothing else.
 void VorinLogOpen(bool open);

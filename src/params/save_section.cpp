@@ -180,7 +180,7 @@ void VorinSave(std::int32_t unit, std::int32_t nf, std::int32_t ng, const float*
   // asks for the compact layout gets it only where there is no log.
   if (unitIsOpen(unit)) {
     writeFull(saved, status);
-  } else if (layout == compactLayout) {
+  } else if (layout == compactLayout && !logIsPlaced()) {
     std::int32_t result = 0;
     FOPEN(unit, compactFileName(), "UNKNOWN", result);
     if (result == 0) {

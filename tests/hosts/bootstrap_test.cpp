@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
+#include <iterator>
 #include <vector>
 
 #include "toolkit/measures/measures.hpp"
@@ -77,13 +79,15 @@ TEST(Bootstrap, OneSeedGivesOneBandAndAnotherAnother) {
 TEST(Bootstrap, LeavesTheLogOfTheInversionAlone) {
   const Decay decay = train(1);
   InversionSettings settings = settingsFor(decay);
-  settings.keepLog = true;
   const ScratchFolder scratch;
+  const std::filesystem::path log = scratch.path() / "a log in lower case";
+  settings.logFile = log.string();
   const Inversion inversion = invert(decay, settings);
-  const std::string before = contentOf(scratch.path() / "Vorin.log");
+  const std::string before = contentOf(log);
   EXPECT_NE(before.find("Successful inversion"), std::string::npos);
   bootstrap(decay, settings, inversion, {20, 1, {}});
-  EXPECT_EQ(contentOf(scratch.path() / "Vorin.log"), before);
+  EXPECT_EQ(contentOf(log), before);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.path()), {}), 1);
 }
 
 TEST(Bootstrap, ADecayInAnotherUnitHasTheSameBandInThatUnit) {

@@ -5,8 +5,13 @@
 #include <vorin.h>
 
 #include <cmath>
+#include <filesystem>
+#include <thread>
+#include <vector>
 
+#include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
@@ -103,11 +108,16 @@ TEST(Inversion, ALargeWeightIsSolvedToItsEnd) {
   // At the library's own tolerance the iteration would end here before it has settled.
   const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
   InversionSettings settings = atWeight(100.0);
+  const auto tolerance = [&] {
+    const LibraryJob job;
+    setKeys(settings);
+    return queryNumber("TOL");
+  };
   const Inversion inversion = invertQuietly(decay, settings);
-  EXPECT_EQ(queryNumber("TOL"), 1e-12F);
+  EXPECT_EQ(tolerance(), 1e-12F);
   settings.assignments = {"TOL=1e-16"};
   const Inversion settled = invertQuietly(decay, settings);
-  EXPECT_EQ(queryNumber("TOL"), 1e-16F);
+  EXPECT_EQ(tolerance(), 1e-16F);
   EXPECT_NEAR(inversion.fitError / settled.fitError, 1.0, 1e-4);
 }
 
@@ -138,8 +148,9 @@ TEST(Inversion, AssignmentsAreCarriedOutLast) {
   InversionSettings settings = atWeight(1.0);
   settings.assignments = {"WEIG=3", "PRPO=50"};
   EXPECT_EQ(invertQuietly(decay, settings).weight, 3.0);
+  const LibraryJob job;
+  setKeys(settings);
   EXPECT_EQ(queryNumber("PRPO"), 50.0F);
-  setNumber("PRPO", 200.0F);
 }
 
 TEST(Inversion, AFailedSolveIsToldAndStillHasItsFit) {
@@ -147,11 +158,57 @@ TEST(Inversion, AFailedSolveIsToldAndStillHasItsFit) {
   InversionSettings settings = atWeight(1.0);
   settings.assignments = {"MAXI=1"};
   const Inversion inversion = invertQuietly(decay, settings);
-  setNumber("MAXI", 50.0F);
   EXPECT_EQ(inversion.status, VORIN_SOLVER_FAILED);
   EXPECT_FALSE(succeeded(inversion));
   EXPECT_EQ(inversion.fit.size(), decay.time.size());
   EXPECT_GT(totalAmplitude(inversion.distribution), 0.0);
+}
+
+TEST(Inversion, AJobLeavesNoLogAndNoKeyBehind) {
+  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
+  InversionSettings settings;
+  settings.grid = gridFor(decay.time).times();
+  // With these keys the numerical library would write Vorin.sav, were it not for the job.
+  settings.assignments = {"MAXI=77", "REPO=4", "SAVE=2"};
+  const ScratchFolder scratch;
+  invert(decay, settings);
+  requireNoise(decay, settings);
+  EXPECT_EQ(queryNumber("MAXI"), 50.0F);
+  EXPECT_TRUE(std::filesystem::is_empty(scratch.path()));
+}
+
+TEST(Inversion, ThreadsWithDifferentSettingsGetTheBitsOfOne) {
+  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 600), 0.5, 1);
+  std::vector<InversionSettings> kinds(4);
+  kinds[0].weight = 3.0;
+  kinds[1].corner = true;
+  kinds[2].compression = Compression{};
+  kinds[3].noise = 0.7;
+  std::vector<Inversion> alone;
+  for (InversionSettings& settings : kinds) {
+    settings.grid = gridFor(decay.time).times();
+    alone.push_back(invert(decay, settings));
+  }
+  constexpr std::size_t kThreads = 8;
+  constexpr std::size_t kRounds = 5;
+  std::vector<std::vector<Inversion>> found(kThreads);
+  {
+    std::vector<std::jthread> threads;
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+      threads.emplace_back([&, thread] {
+        for (std::size_t round = 0; round < kRounds; ++round) {
+          found[thread].push_back(invert(decay, kinds[(thread + round) % kinds.size()]));
+        }
+      });
+    }
+  }
+  for (std::size_t thread = 0; thread < kThreads; ++thread) {
+    for (std::size_t round = 0; round < kRounds; ++round) {
+      const Inversion& expected = alone[(thread + round) % kinds.size()];
+      EXPECT_EQ(found[thread][round].distribution.amplitude, expected.distribution.amplitude);
+      EXPECT_EQ(found[thread][round].weight, expected.weight);
+    }
+  }
 }
 
 Inversion withStatus(int status, WeightMode mode) {

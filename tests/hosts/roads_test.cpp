@@ -10,8 +10,10 @@
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
@@ -47,6 +49,13 @@ InversionSettings settingsFor(const Decay& decay) {
 Inversion invertQuietly(const Decay& decay, const InversionSettings& settings) {
   const ScratchFolder scratch;
   return invert(decay, settings);
+}
+
+/// The problem that invert(decay, settings) solves.
+ReducedProblem reducedProblem(const Decay& decay, const InversionSettings& settings) {
+  const LibraryJob job;
+  setKeys(settings);
+  return Problem(decay, settings).reduced();
 }
 
 double relativeDistance(const std::vector<double>& a, const std::vector<double>& b) {
@@ -123,10 +132,10 @@ TEST(Compression, ChangesTheSumOfSquaresByAConstant) {
   settings.pruning = "NONE";
   settings.weight = 1.0;
   invertQuietly(decay, settings);
-  const ReducedProblem plain = Problem(decay, settings).reduced();
+  const ReducedProblem plain = reducedProblem(decay, settings);
   settings.compression = Compression{static_cast<int>(settings.grid.size()), 0.0};
   invertQuietly(decay, settings);
-  const ReducedProblem compressed = Problem(decay, settings).reduced();
+  const ReducedProblem compressed = reducedProblem(decay, settings);
   EXPECT_EQ(plain.rows, 1200);
   EXPECT_LE(compressed.rows, 60);
   const std::vector<double> none(60, 0.0);
@@ -146,10 +155,10 @@ TEST(Compression, KeepsNoMoreRowsThanItIsTold) {
   settings.weight = 1.0;
   settings.compression = Compression{4, 0.0};
   invertQuietly(decay, settings);
-  EXPECT_EQ(Problem(decay, settings).reduced().rows, 4);
+  EXPECT_EQ(reducedProblem(decay, settings).rows, 4);
   settings.compression = Compression{60, 0.01};
   invertQuietly(decay, settings);
-  const std::int32_t rows = Problem(decay, settings).reduced().rows;
+  const std::int32_t rows = reducedProblem(decay, settings).rows;
   EXPECT_GT(rows, 1);
   EXPECT_LT(rows, 10);  // singular values of this kernel fall by about a factor 3 a step
 }
@@ -162,7 +171,7 @@ TEST_P(Roads, RecoverTheLogMean) {
   const InversionSettings wanted = settings(decay);
   const Inversion inversion = invertQuietly(decay, wanted);
   EXPECT_EQ(inversion.status, 0);
-  const double rows = Problem(decay, wanted).reduced().rows;
+  const double rows = reducedProblem(decay, wanted).rows;
   EXPECT_NEAR(logMean(inversion.distribution) / logMean(kTruth), 1.0,
               0.012 * (1.0 + std::max(1.0, std::sqrt(rows / 200.0))));
 }
@@ -177,8 +186,10 @@ TEST_P(Roads, TheReducedProblemIsTheOneThatIsSolved) {
   corner.corner = true;
   corner.assignments = {"RWEI=1"};
   const Inversion inversion = invertQuietly(decay, corner);
+  const LibraryJob job;
+  setKeys(corner);
   setNumber("RWEI", 0.1F);
-  const ReducedProblem reduced = Problem(decay, corner).reduced();
+  const ReducedProblem reduced = reducedProblem(decay, corner);
   const std::vector<float> K(reduced.K.begin(), reduced.K.end());
   const std::vector<float> d(reduced.d.begin(), reduced.d.end());
   std::vector<float> f(corner.grid.size());
@@ -243,7 +254,7 @@ TEST_P(Roads, TheCurveOfAnyOtherInversionPassesThroughItsWeight) {
   const InversionSettings search = settings(decay);
   const Inversion inversion = invert(decay, search);
   const LCurve curve = lCurve(decay, search, inversion);
-  const ReducedProblem reduced = Problem(decay, search).reduced();
+  const ReducedProblem reduced = reducedProblem(decay, search);
   EXPECT_EQ(curve.used.weight, inversion.weight);
   // The iteration and the quadratic program meet at the same minimum.
   EXPECT_NEAR(curve.used.residualNorm / (inversion.reachedError * std::sqrt(reduced.rows)), 1.0,
@@ -269,9 +280,7 @@ TEST(LCurve, ThereIsNoneWhereTheFirstRowHasNoSignal) {
   settings.weight = 0.1;
   const ScratchFolder scratch;
   const Inversion inversion = invert(decay, settings);
-  const float route = queryNumber("BRDA");
   EXPECT_THROW(lCurve(decay, settings, inversion), UserError);
-  EXPECT_EQ(queryNumber("BRDA"), route);
 }
 
 TEST_P(Roads, TheNoiseByDifferencesIsTheirClosedForm) {
@@ -409,8 +418,6 @@ TEST(Outliers, OfTheLibraryAreThoseItMarks) {
   settings.rejectBeyond = 8.0;
   const Inversion inversion = invertQuietly(decay, settings);
   EXPECT_EQ(inversion.rejected, spikes);
-  EXPECT_EQ(queryNumber("L2MO"), 1.0F);
-  EXPECT_EQ(queryNumber("L2NS"), 8.0F);
   EXPECT_EQ(inversion.fit.size(), decay.time.size());
   EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1);
 
@@ -424,7 +431,6 @@ TEST(Outliers, OfTheLibraryAreThoseItMarks) {
   settings.rejectBeyond.reset();
   EXPECT_NE(invertQuietly(decay, settings).distribution.amplitude,
             inversion.distribution.amplitude);
-  EXPECT_EQ(queryNumber("L2MO"), 0.0F);
 }
 
 TEST(Outliers, FewGoodSamplesAreTakenForThem) {

@@ -98,11 +98,8 @@ std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredD
   }
   job->settings.grid = job->input.grid;
   LogFile log(settings.text("log"));
-  job->settings.keepLog = !log.temporary().empty();
-  {
-    const Job scope(log.temporary());
-    job->inversion = invert(job->input.decay, job->settings);
-  }
+  job->settings.logFile = log.temporary();
+  job->inversion = invert(job->input.decay, job->settings);
   log.commit();
   return resultOf(std::move(job));
 }
@@ -184,7 +181,6 @@ int32_t vorin_lcurve(const vorin_result* inversion, vorin_result** result, char*
                      int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
     const c::Inverted& job = c::inversionOf(inversion);
-    const c::Job scope;
     const vorin::toolkit::LCurve curve =
         vorin::toolkit::lCurve(job.input.decay, job.settings, job.inversion);
     std::vector<double> weight;

@@ -4,24 +4,10 @@
 #include <filesystem>
 #include <string>
 
-#include "toolbox/instance.hpp"
 #include "toolkit/c/handles.hpp"
 #include "toolkit/inverting/inversion.hpp"
 
 namespace vorin::toolkit::c {
-
-/// An instance of the numerical library's state that this thread works on while the job lives,
-/// with the log in `logFile`; an empty name leaves no log.
-class Job {
- public:
-  explicit Job(std::string logFile = "") : scope_(instance_) {
-    instance_.logFile = std::move(logFile);
-  }
-
- private:
-  Instance instance_;
-  InstanceScope scope_;
-};
 
 /// The log of one job on its way to its place: it appears whole, after commit(), or not at all.
 class LogFile {

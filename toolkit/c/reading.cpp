@@ -3,8 +3,9 @@
 #include <optional>
 
 #include "toolkit/c/boundary.hpp"
-#include "toolkit/c/job.hpp"
+#include "toolkit/c/handles.hpp"
 #include "toolkit/inverting/keys.hpp"
+#include "toolkit/inverting/library_job.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
@@ -71,7 +72,7 @@ int32_t vorin_read_decay(const char* path, const vorin_settings* settings, vorin
 
 int32_t vorin_keys(vorin_result** result, char* message, int64_t message_size) noexcept {
   return c::making(result, message, message_size, [] {
-    const c::Job scope;
+    const vorin::toolkit::LibraryJob job;  // the values after loading
     std::vector<std::string> key;
     std::vector<std::string> kind;
     std::vector<std::string> range;

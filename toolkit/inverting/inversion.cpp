@@ -11,6 +11,7 @@
 #include "toolkit/inverting/choice.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/matrix.hpp"
@@ -227,6 +228,7 @@ void requireUsable(const Decay& decay, const InversionSettings& settings) {
 }
 
 void requireNoise(const Decay& decay, const InversionSettings& settings) {
+  const LibraryJob job;
   setKeys(settings);
   if (!settings.noise && settings.noiseSource == NoiseSource::robust && needsNoise(settings) &&
       !differenceNoise(decay)) {
@@ -339,6 +341,7 @@ Adjusted adjusted(const Decay& decay, const InversionSettings& settings,
 }
 
 Inversion invert(const Decay& original, const InversionSettings& originalSettings) {
+  const LibraryJob job(originalSettings.logFile);
   requireUsable(original, originalSettings);
   const Adjustment adjustment = adjust(original, originalSettings);
   const Decay& decay = adjustment.solved.decay;

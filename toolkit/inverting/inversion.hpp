@@ -68,7 +68,7 @@ struct InversionSettings {
   std::string pruning = "LOG";               ///< "LOG", "LIN" or "NONE"
   std::optional<int> prunedPoints;           ///< wanted count of pruned points
   std::vector<std::string> assignments;      ///< "KEY=VALUE", carried out last
-  bool keepLog = false;                      ///< without it the library writes a header only
+  std::string logFile;                       ///< where the library's log goes; empty: no log
 };
 
 /// How the weight came about (the codes of the key TARG, and that of choose()).
@@ -136,7 +136,7 @@ inline bool rejectsInLibrary(const InversionSettings& settings) {
 void requireUsable(const Decay& decay, const InversionSettings& settings);
 
 /// Throws the UserError with which invert() would answer a decay that shows no noise, so
-/// that it can be had before the first of many is inverted. Sets the library's keys.
+/// that it can be had before the first of many is inverted.
 void requireNoise(const Decay& decay, const InversionSettings& settings);
 
 /// Inverts `decay`. Where the weight is left to the data (Method::automatic without a weight,
@@ -145,8 +145,8 @@ void requireNoise(const Decay& decay, const InversionSettings& settings);
 /// choose() finds wrong with the data is told in every case but Method::classic. The rest is
 /// the library's search.
 ///
-/// The library's log is left in the working directory as
-/// "Vorin.log". Throws UserError for an assignment that can't be carried out and
+/// The library works on a state of its own: any number of threads may call at once.
+/// Throws UserError for an assignment that can't be carried out and
 /// when a noise is needed and can't be had.
 ///
 /// Where, in the library's search, no fit comes as close to the (binned) data as the noise asks

@@ -83,7 +83,7 @@ void setFixedWeight(const InversionSettings& settings, double weight) {
 
 void setKeys(const InversionSettings& settings) {
   setText("FLOG", "NONE");  // which stands for Vorin.log
-  setNumber("REPO", settings.keepLog ? 2.0F : 0.0F);
+  setNumber("REPO", settings.logFile.empty() ? 0.0F : 2.0F);
   setText("PRMO", settings.pruning);
   if (settings.prunedPoints) {
     setNumber("PRPO", static_cast<float>(*settings.prunedPoints));

@@ -7,6 +7,7 @@
 
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/user_error.hpp"
@@ -87,6 +88,7 @@ bool isWeight(double value) {
 }  // namespace
 
 LCurve lCurve(const Decay& decay, const InversionSettings& original, const Inversion& inversion) {
+  const LibraryJob job;
   const Adjusted solved = adjusted(decay, original, inversion);
   const InversionSettings& settings = solved.settings;
   const Problem whole(solved.decay, settings);
@@ -97,14 +99,12 @@ LCurve lCurve(const Decay& decay, const InversionSettings& original, const Inver
           : whole.without(inversion.rejected).within(inversion.firstColumn, inversion.lastColumn);
   setKeys(settings);
   const ReducedProblem reduced = library ? problem.reduced(inversion.rejected) : problem.reduced();
-  const float route = queryNumber("BRDA");
   setNumber("BRDA", 3.0F);
   LCurve curve;
   double base = centralWeight(reduced);
   const bool searched = inversion.mode == WeightMode::corner;
   const double corner = searched ? inversion.cornerWeight : cornerOf(reduced);
   if (!isWeight(base) || !isWeight(corner)) {
-    setNumber("BRDA", route);
     throw UserError(
         "there is no L-curve to draw, since a first fit leaves no residual or is 0 at the first "
         "sample; leave out --plot-lcurve, or that sample (--skip 1)");
@@ -123,7 +123,6 @@ LCurve lCurve(const Decay& decay, const InversionSettings& original, const Inver
     curve.points.push_back(pointAt(reduced, std::pow(10.0, exponent) * base, problem.scale()));
   }
   curve.used = pointAt(reduced, inversion.weight, problem.scale());
-  setNumber("BRDA", route);
   const auto nearest = std::min_element(
       curve.points.begin(), curve.points.end(), [&](const LCurvePoint& a, const LCurvePoint& b) {
         return std::fabs(std::log(a.weight / corner)) < std::fabs(std::log(b.weight / corner));

@@ -30,7 +30,7 @@ struct LCurve {
 /// solved on: the same samples, bins and compressed rows. The weights are 10^e times
 /// 50 |K|^2 / (m snr^2) for e from -2 to 2 in steps of 0.25, where snr is the first fitted
 /// sample over the standard error of a first fit (compare Hansen and O'Leary, SIAM J. Sci.
-/// Comput. 14, 1487, 1993). The library's keys are those of `settings` afterwards.
+/// Comput. 14, 1487, 1993).
 /// Throws UserError where these weights are not positive numbers: a first fit without residual or
 /// without signal.
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion);

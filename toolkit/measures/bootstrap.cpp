@@ -11,9 +11,9 @@
 #include <random>
 #include <thread>
 
-#include "toolbox/instance.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
@@ -103,9 +103,7 @@ class Replicates {
   }
 
   void invertShare(std::size_t first, std::size_t last) {
-    Instance instance;
-    instance.logFile = "";
-    const InstanceScope scope(instance);
+    const LibraryJob job;
     setReplicateKeys(settings_, inversion_);
     // All replicates draw from one sequence, so that shares of any size draw the same.
     std::mt19937_64 engine(options_.seed);
@@ -177,7 +175,6 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
   const Problem whole(solved.decay, settings);
   const Problem problem =
       whole.without(inversion.rejected).within(inversion.firstColumn, inversion.lastColumn);
-  settings.keepLog = false;
   Replicates replicates(problem, partsOf(inversion, problem), settings, inversion, options);
   replicates.run();
 
