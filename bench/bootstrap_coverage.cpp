@@ -69,7 +69,7 @@ void report(const Case& of, bool corner, int trials, int replicates) {
     if (!succeeded(inversion)) {
       continue;
     }
-    const Band band = bootstrap(decay, settings, inversion, {replicates, seed, {}});
+    const Band band = bootstrap(decay, settings, inversion, {replicates, seed, 1, {}});
     const double lower = std::log(band.logMeanLower);
     const double upper = std::log(band.logMeanUpper);
     const double off = std::log(logMean(inversion.distribution)) - logTruth;

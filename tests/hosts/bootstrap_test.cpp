@@ -58,7 +58,7 @@ TEST(Bootstrap, OneSeedGivesOneBandAndAnotherAnother) {
   const Inversion inversion = invert(decay, settings);
   int called = 0;
   const Band band =
-      bootstrap(decay, settings, inversion, {30, 5, [&](int done) { called = done; }});
+      bootstrap(decay, settings, inversion, {30, 5, 1, [&](int done) { called = done; }});
   EXPECT_EQ(called, 30);
   EXPECT_EQ(band.replicates, 30);
   ASSERT_EQ(band.lower.size(), 50U);
@@ -70,10 +70,11 @@ TEST(Bootstrap, OneSeedGivesOneBandAndAnotherAnother) {
   }
   EXPECT_LT(band.logMeanLower, logMean(inversion.distribution));
   EXPECT_GT(band.logMeanUpper, logMean(inversion.distribution));
-  const Band again = bootstrap(decay, settings, inversion, {30, 5, {}});
+  const Band again = bootstrap(decay, settings, inversion, {30, 5, 1, {}});
   EXPECT_EQ(again.lower, band.lower);
   EXPECT_EQ(again.logMeanUpper, band.logMeanUpper);
-  EXPECT_NE(bootstrap(decay, settings, inversion, {30, 6, {}}).lower, band.lower);
+  EXPECT_EQ(bootstrap(decay, settings, inversion, {30, 5, 3, {}}).lower, band.lower);  // threads
+  EXPECT_NE(bootstrap(decay, settings, inversion, {30, 6, 1, {}}).lower, band.lower);
 }
 
 TEST(Bootstrap, LeavesTheLogOfTheInversionAlone) {
@@ -85,7 +86,7 @@ TEST(Bootstrap, LeavesTheLogOfTheInversionAlone) {
   const Inversion inversion = invert(decay, settings);
   const std::string before = contentOf(log);
   EXPECT_NE(before.find("Successful inversion"), std::string::npos);
-  bootstrap(decay, settings, inversion, {20, 1, {}});
+  bootstrap(decay, settings, inversion, {20, 1, 1, {}});
   EXPECT_EQ(contentOf(log), before);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.path()), {}), 1);
 }
@@ -94,11 +95,11 @@ TEST(Bootstrap, ADecayInAnotherUnitHasTheSameBandInThatUnit) {
   Decay decay = train(1);
   const InversionSettings settings = settingsFor(decay);
   const ScratchFolder scratch;
-  const Band one = bootstrap(decay, settings, invert(decay, settings), {20, 1, {}});
+  const Band one = bootstrap(decay, settings, invert(decay, settings), {20, 1, 1, {}});
   for (double& amplitude : decay.amplitude) {
     amplitude *= 1024.0;
   }
-  const Band other = bootstrap(decay, settings, invert(decay, settings), {20, 1, {}});
+  const Band other = bootstrap(decay, settings, invert(decay, settings), {20, 1, 1, {}});
   EXPECT_NEAR(other.logMeanLower / one.logMeanLower, 1.0, 1e-6);
   for (std::size_t k = 0; k < one.upper.size(); ++k) {
     EXPECT_NEAR(other.upper[k] / 1024.0, one.upper[k], 1e-5);
@@ -110,7 +111,7 @@ TEST(Bootstrap, OutliersDoNotComeBackInReplicates) {
   InversionSettings settings = settingsFor(decay);
   settings.noise = 0.5;
   const ScratchFolder scratch;
-  const Band clean = bootstrap(decay, settings, invert(decay, settings), {40, 1, {}});
+  const Band clean = bootstrap(decay, settings, invert(decay, settings), {40, 1, 1, {}});
   decay.amplitude[200] += 100.0;
   settings.rejectBeyond = 6.0;
   const auto width = [](const Band& of) { return std::log(of.logMeanUpper / of.logMeanLower); };
@@ -118,7 +119,7 @@ TEST(Bootstrap, OutliersDoNotComeBackInReplicates) {
     settings.rejection = rejection;
     const Inversion inversion = invert(decay, settings);
     EXPECT_EQ(inversion.rejected, std::vector<std::size_t>{200});
-    const Band band = bootstrap(decay, settings, inversion, {40, 1, {}});
+    const Band band = bootstrap(decay, settings, inversion, {40, 1, 1, {}});
     EXPECT_LT(width(band), 2.0 * width(clean));
   }
 }
@@ -138,7 +139,7 @@ TEST(Bootstrap, TheIntervalOfTheLogMeanHoldsTheTruthAsOftenAsItSays) {
     const Decay decay = train(seed);
     const InversionSettings settings = settingsFor(decay);
     const Inversion inversion = invert(decay, settings);
-    const Band band = bootstrap(decay, settings, inversion, {40, seed, {}});
+    const Band band = bootstrap(decay, settings, inversion, {40, seed, 1, {}});
     held += std::log(band.logMeanLower) <= truth && truth <= std::log(band.logMeanUpper) ? 1 : 0;
     sumOfWidths += 0.5 * std::log(band.logMeanUpper / band.logMeanLower);
     const double mean = std::log(logMean(inversion.distribution));
