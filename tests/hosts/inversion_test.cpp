@@ -231,11 +231,15 @@ TEST(Inversion, EveryStatusHasItsWords) {
     EXPECT_FALSE(succeeded(inversion));
     // What happened, then the option to try.
     EXPECT_NE(statusText(inversion).find("--"), std::string::npos) << status;
+    // A solver without passes left says nothing about the noise, whatever the errors are.
+    const bool passesUsedUp = status == VORIN_SOLVER_FAILED;
     inversion.reachedError = 2.0;
     inversion.wantedError = 1.0;
-    EXPECT_NE(statusText(inversion).find("--skip"), std::string::npos) << status;
+    EXPECT_NE(statusText(inversion).find(passesUsedUp ? "MAXI" : "--skip"), std::string::npos)
+        << status;
     inversion.wantedError = 3.0;
-    EXPECT_NE(statusText(inversion).find("smaller"), std::string::npos) << status;
+    EXPECT_NE(statusText(inversion).find(passesUsedUp ? "MAXI" : "smaller"), std::string::npos)
+        << status;
   }
   EXPECT_EQ(statusText(withStatus(7, WeightMode::noise)),
             "the library answers the unknown status 7");
