@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "toolbox/kernels/kernels.hpp"
@@ -204,7 +205,7 @@ void BoundedMinimum::bindDegenerate() {
 bool BoundedMinimum::findFreeMinimum() {
   constexpr double tooLarge = std::numeric_limits<double>::max() / 4.0;
   const IndexedVector<int>& indices = factor_.indices();
-  for (std::size_t k = 0; k < indices.size(); ++k) {
+  for (std::ptrdiff_t k = 0; k < std::ssize(indices); ++k) {
     z_[k] = -g_[indices[k]];
   }
   factor_.solve(z_.data());
@@ -214,7 +215,7 @@ bool BoundedMinimum::findFreeMinimum() {
 
 void BoundedMinimum::takeFreeMinimum() {
   const IndexedVector<int>& indices = factor_.indices();
-  for (std::size_t k = 0; k < indices.size(); ++k) {
+  for (std::ptrdiff_t k = 0; k < std::ssize(indices); ++k) {
     x_[indices[k]] = z_[k];
   }
 }

@@ -246,11 +246,15 @@ void System<Real>::factorMask(const Real* mask, Real weight) {
 }
 
 template <class Real>
-const Real* System<Real>::gram() requires(std::is_same_v<Real, double>) {
-  if (!normalEquations_) {
-    normalEquations_.emplace(m_, n_, K_, kernelByRows_.data());
+const Real* System<Real>::gram() {
+  if constexpr (std::is_same_v<Real, double>) {
+    if (!normalEquations_) {
+      normalEquations_.emplace(m_, n_, K_, kernelByRows_.data());
+    }
+    return normalEquations_->gram();
+  } else {
+    return nullptr;
   }
-  return normalEquations_->gram();
 }
 
 template <class Real>

@@ -31,8 +31,9 @@ class System {
   const Real* K() const { return K_; }
   const Real* d() const { return d_; }
 
-  /// K'K (n x n), formed at the first call and then kept; in double precision only.
-  const Real* gram() requires(std::is_same_v<Real, double>);
+  /// K'K (n x n), formed at the first call and then kept; null in single precision, which never
+  /// solves by it.
+  const Real* gram();
 
   /// K'd (n), formed at the first call and then kept.
   const Real* projectedData();

@@ -54,7 +54,7 @@ void System<Real>::project(const Real* x, Real* out) const {
 }
 
 template <class Real>
-const Real* System<Real>::gram() requires(std::is_same_v<Real, double>) {
+const Real* System<Real>::gram() {
   allColumnG_.resize(area(n_, n_));
   const ColumnMajorView<const Real> K{K_, m_};
   const ColumnMajorView<Real> KtK{allColumnG_.data(), n_};
