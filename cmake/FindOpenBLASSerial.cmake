@@ -37,5 +37,10 @@ if(OpenBLASSerial_FOUND AND NOT TARGET OpenBLASSerial::OpenBLASSerial)
     # Debian's plain name of the library may lead to the threaded build.
     get_filename_component(_openblas_dir "${OpenBLASSerial_LIBRARY}" DIRECTORY)
     target_link_options(OpenBLASSerial::OpenBLASSerial INTERFACE "LINKER:-rpath,${_openblas_dir}")
+  else()
+    # The serial build hands one work buffer to two threads now and then; src/toolbox/blas_buffers.cpp
+    # hands them out instead.
+    target_link_options(OpenBLASSerial::OpenBLASSerial INTERFACE
+      "LINKER:--wrap=blas_memory_alloc" "LINKER:--wrap=blas_memory_free")
   endif()
 endif()

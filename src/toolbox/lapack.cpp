@@ -3,11 +3,10 @@
 #include "toolbox/lapack.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
-#include <new>
 #include <vector>
 
+#include "toolbox/blas_buffers.hpp"
 #include "toolbox/convert.hpp"
 
 extern "C" {
@@ -30,20 +29,6 @@ void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, do
 namespace vorin {
 namespace {
 
-// OpenBLAS maps a work buffer of 128 MiB (x86-64) at its first use and keeps it; calls on other
-// threads at the same moment map one each. When the mapping is refused, as under a limit of the
-// address space, it tries again without end. So the first call of a process asks for the room
-// here: a host that cannot have it gets the std::bad_alloc of any other work array instead of a
-// call that does not return.
-void requireWorkBuffer() {
-  constexpr std::size_t bufferAndSlack = std::size_t{136} << 20U;
-  static std::atomic<bool> isThere = false;
-  if (!isThere.load(std::memory_order_relaxed)) {
-    ::operator delete(::operator new(bufferAndSlack));
-    isThere.store(true, std::memory_order_relaxed);
-  }
-}
-
 // LAPACK's own error handler ends the process on a leading dimension below
 // max(1, n), so neither an empty system nor such a dimension may reach it.
 template <class Real, class Getrf>
@@ -51,7 +36,7 @@ void factor(Getrf routine, int n, Real* a, int lda, int* pivots) {
   if (n < 1) {
     return;
   }
-  requireWorkBuffer();
+  requireBlasBuffer();
   lda = std::max(lda, n);
   int info = 0;
   routine(&n, &n, a, &lda, pivots, &info);
@@ -62,7 +47,7 @@ void solve(Getrs routine, int n, const Real* lu, int lda, const int* pivots, Rea
   if (n < 1) {
     return;
   }
-  requireWorkBuffer();
+  requireBlasBuffer();
   lda = std::max(lda, n);
   const int one = 1;
   int info = 0;
@@ -89,7 +74,7 @@ void gesvd(int m, int n, float* a, int lda, float* s, float* vt, int ldvt) {
   if (m < 1 || n < 1) {
     return;
   }
-  requireWorkBuffer();
+  requireBlasBuffer();
   lda = std::max(lda, m);
   ldvt = std::max(ldvt, n);
   const int one = 1;  // U goes to a: the matrix for U is not referenced
@@ -109,7 +94,7 @@ bool gesvdShort(int m, int n, double* a, double* s, double* u, double* vt) {
   if (m < 1 || n < 1) {
     return true;
   }
-  requireWorkBuffer();
+  requireBlasBuffer();
   const int k = std::min(m, n);
   int info = 0;
   const auto call = [&](double* work, int workLength) {
