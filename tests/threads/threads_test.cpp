@@ -14,6 +14,8 @@
 
 #include "toolbox/instance.hpp"
 #include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/inversion_keys.hpp"
+#include "toolkit/inverting/problem.hpp"
 #include "toolkit/vorin_toolkit.h"
 
 namespace {
@@ -158,7 +160,10 @@ TEST(Threads, AnInstanceCostsLessThanTwoMegabytes) {
     instance.logFile = "";
     const vorin::InstanceScope scope(instance);
     // A driver that keeps its arrays, of which those of this problem are a few thousand bytes.
-    (void)vorin::toolkit::invert(decay, settings);
+    vorin::toolkit::setKeys(settings);
+    vorin::toolkit::setNoise(0.01);
+    const vorin::toolkit::Problem problem(decay, settings);
+    EXPECT_EQ(problem.solve(problem.data()).F.size(), settings.grid.size());
   }
   const std::size_t each = (mallinfo2().uordblks - before) / instances.size();
   RecordProperty("bytes", std::to_string(each));
