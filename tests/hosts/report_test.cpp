@@ -53,7 +53,7 @@ TEST(Report, ABandAddsTwoColumnsAndAnInterval) {
   Example example;
   EXPECT_NE(distributionCsv(example.inversion, example.context).find("\nt2_s,amplitude\n0.01,1\n"),
             std::string::npos);
-  example.context.band = Band{{0.5, 0.0, 2.5}, {1.5, 0.25, 3.5}, 0.05, 0.06, 40};
+  example.context.band = Band{{0.5, 0.0, 2.5}, {1.5, 0.25, 3.5}, 0.05, 0.06, 40, {}};
   EXPECT_NE(
       distributionCsv(example.inversion, example.context)
           .find("\nt2_s,amplitude,lower,upper\n0.01,1,0.5,1.5\n0.03,0,0,0.25\n0.1,3,2.5,3.5\n"),

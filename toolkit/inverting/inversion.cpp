@@ -86,7 +86,7 @@ KnownNoise knownNoise(const Decay& decay, const Problem& problem,
 /// True when the search failed because every fit misses the data by more than it wanted.
 bool outOfReach(const Inversion& inversion) {
   return inversion.mode == WeightMode::noise && !succeeded(inversion) &&
-         inversion.status != VORIN_SOLVER_FAILED && inversion.reachedError > inversion.wantedError;
+         inversion.reachedError > inversion.wantedError;
 }
 
 /// The samples that this program leaves out. The farthest spoil the fit that the others are held
