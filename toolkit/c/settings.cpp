@@ -265,7 +265,7 @@ int32_t vorin_settings_set_matrix(vorin_settings* settings, const char* name, co
     }
     const auto height = static_cast<std::size_t>(rows);
     const auto width = static_cast<std::size_t>(columns);
-    constexpr double kMost = std::numeric_limits<float>::max();
+    constexpr auto kMost = static_cast<double>(std::numeric_limits<float>::max());
     vorin::toolkit::Matrix matrix{height, width, std::vector<double>(height * width)};
     for (std::size_t i = 0; i < height; ++i) {
       for (std::size_t j = 0; j < width; ++j) {

@@ -24,8 +24,8 @@ constexpr std::string_view kStandardText = "on";  ///< with standard values
 /// The number above 0 that `text` spells, in the range of the library's numbers.
 std::optional<double> parseAboveZero(const std::string& text) {
   const std::optional<double> value = parseNumber(text);
-  constexpr double kLeast = std::numeric_limits<float>::min();
-  constexpr double kMost = std::numeric_limits<float>::max();
+  constexpr auto kLeast = static_cast<double>(std::numeric_limits<float>::min());
+  constexpr auto kMost = static_cast<double>(std::numeric_limits<float>::max());
   return value && *value >= kLeast && *value <= kMost ? value : std::nullopt;
 }
 

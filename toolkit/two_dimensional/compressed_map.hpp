@@ -45,7 +45,10 @@ class CompressedMap {
   std::vector<double> spread(const CompressedMap& coarse, const std::vector<double>& rows) const;
 
  private:
-  int pairsOf(int p) const { return start_[p + 1U] - start_[static_cast<std::size_t>(p)]; }
+  int pairsOf(int p) const {
+    const auto at = static_cast<std::size_t>(p);
+    return start_[at + 1] - start_[at];
+  }
 
   KernelFactor first_;
   KernelFactor second_;
