@@ -13,7 +13,7 @@
 
 namespace {
 
-namespace host = vorin::host;
+namespace toolkit = vorin::toolkit;
 using vorin::fuzz::require;
 
 const std::string name = "f.csv";

@@ -503,7 +503,7 @@ TEST(PrunePlan, AKernelColumnWithAnInfinityIsNaNOutsideItsBinAndTheOthersStayFin
     EXPECT_TRUE(std::isnan(kernel[3])) << rising;
     EXPECT_EQ(kernel[4], infinity) << rising;
     EXPECT_TRUE(std::isnan(kernel[5])) << rising;  // the closing row is part of the product
-    for (const std::size_t place : {0, 1, 6, 7}) {
+    for (const std::size_t place : {0U, 1U, 6U, 7U}) {
       EXPECT_FLOAT_EQ(kernel[place], std::sqrt(3.0f)) << rising;
     }
     EXPECT_EQ(kernel[2], 0.0f);
