@@ -56,8 +56,8 @@ TEST(TerminalPicture, TheAxisNamesItsDecades) {
       distributionOf({{0.02, 0.2, 5.0}}, LogGrid{1e-4, 10, 100}.times());
   const std::vector<std::string> lines =
       linesOf(terminalPicture(distribution, Kernel::t2, {false, false}));
-  const std::string axis = lines[9];
-  const std::string labels = lines[10];
+  const std::string& axis = lines[9];
+  const std::string& labels = lines[10];
   for (const char* label : {"100 us", "1 ms", "10 ms", "100 ms", "1 s", "10 s"}) {
     EXPECT_NE(labels.find(label), std::string::npos) << labels;
   }

@@ -211,6 +211,7 @@ std::vector<MapPeak> mapPeaks(const MapView& map, double smallestShare, std::vec
   std::stable_sort(rank.begin(), rank.end(),
                    [&](std::size_t a, std::size_t b) { return peaks[a].share > peaks[b].share; });
   std::vector<MapPeak> sorted;
+  sorted.reserve(peaks.size());
   for (std::size_t index : rank) {
     sorted.push_back(peaks[index]);
   }

@@ -52,6 +52,7 @@ std::vector<double> parseAxis(std::string_view text, std::string_view option, Qu
   }
   const LogGrid range = parseGrid(text.substr(0, text.size() - kLinear.size()), option, quantity);
   std::vector<double> values;
+  values.reserve(static_cast<std::size_t>(range.points));
   for (int i = 0; i < range.points; ++i) {
     values.push_back(range.from + (range.to - range.from) * i / (range.points - 1));
   }
