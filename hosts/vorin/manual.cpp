@@ -163,8 +163,8 @@ constexpr std::array<Row, 6> kExamples{{
     {"vorin keys TARG WEIG", "See what two keys of the library mean."},
 }};
 
-template <std::size_t size>
-std::string tagList(const std::array<Row, size>& rows) {
+template <std::Size_t size>
+std::string tagList(const std::array<Row, Size>& rows) {
   std::string text;
   for (const Row& row : rows) {
     text += tagged(bold(row.head), row.text);

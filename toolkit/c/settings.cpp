@@ -154,7 +154,7 @@ InversionSettings vorin_settings::method() const {
   }
   vorin::toolkit::requireCompatible(settings);
   for (const auto& [key, value] : keys) {
-    settings.assignments.push_back(key + '=' + value);
+    settings.assignments.emplace_back(key).append("=").append(value);
   }
   return settings;
 }
