@@ -163,7 +163,7 @@ constexpr std::array<Row, 6> kExamples{{
     {"vorin keys TARG WEIG", "See what two keys of the library mean."},
 }};
 
-template <std::Size_t size>
+template <std::size_t Size>
 std::string tagList(const std::array<Row, Size>& rows) {
   std::string text;
   for (const Row& row : rows) {
