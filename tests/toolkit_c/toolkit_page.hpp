@@ -2,8 +2,9 @@
 // docs/exports.md, on a header whose macros have other names.
 #pragma once
 
-#include <regex>
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "abi/exports_page.hpp"
 
@@ -19,21 +20,29 @@ Every function of `libvorin_toolkit.so`, as [toolkit/vorin_toolkit.h](../toolkit
 An argument is *in*, *out* or both.
 )";
 
-/// The header as the reader of vorin.h takes it.
+/// `text` with every occurrence of `from` as `to`.
+inline std::string replaceAll(std::string text, std::string_view from, std::string_view to) {
+  for (std::size_t at = text.find(from); at != std::string::npos;
+       at = text.find(from, at + to.size()))
+    text.replace(at, from.size(), to);
+  return text;
+}
+
+/// The header in the form that the reader of vorin.h takes.
 inline std::string toolkitHeaderText(const std::string& header) {
-  std::string text = std::regex_replace(header, std::regex("VORIN_TOOLKIT_API"), "VORIN_API");
-  text = std::regex_replace(text, std::regex("VORIN_TOOLKIT_CALL"), "VORIN_CALL");
-  // A declaration's type is one word to the reader, and no arguments are none.
-  text = std::regex_replace(text, std::regex("VORIN_API const char\\* "), "VORIN_API text ");
-  return std::regex_replace(text, std::regex("\\(void\\)"), "()");
+  std::string text = replaceAll(header, "VORIN_TOOLKIT_API", "VORIN_API");
+  text = replaceAll(text, "VORIN_TOOLKIT_CALL", "VORIN_CALL");
+  // The reader takes a declaration's type as one word, and `(void)` for an argument.
+  text = replaceAll(text, "VORIN_API const char* ", "VORIN_API text ");
+  return replaceAll(text, "(void)", "()");
 }
 
 inline std::string toolkitPage(const std::string& header) {
   const ExportsPage page(toolkitHeaderText(header), "");
   std::string text = page.page();
   text.replace(0, std::string(exportsPageIntroduction).size(), toolkitPageIntroduction);
-  text = std::regex_replace(text, std::regex("\ntext vorin_"), "\nconst char* vorin_");
-  return std::regex_replace(text, std::regex("`text`"), "`const char*`");
+  text = replaceAll(text, "\ntext vorin_", "\nconst char* vorin_");
+  return replaceAll(text, "`text`", "`const char*`");
 }
 
 }  // namespace vorin::test
