@@ -357,7 +357,7 @@ TEST_F(Compressed, WithTheSinglePrecisionIterationTheRowsAreThoseOfTheExportedCo
 TEST_F(Compressed, AThresholdNearTheRoundingKeepsTheRowsOfTheExportedCompression) {
   setText("PRMO", "NONE");
   int tried = 0;
-  for (int nf = 60; nf < 200; nf += 20) {
+  for (const int nf : {60, 120, 200, 269, 400, 600, 1000}) {
     const auto job = vorin::test::laplaceProblem<float>(nf, 40, 0.01, 3);
     const std::vector<float> S =
         vorin::test::compress(vorin::test::Variant::untruncated, vorin::test::callOf(job))
@@ -373,7 +373,10 @@ TEST_F(Compressed, AThresholdNearTheRoundingKeepsTheRowsOfTheExportedCompression
         setNumber("SVDT", threshold);
         const int rows = compressed(job, threshold).m;
         invert(VorinyC5_s, job);
-        std::string line = "Vorin::M::with svd from " + std::string(nf < 100 ? "   " : "  ") +
+        std::string line = "Vorin::M::with svd from " +
+                           std::string(nf < 100    ? "   "
+                                       : nf < 1000 ? "  "
+                                                   : " ") +
                            std::to_string(nf) + " to " + (rows < 10 ? " " : "") +
                            std::to_string(rows);
         EXPECT_EQ(reductionLine(), line) << threshold;
