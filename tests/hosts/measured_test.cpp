@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/model/noise.hpp"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/reading/csv.hpp"
 

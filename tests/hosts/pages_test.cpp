@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/reading/files.hpp"
 
 namespace vorin::toolkit::test {

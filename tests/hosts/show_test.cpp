@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"

@@ -11,7 +11,7 @@
 #include <sstream>
 #include <vector>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/two_dimensional/map_report.hpp"
 #include "two_dimensional/experiments.hpp"
 

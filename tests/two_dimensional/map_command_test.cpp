@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 
 namespace vorin::toolkit::test {
 namespace {

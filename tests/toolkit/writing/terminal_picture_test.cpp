@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/simulation.hpp"

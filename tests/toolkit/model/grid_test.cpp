@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {

@@ -1,5 +1,5 @@
-// The roads of an inversion (plain, gathered into bins, compressed), the sources of the noise
-// and the L-curve, in this process: where mathematics says that two of them agree, they do.
+// The reductions of an inversion (none, pruned to bins, compressed), the noise estimates, the
+// outliers and the L-curve: where mathematics says that two of them agree, they do.
 #include <gtest/gtest.h>
 #include <vorin.h>
 
@@ -81,21 +81,21 @@ double squares(const ReducedProblem& problem, const std::vector<double>& f) {
   return sum;
 }
 
-struct Road {
+struct Reduction {
   const char* name;
   const char* pruning;
   bool compressed;
 };
 // The name of a test shows it; without this its bytes, addresses among them.
-void PrintTo(const Road& road, std::ostream* out) {
-  *out << road.name;
+void PrintTo(const Reduction& reduction, std::ostream* out) {
+  *out << reduction.name;
 }
-const std::vector<Road> kRoads{
+const std::vector<Reduction> kReductions{
     {"Whole", "NONE", false},           {"LogBins", "LOG", false},
     {"LinearBins", "LIN", false},       {"CompressedWhole", "NONE", true},
     {"CompressedLogBins", "LOG", true}, {"CompressedLinearBins", "LIN", true}};
 
-class Roads : public testing::TestWithParam<Road> {
+class Reductions : public testing::TestWithParam<Reduction> {
  protected:
   InversionSettings settings(const Decay& decay) const {
     InversionSettings result = settingsFor(decay);
@@ -107,7 +107,7 @@ class Roads : public testing::TestWithParam<Road> {
   }
 };
 
-TEST(Compression, KeepingAllRowsIsThePlainRoad) {
+TEST(Compression, KeepingAllRowsIsTheUncompressedProblem) {
   const Decay decay = train();
   for (double weight : {0.01, 1.0}) {
     InversionSettings settings = settingsFor(decay);
@@ -163,7 +163,7 @@ TEST(Compression, KeepsNoMoreRowsThanItIsTold) {
   EXPECT_LT(rows, 10);  // singular values of this kernel fall by about a factor 3 a step
 }
 
-TEST_P(Roads, RecoverTheLogMean) {
+TEST_P(Reductions, KeepTheLogMean) {
   // Noise of 0.002 of the amplitude may stand at the shortest time of the grid, which moves the
   // mean of ln T by 0.002 ln(43.5 ms / 0.13 ms) = 0.012. The penalty does as much again for some
   // 200 bins, and more in proportion to the norm of the misfit that the target grants.
@@ -176,7 +176,7 @@ TEST_P(Roads, RecoverTheLogMean) {
               0.012 * (1.0 + std::max(1.0, std::sqrt(rows / 200.0))));
 }
 
-TEST_P(Roads, TheReducedProblemIsTheOneThatIsSolved) {
+TEST_P(Reductions, TheReducedProblemIsTheOneThatIsSolved) {
   // The library's corner search on what reduced() gives answers the very weight, to its last
   // bit, that the driver has found on its own. The driver compresses a triangular factor of the
   // kernel; rows of singular values near 1e-6 of the greatest are rounding there and here, of the
@@ -209,7 +209,7 @@ TEST_P(Roads, TheReducedProblemIsTheOneThatIsSolved) {
               0.05 * kNoise);
 }
 
-TEST_P(Roads, TheCornerIsThePointWhereTheCurveTurnsMost) {
+TEST_P(Reductions, TheCornerIsThePointWhereTheCurveTurnsMost) {
   const Decay decay = train();
   InversionSettings corner = settings(decay);
   corner.corner = true;
@@ -248,7 +248,7 @@ TEST_P(Roads, TheCornerIsThePointWhereTheCurveTurnsMost) {
   EXPECT_EQ(sharpest, curve.corner);
 }
 
-TEST_P(Roads, TheCurveOfAnyOtherInversionPassesThroughItsWeight) {
+TEST_P(Reductions, TheCurveOfAnyOtherInversionPassesThroughItsWeight) {
   const Decay decay = train();
   const ScratchFolder scratch;
   const InversionSettings search = settings(decay);
@@ -283,7 +283,7 @@ TEST(LCurve, ThereIsNoneWhereTheFirstRowHasNoSignal) {
   EXPECT_THROW(lCurve(decay, settings, inversion), UserError);
 }
 
-TEST_P(Roads, TheNoiseByDifferencesIsTheirClosedForm) {
+TEST_P(Reductions, TheNoiseByDifferencesIsTheirClosedForm) {
   const Decay decay = train();
   InversionSettings settings = this->settings(decay);
   settings.noiseSource = NoiseSource::difference;
@@ -301,7 +301,7 @@ TEST_P(Roads, TheNoiseByDifferencesIsTheirClosedForm) {
   EXPECT_NEAR(inversion.wantedError / closed, 1.05, 1e-4);
 }
 
-TEST_P(Roads, TheNoiseByTheFitIsTheSmallestErrorThereIs) {
+TEST_P(Reductions, TheNoiseByTheFitIsTheSmallestErrorThereIs) {
   const Decay decay = train();
   InversionSettings settings = this->settings(decay);
   settings.noiseSource = NoiseSource::fit;
@@ -322,7 +322,7 @@ TEST_P(Roads, TheNoiseByTheFitIsTheSmallestErrorThereIs) {
   EXPECT_NEAR(byScan.noise / byFit.noise, 1.0, 0.03);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Roads, testing::ValuesIn(kRoads),
+INSTANTIATE_TEST_SUITE_P(All, Reductions, testing::ValuesIn(kReductions),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(NoiseSources, TheImaginaryChannelsIsTaken) {
@@ -369,25 +369,25 @@ TEST(NoiseSources, AnEstimateDoesNotStayForTheNextInversion) {
   EXPECT_EQ(after.distribution.amplitude, before.distribution.amplitude);
 }
 
-TEST(Outliers, AreFoundAndLeftOutOnEveryRoad) {
+TEST(Outliers, AreFoundAndLeftOutWithEveryReduction) {
   const std::vector<std::size_t> spikes{100, 101, 555, 1199};
   Decay decay = train();
   for (std::size_t i : spikes) {
     decay.amplitude[i] += i == 555 ? -200.0 : 12.0;  // -400 and 24 standard deviations
   }
-  for (const Road& road : kRoads) {
+  for (const Reduction& reduction : kReductions) {
     InversionSettings settings = settingsFor(decay);
-    settings.pruning = road.pruning;
-    if (road.compressed) {
+    settings.pruning = reduction.pruning;
+    if (reduction.compressed) {
       settings.compression = Compression{};
     }
     settings.noise = kNoise;
     settings.rejectBeyond = 6.0;
     settings.rejection = Rejection::robust;
     const Inversion inversion = invertQuietly(decay, settings);
-    EXPECT_EQ(inversion.rejected, spikes) << road.name;
+    EXPECT_EQ(inversion.rejected, spikes) << reduction.name;
     EXPECT_EQ(inversion.fit.size(), decay.time.size());
-    EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1) << road.name;
+    EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1) << reduction.name;
 
     Decay rest;
     for (std::size_t i = 0; i < decay.time.size(); ++i) {
@@ -399,8 +399,8 @@ TEST(Outliers, AreFoundAndLeftOutOnEveryRoad) {
     settings.rejectBeyond.reset();
     const Inversion without = invertQuietly(rest, settings);
     EXPECT_TRUE(without.rejected.empty());
-    EXPECT_EQ(inversion.weight, without.weight) << road.name;
-    EXPECT_EQ(inversion.distribution.amplitude, without.distribution.amplitude) << road.name;
+    EXPECT_EQ(inversion.weight, without.weight) << reduction.name;
+    EXPECT_EQ(inversion.distribution.amplitude, without.distribution.amplitude) << reduction.name;
     // K f at a sample that was kept and has moved by two places, summed in double and single.
     EXPECT_NEAR(inversion.fit[300], without.fit[298], 1e-3);
   }

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/matrix.hpp"
 #include "toolkit/user_error.hpp"

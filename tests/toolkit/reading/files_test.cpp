@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "hosts/child.hpp"
+#include "support/child.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
