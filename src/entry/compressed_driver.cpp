@@ -21,7 +21,6 @@ namespace vorin::entry {
 namespace {
 
 constexpr float outlierRidge = 0.0001f;
-constexpr float outlierScale = 1000000.0f;
 constexpr float outlierFlagLimit = 1e-20f;  // a flag below it marks an outlier
 
 // Work arrays for problems of one shape. Their rows are those that the problem needs, which
@@ -60,8 +59,7 @@ void storeDifferenceNoise(const Inversion& job) {
   params::setReal("CSI2", weight::seDiff(order, job.nf, job.Y));
 }
 
-// Points that the outlier fit flags get a scale that leaves them next to no weight in the
-// pruned data.
+// Scales up the points that the outlier fit flags.
 void rejectOutliers(const Inversion& job, std::int32_t& status) {
   std::vector<float> flags(length(job.nf));
   std::int32_t good = 0;

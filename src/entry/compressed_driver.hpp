@@ -60,6 +60,10 @@ inline constexpr Variant variantC5 = {
     reduce::FactorStorage::scratch,    "with svd from ",     "with pruning from ", true,  true};
 // clang-format on
 
+/// The scale of a point that the outlier fit flags: it leaves the point next to no weight in
+/// the pruned data.
+inline constexpr float outlierScale = 1000000.0f;
+
 /// Runs one inversion as `variant` does. `status` is the weight driver's;
 /// what pruning, compression or the outlier fit reported before is overwritten.
 void invertCompressed(const Variant& variant, const Inversion& job, std::int32_t& status);

@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <string>
+#include <cstddef>
 
-#include "toolkit/inverting/library.hpp"
+#include "entry/compressed_driver.hpp"
+#include "entry/compressed_settings.hpp"
+#include "entry/driver.hpp"
+#include "reduce/reduction.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/model/matrix.hpp"
@@ -22,70 +25,6 @@ std::vector<float> toSingle(const std::vector<double>& values, double divisor = 
   std::transform(values.begin(), values.end(), result.begin(),
                  [&](double value) { return static_cast<float>(value / divisor); });
   return result;
-}
-
-int wholeNumber(std::string_view key) {
-  return static_cast<int>(std::lround(queryNumber(key)));
-}
-
-/// The scale that the library gives to an outlier before the samples are gathered.
-constexpr float kOutlierScale = 1e6F;
-
-/// How a driver reduces the problem, by the keys as they stand.
-struct Reduction {
-  std::int32_t mode = 0;      ///< of the bins, as VorinComp_s takes it; 0 for none
-  std::int32_t wanted = 0;    ///< count of bins
-  std::int32_t capacity = 0;  ///< most rows
-  std::int32_t vectors = 0;   ///< most rows after a compression; 0 for none
-};
-
-/// The plain driver: LIN and LILO are one, and the count is limited to 10 .. 5000.
-Reduction plainReduction() {
-  constexpr std::int32_t kCapacity = 5000;
-  Reduction reduction;
-  const int code = wholeNumber("PRMO");
-  reduction.mode = code == 0 ? 0 : code == 1 ? VORIN_PRUNE_LOG : VORIN_PRUNE_LINEAR;
-  reduction.wanted = std::clamp(wholeNumber("PRPO"), 10, kCapacity);
-  reduction.capacity = kCapacity;
-  return reduction;
-}
-
-/// The fifth compressed driver: at most nf / 2 bins, but no fewer than grid times.
-Reduction compressedReduction(std::int32_t nf, std::int32_t ng) {
-  constexpr std::int32_t kSpare = 5;
-  Reduction reduction;
-  reduction.mode = wholeNumber("PRMO");
-  reduction.wanted = wholeNumber("PRPO");
-  reduction.vectors = std::max(std::min(wholeNumber("SVDN"), ng), 0);
-  if (reduction.mode * reduction.wanted < 1) {
-    reduction.capacity = ng;
-  } else {
-    reduction.wanted = std::max(std::min(reduction.wanted, nf / 2), ng);
-    reduction.capacity = reduction.wanted;
-  }
-  reduction.capacity += kSpare;
-  reduction.wanted = std::min(std::max(reduction.wanted, 10), reduction.capacity);
-  return reduction;
-}
-
-/// Replaces the first `rows` of the kernel K (leading dimension ldK, n columns) and the data
-/// d by the compressed ones in arrays of leading dimension ldC; `rows` follows.
-void compress(std::int32_t& rows, std::int32_t n, std::int32_t ldK, std::int32_t ldC,
-              std::int32_t vectors, std::vector<float>& K, std::vector<float>& d) {
-  const auto columns = static_cast<std::size_t>(n);
-  const float threshold = queryNumber("SVDT");
-  const std::int32_t mode = VORIN_COMP_DECOMPOSE;
-  std::vector<float> scratch(columns * (static_cast<std::size_t>(rows) + 1 + columns) + 10);
-  const auto length = static_cast<std::int32_t>(scratch.size());
-  std::vector<float> Kc(static_cast<std::size_t>(ldC) * columns);
-  std::vector<float> dc(static_cast<std::size_t>(std::max(ldC, n)));
-  std::int32_t count = 0;
-  std::int32_t status = 0;
-  VorinCompSVD3_s(&mode, &length, &rows, &n, &ldK, &ldC, K.data(), d.data(), &threshold, &vectors,
-                  &count, Kc.data(), dc.data(), scratch.data(), &status);
-  rows = count;
-  K = std::move(Kc);
-  d = std::move(dc);
 }
 
 }  // namespace
@@ -177,39 +116,18 @@ Solution Problem::solve(const std::vector<float>& Y) const {
 ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const {
   const auto nf = static_cast<std::int32_t>(Y_.size());
   const auto ng = static_cast<std::int32_t>(columns_);
-  const float* const kernel = K_->data() + firstColumn_ * Y_.size();
-  const Reduction reduction = compressed_ ? compressedReduction(nf, ng) : plainReduction();
-  std::vector<float> K;
-  std::vector<float> d;
-  std::int32_t rows = nf;
-  std::int32_t ld = nf;
-  if (reduction.mode > 0) {
-    ld = reduction.capacity;
-    K.resize(static_cast<std::size_t>(ld) * columns_);
-    d.resize(static_cast<std::size_t>(ld));
-    std::vector<float> W(Y_.size(), 1.0F);
-    for (const std::size_t i : rejected) {
-      W[i] = kOutlierScale;
-    }
-    std::int32_t status = 0;
-    VorinComp_s(ng, nf, nf, ld, Y_.data(), T_.data(), kernel, W.data(), wholeNumber("PRLO"),
-                wholeNumber("PRHI"), reduction.wanted, reduction.mode, 0.0F, 0, &rows, d.data(),
-                K.data(), &status);
-  } else {
-    K.assign(kernel, kernel + columns_ * Y_.size());
-    d = Y_;
+  std::vector<float> W(Y_.size(), 1.0F);
+  for (const std::size_t i : rejected) {
+    W[i] = entry::outlierScale;
   }
-  if (reduction.vectors > 0) {
-    compress(rows, ng, ld, reduction.capacity, reduction.vectors, K, d);
-    ld = reduction.capacity;
-  }
-  ReducedProblem result{rows, ng, {}, {d.begin(), d.begin() + rows}};
-  result.K.reserve(static_cast<std::size_t>(rows) * columns_);
-  for (std::size_t column = 0; column < columns_; ++column) {
-    const auto start = K.begin() + static_cast<std::ptrdiff_t>(column) * ld;
-    result.K.insert(result.K.end(), start, start + rows);
-  }
-  return result;
+  const entry::Inversion job{nf,        ng,        K_->data() + firstColumn_ * Y_.size(),
+                             T_.data(), Y_.data(), W.data()};
+  const reduce::Reduction reduction =
+      compressed_ ? entry::compressedReduction(entry::variantC5, job) : entry::plainReduction(job);
+  reduce::WorkArrays arrays;
+  const reduce::ReducedProblem reduced = reduce::reduceContiguously(reduction, arrays);
+  const std::ptrdiff_t rows{reduced.rows};
+  return {reduced.rows, ng, {reduced.K, reduced.K + rows * ng}, {reduced.d, reduced.d + rows}};
 }
 
 std::vector<std::size_t> Problem::outliers(double threshold) const {

@@ -18,11 +18,11 @@ struct Solution {
   std::vector<std::size_t> rejected;  ///< samples that the library took for outliers, rising
 };
 
-/// The problem that the library solves once it has gathered and compressed the samples.
+/// The problem that the library solves once it has pruned and compressed the samples.
 struct ReducedProblem {
   std::int32_t rows = 0;
   std::int32_t columns = 0;
-  std::vector<double> K;  ///< kernel, rows x columns by columns
+  std::vector<double> K;  ///< kernel, rows x columns, column-major
   std::vector<double> d;  ///< data, rows
 };
 
@@ -60,9 +60,8 @@ class Problem {
   /// The kernel times `F`, at the samples of this problem, in the unit of F.
   std::vector<double> fitOf(const std::vector<double>& F) const;
 
-  /// What solve(data()) hands to its weight search with the keys as they stand: the same
-  /// bins to the last bit. Compressed rows agree with the driver's to rounding, which in the
-  /// rows of the smallest singular values is all there is. `rejected` are the library's outliers.
+  /// What solve(data()) passes to its weight search with the keys as they are, to the last
+  /// bit: the driver's own reduction. `rejected` are the library's outliers.
   ReducedProblem reduced(const std::vector<std::size_t>& rejected = {}) const;
 
   /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
@@ -75,7 +74,7 @@ class Problem {
  private:
   double scale_ = 1.0;
   bool compressed_;                              ///< by VorinyC5_s in place of Voriny_s
-  std::shared_ptr<const std::vector<float>> K_;  ///< kernel, samples x grid times by columns
+  std::shared_ptr<const std::vector<float>> K_;  ///< kernel, samples x grid times, column-major
   std::vector<float> T_;                         ///< abscissae for the pruning
   std::vector<double> amplitude_;                ///< in the unit of the data
   std::vector<float> Y_;                         ///< scaled amplitudes
