@@ -1,5 +1,5 @@
 // The parameter block as the store sees it: one slot a row of the key table.
-// Private to this folder; everybody else uses block.hpp or store.hpp.
+// Private to this folder; other folders use store.hpp.
 #pragma once
 
 #include <array>
@@ -52,7 +52,7 @@ class Block {
   std::array<char, textOffset(keyTable.size())> characters_{};
 };
 
-/// The block of this library, the only one.
+/// The block of the thread's instance, or else the one of the process.
 Block& block();
 
 /// The row that `key` reaches, by its number in the table; keyTable.size() if

@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "toolbox/aligned.hpp"
+#include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
+#include "toolbox/views.hpp"
 
 namespace vorin::reduce {
 namespace {
@@ -27,25 +29,19 @@ constexpr double smallestPivot = 8.0 * std::numeric_limits<double>::epsilon();
 constexpr double smallestSquare = 1e-60;
 constexpr double largestSquare = 1e60;
 
-std::size_t area(int rows, int columns) {
-  return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
-}
-
 // [K d]'[K d], of n + 1 rows, summed over blocks of rows.
 class ExtendedGram {
  public:
   ExtendedGram(int n, const float* K, int ldK, const float* d)
       : n_(n),
-        K_(K),
-        ldK_(ldK),
+        K_{K, ldK},
         d_(d),
         packed_(area((size() + panelRows - 1) / panelRows * panelRows, blockRows)),
         block_(area(size(), size())),
         sum_(block_.size()) {}
 
   int size() const { return n_ + 1; }
-  double at(int i, int j) const { return sum_[area(size(), j) + static_cast<std::size_t>(i)]; }
-  const double* column(int j) const { return sum_.data() + area(size(), j); }
+  ColumnMajorView<const double> elements() const { return {sum_.data(), size()}; }
 
   void add(int firstRow, int rows) {
     for (int j = 0; j < size(); j += panelRows) {
@@ -60,7 +56,7 @@ class ExtendedGram {
   void pack(int firstRow, int rows, int j, double* out) const {
     const float* columns[panelRows] = {};
     for (int c = 0; c < panelRows && j + c < size(); ++c) {
-      const float* column = j + c < n_ ? K_ + static_cast<std::ptrdiff_t>(j + c) * ldK_ : d_;
+      const float* column = j + c < n_ ? K_.column(j + c) : d_;
       columns[c] = column + firstRow;
     }
     if (columns[panelRows - 1] != nullptr) {
@@ -79,8 +75,7 @@ class ExtendedGram {
   }
 
   int n_;
-  const float* K_;
-  std::ptrdiff_t ldK_;
+  ColumnMajorView<const float> K_;
   const float* d_;
   AlignedVector<double> packed_;
   std::vector<double> block_;
@@ -89,37 +84,39 @@ class ExtendedGram {
 
 // Row by row, the rows of R over all columns and that of d. Row k is what column p of the
 // product has left after the rows before it, p being the column that has most left.
-void factorPivoted(int n, int mostRows, const ExtendedGram& product, PivotedFactor& out) {
-  const auto length = static_cast<std::size_t>(n) + 1;
-  std::vector<double> left(length);
-  for (int j = 0; j < n; ++j) {
-    left[static_cast<std::size_t>(j)] = product.at(j, j);
+void factorPivoted(int n, int mostRows, ColumnMajorView<const double> product, PivotedFactor& out) {
+  const std::ptrdiff_t columns = std::ptrdiff_t{n} + 1;
+  std::vector<double> left(length(columns));
+  for (std::ptrdiff_t j = 0; j < n; ++j) {
+    left[length(j)] = product(j, j);
   }
   const double smallest = smallestPivot * *std::max_element(left.begin(), left.end() - 1);
   std::vector<double> rows;
-  for (int k = 0; k < mostRows; ++k) {
+  for (std::ptrdiff_t k = 0; k < mostRows; ++k) {
     const auto pivot = std::max_element(left.begin(), left.end() - 1);
     if (!(*pivot > smallest)) {
       break;
     }
-    const auto p = static_cast<std::size_t>(pivot - left.begin());
+    const std::ptrdiff_t p = pivot - left.begin();
     const double root = std::sqrt(*pivot);
-    rows.insert(rows.end(), product.column(static_cast<int>(p)),
-                product.column(static_cast<int>(p)) + length);
-    double* row = rows.data() + static_cast<std::size_t>(k) * length;
-    for (int l = 0; l < k; ++l) {
-      const double* earlier = rows.data() + static_cast<std::size_t>(l) * length;
+    rows.insert(rows.end(), product.column(p), product.column(p) + columns);
+    // Row k of R is contiguous.
+    const ColumnMajorView<double> R{rows.data(), columns};
+    double* row = R.column(k);
+    for (std::ptrdiff_t l = 0; l < k; ++l) {
+      const double* earlier = R.column(l);
       const double factor = earlier[p];
-      for (std::size_t j = 0; j < length; ++j) {
+      for (std::ptrdiff_t j = 0; j < columns; ++j) {
         row[j] -= factor * earlier[j];
       }
     }
-    for (std::size_t j = 0; j < length; ++j) {
+    double* remaining = left.data();
+    for (std::ptrdiff_t j = 0; j < columns; ++j) {
       row[j] /= root;
-      left[j] -= row[j] * row[j];
+      remaining[j] -= row[j] * row[j];
     }
-    left[p] = 0.0;
-    out.projected.push_back(row[length - 1]);
+    remaining[p] = 0.0;
+    out.projected.push_back(row[n]);
     std::transform(row, row + n, std::back_inserter(out.transposed),
                    [](double value) { return static_cast<float>(value); });
     ++out.rank;
@@ -137,9 +134,10 @@ bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, Pivo
   for (int r = 0; r < m; r += blockRows) {
     product.add(r, std::min(blockRows, m - r));
   }
+  const ColumnMajorView<const double> elements = product.elements();
   double largest = 0.0;
   for (int j = 0; j <= n; ++j) {
-    const double square = product.at(j, j);
+    const double square = elements(j, j);
     if (!(square <= largestSquare)) {
       return false;
     }
@@ -148,7 +146,7 @@ bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, Pivo
   if (!(largest >= smallestSquare)) {
     return false;
   }
-  factorPivoted(n, std::min(m, n), product, out);
+  factorPivoted(n, std::min(m, n), elements, out);
   return true;
 }
 

@@ -2,29 +2,25 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
+#include <numeric>
 
 #include "reduce/pivoted_cholesky.hpp"
+#include "toolbox/extent.hpp"
 #include "toolbox/instance.hpp"
 #include "toolbox/svd_factors.hpp"
+#include "toolbox/views.hpp"
 
 namespace vorin::reduce {
 namespace {
 
-std::ptrdiff_t extent(int n) {
-  return std::max(n, 0);
-}
-
 // U' d for the first `count` columns of U, in a vector of its own because dc may be d.
-std::vector<float> projectData(int m, std::ptrdiff_t count, const float* U, std::ptrdiff_t ldU,
-                               const float* d) {
-  std::vector<float> projected(static_cast<std::size_t>(count));
+std::vector<float> projectData(std::ptrdiff_t m, std::ptrdiff_t count,
+                               ColumnMajorView<const float> U, const float* d) {
+  std::vector<float> projected(length(count), 0.0f);
   for (std::ptrdiff_t i = 0; m > 0 && i < count; ++i) {
-    const float* column = U + i * ldU;
-    float sum = 0.0f;
-    for (int r = 0; r < m; ++r) {
-      sum += d[r] * column[r];
-    }
-    projected[static_cast<std::size_t>(i)] = sum;
+    const float* column = U.column(i);
+    projected[length(i)] = std::inner_product(d, d + m, column, 0.0f);
   }
   return projected;
 }
@@ -33,26 +29,28 @@ std::vector<float> projectData(int m, std::ptrdiff_t count, const float* U, std:
 void writeKernel(const Compression& job, std::ptrdiff_t count, const float* S, const float* VT) {
   const std::ptrdiff_t n = extent(job.n);
   const std::ptrdiff_t rows = std::min(n, extent(job.ldC));
+  const ColumnMajorView<float> Kc{job.Kc, job.ldC};
+  const ColumnMajorView<const float> right{VT, n};
   for (std::ptrdiff_t j = 0; rows > 0 && j < n; ++j) {
-    float* column = job.Kc + j * job.ldC;
-    const float* right = VT + j * n;
     for (std::ptrdiff_t i = 0; i < rows; ++i) {
-      column[i] = i < count ? S[i] * right[i] : 0.0f;
+      Kc(i, j) = i < count ? S[i] * right(i, j) : 0.0f;
     }
   }
 }
 
 void writeData(const Compression& job, const std::vector<float>& projected) {
-  const std::ptrdiff_t length = extent(job.dcLength);
-  const auto given = std::min(length, static_cast<std::ptrdiff_t>(projected.size()));
+  const std::ptrdiff_t elements = extent(job.dcLength);
+  const std::ptrdiff_t given = std::min(elements, std::ssize(projected));
   std::copy_n(projected.begin(), given, job.dc);
-  std::fill_n(job.dc + given, length - given, 0.0f);
+  std::fill_n(job.dc + given, elements - given, 0.0f);
 }
 
-void copyRows(int m, std::ptrdiff_t n, const float* from, std::ptrdiff_t ldFrom, float* to) {
-  const std::ptrdiff_t rows = extent(m);
-  for (std::ptrdiff_t j = 0; rows > 0 && j < n; ++j) {
-    std::copy_n(from + j * ldFrom, rows, to + j * rows);
+void copyKernel(const Compression& job, float* to) {
+  const std::ptrdiff_t rows = extent(job.m);
+  const ColumnMajorView<const float> K{job.K, job.ldK};
+  const ColumnMajorView<float> copy{to, rows};
+  for (std::ptrdiff_t j = 0; rows > 0 && j < job.n; ++j) {
+    std::copy_n(K.column(j), rows, copy.column(j));
   }
 }
 
@@ -78,12 +76,13 @@ void compress(int mode, const Compression& job, const SvdFactors& factors, std::
   if (mode == decomposeMode) {
     status = compressed;
     // The factors are a copy: from here on Kc may overwrite K.
-    copyRows(job.m, job.n, job.K, job.ldK, factors.U);
+    copyKernel(job, factors.U);
     decomposeInPlace(job.m, job.n, factors.U, job.m, factors.S, factors.VT);
   }
   count = keptRows(job.n, factors.S, job.threshold, job.mostRows);
   const std::ptrdiff_t rows = std::min<std::ptrdiff_t>(count, extent(job.n));
-  const std::vector<float> projected = projectData(job.m, rows, factors.U, extent(job.m), job.d);
+  const ColumnMajorView<const float> U{factors.U, extent(job.m)};
+  const std::vector<float> projected = projectData(job.m, rows, U, job.d);
   writeKernel(job, rows, factors.S, factors.VT);
   writeData(job, projected);
 }
@@ -96,11 +95,11 @@ void compressInScratch(int mode, const Compression& job, float* scratch, std::in
     status = scratchTooSmall;
     return;
   }
-  // Rows below 0 make the rule ask for less than S and V' take: these then stand elsewhere.
+  // With m below 0 the rule asks for less than S and V' take: an array of their own then.
   const std::ptrdiff_t taken = extent(job.n) * (1 + extent(job.n) + extent(job.m));
   std::vector<float> instead;
   if (taken > scratchLength) {
-    instead.resize(static_cast<std::size_t>(taken));
+    instead.resize(length(taken));
     scratch = instead.data();
   }
   float* U = scratch + extent(job.n);
@@ -116,14 +115,14 @@ constexpr float leastThreshold = 1e-6f;
 
 // W'y, rounded once; `count` rows of W' (rank x rank).
 std::vector<float> projectFactored(const PivotedFactor& factor, int count, const float* WT) {
-  std::vector<float> projected(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) {
+  std::vector<float> projected(length(count));
+  const ColumnMajorView<const float> rowsOfW{WT, factor.rank};
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
     double sum = 0.0;
-    for (int k = 0; k < factor.rank; ++k) {
-      sum += static_cast<double>(WT[i + static_cast<std::ptrdiff_t>(k) * factor.rank]) *
-             factor.projected[static_cast<std::size_t>(k)];
+    for (std::ptrdiff_t k = 0; k < factor.rank; ++k) {
+      sum += double(rowsOfW(i, k)) * factor.projected[length(k)];
     }
-    projected[static_cast<std::size_t>(i)] = static_cast<float>(sum);
+    projected[length(i)] = static_cast<float>(sum);
   }
   return projected;
 }
@@ -138,15 +137,15 @@ bool compressWithoutFactors(const Compression& job, std::int32_t& count, std::in
   }
   const int rank = factor.rank;
   // R' = V S W': V replaces R', column-major.
-  std::vector<float> S(static_cast<std::size_t>(job.n));
-  std::vector<float> WT(static_cast<std::size_t>(rank) * static_cast<std::size_t>(rank));
+  std::vector<float> S(length(job.n));
+  std::vector<float> WT(area(rank, rank));
   decomposeInPlace(job.n, rank, factor.transposed.data(), job.n, S.data(), WT.data());
-  const std::ptrdiff_t n = job.n;
-  std::vector<float> VT(static_cast<std::size_t>(n * n));
+  std::vector<float> VT(area(job.n, job.n));
+  const ColumnMajorView<const float> V{factor.transposed.data(), job.n};
+  const ColumnMajorView<float> transposed{VT.data(), job.n};
   for (std::ptrdiff_t i = 0; i < rank; ++i) {
-    for (std::ptrdiff_t j = 0; j < n; ++j) {
-      VT[static_cast<std::size_t>(i + j * n)] =
-          factor.transposed[static_cast<std::size_t>(j + i * n)];
+    for (std::ptrdiff_t j = 0; j < job.n; ++j) {
+      transposed(i, j) = V(j, i);
     }
   }
   status = compressed;
@@ -168,30 +167,30 @@ void compressInPlace(const Compression& job, float* U, float* V, float* S, std::
   }
   status = compressed;
   const std::ptrdiff_t n = extent(job.n);
-  std::vector<float> VT(static_cast<std::size_t>(n * n));
+  std::vector<float> VT(area(n, n));
   decomposeInPlace(job.m, job.n, U, job.ldK, S, VT.data());
   count = job.mostRows;
   writeKernel(job, n, S, VT.data());
   const std::ptrdiff_t rows = std::min(n, extent(job.ldC));
+  const ColumnMajorView<const float> transposed{VT.data(), n};
+  const ColumnMajorView<float> rightVectors{V, job.ldC};
   for (std::ptrdiff_t j = 0; rows > 0 && j < n; ++j) {
     for (std::ptrdiff_t i = 0; i < rows; ++i) {
-      V[i + j * job.ldC] = VT[static_cast<std::size_t>(j + i * n)];
+      rightVectors(i, j) = transposed(j, i);
     }
   }
-  writeData(job, projectData(job.m, n, U, job.ldK, job.d));
+  writeData(job, projectData(job.m, n, {U, job.ldK}, job.d));
 }
 
 SvdFactors KeptArrays::factorsFor(int m, int n) {
   if (m != m_ || n != n_) {
-    const auto rows = static_cast<std::size_t>(extent(m));
-    const auto columns = static_cast<std::size_t>(extent(n));
     // Emptied first, so that old and new arrays are never held at once.
     U_ = std::vector<float>();
     VT_ = std::vector<float>();
     S_ = std::vector<float>();
-    U_.resize(rows * columns);
-    VT_.resize(columns * columns);
-    S_.resize(columns);
+    U_.resize(area(m, n));
+    VT_.resize(area(n, n));
+    S_.resize(length(n));
     m_ = m;
     n_ = n;
   }

@@ -3,8 +3,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -37,11 +40,11 @@ class LogFile {
     return result;
   }
 
-  /// The lines behind the four of the header.
+  /// The lines after the four of the header.
   std::vector<std::string> body() const {
-    std::vector<std::string> all = lines();
-    all.erase(all.begin(), all.begin() + static_cast<long>(all.size() < 4 ? all.size() : 4));
-    return all;
+    const std::vector<std::string> all = lines();
+    const std::size_t header = std::min<std::size_t>(all.size(), 4);
+    return {std::next(all.begin(), static_cast<std::ptrdiff_t>(header)), all.end()};
   }
 
  private:

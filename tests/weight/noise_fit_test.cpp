@@ -18,10 +18,7 @@ using vorin::test::OpenLog;
 using vorin::test::Workplace;
 using Lines = std::vector<std::string>;
 
-class CalcSEFit : public ::testing::Test {
- protected:
-  void SetUp() override { vorin::test::loadSettings(); }
-};
+class CalcSEFit : public vorin::test::LoadedSettings {};
 
 TEST_F(CalcSEFit, PlainFitOfTheIdentityKernel) {
   OpenLog log("FITU");

@@ -40,10 +40,7 @@ Scanned scan(Workplace& place, float base) {
   return out;
 }
 
-class CalcSEA2 : public ::testing::Test {
- protected:
-  void SetUp() override { vorin::test::loadSettings(); }
-};
+class CalcSEA2 : public vorin::test::LoadedSettings {};
 
 TEST_F(CalcSEA2, ClosedFormOfTheIdentityKernel) {
   // Positive elements are fitted as the weight falls, the negative one never is.

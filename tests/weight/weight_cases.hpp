@@ -6,6 +6,8 @@
 // negative one all of itself.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -69,6 +71,12 @@ inline TestProblem<float> prunedProblem(const TestProblem<float>& full, int targ
   return pruned;
 }
 
+/// Starts each test from the load values of the keys.
+class LoadedSettings : public ::testing::Test {
+ protected:
+  void SetUp() override { loadSettings(); }
+};
+
 /// A problem with the distribution and dual vector as the weight driver starts them.
 struct Workplace {
   explicit Workplace(TestProblem<float> given)
@@ -96,6 +104,13 @@ inline Searched search(Workplace& place, float w, float sigwant, float limit = 4
   weight::Vorin_TargSE(place.problem, place.f.data(), place.c.data(), out.w, sigwant, limit,
                        out.signow, out.iter, out.status);
   return out;
+}
+
+/// The end of a search: its status, the number of its iterations and its last weight.
+inline void expectEnd(const Searched& out, std::int32_t status, float iter, float w) {
+  EXPECT_EQ(out.status, status);
+  EXPECT_EQ(out.iter, iter);
+  EXPECT_EQ(out.w, w);
 }
 
 inline Searched runNoiseMode(Workplace& place) {
@@ -131,9 +146,11 @@ inline double valueBehind(const std::string& line, const std::string& label) {
 
 inline const std::string searchTag = "Vorin_TargSE::";
 
+using Lines = std::vector<std::string>;
+
 /// The lines of the search's iterations among `lines`.
-inline std::vector<std::string> iterations(const std::vector<std::string>& lines) {
-  std::vector<std::string> found;
+inline Lines iterations(const Lines& lines) {
+  Lines found;
   for (const std::string& line : lines) {
     if (line.rfind(searchTag + "I::iw=", 0) == 0) {
       found.push_back(line);

@@ -10,25 +10,12 @@
 #include "support/open_log.hpp"
 #include "weight/weight_cases.hpp"
 
+namespace vorin::test {
 namespace {
 
-using vorin::test::identityProblem;
-using vorin::test::iterations;
-using vorin::test::laplaceProblem;
-using vorin::test::OpenLog;
-using vorin::test::Searched;
-using vorin::test::setNumber;
-using vorin::test::twos;
-using vorin::test::valueBehind;
-using vorin::test::Workplace;
-using Lines = std::vector<std::string>;
+const std::string tag = searchTag;
 
-const std::string tag = vorin::test::searchTag;
-
-class TargSEFailures : public ::testing::Test {
- protected:
-  void SetUp() override { vorin::test::loadSettings(); }
-};
+class TargSEFailures : public LoadedSettings {};
 
 TEST_F(TargSEFailures, FailureAfterAGoodSolveRestoresThatSolve) {
   // Four passes are enough at large weights and not at small ones.
@@ -46,8 +33,7 @@ TEST_F(TargSEFailures, FailureAfterAGoodSolveRestoresThatSolve) {
   EXPECT_EQ(out.iter, static_cast<float>(all.size() - 1));
   EXPECT_NEAR(double(out.w) / valueBehind(good, " w="), 1.0, 1e-4);
   EXPECT_NEAR(double(out.signow) / valueBehind(good, " signow="), 1.0, 1e-4);
-  EXPECT_NEAR(vorin::test::standardErrorOf(place.data, place.f), double(out.signow),
-              1e-4 * double(out.signow));
+  EXPECT_NEAR(standardErrorOf(place.data, place.f), double(out.signow), 1e-4 * double(out.signow));
   // What the failed solve asked for: the weight wanted stays, the new one is tenfold.
   EXPECT_EQ(valueBehind(failed, " wwant="), valueBehind(good, " wwant="));
   EXPECT_NEAR(valueBehind(failed, " wnew=") / valueBehind(failed, " w="), 10.0, 1e-3);
@@ -81,9 +67,7 @@ TEST_F(TargSEFailures, SolvesThatAlwaysFailEndAtTheUpperLimit) {
   OpenLog log("TARGALL");
   Workplace place(identityProblem(twos));
   const Searched out = search(place, 1.0f, 1.0f, 0.0f);
-  EXPECT_EQ(out.status, 22);
-  EXPECT_EQ(out.iter, 5.0f);
-  EXPECT_EQ(out.w, 10000.0f);
+  expectEnd(out, 22, 5.0f, 10000.0f);
   EXPECT_NEAR(place.f[0], 2.0f / 10001.0f, 1e-8f);  // the last solve, not a good one
   EXPECT_NEAR(out.signow, 2.0 * 10000.0 / 10001.0, 1e-5);
   const Lines lines = log.writtenBy(tag);
@@ -140,9 +124,7 @@ TEST_F(TargSEFailures, OtherFailuresWithoutAGoodSolveEndByTheLimitAndLeaveTheDis
   problem.K[0] = 0.5f;
   Workplace place(problem);
   const Searched out = search(place, -0.5f, 1.0f, 0.0f);
-  EXPECT_EQ(out.status, 2);
-  EXPECT_EQ(out.iter, 1.0f);
-  EXPECT_EQ(out.w, 1.0f);
+  expectEnd(out, 2, 1.0f, 1.0f);
   EXPECT_EQ(out.signow, 0.0f);
   EXPECT_EQ(place.f, (std::vector<float>{0, 4, 4, 4}));
   const Lines lines = log.writtenBy(tag);
@@ -174,13 +156,12 @@ TEST_F(TargSEFailures, OtherFailuresAreClearedWhenTheResidualIsOnTarget) {
   float rss = 0.0f;
   float slope = 0.0f;
   std::int32_t status = 0;
-  vorin::brd::vrBRD_s(place.problem, place.f.data(), place.c.data(), -2.0f, rss, slope, status);
+  brd::vrBRD_s(place.problem, place.f.data(), place.c.data(), -2.0f, rss, slope, status);
   ASSERT_GT(status, 2);
   ASSERT_GT(rss, 0.0f);
   const Searched out = search(place, -2.0f, std::sqrt(rss / 4.0f));
-  EXPECT_EQ(out.status, 0);
-  EXPECT_EQ(out.iter, 1.0f);
-  EXPECT_EQ(out.w, -2.0f);
+  expectEnd(out, 0, 1.0f, -2.0f);
 }
 
 }  // namespace
+}  // namespace vorin::test

@@ -13,27 +13,13 @@
 #include "support/open_log.hpp"
 #include "weight/weight_cases.hpp"
 
+namespace vorin::test {
 namespace {
 
-using vorin::test::identityProblem;
-using vorin::test::identityRss;
-using vorin::test::iterations;
-using vorin::test::laplaceProblem;
-using vorin::test::OpenLog;
-using vorin::test::Searched;
-using vorin::test::setNumber;
-using vorin::test::twos;
-using vorin::test::valueBehind;
-using vorin::test::Workplace;
-using Lines = std::vector<std::string>;
-
-const std::string tag = vorin::test::searchTag;
+const std::string tag = searchTag;
 const std::string hyphens = tag + "Comment::--------------------------------------------";
 
-class TargSE : public ::testing::Test {
- protected:
-  void SetUp() override { vorin::test::loadSettings(); }
-};
+class TargSE : public LoadedSettings {};
 
 // A new weight by Newton's rule from the closed form, before any limit.
 double newton(double w, double target, double fraction = 1.0) {
@@ -128,9 +114,7 @@ TEST_F(TargSE, RatioOfOneEndsByTheLimitOfIterations) {
   OpenLog log("TARGONE");
   Workplace place(identityProblem(twos));
   const Searched out = search(place, 1.0f, 0.5f, 40.0f);
-  EXPECT_EQ(out.status, 2);
-  EXPECT_EQ(out.iter, 41.0f);
-  EXPECT_EQ(out.w, 1.0f);
+  expectEnd(out, 2, 41.0f, 1.0f);
   const Lines lines = log.writtenBy(tag);
   EXPECT_EQ(lines.back(), tag + "E::Weight iterations 41 exceeded");
   const Lines all = iterations(lines);
@@ -159,9 +143,7 @@ TEST_F(TargSE, ThirdTouchOfTheLowerLimitIsStatus21) {
   OpenLog log("TARG21");
   Workplace place(identityProblem(twos));
   const Searched out = search(place, 1.0f, 0.0f);
-  EXPECT_EQ(out.status, 21);
-  EXPECT_EQ(out.iter, 3.0f);
-  EXPECT_EQ(out.w, 0.5f);
+  expectEnd(out, 21, 3.0f, 0.5f);
   EXPECT_NEAR(out.signow, 2.0 / 3.0, 1e-6);
   EXPECT_NEAR(place.f[0], 2.0 / 1.5, 1e-6);  // the last solve
   const Lines lines = log.writtenBy(tag);
@@ -178,9 +160,7 @@ TEST_F(TargSE, ThirdTouchOfTheUpperLimitIsStatus22) {
   OpenLog log("TARG22");
   Workplace place(identityProblem(twos));
   const Searched out = search(place, 1.0f, 5.0f);
-  EXPECT_EQ(out.status, 22);
-  EXPECT_EQ(out.iter, 3.0f);
-  EXPECT_EQ(out.w, 3.0f);
+  expectEnd(out, 22, 3.0f, 3.0f);
   EXPECT_NEAR(out.signow, 1.5, 1e-6);
   EXPECT_EQ(log.writtenBy(tag).back(), tag + "E::Wmax    3.000     is hit");
 }
@@ -242,9 +222,7 @@ TEST_F(TargSE, NoIterationsAllowedIsOneSolve) {
   OpenLog log("TARGZERO");
   Workplace place(identityProblem(twos));
   const Searched out = search(place, 1.0f, 0.5f, 0.0f);
-  EXPECT_EQ(out.status, 2);
-  EXPECT_EQ(out.iter, 1.0f);
-  EXPECT_EQ(out.w, 1.0f);
+  expectEnd(out, 2, 1.0f, 1.0f);
   EXPECT_EQ(out.signow, 1.0f);
   EXPECT_EQ(place.f, std::vector<float>(4, 1.0f));
   EXPECT_EQ(log.writtenBy(tag).back(), tag + "E::Weight iterations  1 exceeded");
@@ -316,15 +294,14 @@ TEST_F(TargSE, EmptyProblemsEnd) {
         continue;
       }
       const std::vector<float> d(2, 1.0f);
-      vorin::brd::Problem<float> problem(m, n, d.data(), d.data());
+      brd::Problem<float> problem(m, n, d.data(), d.data());
       std::vector<float> f(2, 5.0f);
       std::vector<float> c(2, 1.0f);
       float w = 1.0f;
       float signow = -1.0f;
       float iter = -1.0f;
       std::int32_t status = -1;
-      vorin::weight::Vorin_TargSE(problem, f.data(), c.data(), w, 0.5f, 40.0f, signow, iter,
-                                  status);
+      weight::Vorin_TargSE(problem, f.data(), c.data(), w, 0.5f, 40.0f, signow, iter, status);
       EXPECT_TRUE(status == 2 || status == 21) << m << ' ' << n << ' ' << status;
       if (n < 1) {
         EXPECT_EQ(f, std::vector<float>(2, 5.0f));
@@ -345,3 +322,4 @@ TEST_F(TargSE, NothingIsRememberedBetweenCalls) {
 }
 
 }  // namespace
+}  // namespace vorin::test
