@@ -82,9 +82,9 @@ std::vector<Rung> ladder(const toolkit::Decay& decay, toolkit::Kernel kernel, in
   const toolkit::ReducedProblem reduced = problem.reduced();
   toolkit::PenalisedFits fits(reduced);
   std::vector<Rung> result;
-  constexpr int kRungs = 45;
+  constexpr int gridWeights = 45;
   *rows = reduced.rows;
-  for (int i = 0; i < kRungs; ++i) {
+  for (int i = 0; i < gridWeights; ++i) {
     const double weight = fits.largestColumn() * std::pow(10.0, 2.0 - 0.25 * i);
     std::vector<double> f;
     Rung rung{fits.at(weight, &f), {settings.grid, {}}};

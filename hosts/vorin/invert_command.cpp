@@ -170,7 +170,7 @@ void addGroup(CLI::App& line, const std::string& heading, Options& options) {
   }
 }
 
-constexpr const char* kExamples =
+constexpr const char* exampleRows =
     "Examples:\n"
     "  vorin invert train.csv\n"
     "      T2 distribution of an echo train: two columns, seconds and amplitude\n"
@@ -199,7 +199,7 @@ Command addInvertCommand(CLI::App& program) {
   addGroup(*line, "What is read", options->input);
   addGroup(*line, "How it is inverted", options->method);
   addGroup(*line, "What is left", options->output);
-  line->footer(kExamples);
+  line->footer(exampleRows);
   return {line, [options] { return runInvert(*options); }};
 }
 

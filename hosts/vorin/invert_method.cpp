@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* kStandardRejection = "4";
+constexpr const char* standardRejection = "4";
 
 /// Adds an option whose value may be left out. A file that follows it on the line would be
 /// taken for its value and missed elsewhere; what begins like no number is told as that.
@@ -66,7 +66,7 @@ void MethodOptions::addTo(CLI::App& line) {
                    "Compress the (binned) samples to N rows at most by a singular value\n"
                    "decomposition, without those of a singular value not above RATIO\n"
                    "times the largest (20,1e-6 where no value is given)");
-  addOptionalValue(line, "--reject-outliers", rejectOutliers, "K|robust[,K]", kStandardRejection,
+  addOptionalValue(line, "--reject-outliers", rejectOutliers, "K|robust[,K]", standardRejection,
                    "Leave out samples that a first fit misses by K standard deviations\n"
                    "of the noise or more (4 where no value is given): by the library's\n"
                    "ridge fit, with their bins; robust by an unpenalised fit, alone");

@@ -13,13 +13,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kStem = "{}";
+constexpr std::string_view stemMark = "{}";
 
 /// `pattern` with the stem of `input` in place of each {}.
 std::string nameFor(std::string pattern, const std::string& input) {
   const std::string stem = input == "-" ? "stdin" : fs::path(input).stem().string();
-  for (std::size_t at = 0; (at = pattern.find(kStem, at)) != std::string::npos; at += stem.size()) {
-    pattern.replace(at, kStem.size(), stem);
+  for (std::size_t at = 0; (at = pattern.find(stemMark, at)) != std::string::npos;
+       at += stem.size()) {
+    pattern.replace(at, stemMark.size(), stem);
   }
   return pattern;
 }
@@ -54,7 +55,7 @@ InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std:
   if (name.empty()) {
     return targets;
   }
-  if (inputs.size() > 1 && name.find(kStem) == std::string::npos) {
+  if (inputs.size() > 1 && name.find(stemMark) == std::string::npos) {
     throw UserError(fmt::format(
         "{} {}: there are {} decays; put {{}} into the name, which stands for the name of each "
         "without its folder and ending",
@@ -89,7 +90,7 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
   plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", input.files);
   log_ = announceEach(options.log, "--log", input.files);
   // One file holds all decays unless its name asks for one each.
-  if (options.json.find(kStem) != std::string::npos) {
+  if (options.json.find(stemMark) != std::string::npos) {
     jsonEach_ = announceEach(options.json, "--json", input.files);
   } else if (!options.json.empty() && !jsonToOutput_) {
     jsonOfAll_ = files_.announce(options.json, "--json");

@@ -126,7 +126,7 @@ struct Row {
   std::string_view text;
 };
 
-constexpr std::array<Row, 5> kFiles{{
+constexpr std::array<Row, 5> fileRows{{
     {"FILE.csv",
      "Decays and distributions: comma, semicolon, tab or blanks between the fields, decimals with "
      "a point; lines that begin with # and empty lines are passed over, and one header line may "
@@ -141,7 +141,7 @@ constexpr std::array<Row, 5> kFiles{{
     {"libVorin01056.so", "The library that does the work."},
 }};
 
-constexpr std::array<Row, 3> kExitStatus{{
+constexpr std::array<Row, 3> exitStatus{{
     {"0", "Success."},
     {"1",
      "The inversion did not succeed. The summary says why and what to try, and the files are "
@@ -152,7 +152,7 @@ constexpr std::array<Row, 3> kExitStatus{{
 }};
 
 /// Each works in the folder in which those before it ran.
-constexpr std::array<Row, 6> kExamples{{
+constexpr std::array<Row, 6> exampleRows{{
     {"vorin simulate --out decay.csv --truth truth.csv", "Make a computed decay with known truth."},
     {"vorin invert decay.csv --truth truth.csv",
      "Invert it, with a weight that suits its noise, and compare."},
@@ -174,7 +174,7 @@ std::string tagList(const std::array<Row, Size>& rows) {
 
 std::string examplesText() {
   std::string text;
-  for (const Row& example : kExamples) {
+  for (const Row& example : exampleRows) {
     text += ".PP\n" + filled(example.text) + ".PP\n.nf\n.RS 4\n" + escaped(example.head) +
             "\n.RE\n.fi\n";
   }
@@ -201,8 +201,8 @@ std::string manualPage(const CLI::App& program, const std::string& version) {
   for (const CLI::App* line : shownCommands(program)) {
     page += commandText(*line);
   }
-  page += ".SH FILES\n" + tagList(kFiles);
-  page += ".SH EXIT STATUS\n" + tagList(kExitStatus);
+  page += ".SH FILES\n" + tagList(fileRows);
+  page += ".SH EXIT STATUS\n" + tagList(exitStatus);
   page += ".SH EXAMPLES\n" + examplesText();
   page += ".SH SEE ALSO\n.BR gnuplot (1)\n.PP\n";
   page += filled(

@@ -81,10 +81,10 @@ std::string pictureOf(const fs::path& picture, const Shown& shown, const Scratch
   const SaveSection& section = shown.section;
   const Distribution found = distributionOf(section);
   const double mean = logMean(found);
-  constexpr std::size_t kLongestName = 50;
+  constexpr std::size_t longestName = 50;
   PictureContent content;
   content.title = fmt::format("{:.{}}: weight {}, standard error {}, status {}",
-                              fs::path(shown.file).filename().string(), kLongestName,
+                              fs::path(shown.file).filename().string(), longestName,
                               significant(section.number("CWEI"), 3),
                               significant(section.number("CSE"), 3), section.setting("CSTA"));
   content.time = section.time;

@@ -138,14 +138,14 @@ void measureLines(Lines out, const SaveSection& section) {
 
 /// All settings as saved, some to a line; a hyphen stands for no text.
 void settingLines(Lines out, const SaveSection& section) {
-  constexpr std::size_t kColumns = 4;
+  constexpr std::size_t columnCount = 4;
   std::string row;
   std::string_view label = "settings";
   for (std::size_t i = 0; i < section.settings.size(); ++i) {
     const SavedSetting& setting = section.settings[i];
     row += fmt::format("{:<4} {:<13}", inOneLine(setting.key),
                        setting.text.empty() ? "-" : inOneLine(setting.text));
-    if (i % kColumns == kColumns - 1 || i + 1 == section.settings.size()) {
+    if (i % columnCount == columnCount - 1 || i + 1 == section.settings.size()) {
       row.erase(row.find_last_not_of(' ') + 1);
       line(out, label, row);
       row.clear();

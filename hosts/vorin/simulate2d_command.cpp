@@ -139,8 +139,8 @@ ExitStatus runSimulate2d(const Simulate2dOptions& options) {
   const auto chosen = static_cast<std::uint64_t>(*seed);
   outputs.write(out, channel(std::cos(phase), chosen));
   if (!imaginary.empty()) {
-    constexpr std::uint64_t kOtherChannel = 0x9E3779B97F4A7C15U;  // far from every small seed
-    outputs.write(imaginary, channel(std::sin(phase), chosen + kOtherChannel));
+    constexpr std::uint64_t otherChannel = 0x9E3779B97F4A7C15U;  // far from every small seed
+    outputs.write(imaginary, channel(std::sin(phase), chosen + otherChannel));
   }
   if (!truthFile.empty()) {
     outputs.write(truthFile, matrixCsv(settings.grid1, settings.grid2, truth, 7));

@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 struct SimulateOptions {
   std::string kernel = "t2";
   std::vector<std::string> peaks{"0.008:0.15:30", "0.09:0.15:70"};
-  std::string spacing;  ///< none: kSpacing; likewise the samples
+  std::string spacing;  ///< none: defaultSpacing; likewise the samples
   std::string samples;
   std::string times;
   std::string noise = "0.2";
@@ -43,8 +43,8 @@ struct SimulateOptions {
   std::string truth;
 };
 
-constexpr std::string_view kSpacing = "0.0002";
-constexpr std::string_view kSamples = "3000";
+constexpr std::string_view defaultSpacing = "0.0002";
+constexpr std::string_view defaultSamples = "3000";
 
 std::string_view orDefault(const std::string& text, std::string_view otherwise) {
   return text.empty() ? otherwise : std::string_view(text);
@@ -56,10 +56,10 @@ std::string commandText(const SimulateOptions& options) {
   for (const std::string& peak : options.peaks) {
     text += " --peak " + peak;
   }
-  text += options.times.empty()
-              ? fmt::format(" --spacing {} --samples {}", orDefault(options.spacing, kSpacing),
-                            orDefault(options.samples, kSamples))
-              : " --times " + options.times;
+  text += options.times.empty() ? fmt::format(" --spacing {} --samples {}",
+                                              orDefault(options.spacing, defaultSpacing),
+                                              orDefault(options.samples, defaultSamples))
+                                : " --times " + options.times;
   text += fmt::format(" --noise {} --seed {}", options.noise, options.seed);
   if (!options.phase.empty()) {
     text += " --phase " + options.phase;
@@ -81,18 +81,18 @@ std::vector<double> sampleTimes(const SimulateOptions& options) {
     }
     return parseGrid(options.times, "--times").times();
   }
-  const std::string_view spacingText = orDefault(options.spacing, kSpacing);
+  const std::string_view spacingText = orDefault(options.spacing, defaultSpacing);
   const auto spacing = parseNumber(spacingText);
   if (!spacing || !(*spacing > 0.0 && *spacing <= 1e20)) {
     throw UserError(
         fmt::format("--spacing {}: a time in seconds above 0 is wanted", inQuotes(spacingText)));
   }
-  const std::string_view samplesText = orDefault(options.samples, kSamples);
+  const std::string_view samplesText = orDefault(options.samples, defaultSamples);
   const auto samples = parseInteger(samplesText);
-  constexpr long long kMostSamples = 10'000'000;
-  if (!samples || *samples < 2 || *samples > kMostSamples) {
+  constexpr long long mostSamples = 10'000'000;
+  if (!samples || *samples < 2 || *samples > mostSamples) {
     throw UserError(fmt::format("--samples {}: a whole number from 2 to {} is wanted",
-                                inQuotes(samplesText), kMostSamples));
+                                inQuotes(samplesText), mostSamples));
   }
   std::vector<double> times(static_cast<std::size_t>(*samples));
   for (std::size_t i = 0; i < times.size(); ++i) {

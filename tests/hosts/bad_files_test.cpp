@@ -44,31 +44,31 @@ TEST_P(BadFiles, AreRefusedInOneSentence) {
   EXPECT_EQ(contentOf(folder / "other.csv"), bad.other);
 }
 
-const std::string kGood = "0.001,3\n0.002,2\n0.003,1.5\n";
-const std::string kThree = "time,re,im\n0.001,3.5,0\n0.002,2,0.1\n";
-const std::string kTwoFields = "; a row wants 2, time and amplitude, separated by a comma";
-const std::string kNoRows =
+const std::string goodText = "0.001,3\n0.002,2\n0.003,1.5\n";
+const std::string threeColumns = "time,re,im\n0.001,3.5,0\n0.002,2,0.1\n";
+const std::string twoFields = "; a row wants 2, time and amplitude, separated by a comma";
+const std::string noRows =
     "decay.csv: there are no rows of numbers; give one row a sample, time,amplitude";
-const std::string kNumber = " is not a number; write one such as 0.0012 or 1.2e-3";
-const std::string kFinite = " is not a finite number; leave out samples without a value";
-const std::string kCut = "; the file ends within this line, it may have been cut off";
-const std::string kWhichColumns =
+const std::string notANumberText = " is not a number; write one such as 0.0012 or 1.2e-3";
+const std::string notFiniteText = " is not a finite number; leave out samples without a value";
+const std::string cutOffText = "; the file ends within this line, it may have been cut off";
+const std::string whichColumns =
     "; say by --columns which hold time and amplitude, for instance --columns 1,2, or 1,2,3 with "
     "the imaginary channel of complex data";
-const std::string kUtf16Mark("\xFF\xFE", 2);
+const std::string utf16Mark("\xFF\xFE", 2);
 
-const auto kName = [](const testing::TestParamInfo<BadFile>& row) { return row.param.what; };
+const auto caseName = [](const testing::TestParamInfo<BadFile>& row) { return row.param.what; };
 
 INSTANTIATE_TEST_SUITE_P(NoRows, BadFiles,
                          testing::ValuesIn(std::vector<BadFile>{
-                             {"Empty", "", kNoRows},
-                             {"BlankLines", "\n \n\r\n\r", kNoRows},
-                             {"CommentsOnly", "# nothing\n# here\n", kNoRows},
-                             {"HeaderOnly", "time_s,amplitude\n", kNoRows},
+                             {"Empty", "", noRows},
+                             {"BlankLines", "\n \n\r\n\r", noRows},
+                             {"CommentsOnly", "# nothing\n# here\n", noRows},
+                             {"HeaderOnly", "time_s,amplitude\n", noRows},
                              {"OneRow", "time,amplitude\n0.001,3\n",
                               "decay.csv, line 2: this is the only row; a decay wants 2 at least"},
                          }),
-                         kName);
+                         caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     NoText, BadFiles,
@@ -77,8 +77,8 @@ INSTANTIATE_TEST_SUITE_P(
          "decay.csv, line 2: this is no text (a byte is 0); give a text file with one row a "
          "sample"},
         {"ControlCharacters", "\x7f\x01\x02\n\x03\n",
-         "decay.csv, line 1: this row has 1 field" + kTwoFields},
-        {"Utf16", kUtf16Mark + std::string("0\0,\0001\0\n\0", 8),
+         "decay.csv, line 1: this row has 1 field" + twoFields},
+        {"Utf16", utf16Mark + std::string("0\0,\0001\0\n\0", 8),
          "decay.csv: this is a UTF-16 text; save it as UTF-8 or as plain text"},
         {"Utf16BigEndian", "\xFE\xFF" + std::string("\0000\0,\0001\0\n", 8),
          "decay.csv: this is a UTF-16 text; save it as UTF-8 or as plain text"},
@@ -93,45 +93,47 @@ INSTANTIATE_TEST_SUITE_P(
          "decay.csv, line 1: this line has more than 1000000 characters; give one row a sample, "
          "each on a line of its own"},
     }),
-    kName);
+    caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Fields, BadFiles,
     testing::ValuesIn(std::vector<BadFile>{
-        {"WordAsTime", "0.001,3\nabc,2\n", "decay.csv, line 2: the time \"abc\"" + kNumber},
+        {"WordAsTime", "0.001,3\nabc,2\n", "decay.csv, line 2: the time \"abc\"" + notANumberText},
         {"WordAsAmplitude", "# c\nt,a\n0.001,3\n0.002,two\n",
-         "decay.csv, line 4: the amplitude \"two\"" + kNumber},
+         "decay.csv, line 4: the amplitude \"two\"" + notANumberText},
         {"WordInTheFirstRow", "0.001,x\n0.002,2\n",
-         "decay.csv, line 1: the amplitude \"x\"" + kNumber},
-        {"TextInTheMiddle", kGood + "end of part 1,\n0.004,1\n",
-         "decay.csv, line 4: the time \"end of part 1\"" + kNumber},
+         "decay.csv, line 1: the amplitude \"x\"" + notANumberText},
+        {"TextInTheMiddle", goodText + "end of part 1,\n0.004,1\n",
+         "decay.csv, line 4: the time \"end of part 1\"" + notANumberText},
         {"SecondHeader", "time,amplitude\nin s,in V\n0.001,3\n",
-         "decay.csv, line 2: the time \"in s\"" + kNumber},
+         "decay.csv, line 2: the time \"in s\"" + notANumberText},
         {"MissingAmplitude", "0.001,3\n0.002,\n",
          "decay.csv, line 2: the amplitude is missing; write a number such as 0.0012"},
         {"MissingTime", "0.001\t3\n\"\"\t2\n",
          "decay.csv, line 2: the time is missing; write a number such as 0.0012"},
-        {"NanTime", "nan,3\n0.002,2\n", "decay.csv, line 1: the time \"nan\"" + kFinite},
+        {"NanTime", "nan,3\n0.002,2\n", "decay.csv, line 1: the time \"nan\"" + notFiniteText},
         {"NanAmplitude", "0.001,3\n0.002,NaN\n",
-         "decay.csv, line 2: the amplitude \"NaN\"" + kFinite},
+         "decay.csv, line 2: the amplitude \"NaN\"" + notFiniteText},
         {"InfiniteAmplitude", "0.001,-inf\n0.002,2\n",
-         "decay.csv, line 1: the amplitude \"-inf\"" + kFinite},
-        {"InfiniteTime", "0.001,3\n1e999,2\n", "decay.csv, line 2: the time \"1e999\"" + kFinite},
+         "decay.csv, line 1: the amplitude \"-inf\"" + notFiniteText},
+        {"InfiniteTime", "0.001,3\n1e999,2\n",
+         "decay.csv, line 2: the time \"1e999\"" + notFiniteText},
     }),
-    kName);
+    caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Layout, BadFiles,
     testing::ValuesIn(std::vector<BadFile>{
-        {"OneColumn", "0.001\n0.002\n", "decay.csv, line 1: this row has 1 field" + kTwoFields},
+        {"OneColumn", "0.001\n0.002\n", "decay.csv, line 1: this row has 1 field" + twoFields},
         {"TooFewFields", "0.001,3\n0.002\n0.003,1\n",
-         "decay.csv, line 2: this row has 1 field" + kTwoFields},
-        {"CutOff", "0.001,3\n0.00", "decay.csv, line 2: this row has 1 field" + kTwoFields + kCut},
+         "decay.csv, line 2: this row has 1 field" + twoFields},
+        {"CutOff", "0.001,3\n0.00",
+         "decay.csv, line 2: this row has 1 field" + twoFields + cutOffText},
         {"TooManyFields", "0.001,3\n0.002,2,1\n",
-         "decay.csv, line 2: this row has 3 fields" + kTwoFields},
-        {"ThreeColumns", kThree, "decay.csv, line 2: this row has 3 fields" + kWhichColumns},
+         "decay.csv, line 2: this row has 3 fields" + twoFields},
+        {"ThreeColumns", threeColumns, "decay.csv, line 2: this row has 3 fields" + whichColumns},
         {"RaggedColumns",
-         kThree + "0.003,1\n0.004,1,0\n",
+         threeColumns + "0.003,1\n0.004,1,0\n",
          "decay.csv, line 4: this row has 2 fields, but the first (line 2) has 3",
          {"--columns", "1,2"}},
         {"MixedSeparators", "0.001,3\n0.002;2\n",
@@ -148,9 +150,9 @@ INSTANTIATE_TEST_SUITE_P(
          "decay.csv, line 2: decimals stand behind a point here and behind a comma in line 1; "
          "write one of them"},
         {"ThousandsSeparator", "0,001;1.234,5\n0,002;2\n",
-         "decay.csv, line 1: the amplitude \"1.234,5\"" + kNumber},
+         "decay.csv, line 1: the amplitude \"1.234,5\"" + notANumberText},
     }),
-    kName);
+    caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Values, BadFiles,
@@ -177,36 +179,36 @@ INSTANTIATE_TEST_SUITE_P(
         {"TinyAmplitudes", "0.001,3e-200\n0.002,1e-200\n",
          "decay.csv: no amplitude is above 1e-100; give them in another unit"},
     }),
-    kName);
+    caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Columns, BadFiles,
     testing::ValuesIn(std::vector<BadFile>{
         {"ColumnOutOfRange",
-         kThree,
+         threeColumns,
          "--columns \"1,4\": there is no column 4 in decay.csv, which has 3",
          {"--columns", "1,4"}},
         {"ColumnZero",
-         kThree,
+         threeColumns,
          "--columns \"0,1\": there is no column 0 in decay.csv, which has 3",
          {"--columns", "0,1"}},
         {"ColumnNameUnknown",
-         kThree,
+         threeColumns,
          "--columns \"time,real\": there is no column \"real\" in decay.csv, whose columns are "
          "\"time\", \"re\", \"im\"",
          {"--columns", "time,real"}},
         {"ColumnNameWithoutAHeader",
-         kGood,
+         goodText,
          "--columns \"t,re\": decay.csv has no header line with names for its 2 columns; give "
          "their "
          "numbers",
          {"--columns", "t,re"}},
         {"ColumnNamedTwice",
-         kThree,
+         threeColumns,
          "--columns \"1,time\": column 1 of decay.csv is named twice",
          {"--columns", "1,time"}},
         {"ImaginaryColumnMissing",
-         kGood,
+         goodText,
          "--columns \"1,2,3\": there is no column 3 in decay.csv, which has 2",
          {"--columns", "1,2,3"}},
         {"ImaginaryValueMissing",
@@ -214,64 +216,64 @@ INSTANTIATE_TEST_SUITE_P(
          "decay.csv, line 3: the imaginary amplitude is missing; write a number such as 0.0012",
          {"--columns", "t,re,im"}},
     }),
-    kName);
+    caseName);
 
-const std::string kFourValues = "1,2\n3,4\n";
+const std::string fourValues = "1,2\n3,4\n";
 
 INSTANTIATE_TEST_SUITE_P(
     KernelsAndGrids, BadFiles,
     testing::ValuesIn(std::vector<BadFile>{
         {"KernelOfOtherRows",
-         kGood,
+         goodText,
          "--kernel other.csv: the matrix has 2 rows and 2 columns, but decay.csv has 3 samples and "
          "the grid 2 values; 3 rows and 2 columns are wanted",
          {"--kernel", "other.csv", "--grid", "1:2:2"},
-         kFourValues},
+         fourValues},
         {"KernelOfOtherColumns",
-         kGood,
+         goodText,
          "--kernel other.csv: the matrix has 3 rows and 2 columns, but decay.csv has 3 samples and "
          "the grid 4 values; 3 rows and 4 columns are wanted",
          {"--kernel", "other.csv", "--grid", "1:2:4"},
-         kFourValues + "5,6\n"},
+         fourValues + "5,6\n"},
         {"RaggedKernel",
-         kGood,
+         goodText,
          "other.csv, line 2: this row has 1 field, but the first (line 1) has 2",
          {"--kernel", "other.csv", "--grid", "1:2:2"},
          "1,2\n3\n5,6\n"},
         {"EmptyKernel",
-         kGood,
+         goodText,
          "other.csv: there are no rows of numbers; give one row a sample, one number for each "
          "value of the grid",
          {"--kernel", "other.csv", "--grid", "1:2:2"}},
         {"WordInTheKernel",
-         kGood,
-         "other.csv, line 2: the kernel value \"x\"" + kNumber,
+         goodText,
+         "other.csv, line 2: the kernel value \"x\"" + notANumberText,
          {"--kernel", "other.csv", "--grid", "1:2:2"},
          "1,2\n3,x\n"},
         {"GridFileFalls",
-         kGood,
+         goodText,
          "other.csv, line 2: the time 1 does not rise above the 2 of the row before; sort the rows "
          "by time, each time once",
          {"--grid", "other.csv"},
          "2\n1\n"},
         {"GridFileFromZero",
-         kGood,
+         goodText,
          "other.csv, line 1: the time 0 is 0; times are in seconds, above 0",
          {"--grid", "other.csv"},
          "0\n1\n"},
         {"GridFileOfOneValue",
-         kGood,
+         goodText,
          "--grid other.csv: a grid has 2 to 10000 values, this file has 1",
          {"--grid", "other.csv"},
          "1\n"},
         {"TruthOfOneColumn",
-         kGood,
+         goodText,
          "other.csv, line 1: this row has 1 field; a row wants 2, relaxation time and amplitude, "
          "separated by a comma",
          {"--truth", "other.csv"},
          "1\n2\n"},
     }),
-    kName);
+    caseName);
 
 TEST(BadFile, Missing) {
   const TemporaryFolder folder;
@@ -331,8 +333,8 @@ TEST(BadFile, AmongGoodOnesIsRefusedBeforeAnyWork) {
   }
   writeFile(folder / "good.csv", noisy);
   for (const auto& [content, sentence] : std::vector<std::pair<std::string, std::string>>{
-           {"0.001,3\nabc,2\n", "bad.csv, line 2: the time \"abc\"" + kNumber},
-           {kGood,
+           {"0.001,3\nabc,2\n", "bad.csv, line 2: the time \"abc\"" + notANumberText},
+           {goodText,
             "bad.csv: the data show no noise to aim the fit at (too few samples, or computed "
             "data); give the noise by --noise SIGMA or a weight by --weight W"}}) {
     writeFile(folder / "bad.csv", content);

@@ -10,7 +10,7 @@
 namespace vorin::toolkit::test {
 namespace {
 
-const std::string kGood = "0.001,3\n0.002,2\n0.003,1.5\n";
+const std::string goodText = "0.001,3\n0.002,2\n0.003,1.5\n";
 
 struct BadOptions {
   const char* what;
@@ -26,7 +26,7 @@ class BadOptionsTest : public testing::TestWithParam<BadOptions> {};
 
 TEST_P(BadOptionsTest, AreRefusedInOneSentence) {
   const TemporaryFolder folder;
-  writeFile(folder / "decay.csv", kGood);
+  writeFile(folder / "decay.csv", goodText);
   writeFile(folder / "negative.csv", "0.01,1\n0.1,-1\n");
   const Outcome outcome = runProgram(folder.path(), GetParam().words);
   EXPECT_EQ(outcome.status, 2);
@@ -53,24 +53,24 @@ std::vector<std::string> simulate(std::vector<std::string> options) {
   return words;
 }
 
-const std::string kGridHelp =
+const std::string gridHelp =
     "; write FROM:TO:N, for instance 0.0001:10:100 for 100 times from 0.1 ms to 10 s";
-const std::string kColumnsHelp =
+const std::string columnsHelp =
     ": two or three columns are wanted, by number from 1 or by name, with commas between them; "
     "write for instance 1,2, or 1,2,3 with an imaginary channel";
-const std::string kHelp = "; vorin --help lists the commands, vorin COMMAND --help its options";
+const std::string helpHint = "; vorin --help lists the commands, vorin COMMAND --help its options";
 
 INSTANTIATE_TEST_SUITE_P(
     Options, BadOptionsTest,
     testing::ValuesIn(std::vector<BadOptions>{
-        {"NoCommand", {}, "A subcommand is required" + kHelp},
-        {"NoFile", {"invert"}, "FILE is required" + kHelp},
+        {"NoCommand", {}, "A subcommand is required" + helpHint},
+        {"NoFile", {"invert"}, "FILE is required" + helpHint},
         {"UnknownOption", invert({"--wieght=3"}),
-         "The following argument was not expected: --wieght=3" + kHelp},
+         "The following argument was not expected: --wieght=3" + helpHint},
         {"GridOfNoFile", invert({"--grid", "no.csv"}),
-         "--grid \"no.csv\": three numbers with colons between them are wanted" + kGridHelp},
+         "--grid \"no.csv\": three numbers with colons between them are wanted" + gridHelp},
         {"GridOfAnotherUnit", invert({"--grid", "1ms:1km:100"}),
-         "--grid \"1ms:1km:100\": the times are not both numbers" + kGridHelp},
+         "--grid \"1ms:1km:100\": the times are not both numbers" + gridHelp},
         {"GridOfDiffusion", invert({"--kernel", "diffusion", "--grid", "1ms:1s:100"}),
          "--grid \"1ms:1s:100\": the values are not both numbers; write FROM:TO:N, for instance "
          "1e-12:1e-8:100 for 100 coefficients in m2/s"},
@@ -78,9 +78,9 @@ INSTANTIATE_TEST_SUITE_P(
          "--time-unit \"min\": write s, ms, us or ns"},
         {"TimeUnitOfBValues", invert({"--kernel", "diffusion", "--time-unit", "ms"}),
          "--time-unit \"ms\": write s/m2, s/cm2, s/mm2 or ms/um2"},
-        {"OneColumnOnly", invert({"--columns", "2"}), "--columns \"2\"" + kColumnsHelp},
-        {"FourColumns", invert({"--columns", "1,2,3,4"}), "--columns \"1,2,3,4\"" + kColumnsHelp},
-        {"EmptyColumn", invert({"--columns", "1,,3"}), "--columns \"1,,3\"" + kColumnsHelp},
+        {"OneColumnOnly", invert({"--columns", "2"}), "--columns \"2\"" + columnsHelp},
+        {"FourColumns", invert({"--columns", "1,2,3,4"}), "--columns \"1,2,3,4\"" + columnsHelp},
+        {"EmptyColumn", invert({"--columns", "1,,3"}), "--columns \"1,,3\"" + columnsHelp},
         {"MatrixWithoutAGrid", invert({"--kernel", "negative.csv"}),
          "--kernel negative.csv: a matrix wants the values that its columns stand for; give them "
          "by --grid FROM:TO:N or --grid FILE"},
@@ -100,17 +100,17 @@ INSTANTIATE_TEST_SUITE_P(
         {"OutputIsTheTruth", invertAt1({"--truth", "decay.csv", "--json", "decay.csv"}),
          "--json decay.csv: this is the file that is read; give another name"},
         {"GridOfTwo", invert({"--grid", "1:2"}),
-         "--grid \"1:2\": three numbers with colons between them are wanted" + kGridHelp},
+         "--grid \"1:2\": three numbers with colons between them are wanted" + gridHelp},
         {"GridOfWords", invert({"--grid", "a:b:3"}),
-         "--grid \"a:b:3\": the times are not both numbers" + kGridHelp},
+         "--grid \"a:b:3\": the times are not both numbers" + gridHelp},
         {"GridFalls", invert({"--grid", "2:1:100"}),
-         "--grid \"2:1:100\": the times must be above 0 and rise" + kGridHelp},
+         "--grid \"2:1:100\": the times must be above 0 and rise" + gridHelp},
         {"GridFromZero", invert({"--grid", "0:1:100"}),
-         "--grid \"0:1:100\": the times must be above 0 and rise" + kGridHelp},
+         "--grid \"0:1:100\": the times must be above 0 and rise" + gridHelp},
         {"GridOfOnePoint", invert({"--grid", "1:2:1"}),
-         "--grid \"1:2:1\": the count must be from 2 to 10000" + kGridHelp},
+         "--grid \"1:2:1\": the count must be from 2 to 10000" + gridHelp},
         {"GridOfHalfAPoint", invert({"--grid", "1:2:2.5"}),
-         "--grid \"1:2:2.5\": the count is not a whole number" + kGridHelp},
+         "--grid \"1:2:2.5\": the count is not a whole number" + gridHelp},
         {"NoiseAboveTheData", invert({"--noise", "3"}),
          "--noise 3 is no less than the largest amplitude, 3; give it in the unit of the data"},
         {"NoNoiseToBeFound", invert({}),

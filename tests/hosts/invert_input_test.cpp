@@ -24,7 +24,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
+const std::string sampleFile = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
 
 /// A decay as text, a row for each of `times`, by `row`.
 std::string rows(const Decay& decay, const std::function<std::string(double, double)>& row) {
@@ -53,8 +53,8 @@ Distribution inverted(const TemporaryFolder& folder, Words options, std::string_
 
 TEST(InvertInput, EveryFormOfAFileGivesTheSameDistribution) {
   const TemporaryFolder folder;
-  const Decay sample = readDecay(kSample);
-  fs::copy_file(kSample, folder / "decay.txt");
+  const Decay sample = readDecay(sampleFile);
+  fs::copy_file(sampleFile, folder / "decay.txt");
   const Distribution expected = inverted(folder, {});
   struct Form {
     std::string content;
@@ -82,16 +82,16 @@ TEST(InvertInput, EveryFormOfAFileGivesTheSameDistribution) {
 
 TEST(InvertInput, StandardInputIsReadLikeAFile) {
   const TemporaryFolder folder;
-  const std::string content = contentOf(kSample);
+  const std::string content = contentOf(sampleFile);
   const Distribution found = inverted(folder, {}, content);
-  fs::copy_file(kSample, folder / "decay.txt");
+  fs::copy_file(sampleFile, folder / "decay.txt");
   const Distribution expected = inverted(folder, {});
   EXPECT_EQ(found.amplitude, expected.amplitude);
 }
 
 TEST(InvertInput, ComplexDataAreTurnedAndTellTheirNoise) {
   const TemporaryFolder folder;
-  const Decay sample = readDecay(kSample);
+  const Decay sample = readDecay(sampleFile);
   const double angle = -2.1;  // beyond a right angle: the sign must be found too
   NormalNoise noise(5);
   writeFile(folder / "decay.txt", "t,re,im\n" + rows(sample, [&](double t, double y) {
@@ -168,8 +168,8 @@ TEST(InvertInput, TwoDiffusionCoefficientsAreFound) {
 
 TEST(InvertInput, AMatrixOfT2GivesWhatTheT2KernelGives) {
   const TemporaryFolder folder;
-  fs::copy_file(kSample, folder / "decay.txt");
-  const Decay sample = readDecay(kSample);
+  fs::copy_file(sampleFile, folder / "decay.txt");
+  const Decay sample = readDecay(sampleFile);
   const std::vector<double> grid = LogGrid{1e-4, 10.0, 40}.times();
   std::string text;
   for (double t : sample.time) {
@@ -197,7 +197,7 @@ TEST(InvertInput, AMatrixOfT2GivesWhatTheT2KernelGives) {
 
 TEST(InvertInput, AGridFileIsTakenAsItStands) {
   const TemporaryFolder folder;
-  fs::copy_file(kSample, folder / "decay.txt");
+  fs::copy_file(sampleFile, folder / "decay.txt");
   writeFile(folder / "grid.txt", "0.001\n0.005\n0.01\n0.04\n0.1\n0.2\n1\n");
   EXPECT_EQ(inverted(folder, {"--grid", "grid.txt", "--noise", "1"}).time,
             (std::vector<double>{0.001, 0.005, 0.01, 0.04, 0.1, 0.2, 1.0}));

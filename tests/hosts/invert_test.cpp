@@ -17,12 +17,12 @@
 namespace vorin::toolkit::test {
 namespace {
 
-const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
-const std::string kSampleTruth = std::string(VORIN_SAMPLE_DIR) + "/decay_truth.csv";
+const std::string sampleFile = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
+const std::string sampleTruth = std::string(VORIN_SAMPLE_DIR) + "/decay_truth.csv";
 
 TEST(Invert, PrintsASummaryAndLeavesNothingBehind) {
   const TemporaryFolder folder;
-  const Outcome outcome = runProgram(folder.path(), {"invert", kSample, "--weight", "1"});
+  const Outcome outcome = runProgram(folder.path(), {"invert", sampleFile, "--weight", "1"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");
   for (const char* part : {"3000 samples from 200 us to 600 ms", "exp(-t/T2), 100 times",
@@ -36,7 +36,7 @@ TEST(Invert, WritesWhatIsAskedForUnderTheNameThatIsGiven) {
   const TemporaryFolder folder;
   fs::create_directory(folder / "results");
   const Outcome outcome =
-      runProgram(folder.path(), {"invert", kSample, "--weight", "1", "--out", "results/f.csv",
+      runProgram(folder.path(), {"invert", sampleFile, "--weight", "1", "--out", "results/f.csv",
                                  "--fit", "fit.csv", "--log", "lower case.log"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"fit.csv", "lower case.log", "results"}));
@@ -54,9 +54,9 @@ TEST(Invert, WritesWhatIsAskedForUnderTheNameThatIsGiven) {
 TEST(Invert, FitIsTheDataMinusTheResidual) {
   const TemporaryFolder folder;
   const Outcome outcome =
-      runProgram(folder.path(), {"invert", kSample, "--weight", "1", "--fit", "fit.csv"});
+      runProgram(folder.path(), {"invert", sampleFile, "--weight", "1", "--fit", "fit.csv"});
   ASSERT_EQ(outcome.status, 0) << outcome.err;
-  const Decay decay = readDecay(kSample);
+  const Decay decay = readDecay(sampleFile);
   std::istringstream rows(contentOf(folder / "fit.csv"));
   std::string line;
   std::getline(rows, line);
@@ -87,7 +87,7 @@ TEST(Invert, FitIsTheDataMinusTheResidual) {
 TEST(Invert, AFailedInversionStillWritesItsOutputsAndSaysSo) {
   const TemporaryFolder folder;
   const Outcome outcome = runProgram(
-      folder.path(), {"invert", kSample, "--weight", "1", "--set", "MAXI=1", "--out", "f.csv"});
+      folder.path(), {"invert", sampleFile, "--weight", "1", "--set", "MAXI=1", "--out", "f.csv"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.out.find("ran out of passes"), std::string::npos) << outcome.out;
   EXPECT_NE(outcome.out.find("(1)"), std::string::npos);
@@ -113,7 +113,7 @@ double offFromTruth(const std::string& summary) {
 TEST(Invert, ComparesWithTheTruth) {
   const TemporaryFolder folder;
   const Outcome outcome =
-      runProgram(folder.path(), {"invert", kSample, "--weight", "1", "--truth", kSampleTruth});
+      runProgram(folder.path(), {"invert", sampleFile, "--weight", "1", "--truth", sampleTruth});
   EXPECT_NE(outcome.out.find("true log mean   43.5 ms, the one found is off by "),
             std::string::npos)
       << outcome.out;
@@ -151,7 +151,7 @@ TEST(Invert, TheNoiseTargetRecoversTheLogMeanOfEveryKernel) {
 
 TEST(Invert, NoiseThatNoFitComesNearIsReplacedAndTold) {
   const TemporaryFolder folder;
-  Decay decay = readDecay(kSample);
+  Decay decay = readDecay(sampleFile);
   for (std::size_t i : {0U, 1U, 2U}) {
     decay.amplitude[i] += i == 1 ? 5.0 : -5.0;  // first echoes that lie off the curve
   }
@@ -161,13 +161,13 @@ TEST(Invert, NoiseThatNoFitComesNearIsReplacedAndTold) {
   }
   writeFile(folder / "spoiled.csv", text);
   const Outcome spoiled =
-      runProgram(folder.path(), {"invert", "spoiled.csv", "--truth", kSampleTruth});
+      runProgram(folder.path(), {"invert", "spoiled.csv", "--truth", sampleTruth});
   EXPECT_EQ(spoiled.status, 0) << spoiled.out;
   EXPECT_NE(spoiled.out.find("(--skip N)"), std::string::npos) << spoiled.out;
   EXPECT_LT(std::fabs(offFromTruth(spoiled.out)), 0.1);
   // The advice helps.
   const Outcome mended =
-      runProgram(folder.path(), {"invert", "spoiled.csv", "--skip", "3", "--truth", kSampleTruth});
+      runProgram(folder.path(), {"invert", "spoiled.csv", "--skip", "3", "--truth", sampleTruth});
   EXPECT_EQ(mended.status, 0) << mended.out;
   EXPECT_EQ(mended.out.find("(--skip N)"), std::string::npos) << mended.out;
   EXPECT_NE(mended.out.find("2997 samples from 800 us"), std::string::npos) << mended.out;
@@ -180,7 +180,7 @@ TEST(Invert, DrawsAPictureOfEachKind) {
       {"it's a picture.png", "\x89PNG"}, {"picture.svg", "<?xml"}, {"picture.pdf", "%PDF"}};
   for (const auto& [name, start] : kinds) {
     const Outcome outcome =
-        runProgram(folder.path(), {"invert", kSample, "--weight", "1", "--plot", name});
+        runProgram(folder.path(), {"invert", sampleFile, "--weight", "1", "--plot", name});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     const std::string content = contentOf(folder / name);
     EXPECT_EQ(content.substr(0, start.size()), start);
@@ -191,13 +191,13 @@ TEST(Invert, DrawsAPictureOfEachKind) {
 TEST(Invert, ADecayFromTimeZeroIsDrawnOnALinearAxis) {
   const TemporaryFolder folder;
   std::string text = "0,100\n";
-  const Decay sample = readDecay(kSample);
+  const Decay sample = readDecay(sampleFile);
   for (std::size_t i = 0; i < sample.time.size(); ++i) {
     text += fmt::format("{},{}\n", sample.time[i], sample.amplitude[i]);
   }
   writeFile(folder / "zero.csv", text);
   const Outcome outcome = runProgram(
-      folder.path(), {"invert", "zero.csv", "--truth", kSampleTruth, "--plot", "zero.png"});
+      folder.path(), {"invert", "zero.csv", "--truth", sampleTruth, "--plot", "zero.png"});
   EXPECT_EQ(outcome.status, 0) << outcome.err << outcome.out;
   EXPECT_TRUE(fs::exists(folder / "zero.png"));
   EXPECT_LT(std::fabs(offFromTruth(outcome.out)), 0.03);
@@ -205,7 +205,7 @@ TEST(Invert, ADecayFromTimeZeroIsDrawnOnALinearAxis) {
 
 TEST(Invert, NoiseAboveWhatTheDataHoldIsTold) {
   const TemporaryFolder folder;
-  const Outcome outcome = runProgram(folder.path(), {"invert", kSample, "--noise", "90"});
+  const Outcome outcome = runProgram(folder.path(), {"invert", sampleFile, "--noise", "90"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_NE(outcome.out.find("give a smaller one (--noise)"), std::string::npos) << outcome.out;
 }
@@ -213,7 +213,7 @@ TEST(Invert, NoiseAboveWhatTheDataHoldIsTold) {
 TEST(Invert, ADecayWithAnAwkwardNameIsDrawnToo) {
   const TemporaryFolder folder;
   const std::string name = "it's \"50%\" $(done) {Symbol a}_1.csv";
-  fs::copy_file(kSample, folder / name);
+  fs::copy_file(sampleFile, folder / name);
   const Outcome outcome =
       runProgram(folder.path(), {"invert", name, "--weight", "1", "--plot", "p.png"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -12,8 +12,8 @@
 namespace vorin::toolkit::test {
 namespace {
 
-const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
-const std::string kSampleTruth = std::string(VORIN_SAMPLE_DIR) + "/decay_truth.csv";
+const std::string sampleFile = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
+const std::string sampleTruth = std::string(VORIN_SAMPLE_DIR) + "/decay_truth.csv";
 
 struct BadMethod {
   const char* what;
@@ -29,7 +29,7 @@ class BadMethods : public testing::TestWithParam<BadMethod> {};
 
 TEST_P(BadMethods, AreRefusedInOneSentence) {
   const TemporaryFolder folder;
-  std::vector<std::string> words{"invert", kSample, "--out", "out.csv", "--log", "run.log"};
+  std::vector<std::string> words{"invert", sampleFile, "--out", "out.csv", "--log", "run.log"};
   words.insert(words.end(), GetParam().options.begin(), GetParam().options.end());
   const Outcome outcome = runProgram(folder.path(), words);
   EXPECT_EQ(outcome.status, 2);
@@ -122,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(MethodOptions, AFileAfterAnOptionalValueIsReadOrTold) {
   const TemporaryFolder folder;
-  fs::copy_file(kSample, folder / "a.csv");
+  fs::copy_file(sampleFile, folder / "a.csv");
   for (const char* option : {"--compress", "--reject-outliers"}) {
     const Outcome first = runProgram(folder.path(), {"invert", "a.csv", option});
     const Outcome last = runProgram(folder.path(), {"invert", option, "a.csv"});
@@ -138,7 +138,7 @@ TEST(MethodOptions, AFileAfterAnOptionalValueIsReadOrTold) {
 /// What the summary of the sample says behind `label`.
 std::string told(const std::vector<std::string>& options, const std::string& label) {
   const TemporaryFolder folder;
-  std::vector<std::string> words{"invert", kSample, "--truth", kSampleTruth};
+  std::vector<std::string> words{"invert", sampleFile, "--truth", sampleTruth};
   words.insert(words.end(), options.begin(), options.end());
   const Outcome outcome = runProgram(folder.path(), words);
   EXPECT_EQ(outcome.status, 0) << outcome.err << outcome.out;
@@ -199,7 +199,7 @@ TEST(MethodOptions, OutliersAreCounted) {
   EXPECT_EQ(told({}, "outliers"), "");
   EXPECT_EQ(told({"--reject-outliers", "8"}, "outliers"), "none of 3000 samples left out");
   const TemporaryFolder folder;
-  Decay decay = readDecay(kSample);
+  Decay decay = readDecay(sampleFile);
   for (std::size_t i : {70U, 1500U, 2900U}) {
     decay.amplitude[i] += 6.0;
   }
@@ -222,7 +222,7 @@ TEST(MethodOptions, TheBootstrapIsToldAndWritten) {
   EXPECT_EQ(told({}, "68 % interval"), "");
   const TemporaryFolder folder;
   const Outcome outcome = runProgram(
-      folder.path(), {"invert", kSample, "--bootstrap", "25", "--seed", "4", "--out", "f.csv"});
+      folder.path(), {"invert", sampleFile, "--bootstrap", "25", "--seed", "4", "--out", "f.csv"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");  // no bar where stderr is no terminal
   EXPECT_NE(contentOf(folder / "f.csv").find("\nt2_s,amplitude,lower,upper\n"), std::string::npos);
@@ -236,7 +236,7 @@ TEST(MethodOptions, DrawsTheLCurveOfEachKindAndOfEachRoad) {
       {{"--weight", "1", "--compress", "--plot-lcurve", "l.pdf"}, "%PDF"},
       {{"--weight", "corner", "--prune", "none", "--compress", "--plot-lcurve", "m.svg"}, "<?xml"}};
   for (const auto& [options, start] : cases) {
-    std::vector<std::string> words{"invert", kSample};
+    std::vector<std::string> words{"invert", sampleFile};
     words.insert(words.end(), options.begin(), options.end());
     const Outcome outcome = runProgram(folder.path(), words);
     EXPECT_EQ(outcome.status, 0) << outcome.err;

@@ -9,8 +9,8 @@
 namespace vorin::toolkit::test {
 namespace {
 
-const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
-const std::string kTruth = std::string(VORIN_SAMPLE_DIR) + "/decay_truth.csv";
+const std::string sampleFile = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
+const std::string trueDistribution = std::string(VORIN_SAMPLE_DIR) + "/decay_truth.csv";
 
 std::string pictureOf(const std::vector<std::string>& words) {
   const TemporaryFolder folder;
@@ -22,7 +22,8 @@ std::string pictureOf(const std::vector<std::string>& words) {
 }
 
 TEST(Picture, NamesWhatItShows) {
-  const std::string picture = pictureOf({"invert", kSample, "--weight", "1", "--truth", kTruth});
+  const std::string picture =
+      pictureOf({"invert", sampleFile, "--weight", "1", "--truth", trueDistribution});
   for (const char* text :
        {">measured<", ">fit<", ">residual<", ">distribution<", ">truth<", ">time (ms)<",
         ">relaxation time T2 (ms)<", ">amplitude per decade<", ">log mean 4"}) {
@@ -33,7 +34,7 @@ TEST(Picture, NamesWhatItShows) {
 
 TEST(Picture, HasTheBandOfABootstrap) {
   const std::string picture =
-      pictureOf({"invert", kSample, "--weight", "1", "--bootstrap", "20", "--seed", "2"});
+      pictureOf({"invert", sampleFile, "--weight", "1", "--bootstrap", "20", "--seed", "2"});
   EXPECT_NE(picture.find(">68 % band<"), std::string::npos);
 }
 

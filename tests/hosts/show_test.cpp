@@ -17,12 +17,12 @@
 namespace vorin::toolkit::test {
 namespace {
 
-const std::string kSample = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
+const std::string sampleFile = std::string(VORIN_SAMPLE_DIR) + "/decay.csv";
 
 /// Runs vorin invert with a save section in run.log, and the files f.csv and fit.csv.
 void invertInto(const TemporaryFolder& folder, const std::vector<std::string>& options = {}) {
-  std::vector<std::string> words{"invert", kSample, "--log", "run.log", "--set",
-                                 "SAVE=1", "--out", "f.csv", "--fit",   "fit.csv"};
+  std::vector<std::string> words{"invert", sampleFile, "--log", "run.log", "--set",
+                                 "SAVE=1", "--out",    "f.csv", "--fit",   "fit.csv"};
   words.insert(words.end(), options.begin(), options.end());
   const Outcome outcome = runProgram(folder.path(), words);
   ASSERT_EQ(outcome.status, 0) << outcome.err;
@@ -68,7 +68,7 @@ TEST(Show, GivesBackWhatInvertHasLogged) {
 
   // invert hands over data whose largest magnitude is 1 and writes its files in the
   // unit of the data: the two sides differ by that factor and by single precision.
-  const Decay decay = readDecay(kSample);
+  const Decay decay = readDecay(sampleFile);
   double scale = 0.0;
   for (const double amplitude : decay.amplitude) {
     scale = std::fmax(scale, std::fabs(amplitude));
@@ -164,13 +164,13 @@ TEST(Show, TheLastOfSeveralSectionsIsShownUnlessOneIsNamed) {
   EXPECT_EQ(behind(named.out, "weight"), "0.5");
 }
 
-const std::string kCompact =
+const std::string compactSection =
     " !  Vorin save1\n [DATA]\n\n\n 1,4\n 2,3\n 3,2\n\n *[COEFF T2DIST  VORIN]\n *nf,3\n *ng,3\n"
     "*TARG,2\n*CSTA,999\n*CWEI,0.5\n*CSE,0.1\n 1,0\n 10,3\n 100,0\n";
 
 TEST(Show, ACompactSectionIsShownAndDrawnWithoutAFit) {
   const TemporaryFolder folder;
-  writeFile(folder / "run.sav", kCompact);
+  writeFile(folder / "run.sav", compactSection);
   const Outcome shown =
       runProgram(folder.path(), {"show", "run.sav", "--out", "f.csv", "--plot", "p.svg"});
   EXPECT_EQ(shown.status, 0) << shown.err;
@@ -198,7 +198,7 @@ TEST(Show, SectionsOfADistributionThatCannotBeMeasuredAreShownAllTheSame) {
               {" 10,nan\n", "none: the distribution is not finite"},
               {" 10,0\n", "none: the distribution is empty"}};
   for (const auto& row : rows) {
-    std::string content = kCompact;
+    std::string content = compactSection;
     content.replace(content.find(" 10,3\n"), 6, row.row);
     writeFile(folder / "run.sav", content);
     const Outcome shown = runProgram(folder.path(), {"show", "run.sav"});
@@ -231,9 +231,9 @@ class BadShow : public testing::TestWithParam<Bad> {};
 
 TEST_P(BadShow, IsRefusedInOneSentenceAndLeavesNothing) {
   const TemporaryFolder folder;
-  writeFile(folder / "run.sav", kCompact);
-  writeFile(folder / "cut.sav", kCompact.substr(0, 60));
-  std::string content = kCompact;
+  writeFile(folder / "run.sav", compactSection);
+  writeFile(folder / "cut.sav", compactSection.substr(0, 60));
+  std::string content = compactSection;
   content.replace(content.find(" 10,3\n"), 6, " 10,nan\n");
   writeFile(folder / "nan.sav", content);
   writeFile(folder / "plain.log", "Vorin::M::Start inversion\n");

@@ -32,10 +32,10 @@ TEST_P(BadSimulations, AreRefusedInOneSentence) {
   EXPECT_TRUE(folder.names().empty());
 }
 
-const std::string kPeakHelp =
+const std::string peakHelp =
     "; write TIME:WIDTH:AMPLITUDE, for instance 0.02:0.15:70 for a peak at 20 ms, 0.15 decades "
     "wide, of amplitude 70";
-const std::string kTimesTwice =
+const std::string repeatedTimes =
     ": it takes the place of --spacing and --samples; leave out one or the others";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -43,10 +43,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::ValuesIn(std::vector<BadSimulation>{
         {"PeakOfWords",
          {"--peak", "a:b:c"},
-         "--peak \"a:b:c\": not all three are numbers" + kPeakHelp},
+         "--peak \"a:b:c\": not all three are numbers" + peakHelp},
         {"PeakWithoutWidth",
          {"--peak", "1:0:1"},
-         "--peak \"1:0:1\": all three must be above 0" + kPeakHelp},
+         "--peak \"1:0:1\": all three must be above 0" + peakHelp},
         {"SecondPeakOffTheGrid",
          {"--peak", "0.1:0.1:1", "--peak", "1e-5:0.1:1"},
          "--peak at 10.0 us: it lies outside the grid from 100 us to 10.0 s; widen --grid"},
@@ -61,10 +61,10 @@ INSTANTIATE_TEST_SUITE_P(
          "--spacing \"inf\": a time in seconds above 0 is wanted"},
         {"TimesAndSamples",
          {"--times", "0.001:1:50", "--samples", "50"},
-         "--times \"0.001:1:50\"" + kTimesTwice},
+         "--times \"0.001:1:50\"" + repeatedTimes},
         {"TimesAndSpacing",
          {"--spacing", "0.001", "--times", "0.001:1:50"},
-         "--times \"0.001:1:50\"" + kTimesTwice},
+         "--times \"0.001:1:50\"" + repeatedTimes},
         {"EndlessNoise", {"--noise", "inf"}, "--noise \"inf\": a number of 0 or above is wanted"},
         {"NegativeSeed", {"--seed", "-1"}, "--seed \"-1\": a whole number of 0 or above is wanted"},
         {"HalfASeed", {"--seed", "0.5"}, "--seed \"0.5\": a whole number of 0 or above is wanted"},

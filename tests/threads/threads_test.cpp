@@ -20,12 +20,12 @@
 
 namespace {
 
-constexpr int kSamples = 24;
-constexpr int kPoints = 16;
+constexpr int sampleCount = 24;
+constexpr int pointCount = 16;
 #if defined(__SANITIZE_THREAD__)
-constexpr int kDecays = 300;
+constexpr int decayCount = 300;
 #else
-constexpr int kDecays = 10000;
+constexpr int decayCount = 10000;
 #endif
 
 struct Decays {
@@ -36,12 +36,12 @@ struct Decays {
 const Decays& theDecays() {
   static const Decays decays = [] {
     Decays made;
-    for (int i = 0; i < kSamples; ++i) {
+    for (int i = 0; i < sampleCount; ++i) {
       made.t.push_back(2e-3 * (i + 1));
     }
     std::mt19937_64 engine(7);
     std::normal_distribution<double> noise(0.0, 0.01);
-    for (int k = 0; k < kDecays; ++k) {
+    for (int k = 0; k < decayCount; ++k) {
       std::vector<double> y;
       for (const double t : made.t) {
         y.push_back(std::exp(-t / (0.005 + 1e-6 * k)) + noise(engine));
@@ -57,7 +57,7 @@ const Decays& theDecays() {
 vorin_settings* settingsOf(int which) {
   vorin_settings* settings = nullptr;
   EXPECT_EQ(vorin_settings_create(&settings, nullptr, 0), VORIN_TOOLKIT_OK);
-  const std::string grid = "1ms:0.2s:" + std::to_string(kPoints);
+  const std::string grid = "1ms:0.2s:" + std::to_string(pointCount);
   EXPECT_EQ(vorin_settings_set_text(settings, "grid", grid.c_str(), nullptr, 0), 0);
   if (which == 0) {
     EXPECT_EQ(vorin_settings_set_number(settings, "noise", 0.01, nullptr, 0), 0);
@@ -73,7 +73,7 @@ vorin_settings* settingsOf(int which) {
 std::vector<double> distributionOf(const vorin_settings* settings, const std::vector<double>& y) {
   vorin_result* result = nullptr;
   std::string message(VORIN_TOOLKIT_MESSAGE_SIZE, '\0');
-  const int status = vorin_invert(settings, theDecays().t.data(), y.data(), nullptr, kSamples,
+  const int status = vorin_invert(settings, theDecays().t.data(), y.data(), nullptr, sampleCount,
                                   &result, message.data(), static_cast<int64_t>(message.size()));
   EXPECT_EQ(status, VORIN_TOOLKIT_OK) << message;
   const double* values = nullptr;
@@ -87,10 +87,10 @@ std::vector<double> distributionOf(const vorin_settings* settings, const std::ve
 /// All decays, decay k with settings k modulo 3 that all threads share, on `threads` threads.
 std::vector<std::vector<double>> invertAll(int threads) {
   vorin_settings* const settings[3] = {settingsOf(0), settingsOf(1), settingsOf(2)};
-  std::vector<std::vector<double>> found(kDecays);
+  std::vector<std::vector<double>> found(decayCount);
   std::atomic<int> next = 0;
   const std::function<void()> work = [&] {
-    for (int k = next++; k < kDecays; k = next++) {
+    for (int k = next++; k < decayCount; k = next++) {
       const auto place = static_cast<std::size_t>(k);
       found[place] = distributionOf(settings[k % 3], theDecays().y[place]);
     }
@@ -118,8 +118,8 @@ TEST(Threads, TenThousandDecaysGiveTheBitsOfOneAfterTheOther) {
 TEST(Threads, ABootstrapDoesNotDependOnTheCountOfThreads) {
   vorin_settings* const settings = settingsOf(0);
   vorin_result* inversion = nullptr;
-  ASSERT_EQ(vorin_invert(settings, theDecays().t.data(), theDecays().y[0].data(), nullptr, kSamples,
-                         &inversion, nullptr, 0),
+  ASSERT_EQ(vorin_invert(settings, theDecays().t.data(), theDecays().y[0].data(), nullptr,
+                         sampleCount, &inversion, nullptr, 0),
             VORIN_TOOLKIT_OK);
   std::vector<std::vector<double>> bands;
   for (const double threads : {1.0, 2.0, 7.0}) {

@@ -148,7 +148,7 @@ TEST(SolveDual, OneCellHasAClosedForm) {
   for (double d : {2.0, -2.0}) {
     DualState state;
     // The sign of a singular vector is free, its product with itself is not.
-    ASSERT_TRUE(solveDual(map, {d}, 0.25, kOptimal, state));
+    ASSERT_TRUE(solveDual(map, {d}, 0.25, optimalGap, state));
     EXPECT_NEAR(state.F[0], std::max(0.0, d / 1.25), 1e-14);
   }
 }

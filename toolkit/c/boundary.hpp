@@ -21,7 +21,7 @@
 
 namespace vorin::toolkit::c {
 
-inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double unknownValue = std::numeric_limits<double>::quiet_NaN();
 
 /// A result has no such field.
 class NoField : public std::runtime_error {
@@ -35,10 +35,10 @@ inline void copyText(std::string_view text, char* buffer, std::int64_t size) noe
     return;
   }
   std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
-  constexpr unsigned kLeadMask = 0xC0U;
-  constexpr unsigned kFollowing = 0x80U;
+  constexpr unsigned leadMask = 0xC0U;
+  constexpr unsigned following = 0x80U;
   while (length > 0 && length < text.size() &&
-         (static_cast<unsigned char>(text[length]) & kLeadMask) == kFollowing) {
+         (static_cast<unsigned char>(text[length]) & leadMask) == following) {
     --length;
   }
   std::memcpy(buffer, text.data(), length);

@@ -17,7 +17,7 @@ namespace {
 
 /// A number above 0, or not-a-number.
 double known(double value) {
-  return value > 0.0 ? value : kUnknown;
+  return value > 0.0 ? value : unknownValue;
 }
 
 /// The samples of a host, looked at as those of a file are. The first `skipped` amplitudes, which
@@ -52,7 +52,7 @@ void addNumbers(vorin_result& result, const Inverted& job) {
   result.add("samples", static_cast<double>(job.input.decay.time.size()));
   result.add("weight", inversion.weight);
   result.add("noise", known(inversion.noise));
-  result.add("signal_to_noise", signalToNoise(inversion, job.input.decay).value_or(kUnknown));
+  result.add("signal_to_noise", signalToNoise(inversion, job.input.decay).value_or(unknownValue));
   result.add("wanted_standard_error", known(inversion.wantedError));
   result.add("standard_error", inversion.reachedError);
   result.add("fit_error", inversion.fitError);
@@ -60,7 +60,7 @@ void addNumbers(vorin_result& result, const Inverted& job) {
   result.add("passes", static_cast<double>(inversion.passes));
   result.add("raised_aim", known(inversion.relaxedTarget));
   result.add("corner_weight", known(inversion.cornerWeight));
-  result.add("phase", job.input.phase.value_or(kUnknown));
+  result.add("phase", job.input.phase.value_or(unknownValue));
 }
 
 std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
@@ -74,8 +74,8 @@ std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
   result->add("noise_origin", std::string(noiseOriginWord(inversion.noiseOrigin)));
   result->add("status_text", inSettingNames(statusText(inversion)));
   addSamples(*result, *job);
-  constexpr double kSmallestShare = 0.005;
-  addMeasures(*result, inversion.distribution, kSmallestShare);
+  constexpr double smallestShare = 0.005;
+  addMeasures(*result, inversion.distribution, smallestShare);
   result->inverted = std::move(job);
   return result;
 }
@@ -106,14 +106,14 @@ std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredD
 
 /// "threads" as a count, 0 for one for each processor.
 int threadCount(const std::string& text) {
-  constexpr int kMost = 1024;
+  constexpr int mostThreads = 1024;
   if (text.empty()) {
     return 1;
   }
   const std::optional<long long> count = parseInteger(text);
-  if (!count || *count < 0 || *count > kMost) {
-    throw UserError(
-        fmt::format("threads {}: a whole number from 0 to {} is wanted", inQuotes(text), kMost));
+  if (!count || *count < 0 || *count > mostThreads) {
+    throw UserError(fmt::format("threads {}: a whole number from 0 to {} is wanted", inQuotes(text),
+                                mostThreads));
   }
   return static_cast<int>(*count);
 }

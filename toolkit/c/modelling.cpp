@@ -149,7 +149,7 @@ int32_t vorin_difference_noise(const double* times, const double* real, int64_t 
     c::requireAddress(noise, "noise");
     const vorin::toolkit::Decay decay{c::timesAt(times, samples),
                                       c::numbersAt(real, samples, 2, "y")};
-    *noise = vorin::toolkit::differenceNoise(decay).value_or(c::kUnknown);
+    *noise = vorin::toolkit::differenceNoise(decay).value_or(c::unknownValue);
   });
 }
 
@@ -164,7 +164,7 @@ int32_t vorin_turn_to_real(const char* kernel, double* real, double* imaginary, 
     measured.decay.amplitude = c::numbersAt(real, samples, 2, "y");
     measured.imaginary = c::numbersAt(imaginary, samples, 2, "y");
     *phase = vorin::toolkit::phaseCorrect(measured, named);
-    *noise = measured.decay.quadratureNoise.value_or(c::kUnknown);
+    *noise = measured.decay.quadratureNoise.value_or(c::unknownValue);
     std::copy(measured.decay.amplitude.begin(), measured.decay.amplitude.end(), real);
     std::copy(measured.imaginary.begin(), measured.imaginary.end(), imaginary);
   });

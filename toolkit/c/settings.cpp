@@ -20,9 +20,9 @@ namespace c = vorin::toolkit::c;
 
 namespace {
 
-constexpr std::string_view kKeyPrefix = "key.";
+constexpr std::string_view keyPrefix = "key.";
 
-constexpr std::array<c::JobSetting, 11> kJobSettings{{
+constexpr std::array<c::JobSetting, 11> jobSettings{{
     {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
      "what one value of the grid adds to a sample"},
     {"grid", "FROM:TO:N, or a list", "by the times of the samples",
@@ -56,7 +56,7 @@ const SettingText* methodSetting(std::string_view name) {
 
 void requireName(std::string_view name) {
   const bool known = methodSetting(name) != nullptr ||
-                     std::any_of(kJobSettings.begin(), kJobSettings.end(),
+                     std::any_of(jobSettings.begin(), jobSettings.end(),
                                  [&](const c::JobSetting& row) { return row.name == name; });
   if (!known) {
     throw UserError(fmt::format("{}: there is no such setting; vorin_setting_names lists all",
@@ -88,8 +88,8 @@ void setKey(vorin_settings& settings, std::string_view key, const std::string& t
 }
 
 void setText(vorin_settings& settings, std::string_view name, const std::string& text) {
-  if (name.starts_with(kKeyPrefix)) {
-    setKey(settings, name.substr(kKeyPrefix.size()), text);
+  if (name.starts_with(keyPrefix)) {
+    setKey(settings, name.substr(keyPrefix.size()), text);
     return;
   }
   requireName(name);
@@ -167,7 +167,7 @@ Kernel namedKernel(const char* name) {
 }
 
 void requireTimes(const std::vector<double>& times) {
-  constexpr double kLongest = 1e30;  // single precision would not hold more
+  constexpr double longestValue = 1e30;  // single precision would not hold more
   if (times.front() < 0.0) {
     throw UserError(fmt::format("t[0] is {:g}; times are 0 or above", times.front()));
   }
@@ -179,22 +179,22 @@ void requireTimes(const std::vector<double>& times) {
                       i, times[i], i - 1, times[i - 1]));
     }
   }
-  if (times.back() > kLongest) {
+  if (times.back() > longestValue) {
     throw UserError(fmt::format("t[{}] is {:g}; times are {:g} at most", times.size() - 1,
-                                times.back(), kLongest));
+                                times.back(), longestValue));
   }
 }
 
 void requireGrid(const std::vector<double>& grid, std::string_view name) {
-  constexpr double kSmallest = 1e-30;  // well inside the range of single precision
-  constexpr double kLargest = 1e30;
+  constexpr double smallestValue = 1e-30;  // well inside the range of single precision
+  constexpr double largestValue = 1e30;
   const bool rises = std::adjacent_find(grid.begin(), grid.end(),
                                         [](double a, double b) { return !(a < b); }) == grid.end();
-  if (!rises || grid.front() < kSmallest || grid.back() > kLargest) {
+  if (!rises || grid.front() < smallestValue || grid.back() > largestValue) {
     throw UserError(
         fmt::format("{} does not rise from above 0; give each value once, sorted, from {:g} to "
                     "{:g}",
-                    name, kSmallest, kLargest));
+                    name, smallestValue, largestValue));
   }
 }
 
@@ -265,12 +265,12 @@ int32_t vorin_settings_set_matrix(vorin_settings* settings, const char* name, co
     }
     const auto height = static_cast<std::size_t>(rows);
     const auto width = static_cast<std::size_t>(columns);
-    constexpr auto kMost = static_cast<double>(std::numeric_limits<float>::max());
+    constexpr auto largestFloat = static_cast<double>(std::numeric_limits<float>::max());
     vorin::toolkit::Matrix matrix{height, width, std::vector<double>(height * width)};
     for (std::size_t i = 0; i < height; ++i) {
       for (std::size_t j = 0; j < width; ++j) {
         const double value = values[i * width + j];
-        if (!(std::fabs(value) <= kMost)) {
+        if (!(std::fabs(value) <= largestFloat)) {
           throw UserError(
               fmt::format("{}[{}, {}] is {:g}; numbers that single precision holds "
                           "are wanted",
@@ -299,7 +299,7 @@ int32_t vorin_setting_names(vorin_result** result, char* message, int64_t messag
     for (const SettingText& row : vorin::toolkit::settingTexts()) {
       add(settingName(row), row);
     }
-    for (const c::JobSetting& row : kJobSettings) {
+    for (const c::JobSetting& row : jobSettings) {
       add(row.name, row);
     }
     auto made = std::make_unique<vorin_result>();

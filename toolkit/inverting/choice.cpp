@@ -14,20 +14,20 @@ namespace {
 /// A signal outside a range counts as real when it lowers the sum of squares by so many noise
 /// variances: 0.7 % of normal noise does so at one end (a mixture of chi-squared of no and of
 /// one degree of freedom; Chernoff, Ann. Math. Stat. 25, 573, 1954).
-constexpr double kSignificantRange = 6.0;
+constexpr double significantRange = 6.0;
 /// The same for signal that is faster than the first sample, which a first sample off the curve
 /// can pretend.
-constexpr double kSignificantFast = 12.0;
+constexpr double significantFast = 12.0;
 /// The same for a first sample that is left out.
-constexpr double kSignificantSpoiled = 16.0;
-constexpr std::size_t kMostSpoiled = 5;
-constexpr std::size_t kFewestForSpoiled = 50;
+constexpr double significantSpoiled = 16.0;
+constexpr std::size_t mostSpoiled = 5;
+constexpr std::size_t fewestForSpoiled = 50;
 /// The support is wider than the narrowest range by this part of its width at either end.
-constexpr double kWidening = 0.5;
-constexpr double kLeastWidening = 0.3;  // decades
-constexpr std::size_t kFewestColumns = 10;
+constexpr double wideningStep = 0.5;
+constexpr double leastWidening = 0.3;  // decades
+constexpr std::size_t fewestColumns = 10;
 /// Below this a noise is the rounding of single precision.
-constexpr double kNoNoise = 1e-6;
+constexpr double noNoise = 1e-6;
 
 /// The columns of times at the first sample and above; of a diffusion, which is the faster the
 /// larger it is, those of 1 / b and below.
@@ -37,19 +37,19 @@ ColumnRange sampledRange(const ChoiceInput& input, std::size_t spoiled = 0) {
   if (input.kernel == Kernel::matrix) {
     return range;
   }
-  constexpr double kRounding = 1e-6;
+  constexpr double roundingLevel = 1e-6;
   const double first = input.time[spoiled] > 0.0 ? input.time[spoiled] : input.time.at(1);
   if (input.kernel == Kernel::diffusion) {
-    while (range.last > 0 && input.grid[range.last] > (1.0 + kRounding) / first) {
+    while (range.last > 0 && input.grid[range.last] > (1.0 + roundingLevel) / first) {
       --range.last;
     }
   } else {
-    while (range.first < range.last && input.grid[range.first] < (1.0 - kRounding) * first) {
+    while (range.first < range.last && input.grid[range.first] < (1.0 - roundingLevel) * first) {
       ++range.first;
     }
   }
   // A grid that a user has put elsewhere is taken as it is.
-  return range.count() < kFewestColumns ? ColumnRange{0, input.grid.size() - 1} : range;
+  return range.count() < fewestColumns ? ColumnRange{0, input.grid.size() - 1} : range;
 }
 
 double rssWithin(const ReducedProblem& problem, ColumnRange range) {
@@ -71,15 +71,15 @@ std::size_t singleRows(const ReducedProblem& reduced, const std::vector<float>& 
 /// fitted, since it would follow the next one that is off.
 std::size_t spoiledSamples(const ChoiceInput& input, const ReducedProblem& reduced, double noise) {
   const std::size_t samples = input.problem.data().size();
-  if (input.kernel != Kernel::t2 || input.compressed || samples < kFewestForSpoiled) {
+  if (input.kernel != Kernel::t2 || input.compressed || samples < fewestForSpoiled) {
     return 0;
   }
-  const std::size_t most = std::min(kMostSpoiled, singleRows(reduced, input.problem.data()));
+  const std::size_t most = std::min(mostSpoiled, singleRows(reduced, input.problem.data()));
   std::vector<double> rss;
   for (std::size_t count = 0; count <= most; ++count) {
     rss.push_back(rssWithin(withoutFirstRows(reduced, count), sampledRange(input, count)));
   }
-  const double each = kSignificantSpoiled * noise * noise;
+  const double each = significantSpoiled * noise * noise;
   for (std::size_t count = 0; count < most; ++count) {
     bool enough = true;
     for (std::size_t more = count + 1; more <= most; ++more) {
@@ -103,15 +103,15 @@ ColumnRange rangeWithFast(const ChoiceInput& input, const ReducedProblem& reduce
   const auto gain = [&](const ReducedProblem& problem) {
     return rssWithin(problem, sampled) - rssWithin(problem, whole);
   };
-  const bool asked = gain(reduced) > kSignificantFast * variance &&
-                     gain(withoutFirstRows(reduced, 1)) > kSignificantRange * variance;
+  const bool asked = gain(reduced) > significantFast * variance &&
+                     gain(withoutFirstRows(reduced, 1)) > significantRange * variance;
   return asked ? whole : sampled;
 }
 
 /// The narrowest part of `range` outside which no signal is significant, widened.
 ColumnRange supportOf(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
                       double variance) {
-  const double limit = rssWithin(reduced, range) + kSignificantRange * variance;
+  const double limit = rssWithin(reduced, range) + significantRange * variance;
   // The sum of squares rises as columns are taken away: halving finds the last that is enough.
   std::size_t low = range.first;
   for (std::size_t high = range.last - 1; low < high;) {
@@ -133,13 +133,13 @@ ColumnRange supportOf(const ChoiceInput& input, const ReducedProblem& reduced, C
   }
   const double from = std::log10(input.grid[std::min(low, top)]);
   const double to = std::log10(input.grid[std::max(low, top)]);
-  const double widening = std::max(kLeastWidening, kWidening * (to - from));
+  const double widening = std::max(leastWidening, wideningStep * (to - from));
   ColumnRange support = range;
-  while (support.count() > kFewestColumns &&
+  while (support.count() > fewestColumns &&
          std::log10(input.grid[support.first]) < from - widening) {
     ++support.first;
   }
-  while (support.count() > kFewestColumns && std::log10(input.grid[support.last]) > to + widening) {
+  while (support.count() > fewestColumns && std::log10(input.grid[support.last]) > to + widening) {
     --support.last;
   }
   return support;
@@ -185,28 +185,28 @@ double weightByEvidence(const std::vector<PenalisedFit>& fits, double variance) 
 }
 
 void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance) {
-  constexpr int kFits = 45;
-  constexpr double kHighest = 1e2;  // of the largest squared column norm
-  constexpr double kLowest = 1e-9;
-  constexpr int kFewPositive = 4;
-  constexpr int kManyPositive = 8;
+  constexpr int fitCount = 45;
+  constexpr double highest = 1e2;  // of the largest squared column norm
+  constexpr double lowest = 1e-9;
+  constexpr int fewPositive = 4;
+  constexpr int manyPositive = 8;
   const ClosestFit closest = closestFit(problem);
   PenalisedFits solver(problem);
   const double scale = solver.largestColumn();
   std::vector<PenalisedFit> fits;
-  fits.reserve(kFits);
-  for (int i = 0; i < kFits; ++i) {
-    const double step = static_cast<double>(i) / (kFits - 1);
-    fits.push_back(solver.at(scale * kHighest * std::pow(kLowest / kHighest, step)));
+  fits.reserve(fitCount);
+  for (int i = 0; i < fitCount; ++i) {
+    const double step = static_cast<double>(i) / (fitCount - 1);
+    fits.push_back(solver.at(scale * highest * std::pow(lowest / highest, step)));
   }
   const double byEvidence = weightByEvidence(fits, variance);
   const double byRise = weightByRise(fits, closest.rss, variance);
   const double share = std::clamp(
-      static_cast<double>(kManyPositive - closest.positive) / (kManyPositive - kFewPositive), 0.0,
+      static_cast<double>(manyPositive - closest.positive) / (manyPositive - fewPositive), 0.0,
       1.0);
   choice.weight = std::pow(byEvidence, share) * std::pow(byRise, 1.0 - share);
   choice.closest = std::sqrt(closest.rss / static_cast<double>(problem.rows));
-  choice.solves = kFits;
+  choice.solves = fitCount;
 }
 
 /// Distribution on the whole grid from one within `range`.
@@ -236,15 +236,15 @@ void addResidualNoise(Choice& choice, const ChoiceInput& input, const ReducedPro
 }
 
 void findGivenNoise(Choice& choice, const ChoiceInput& input) {
-  constexpr double kFarAbove = 3.0;
-  constexpr double kFarBelow = 0.5;
+  constexpr double farAbove = 3.0;
+  constexpr double farBelow = 0.5;
   if (!input.noise || !(choice.residualNoise > 0.0) || choice.finding.kind != FindingKind::none) {
     return;
   }
   const double ratio = *input.noise / choice.residualNoise;
-  if (ratio > kFarAbove && choice.residualNoise > kNoNoise) {
+  if (ratio > farAbove && choice.residualNoise > noNoise) {
     choice.finding = {FindingKind::noiseTooLarge, Kernel::t2, ratio, 0};
-  } else if (ratio < kFarBelow) {
+  } else if (ratio < farBelow) {
     choice.finding = {FindingKind::noiseTooSmall, Kernel::t2, 1.0 / ratio, 0};
   }
 }
@@ -256,7 +256,7 @@ std::optional<Choice> choose(const ChoiceInput& input) {
   ReducedProblem reduced = input.problem.reduced();
   ColumnRange sampled = sampledRange(input);
   addResidualNoise(choice, input, reduced, sampled);
-  if (!input.noise && !(choice.residualNoise > kNoNoise)) {
+  if (!input.noise && !(choice.residualNoise > noNoise)) {
     return std::nullopt;
   }
   choice.spoiled = spoiledSamples(input, reduced, input.noise.value_or(choice.residualNoise));
@@ -272,8 +272,8 @@ std::optional<Choice> choose(const ChoiceInput& input) {
     addResidualNoise(choice, input, reduced, range);
   }
   choice.noise = input.noise.value_or(choice.residualNoise);
-  if (!(choice.noise > kNoNoise)) {
-    choice.noise = kNoNoise;
+  if (!(choice.noise > noNoise)) {
+    choice.noise = noNoise;
   }
   const double variance = choice.noise * choice.noise;
   choice.support =
@@ -286,15 +286,15 @@ std::optional<Choice> choose(const ChoiceInput& input) {
 
 double closestOffset(const ChoiceInput& input) {
   // A time far beyond the last sample is a constant as far as the samples tell.
-  constexpr double kShare = 0.5;
+  constexpr double shareOfLastTime = 0.5;
   ColumnRange range = sampledRange(input);
-  const double last = kShare * input.time.back();
+  const double last = shareOfLastTime * input.time.back();
   if (input.kernel == Kernel::diffusion) {
-    while (range.count() > kFewestColumns && input.grid[range.first] * last < 1.0) {
+    while (range.count() > fewestColumns && input.grid[range.first] * last < 1.0) {
       ++range.first;
     }
   } else if (input.kernel != Kernel::matrix) {
-    while (range.count() > kFewestColumns && input.grid[range.last] > last) {
+    while (range.count() > fewestColumns && input.grid[range.last] > last) {
       --range.last;
     }
   }

@@ -12,7 +12,7 @@ namespace vorin::toolkit {
 namespace {
 
 /// By how many variances of its residual an alternative must fit better.
-constexpr double kClearlyBetter = 30.0;
+constexpr double clearlyBetterRatio = 30.0;
 
 /// `data` reduced as those of the input are, without the first `spoiled` rows.
 std::vector<double> reducedLike(const ChoiceInput& input, const std::vector<float>& data,
@@ -71,14 +71,14 @@ class Alternatives {
     const Finding* found = nullptr;
     double rss = own_.rss;
     for (const Alternative& each : list_) {
-      if (clearlyBetter(each.fit) && each.fit.rss < kFarBetter * own_.rss && each.fit.rss < rss) {
+      if (clearlyBetter(each.fit) && each.fit.rss < farBetter * own_.rss && each.fit.rss < rss) {
         found = &each.finding;
         rss = each.fit.rss;
       }
     }
     const Alternative constant = withConstant();
     // A constant and a wrong kernel can make up for each other: it must be far better then.
-    const double limit = found == nullptr ? own_.rss : kFarBetter * rss;
+    const double limit = found == nullptr ? own_.rss : farBetter * rss;
     if (!input_.offsetKnown && clearlyBetter(constant.fit) && constant.fit.rss < limit) {
       return constant.finding;
     }
@@ -88,12 +88,13 @@ class Alternatives {
   const ClosestFit& own() const { return own_; }
 
  private:
-  static constexpr double kFarBetter = 0.5;
+  static constexpr double farBetter = 0.5;
 
   bool clearlyBetter(const ClosestFit& fit) const {
     const double left = static_cast<double>(whole_.rows) - fit.positive;
-    constexpr double kRounding = 1e-12;  // squared, of data of magnitude 1
-    return left >= 2.0 && own_.rss - fit.rss > kClearlyBetter * std::max(fit.rss / left, kRounding);
+    constexpr double roundingLevel = 1e-12;  // squared, of data of magnitude 1
+    return left >= 2.0 &&
+           own_.rss - fit.rss > clearlyBetterRatio * std::max(fit.rss / left, roundingLevel);
   }
 
   void addOtherSign() {
@@ -213,13 +214,13 @@ Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, Column
   if (found.kind != FindingKind::none) {
     return found;
   }
-  constexpr double kRuns = 6.0;
-  constexpr double kFarAbove = 1.5;  // of the noise by differences
+  constexpr double leastCorrelation = 6.0;
+  constexpr double farAbove = 1.5;  // of the noise by differences
   const ClosestFit& own = alternatives.own();
   std::vector<double> amplitude(input.problem.data().begin(), input.problem.data().end());
   const std::optional<double> differences = differenceNoise({input.time, amplitude});
-  if (differences && neighbourCorrelation(own.residual) > kRuns &&
-      residualNoise > kFarAbove * *differences) {
+  if (differences && neighbourCorrelation(own.residual) > leastCorrelation &&
+      residualNoise > farAbove * *differences) {
     return {FindingKind::structure};
   }
   return {};

@@ -8,7 +8,7 @@ namespace {
 
 /// A positive offset up to this part of the largest amplitude shifts the result by less than
 /// the noise of ordinary data does.
-constexpr double kSmallOffset = 0.02;
+constexpr double smallOffset = 0.02;
 
 }  // namespace
 
@@ -18,7 +18,7 @@ bool Finding::fatal() const {
     case FindingKind::noiseTooSmall:
       return false;
     case FindingKind::offset:
-      return !(amount > 0.0 && amount <= kSmallOffset);
+      return !(amount > 0.0 && amount <= smallOffset);
     default:
       return true;
   }

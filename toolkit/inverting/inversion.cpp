@@ -66,8 +66,8 @@ KnownNoise knownNoise(const Decay& decay, const Problem& problem,
       const std::vector<float>& Y = problem.data();
       const float noise =
           VorinSEDiff(VORIN_SEDIFF_SECOND, static_cast<std::int32_t>(Y.size()), Y.data());
-      constexpr float kNone = 1e-6F;  // rounding, of data of magnitude 1
-      if (noise > kNone) {
+      constexpr float noSignalLevel = 1e-6F;  // rounding, of data of magnitude 1
+      if (noise > noSignalLevel) {
         value = static_cast<double>(noise) * problem.scale();
       }
       return {value, NoiseOrigin::libraryDifference};
@@ -96,10 +96,10 @@ std::vector<std::size_t> rejectedSamples(const Problem& whole, const InversionSe
   if (!settings.rejectBeyond || rejectsInLibrary(settings)) {
     return rejected;
   }
-  constexpr int kMostRounds = 50;
+  constexpr int mostRounds = 50;
   std::vector<std::size_t> kept(whole.data().size());
   std::iota(kept.begin(), kept.end(), std::size_t{0});
-  for (int round = 0; round < kMostRounds; ++round) {
+  for (int round = 0; round < mostRounds; ++round) {
     const Problem rest = whole.without(rejected);
     const std::vector<std::size_t> found = rest.outliers(*settings.rejectBeyond);
     if (found.empty() || kept.size() < 2 + found.size()) {
@@ -300,8 +300,8 @@ Inversion solveChosen(const Problem& problem, const Choice& choice, double scale
 double fastShare(const Inversion& inversion, Kernel kernel, double start) {
   const std::vector<double>& f = inversion.distribution.amplitude;
   const std::size_t first = inversion.firstColumn;
-  constexpr double kNear = 1.5;
-  if (kernel != Kernel::t2 || inversion.distribution.time[first] > kNear * start ||
+  constexpr double nearRatio = 1.5;
+  if (kernel != Kernel::t2 || inversion.distribution.time[first] > nearRatio * start ||
       first + 1 >= f.size() || !(f[first] > f[first + 1])) {
     return 0.0;
   }
@@ -314,16 +314,16 @@ double fastShare(const Inversion& inversion, Kernel kernel, double start) {
 
 /// What only the finished inversion shows.
 void addLateFindings(Inversion& inversion, Kernel kernel, double start, double residualNoise) {
-  constexpr double kMuchFast = 0.1;
-  constexpr double kLost = 2.0;
+  constexpr double muchFast = 0.1;
+  constexpr double lostRatio = 2.0;
   if (inversion.finding.fatal()) {
     return;
   }
-  if (inversion.mode == WeightMode::corner && inversion.fitError > kLost * residualNoise) {
+  if (inversion.mode == WeightMode::corner && inversion.fitError > lostRatio * residualNoise) {
     inversion.finding = {FindingKind::cornerLost, Kernel::t2, inversion.fitError / residualNoise,
                          0};
   } else if (const double share = fastShare(inversion, kernel, start);
-             inversion.mode == WeightMode::automatic && share > kMuchFast) {
+             inversion.mode == WeightMode::automatic && share > muchFast) {
     inversion.finding = {FindingKind::tooFast, Kernel::t2, share, 0};
   }
 }

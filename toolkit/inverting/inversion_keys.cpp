@@ -18,7 +18,7 @@ struct Estimator {
   std::string_view name;
   NoiseOrigin origin;
 };
-constexpr std::array<Estimator, 4> kEstimators{{
+constexpr std::array<Estimator, 4> estimatorRows{{
     {NoiseSource::difference, "D3", NoiseOrigin::libraryDifference},
     {NoiseSource::fit, "UREG", NoiseOrigin::libraryFit},
     {NoiseSource::ridge, "REG", NoiseOrigin::libraryRidge},
@@ -27,9 +27,9 @@ constexpr std::array<Estimator, 4> kEstimators{{
 
 const Estimator* estimatorOf(const InversionSettings& settings) {
   const auto found = std::find_if(
-      kEstimators.begin(), kEstimators.end(),
+      estimatorRows.begin(), estimatorRows.end(),
       [&](const Estimator& estimator) { return estimator.source == settings.noiseSource; });
-  return settings.noise || found == kEstimators.end() ? nullptr : found;
+  return settings.noise || found == estimatorRows.end() ? nullptr : found;
 }
 
 /// The text of NALG: what the user has assigned last, or else what the settings stand for.
@@ -47,7 +47,7 @@ std::string noiseAlgorithm(const InversionSettings& settings) {
 }
 
 /// The keys of the library's weight search and of its noise.
-constexpr std::array<std::string_view, 16> kSearchKeys{
+constexpr std::array<std::string_view, 16> searchKeys{
     "TARG", "WEIG", "NALG", "SIG",  "CSI2", "RSIG", "L1AL", "WITE",
     "WTOL", "STOL", "WRAT", "WFRA", "WMIN", "WMAX", "WNMI", "WNMA"};
 
@@ -68,16 +68,16 @@ bool weightIsChosen(const InversionSettings& settings) {
                           settings.noiseSource == NoiseSource::quadrature;
   return settings.method == Method::automatic && !settings.weight && !settings.corner &&
          sourceFits && !rejectsInLibrary(settings) &&
-         std::none_of(kSearchKeys.begin(), kSearchKeys.end(),
+         std::none_of(searchKeys.begin(), searchKeys.end(),
                       [&](std::string_view key) { return assigns(settings, key); });
 }
 
 void setFixedWeight(const InversionSettings& settings, double weight) {
-  constexpr float kPasses = 1000.0F;
+  constexpr float mostPasses = 1000.0F;
   setText("TARG", "WEIG");
   setNumber("WEIG", static_cast<float>(weight));
   if (!assigns(settings, "MAXI")) {
-    setNumber("MAXI", kPasses);
+    setNumber("MAXI", mostPasses);
   }
 }
 
@@ -109,9 +109,9 @@ void setKeys(const InversionSettings& settings) {
   // weight. For data of magnitude 1 the library's 1e-6 ends a solve at a large weight
   // before it has settled; this value costs a pass more. Single precision (BRDA = 1)
   // would not reach it.
-  constexpr float kTolerance = 1e-12F;
+  constexpr float tolerance = 1e-12F;
   if (!toleranceAssigned && queryNumber("BRDA") != 1.0F) {
-    setNumber("TOL", kTolerance);
+    setNumber("TOL", tolerance);
   }
 }
 

@@ -16,9 +16,9 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr std::string_view kData = "unit of the data";
-constexpr std::string_view kWeight = "kernel squared";
-constexpr std::string_view kResult = "a result; setting it has no effect";
+constexpr std::string_view dataUnit = "unit of the data";
+constexpr std::string_view weightUnit = "kernel squared";
+constexpr std::string_view resultText = "a result; setting it has no effect";
 
 /// What a user is told of a key beside what the library's own table has of it.
 struct Usage {
@@ -27,9 +27,9 @@ struct Usage {
   std::string_view unit;
   bool fraction = false;  ///< a fraction, although the library writes it as an integer
 };
-constexpr bool kFraction = true;
+constexpr bool takesFraction = true;
 
-constexpr auto kUsages = std::to_array<Usage>({
+constexpr auto usageTexts = std::to_array<Usage>({
     {"REPO", "0 (the log's head only) to 4", ""},
     {"SAVE", "0, 1 or 2", ""},
     {"SAVF", "any", ""},
@@ -38,50 +38,50 @@ constexpr auto kUsages = std::to_array<Usage>({
     {"PRLO", "1 to the number of data points", "data points"},
     {"PRHI", "any", "data points"},
     {"PRPO", "10 to 5000", "data points"},
-    {"SVDT", "0 to 1; at 1 or above one vector is kept", "largest singular value", kFraction},
+    {"SVDT", "0 to 1; at 1 or above one vector is kept", "largest singular value", takesFraction},
     {"SVDN", "0 (no compression) to the number of grid points", "vectors"},
     {"L2MO", "0 or 1", ""},
-    {"L2NS", "above 0", "noise deviations", kFraction},
+    {"L2NS", "above 0", "noise deviations", takesFraction},
     {"BRDA", "1, 2 or 3", ""},
     {"TOL", "above 0", "(data / weight) squared"},
     {"MAXI", "1 or above", "passes"},
-    {"SIG", "above 0", kData},
+    {"SIG", "above 0", dataUnit},
     {"RSIG", "above 0", ""},
     {"L1AL", "0 to 1", ""},
-    {"WEIG", "above 0", kWeight},
+    {"WEIG", "above 0", weightUnit},
     {"WITE", "1 or above", "iterations"},
-    {"WTOL", "above 0", "", kFraction},
+    {"WTOL", "above 0", "", takesFraction},
     {"STOL", "any", ""},
     {"WRAT", "above 1", ""},
     {"WFRA", "above 0 to 1", ""},
     {"RWEI", "above 0; 0.95 to 1.05 leaves the corner as it is", ""},
-    {"WREF", kResult, kWeight},
-    {"WMIN", "above 0", kWeight},
-    {"WMAX", "above WMIN", kWeight},
+    {"WREF", resultText, weightUnit},
+    {"WMIN", "above 0", weightUnit},
+    {"WMAX", "above WMIN", weightUnit},
     {"WNMI", "above 0", "WREF"},
     {"WNMA", "above WNMI", "WREF"},
-    {"CSTA", kResult, ""},
-    {"CWEI", kResult, kWeight},
-    {"CWIT", kResult, "iterations"},
-    {"CITE", kResult, "passes"},
-    {"CSIG", kResult, kData},
-    {"CSI2", "a result, and the noise where NALG is D2 or D3", kData},
-    {"DSE", kResult, kData},
-    {"CSE", kResult, kData},
+    {"CSTA", resultText, ""},
+    {"CWEI", resultText, weightUnit},
+    {"CWIT", resultText, "iterations"},
+    {"CITE", resultText, "passes"},
+    {"CSIG", resultText, dataUnit},
+    {"CSI2", "a result, and the noise where NALG is D2 or D3", dataUnit},
+    {"DSE", resultText, dataUnit},
+    {"CSE", resultText, dataUnit},
     {"EWIT", "any", ""},
     {"C1", "any", ""},
     {"C2", "any", ""},
 });
 
-static_assert(std::all_of(kUsages.begin(), kUsages.end(), [](const Usage& usage) {
+static_assert(std::all_of(usageTexts.begin(), usageTexts.end(), [](const Usage& usage) {
   return std::any_of(params::keyTable.begin(), params::keyTable.end(),
                      [&](const params::KeyRow& row) { return row.key == usage.key; });
 }));
 
 const Usage* usageOf(std::string_view key) {
-  const auto* const found = std::find_if(kUsages.begin(), kUsages.end(),
+  const auto* const found = std::find_if(usageTexts.begin(), usageTexts.end(),
                                          [&](const Usage& usage) { return usage.key == key; });
-  return found == kUsages.end() ? nullptr : found;
+  return found == usageTexts.end() ? nullptr : found;
 }
 
 /// The words that the library stores for a choice, the last for what it does not know.
@@ -176,10 +176,10 @@ const KeyInfo* findKey(std::string_view name) {
 }
 
 std::vector<std::string_view> keysNear(std::string_view name) {
-  constexpr std::size_t kMost = 5;
-  constexpr std::size_t kLongestName = 32;
-  constexpr std::size_t kShortestWord = 4;  // shorter ones stand within too many others
-  const std::string wanted = upperCase(name.substr(0, kLongestName));
+  constexpr std::size_t mostSuggestions = 5;
+  constexpr std::size_t longestName = 32;
+  constexpr std::size_t shortestWord = 4;  // shorter ones stand within too many others
+  const std::string wanted = upperCase(name.substr(0, longestName));
   std::vector<std::string_view> near;
   for (std::size_t edits = 1; edits <= 2; ++edits) {
     for (const KeyInfo& info : keyInfos()) {
@@ -190,13 +190,13 @@ std::vector<std::string_view> keysNear(std::string_view name) {
     }
   }
   for (const KeyInfo& info : keyInfos()) {
-    if (wanted.size() >= kShortestWord &&
+    if (wanted.size() >= shortestWord &&
         upperCase(info.meaning).find(wanted) != std::string::npos &&
         std::find(near.begin(), near.end(), info.key) == near.end()) {
       near.push_back(info.key);
     }
   }
-  near.resize(std::min(near.size(), kMost));
+  near.resize(std::min(near.size(), mostSuggestions));
   return near;
 }
 

@@ -44,12 +44,12 @@ double sumOfSquares(const std::vector<double>& values) {
 /// The weight in the middle of the series, from a first solve that takes the signal for 100
 /// times the noise.
 double centralWeight(const ReducedProblem& problem) {
-  constexpr double kFactor = 50.0;
-  constexpr double kFirstRatio = 100.0;
-  constexpr double kFirstScale = 0.001;
-  const double scaled = sumOfSquares(problem.K) * kFactor;
+  constexpr double scaleFactor = 50.0;
+  constexpr double firstRatio = 100.0;
+  constexpr double firstScale = 0.001;
+  const double scaled = sumOfSquares(problem.K) * scaleFactor;
   const double m = problem.rows;
-  const Solve first = solveAt(problem, scaled / (m * kFirstRatio * kFirstRatio) * kFirstScale);
+  const Solve first = solveAt(problem, scaled / (m * firstRatio * firstRatio) * firstScale);
   std::vector<double> fit(problem.d.size(), 0.0);
   for (std::size_t j = 0; j < first.f.size(); ++j) {
     for (std::size_t i = 0; i < fit.size(); ++i) {
@@ -112,13 +112,13 @@ LCurve lCurve(const Decay& decay, const InversionSettings& original, const Inver
   if (searched) {
     // A compression on this side agrees with the driver's to rounding, and the series of weights to
     // some tenths of a per cent; the driver's own is the one on which its corner lies.
-    constexpr double kWeightsPerDecade = 4.0;
+    constexpr double weightsPerDecade = 4.0;
     const double exponent =
-        std::round(kWeightsPerDecade * std::log10(corner / base)) / kWeightsPerDecade;
+        std::round(weightsPerDecade * std::log10(corner / base)) / weightsPerDecade;
     base = corner / std::pow(10.0, exponent);
   }
-  constexpr int kWeights = 17;
-  for (int i = 0; i < kWeights; ++i) {
+  constexpr int weightCount = 17;
+  for (int i = 0; i < weightCount; ++i) {
     const double exponent = -2.0 + 0.25 * i;
     curve.points.push_back(pointAt(reduced, std::pow(10.0, exponent) * base, problem.scale()));
   }

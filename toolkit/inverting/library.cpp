@@ -17,8 +17,8 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr std::size_t kKeyLength = 4;
-using Key = std::array<char, kKeyLength>;
+constexpr std::size_t keyLength = 4;
+using Key = std::array<char, keyLength>;
 /// Room for the longest text slot.
 using Text = std::array<char, 256>;
 
@@ -100,7 +100,7 @@ std::string assign(std::string_view assignment, std::string_view option) {
   }
   const Answer before = query(key);
   const bool hasNumber = !std::isnan(before.number);
-  if (key.empty() || key.size() > kKeyLength || (!hasNumber && before.text.empty())) {
+  if (key.empty() || key.size() > keyLength || (!hasNumber && before.text.empty())) {
     throw fail("the library has no such key");
   }
   if (value.empty()) {

@@ -35,14 +35,14 @@ double sumOfSquares(const std::vector<double>& values) {
 
 /// The lower Cholesky factor of the `size` x `size` matrix A by rows, in its place.
 void factorise(std::vector<double>& A, std::size_t size) {
-  constexpr double kLeastPivot = 1e-300;
+  constexpr double leastPivot = 1e-300;
   for (std::size_t j = 0; j < size; ++j) {
     for (std::size_t i = j; i < size; ++i) {
       double value = A[i * size + j];
       for (std::size_t k = 0; k < j; ++k) {
         value -= A[i * size + k] * A[j * size + k];
       }
-      A[i * size + j] = i == j ? std::sqrt(std::max(value, kLeastPivot)) : value / A[j * size + j];
+      A[i * size + j] = i == j ? std::sqrt(std::max(value, leastPivot)) : value / A[j * size + j];
     }
   }
 }

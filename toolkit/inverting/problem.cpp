@@ -33,8 +33,8 @@ std::vector<float> pruningAbscissae(const std::vector<double>& times) {
   std::vector<double> abscissae = times;
   if (abscissae.front() < static_cast<double>(FLT_MIN)) {
     // A spacing that is nothing beside the whole would leave all bins near 0.
-    constexpr double kLeastShift = 1e-6;
-    const double shift = std::max(times.at(1) - times.front(), kLeastShift * times.back());
+    constexpr double leastShift = 1e-6;
+    const double shift = std::max(times.at(1) - times.front(), leastShift * times.back());
     for (double& abscissa : abscissae) {
       abscissa += shift;
     }
@@ -142,10 +142,10 @@ std::vector<std::size_t> Problem::outliers(double threshold) const {
   std::vector<double> off(fit.size());
   std::transform(b.begin(), b.end(), fit.begin(), off.begin(),
                  [](double datum, double fitted) { return std::fabs(datum - fitted); });
-  constexpr double kRounding = 1e-6;  // of data of magnitude 1
+  constexpr double roundingLevel = 1e-6;  // of data of magnitude 1
   const double noise = medianDeviation(off);
   std::vector<std::size_t> found;
-  if (!(noise > kRounding)) {
+  if (!(noise > roundingLevel)) {
     return found;  // computed data
   }
   const double limit = std::max(threshold * noise, 0.5 * *std::max_element(off.begin(), off.end()));

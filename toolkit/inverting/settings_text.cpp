@@ -16,17 +16,17 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr int kMostRows = 10000;
-constexpr double kLeastRejection = 1.0;
-constexpr const char* kStandardRejection = "4";
-constexpr std::string_view kStandardText = "on";  ///< with standard values
+constexpr int mostRows = 10000;
+constexpr double leastRejection = 1.0;
+constexpr const char* standardRejection = "4";
+constexpr std::string_view standardText = "on";  ///< with standard values
 
 /// The number above 0 that `text` spells, in the range of the library's numbers.
 std::optional<double> parseAboveZero(const std::string& text) {
   const std::optional<double> value = parseNumber(text);
-  constexpr auto kLeast = static_cast<double>(std::numeric_limits<float>::min());
-  constexpr auto kMost = static_cast<double>(std::numeric_limits<float>::max());
-  return value && *value >= kLeast && *value <= kMost ? value : std::nullopt;
+  constexpr auto leastAllowed = static_cast<double>(std::numeric_limits<float>::min());
+  constexpr auto largestAllowed = static_cast<double>(std::numeric_limits<float>::max());
+  return value && *value >= leastAllowed && *value <= largestAllowed ? value : std::nullopt;
 }
 
 /// "noise", "corner" or a number above 0.
@@ -47,11 +47,11 @@ struct SourceName {
   std::string_view name;
   NoiseSource source;
 };
-constexpr std::array<SourceName, 5> kSources{{{"difference", NoiseSource::difference},
-                                              {"fit", NoiseSource::fit},
-                                              {"ridge", NoiseSource::ridge},
-                                              {"scan", NoiseSource::scan},
-                                              {"quadrature", NoiseSource::quadrature}}};
+constexpr std::array<SourceName, 5> noiseSources{{{"difference", NoiseSource::difference},
+                                                  {"fit", NoiseSource::fit},
+                                                  {"ridge", NoiseSource::ridge},
+                                                  {"scan", NoiseSource::scan},
+                                                  {"quadrature", NoiseSource::quadrature}}};
 
 /// The name of an estimate or a number above 0.
 void readNoise(const std::string& text, InversionSettings& settings) {
@@ -60,7 +60,7 @@ void readNoise(const std::string& text, InversionSettings& settings) {
   if (text.empty()) {
     return;
   }
-  for (const SourceName& source : kSources) {
+  for (const SourceName& source : noiseSources) {
     if (source.name == text) {
       settings.noiseSource = source.source;
       return;
@@ -110,16 +110,16 @@ void readCompression(const std::string& text, InversionSettings& settings) {
     return UserError(
         fmt::format("--compress {}: write N or N,RATIO, a whole number from 1 to {} and a number "
                     "from 0 to below 1, for instance 20,1e-6",
-                    inQuotes(text), kMostRows));
+                    inQuotes(text), mostRows));
   };
   Compression result;
-  if (text == kStandardText) {
+  if (text == standardText) {
     settings.compression = result;
     return;
   }
   const auto comma = text.find(',');
   const auto rows = parseInteger(text.substr(0, comma));
-  if (!rows || *rows < 1 || *rows > kMostRows) {
+  if (!rows || *rows < 1 || *rows > mostRows) {
     throw fail();
   }
   result.rows = static_cast<int>(*rows);
@@ -140,20 +140,20 @@ void readRejection(const std::string& text, InversionSettings& settings) {
   if (text.empty()) {
     return;
   }
-  constexpr std::string_view kRobust = "robust";
-  std::string number = text == kStandardText ? kStandardRejection : text;
-  if (text.substr(0, kRobust.size()) == kRobust) {
+  constexpr std::string_view robustWord = "robust";
+  std::string number = text == standardText ? standardRejection : text;
+  if (text.substr(0, robustWord.size()) == robustWord) {
     settings.rejection = Rejection::robust;
-    number = text.size() == kRobust.size() ? kStandardRejection
-             : text[kRobust.size()] == ',' ? text.substr(kRobust.size() + 1)
-                                           : text;
+    number = text.size() == robustWord.size() ? standardRejection
+             : text[robustWord.size()] == ',' ? text.substr(robustWord.size() + 1)
+                                              : text;
   }
   settings.rejectBeyond = parseAboveZero(number);
-  if (!settings.rejectBeyond || *settings.rejectBeyond < kLeastRejection) {
+  if (!settings.rejectBeyond || *settings.rejectBeyond < leastRejection) {
     throw UserError(fmt::format(
         "--reject-outliers {}: a number of {:g} or above is wanted, the standard deviations beyond "
         "which a sample is an outlier, or robust, or robust and such a number, as robust,4",
-        inQuotes(text), kLeastRejection));
+        inQuotes(text), leastRejection));
   }
 }
 
@@ -197,7 +197,7 @@ void readEfficiency(const std::string& text, InversionSettings& settings) {
   settings.efficiency = FittedOrGiven{value};
 }
 
-constexpr std::array<SettingText, 9> kSettings{{
+constexpr std::array<SettingText, 9> settingTable{{
     {"method", "classic|automatic", "classic",
      "who chooses range, noise and weight: the library's search for 1.05 times the noise on the "
      "whole grid, or the data",
@@ -233,13 +233,13 @@ bool isOptionLetter(char c) {
 }  // namespace
 
 std::span<const SettingText> settingTexts() {
-  return kSettings;
+  return settingTable;
 }
 
 void readSetting(std::string_view name, const std::string& text, InversionSettings& settings) {
-  const auto found = std::find_if(kSettings.begin(), kSettings.end(),
+  const auto found = std::find_if(settingTable.begin(), settingTable.end(),
                                   [&](const SettingText& row) { return row.name == name; });
-  if (found == kSettings.end()) {
+  if (found == settingTable.end()) {
     throw UserError(fmt::format("--{}: there is no such setting", name));
   }
   found->read(text, settings);
@@ -259,12 +259,12 @@ void requireCompatible(const InversionSettings& settings) {
 
 BootstrapSettings readBootstrap(const std::string& replicates, const std::string& seed,
                                 std::string_view option) {
-  constexpr int kFewest = 20;
-  constexpr int kMost = 100000;
+  constexpr int fewestAllowed = 20;
+  constexpr int largestAllowed = 100000;
   const std::optional<long long> count = parseInteger(replicates);
-  if (!count || *count < kFewest || *count > kMost) {
+  if (!count || *count < fewestAllowed || *count > largestAllowed) {
     throw UserError(fmt::format("{} {}: a whole number from {} to {} is wanted", option,
-                                inQuotes(replicates), kFewest, kMost));
+                                inQuotes(replicates), fewestAllowed, largestAllowed));
   }
   BootstrapSettings settings;
   settings.replicates = static_cast<int>(*count);
@@ -304,10 +304,10 @@ std::string inSettingNames(std::string_view sentence) {
       continue;
     }
     at += 2;
-    constexpr std::string_view kSet = "set ";  // KEY=VALUE, of which a program sets many
-    if (sentence.substr(at, kSet.size()) == kSet) {
+    constexpr std::string_view setPrefix = "set ";  // KEY=VALUE, of which a program sets many
+    if (sentence.substr(at, setPrefix.size()) == setPrefix) {
       result += "settings ";
-      at += kSet.size();
+      at += setPrefix.size();
       continue;
     }
     for (; at < sentence.size() && isOptionLetter(sentence[at]); ++at) {

@@ -24,7 +24,7 @@ namespace vorin::toolkit {
 namespace {
 
 /// What one standard deviation either way leaves out of a normal variate on each side.
-constexpr double kTail = 0.158655;
+constexpr double tailShare = 0.158655;
 
 /// Fit and residual of an inversion at the samples that it used, in the library's unit.
 struct Parts {
@@ -146,7 +146,8 @@ double notBelowZero(double value) {
 
 /// The interval of the log mean, from its logarithm and those of the replicates.
 void setInterval(Band& band, double logarithm, std::vector<double>& replicates) {
-  const double spread = 0.5 * (quantile(replicates, 1.0 - kTail) - quantile(replicates, kTail));
+  const double spread =
+      0.5 * (quantile(replicates, 1.0 - tailShare) - quantile(replicates, tailShare));
   const double halfBias = 0.5 * (quantile(replicates, 0.5) - logarithm);
   const double reach = std::hypot(spread, halfBias);
   band.logMeanLower = std::exp(logarithm - halfBias - reach);
@@ -199,8 +200,8 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
   for (std::size_t k = 0; k < grid; ++k) {
     // Replicates are smoothed twice: their own place would lie beside the distribution.
     const double shift = inversion.distribution.amplitude[k] - quantile(amplitudes[k], 0.5);
-    band.lower.push_back(notBelowZero(quantile(amplitudes[k], kTail) + shift));
-    band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - kTail) + shift));
+    band.lower.push_back(notBelowZero(quantile(amplitudes[k], tailShare) + shift));
+    band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - tailShare) + shift));
   }
   setInterval(band, std::log(logMean(inversion.distribution)), logarithms);
   return band;

@@ -16,10 +16,10 @@ namespace vorin::toolkit {
 namespace {
 
 /// A kernel of more columns than this is a slip of the keyboard.
-constexpr int kMostPoints = 10000;
+constexpr int mostPoints = 10000;
 /// Relaxation times stay well inside the range of single precision.
-constexpr double kShortest = 1e-30;
-constexpr double kLongest = 1e30;
+constexpr double shortest = 1e-30;
+constexpr double longestValue = 1e30;
 
 std::string_view example(Quantity quantity) {
   switch (quantity) {
@@ -66,11 +66,11 @@ LogGrid parseGrid(std::string_view text, std::string_view option, Quantity quant
   if (!points) {
     throw fail("the count is not a whole number");
   }
-  if (!(*from >= kShortest && *to > *from && *to <= kLongest)) {
+  if (!(*from >= shortest && *to > *from && *to <= longestValue)) {
     throw fail(fmt::format("the {} must be above 0 and rise", values));
   }
-  if (*points < 2 || *points > kMostPoints) {
-    throw fail(fmt::format("the count must be from 2 to {}", kMostPoints));
+  if (*points < 2 || *points > mostPoints) {
+    throw fail(fmt::format("the count must be from 2 to {}", mostPoints));
   }
   return {*from, *to, static_cast<int>(*points)};
 }
@@ -81,9 +81,9 @@ std::vector<double> gridValues(std::string_view text, std::string_view option, Q
     return parseGrid(text, option, quantity).times();
   }
   std::vector<double> values = readGrid(std::filesystem::path(text), quantity);
-  if (values.size() < 2 || values.size() > kMostPoints) {
+  if (values.size() < 2 || values.size() > mostPoints) {
     throw UserError(fmt::format("{} {}: a grid has 2 to {} values, this file has {}", option, text,
-                                kMostPoints, values.size()));
+                                mostPoints, values.size()));
   }
   return values;
 }

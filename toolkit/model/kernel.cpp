@@ -24,7 +24,7 @@ struct Row {
   Quantity grid;
 };
 
-constexpr std::array<Row, 5> kTable{{
+constexpr std::array<Row, 5> kernelTable{{
     {Kernel::t2, "t2", "exp(-t/T2)", "T2", "relaxation time T2", "t2_s", "time_s", Quantity::time,
      Quantity::time},
     {Kernel::t1Saturation, "t1-saturation", "1 - exp(-t/T1)", "T1", "relaxation time T1", "t1_s",
@@ -38,13 +38,13 @@ constexpr std::array<Row, 5> kTable{{
 }};
 
 const Row& rowOf(Kernel kernel) {
-  return kTable.at(static_cast<std::size_t>(kernel));
+  return kernelTable.at(static_cast<std::size_t>(kernel));
 }
 
 }  // namespace
 
 Kernel parseKernel(std::string_view name, std::string_view option) {
-  for (const Row& row : kTable) {
+  for (const Row& row : kernelTable) {
     if (row.name == name && row.kernel != Kernel::matrix) {
       return row.kernel;
     }

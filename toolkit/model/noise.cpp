@@ -11,24 +11,24 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr std::size_t kOrder = 2;
-constexpr std::size_t kFewestDifferences = 3;
+constexpr std::size_t differenceOrder = 2;
+constexpr std::size_t fewestDifferences = 3;
 
 /// How many of `count` differences at the start are left out.
 std::size_t leftOut(std::size_t count) {
-  constexpr std::size_t kLong = 200;
-  constexpr std::size_t kShort = 16;
-  return count >= kLong ? count / 8 : count >= kShort ? count / 2 : 0;
+  constexpr std::size_t longDecay = 200;
+  constexpr std::size_t shortDecay = 16;
+  return count >= longDecay ? count / 8 : count >= shortDecay ? count / 2 : 0;
 }
 
-/// The divided difference of y over x[at .. at + kOrder], scaled to the variance of one y.
+/// The divided difference of y over x[at .. at + differenceOrder], scaled to the variance of one y.
 double scaledDifference(const std::vector<double>& x, const std::vector<double>& y,
                         std::size_t at) {
-  std::array<double, kOrder + 1> coefficient{};
+  std::array<double, differenceOrder + 1> coefficient{};
   double squares = 0.0;
-  for (std::size_t i = 0; i <= kOrder; ++i) {
+  for (std::size_t i = 0; i <= differenceOrder; ++i) {
     double product = 1.0;
-    for (std::size_t j = 0; j <= kOrder; ++j) {
+    for (std::size_t j = 0; j <= differenceOrder; ++j) {
       // Relative to the first interval, so that tiny spacings don't overflow.
       if (j != i) {
         product *= (x[at + i] - x[at + j]) / (x[at + 1] - x[at]);
@@ -38,7 +38,7 @@ double scaledDifference(const std::vector<double>& x, const std::vector<double>&
     squares += coefficient[i] * coefficient[i];
   }
   double sum = 0.0;
-  for (std::size_t i = 0; i <= kOrder; ++i) {
+  for (std::size_t i = 0; i <= differenceOrder; ++i) {
     sum += coefficient[i] * y[at + i];
   }
   return sum / std::sqrt(squares);
@@ -55,15 +55,15 @@ double rootMeanSquare(const std::vector<double>& values) {
 /// The standard deviation of `values` without those beyond four of it, corrected
 /// for what a normal variate loses by that cut.
 double clippedDeviation(const std::vector<double>& values) {
-  constexpr double kCut = 4.0;
-  constexpr double kVarianceInside = 0.998929;  // of N(0, 1) cut at 4: 1 - 8 phi(4) / P(|z| < 4)
-  constexpr int kMostRounds = 20;
+  constexpr double cut = 4.0;
+  constexpr double varianceInside = 0.998929;  // of N(0, 1) cut at 4: 1 - 8 phi(4) / P(|z| < 4)
+  constexpr int mostRounds = 20;
   double deviation = medianDeviation(values);
-  for (int round = 0; round < kMostRounds && deviation > 0.0; ++round) {
+  for (int round = 0; round < mostRounds && deviation > 0.0; ++round) {
     std::vector<double> inside;
     std::copy_if(values.begin(), values.end(), std::back_inserter(inside),
-                 [&](double value) { return std::fabs(value) <= kCut * deviation; });
-    const double next = rootMeanSquare(inside) / std::sqrt(kVarianceInside);
+                 [&](double value) { return std::fabs(value) <= cut * deviation; });
+    const double next = rootMeanSquare(inside) / std::sqrt(varianceInside);
     if (std::fabs(next - deviation) <= 1e-9 * deviation) {
       return next;
     }
@@ -76,8 +76,8 @@ double clippedDeviation(const std::vector<double>& values) {
 }  // namespace
 
 double residualDeviation(const std::vector<double>& residual) {
-  constexpr std::size_t kEnoughToClip = 100;
-  return residual.size() < kEnoughToClip ? rootMeanSquare(residual) : clippedDeviation(residual);
+  constexpr std::size_t enoughToClip = 100;
+  return residual.size() < enoughToClip ? rootMeanSquare(residual) : clippedDeviation(residual);
 }
 
 std::optional<double> differenceNoise(const Decay& decay) {
@@ -88,10 +88,10 @@ std::optional<double> differenceNoise(const Decay& decay) {
   }
   const std::vector<double> y(decay.amplitude.begin() + static_cast<std::ptrdiff_t>(skipped),
                               decay.amplitude.end());
-  if (x.size() < kOrder + kFewestDifferences) {
+  if (x.size() < differenceOrder + fewestDifferences) {
     return std::nullopt;
   }
-  const std::size_t count = x.size() - kOrder;
+  const std::size_t count = x.size() - differenceOrder;
   std::vector<double> differences;
   for (std::size_t at = leftOut(count); at < count; ++at) {
     const double difference = scaledDifference(x, y, at);
@@ -100,15 +100,15 @@ std::optional<double> differenceNoise(const Decay& decay) {
       differences.push_back(difference);
     }
   }
-  if (differences.size() < kFewestDifferences) {
+  if (differences.size() < fewestDifferences) {
     return std::nullopt;
   }
   const double noise = clippedDeviation(differences);
   const double largest = largestMagnitude(decay.amplitude);
   // Less than this is the curve's own bend or the rounding of single precision, in
   // which the library works; no fit could be held against it.
-  constexpr double kNone = 1e-6;
-  if (!(noise > kNone * largest)) {
+  constexpr double noNoiseLevel = 1e-6;
+  if (!(noise > noNoiseLevel * largest)) {
     return std::nullopt;
   }
   return noise;

@@ -21,8 +21,8 @@ double NormalNoise::next() {
   }
   // The upper 53 bits, moved off 0 by half a step: strictly between 0 and 1.
   const auto uniform = [this] {
-    constexpr double kStep = 0x1p-53;
-    return (static_cast<double>(engine_() >> 11) + 0.5) * kStep;
+    constexpr double uniformStep = 0x1p-53;
+    return (static_cast<double>(engine_() >> 11) + 0.5) * uniformStep;
   };
   const double radius = std::sqrt(-2.0 * std::log(uniform()));
   const double angle = 2.0 * std::numbers::pi * uniform();

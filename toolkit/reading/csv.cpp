@@ -17,10 +17,10 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Times beyond this are no times, and single precision would not hold them.
-constexpr double kLongestTime = 1e30;
+constexpr double longestTime = 1e30;
 /// Amplitudes beyond these limits can't be squared in double precision with ease.
-constexpr double kLargestAmplitude = 1e100;
-constexpr double kSmallestAmplitude = 1e-100;
+constexpr double largestAmplitude = 1e100;
+constexpr double smallestAmplitude = 1e-100;
 
 std::string quotedList(const std::vector<std::string>& names) {
   std::string list;
@@ -114,10 +114,10 @@ void checkTimes(const Table& table, const std::vector<double>& times, Quantity q
                                   time < 0.0 ? "negative" : "0", name, units,
                                   zeroAllowed ? "0 or above" : "above 0"));
     }
-    if (time * unit > kLongestTime) {
+    if (time * unit > longestTime) {
       throw UserError(fmt::format(
           "{}: the {} {:g} is too {}; {}s are{} {:g} at most", table.place(i), name, time,
-          quantity == Quantity::time ? "long" : "large", name, units, kLongestTime));
+          quantity == Quantity::time ? "long" : "large", name, units, longestTime));
     }
     if (i > 0 && !(time > times[i - 1])) {
       throw UserError(
@@ -134,11 +134,11 @@ void checkAmplitudes(const Table& table, const std::vector<std::vector<double>>&
   double largest = 0.0;
   for (const std::vector<double>& channel : all) {
     for (std::size_t i = 0; i < channel.size(); ++i) {
-      if (std::fabs(channel[i]) > kLargestAmplitude) {
+      if (std::fabs(channel[i]) > largestAmplitude) {
         throw UserError(
             fmt::format("{}: the amplitude {:g} is too large; give it in another unit, "
                         "{:g} at most",
-                        table.place(i), channel[i], kLargestAmplitude));
+                        table.place(i), channel[i], largestAmplitude));
       }
       largest = std::max(largest, std::fabs(channel[i]));
     }
@@ -147,9 +147,9 @@ void checkAmplitudes(const Table& table, const std::vector<std::vector<double>>&
     throw UserError(
         fmt::format("{}: every amplitude is 0; a decay wants one that is not", table.name()));
   }
-  if (largest < kSmallestAmplitude) {
+  if (largest < smallestAmplitude) {
     throw UserError(fmt::format("{}: no amplitude is above {:g}; give them in another unit",
-                                table.name(), kSmallestAmplitude));
+                                table.name(), smallestAmplitude));
   }
 }
 

@@ -15,7 +15,7 @@ namespace vorin::toolkit {
 namespace {
 
 /// A row of a large kernel matrix is shorter than this; a file without line ends isn't.
-constexpr std::size_t kLongestLine = 1'000'000;
+constexpr std::size_t longestLine = 1'000'000;
 
 std::string_view withoutQuotes(std::string_view field) {
   if (field.size() >= 2 && field.front() == '"' && field.back() == '"') {
@@ -133,11 +133,11 @@ Table::Table(const TextFile& file, std::string_view wanted, std::string_view exa
     const std::size_t before = rest.size();
     const std::string_view whole = takeLine(rest);
     const bool last = rest.empty() && whole.size() == before;  // no line end behind it
-    if (whole.size() > kLongestLine) {
+    if (whole.size() > longestLine) {
       throw UserError(
           fmt::format("{}, line {}: this line has more than {} characters; give one "
                       "row a sample, each on a line of its own",
-                      name_, number, kLongestLine));
+                      name_, number, longestLine));
     }
     const std::string_view line = trimmed(whole);
     if (line.empty()) {

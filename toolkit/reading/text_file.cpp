@@ -18,16 +18,16 @@ namespace {
 namespace fs = std::filesystem;
 
 /// No decay is as large as this, but an endless device is.
-constexpr std::size_t kMostBytes = 1'000'000'000;
+constexpr std::size_t mostBytes = 1'000'000'000;
 
 std::string readAll(std::istream& in, const std::string& name) {
   std::string content;
   std::array<char, 65536> block{};
   while (in.read(block.data(), static_cast<std::streamsize>(block.size())), in.gcount() > 0) {
     content.append(block.data(), static_cast<std::size_t>(in.gcount()));
-    if (content.size() > kMostBytes) {
+    if (content.size() > mostBytes) {
       throw UserError(
-          fmt::format("{}: this is more than {} bytes, too much for one decay", name, kMostBytes));
+          fmt::format("{}: this is more than {} bytes, too much for one decay", name, mostBytes));
     }
   }
   if (in.bad()) {

@@ -20,7 +20,7 @@ struct Unit {
   bool listed;  ///< named in messages; the others are other spellings
 };
 
-constexpr std::array<Unit, 24> kUnits{{
+constexpr std::array<Unit, 24> unitTable{{
     {Quantity::time, "s", 1.0, true},
     {Quantity::time, "ms", 1e-3, true},
     {Quantity::time, "us", 1e-6, true},
@@ -107,7 +107,7 @@ std::string_view siUnit(Quantity quantity) {
 }
 
 std::optional<double> unitSize(std::string_view unit, Quantity quantity) {
-  for (const Unit& known : kUnits) {
+  for (const Unit& known : unitTable) {
     if (known.quantity == quantity && known.name == unit) {
       return known.size;
     }
@@ -118,7 +118,7 @@ std::optional<double> unitSize(std::string_view unit, Quantity quantity) {
 std::string unitList(Quantity quantity) {
   std::string list;
   std::string_view last;
-  for (const Unit& unit : kUnits) {
+  for (const Unit& unit : unitTable) {
     if (unit.quantity == quantity && unit.listed) {
       if (!last.empty()) {
         list += fmt::format("{}{}", list.empty() ? "" : ", ", last);
@@ -152,8 +152,8 @@ std::string quantityText(double value, Quantity quantity) {
     return significant(value, 3);
   }
   if (quantity == Quantity::bValue) {
-    constexpr double kReadable = 1e6;  // the unit in which b values are usually told
-    return significant(value / kReadable) + " s/mm2";
+    constexpr double readable = 1e6;  // the unit in which b values are usually told
+    return significant(value / readable) + " s/mm2";
   }
   return fmt::format("{} {}", withShortExponent(fmt::format("{:.2e}", value)), siUnit(quantity));
 }

@@ -9,10 +9,10 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr int kMostSteps = 200;
-constexpr int kMostHalvings = 40;
-constexpr double kGradient = 1e-12;
-constexpr double kArmijo = 1e-4;
+constexpr int mostSteps = 200;
+constexpr int mostHalvings = 40;
+constexpr double gradient = 1e-12;
+constexpr double armijo = 1e-4;
 
 double dot(const std::vector<double>& a, const std::vector<double>& b) {
   double sum = 0.0;
@@ -65,7 +65,7 @@ class Minimiser {
   }
 
   bool run() {
-    for (int step = 0; step < kMostSteps; ++step) {
+    for (int step = 0; step < mostSteps; ++step) {
       if (isOptimal()) {
         return true;
       }
@@ -102,7 +102,7 @@ class Minimiser {
   }
 
   bool isOptimal() const {
-    return state_.gap <= tolerance_ || gradientSquares_ <= kGradient * kGradient * dot(d_, d_);
+    return state_.gap <= tolerance_ || gradientSquares_ <= gradient * gradient * dot(d_, d_);
   }
 
   bool setNewtonStep() {
@@ -136,8 +136,8 @@ class Minimiser {
     map_.transposeTimes(step_.data(), change_.data());
     const double slope = dot(gradient_, step_);
     double t = 1.0;
-    for (int halving = 0; halving < kMostHalvings; ++halving, t *= 0.5) {
-      if (changeOfChi(t) <= kArmijo * t * slope) {
+    for (int halving = 0; halving < mostHalvings; ++halving, t *= 0.5) {
+      if (changeOfChi(t) <= armijo * t * slope) {
         break;
       }
     }
@@ -145,7 +145,7 @@ class Minimiser {
     // gap tells whether it was.
     if (t < 1e-9) {
       t = 1.0;
-      if (!(gradientSquares_ <= 1e-6 * kGradient * dot(d_, d_) || state_.gap <= 1e-8)) {
+      if (!(gradientSquares_ <= 1e-6 * gradient * dot(d_, d_) || state_.gap <= 1e-8)) {
         return false;
       }
     }

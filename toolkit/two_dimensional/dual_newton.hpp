@@ -18,8 +18,8 @@ struct DualState {
 
 /// Relative duality gaps: of a map that is left as a result, and of one on the way to another
 /// weight, whose sum of squares alone matters.
-inline constexpr double kOptimal = 1e-11;
-inline constexpr double kOnTheWay = 1e-6;
+inline constexpr double optimalGap = 1e-11;
+inline constexpr double searchGap = 1e-6;
 
 /// Minimises 1/2 |A F - d|^2 + w/2 |F|^2 over F >= 0 from the multipliers of `state`, and leaves
 /// the minimiser there. `w` is above 0.

@@ -14,7 +14,7 @@ namespace vorin::toolkit {
 namespace {
 
 /// What one standard deviation either way leaves out of a normal variate on each side.
-constexpr double kTail = 0.158655;
+constexpr double tailShare = 0.158655;
 
 /// The cells of one peak or region, and what the replicates give there.
 struct Part {
@@ -45,7 +45,7 @@ struct Part {
 
   MapSpread spread() {
     const auto interval = [](std::vector<double>& values) {
-      return MapInterval{quantile(values, kTail), quantile(values, 1.0 - kTail)};
+      return MapInterval{quantile(values, tailShare), quantile(values, 1.0 - tailShare)};
     };
     return {interval(share), interval(logMean1), interval(logMean2)};
   }
@@ -110,7 +110,7 @@ MapBootstrap bootstrapMap(const MapData& data, const MapSettings& settings,
       drawn[i] = fit[i] + residuals[engine() % residuals.size()];
     }
     DualState state = begin;
-    if (solveDual(problem, problem.compressed(drawn.data()), weight, kOnTheWay, state)) {
+    if (solveDual(problem, problem.compressed(drawn.data()), weight, searchGap, state)) {
       ++result.replicates;
       for (Part& part : parts) {
         part.add({inversion.grid1, inversion.grid2, state.F});

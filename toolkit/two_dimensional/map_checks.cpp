@@ -12,10 +12,10 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr double kLargest = 1e30;         ///< of times and grids, as in one dimension
-constexpr double kLargestSample = 1e100;  ///< can be squared with ease
-constexpr double kSmallestSample = 1e-100;
-constexpr std::size_t kMostCells = 4'000'000;
+constexpr double largestValue = 1e30;    ///< of times and grids, as in one dimension
+constexpr double largestSample = 1e100;  ///< can be squared with ease
+constexpr double smallestSample = 1e-100;
+constexpr std::size_t mostCells = 4'000'000;
 
 /// Throws UserError unless `values` rise from above 0 (or from 0). `what` is "times" or "grid".
 void requireAxis(const std::vector<double>& values, int axis, std::string_view what,
@@ -27,11 +27,11 @@ void requireAxis(const std::vector<double>& values, int axis, std::string_view w
   }
   for (std::size_t i = 0; i < values.size(); ++i) {
     const double value = values[i];
-    if (!(value >= 0.0) || (value == 0.0 && !zeroAllowed) || value > kLargest) {
+    if (!(value >= 0.0) || (value == 0.0 && !zeroAllowed) || value > largestValue) {
       throw UserError(
           fmt::format("{} of the {} axis: value {} is {:g}; it must be {} 0 and {:g} at "
                       "most",
-                      what, name, i + 1, value, zeroAllowed ? "at least" : "above", kLargest));
+                      what, name, i + 1, value, zeroAllowed ? "at least" : "above", largestValue));
     }
     if (i > 0 && !(value > values[i - 1])) {
       throw UserError(
@@ -56,19 +56,19 @@ void requireSamples(const MapData& data) {
   double largest = 0.0;
   for (std::size_t i = 0; i < data.samples.size(); ++i) {
     const double size = std::fabs(data.samples[i]);
-    if (!(size <= kLargestSample)) {
+    if (!(size <= largestSample)) {
       throw UserError(
           fmt::format("the sample in row {}, column {} of the data is {}; every sample must be a "
                       "number of {:g} at most",
-                      i / columns + 1, i % columns + 1, data.samples[i], kLargestSample));
+                      i / columns + 1, i % columns + 1, data.samples[i], largestSample));
     }
     largest = std::max(largest, size);
   }
-  if (largest < kSmallestSample) {
+  if (largest < smallestSample) {
     throw UserError(largest == 0.0
                         ? "every sample is 0; a map needs data that are not"
                         : fmt::format("no sample is above {:g}; give the data in another unit",
-                                      kSmallestSample));
+                                      smallestSample));
   }
 }
 
@@ -86,10 +86,10 @@ void requireMatrix(const MapData& data, const MapSettings& settings, int axis) {
         name, matrix->size(), samples, grid, samples * grid));
   }
   if (!std::all_of(matrix->begin(), matrix->end(),
-                   [](double value) { return std::fabs(value) <= kLargest; })) {
+                   [](double value) { return std::fabs(value) <= largestValue; })) {
     throw UserError(
         fmt::format("the kernel matrix of the {} axis holds what is no number of {:g} at most",
-                    name, kLargest));
+                    name, largestValue));
   }
   if (std::all_of(matrix->begin(), matrix->end(), [](double value) { return value == 0.0; })) {
     throw UserError(fmt::format("the kernel matrix of the {} axis is 0 everywhere", name));
@@ -110,9 +110,9 @@ void requireUsable(const MapData& data, const MapSettings& settings) {
   requireSamples(data);
   requireAxis(settings.grid1, 1, "grid", false);
   requireAxis(settings.grid2, 2, "grid", false);
-  if (settings.grid1.size() * settings.grid2.size() > kMostCells) {
+  if (settings.grid1.size() * settings.grid2.size() > mostCells) {
     throw UserError(fmt::format("a map of {} x {} cells is too large; {} cells are the most",
-                                settings.grid1.size(), settings.grid2.size(), kMostCells));
+                                settings.grid1.size(), settings.grid2.size(), mostCells));
   }
   requireMatrix(data, settings, 1);
   requireMatrix(data, settings, 2);

@@ -17,17 +17,17 @@ namespace vorin::toolkit {
 namespace {
 
 /// The last solution takes in rows whose s1 s2 is above this part of the root of the weight.
-constexpr double kPartOfWeight = 3e-5;
+constexpr double partOfWeight = 3e-5;
 /// Single kernels are cut here; smaller values are mostly rounding.
-constexpr double kKernelCut = 1e-7;
+constexpr double kernelCut = 1e-7;
 /// The aim lies this many noise variances above the least sum of squares, about the standard
 /// deviation of a chi-squared of the rows. Fewer leave noise as stray cells, which take amplitude
 /// from the peaks: over 8 seeds of simulated T1-T2, T2-T2 and D-T2 data the worst error of a
 /// peak's amplitude is 0.029, 0.066, 0.028 at 4, 0.011, 0.034, 0.011 at 10 and 0.008, 0.022,
 /// 0.008 at 14; more flatten weak peaks.
-constexpr double kSurplus = 14.0;
+constexpr double surplus = 14.0;
 /// Samples beyond the rows from which the noise is told to better than a tenth.
-constexpr double kLeastBeyond = 50.0;
+constexpr double leastBeyond = 50.0;
 
 double squaresOf(const std::vector<double>& values) {
   double sum = 0.0;
@@ -53,13 +53,13 @@ void setNoise(MapInversion& result, const MapData& data, const MapSettings& sett
   const double beyond = static_cast<double>(data.samples.size()) - static_cast<double>(d.size());
   const double left = squaresOf(data.samples) - squaresOf(d);
   // Below the rounding of the two sums the difference says nothing: computed data.
-  const bool isTold = beyond >= kLeastBeyond && left > 1e-13 * squaresOf(data.samples);
+  const bool isTold = beyond >= leastBeyond && left > 1e-13 * squaresOf(data.samples);
   if (isTold) {
     result.noise = std::sqrt(left / beyond);
     result.noiseOrigin = MapNoiseOrigin::projection;
   } else if (settings.mode == MapWeightMode::noise) {
     throw UserError(
-        beyond < kLeastBeyond
+        beyond < leastBeyond
             ? fmt::format("the noise can't be told from {} samples, {} of which the fit takes up; "
                           "give it (--noise), or a weight (--weight)",
                           data.samples.size(), d.size())
@@ -71,7 +71,7 @@ void setNoise(MapInversion& result, const MapData& data, const MapSettings& sett
 WeightSearch search(const CompressedMap& map, const std::vector<double>& d, double noise,
                     const MapSettings& settings) {
   if (settings.mode == MapWeightMode::noise) {
-    return searchSurplus(map, d, kSurplus, noise * noise, settings.progress);
+    return searchSurplus(map, d, surplus, noise * noise, settings.progress);
   }
   if (settings.mode == MapWeightMode::corner) {
     return searchCorner(map, d, settings.progress);
@@ -82,9 +82,9 @@ WeightSearch search(const CompressedMap& map, const std::vector<double>& d, doub
   result.weights = 1;
   // From a weight that is easily solved down to the one given.
   for (double weight = 1.0; weight > result.weight; weight *= 0.01) {
-    solveDual(map, d, weight, kOnTheWay, result.state);
+    solveDual(map, d, weight, searchGap, result.state);
   }
-  result.optimal = solveDual(map, d, result.weight, kOptimal, result.state);
+  result.optimal = solveDual(map, d, result.weight, optimalGap, result.state);
   return result;
 }
 
@@ -150,29 +150,29 @@ KernelFactor axisFactor(const MapData& data, const MapSettings& settings, int ax
   const std::size_t samples = (axis == 1 ? data.times1 : data.times2).size();
   const std::size_t grid = (axis == 1 ? settings.grid1 : settings.grid2).size();
   return factorKernel(axisKernel(data, settings, axis), static_cast<int>(samples),
-                      static_cast<int>(grid), kKernelCut);
+                      static_cast<int>(grid), kernelCut);
 }
 
 CompressedMap problemAt(double weight, const KernelFactor& first, const KernelFactor& second) {
   const double scale = std::sqrt(first.meanSquare * second.meanSquare);
   const double largest = first.values.front() * second.values.front() / scale;
-  const double cut = std::min(kSearchCut, kPartOfWeight * std::sqrt(weight) / largest);
-  return {first, second, std::max(cut, kKernelCut)};
+  const double cut = std::min(searchCut, partOfWeight * std::sqrt(weight) / largest);
+  return {first, second, std::max(cut, kernelCut)};
 }
 
 std::vector<double> mapGridFor(const std::vector<double>& times, Kernel kernel) {
-  constexpr int kPoints = 64;
+  constexpr int pointCount = 64;
   const double first = times.front() > 0.0 ? times.front() : times.at(1);
   return kernel == Kernel::diffusion
-             ? LogGrid{1.0 / (3.0 * times.back()), 1.0 / first, kPoints}.times()
-             : LogGrid{first, 3.0 * times.back(), kPoints}.times();
+             ? LogGrid{1.0 / (3.0 * times.back()), 1.0 / first, pointCount}.times()
+             : LogGrid{first, 3.0 * times.back(), pointCount}.times();
 }
 
 MapInversion invertMap(const MapData& data, const MapSettings& settings) {
   requireUsable(data, settings);
   const KernelFactor first = axisFactor(data, settings, 1);
   const KernelFactor second = axisFactor(data, settings, 2);
-  const CompressedMap map(first, second, kSearchCut);
+  const CompressedMap map(first, second, searchCut);
   const std::vector<double> d = map.compressed(data.samples.data());
 
   MapInversion result;
@@ -186,7 +186,7 @@ MapInversion invertMap(const MapData& data, const MapSettings& settings) {
   const std::vector<double> dWhole = whole.compressed(data.samples.data());
   DualState state;
   state.c = whole.spread(map, found.state.c);
-  const bool optimal = solveDual(whole, dWhole, found.weight, kOptimal, state);
+  const bool optimal = solveDual(whole, dWhole, found.weight, optimalGap, state);
 
   std::vector<double> fit(d.size());
   map.times(state.F.data(), fit.data());

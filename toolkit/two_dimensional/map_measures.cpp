@@ -10,8 +10,8 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr double kProminence = 0.2;
-constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
+constexpr double prominence = 0.2;
+constexpr std::size_t noCell = std::numeric_limits<std::size_t>::max();
 
 /// The vertex of the parabola over ln x through three neighbours, or the middle one at an end.
 double vertex(const std::vector<double>& grid, std::size_t at, double before, double here,
@@ -35,32 +35,32 @@ class PeakForest {
   PeakForest(const MapView& map, double leastSum)
       : map_(map),
         leastSum_(leastSum),
-        parent_(map.amplitude.size(), kNone),
+        parent_(map.amplitude.size(), noCell),
         sum_(map.amplitude.size(), 0.0) {}
 
   /// Takes a cell that is no higher than all taken before.
   void take(std::size_t cell) {
     std::vector<std::size_t> peaks;
-    std::size_t highest = kNone;
+    std::size_t highest = noCell;
     for (std::size_t neighbour : neighboursOf(cell)) {
-      if (parent_[neighbour] != kNone) {
+      if (parent_[neighbour] != noCell) {
         const std::size_t peak = peakOf(neighbour);
         if (std::find(peaks.begin(), peaks.end(), peak) == peaks.end()) {
           peaks.push_back(peak);
         }
-        if (highest == kNone || map_.amplitude[neighbour] > map_.amplitude[highest]) {
+        if (highest == noCell || map_.amplitude[neighbour] > map_.amplitude[highest]) {
           highest = neighbour;
         }
       }
     }
-    const std::size_t own = highest == kNone ? cell : peakOf(highest);
+    const std::size_t own = highest == noCell ? cell : peakOf(highest);
     parent_[cell] = own;
     sum_[own] += map_.amplitude[cell];
     const auto lower = [this](std::size_t a, std::size_t b) {
       return map_.amplitude[a] < map_.amplitude[b];
     };
     const std::size_t first =
-        peaks.empty() ? kNone : *std::max_element(peaks.begin(), peaks.end(), lower);
+        peaks.empty() ? noCell : *std::max_element(peaks.begin(), peaks.end(), lower);
     for (std::size_t peak : peaks) {
       if (peak != first && !standsOut(peak, map_.amplitude[cell])) {
         parent_[peak] = first;
@@ -82,7 +82,7 @@ class PeakForest {
 
  private:
   bool standsOut(std::size_t peak, double saddle) const {
-    return map_.amplitude[peak] - saddle >= kProminence * map_.amplitude[peak] &&
+    return map_.amplitude[peak] - saddle >= prominence * map_.amplitude[peak] &&
            sum_[peak] >= leastSum_;
   }
 

@@ -60,8 +60,8 @@ std::string decadeTics(std::string_view axis, const std::vector<double>& grid, Q
                        bool labels) {
   const int from = static_cast<int>(std::ceil(std::log10(grid.front()) - 1e-9));
   const int to = static_cast<int>(std::floor(std::log10(grid.back()) + 1e-9));
-  constexpr int kMost = 6;
-  const int step = (to - from) / kMost + 1;
+  constexpr int mostLabels = 6;
+  const int step = (to - from) / mostLabels + 1;
   std::string list;
   for (int decade = from; decade <= to; ++decade) {
     std::string label;
@@ -139,7 +139,7 @@ std::string ratioLines(const MapInversion& inversion) {
   return script;
 }
 
-constexpr std::string_view kHead = R"(set encoding utf8
+constexpr std::string_view scriptHead = R"(set encoding utf8
 unset key
 set border 15 lw 1 lc rgb '#404040'
 set tics out nomirror scale 0.8,0.4 textcolor rgb '#202020'
@@ -172,8 +172,8 @@ std::string drawMap(const fs::path& picture, const ScratchFolder& scratch,
                   std::log10(inversion.grid1.back()));
   const Quantity first = gridQuantity(context.kernel1);
   const Quantity second = gridQuantity(context.kernel2);
-  constexpr std::size_t kLongestName = 50;
-  std::string script(kHead);
+  constexpr std::size_t longestName = 50;
+  std::string script(scriptHead);
   if (largest > 0.0) {
     script += contourScript(largest);
   }
@@ -233,12 +233,12 @@ set output
 )",
       decadeTics("x", inversion.grid2, second, false),
       scriptQuoted(fmt::format("{:.{}}: weight {}{}", fs::path(context.name).filename().string(),
-                               kLongestName, significant(inversion.weight, 3),
+                               longestName, significant(inversion.weight, 3),
                                succeeded(inversion) ? "" : " (unsuccessful)")),
       decadeTics("y", inversion.grid1, first, false), yrange);
-  constexpr int kWidth = 900;
-  constexpr int kHeight = 900;
-  return runGnuplot(picture, scratch, script, kWidth, kHeight);
+  constexpr int pictureWidth = 900;
+  constexpr int pictureHeight = 900;
+  return runGnuplot(picture, scratch, script, pictureWidth, pictureHeight);
 }
 
 }  // namespace vorin::toolkit

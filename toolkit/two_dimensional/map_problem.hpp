@@ -16,7 +16,7 @@ KernelFactor axisFactor(const MapData& data, const MapSettings& settings, int ax
 
 /// Pairs below this part of the largest product of singular values carry no signal that stands
 /// out of the noise of good data: the rows of the search for the weight.
-inline constexpr double kSearchCut = 1e-4;
+inline constexpr double searchCut = 1e-4;
 
 /// The problem with all pairs that matter at `weight` (scaled): a pair far below its root moves
 /// the map by no more than the square of their ratio.

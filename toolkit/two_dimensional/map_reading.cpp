@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kExample = "0,0.001,0.002 with the values of the second axis";
+constexpr std::string_view example = "0,0.001,0.002 with the values of the second axis";
 
 /// Numbers of a file, row after row, and what messages need of them.
 struct Numbers {
@@ -35,7 +35,7 @@ struct Numbers {
 };
 
 Numbers numbersOf(const TextFile& file, std::string_view what) {
-  const Table table(file, "", kExample);
+  const Table table(file, "", example);
   Numbers result{table.name(), table.rows(), table.columns(), {}, table.lineOf(0)};
   result.values.resize(result.rows * result.columns);
   for (std::size_t k = 0; k < result.columns; ++k) {

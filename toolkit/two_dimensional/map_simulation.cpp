@@ -46,11 +46,13 @@ SimulatedMapPeak parseMapPeak(std::string_view text, std::string_view option, Qu
 }
 
 std::vector<double> parseAxis(std::string_view text, std::string_view option, Quantity quantity) {
-  constexpr std::string_view kLinear = ":linear";
-  if (text.size() <= kLinear.size() || text.substr(text.size() - kLinear.size()) != kLinear) {
+  constexpr std::string_view linearSuffix = ":linear";
+  if (text.size() <= linearSuffix.size() ||
+      text.substr(text.size() - linearSuffix.size()) != linearSuffix) {
     return parseGrid(text, option, quantity).times();
   }
-  const LogGrid range = parseGrid(text.substr(0, text.size() - kLinear.size()), option, quantity);
+  const LogGrid range =
+      parseGrid(text.substr(0, text.size() - linearSuffix.size()), option, quantity);
   std::vector<double> values;
   values.reserve(static_cast<std::size_t>(range.points));
   for (int i = 0; i < range.points; ++i) {

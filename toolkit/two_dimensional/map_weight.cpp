@@ -10,12 +10,12 @@ namespace {
 
 /// The scaled columns have a mean squared norm of 1, which is where the path begins: no weight
 /// of use lies above. Below the last nothing changes but rounding.
-constexpr double kFirstWeight = 1.0;
-constexpr double kLastWeight = 1e-12;
+constexpr double firstWeight = 1.0;
+constexpr double lastWeight = 1e-12;
 /// A decade that lowers the sum of squares by less than this part of the surplus is the last.
-constexpr double kFlat = 0.1;
-constexpr double kReached = 1e-3;
-constexpr int kMostRefinements = 40;
+constexpr double flatSlope = 0.1;
+constexpr double aimReached = 1e-3;
+constexpr int mostRefinements = 40;
 
 struct Point {
   double weight;
@@ -30,7 +30,7 @@ class Path {
       : map_(map), d_(d), progress_(progress) {}
 
   /// Solves at `weight` from `state`.
-  Point solve(double weight, DualState state, double tolerance = kOnTheWay) {
+  Point solve(double weight, DualState state, double tolerance = searchGap) {
     result.optimal = solveDual(map_, d_, weight, tolerance, state) && result.optimal;
     ++result.weights;
     return {weight, std::move(state)};
@@ -60,7 +60,7 @@ Point refine(Path& path, Point low, Point high, double least, double aim, int& s
   double below = height(low);
   double above = height(high);
   int side = 0;
-  for (int count = 0; count < kMostRefinements; ++count) {
+  for (int count = 0; count < mostRefinements; ++count) {
     const double part = std::clamp(below / (below - above), 0.02, 0.98);
     const double weight = low.weight * std::pow(high.weight / low.weight, part);
     const Point& nearer = part < 0.5 ? low : high;
@@ -68,10 +68,10 @@ Point refine(Path& path, Point low, Point high, double least, double aim, int& s
     start.steps = 0;
     // In good data the penalty is most of the primal value: a loose gap would blur the sum of
     // squares by more than the search can bear.
-    Point middle = path.solve(weight, std::move(start), kOptimal);
+    Point middle = path.solve(weight, std::move(start), optimalGap);
     steps += middle.state.steps;
     const double at = height(middle);
-    if (std::fabs(middle.state.squares - aim) <= 0.1 * kReached * aim ||
+    if (std::fabs(middle.state.squares - aim) <= 0.1 * aimReached * aim ||
         high.weight <= low.weight * (1.0 + 1e-9)) {
       return middle;
     }
@@ -104,16 +104,17 @@ WeightSearch searchSurplus(const CompressedMap& map, const std::vector<double>& 
   std::vector<Point> points;
   int steps = 0;
   DualState state;
-  for (double weight = kFirstWeight; weight >= kLastWeight; weight *= 0.1) {
+  for (double weight = firstWeight; weight >= lastWeight; weight *= 0.1) {
     state.steps = 0;
     points.push_back(path.solve(weight, state));
     state = points.back().state;
     steps += state.steps;
-    if (!path.goesOn(0.8 * std::log(weight) / std::log(kLastWeight))) {
+    if (!path.goesOn(0.8 * std::log(weight) / std::log(lastWeight))) {
       break;
     }
     const std::size_t n = points.size();
-    if (n > 1 && points[n - 2].state.squares - state.squares < kFlat * surplusOver(state.squares)) {
+    if (n > 1 &&
+        points[n - 2].state.squares - state.squares < flatSlope * surplusOver(state.squares)) {
       break;
     }
   }
@@ -130,7 +131,7 @@ WeightSearch searchSurplus(const CompressedMap& map, const std::vector<double>& 
     found = refine(path, points[low], points[low - 1], least, aim, steps);
   }
   WeightSearch result = std::move(path.result);
-  result.reached = std::fabs(found.state.squares - aim) <= kReached * aim;
+  result.reached = std::fabs(found.state.squares - aim) <= aimReached * aim;
   result.weight = found.weight;
   result.state = std::move(found.state);
   result.state.steps = steps;
@@ -141,14 +142,14 @@ WeightSearch searchSurplus(const CompressedMap& map, const std::vector<double>& 
 
 WeightSearch searchCorner(const CompressedMap& map, const std::vector<double>& d,
                           const std::function<bool(double)>& progress) {
-  constexpr double kRatio = 0.5623413251903491;  // a quarter of a decade
-  constexpr double kLast = 1e-9;
+  constexpr double weightRatio = 0.5623413251903491;  // a quarter of a decade
+  constexpr double leastWeight = 1e-9;
   Path path(map, d, progress);
   std::vector<Point> points;
   std::vector<double> x;  // log |A F - d|
   std::vector<double> y;  // log |F|
   DualState state;
-  for (double weight = kFirstWeight; weight >= kLast; weight *= kRatio) {
+  for (double weight = firstWeight; weight >= leastWeight; weight *= weightRatio) {
     points.push_back(path.solve(weight, state));
     state = points.back().state;
     double size = 0.0;
@@ -156,7 +157,7 @@ WeightSearch searchCorner(const CompressedMap& map, const std::vector<double>& d
       size += f * f;
     }
     if (!(state.squares > 0.0) || !(size > 0.0) ||
-        !path.goesOn(std::log(weight) / std::log(kLast))) {
+        !path.goesOn(std::log(weight) / std::log(leastWeight))) {
       break;
     }
     x.push_back(0.5 * std::log(state.squares));

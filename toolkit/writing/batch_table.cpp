@@ -14,8 +14,8 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr std::size_t kShortestName = 12;
-constexpr std::size_t kLongestName = 40;
+constexpr std::size_t shortestName = 12;
+constexpr std::size_t longestName = 40;
 
 /// The end of a name that is too long, which tells more than its start.
 std::string shortened(const std::string& name, std::size_t width) {
@@ -64,9 +64,9 @@ BatchRow batchRow(const Inversion& inversion, const ReportContext& context) {
 }
 
 BatchText::BatchText(const std::vector<std::string>& names, Kernel kernel)
-    : width_(kShortestName), kernel_(kernel) {
+    : width_(shortestName), kernel_(kernel) {
   for (const std::string& name : names) {
-    width_ = std::clamp(name.size(), width_, kLongestName);
+    width_ = std::clamp(name.size(), width_, longestName);
   }
 }
 

@@ -19,9 +19,9 @@ std::string gnuplotTerminal(const fs::path& picture, int width, int height) {
                        height);
   }
   if (kind == ".pdf") {
-    constexpr double kPerCentimetre = 50.0;
+    constexpr double perCentimetre = 50.0;
     return fmt::format("pdfcairo size {:.4g}cm,{:.4g}cm font 'DejaVu Sans,11'",
-                       width / kPerCentimetre, height / kPerCentimetre);
+                       width / perCentimetre, height / perCentimetre);
   }
   return fmt::format("pngcairo size {},{} font 'DejaVu Sans,12'", width, height);
 }

@@ -29,9 +29,9 @@ std::string meanText(double mean, const AxisUnit& unit, Quantity quantity) {
 }
 
 std::string titleText(const Inversion& inversion, const ReportContext& context) {
-  constexpr std::size_t kLongestName = 50;
+  constexpr std::size_t longestName = 50;
   return fmt::format("{:.{}}: weight {}, standard error {}",
-                     fs::path(context.name).filename().string(), kLongestName,
+                     fs::path(context.name).filename().string(), longestName,
                      significant(inversion.weight, 3), significant(inversion.reachedError, 3)) +
          (succeeded(inversion) ? "" : fmt::format(" (unsuccessful, status {})", inversion.status));
 }

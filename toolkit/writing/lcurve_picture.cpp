@@ -35,7 +35,7 @@ Axis axisOf(const std::vector<double>& values, double roomBelow, double roomAbov
 
 /// Round values along `axis`: a decade apart, or with fewer in it 1, 2, 5, or evenly spaced.
 std::vector<double> tics(const Axis& axis) {
-  constexpr std::size_t kFewest = 4;
+  constexpr std::size_t fewest = 4;
   std::vector<double> result;
   const std::vector<std::vector<double>> choices{
       {1.0}, {1.0, 2.0, 5.0}, {1.0, 1.5, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0}};
@@ -50,7 +50,7 @@ std::vector<double> tics(const Axis& axis) {
         }
       }
     }
-    if (result.size() >= kFewest) {
+    if (result.size() >= fewest) {
       return result;
     }
   }
@@ -78,8 +78,8 @@ std::string ticsText(char axisName, const Axis& axis) {
 /// The weight beside each point that has room for it. The free side of a falling curve is its
 /// upper right. What would lie over an earlier label is left out, and so is what stands in the key.
 std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
-  constexpr double kWidth = 0.10;
-  constexpr double kHeight = 0.045;
+  constexpr double pictureWidth = 0.10;
+  constexpr double pictureHeight = 0.045;
   const auto placeOf = [&](const LCurvePoint& point) {
     return std::pair(x.place(point.residualNorm), y.place(point.solutionNorm));
   };
@@ -88,8 +88,8 @@ std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
   std::string text;
   for (const LCurvePoint& point : curve.points) {
     const bool free = std::none_of(placed.begin(), placed.end(), [&](const auto& other) {
-      return std::fabs(other.first - x.place(point.residualNorm)) < kWidth &&
-             std::fabs(other.second - y.place(point.solutionNorm)) < kHeight;
+      return std::fabs(other.first - x.place(point.residualNorm)) < pictureWidth &&
+             std::fabs(other.second - y.place(point.solutionNorm)) < pictureHeight;
     });
     if (free) {
       placed.push_back(placeOf(point));
@@ -101,7 +101,7 @@ std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
   return text;
 }
 
-constexpr std::string_view kCommon = R"(set encoding utf8
+constexpr std::string_view commonScript = R"(set encoding utf8
 set border 3 lw 1 lc rgb '#404040'
 set logscale xy
 set tics nomirror out scale 0.6 textcolor rgb '#202020'
@@ -132,15 +132,14 @@ std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, co
   writePoint("used.dat", curve.used);
   const Axis x = axisOf(residualNorms, 0.05, 0.13);
   const Axis y = axisOf(solutionNorms, 0.06, 0.10);
-  constexpr std::size_t kLongestName = 50;
-  std::string script(kCommon);
+  constexpr std::size_t longestName = 50;
+  std::string script(commonScript);
   script += fmt::format("set xrange [{:.10g}:{:.10g}]\nset yrange [{:.10g}:{:.10g}]\n", x.from,
                         x.to, y.from, y.to);
   script += ticsText('x', x) + ticsText('y', y) + labels(curve, x, y);
-  script +=
-      fmt::format("set title {} noenhanced font ',14'\n",
-                  scriptQuoted(fmt::format("{:.{}}: L-curve, weights beside their points",
-                                           fs::path(name).filename().string(), kLongestName)));
+  script += fmt::format("set title {} noenhanced font ',14'\n",
+                        scriptQuoted(fmt::format("{:.{}}: L-curve, weights beside their points",
+                                                 fs::path(name).filename().string(), longestName)));
   script += fmt::format(
       R"(plot 'points.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#527fb5' title 'the 17 weights of the search', \
      'corner.dat' with points pt 6 ps 2.4 lw 2 lc rgb '#303030' title 'corner: {}', \
@@ -148,9 +147,9 @@ std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, co
 set output
 )",
       significant(corner.weight, 3), significant(curve.used.weight, 3));
-  constexpr int kWidth = 1000;
-  constexpr int kHeight = 700;
-  return runGnuplot(picture, scratch, script, kWidth, kHeight);
+  constexpr int pictureWidth = 1000;
+  constexpr int pictureHeight = 700;
+  return runGnuplot(picture, scratch, script, pictureWidth, pictureHeight);
 }
 
 }  // namespace vorin::toolkit

@@ -70,7 +70,7 @@ void writeData(const PictureContent& content) {
 }
 
 /// The script's settings that all panels share.
-constexpr std::string_view kCommon = R"(set encoding utf8
+constexpr std::string_view commonScript = R"(set encoding utf8
 set border 3 lw 1 lc rgb '#404040'
 set tics nomirror out scale 0.6 textcolor rgb '#202020'
 set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
@@ -198,11 +198,11 @@ std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
                         const PictureContent& content) {
   writeData(content);
   const std::string script =
-      fmt::format("{}set title {} noenhanced font ',15' offset 0,1\n{}{}", kCommon,
+      fmt::format("{}set title {} noenhanced font ',15' offset 0,1\n{}{}", commonScript,
                   scriptQuoted(content.title), decayPanels(content), distributionPanel(content));
-  constexpr int kWidth = 1000;
-  constexpr int kHeight = 1050;
-  return runGnuplot(picture, scratch, script, kWidth, kHeight);
+  constexpr int pictureWidth = 1000;
+  constexpr int pictureHeight = 1050;
+  return runGnuplot(picture, scratch, script, pictureWidth, pictureHeight);
 }
 
 }  // namespace vorin::toolkit

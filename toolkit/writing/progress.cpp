@@ -10,8 +10,8 @@
 namespace vorin::toolkit {
 
 std::string progressText(const std::string& label, int percent) {
-  constexpr int kPercentAMark = 5;
-  const auto marks = static_cast<std::size_t>(std::clamp(percent, 0, 100) / kPercentAMark);
+  constexpr int percentAMark = 5;
+  const auto marks = static_cast<std::size_t>(std::clamp(percent, 0, 100) / percentAMark);
   return fmt::format("{} [{:.<20}] {:3} %", label, std::string(marks, '#'), percent);
 }
 

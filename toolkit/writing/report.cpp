@@ -69,7 +69,7 @@ std::string errorText(const Inversion& inversion) {
 }
 
 /// What piles up at an end of the grid below this share is the decay's offset.
-constexpr double kSmallShare = 0.01;
+constexpr double smallShare = 0.01;
 
 void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
   const std::vector<Peak> found = peaks(distribution);
@@ -81,7 +81,7 @@ void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
                      peak.atGridEnd ? "  at the end of the grid" : ""));
     shareAtEnd += peak.atGridEnd ? peak.share : 0.0;
   }
-  if (shareAtEnd > kSmallShare) {
+  if (shareAtEnd > smallShare) {
     line(out, "note", "a peak at the end of the grid wants a wider one (--grid) or a longer decay");
   }
 }
@@ -139,8 +139,8 @@ void choiceLines(Lines out, const Inversion& inversion, const ReportContext& con
                                             : fmt::format("{} samples lie", inversion.spoiled),
                      inversion.spoiled == 1 ? "is" : "are"));
   }
-  constexpr double kUncertain = 0.15;
-  if (inversion.noiseSpread > kUncertain) {
+  constexpr double uncertain = 0.15;
+  if (inversion.noiseSpread > uncertain) {
     line(out, "note",
          fmt::format("so few samples tell their noise to {:.0f} % only; give it if you know it "
                      "(--noise)",
@@ -194,8 +194,8 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
     line(out, "outliers",
          fmt::format("{} of {} samples left out", count == 0 ? "none" : std::to_string(count),
                      context.decay.time.size()));
-    constexpr std::size_t kSuspicious = 20;  // one in so many
-    if (count * kSuspicious > context.decay.time.size()) {
+    constexpr std::size_t suspicious = 20;  // one in so many
+    if (count * suspicious > context.decay.time.size()) {
       line(out, "note",
            "these are many for outliers; --reject-outliers robust holds samples against another "
            "fit");

@@ -19,10 +19,10 @@ namespace vorin::toolkit {
 
 namespace {
 
-constexpr int kColumns = 60;
-constexpr int kRows = 8;
-constexpr int kEighths = 8;
-constexpr std::string_view kMargin = "  ";
+constexpr int columnCount = 60;
+constexpr int rowCount = 8;
+constexpr int eighthsPerRow = 8;
+constexpr std::string_view leftMargin = "  ";
 
 std::string_view environment(const char* name) {
   const char* value = std::getenv(name);
@@ -35,13 +35,14 @@ std::string_view environment(const char* name) {
 std::vector<double> columnSums(const Distribution& distribution) {
   const std::vector<double>& T = distribution.time;
   const double start = std::log(T.front());
-  const double scale = kColumns / (std::log(T.back()) - start);
+  const double scale = columnCount / (std::log(T.back()) - start);
   const auto positionOf = [&](std::size_t k) { return (std::log(T[k]) - start) * scale; };
-  std::vector<double> sums(kColumns, 0.0);
+  std::vector<double> sums(columnCount, 0.0);
   for (std::size_t k = 0; k < T.size(); ++k) {
     const double left = k == 0 ? 0.0 : 0.5 * (positionOf(k - 1) + positionOf(k));
-    const double right = k + 1 == T.size() ? kColumns : 0.5 * (positionOf(k) + positionOf(k + 1));
-    for (int column = static_cast<int>(left); column < kColumns && column < right; ++column) {
+    const double right =
+        k + 1 == T.size() ? columnCount : 0.5 * (positionOf(k) + positionOf(k + 1));
+    for (int column = static_cast<int>(left); column < columnCount && column < right; ++column) {
       const double inside = std::min<double>(right, column + 1) - std::max<double>(left, column);
       if (inside > 0.0) {
         sums[static_cast<std::size_t>(column)] +=
@@ -64,9 +65,9 @@ std::string_view block(int eighths, bool unicode) {
                                                    "\xE2\x96\x87",
                                                    "\xE2\x96\x88"};
   if (unicode) {
-    return blocks[static_cast<std::size_t>(std::clamp(eighths, 0, kEighths))];
+    return blocks[static_cast<std::size_t>(std::clamp(eighths, 0, eighthsPerRow))];
   }
-  return eighths >= kEighths / 2 ? "#" : eighths > 0 ? "." : " ";
+  return eighths >= eighthsPerRow / 2 ? "#" : eighths > 0 ? "." : " ";
 }
 
 /// Lays `text` over `line` with its middle at `column`, unless it would touch what stands there.
@@ -93,20 +94,20 @@ std::string decadeText(double value, Quantity quantity) {
 std::string axisLines(const Distribution& distribution, Kernel kernel, bool unicode) {
   const double from = std::log10(distribution.time.front());
   const double to = std::log10(distribution.time.back());
-  std::vector<bool> ticks(kColumns, false);
-  std::string labels(kColumns + 4, ' ');
+  std::vector<bool> ticks(columnCount, false);
+  std::string labels(columnCount + 4, ' ');
   for (int decade = static_cast<int>(std::ceil(from)); decade <= std::floor(to); ++decade) {
     const int column =
-        std::min(static_cast<int>((decade - from) / (to - from) * kColumns), kColumns - 1);
+        std::min(static_cast<int>((decade - from) / (to - from) * columnCount), columnCount - 1);
     ticks[static_cast<std::size_t>(column)] = true;
     label(labels, decadeText(std::pow(10.0, decade), gridQuantity(kernel)), column);
   }
-  std::string text(kMargin);
+  std::string text(leftMargin);
   for (bool tick : ticks) {
     text += unicode ? (tick ? "\xE2\x94\xB4" : "\xE2\x94\x80") : (tick ? "+" : "-");
   }
   labels.erase(labels.find_last_not_of(' ') + 1);
-  return fmt::format("{}\n{}{}\n", text, kMargin, labels);
+  return fmt::format("{}\n{}{}\n", text, leftMargin, labels);
 }
 
 }  // namespace
@@ -140,17 +141,17 @@ std::string terminalPicture(const Distribution& distribution, Kernel kernel,
     return {};
   }
   const double decades = std::log10(distribution.time.back() / distribution.time.front());
-  std::string text = fmt::format("{}amplitude per decade over {}, up to {}\n", kMargin,
-                                 gridName(kernel), significant(largest * kColumns / decades, 3));
-  for (int row = kRows - 1; row >= 0; --row) {
+  std::string text = fmt::format("{}amplitude per decade over {}, up to {}\n", leftMargin,
+                                 gridName(kernel), significant(largest * columnCount / decades, 3));
+  for (int row = rowCount - 1; row >= 0; --row) {
     std::string bars;
     for (double sum : sums) {
-      const auto height = static_cast<int>(std::lround(sum / largest * kRows * kEighths));
-      bars += block(height - row * kEighths, style.unicode);
+      const auto height = static_cast<int>(std::lround(sum / largest * rowCount * eighthsPerRow));
+      bars += block(height - row * eighthsPerRow, style.unicode);
     }
     bars.erase(bars.find_last_not_of(' ') + 1);
-    text += style.colour && !bars.empty() ? fmt::format("{}\033[34m{}\033[0m\n", kMargin, bars)
-                                          : fmt::format("{}{}\n", kMargin, bars);
+    text += style.colour && !bars.empty() ? fmt::format("{}\033[34m{}\033[0m\n", leftMargin, bars)
+                                          : fmt::format("{}{}\n", leftMargin, bars);
   }
   return text + axisLines(distribution, kernel, style.unicode);
 }

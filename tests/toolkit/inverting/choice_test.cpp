@@ -45,7 +45,7 @@ Inversion inverted(const Decay& decay, Kernel kernel) {
   return invert(decay, settingsOf(decay, kernel));
 }
 
-const std::vector<double> kRecoveryTimes = LogGrid{0.01, 10.0, 40}.times();
+const std::vector<double> recoveryTimes = LogGrid{0.01, 10.0, 40}.times();
 
 TEST(Choice, FindsALineAndItsNoise) {
   const Decay decay = lineDecay(train(2e-4, 3000), 0.0, 100.0, 0.1, 1.0);
@@ -84,7 +84,7 @@ TEST(Choice, TellsNegativeData) {
 }
 
 TEST(Choice, TellsARecoveryUnderTheKernelOfAnEchoTrain) {
-  const Decay decay = lineDecay(kRecoveryTimes, 100.0, -100.0, 0.4, 1.0);
+  const Decay decay = lineDecay(recoveryTimes, 100.0, -100.0, 0.4, 1.0);
   const Inversion inversion = inverted(decay, Kernel::t2);
   EXPECT_FALSE(succeeded(inversion));
   EXPECT_EQ(inversion.finding.kind, FindingKind::otherKernel);
@@ -93,7 +93,7 @@ TEST(Choice, TellsARecoveryUnderTheKernelOfAnEchoTrain) {
 }
 
 TEST(Choice, TellsMagnitudesOfAnInversionRecovery) {
-  Decay decay = lineDecay(kRecoveryTimes, 100.0, -200.0, 0.4, 0.5);
+  Decay decay = lineDecay(recoveryTimes, 100.0, -200.0, 0.4, 0.5);
   EXPECT_TRUE(succeeded(inverted(decay, Kernel::t1Inversion)));
   std::size_t negative = 0;
   for (double& amplitude : decay.amplitude) {
@@ -107,7 +107,7 @@ TEST(Choice, TellsMagnitudesOfAnInversionRecovery) {
 }
 
 TEST(Choice, TellsAnIncompleteInversionAndFitsIt) {
-  const Decay decay = lineDecay(kRecoveryTimes, 100.0, -190.0, 0.4, 0.5);
+  const Decay decay = lineDecay(recoveryTimes, 100.0, -190.0, 0.4, 0.5);
   const Inversion inversion = inverted(decay, Kernel::t1Inversion);
   EXPECT_FALSE(succeeded(inversion));
   EXPECT_EQ(inversion.finding.kind, FindingKind::efficiency);
@@ -134,7 +134,7 @@ TEST(Choice, FitsABaseline) {
 TEST(Choice, ACornerIsRightOrTold) {
   int told = 0;
   for (unsigned seed = 1; seed <= 20; ++seed) {
-    const Decay decay = lineDecay(kRecoveryTimes, 100.0, -100.0, 0.4, 1.0, seed);
+    const Decay decay = lineDecay(recoveryTimes, 100.0, -100.0, 0.4, 1.0, seed);
     InversionSettings settings = settingsOf(decay, Kernel::t1Saturation);
     settings.corner = true;
     const Inversion inversion = invert(decay, settings);

@@ -32,7 +32,7 @@ std::vector<double> evenTimes(double first, double spacing, int count) {
   return times;
 }
 
-const Distribution kTruth =
+const Distribution trueDistribution =
     distributionOf({{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}, LogGrid{1e-4, 10.0, 200}.times());
 
 /// Inverts in a scratch folder, as the programs do.
@@ -64,7 +64,8 @@ TEST(PruningAbscissae, StayAboveZeroForASpacingOfNothing) {
 }
 
 TEST(Inversion, FitIsTheKernelTimesTheDistribution) {
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
   const Inversion inversion = invertQuietly(decay, atWeight(1.0));
   EXPECT_EQ(inversion.status, VORIN_OK);
   EXPECT_EQ(inversion.mode, WeightMode::fixed);
@@ -83,7 +84,7 @@ TEST(Inversion, FitIsTheKernelTimesTheDistribution) {
 }
 
 TEST(Inversion, DoesNotDependOnTheUnitOfTheData) {
-  Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
+  Decay decay = simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
   for (const InversionSettings& settings : {atWeight(1.0), InversionSettings{}}) {
     const Inversion one = invertQuietly(decay, settings);
     EXPECT_EQ(one.status, VORIN_OK);
@@ -106,7 +107,8 @@ TEST(Inversion, DoesNotDependOnTheUnitOfTheData) {
 
 TEST(Inversion, ALargeWeightIsSolvedToItsEnd) {
   // At the library's own tolerance the iteration would end here before it has settled.
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 1500), 0.5, 1);
   InversionSettings settings = atWeight(100.0);
   const auto tolerance = [&] {
     const LibraryJob job;
@@ -123,14 +125,16 @@ TEST(Inversion, ALargeWeightIsSolvedToItsEnd) {
 
 TEST(Inversion, ASampleAtTimeZeroIsPrunedLikeTheOthers) {
   // Without the shift no logarithmic bin holds a point and the distribution is empty.
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(0.0, 4e-4, 1500), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(0.0, 4e-4, 1500), 0.5, 1);
   const Inversion inversion = invertQuietly(decay, atWeight(1.0));
   EXPECT_NEAR(totalAmplitude(inversion.distribution), 100.0, 2.0);
 }
 
 TEST(Inversion, EveryPruningServesEveryKernel) {
   for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion}) {
-    const Decay decay = simulatedDecay(kernel, kTruth, LogGrid{1e-3, 2.0, 120}.times(), 0.5, 1);
+    const Decay decay =
+        simulatedDecay(kernel, trueDistribution, LogGrid{1e-3, 2.0, 120}.times(), 0.5, 1);
     for (const char* pruning : {"LOG", "LIN", "NONE"}) {
       InversionSettings settings = atWeight(0.1);
       settings.kernel = kernel;
@@ -144,7 +148,8 @@ TEST(Inversion, EveryPruningServesEveryKernel) {
 }
 
 TEST(Inversion, AssignmentsAreCarriedOutLast) {
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
   InversionSettings settings = atWeight(1.0);
   settings.assignments = {"WEIG=3", "PRPO=50"};
   EXPECT_EQ(invertQuietly(decay, settings).weight, 3.0);
@@ -154,7 +159,8 @@ TEST(Inversion, AssignmentsAreCarriedOutLast) {
 }
 
 TEST(Inversion, AFailedSolveIsToldAndStillHasItsFit) {
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
   InversionSettings settings = atWeight(1.0);
   settings.assignments = {"MAXI=1"};
   const Inversion inversion = invertQuietly(decay, settings);
@@ -165,7 +171,8 @@ TEST(Inversion, AFailedSolveIsToldAndStillHasItsFit) {
 }
 
 TEST(Inversion, AJobLeavesNoLogAndNoKeyBehind) {
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 500), 0.5, 1);
   InversionSettings settings;
   settings.grid = gridFor(decay.time).times();
   // With these keys the numerical library would write Vorin.sav, were it not for the job.
@@ -180,7 +187,8 @@ TEST(Inversion, AJobLeavesNoLogAndNoKeyBehind) {
 }
 
 TEST(Inversion, ThreadsWithDifferentSettingsGetTheBitsOfOne) {
-  const Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 600), 0.5, 1);
+  const Decay decay =
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 600), 0.5, 1);
   std::vector<InversionSettings> kinds(4);
   kinds[0].weight = 3.0;
   kinds[1].corner = true;
@@ -191,21 +199,21 @@ TEST(Inversion, ThreadsWithDifferentSettingsGetTheBitsOfOne) {
     settings.grid = gridFor(decay.time).times();
     alone.push_back(invert(decay, settings));
   }
-  constexpr std::size_t kThreads = 8;
-  constexpr std::size_t kRounds = 5;
-  std::vector<std::vector<Inversion>> found(kThreads);
+  constexpr std::size_t threadCount = 8;
+  constexpr std::size_t roundCount = 5;
+  std::vector<std::vector<Inversion>> found(threadCount);
   {
     std::vector<std::jthread> threads;
-    for (std::size_t thread = 0; thread < kThreads; ++thread) {
+    for (std::size_t thread = 0; thread < threadCount; ++thread) {
       threads.emplace_back([&, thread] {
-        for (std::size_t round = 0; round < kRounds; ++round) {
+        for (std::size_t round = 0; round < roundCount; ++round) {
           found[thread].push_back(invert(decay, kinds[(thread + round) % kinds.size()]));
         }
       });
     }
   }
-  for (std::size_t thread = 0; thread < kThreads; ++thread) {
-    for (std::size_t round = 0; round < kRounds; ++round) {
+  for (std::size_t thread = 0; thread < threadCount; ++thread) {
+    for (std::size_t round = 0; round < roundCount; ++round) {
       const Inversion& expected = alone[(thread + round) % kinds.size()];
       EXPECT_EQ(found[thread][round].distribution.amplitude, expected.distribution.amplitude);
       EXPECT_EQ(found[thread][round].weight, expected.weight);

@@ -26,16 +26,16 @@
 namespace vorin::toolkit {
 namespace {
 
-const Distribution kTruth =
+const Distribution trueDistribution =
     distributionOf({{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}, LogGrid{1e-4, 10.0, 200}.times());
-constexpr double kNoise = 0.5;
+constexpr double noiseLevel = 0.5;
 
-Decay train(std::uint64_t seed = 1, double noise = kNoise) {
+Decay train(std::uint64_t seed = 1, double noise = noiseLevel) {
   std::vector<double> times;
   for (int i = 1; i <= 1200; ++i) {
     times.push_back(4e-4 * i);
   }
-  return simulatedDecay(Kernel::t2, kTruth, times, noise, seed);
+  return simulatedDecay(Kernel::t2, trueDistribution, times, noise, seed);
 }
 
 InversionSettings settingsFor(const Decay& decay) {
@@ -90,7 +90,7 @@ struct Reduction {
 void PrintTo(const Reduction& reduction, std::ostream* out) {
   *out << reduction.name;
 }
-const std::vector<Reduction> kReductions{
+const std::vector<Reduction> reductions{
     {"Whole", "NONE", false},           {"LogBins", "LOG", false},
     {"LinearBins", "LIN", false},       {"CompressedWhole", "NONE", true},
     {"CompressedLogBins", "LOG", true}, {"CompressedLinearBins", "LIN", true}};
@@ -172,7 +172,7 @@ TEST_P(Reductions, KeepTheLogMean) {
   const Inversion inversion = invertQuietly(decay, wanted);
   EXPECT_EQ(inversion.status, 0);
   const double rows = reducedProblem(decay, wanted).rows;
-  EXPECT_NEAR(logMean(inversion.distribution) / logMean(kTruth), 1.0,
+  EXPECT_NEAR(logMean(inversion.distribution) / logMean(trueDistribution), 1.0,
               0.012 * (1.0 + std::max(1.0, std::sqrt(rows / 200.0))));
 }
 
@@ -200,7 +200,7 @@ TEST_P(Reductions, TheReducedProblemIsTheOneThatIsSolved) {
   EXPECT_EQ(inversion.weight, static_cast<double>(weight));
   EXPECT_EQ(inversion.cornerWeight, inversion.weight);
   EXPECT_NEAR(inversion.reachedError, std::sqrt(static_cast<double>(rss) / reduced.rows) * 100.0,
-              0.05 * kNoise);
+              0.05 * noiseLevel);
 }
 
 TEST_P(Reductions, TheCornerIsThePointWhereTheCurveTurnsMost) {
@@ -316,7 +316,7 @@ TEST_P(Reductions, TheNoiseByTheFitIsTheSmallestErrorThereIs) {
   EXPECT_NEAR(byScan.noise / byFit.noise, 1.0, 0.03);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Reductions, testing::ValuesIn(kReductions),
+INSTANTIATE_TEST_SUITE_P(All, Reductions, testing::ValuesIn(reductions),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(NoiseSources, TheImaginaryChannelsIsTaken) {
@@ -369,19 +369,19 @@ TEST(Outliers, AreFoundAndLeftOutWithEveryReduction) {
   for (std::size_t i : spikes) {
     decay.amplitude[i] += i == 555 ? -200.0 : 12.0;  // -400 and 24 standard deviations
   }
-  for (const Reduction& reduction : kReductions) {
+  for (const Reduction& reduction : reductions) {
     InversionSettings settings = settingsFor(decay);
     settings.pruning = reduction.pruning;
     if (reduction.compressed) {
       settings.compression = Compression{};
     }
-    settings.noise = kNoise;
+    settings.noise = noiseLevel;
     settings.rejectBeyond = 6.0;
     settings.rejection = Rejection::robust;
     const Inversion inversion = invertQuietly(decay, settings);
     EXPECT_EQ(inversion.rejected, spikes) << reduction.name;
     EXPECT_EQ(inversion.fit.size(), decay.time.size());
-    EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1) << reduction.name;
+    EXPECT_NEAR(inversion.fitError / noiseLevel, 1.0, 0.1) << reduction.name;
 
     Decay rest;
     for (std::size_t i = 0; i < decay.time.size(); ++i) {
@@ -408,17 +408,17 @@ TEST(Outliers, OfTheLibraryAreThoseItMarks) {
     decay.amplitude[i] += 12.0;  // 24 standard deviations
   }
   InversionSettings settings = settingsFor(decay);
-  settings.noise = kNoise;
+  settings.noise = noiseLevel;
   settings.rejectBeyond = 8.0;
   const Inversion inversion = invertQuietly(decay, settings);
   EXPECT_EQ(inversion.rejected, spikes);
   EXPECT_EQ(inversion.fit.size(), decay.time.size());
-  EXPECT_NEAR(inversion.fitError / kNoise, 1.0, 0.1);
+  EXPECT_NEAR(inversion.fitError / noiseLevel, 1.0, 0.1);
 
   // It is the fifth compressed driver, with nothing to compress: to the keys it is the same
   // whether they are set here or there.
   InversionSettings byKeys = settingsFor(decay);
-  byKeys.noise = kNoise;
+  byKeys.noise = noiseLevel;
   byKeys.compression = Compression{};
   byKeys.assignments = {"L2MO=1", "L2NS=8", "SVDN=0"};
   EXPECT_EQ(invertQuietly(decay, byKeys).distribution.amplitude, inversion.distribution.amplitude);

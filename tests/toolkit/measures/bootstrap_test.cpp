@@ -20,7 +20,7 @@
 namespace vorin::toolkit {
 namespace {
 
-const Distribution kTruth =
+const Distribution trueDistribution =
     distributionOf({{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}, LogGrid{1e-4, 10.0, 200}.times());
 
 Decay train(std::uint64_t seed) {
@@ -28,7 +28,7 @@ Decay train(std::uint64_t seed) {
   for (int i = 1; i <= 500; ++i) {
     times.push_back(8e-4 * i);
   }
-  return simulatedDecay(Kernel::t2, kTruth, times, 0.5, seed);
+  return simulatedDecay(Kernel::t2, trueDistribution, times, 0.5, seed);
 }
 
 InversionSettings settingsFor(const Decay& decay) {
@@ -128,14 +128,14 @@ TEST(Bootstrap, TheIntervalOfTheLogMeanHoldsTheTruthAsOftenAsItSays) {
   // 40 trials of probability 0.68 hold 27.2 with a standard deviation of 2.95; three of them
   // either way. Intervals between the percentiles themselves would hold about 3 %, since
   // the penalty has moved the log mean of every inversion, and of its replicates once more.
-  constexpr int kTrials = 40;
-  const double truth = std::log(logMean(kTruth));
+  constexpr int trialCount = 40;
+  const double truth = std::log(logMean(trueDistribution));
   const ScratchFolder scratch;
   int held = 0;
   double sumOfWidths = 0.0;
   double sum = 0.0;
   double sumOfSquares = 0.0;
-  for (std::uint64_t seed = 1; seed <= kTrials; ++seed) {
+  for (std::uint64_t seed = 1; seed <= trialCount; ++seed) {
     const Decay decay = train(seed);
     const InversionSettings settings = settingsFor(decay);
     const Inversion inversion = invert(decay, settings);
@@ -150,9 +150,9 @@ TEST(Bootstrap, TheIntervalOfTheLogMeanHoldsTheTruthAsOftenAsItSays) {
   EXPECT_LE(held, 36);
   // Half the interval is near the standard deviation of the log mean from noise to noise:
   // without the spread of the weight, which the replicates keep, and with half of the bias.
-  const double spread = std::sqrt(sumOfSquares / kTrials - sum * sum / kTrials / kTrials);
-  EXPECT_GT(sumOfWidths / kTrials / spread, 0.5);
-  EXPECT_LT(sumOfWidths / kTrials / spread, 1.4);
+  const double spread = std::sqrt(sumOfSquares / trialCount - sum * sum / trialCount / trialCount);
+  EXPECT_GT(sumOfWidths / trialCount / spread, 0.5);
+  EXPECT_LT(sumOfWidths / trialCount / spread, 1.4);
 }
 
 TEST(Progress, IsABarOfTwentyMarks) {

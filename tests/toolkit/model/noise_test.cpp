@@ -13,7 +13,7 @@
 namespace vorin::toolkit {
 namespace {
 
-const Distribution kTruth =
+const Distribution trueDistribution =
     distributionOf({{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}, LogGrid{1e-4, 10.0, 200}.times());
 
 std::vector<double> evenTimes(double first, double spacing, int count) {
@@ -35,7 +35,7 @@ TEST(Noise, RecoversTheNoiseOfAnEchoTrain) {
   for (double sigma : {0.005, 0.5, 5.0}) {
     for (std::uint64_t seed = 1; seed <= 10; ++seed) {
       const Decay decay =
-          simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), sigma, seed);
+          simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 1500), sigma, seed);
       const auto noise = differenceNoise(decay);
       ASSERT_TRUE(noise.has_value());
       EXPECT_NEAR(*noise / sigma, 1.0, 4.0 * relativeSpread(1310)) << "seed " << seed;
@@ -45,8 +45,8 @@ TEST(Noise, RecoversTheNoiseOfAnEchoTrain) {
 
 TEST(Noise, RecoversTheNoiseOfALogarithmicRecovery) {
   for (std::uint64_t seed = 1; seed <= 10; ++seed) {
-    const Decay decay =
-        simulatedDecay(Kernel::t1Saturation, kTruth, LogGrid{1e-3, 3.0, 100}.times(), 0.5, seed);
+    const Decay decay = simulatedDecay(Kernel::t1Saturation, trueDistribution,
+                                       LogGrid{1e-3, 3.0, 100}.times(), 0.5, seed);
     const auto noise = differenceNoise(decay);
     ASSERT_TRUE(noise.has_value());
     EXPECT_NEAR(*noise / 0.5, 1.0, 4.0 * relativeSpread(50)) << "seed " << seed;
@@ -55,16 +55,16 @@ TEST(Noise, RecoversTheNoiseOfALogarithmicRecovery) {
 
 TEST(Noise, TheMeanOverSeedsShowsNoBias) {
   double sum = 0.0;
-  constexpr int kSeeds = 200;
-  for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
-    sum +=
-        *differenceNoise(simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 800), 0.5, seed));
+  constexpr int seedCount = 200;
+  for (std::uint64_t seed = 1; seed <= seedCount; ++seed) {
+    sum += *differenceNoise(
+        simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 800), 0.5, seed));
   }
-  EXPECT_NEAR(sum / kSeeds / 0.5, 1.0, 4.0 * relativeSpread(697) / std::sqrt(kSeeds) + 0.002);
+  EXPECT_NEAR(sum / seedCount / 0.5, 1.0, 4.0 * relativeSpread(697) / std::sqrt(seedCount) + 0.002);
 }
 
 TEST(Noise, OutliersAndASpoiledStartDoNotCount) {
-  Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), 0.5, 3);
+  Decay decay = simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 1500), 0.5, 3);
   decay.amplitude[0] -= 20.0;
   decay.amplitude[1] += 20.0;
   decay.amplitude[1000] += 200.0;
@@ -72,7 +72,7 @@ TEST(Noise, OutliersAndASpoiledStartDoNotCount) {
 }
 
 TEST(Noise, DoesNotDependOnTheUnitOrOnASampleAtZero) {
-  Decay decay = simulatedDecay(Kernel::t2, kTruth, evenTimes(0.0, 4e-4, 1500), 0.5, 3);
+  Decay decay = simulatedDecay(Kernel::t2, trueDistribution, evenTimes(0.0, 4e-4, 1500), 0.5, 3);
   const double noise = *differenceNoise(decay);
   EXPECT_NEAR(noise / 0.5, 1.0, 4.0 * relativeSpread(1310));
   for (double& amplitude : decay.amplitude) {
@@ -82,8 +82,8 @@ TEST(Noise, DoesNotDependOnTheUnitOrOnASampleAtZero) {
 }
 
 TEST(Noise, ComputedDataAndAFewSamplesHaveNone) {
-  EXPECT_FALSE(
-      differenceNoise(simulatedDecay(Kernel::t2, kTruth, evenTimes(4e-4, 4e-4, 1500), 0.0, 1)));
+  EXPECT_FALSE(differenceNoise(
+      simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 1500), 0.0, 1)));
   EXPECT_FALSE(differenceNoise({{1.0, 2.0, 3.0, 4.0}, {3.0, 1.0, 4.0, 1.0}}));
   EXPECT_TRUE(differenceNoise({{1.0, 2.0, 3.0, 4.0, 5.0}, {3.0, 1.0, 4.0, 1.0, 5.0}}));
   EXPECT_FALSE(differenceNoise({{1.0, 2.0}, {3.0, 1.0}}));

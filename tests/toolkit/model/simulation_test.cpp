@@ -31,7 +31,7 @@ TEST(Simulation, TheEngineIsTheOneThatTheStandardFixes) {
 }
 
 TEST(Simulation, NoiseHasTheMomentsOfANormalVariate) {
-  constexpr int kCount = 200000;
+  constexpr int drawCount = 200000;
   NormalNoise noise(7);
   double first = 0.0;
   double second = 0.0;
@@ -39,7 +39,7 @@ TEST(Simulation, NoiseHasTheMomentsOfANormalVariate) {
   double fourth = 0.0;
   double neighbours = 0.0;
   double before = 0.0;
-  for (int i = 0; i < kCount; ++i) {
+  for (int i = 0; i < drawCount; ++i) {
     const double z = noise.next();
     first += z;
     second += z * z;
@@ -49,12 +49,12 @@ TEST(Simulation, NoiseHasTheMomentsOfANormalVariate) {
     before = z;
   }
   // Variances of z, z^2, z^3, z^4 and of a product of two: 1, 2, 15, 96 and 1.
-  const double unit = 4.0 / std::sqrt(kCount);
-  EXPECT_NEAR(first / kCount, 0.0, unit);
-  EXPECT_NEAR(second / kCount, 1.0, unit * std::sqrt(2.0));
-  EXPECT_NEAR(third / kCount, 0.0, unit * std::sqrt(15.0));
-  EXPECT_NEAR(fourth / kCount, 3.0, unit * std::sqrt(96.0));
-  EXPECT_NEAR(neighbours / kCount, 0.0, unit);
+  const double unit = 4.0 / std::sqrt(drawCount);
+  EXPECT_NEAR(first / drawCount, 0.0, unit);
+  EXPECT_NEAR(second / drawCount, 1.0, unit * std::sqrt(2.0));
+  EXPECT_NEAR(third / drawCount, 0.0, unit * std::sqrt(15.0));
+  EXPECT_NEAR(fourth / drawCount, 3.0, unit * std::sqrt(96.0));
+  EXPECT_NEAR(neighbours / drawCount, 0.0, unit);
 }
 
 TEST(Simulation, SeedsTellNoiseApart) {
@@ -103,22 +103,22 @@ TEST(Simulation, TwoChannelsHoldTheDecayTurnedByThePhase) {
 }
 
 TEST(Simulation, TheNoiseOfTheTwoChannelsIsIndependentAndThatOfTheRealOneIsTheSame) {
-  constexpr std::size_t kCount = 100000;
-  const std::vector<double> times(kCount, 1.0);
+  constexpr std::size_t drawCount = 100000;
+  const std::vector<double> times(drawCount, 1.0);
   const Distribution none{{1.0}, {0.0}};
   const TwoChannels noise = simulatedChannels(Kernel::t2, none, times, 0.5, 11, 1.0);
   const Decay real = simulatedDecay(Kernel::t2, none, times, 0.5, 11);
   EXPECT_EQ(noise.real, real.amplitude);
   double product = 0.0;
   double square = 0.0;
-  for (std::size_t i = 0; i < kCount; ++i) {
+  for (std::size_t i = 0; i < drawCount; ++i) {
     product += noise.real[i] * noise.imaginary[i];
     square += noise.imaginary[i] * noise.imaginary[i];
   }
   // A product of two has variance 0.25^2, a square 2 * 0.25^2.
-  const double unit = 4.0 * 0.25 / std::sqrt(static_cast<double>(kCount));
-  EXPECT_NEAR(product / kCount, 0.0, unit);
-  EXPECT_NEAR(square / kCount, 0.25, unit * std::sqrt(2.0));
+  const double unit = 4.0 * 0.25 / std::sqrt(static_cast<double>(drawCount));
+  EXPECT_NEAR(product / drawCount, 0.0, unit);
+  EXPECT_NEAR(square / drawCount, 0.25, unit * std::sqrt(2.0));
 }
 
 /// The command in the first line of a file that vorin simulate has written.

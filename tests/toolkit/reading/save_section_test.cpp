@@ -24,51 +24,51 @@ std::string joined(const Lines& lines) {
 }
 
 /// Two grid points, three data points; the title stands on line 2.
-const Lines kFull = {"Vorin::M::Successful inversion, status =   0",
-                     " !  Vorin save1",
-                     "",
-                     " [PARAM]",
-                     " nf     2",
-                     " ng     3",
-                     "TARG   NOISE",
-                     "LOG",
-                     "CSTA     0",
-                     "",
-                     " [COEF]",
-                     "",
-                     "",
-                     " 10 0 0.75",
-                     " 100 0 3",
-                     "",
-                     " [DATA]",
-                     "",
-                     "",
-                     " 1 4 4.5",
-                     " 2 3 2.5",
-                     " 3 2 2",
-                     "",
-                     " [K]",
-                     "  0.9 0.99",
-                     "  0.8 0.98",
-                     "  0.7 0.97",
-                     "",
-                     " [EOF]"};
+const Lines fullSection = {"Vorin::M::Successful inversion, status =   0",
+                           " !  Vorin save1",
+                           "",
+                           " [PARAM]",
+                           " nf     2",
+                           " ng     3",
+                           "TARG   NOISE",
+                           "LOG",
+                           "CSTA     0",
+                           "",
+                           " [COEF]",
+                           "",
+                           "",
+                           " 10 0 0.75",
+                           " 100 0 3",
+                           "",
+                           " [DATA]",
+                           "",
+                           "",
+                           " 1 4 4.5",
+                           " 2 3 2.5",
+                           " 3 2 2",
+                           "",
+                           " [K]",
+                           "  0.9 0.99",
+                           "  0.8 0.98",
+                           "  0.7 0.97",
+                           "",
+                           " [EOF]"};
 
-const Lines kCompact = {" !  Vorin save1",
-                        " [DATA]",
-                        "",
-                        "",
-                        " 1,4",
-                        " 2,3",
-                        " 3,2",
-                        "",
-                        " *[COEFF T2DIST  VORIN]",
-                        " *nf,2",
-                        " *ng,3",
-                        "*TARG,NOISE",
-                        "*LOG,",
-                        " 10,0.75",
-                        " 100,3"};
+const Lines compactSection = {" !  Vorin save1",
+                              " [DATA]",
+                              "",
+                              "",
+                              " 1,4",
+                              " 2,3",
+                              " 3,2",
+                              "",
+                              " *[COEFF T2DIST  VORIN]",
+                              " *nf,2",
+                              " *ng,3",
+                              "*TARG,NOISE",
+                              "*LOG,",
+                              " 10,0.75",
+                              " 100,3"};
 
 /// `lines` with line `number`, from 1, replaced.
 Lines with(Lines lines, std::size_t number, const std::string& text) {
@@ -107,7 +107,7 @@ void expectTables(const SaveSection& section) {
 }
 
 TEST(SaveSectionReader, ReadsBothLayouts) {
-  const SaveSection full = readSaveSection(joined(kFull), "run.log", 1);
+  const SaveSection full = readSaveSection(joined(fullSection), "run.log", 1);
   EXPECT_FALSE(full.compact);
   EXPECT_EQ(full.firstLine, 2);
   EXPECT_EQ(full.lastLine, 29);
@@ -117,7 +117,7 @@ TEST(SaveSectionReader, ReadsBothLayouts) {
   EXPECT_EQ(full.kernel, (std::vector<double>{0.9, 0.99, 0.8, 0.98, 0.7, 0.97}));
   EXPECT_EQ(full.number("CSTA"), 0.0);
 
-  const SaveSection compact = readSaveSection(joined(kCompact), "run.sav", 1);
+  const SaveSection compact = readSaveSection(joined(compactSection), "run.sav", 1);
   EXPECT_TRUE(compact.compact);
   EXPECT_EQ(compact.firstLine, 1);
   EXPECT_EQ(compact.lastLine, 15);
@@ -126,12 +126,12 @@ TEST(SaveSectionReader, ReadsBothLayouts) {
 
 TEST(SaveSectionReader, BlanksTabsAndLineEndsOfAnySystemCountForNothing) {
   std::string text;
-  for (const std::string& line : kFull) {
+  for (const std::string& line : fullSection) {
     text += "\t " + line + "  \r\n";
   }
   expectTables(readSaveSection(text, "run.log", 1));
   Lines dense;
-  for (const std::string& line : kFull) {
+  for (const std::string& line : fullSection) {
     if (!line.empty()) {
       dense.push_back(line);
     }
@@ -140,8 +140,8 @@ TEST(SaveSectionReader, BlanksTabsAndLineEndsOfAnySystemCountForNothing) {
 }
 
 TEST(SaveSectionReader, TellsSeveralSectionsApart) {
-  const Lines other = with(kFull, 15, " 100 0 5");
-  const std::string text = joined(kFull) + joined(kCompact) + joined(other);
+  const Lines other = with(fullSection, 15, " 100 0 5");
+  const std::string text = joined(fullSection) + joined(compactSection) + joined(other);
   EXPECT_EQ(saveSectionCount(text), 3U);
   expectTables(readSaveSection(text, "run.log", 1));
   EXPECT_TRUE(readSaveSection(text, "run.log", 2).compact);
@@ -163,41 +163,41 @@ TEST(SaveSectionReader, ALogWithoutASectionTellsHowToHaveOne) {
 }
 
 TEST(SaveSectionReader, ASectionCutShortAtAnyLineIsRefused) {
-  for (std::size_t lines = 2; lines < kFull.size(); ++lines) {
-    const std::string sentence = complaint(first(kFull, lines));
+  for (std::size_t lines = 2; lines < fullSection.size(); ++lines) {
+    const std::string sentence = complaint(first(fullSection, lines));
     EXPECT_NE(sentence.find("run.log, line " + std::to_string(lines) +
                             ": the save section that begins on line 2 is cut short here: "),
               std::string::npos)
         << sentence;
   }
-  for (std::size_t lines = 1; lines < kCompact.size(); ++lines) {
-    const std::string sentence = complaint(first(kCompact, lines));
+  for (std::size_t lines = 1; lines < compactSection.size(); ++lines) {
+    const std::string sentence = complaint(first(compactSection, lines));
     EXPECT_NE(sentence.find("run.log, line " + std::to_string(lines) +
                             ": the save section that begins on line 1 is cut short here: "),
               std::string::npos)
         << sentence;
   }
-  EXPECT_EQ(complaint(first(kFull, 20)),
+  EXPECT_EQ(complaint(first(fullSection, 20)),
             "run.log, line 20: the save section that begins on line 2 is cut short here: row 2 of "
             "the 3 under [DATA] is missing; run the inversion again to have it whole");
 }
 
 TEST(SaveSectionReader, ASectionCutShortWithinALineIsRefused) {
-  for (const Lines& lines : {kFull, kCompact}) {
+  for (const Lines& lines : {fullSection, compactSection}) {
     const std::string whole = joined(lines);
     // The last byte ends the last line; without it a compact section is in doubt.
     for (std::size_t length = joined(first(lines, 2)).size(); length < whole.size() - 1; ++length) {
       EXPECT_NE(complaint(whole.substr(0, length)), "none") << length;
     }
   }
-  const std::string compact = joined(kCompact);
+  const std::string compact = joined(compactSection);
   EXPECT_EQ(complaint(compact.substr(0, compact.size() - 1)),
             "run.log, line 15: the save section that begins on line 1 is cut short here: the end "
             "of its last line is missing; run the inversion again to have it whole");
 }
 
 TEST(SaveSectionReader, ASectionCutShortBeforeAnotherIsRefused) {
-  const std::string text = joined(first(kFull, 21)) + joined(kFull);
+  const std::string text = joined(first(fullSection, 21)) + joined(fullSection);
   EXPECT_NE(complaint(text, 1).find("run.log, line 22: "), std::string::npos);
   expectTables(readSaveSection(text, "run.log", 2));
 }
@@ -221,39 +221,41 @@ TEST_P(BadLines, AreRefusedInOneSentence) {
 INSTANTIATE_TEST_SUITE_P(
     Sections, BadLines,
     testing::ValuesIn(std::vector<BadLine>{
-        {"WrongHeading", with(kFull, 4, " [PARAMS]"),
+        {"WrongHeading", with(fullSection, 4, " [PARAMS]"),
          "4: the heading [PARAM] is wanted here, not \"[PARAMS]\""},
-        {"NoCount", with(kFull, 5, " nf"),
+        {"NoCount", with(fullSection, 5, " nf"),
          "5: \"nf\" and a whole number are wanted here, not \"nf\""},
-        {"HalfACount", with(kFull, 6, " ng 3.5"),
+        {"HalfACount", with(fullSection, 6, " ng 3.5"),
          "6: \"ng\" and a whole number are wanted here, not \"ng 3.5\""},
-        {"OtherLabel", with(kFull, 5, " ng 2"),
+        {"OtherLabel", with(fullSection, 5, " ng 2"),
          "5: \"nf\" and a whole number are wanted here, not \"ng 2\""},
-        {"EndlessCount", with(kFull, 5, " nf 99999999999999999999"),
+        {"EndlessCount", with(fullSection, 5, " nf 99999999999999999999"),
          "5: \"nf\" and a whole number are wanted here, not \"nf 99999999999999999999\""},
-        {"TooManyCoefficients", with(kFull, 5, " nf 1"),
+        {"TooManyCoefficients", with(fullSection, 5, " nf 1"),
          "15: the heading [DATA] is wanted here, not \"100 0 3\""},
-        {"TooFewCoefficients", with(kFull, 5, " nf 1000000000000"),
+        {"TooFewCoefficients", with(fullSection, 5, " nf 1000000000000"),
          "17: a row of numbers is wanted under [COEF], and \"[DATA]\" is no number"},
-        {"WordInARow", with(kFull, 14, " 10 zero 0.75"),
+        {"WordInARow", with(fullSection, 14, " 10 zero 0.75"),
          "14: a row of numbers is wanted under [COEF], and \"zero\" is no number"},
-        {"Stars", with(kFull, 14, " 10 0 ****************"),
+        {"Stars", with(fullSection, 14, " 10 0 ****************"),
          "14: a row of numbers is wanted under [COEF], and \"****************\" is no number"},
-        {"ShortRow", with(kFull, 20, " 1 4"), "20: a row under [DATA] has 3 numbers, this one 2"},
-        {"LongRow", with(kFull, 20, " 1 4 4.5 1"),
+        {"ShortRow", with(fullSection, 20, " 1 4"),
+         "20: a row under [DATA] has 3 numbers, this one 2"},
+        {"LongRow", with(fullSection, 20, " 1 4 4.5 1"),
          "20: a row under [DATA] has 3 numbers, this one 4"},
-        {"ShortKernelRow", with(kFull, 26, "  0.8"),
+        {"ShortKernelRow", with(fullSection, 26, "  0.8"),
          "26: a row under [K] has 2 numbers, this one 1"},
-        {"NoEnd", with(kFull, 29, " 1 1"), "29: the heading [EOF] is wanted here, not \"1 1\""},
-        {"CompactRowOfWords", with(kCompact, 5, " 1,a"),
+        {"NoEnd", with(fullSection, 29, " 1 1"),
+         "29: the heading [EOF] is wanted here, not \"1 1\""},
+        {"CompactRowOfWords", with(compactSection, 5, " 1,a"),
          "5: a row of numbers is wanted under [DATA], and \"a\" is no number"},
-        {"CompactRowWithBlanks", with(kCompact, 5, " 1 4"),
+        {"CompactRowWithBlanks", with(compactSection, 5, " 1 4"),
          "5: a row of numbers is wanted under [DATA], and \"1 4\" is no number"},
-        {"CompactCount", with(kCompact, 11, " *ng,4"),
+        {"CompactCount", with(compactSection, 11, " *ng,4"),
          "11: 4 data points are announced, but 3 stand under [DATA]"},
-        {"CompactHeading", with(kCompact, 9, " *[COEFF]"),
+        {"CompactHeading", with(compactSection, 9, " *[COEFF]"),
          "9: the heading *[COEFF T2DIST  VORIN] is wanted here, not \"*[COEFF]\""},
-        {"CompactSetting", with(kCompact, 12, "*TARG"), "12: \"TARG\" is no line *KEY,value"},
+        {"CompactSetting", with(compactSection, 12, "*TARG"), "12: \"TARG\" is no line *KEY,value"},
     }),
     [](const auto& row) { return row.param.what; });
 

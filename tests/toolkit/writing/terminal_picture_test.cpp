@@ -134,12 +134,12 @@ bool holds(const std::string& text, const char* part) {
   return text.find(part) != std::string::npos;
 }
 
-const char* const kBlock = "\xE2\x96\x88";
+const char* const blockGlyph = "\xE2\x96\x88";
 
 TEST(InTerminal, BarsFollowTheSummary) {
   const std::string output = inTerminal({{"LANG", "de_DE.UTF-8"}, {"TERM", "xterm"}});
   EXPECT_TRUE(holds(output, "log mean")) << output;
-  EXPECT_TRUE(holds(output, kBlock)) << output;
+  EXPECT_TRUE(holds(output, blockGlyph)) << output;
   EXPECT_TRUE(holds(output, "\033[34m")) << output;
 }
 
