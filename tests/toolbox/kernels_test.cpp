@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "support/problems.hpp"
@@ -316,6 +318,58 @@ TYPED_TEST(KernelsTest, CholeskyHasTheBitsOfThePlainLoopsAtEveryLevel) {
             }
           }
         }
+      }
+    }
+  }
+}
+
+TYPED_TEST(KernelsTest, CholeskySolveHasTheBitsOfThePlainLoopsAndSolves) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const int n : {0, 1, 3, 4, 5, 8, 17, 32, 59, 64, 101}) {
+    for (const int spare : {0, 3}) {
+      const int ld = n + spare;
+      const std::vector<Real> A = triangle<Real>(n, ld, true);
+      std::vector<Real> L = A;
+      std::vector<Real> pivots(static_cast<std::size_t>(n));
+      vorin::kernels::table<Real>().cholesky(n, ld, L.data(), pivots.data());
+      const auto at = [&](int i, int j) { return L[area(ld, j) + static_cast<std::size_t>(i)]; };
+      vorin::test::Uniform uniform(static_cast<std::uint64_t>(n) + 5);
+      std::vector<Real> right(static_cast<std::size_t>(n));
+      for (Real& value : right) {
+        value = static_cast<Real>(uniform());
+      }
+      std::vector<Real> expected = right;
+      const auto b = [&](int i) -> Real& { return expected[static_cast<std::size_t>(i)]; };
+      for (int k = 0; k < n; ++k) {
+        b(k) /= at(k, k);
+        for (int i = k + 1; i < n; ++i) {
+          b(i) -= at(i, k) * b(k);
+        }
+      }
+      for (int k = n - 1; k >= 0; --k) {
+        for (int i = n - 1; i > k; --i) {
+          b(k) -= at(i, k) * b(i);
+        }
+        b(k) /= at(k, k);
+      }
+      SCOPED_TRACE(testing::Message() << n << " rows of " << ld);
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> got = right;
+        vorin::kernels::table<Real>().choleskySolve(n, ld, L.data(), got.data());
+        EXPECT_EQ(got, expected) << static_cast<int>(level);
+      }
+      // |A x - b| within the rounding of a sum of n terms of the size of |A| |x|; the diagonal is
+      // dominant, so that |x| is at most 1.
+      for (int i = 0; i < n; ++i) {
+        double sum = -double(right[static_cast<std::size_t>(i)]);
+        for (int j = 0; j < n; ++j) {
+          const int row = std::max(i, j);
+          sum += double(A[area(ld, std::min(i, j)) + static_cast<std::size_t>(row)]) *
+                 double(expected[static_cast<std::size_t>(j)]);
+        }
+        EXPECT_LE(std::abs(sum), 4.0 * n * double(std::numeric_limits<Real>::epsilon()) * 2.0);
       }
     }
   }

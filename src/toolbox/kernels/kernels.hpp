@@ -78,6 +78,12 @@ struct Table {
   ///   pivots[j] = L(j, j);  L(j, j) = sqrt(L(j, j));
   ///   for (i = j+1 .. n-1) L(i, j) /= L(j, j);
   void (*cholesky)(int n, int ld, Real* L, Real* pivots);
+
+  /// Replaces b (n) by the solution of L L' x = b, with the factor that `cholesky` left. Plain
+  /// form:
+  ///   for (k = 0 .. n-1) { b[k] /= L(k, k); for (i = k+1 .. n-1) b[i] -= L(i, k) * b[k]; }
+  ///   for (k = n-1 .. 0) { for (i = n-1 .. k+1) b[k] -= L(i, k) * b[i]; b[k] /= L(k, k); }
+  void (*choleskySolve)(int n, int ld, const Real* L, Real* b);
 };
 
 /// The kernels at the level in use.
