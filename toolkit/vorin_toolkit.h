@@ -284,7 +284,7 @@ typedef int32_t(VORIN_TOOLKIT_CALL* vorin_progress)(void* user, int64_t done, in
  *
  * Numbers of the result: "status" (of vorin.h), "success", "samples", "weight", "noise",
  * "signal_to_noise", "wanted_standard_error", "standard_error", "fit_error",
- * "iterations", "passes", "raised_aim", "corner_weight", "phase", "total", "log_mean".
+ * "iterations", "passes", "relaxed_target", "corner_weight", "phase", "total", "log_mean".
  * Texts: "kernel", "weight_origin", "noise_origin", "status_text". Arrays: "time",
  * "amplitude" (as inverted), "grid", "distribution", "fit", "rejected" (places from 0),
  * and, an element for each peak, "peak_position", "peak_width", "peak_share",
@@ -422,7 +422,7 @@ vorin_difference_noise(const double* times, const double* real, int64_t samples,
  *   message    out  as above
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK or VORIN_TOOLKIT_BAD_INPUT */
-VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_turn_to_real(
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_phase_correct(
     const char* kernel, double* real, double* imaginary, int64_t samples, double* phase,
     double* noise, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
@@ -486,7 +486,7 @@ vorin_read_decay(const char* path, const vorin_settings* settings, vorin_result*
                  char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Lists the keys of the numerical library: a result with the lists of texts "key",
- * "kind" (whole, number, text or choice), "range", "unit", "meaning", "value" (when the
+ * "kind" (whole number, number, text or choice), "range", "unit", "meaning", "value" (when the
  * library is loaded) and the array "settable".
  *
  *   result   out  address of a handle; free it by vorin_result_free

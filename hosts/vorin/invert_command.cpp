@@ -92,10 +92,10 @@ void showOne(const Inversion& inversion, const ReportContext& context, bool noPi
 }
 
 Band bandOf(const Input& input, const InversionSettings& settings, const Inversion& inversion,
-            BootstrapSettings wanted) {
-  ProgressBar bar("bootstrap", wanted.replicates);
-  wanted.progress = [&](int done) { bar.show(done); };
-  return bootstrap(input.decay, settings, inversion, wanted);
+            BootstrapSettings request) {
+  ProgressBar bar("bootstrap", request.replicates);
+  request.progress = [&](int done) { bar.show(done); };
+  return bootstrap(input.decay, settings, inversion, request);
 }
 
 /// Throws UserError for a decay that can't be inverted. The sentences below don't know the
@@ -114,7 +114,7 @@ void requireInvertible(const Input& input, const InversionSettings& settings, bo
 ExitStatus runInvert(const InvertOptions& options) {
   // Everything that can be wrong is looked at before any work is done.
   InversionSettings settings = settingsFrom(options.method);
-  const std::optional<BootstrapSettings> wantedBand = bootstrapFrom(options.method);
+  const std::optional<BootstrapSettings> bandRequest = bootstrapFrom(options.method);
   const std::vector<Input> inputs = readInputs(options.input);
   for (const Input& input : inputs) {
     requireInvertible(input, settings, inputs.size() > 1);
@@ -136,8 +136,8 @@ ExitStatus runInvert(const InvertOptions& options) {
     context.truth = outputs.truth();
     context.kernelFile = input.kernelFile;
     context.phase = input.phase;
-    if (wantedBand && succeeded(inversion)) {
-      context.band = bandOf(input, shaped, inversion, *wantedBand);
+    if (bandRequest && succeeded(inversion)) {
+      context.band = bandOf(input, shaped, inversion, *bandRequest);
     }
     std::optional<LCurve> curve;
     if (outputs.wantsLCurve()) {

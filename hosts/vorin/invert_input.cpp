@@ -34,7 +34,7 @@ KernelChoice kernelChoice(const InputOptions& options) {
   }
   if (options.grid.empty()) {
     throw UserError(fmt::format(
-        "--kernel {}: a matrix wants the values that its columns stand for; give them by --grid "
+        "--kernel {}: a matrix needs the grid values of its columns; give them by --grid "
         "FROM:TO:N or --grid FILE",
         options.kernel));
   }

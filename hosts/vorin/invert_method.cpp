@@ -59,7 +59,7 @@ void MethodOptions::addTo(CLI::App& line) {
             "of neighbouring samples, outliers and the start of the decay apart;\n"
             "--method automatic: from the residual of the closest fit");
   addOption(line, "--prune", prune, "HOW",
-            "Bins into which samples are gathered before the inversion: log\n"
+            "Bins in which samples are averaged before the inversion: log\n"
             "(default), linear, or none");
   addOption(line, "--prune-points", prunePoints, "N", "Number of bins, 10 to 5000 (default 200)");
   addOptionalValue(line, "--compress", compress, "N[,RATIO]", "20,1e-6",

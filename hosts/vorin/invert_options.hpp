@@ -112,7 +112,7 @@ class InvertOutputs {
   void write(std::size_t index, const Inversion& inversion, const ReportContext& context,
              const std::optional<LCurve>& curve, const ScratchFolder& scratch);
 
-  /// True when an L-curve is wanted, which write() then takes.
+  /// True when an L-curve is required, which write() then takes.
   bool wantsLCurve() const { return !plotLCurve_.empty(); }
 
   /// Writes the files about all inversions. The rows of the table are returned.

@@ -57,7 +57,7 @@ InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std:
   }
   if (inputs.size() > 1 && name.find(stemMark) == std::string::npos) {
     throw UserError(fmt::format(
-        "{} {}: there are {} decays; put {{}} into the name, which stands for the name of each "
+        "{} {}: there are {} decays; put {{}} into the name, which becomes the name of each "
         "without its folder and ending",
         option, name, inputs.size()));
   }

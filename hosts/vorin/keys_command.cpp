@@ -15,24 +15,10 @@ namespace vorin::toolkit {
 
 namespace {
 
-std::string_view kindText(KeyKind kind) {
-  switch (kind) {
-    case KeyKind::whole:
-      return "whole number";
-    case KeyKind::number:
-      return "number";
-    case KeyKind::text:
-      return "text";
-    case KeyKind::choice:
-      break;
-  }
-  return "choice";
-}
-
 /// Two lines: key, value, kind, range and unit; the meaning.
 std::string keyText(const KeyInfo& info) {
   std::string text =
-      fmt::format("{:<5} {:<11} {}", info.key, keyValueText(info), kindText(info.kind));
+      fmt::format("{:<5} {:<11} {}", info.key, keyValueText(info), kindName(info.kind));
   text += info.settable ? "" : ", read-only";
   if (!info.range.empty()) {
     text += fmt::format(": {}", info.range);

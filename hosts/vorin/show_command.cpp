@@ -43,16 +43,16 @@ Shown readShown(const ShowOptions& options) {
   if (!options.section.empty()) {
     number = parseInteger(options.section);
     if (!number || *number < 1) {
-      throw UserError(fmt::format("--section {}: a whole number of 1 or above is wanted",
+      throw UserError(fmt::format("--section {}: a whole number of 1 or above is required",
                                   inQuotes(options.section)));
     }
   }
   const std::string content = contentOf(options.input);
   const std::size_t count = saveSectionCount(content);
   // The last one is that of the last inversion, should logs have been joined.
-  const std::size_t wanted =
+  const std::size_t section =
       number ? static_cast<std::size_t>(*number) : std::max<std::size_t>(count, 1);
-  return {options.input, wanted, count, readSaveSection(content, options.input, wanted)};
+  return {options.input, section, count, readSaveSection(content, options.input, section)};
 }
 
 /// Throws UserError when the section can't be drawn.

@@ -85,13 +85,13 @@ std::vector<double> sampleTimes(const SimulateOptions& options) {
   const auto spacing = parseNumber(spacingText);
   if (!spacing || !(*spacing > 0.0 && *spacing <= 1e20)) {
     throw UserError(
-        fmt::format("--spacing {}: a time in seconds above 0 is wanted", inQuotes(spacingText)));
+        fmt::format("--spacing {}: a time in seconds above 0 is required", inQuotes(spacingText)));
   }
   const std::string_view samplesText = orDefault(options.samples, defaultSamples);
   const auto samples = parseInteger(samplesText);
   constexpr long long mostSamples = 10'000'000;
   if (!samples || *samples < 2 || *samples > mostSamples) {
-    throw UserError(fmt::format("--samples {}: a whole number from 2 to {} is wanted",
+    throw UserError(fmt::format("--samples {}: a whole number from 2 to {} is required",
                                 inQuotes(samplesText), mostSamples));
   }
   std::vector<double> times(static_cast<std::size_t>(*samples));
@@ -147,65 +147,67 @@ struct Simulation {
 
 /// Throws UserError for bad options.
 Simulation simulationFrom(const SimulateOptions& options) {
-  Simulation wanted{parseKernel(options.kernel, "--kernel"), {}, {}, 0.0, 0, {}, {}};
+  Simulation simulation{parseKernel(options.kernel, "--kernel"), {}, {}, 0.0, 0, {}, {}};
   for (const std::string& text : options.peaks) {
-    wanted.peaks.push_back(parsePeak(text, "--peak"));
+    simulation.peaks.push_back(parsePeak(text, "--peak"));
   }
-  wanted.times = sampleTimes(options);
+  simulation.times = sampleTimes(options);
   const auto noise = parseNumber(options.noise);
   if (!noise || !(*noise >= 0.0 && std::isfinite(*noise))) {
     throw UserError(
-        fmt::format("--noise {}: a number of 0 or above is wanted", inQuotes(options.noise)));
+        fmt::format("--noise {}: a number of 0 or above is required", inQuotes(options.noise)));
   }
-  wanted.noise = *noise;
+  simulation.noise = *noise;
   const auto seed = parseInteger(options.seed);
   if (!seed || *seed < 0) {
     throw UserError(
-        fmt::format("--seed {}: a whole number of 0 or above is wanted", inQuotes(options.seed)));
+        fmt::format("--seed {}: a whole number of 0 or above is required", inQuotes(options.seed)));
   }
-  wanted.seed = static_cast<std::uint64_t>(*seed);
+  simulation.seed = static_cast<std::uint64_t>(*seed);
   if (!options.phase.empty()) {
     const auto degrees = parseNumber(options.phase);
     if (!degrees || !std::isfinite(*degrees)) {
       throw UserError(
-          fmt::format("--phase {}: an angle in degrees is wanted", inQuotes(options.phase)));
+          fmt::format("--phase {}: an angle in degrees is required", inQuotes(options.phase)));
     }
-    wanted.phase = *degrees * (std::numbers::pi / 180.0);
+    simulation.phase = *degrees * (std::numbers::pi / 180.0);
   }
-  wanted.grid = parseGrid(options.grid, "--grid").times();
-  for (const LogNormalPeak& peak : wanted.peaks) {
-    if (peak.time < wanted.grid.front() || peak.time > wanted.grid.back()) {
-      throw UserError(fmt::format(
-          "--peak at {}: it lies outside the grid from {} to {}; widen "
-          "--grid",
-          timeText(peak.time), timeText(wanted.grid.front()), timeText(wanted.grid.back())));
+  simulation.grid = parseGrid(options.grid, "--grid").times();
+  for (const LogNormalPeak& peak : simulation.peaks) {
+    if (peak.time < simulation.grid.front() || peak.time > simulation.grid.back()) {
+      throw UserError(
+          fmt::format("--peak at {}: it lies outside the grid from {} to {}; widen "
+                      "--grid",
+                      timeText(peak.time), timeText(simulation.grid.front()),
+                      timeText(simulation.grid.back())));
     }
   }
-  return wanted;
+  return simulation;
 }
 
 ExitStatus runSimulate(const SimulateOptions& options) {
-  const Simulation wanted = simulationFrom(options);
+  const Simulation simulation = simulationFrom(options);
   OutputFiles outputs;
   const fs::path out = outputs.announce(options.out, "--out", {});
   const fs::path truthFile =
       options.truth.empty() ? fs::path() : outputs.announce(options.truth, "--truth", {});
-  const Distribution truth = distributionOf(wanted.peaks, wanted.grid);
-  outputs.write(out, wanted.phase
-                         ? channelsCsv(simulatedChannels(wanted.kernel, truth, wanted.times,
-                                                         wanted.noise, wanted.seed, *wanted.phase),
+  const Distribution truth = distributionOf(simulation.peaks, simulation.grid);
+  outputs.write(out, simulation.phase
+                         ? channelsCsv(simulatedChannels(simulation.kernel, truth, simulation.times,
+                                                         simulation.noise, simulation.seed,
+                                                         *simulation.phase),
                                        options)
-                         : decayCsv(simulatedDecay(wanted.kernel, truth, wanted.times, wanted.noise,
-                                                   wanted.seed),
+                         : decayCsv(simulatedDecay(simulation.kernel, truth, simulation.times,
+                                                   simulation.noise, simulation.seed),
                                     options));
   if (!truthFile.empty()) {
-    outputs.write(truthFile, truthCsv(truth, wanted.kernel, options));
+    outputs.write(truthFile, truthCsv(truth, simulation.kernel, options));
   }
   outputs.commit();
   fmt::print("{}: {} samples from {} to {}, noise {:g}{}\n  true log mean {}, total amplitude {}\n",
-             options.out, wanted.times.size(), timeText(wanted.times.front()),
-             timeText(wanted.times.back()), wanted.noise,
-             wanted.phase ? " in each of two channels" : "", timeText(logMean(truth)),
+             options.out, simulation.times.size(), timeText(simulation.times.front()),
+             timeText(simulation.times.back()), simulation.noise,
+             simulation.phase ? " in each of two channels" : "", timeText(logMean(truth)),
              significant(totalAmplitude(truth)));
   return ExitStatus::success;
 }

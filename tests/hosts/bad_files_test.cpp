@@ -44,9 +44,9 @@ TEST_P(BadFiles, AreRefusedInOneSentence) {
   EXPECT_EQ(contentOf(folder / "other.csv"), bad.other);
 }
 
-const std::string goodText = "0.001,3\n0.002,2\n0.003,1.5\n";
-const std::string threeColumns = "time,re,im\n0.001,3.5,0\n0.002,2,0.1\n";
-const std::string twoFields = "; a row wants 2, time and amplitude, separated by a comma";
+const std::string good = "0.001,3\n0.002,2\n0.003,1.5\n";
+const std::string three = "time,re,im\n0.001,3.5,0\n0.002,2,0.1\n";
+const std::string twoFields = "; a row needs 2, time and amplitude, separated by a comma";
 const std::string noRows =
     "decay.csv: there are no rows of numbers; give one row a sample, time,amplitude";
 const std::string notANumberText = " is not a number; write one such as 0.0012 or 1.2e-3";
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(NoRows, BadFiles,
                              {"CommentsOnly", "# nothing\n# here\n", noRows},
                              {"HeaderOnly", "time_s,amplitude\n", noRows},
                              {"OneRow", "time,amplitude\n0.001,3\n",
-                              "decay.csv, line 2: this is the only row; a decay wants 2 at least"},
+                              "decay.csv, line 2: this is the only row; a decay has at least 2"},
                          }),
                          caseName);
 
@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
     NoText, BadFiles,
     testing::ValuesIn(std::vector<BadFile>{
         {"Binary", std::string("\x7f\x45\x4c\x46\n\0\1,\2\n", 10),
-         "decay.csv, line 2: this is no text (a byte is 0); give a text file with one row a "
+         "decay.csv, line 2: this is not text (a byte is 0); give a text file with one row a "
          "sample"},
         {"ControlCharacters", "\x7f\x01\x02\n\x03\n",
          "decay.csv, line 1: this row has 1 field" + twoFields},
@@ -83,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"Utf16BigEndian", "\xFE\xFF" + std::string("\0000\0,\0001\0\n", 8),
          "decay.csv: this is a UTF-16 text; save it as UTF-8 or as plain text"},
         {"Utf16WithoutAMark", std::string("0\0,\0001\0\n\0", 8),
-         "decay.csv, line 1: this is no text (a byte is 0); give a text file with one row a "
+         "decay.csv, line 1: this is not text (a byte is 0); give a text file with one row a "
          "sample"},
         {"Gzip", std::string("\x1F\x8B\x08\0\0", 5),
          "decay.csv: this is a gzip archive; unpack it first (gunzip)"},
@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"EndlessTime", "0.001,3\n1e31,2\n",
          "decay.csv, line 2: the time 1e+31 is too long; times are in seconds, 1e+30 at most"},
         {"AllZero", "0.001,0\n0.002,-0\n",
-         "decay.csv: every amplitude is 0; a decay wants one that is not"},
+         "decay.csv: every amplitude is 0; a decay requires one that is not"},
         {"VastAmplitude", "0.001,3\n0.002,1e200\n",
          "decay.csv, line 2: the amplitude 1e+200 is too large; give it in another unit, 1e+100 at "
          "most"},
@@ -226,13 +226,13 @@ INSTANTIATE_TEST_SUITE_P(
         {"KernelOfOtherRows",
          goodText,
          "--kernel other.csv: the matrix has 2 rows and 2 columns, but decay.csv has 3 samples and "
-         "the grid 2 values; 3 rows and 2 columns are wanted",
+         "the grid 2 values; 3 rows and 2 columns are required",
          {"--kernel", "other.csv", "--grid", "1:2:2"},
          fourValues},
         {"KernelOfOtherColumns",
          goodText,
          "--kernel other.csv: the matrix has 3 rows and 2 columns, but decay.csv has 3 samples and "
-         "the grid 4 values; 3 rows and 4 columns are wanted",
+         "the grid 4 values; 3 rows and 4 columns are required",
          {"--kernel", "other.csv", "--grid", "1:2:4"},
          fourValues + "5,6\n"},
         {"RaggedKernel",
@@ -267,8 +267,8 @@ INSTANTIATE_TEST_SUITE_P(
          {"--grid", "other.csv"},
          "1\n"},
         {"TruthOfOneColumn",
-         goodText,
-         "other.csv, line 1: this row has 1 field; a row wants 2, relaxation time and amplitude, "
+         good,
+         "other.csv, line 1: this row has 1 field; a row needs 2, relaxation time and amplitude, "
          "separated by a comma",
          {"--truth", "other.csv"},
          "1\n2\n"},

@@ -56,7 +56,7 @@ std::vector<std::string> simulate(std::vector<std::string> options) {
 const std::string gridHelp =
     "; write FROM:TO:N, for instance 0.0001:10:100 for 100 times from 0.1 ms to 10 s";
 const std::string columnsHelp =
-    ": two or three columns are wanted, by number from 1 or by name, with commas between them; "
+    ": two or three columns are required, by number from 1 or by name, with commas between them; "
     "write for instance 1,2, or 1,2,3 with an imaginary channel";
 const std::string helpHint = "; vorin --help lists the commands, vorin COMMAND --help its options";
 
@@ -68,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"UnknownOption", invert({"--wieght=3"}),
          "The following argument was not expected: --wieght=3" + helpHint},
         {"GridOfNoFile", invert({"--grid", "no.csv"}),
-         "--grid \"no.csv\": three numbers with colons between them are wanted" + gridHelp},
+         "--grid \"no.csv\": three numbers with colons between them are required" + gridHelp},
         {"GridOfAnotherUnit", invert({"--grid", "1ms:1km:100"}),
          "--grid \"1ms:1km:100\": the times are not both numbers" + gridHelp},
         {"GridOfDiffusion", invert({"--kernel", "diffusion", "--grid", "1ms:1s:100"}),
@@ -82,14 +82,14 @@ INSTANTIATE_TEST_SUITE_P(
         {"FourColumns", invert({"--columns", "1,2,3,4"}), "--columns \"1,2,3,4\"" + columnsHelp},
         {"EmptyColumn", invert({"--columns", "1,,3"}), "--columns \"1,,3\"" + columnsHelp},
         {"MatrixWithoutAGrid", invert({"--kernel", "negative.csv"}),
-         "--kernel negative.csv: a matrix wants the values that its columns stand for; give them "
+         "--kernel negative.csv: a matrix needs the grid values of its columns; give them "
          "by --grid FROM:TO:N or --grid FILE"},
         {"StandardInputTwice",
          {"invert", "-", "-"},
          "-: standard input can be read once only; give - once"},
         {"OneNameForTwoDecays",
          {"invert", "decay.csv", "decay.csv", "--weight", "1", "--out", "out.csv"},
-         "--out out.csv: there are 2 decays; put {} into the name, which stands for the name of "
+         "--out out.csv: there are 2 decays; put {} into the name, which becomes the name of "
          "each without its folder and ending"},
         {"TwoDecaysOfOneStem",
          {"invert", "decay.csv", "./decay.csv", "--weight", "1", "--out", "{}_t2.csv"},
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"OutputIsTheTruth", invertAt1({"--truth", "decay.csv", "--json", "decay.csv"}),
          "--json decay.csv: this is the file that is read; give another name"},
         {"GridOfTwo", invert({"--grid", "1:2"}),
-         "--grid \"1:2\": three numbers with colons between them are wanted" + gridHelp},
+         "--grid \"1:2\": three numbers with colons between them are required" + gridHelp},
         {"GridOfWords", invert({"--grid", "a:b:3"}),
          "--grid \"a:b:3\": the times are not both numbers" + gridHelp},
         {"GridFalls", invert({"--grid", "2:1:100"}),
@@ -117,18 +117,18 @@ INSTANTIATE_TEST_SUITE_P(
          "the data show no noise to aim the fit at (too few samples, or computed data); give the "
          "noise by --noise SIGMA or a weight by --weight W"},
         {"SkipsTooMuch", invertAt1({"--skip", "2"}),
-         "--skip \"2\": a whole number from 0 to 1 is wanted, so that 2 samples stay"},
+         "--skip \"2\": a whole number from 0 to 1 is required, so that 2 samples stay"},
         {"SkipsAWord", invertAt1({"--skip", "few"}),
-         "--skip \"few\": a whole number from 0 to 1 is wanted, so that 2 samples stay"},
+         "--skip \"few\": a whole number from 0 to 1 is required, so that 2 samples stay"},
         {"UnknownKernel", invert({"--kernel", "T2"}),
          "--kernel \"T2\": there is no such kernel or file; write t2, t1-saturation, t1-inversion, "
          "diffusion, or the name of a file with a matrix"},
         {"UnknownPruning", invert({"--prune", "LOG"}),
          "--prune \"LOG\": write log, linear or none"},
         {"TooFewBins", invert({"--prune-points", "9"}),
-         "--prune-points \"9\": a whole number from 10 to 5000 is wanted"},
+         "--prune-points \"9\": a whole number from 10 to 5000 is required"},
         {"TooManyBins", invert({"--prune-points", "5001"}),
-         "--prune-points \"5001\": a whole number from 10 to 5000 is wanted"},
+         "--prune-points \"5001\": a whole number from 10 to 5000 is required"},
         {"UnknownKey", invertAt1({"--set", "MAXY=3"}),
          "--set \"MAXY=3\": the library has no such key"},
         {"LongKey", invertAt1({"--set", "WEIGHT=3"}),
@@ -172,17 +172,17 @@ INSTANTIATE_TEST_SUITE_P(
         {"SimulatedPeakOffTheGrid", simulate({"--peak", "20:0.1:1"}),
          "--peak at 20.0 s: it lies outside the grid from 100 us to 10.0 s; widen --grid"},
         {"SimulatedPeakOfTwo", simulate({"--peak", "1:2"}),
-         "--peak \"1:2\": three numbers with colons between them are wanted; write "
+         "--peak \"1:2\": three numbers with colons between them are required; write "
          "TIME:WIDTH:AMPLITUDE, for instance 0.02:0.15:70 for a peak at 20 ms, 0.15 decades wide, "
          "of amplitude 70"},
         {"SimulatedSpacing", simulate({"--spacing", "0"}),
-         "--spacing \"0\": a time in seconds above 0 is wanted"},
+         "--spacing \"0\": a time in seconds above 0 is required"},
         {"SimulatedSamples", simulate({"--samples", "1"}),
-         "--samples \"1\": a whole number from 2 to 10000000 is wanted"},
+         "--samples \"1\": a whole number from 2 to 10000000 is required"},
         {"SimulatedNoise", simulate({"--noise", "-1"}),
-         "--noise \"-1\": a number of 0 or above is wanted"},
+         "--noise \"-1\": a number of 0 or above is required"},
         {"SimulatedSeed", simulate({"--seed", "x"}),
-         "--seed \"x\": a whole number of 0 or above is wanted"},
+         "--seed \"x\": a whole number of 0 or above is required"},
     }),
     [](const auto& row) { return row.param.what; });
 

@@ -52,7 +52,7 @@ std::string compressSentence(const std::string& value) {
 }
 std::string rejectSentence(const std::string& value) {
   return "--reject-outliers \"" + value +
-         "\": a number of 1 or above is wanted, the standard deviations beyond which a sample is "
+         "\": a number of 1 or above is required, the standard deviations beyond which a sample is "
          "an outlier, or robust, or robust and such a number, as robust,4";
 }
 
@@ -92,19 +92,19 @@ INSTANTIATE_TEST_SUITE_P(
          "be gathered (--prune log), or write --reject-outliers robust"},
         {"BootstrapFew",
          {"--bootstrap", "19"},
-         "--bootstrap \"19\": a whole number from 20 to 100000 is wanted"},
+         "--bootstrap \"19\": a whole number from 20 to 100000 is required"},
         {"BootstrapMany",
          {"--bootstrap", "100001"},
-         "--bootstrap \"100001\": a whole number from 20 to 100000 is wanted"},
+         "--bootstrap \"100001\": a whole number from 20 to 100000 is required"},
         {"BootstrapWord",
          {"--bootstrap", "yes"},
-         "--bootstrap \"yes\": a whole number from 20 to 100000 is wanted"},
+         "--bootstrap \"yes\": a whole number from 20 to 100000 is required"},
         {"SeedNegative",
          {"--bootstrap", "20", "--seed", "-1"},
-         "--seed \"-1\": a whole number of 0 or above is wanted"},
+         "--seed \"-1\": a whole number of 0 or above is required"},
         {"SeedWord",
          {"--bootstrap", "20", "--seed", "x"},
-         "--seed \"x\": a whole number of 0 or above is wanted"},
+         "--seed \"x\": a whole number of 0 or above is required"},
         {"SeedOfNothing",
          {"--seed", "3"},
          "--seed \"3\": it is that of --bootstrap, which is not asked for"},

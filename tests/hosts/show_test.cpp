@@ -260,14 +260,15 @@ INSTANTIATE_TEST_SUITE_P(
          "--set SAVE=1"},
         {"CutShort",
          {"show", "cut.sav", "--out", "f.csv"},
-         "cut.sav, line 9: the heading *[COEFF T2DIST  VORIN] is wanted here, not \"*[COEFF T2DIST "
+         "cut.sav, line 9: the heading *[COEFF T2DIST  VORIN] is required here, not \"*[COEFF "
+         "T2DIST "
          " V\""},
         {"SectionOfNoNumber",
          {"show", "run.sav", "--section", "two"},
-         "--section \"two\": a whole number of 1 or above is wanted"},
+         "--section \"two\": a whole number of 1 or above is required"},
         {"SectionZero",
          {"show", "run.sav", "--section", "0"},
-         "--section \"0\": a whole number of 1 or above is wanted"},
+         "--section \"0\": a whole number of 1 or above is required"},
         {"SectionBehindTheLast",
          {"show", "run.sav", "--section", "2"},
          "run.sav: there is no save section 2; the file holds 1"},

@@ -85,7 +85,7 @@ std::int32_t guarded(char* message, std::int64_t size, Body body) noexcept {
 template <class Pointer>
 void requireAddress(Pointer address, std::string_view name) {
   if (address == nullptr) {
-    throw UserError(fmt::format("{} is null; an address is wanted", name));
+    throw UserError(fmt::format("{} is null; an address is required", name));
   }
 }
 
@@ -106,7 +106,7 @@ inline std::vector<double> numbersAt(const double* values, std::int64_t count, s
                                      std::string_view name, std::size_t unchecked = 0) {
   requireAddress(values, name);
   if (count < fewest) {
-    throw UserError(fmt::format("{} has {} element{}; {} or more are wanted", name, count,
+    throw UserError(fmt::format("{} has {} element{}; {} or more are required", name, count,
                                 count == 1 ? "" : "s", fewest));
   }
   std::vector<double> result(values, values + count);

@@ -58,7 +58,7 @@ void addNumbers(vorin_result& result, const Inverted& job) {
   result.add("fit_error", inversion.fitError);
   result.add("iterations", static_cast<double>(inversion.weightSteps));
   result.add("passes", static_cast<double>(inversion.passes));
-  result.add("raised_aim", known(inversion.relaxedTarget));
+  result.add("relaxed_target", known(inversion.relaxedTarget));
   result.add("corner_weight", known(inversion.cornerWeight));
   result.add("phase", job.input.phase.value_or(unknownValue));
 }
@@ -111,9 +111,9 @@ int threadCount(const std::string& text) {
     return 1;
   }
   const std::optional<long long> count = parseInteger(text);
-  if (!count || *count < 0 || *count > mostThreads) {
-    throw UserError(fmt::format("threads {}: a whole number from 0 to {} is wanted", inQuotes(text),
-                                mostThreads));
+  if (!count || *count < 0 || *count > most) {
+    throw UserError(
+        fmt::format("threads {}: a whole number from 0 to {} is required", inQuotes(text), most));
   }
   return static_cast<int>(*count);
 }
@@ -154,18 +154,18 @@ int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* set
     const vorin_settings defaults;
     const vorin_settings& given = c::orDefaults(settings, defaults);
     const std::string& replicates = given.text("replicates");
-    vorin::toolkit::BootstrapSettings wanted = vorin::toolkit::readBootstrap(
+    vorin::toolkit::BootstrapSettings request = vorin::toolkit::readBootstrap(
         replicates.empty() ? "200" : replicates, given.text("seed"), "replicates");
-    wanted.threads = c::threadCount(given.text("threads"));
+    request.threads = c::threadCount(given.text("threads"));
     if (progress != nullptr) {
-      wanted.progress = [&](int done) {
-        if (progress(user, done, wanted.replicates) != 0) {
+      request.progress = [&](int done) {
+        if (progress(user, done, request.replicates) != 0) {
           throw vorin::toolkit::Cancelled();
         }
       };
     }
     vorin::toolkit::Band band =
-        vorin::toolkit::bootstrap(job.input.decay, job.settings, job.inversion, wanted);
+        vorin::toolkit::bootstrap(job.input.decay, job.settings, job.inversion, request);
     auto made = std::make_unique<vorin_result>();
     made->add("replicates", static_cast<double>(band.replicates));
     made->add("log_mean_lower", band.logMeanLower);

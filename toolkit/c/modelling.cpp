@@ -34,8 +34,8 @@ double numberOf(const vorin_settings& settings, std::string_view name, double st
   const std::optional<double> value = parseNumber(text);
   if (!value || !(*value >= lowest && std::isfinite(*value))) {
     throw UserError(lowest == 0.0
-                        ? fmt::format("{} {}: a number of 0 or above is wanted", name, text)
-                        : fmt::format("{} {}: a finite number is wanted", name, text));
+                        ? fmt::format("{} {}: a number of 0 or above is required", name, text)
+                        : fmt::format("{} {}: a finite number is required", name, text));
   }
   return *value;
 }
@@ -50,7 +50,7 @@ std::vector<LogNormalPeak> peaksAt(const double* peaks, std::int64_t count) {
     if (!std::all_of(row, row + 3, [](double x) { return x > 0.0 && std::isfinite(x); })) {
       throw UserError(fmt::format(
           "peaks[{}] is ({:g}, {:g}, {:g}); centre, width in decades and amplitude, all above 0, "
-          "are wanted",
+          "are required",
           k, row[0], row[1], row[2]));
     }
     result.push_back({row[0], row[1], row[2]});
@@ -74,7 +74,7 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   const std::optional<long long> seed = seedText.empty() ? 1 : parseInteger(seedText);
   if (!seed || *seed < 0) {
     throw UserError(
-        fmt::format("seed {}: a whole number of 0 or above is wanted", inQuotes(seedText)));
+        fmt::format("seed {}: a whole number of 0 or above is required", inQuotes(seedText)));
   }
   const auto start = static_cast<std::uint64_t>(*seed);
   const Distribution truth = distributionOf(peaks, grid);
@@ -153,9 +153,9 @@ int32_t vorin_difference_noise(const double* times, const double* real, int64_t 
   });
 }
 
-int32_t vorin_turn_to_real(const char* kernel, double* real, double* imaginary, int64_t samples,
-                           double* phase, double* noise, char* message,
-                           int64_t message_size) noexcept {
+int32_t vorin_phase_correct(const char* kernel, double* real, double* imaginary, int64_t samples,
+                            double* phase, double* noise, char* message,
+                            int64_t message_size) noexcept {
   return c::guarded(message, message_size, [&] {
     const Kernel named = c::namedKernel(kernel);
     c::requireAddress(phase, "phase");

@@ -31,20 +31,6 @@ DecayFormat formatOf(const vorin_settings& settings) {
   return format;
 }
 
-std::string_view kindWord(KeyKind kind) {
-  switch (kind) {
-    case KeyKind::whole:
-      return "whole";
-    case KeyKind::number:
-      return "number";
-    case KeyKind::text:
-      return "text";
-    case KeyKind::choice:
-      break;
-  }
-  return "choice";
-}
-
 }  // namespace
 
 }  // namespace vorin::toolkit::c
@@ -82,7 +68,7 @@ int32_t vorin_keys(vorin_result** result, char* message, int64_t message_size) n
     std::vector<double> settable;
     for (const vorin::toolkit::KeyInfo& info : vorin::toolkit::keyInfos()) {
       key.emplace_back(info.key);
-      kind.emplace_back(c::kindWord(info.kind));
+      kind.emplace_back(vorin::toolkit::kindName(info.kind));
       range.emplace_back(info.range);
       unit.emplace_back(info.unit);
       meaning.emplace_back(info.meaning);

@@ -260,7 +260,7 @@ int32_t vorin_settings_set_matrix(vorin_settings* settings, const char* name, co
     requireOnly(name, "kernel", "matrix");
     c::requireAddress(values, name);
     if (rows < 1 || columns < 1) {
-      throw UserError(fmt::format("{} has {} rows and {} columns; 1 or more of each are wanted",
+      throw UserError(fmt::format("{} has {} rows and {} columns; 1 or more of each are required",
                                   name, rows, columns));
     }
     const auto height = static_cast<std::size_t>(rows);
@@ -273,7 +273,7 @@ int32_t vorin_settings_set_matrix(vorin_settings* settings, const char* name, co
         if (!(std::fabs(value) <= largestFloat)) {
           throw UserError(
               fmt::format("{}[{}, {}] is {:g}; numbers that single precision holds "
-                          "are wanted",
+                          "are required",
                           name, i, j, value));
         }
         matrix.values[j * height + i] = value;

@@ -149,6 +149,20 @@ std::size_t editDistance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+std::string_view kindName(KeyKind kind) {
+  switch (kind) {
+    case KeyKind::whole:
+      return "whole number";
+    case KeyKind::number:
+      return "number";
+    case KeyKind::text:
+      return "text";
+    case KeyKind::choice:
+      break;
+  }
+  return "choice";
+}
+
 std::span<const KeyInfo> keyInfos() {
   static const std::vector<KeyInfo> infos = [] {
     std::vector<KeyInfo> result;

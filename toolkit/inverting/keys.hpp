@@ -16,6 +16,9 @@ enum class KeyKind {
   choice   ///< one of the words of `range`
 };
 
+/// "whole number", "number", "text" or "choice".
+std::string_view kindName(KeyKind kind);
+
 struct KeyInfo {
   std::string_view key;  ///< the library compares as many characters as stand here
   KeyKind kind;

@@ -30,7 +30,7 @@ void requireShape(const KernelChoice& kernel, std::size_t samples, std::size_t p
   if (kernel.matrix.rows != samples || kernel.matrix.columns != points) {
     throw UserError(fmt::format(
         "--kernel {}: the matrix has {} rows and {} columns, but {} has {} samples and the grid {} "
-        "values; {} rows and {} columns are wanted",
+        "values; {} rows and {} columns are required",
         kernel.name, kernel.matrix.rows, kernel.matrix.columns, name, samples, points, samples,
         points));
   }

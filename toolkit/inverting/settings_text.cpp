@@ -94,8 +94,8 @@ void readPrunedPoints(const std::string& text, InversionSettings& settings) {
   // The range to which the library limits the count.
   const std::optional<long long> value = parseInteger(text);
   if (!value || *value < 10 || *value > 5000) {
-    throw UserError(
-        fmt::format("--prune-points {}: a whole number from 10 to 5000 is wanted", inQuotes(text)));
+    throw UserError(fmt::format("--prune-points {}: a whole number from 10 to 5000 is required",
+                                inQuotes(text)));
   }
   settings.prunedPoints = static_cast<int>(*value);
 }
@@ -151,7 +151,8 @@ void readRejection(const std::string& text, InversionSettings& settings) {
   settings.rejectBeyond = parseAboveZero(number);
   if (!settings.rejectBeyond || *settings.rejectBeyond < leastRejection) {
     throw UserError(fmt::format(
-        "--reject-outliers {}: a number of {:g} or above is wanted, the standard deviations beyond "
+        "--reject-outliers {}: a number of {:g} or above is required, the standard deviations "
+        "beyond "
         "which a sample is an outlier, or robust, or robust and such a number, as robust,4",
         inQuotes(text), leastRejection));
   }
@@ -262,9 +263,9 @@ BootstrapSettings readBootstrap(const std::string& replicates, const std::string
   constexpr int fewestAllowed = 20;
   constexpr int largestAllowed = 100000;
   const std::optional<long long> count = parseInteger(replicates);
-  if (!count || *count < fewestAllowed || *count > largestAllowed) {
-    throw UserError(fmt::format("{} {}: a whole number from {} to {} is wanted", option,
-                                inQuotes(replicates), fewestAllowed, largestAllowed));
+  if (!count || *count < fewest || *count > most) {
+    throw UserError(fmt::format("{} {}: a whole number from {} to {} is required", option,
+                                inQuotes(replicates), fewest, most));
   }
   BootstrapSettings settings;
   settings.replicates = static_cast<int>(*count);
@@ -272,7 +273,7 @@ BootstrapSettings readBootstrap(const std::string& replicates, const std::string
     const std::optional<long long> value = parseInteger(seed);
     if (!value || *value < 0) {
       throw UserError(
-          fmt::format("--seed {}: a whole number of 0 or above is wanted", inQuotes(seed)));
+          fmt::format("--seed {}: a whole number of 0 or above is required", inQuotes(seed)));
     }
     settings.seed = static_cast<std::uint64_t>(*value);
   }
@@ -287,7 +288,7 @@ std::size_t readSkip(const std::string& text, std::size_t samples) {
   const auto most = static_cast<std::ptrdiff_t>(samples) - 2;
   if (!count || *count < 0 || *count > most) {
     throw UserError(
-        fmt::format("--skip {}: a whole number from 0 to {} is wanted, so that 2 samples stay",
+        fmt::format("--skip {}: a whole number from 0 to {} is required, so that 2 samples stay",
                     inQuotes(text), most));
   }
   return static_cast<std::size_t>(*count);

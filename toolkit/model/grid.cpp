@@ -54,7 +54,7 @@ LogGrid parseGrid(std::string_view text, std::string_view option, Quantity quant
   const auto first = text.find(':');
   const auto second = first == std::string_view::npos ? first : text.find(':', first + 1);
   if (second == std::string_view::npos) {
-    throw fail("three numbers with colons between them are wanted");
+    throw fail("three numbers with colons between them are required");
   }
   const auto from = parseQuantity(text.substr(0, first), quantity);
   const auto to = parseQuantity(text.substr(first + 1, second - first - 1), quantity);

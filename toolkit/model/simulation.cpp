@@ -40,7 +40,7 @@ LogNormalPeak parsePeak(std::string_view text, std::string_view option) {
   const auto first = text.find(':');
   const auto second = first == std::string_view::npos ? first : text.find(':', first + 1);
   if (second == std::string_view::npos) {
-    throw fail("three numbers with colons between them are wanted");
+    throw fail("three numbers with colons between them are required");
   }
   const auto time = parseNumber(text.substr(0, first));
   const auto width = parseNumber(text.substr(first + 1, second - first - 1));

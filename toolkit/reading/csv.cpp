@@ -84,7 +84,7 @@ void requireTwoColumns(const Table& table, std::string_view abscissa) {
   }
   if (table.columns() < 2) {
     throw UserError(
-        fmt::format("{}: this row has 1 field; a row wants 2, {} and amplitude, "
+        fmt::format("{}: this row has 1 field; a row needs 2, {} and amplitude, "
                     "separated by a comma",
                     table.place(0), abscissa));
   }
@@ -145,7 +145,7 @@ void checkAmplitudes(const Table& table, const std::vector<std::vector<double>>&
   }
   if (largest == 0.0) {
     throw UserError(
-        fmt::format("{}: every amplitude is 0; a decay wants one that is not", table.name()));
+        fmt::format("{}: every amplitude is 0; a decay requires one that is not", table.name()));
   }
   if (largest < smallestAmplitude) {
     throw UserError(fmt::format("{}: no amplitude is above {:g}; give them in another unit",
@@ -169,10 +169,11 @@ ColumnChoice parseColumns(std::string_view text, std::string_view option) {
     rest.remove_prefix(comma + 1);
   }
   if (empty || choice.columns.size() < 2 || choice.columns.size() > 3) {
-    throw UserError(fmt::format(
-        "{} {}: two or three columns are wanted, by number from 1 or by name, with commas between "
-        "them; write for instance 1,2, or 1,2,3 with an imaginary channel",
-        option, inQuotes(text)));
+    throw UserError(
+        fmt::format("{} {}: two or three columns are required, by number from 1 or by name, with "
+                    "commas between "
+                    "them; write for instance 1,2, or 1,2,3 with an imaginary channel",
+                    option, inQuotes(text)));
   }
   return choice;
 }
@@ -180,9 +181,9 @@ ColumnChoice parseColumns(std::string_view text, std::string_view option) {
 MeasuredDecay readMeasuredDecay(const fs::path& path, const DecayFormat& format) {
   const TextFile file = readTextFile(path);
   const std::string_view abscissa = quantityName(format.abscissa);
-  const std::string wanted = fmt::format("{} and amplitude", abscissa);
+  const std::string fields = fmt::format("{} and amplitude", abscissa);
   const std::string example = fmt::format("{},amplitude", abscissa);
-  const Table table(file, wanted, example);
+  const Table table(file, fields, example);
   if (!format.columns) {
     requireTwoColumns(table, abscissa);
   }
@@ -196,7 +197,7 @@ MeasuredDecay readMeasuredDecay(const fs::path& path, const DecayFormat& format)
   checkTimes(table, result.decay.time, format.abscissa, format.unit, true);
   if (table.rows() < 2) {
     throw UserError(
-        fmt::format("{}: this is the only row; a decay wants 2 at least", table.place(0)));
+        fmt::format("{}: this is the only row; a decay has at least 2", table.place(0)));
   }
   checkAmplitudes(table, {result.decay.amplitude, result.imaginary});
   for (double& time : result.decay.time) {
@@ -216,7 +217,7 @@ Distribution readDistribution(const fs::path& path, Quantity quantity) {
   const Table table(file, name + " and amplitude", name + ",amplitude");
   if (table.columns() < 2) {
     throw UserError(
-        fmt::format("{}: this row has 1 field; a row wants 2, {} and amplitude, "
+        fmt::format("{}: this row has 1 field; a row needs 2, {} and amplitude, "
                     "separated by a comma",
                     table.place(0), name));
   }
@@ -234,7 +235,7 @@ Distribution readDistribution(const fs::path& path, Quantity quantity) {
   }
   if (!(total > 0.0)) {
     throw UserError(
-        fmt::format("{}: every amplitude is 0; a distribution wants one above 0", table.name()));
+        fmt::format("{}: every amplitude is 0; a distribution requires one above 0", table.name()));
   }
   return result;
 }

@@ -145,11 +145,11 @@ class SectionReader {
     return next_ < end_ ? trimmed(lines_[next_]) : std::string_view();
   }
 
-  /// That line, which is then done with; `wanted` is what belongs there.
-  std::string_view take(std::string_view wanted) {
+  /// That line, which is then done with; `expected` is what belongs there.
+  std::string_view take(std::string_view expected) {
     const std::string_view line = peek();
     if (line.empty()) {
-      throw cutShort(wanted);
+      throw cutShort(expected);
     }
     ++next_;
     return line;
@@ -158,7 +158,7 @@ class SectionReader {
   void heading(std::string_view text) {
     const std::string_view line = take(fmt::format("the heading {}", text));
     if (itemsOf(line) != itemsOf(text)) {
-      throw fail(fmt::format("the heading {} is wanted here, not {}", text, inQuotes(line)));
+      throw fail(fmt::format("the heading {} is required here, not {}", text, inQuotes(line)));
     }
   }
 
@@ -169,8 +169,8 @@ class SectionReader {
     const auto value = items.size() == 2 && items[0] == label ? parseInteger(items[1])
                                                               : std::optional<long long>();
     if (!value) {
-      throw fail(
-          fmt::format("\"{}\" and a whole number are wanted here, not {}", label, inQuotes(line)));
+      throw fail(fmt::format("\"{}\" and a whole number are required here, not {}", label,
+                             inQuotes(line)));
     }
     return *value;
   }
@@ -197,8 +197,8 @@ class SectionReader {
     for (const std::string_view item : items) {
       const std::optional<double> value = parseNumber(item);
       if (!value) {
-        throw fail(fmt::format("a row of numbers is wanted under {}, and {} is no number", table,
-                               inQuotes(item)));
+        throw fail(fmt::format("a row of numbers is required under {}, and {} is not a number",
+                               table, inQuotes(item)));
       }
       values.push_back(*value);
     }

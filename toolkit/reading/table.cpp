@@ -123,7 +123,7 @@ bool isHeader(std::string_view row) {
 
 }  // namespace
 
-Table::Table(const TextFile& file, std::string_view wanted, std::string_view example)
+Table::Table(const TextFile& file, std::string_view names, std::string_view example)
     : name_(file.name) {
   std::string_view rest = file.content;
   std::string_view headerLine;
@@ -152,7 +152,7 @@ Table::Table(const TextFile& file, std::string_view wanted, std::string_view exa
       headerLine = line;
       continue;
     }
-    takeRow(line, number, last, wanted);
+    takeRow(line, number, last, names);
   }
   if (lines_.empty()) {
     throw UserError(
@@ -162,21 +162,21 @@ Table::Table(const TextFile& file, std::string_view wanted, std::string_view exa
   setHeader(headerSeen ? headerLine : lastComment);
 }
 
-void Table::takeRow(std::string_view line, long number, bool last, std::string_view wanted) {
+void Table::takeRow(std::string_view line, long number, bool last, std::string_view names) {
   if (lines_.empty()) {
     separator_ = separatorOf(line);
     columns_ = fieldsOf(line, separator_).size();
   }
   const std::vector<std::string_view> fields = fieldsOf(line, separator_);
   if (fields.size() != columns_) {
-    failLength(fields.size(), line, number, last, wanted);
+    failLength(fields.size(), line, number, last, names);
   }
   fields_.insert(fields_.end(), fields.begin(), fields.end());
   lines_.push_back(number);
 }
 
 void Table::failLength(std::size_t found, std::string_view line, long number, bool last,
-                       std::string_view wanted) const {
+                       std::string_view names) const {
   const std::string place = fmt::format("{}, line {}", name_, number);
   const char other = separatorOf(line);
   if (other != separator_ && !lines_.empty() && fieldsOf(line, other).size() == columns_) {
@@ -187,10 +187,10 @@ void Table::failLength(std::size_t found, std::string_view line, long number, bo
   const std::string_view cut =
       last && found < columns_ ? "; the file ends within this line, it may have been cut off" : "";
   const std::string_view plural = found == 1 ? "" : "s";
-  if (columns_ == 2 && !wanted.empty()) {
+  if (columns_ == 2 && !names.empty()) {
     throw UserError(
-        fmt::format("{}: this row has {} field{}; a row wants {}, {}, separated by a comma{}",
-                    place, found, plural, columns_, wanted, cut));
+        fmt::format("{}: this row has {} field{}; a row needs {}, {}, separated by a comma{}",
+                    place, found, plural, columns_, names, cut));
   }
   throw UserError(fmt::format("{}: this row has {} field{}, but the first (line {}) has {}{}",
                               place, found, plural, lines_.front(), columns_, cut));

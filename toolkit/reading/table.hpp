@@ -17,9 +17,9 @@ class Table {
  public:
   /// Lays out `file`, which must outlive the table. Throws UserError, with file and line,
   /// for rows of unequal length, overlong lines, and when there are no rows. For messages,
-  /// `wanted` tells what a row of two columns holds ("time and amplitude", or nothing) and
+  /// `names` tells what a row of two columns holds ("time and amplitude", or nothing) and
   /// `example` is a row as it should be.
-  Table(const TextFile& file, std::string_view wanted, std::string_view example);
+  Table(const TextFile& file, std::string_view names, std::string_view example);
 
   std::size_t rows() const { return lines_.size(); }
   std::size_t columns() const { return columns_; }
@@ -41,10 +41,10 @@ class Table {
   std::string place(std::size_t row) const;
 
  private:
-  void takeRow(std::string_view line, long number, bool last, std::string_view wanted);
+  void takeRow(std::string_view line, long number, bool last, std::string_view names);
   void setHeader(std::string_view line);
   [[noreturn]] void failLength(std::size_t found, std::string_view line, long number, bool last,
-                               std::string_view wanted) const;
+                               std::string_view names) const;
   double numberAt(std::size_t row, std::size_t column, std::string_view quantity) const;
 
   std::string name_;

@@ -76,7 +76,7 @@ void refuseOtherKinds(const TextFile& file) {
     const auto line = std::count(file.content.begin(),
                                  file.content.begin() + static_cast<std::ptrdiff_t>(at), '\n');
     throw UserError(fmt::format(
-        "{}, line {}: this is no text (a byte is 0); give a text file with one row a sample",
+        "{}, line {}: this is not text (a byte is 0); give a text file with one row a sample",
         file.name, line + 1));
   }
 }

@@ -82,7 +82,8 @@ void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
     shareAtEnd += peak.atGridEnd ? peak.share : 0.0;
   }
   if (shareAtEnd > smallShare) {
-    line(out, "note", "a peak at the end of the grid wants a wider one (--grid) or a longer decay");
+    line(out, "note",
+         "a peak is at the end of the grid: take a wider one (--grid) or a longer decay");
   }
 }
 

@@ -73,7 +73,7 @@ def test_the_command_and_the_package_give_the_same_bits(program, arguments, opti
     (["--noise", "1e9"], {"noise": 1e9}, "is no less than the largest amplitude"),
     (["--noise", "quadrature"], {"noise": "quadrature"}, "the data have no imaginary channel"),
     (["--prune", "x"], {"prune": "x"}, 'prune "x": write log, linear or none'),
-    (["--reject-outliers", "x"], {"reject_outliers": "x"}, "a number of 1 or above is wanted"),
+    (["--reject-outliers", "x"], {"reject_outliers": "x"}, "a number of 1 or above is required"),
     (["--set", "NOPE=x"], {"settings": {"NOPE": "x"}}, '"NOPE=x": the library has no such key'),
 ])
 def test_both_refuse_bad_input_in_the_same_words(program, arguments, options, words):

@@ -54,8 +54,8 @@ def test_table_and_header_agree(name, returned, arguments):
 def test_every_export_is_a_method_with_the_arguments_of_the_header(name):
     method = getattr(vorin.Library, name)
     names = [argument.name for argument in EXPORTS[name].arguments]
-    wanted = ["self"] + ["lambda_" if argument == "lambda" else argument for argument in names]
-    assert list(inspect.signature(method).parameters) == wanted
+    expected = ["self"] + ["lambda_" if argument == "lambda" else argument for argument in names]
+    assert list(inspect.signature(method).parameters) == expected
     assert method.__name__ == name and name in method.__doc__
 
 

@@ -178,10 +178,10 @@ def test_an_aim_out_of_reach_gives_way_to_the_closest_fit(decay):
     spoiled = decay.y.copy()
     spoiled[0] *= 0.8
     result = vorin.invert(decay.t, spoiled, noise=0.3)
-    assert result.success and result.raised_aim > 1.05 * 0.3
-    assert result.wanted_standard_error == pytest.approx(1.05 * result.raised_aim, rel=1e-4)
+    assert result.success and result.relaxed_target > 1.05 * 0.3
+    assert result.wanted_standard_error == pytest.approx(1.05 * result.relaxed_target, rel=1e-4)
     assert result.noise == 0.3
-    assert np.isnan(vorin.invert(decay.t, spoiled, skip=1, noise=0.3).raised_aim)
+    assert np.isnan(vorin.invert(decay.t, spoiled, skip=1, noise=0.3).relaxed_target)
 
 
 def test_outliers_are_left_out_and_told(decay):
@@ -228,7 +228,7 @@ def test_settings_reach_the_library(decay):
     assert vorin.invert(decay.t, decay.y, settings={"TARG": "WEIG", "WEIG": 2.0}).weight == 2.0
 
 
-def test_the_log_is_kept_where_it_is_wanted(decay, tmp_path):
+def test_the_log_is_kept_where_it_is_requested(decay, tmp_path):
     (tmp_path / "logs").mkdir()
     vorin.invert(decay.t, decay.y, log=tmp_path / "logs" / "run.txt")
     text = (tmp_path / "logs" / "run.txt").read_text()

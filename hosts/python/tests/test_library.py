@@ -176,22 +176,22 @@ UNALIGNED = np.zeros(4 * NG + 1, np.uint8)[1:].view(np.float32)
 
 
 @pytest.mark.parametrize("change, kind, words", [
-    ({"K": KERNEL.astype(float)}, TypeError, "K is an array of float64; one of float32 is wanted"),
+    ({"K": KERNEL.astype(float)}, TypeError, "K is an array of float64; one of float32 is required"),
     ({"K": KERNEL.astype(">f4")}, TypeError, "K is an array of >f4"),
-    ({"K": KERNEL.tolist()}, TypeError, "K is of type list; a numpy array of float32 is wanted"),
-    ({"K": None}, TypeError, "K is missing; a numpy array of float32 is wanted"),
+    ({"K": KERNEL.tolist()}, TypeError, "K is of type list; a numpy array of float32 is required"),
+    ({"K": None}, TypeError, "K is missing; a numpy array of float32 is required"),
     ({"K": np.ascontiguousarray(KERNEL)}, ValueError, "K is not stored by columns"),
-    ({"K": KERNEL[:-1]}, ValueError, r"K has shape \(59, 12\); \(60, 12\) is wanted \(nf, ng\)"),
+    ({"K": KERNEL[:-1]}, ValueError, r"K has shape \(59, 12\); \(60, 12\) is required \(nf, ng\)"),
     ({"K": KERNEL.T}, ValueError, r"K has shape \(12, 60\)"),
-    ({"Y": DATA[:-1]}, ValueError, r"Y has shape \(59,\); \(60,\) is wanted \(nf\)"),
+    ({"Y": DATA[:-1]}, ValueError, r"Y has shape \(59,\); \(60,\) is required \(nf\)"),
     ({"Y": np.repeat(DATA, 2)[::2]}, ValueError, "Y is not stored without gaps"),
-    ({"nf": 60.0}, TypeError, "nf is of type float; a whole number is wanted"),
-    ({"nf": None}, TypeError, "nf is missing; a whole number is wanted"),
-    ({"nf": 2**31}, ValueError, "nf is 2147483648; a 32-bit integer is wanted"),
+    ({"nf": 60.0}, TypeError, "nf is of type float; a whole number is required"),
+    ({"nf": None}, TypeError, "nf is missing; a whole number is required"),
+    ({"nf": 2**31}, ValueError, "nf is 2147483648; a 32-bit integer is required"),
     ({"F": READ_ONLY}, ValueError, "F is read-only; the call writes to it"),
     ({"F": np.zeros(NG)}, TypeError, "F is an array of float64"),
     ({"F": UNALIGNED}, ValueError, "F is not aligned in memory"),
-    ({"status": 3}, TypeError, "status is of type int; an array of 1 int32 is wanted, or none"),
+    ({"status": 3}, TypeError, "status is of type int; an array of 1 int32 is required, or none"),
     ({"status": np.zeros(2, np.int32)}, ValueError, "status has 2 elements; an array of 1"),
     ({"status": np.zeros(1)}, TypeError, "status is an array of float64; one of int32"),
     ({"Q": 3}, TypeError, "unexpected keyword argument 'Q'; its arguments are nf, ng, K, Y, F"),
@@ -213,9 +213,9 @@ def test_a_bad_argument_is_named_before_the_call(library, change, kind, words):
     (lambda lib: lib.VorinSQR("S", "MAXI", 1j), TypeError, "value is of type complex"),
     (lambda lib: lib.VorinSQC("S", "TARG"), TypeError, "text is missing; mode S stores it"),
     (lambda lib: lib.VorinSQC("S", "TARG", 3), TypeError, "of type int"),
-    (lambda lib: lib.VorinSQC("Q", "TARG", bytearray(3), 5), ValueError, "3 bytes; 5 are wanted"),
+    (lambda lib: lib.VorinSQC("Q", "TARG", bytearray(3), 5), ValueError, "3 bytes; 5 are required"),
     (lambda lib: lib.VorinSQC("S", "FLOG", "☃"), ValueError, "more than a byte"),
-    (lambda lib: lib.Voriny_s(NF, NG, NF + 1), ValueError, "nfAddress is 61; 60 is wanted"),
+    (lambda lib: lib.Voriny_s(NF, NG, NF + 1), ValueError, "nfAddress is 61; 60 is required"),
     (lambda lib: lib.VorinPruneZ(5, 4, 3, *[None] * 3, 1, 1, 3, 1), ValueError,
      "ldPoints is 4; at least nPoints, 5"),
     (lambda lib: lib.VorinCompSVD_s(NF, NG, NF, 3, KERNEL, DATA, 0.0, 3),
@@ -275,7 +275,7 @@ def test_small_and_empty_sizes_come_back(fresh, name):
     assert called > 0
 
 
-def test_where_the_library_is_looked_for(tmp_path, monkeypatch):
+def test_the_places_where_the_library_is_searched(tmp_path, monkeypatch):
     real = vorin.find_library()
     monkeypatch.setenv("VORIN_LIBRARY", str(real))
     assert vorin.find_library() == real and vorin.find_library(tmp_path / ".." / real) is not None
@@ -286,34 +286,40 @@ def test_where_the_library_is_looked_for(tmp_path, monkeypatch):
         vorin.Library(tmp_path / "none.so")
     monkeypatch.delenv("VORIN_LIBRARY")
     monkeypatch.delenv("VORIN_TOOLKIT", raising=False)
-    monkeypatch.setattr("vorin.loading._candidates", lambda names: iter(()))
-    monkeypatch.setattr("vorin.loading.FILE_NAMES", ("libVorin-of-no-kind.so",))
-    monkeypatch.setattr("vorin.loading.TOOLKIT_NAMES", ("libvorin-of-no-kind.so",))
+    monkeypatch.setattr("vorin.loading._candidates", lambda product: iter(()))
+    monkeypatch.setattr("vorin.loading._on_search_path", lambda names: None)
     for find in (vorin.find_library, vorin.find_toolkit):
         with pytest.raises(LibraryNotFound, match="is not beside this package"):
             find()
 
 
-def test_where_the_toolkit_is_looked_for(tmp_path, monkeypatch):
-    real = vorin.find_toolkit()
-    monkeypatch.setenv("VORIN_TOOLKIT", str(real))
-    assert vorin.find_toolkit() == real
-    monkeypatch.setenv("VORIN_TOOLKIT", str(tmp_path / "none.so"))
-    with pytest.raises(LibraryNotFound, match="VORIN_TOOLKIT .*there is no such file"):
-        vorin.find_toolkit()
-    monkeypatch.delenv("VORIN_TOOLKIT")
-    beside = tmp_path / "libvorin_toolkit.so"
+@pytest.mark.parametrize("find, variable, name, other, other_name", [
+    (vorin.find_toolkit, "VORIN_TOOLKIT", "libvorin_toolkit.so", "VORIN_LIBRARY",
+     "libVorin01056.so"),
+    (vorin.find_library, "VORIN_LIBRARY", "libVorin01056.so", "VORIN_TOOLKIT",
+     "libvorin_toolkit.so"),
+])
+def test_a_variable_names_a_file_and_the_other_its_folder(tmp_path, monkeypatch, find, variable,
+                                                          name, other, other_name):
+    real = find()
+    monkeypatch.setenv(variable, str(real))
+    assert find() == real
+    monkeypatch.setenv(variable, str(tmp_path / "none.so"))
+    with pytest.raises(LibraryNotFound, match=f"{variable} .*there is no such file"):
+        find()
+    monkeypatch.delenv(variable)
+    beside = tmp_path / name
     beside.write_bytes(b"")
-    monkeypatch.setenv("VORIN_LIBRARY", str(tmp_path / "libVorin01056.so"))
-    assert vorin.find_toolkit() == beside
+    monkeypatch.setenv(other, str(tmp_path / other_name))
+    assert find() == beside
 
 
-def test_a_file_that_is_no_library_is_told():
+def test_a_file_that_is_not_a_library_is_refused():
     with pytest.raises(LibraryNotFound, match="can't be loaded"):
         vorin.Library(ROOT / "README.md")
 
 
-def test_another_library_is_told():
+def test_another_library_is_refused():
     import _ctypes
     with pytest.raises(ValueError, match="it has no function Vorin_s"):
         vorin.Library(_ctypes.__file__)

@@ -75,10 +75,10 @@ def test_logs_of_threads_do_not_mix(decays, tmp_path):
 
 
 def test_processes_give_the_same_bits(decays):
-    wanted = [vorin.invert(d.t, d.y) for d in decays[:4]]
+    expected = [vorin.invert(d.t, d.y) for d in decays[:4]]
     with multiprocessing.get_context("fork").Pool(2) as pool:
         answers = pool.starmap(_distribution, [(d.t, d.y) for d in decays[:4]])
-    assert all(np.array_equal(w.distribution, a) for w, a in zip(wanted, answers))
+    assert all(np.array_equal(w.distribution, a) for w, a in zip(expected, answers))
 
 
 def _distribution(t, y):

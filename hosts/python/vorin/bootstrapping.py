@@ -110,7 +110,7 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
 
 def _whole_seed(seed: Any) -> int:
     if isinstance(seed, bool) or not isinstance(seed, (int, np.integer)):
-        raise InputTypeError(f"seed is of type {type(seed).__name__}; a whole number is wanted")
+        raise InputTypeError(f"seed is of type {type(seed).__name__}; a whole number is required")
     return int(seed)
 
 
@@ -119,7 +119,7 @@ def worker_count(workers: Optional[int], jobs: int) -> int:
     if workers is not None:
         threads: int = checks.number("workers", workers, "i")
         if threads < 1:
-            raise InputValueError(f"workers is {threads}; a whole number of 1 or above is wanted")
+            raise InputValueError(f"workers is {threads}; a whole number of 1 or above is required")
     elif hasattr(os, "sched_getaffinity"):  # not on every system
         threads = len(os.sched_getaffinity(0))
     else:

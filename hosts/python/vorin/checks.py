@@ -30,13 +30,13 @@ def number(where: str, value: Any, type_: str) -> Any:
             whole = operator.index(value)
         except TypeError:
             raise InputTypeError(
-                f"{where} is {_kind(value)}; a whole number is wanted") from None
+                f"{where} is {_kind(value)}; a whole number is required") from None
         if not -(2**31) <= whole < 2**31:
-            raise InputValueError(f"{where} is {whole}; a 32-bit integer is wanted")
+            raise InputValueError(f"{where} is {whole}; a 32-bit integer is required")
         return whole
     if isinstance(value, numbers.Real):
         return float(value)
-    raise InputTypeError(f"{where} is {_kind(value)}; a number is wanted")
+    raise InputTypeError(f"{where} is {_kind(value)}; a number is required")
 
 
 def _kind(value: Any) -> str:
@@ -48,9 +48,9 @@ def _storage(where: str, value: Any, type_: str) -> np.ndarray:
     dtype = DTYPES[type_]
     if not isinstance(value, np.ndarray):
         raise InputTypeError(
-            f"{where} is {_kind(value)}; a numpy array of {dtype.name} is wanted")
+            f"{where} is {_kind(value)}; a numpy array of {dtype.name} is required")
     if value.dtype != dtype or not value.dtype.isnative:
-        raise InputTypeError(f"{where} is an array of {value.dtype}; one of {dtype.name} is wanted")
+        raise InputTypeError(f"{where} is an array of {value.dtype}; one of {dtype.name} is required")
     return value
 
 
@@ -66,7 +66,7 @@ def array(where: str, value: Any, argument: Argument, shape: Tuple[int, ...]) ->
     value = _storage(where, value, argument.type)
     if value.shape != shape:
         dimensions = ", ".join(argument.shape)
-        raise InputValueError(f"{where} has shape {value.shape}; {shape} is wanted ({dimensions})")
+        raise InputValueError(f"{where} has shape {value.shape}; {shape} is required ({dimensions})")
     if not value.flags.f_contiguous:
         raise InputValueError(
             f"{where} is not stored by columns without gaps; numpy.asfortranarray makes such a copy"
@@ -85,14 +85,14 @@ def number_by_address(where: str, value: Any, argument: Argument) -> Tuple[Any, 
     if argument.written and isinstance(value, np.ndarray):
         value = _storage(where, value, argument.type)
         if value.size != 1:
-            raise InputValueError(f"{where} has {value.size} elements; an array of 1 is wanted")
+            raise InputValueError(f"{where} has {value.size} elements; an array of 1 is required")
         _writable(where, value)
         return ctypes.c_void_p(value.ctypes.data), value
     if argument.written and value is None:
         variable = c_type(0)
     elif argument.written and not argument.read:
         raise InputTypeError(
-            f"{where} is {_kind(value)}; an array of 1 {DTYPES[argument.type].name} is wanted, or "
+            f"{where} is {_kind(value)}; an array of 1 {DTYPES[argument.type].name} is required, or "
             "none, since the call returns the number")
     else:
         variable = c_type(number(where, value, argument.type))
@@ -107,11 +107,11 @@ def characters(where: str, value: Any, length: int) -> bytes:
         except UnicodeEncodeError:
             raise InputValueError(f"{where} {value!r} has characters beyond ASCII") from None
     if not isinstance(value, (bytes, bytearray)):
-        raise InputTypeError(f"{where} is {_kind(value)}; a text is wanted")
+        raise InputTypeError(f"{where} is {_kind(value)}; a text is required")
     if len(value) > length or (length == 1 and len(value) != 1):
         raise InputValueError(
             f"{where} {bytes(value)!r} has {len(value)} characters; "
-            + (f"{length} at most are wanted" if length > 1 else "one is wanted"))
+            + (f"{length} at most are required" if length > 1 else "one is required"))
     return bytes(value).ljust(length)
 
 
@@ -132,7 +132,7 @@ def text_buffer(where: str, value: Any, length: int) -> ctypes.Array:
     length = max(length, 0)
     if isinstance(value, bytearray):
         if len(value) < length:
-            raise InputValueError(f"{where} has {len(value)} bytes; {length} are wanted")
+            raise InputValueError(f"{where} has {len(value)} bytes; {length} are required")
         return (ctypes.c_char * len(value)).from_buffer(value)
     if value is None:
         value = b""
@@ -142,7 +142,7 @@ def text_buffer(where: str, value: Any, length: int) -> ctypes.Array:
         except UnicodeEncodeError:
             raise InputValueError(f"{where} {value!r} has characters of more than a byte") from None
     elif not isinstance(value, bytes):
-        raise InputTypeError(f"{where} is {_kind(value)}; a str, bytes or bytearray is wanted")
+        raise InputTypeError(f"{where} is {_kind(value)}; a str, bytes or bytearray is required")
     buffer = (ctypes.c_char * max(length, 1))()
     buffer.raw = value[:length].ljust(max(length, 1))
     return buffer

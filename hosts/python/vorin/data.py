@@ -13,7 +13,7 @@ def real_array(name: str, value: Any, dimensions: int = 1) -> np.ndarray:
     """``value`` as contiguous numbers in double precision, of that count of dimensions."""
     array = _numbers(name, value)
     if np.iscomplexobj(array):
-        raise InputTypeError(f"{name} is complex; real numbers are wanted")
+        raise InputTypeError(f"{name} is complex; real numbers are required")
     return np.ascontiguousarray(_shaped(name, array, dimensions), dtype=float)
 
 
@@ -25,14 +25,14 @@ def _numbers(name: str, value: Any) -> np.ndarray:
     except (TypeError, ValueError):
         raise InputTypeError(f"{name} is no array of numbers; give one row of numbers") from None
     if array.dtype.kind not in "iufc":
-        raise InputTypeError(f"{name} holds {array.dtype} values; numbers are wanted")
+        raise InputTypeError(f"{name} holds {array.dtype} values; numbers are required")
     return array
 
 
 def _shaped(name: str, array: np.ndarray, dimensions: int) -> np.ndarray:
     if array.ndim != dimensions:
         raise InputValueError(f"{name} has shape {array.shape}; {dimensions} "
-                              f"dimension{'s are' if dimensions > 1 else ' is'} wanted")
+                              f"dimension{'s are' if dimensions > 1 else ' is'} required")
     return array
 
 

@@ -12,7 +12,7 @@ class InputValueError(VorinError, ValueError):
 
 
 class InputTypeError(VorinError, TypeError):
-    """An argument is not of the type that is wanted."""
+    """An argument is not of the type that is required."""
 
 
 class LibraryNotFound(VorinError, OSError):

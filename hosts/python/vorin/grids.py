@@ -45,7 +45,7 @@ def as_grid(grid: Any) -> np.ndarray:
         try:
             start, stop, count = float(grid[0]), float(grid[1]), int(grid[2])
         except (TypeError, ValueError, OverflowError):
-            raise InputTypeError(f"grid {grid!r}: two numbers and a count are wanted, such as "
+            raise InputTypeError(f"grid {grid!r}: two numbers and a count are required, such as "
                                  "(1e-4, 10, 100)") from None
         if count != grid[2] or count < 0:
             raise InputValueError(f"grid {grid!r}: the count must be a whole number of 2 or above")
@@ -55,8 +55,8 @@ def as_grid(grid: Any) -> np.ndarray:
     except (TypeError, ValueError):
         raise InputTypeError(
             f"grid is of type {type(grid).__name__}; an array of rising values above 0, or the "
-            "tuple (from, to, count), is wanted") from None
+            "tuple (from, to, count), is required") from None
     if np.ndim(grid) != 1 or values.size < 2:
         raise InputValueError(f"grid has shape {np.shape(grid)}; one dimension with 2 values or "
-                              "more is wanted")
+                              "more is required")
     return values

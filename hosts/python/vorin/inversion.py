@@ -147,7 +147,7 @@ def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
         rows = list(decays)
     except TypeError:
         raise InputTypeError(f"decays is of type {type(decays).__name__}; a sequence of decays is "
-                             "wanted") from None
+                             "required") from None
     if options.get("log") is not None:
         raise InputValueError("log: several inversions would write one file; invert one by one to "
                               "keep logs")

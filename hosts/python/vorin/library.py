@@ -86,7 +86,7 @@ class _Call:
             if self._sizes[larger] < self._sizes[smaller]:
                 raise InputValueError(
                     f"{self._export.name}: {larger} is {self._sizes[larger]}; at least {smaller}, "
-                    f"{self._sizes[smaller]}, is wanted")
+                    f"{self._sizes[smaller]}, is required")
         passed = [self._convert(argument) for argument in self._export.arguments]
         for one, other in APART.get(self._export.name, ()):
             if np.may_share_memory(self._results[one], self._given[other]
@@ -103,7 +103,7 @@ class _Call:
         if argument.name in REPEATS:
             size = self._sizes[REPEATS[argument.name]]
             if value is not None and checks.number(self._where(argument), value, "i") != size:
-                raise InputValueError(f"{self._where(argument)} is {value}; {size} is wanted, the "
+                raise InputValueError(f"{self._where(argument)} is {value}; {size} is required, the "
                                       f"same as {REPEATS[argument.name]}")
             self._given[argument.name] = size if value is None else value
         elif argument.name == "len":

@@ -7,32 +7,36 @@ import ctypes
 import functools
 import os
 from pathlib import Path
-from typing import Iterator, Optional, Tuple, Union
+from typing import Iterator, NamedTuple, Optional, Tuple, Union
 
 from .errors import LibraryNotFound
 
-#: The names under which the numerical library is installed: for building against, and for
-#: running; and the environment variable that names its file.
-FILE_NAMES = ("libVorin01056.so", "libVorin01056.so.10")
-VARIABLE = "VORIN_LIBRARY"
 
-#: The same of the toolkit.
-TOOLKIT_NAMES = ("libvorin_toolkit.so", "libvorin_toolkit.so.1")
-TOOLKIT_VARIABLE = "VORIN_TOOLKIT"
+class _Product(NamedTuple):
+    """A shared library of this project."""
+
+    names: Tuple[str, ...]  #: of its file: for building against, and for running
+    variable: str  #: the environment variable that names its file
 
 
-def _candidates(names: Tuple[str, ...]) -> Iterator[Path]:
+NUMERICAL = _Product(("libVorin01056.so", "libVorin01056.so.10"), "VORIN_LIBRARY")
+TOOLKIT = _Product(("libvorin_toolkit.so", "libvorin_toolkit.so.1"), "VORIN_TOOLKIT")
+
+
+def _candidates(product: _Product) -> Iterator[Path]:
+    other = os.environ.get((TOOLKIT if product is NUMERICAL else NUMERICAL).variable)
+    if other:
+        yield from (Path(other).parent / name for name in product.names)
     package = Path(__file__).resolve().parent
-    for name in names:
-        yield package / name
-    # hosts/python/vorin in the source tree, whose libraries lie in build/
+    yield from (package / name for name in product.names)
+    # hosts/python/vorin in the source tree, whose libraries are in build/
     if len(package.parents) > 2 and (package.parents[2] / "include" / "vorin.h").is_file():
-        yield package.parents[2] / "build" / names[0]
+        yield package.parents[2] / "build" / product.names[0]
 
 
 @functools.lru_cache(maxsize=None)
 def _on_search_path(names: Tuple[str, ...]) -> Optional[Path]:
-    """Where the system's loader finds a library, told by the loader itself."""
+    """Where the system's loader finds a library, as the list of mapped files shows it."""
     for name in names:
         try:
             handle = ctypes.CDLL(name)
@@ -51,27 +55,26 @@ def _on_search_path(names: Tuple[str, ...]) -> Optional[Path]:
     return None
 
 
-def _find(path: Union[str, "os.PathLike[str]", None], names: Tuple[str, ...], variable: str,
-          more: Tuple[Path, ...] = ()) -> Path:
+def _find(product: _Product, path: Union[str, "os.PathLike[str]", None]) -> Path:
     if path is not None:
         given, source = Path(path), "path"
-    elif os.environ.get(variable):
-        given, source = Path(os.environ[variable]), variable
+    elif os.environ.get(product.variable):
+        given, source = Path(os.environ[product.variable]), product.variable
     else:
-        for candidate in (*more, *_candidates(names)):
+        for candidate in _candidates(product):
             if candidate.is_file():
                 return candidate
-        found = _on_search_path(names)
+        found = _on_search_path(product.names)
         if found is not None:
             return found
         raise LibraryNotFound(
-            f"{names[0]} is not beside this package, not in build/ of the source tree and "
+            f"{product.names[0]} is not beside this package, not in build/ of the source tree and "
             f"not on the loader's search path; build it by script/test, or give its file in the "
-            f"environment variable {variable}"
+            f"environment variable {product.variable}"
         )
     if not given.is_file():
         raise LibraryNotFound(f"{source} {str(given)!r}: there is no such file; give that of "
-                              f"{names[0]}")
+                              f"{product.names[0]}")
     return given
 
 
@@ -81,9 +84,10 @@ def find_library(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
     Parameters
     ----------
     path : path-like, optional
-        Taken as it is. Without it these places are looked at in order: the environment
-        variable ``VORIN_LIBRARY``, the folder of this package, ``build/`` of the source
-        tree that the package stands in, the search path of the system's loader.
+        Taken as it is. Without it these places are searched in order: the file that the
+        environment variable ``VORIN_LIBRARY`` names, the folder of the file that
+        ``VORIN_TOOLKIT`` names, the folder of this package, ``build/`` of the source tree
+        that contains the package, the search path of the system's loader.
 
     Returns
     -------
@@ -94,32 +98,19 @@ def find_library(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
     LibraryNotFound
         When there is no file at ``path``, or in none of the places.
     """
-    return _find(path, FILE_NAMES, VARIABLE)
+    return _find(NUMERICAL, path)
 
 
 def find_toolkit(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
     """The file of the toolkit, on which all functions of this package run.
 
-    It is looked for as :func:`find_library` looks for the numerical library, with the
-    environment variable ``VORIN_TOOLKIT``, and also beside the file that ``VORIN_LIBRARY``
-    names.
-
-    Returns
-    -------
-    pathlib.Path
-
-    Raises
-    ------
-    LibraryNotFound
-        When there is no file at ``path``, or in none of the places.
+    As :func:`find_library`, with the two environment variables exchanged.
     """
-    other = os.environ.get(VARIABLE)
-    beside = tuple(Path(other).parent / name for name in TOOLKIT_NAMES) if other else ()
-    return _find(path, TOOLKIT_NAMES, TOOLKIT_VARIABLE, beside)
+    return _find(TOOLKIT, path)
 
 
 def load(path: Path) -> ctypes.CDLL:
-    """Loads the numerical library. Whoever loads the same file shares its state."""
+    """Loads a shared library. All users of the same file share its state."""
     try:
         return ctypes.CDLL(str(path))
     except OSError as error:
@@ -128,5 +119,5 @@ def load(path: Path) -> ctypes.CDLL:
 
 
 def unload(handle: ctypes.CDLL) -> None:
-    """Lets go of a loaded library; it is unloaded with the last that lets go."""
+    """Releases a loaded library; it is unloaded when its last user has released it."""
     _ctypes.dlclose(handle._handle)  # type: ignore[attr-defined]

@@ -52,6 +52,6 @@ def _measured(grid: Any, distribution: Any, smallest_share: float) -> Fields:
     values, amplitudes = real_array("grid", grid), real_array("distribution", distribution)
     if values.size != amplitudes.size:
         raise InputValueError(f"distribution has {amplitudes.size} elements and grid has "
-                              f"{values.size}; as many are wanted")
+                              f"{values.size}; as many are required")
     return job("vorin_measures", address(values), address(amplitudes), values.size,
                float(smallest_share))

@@ -48,14 +48,14 @@ def _set_kernel(made: Settings, kernel: Any) -> None:
         made.set("kernel", kernel)
     elif np.ndim(kernel) == 0:
         raise InputTypeError(f"kernel is of type {type(kernel).__name__}; a name or a numpy array "
-                             "of samples by grid values is wanted")
+                             "of samples by grid values is required")
     else:
         made.set("kernel", real_array("kernel", kernel, dimensions=2))
 
 
 def _number(name: str, value: Any, words: str) -> float:
     if isinstance(value, (bool, np.bool_)) or not isinstance(value, numbers.Real):
-        raise InputTypeError(f"{name} is of type {type(value).__name__}; {words} is wanted")
+        raise InputTypeError(f"{name} is of type {type(value).__name__}; {words} is required")
     return float(value)
 
 
@@ -94,10 +94,10 @@ def _set_keys(made: Settings, settings: Any) -> None:
         return
     if not isinstance(settings, Mapping):
         raise InputTypeError(f"settings is of type {type(settings).__name__}; a mapping of keys to "
-                             "values is wanted, such as {'MAXI': 200}")
+                             "values is required, such as {'MAXI': 200}")
     for key, value in settings.items():
         if not isinstance(key, str):
-            raise InputTypeError(f"settings: the key {key!r} is no text; keys are texts such as "
+            raise InputTypeError(f"settings: the key {key!r} is not a text; keys are texts such as "
                                  "'MAXI'")
         if not isinstance(value, str):
             value = _number(f"settings[{key!r}]", value, "a number or a text")

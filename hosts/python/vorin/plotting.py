@@ -98,13 +98,13 @@ def _truth(truth: Any) -> Optional[Tuple[np.ndarray, np.ndarray]]:
     pair = (truth.grid, truth.distribution) if hasattr(truth, "distribution") else truth
     if not isinstance(pair, (tuple, list)) or len(pair) != 2:
         raise InputTypeError(f"truth is of type {type(truth).__name__}; a Simulation or the pair "
-                             "(grid, amplitudes) is wanted")
+                             "(grid, amplitudes) is required")
     grid, amplitudes = real_array("the grid of truth", pair[0]), real_array(
         "the amplitudes of truth", pair[1])
     if grid.shape != amplitudes.shape or grid.size < 2 or np.any(np.diff(grid) <= 0.0) or (
             grid[0] <= 0.0):
         raise InputValueError("truth: a rising grid above 0 and one amplitude for each of its "
-                              "values are wanted")
+                              "values are required")
     return grid, amplitudes
 
 
@@ -115,7 +115,7 @@ def _target(path: Any) -> Optional[str]:
         name = os.fspath(path)
     except TypeError:
         raise InputTypeError(f"path is of type {type(path).__name__}; the name of a file is "
-                             "wanted") from None
+                             "required") from None
     if os.path.splitext(name)[1].lower() not in _KINDS:
         raise InputValueError(f"path {name!r}: the name must end in {', '.join(_KINDS)}")
     return name

@@ -46,7 +46,7 @@ def read(path: Union[str, "os.PathLike[str]"], *, columns: Optional[str] = None,
         name = os.fspath(path)
     except TypeError:
         raise InputTypeError(f"path is of type {type(path).__name__}; the name of a file is "
-                             "wanted") from None
+                             "required") from None
     settings = Settings(columns=columns, time_unit=time_unit, kernel=kernel)
     fields = job("vorin_read_decay", os.fsencode(name), settings.raw)
     t, y = fields.array("time"), fields.array("amplitude")

@@ -19,7 +19,7 @@ if TYPE_CHECKING:
 
 
 _NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_standard_error",
-            "standard_error", "fit_error", "iterations", "passes", "raised_aim", "corner_weight",
+            "standard_error", "fit_error", "iterations", "passes", "relaxed_target", "corner_weight",
             "phase", "total", "log_mean")
 _TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text")
 
@@ -60,7 +60,7 @@ class Result:
         Solves of the weight search; 0 for a fixed weight.
     passes : int
         Passes of the last solve; 0 when it was none that iterates.
-    raised_aim : float
+    relaxed_target : float
         The closest fit, where it took the place of the noise; nan otherwise.
     corner_weight : float
         The weight of the corner, of which ``weight`` is RWEI times; nan without a corner search.
@@ -98,7 +98,7 @@ class Result:
     fit_error: float
     iterations: int
     passes: int
-    raised_aim: float
+    relaxed_target: float
     corner_weight: float
     rejected: np.ndarray
     phase: Optional[float]
@@ -184,7 +184,7 @@ class Result:
     def plot(self, path: Any = None, *, truth: Any = None, band: Optional[Bootstrap] = None,
              title: Optional[str] = None) -> "Figure":
         """Draws decay and fit, the residual, and the distribution; see :func:`vorin.plot`."""
-        from .plotting import plot  # so that matplotlib is wanted for pictures only
+        from .plotting import plot  # so that matplotlib is required for pictures only
 
         return plot(self, path, truth=truth, band=band, title=title)
 

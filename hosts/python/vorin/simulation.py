@@ -56,7 +56,7 @@ def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS
         Named tuple of t, y, grid, distribution and noise.
     """
     if not isinstance(kernel, str):
-        raise InputTypeError(f"kernel is of type {type(kernel).__name__}; a name is wanted")
+        raise InputTypeError(f"kernel is of type {type(kernel).__name__}; a name is required")
     settings = Settings(kernel=kernel, grid=as_grid(grid), sigma=_sigma(noise),
                         seed=str(checks.number("seed", seed, "i")))
     times = np.arange(1, 3001) * 2e-4 if t is None else real_array("t", t)
@@ -70,7 +70,7 @@ def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS
 
 def _sigma(noise: Any) -> str:
     if isinstance(noise, bool) or not isinstance(noise, (int, float, np.number)):
-        raise InputTypeError(f"noise is of type {type(noise).__name__}; a number is wanted")
+        raise InputTypeError(f"noise is of type {type(noise).__name__}; a number is required")
     return repr(float(noise))
 
 
@@ -79,5 +79,5 @@ def _peak(index: int, peak: Any) -> np.ndarray:
     row = real_array(where, peak)
     if row.size != 3:
         raise InputValueError(f"{where} is {peak!r}; time, width in decades and amplitude, all "
-                              "above 0, are wanted")
+                              "above 0, are required")
     return row

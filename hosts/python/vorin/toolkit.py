@@ -18,7 +18,7 @@ from typing import Any, Callable, Dict, Iterator, List, Optional, Sequence
 import numpy as np
 
 from .errors import InputValueError, LibraryNotFound, VorinError
-from .loading import TOOLKIT_VARIABLE, VARIABLE, find_toolkit
+from .loading import NUMERICAL, TOOLKIT, find_toolkit, load
 
 _OK, _BAD_INPUT, _NO_MEMORY, _CANCELLED, _NO_FIELD = range(5)
 _MESSAGE_SIZE = 4096
@@ -56,8 +56,8 @@ _local = threading.local()
 
 @functools.lru_cache(maxsize=None)
 def _load(path: Path) -> ctypes.CDLL:
+    library = load(path)
     try:
-        library = ctypes.CDLL(str(path))
         for name, arguments in _FUNCTIONS.items():
             function = getattr(library, name)
             function.argtypes = (*arguments, ctypes.c_void_p, ctypes.c_int64)
@@ -65,12 +65,9 @@ def _load(path: Path) -> ctypes.CDLL:
         for name in ("vorin_settings_free", "vorin_result_free"):
             getattr(library, name).argtypes = (ctypes.c_void_p,)
             getattr(library, name).restype = None
-    except OSError as error:
-        raise LibraryNotFound(f"{path}: it can't be loaded ({error}); give the file of a library "
-                              "built for this machine") from error
     except AttributeError as error:
-        raise LibraryNotFound(f"{path}: it is no libvorin_toolkit.so of this version "
-                              f"({error})") from None
+        raise LibraryNotFound(f"{path}: it is not a libvorin_toolkit.so of this "
+                              f"version ({error})") from None
     return library
 
 
@@ -80,8 +77,8 @@ def _found(*_variables: Optional[str]) -> ctypes.CDLL:
 
 
 def _library() -> ctypes.CDLL:
-    # Looked for once: that takes longer than a small job.
-    return _found(os.environ.get(TOOLKIT_VARIABLE), os.environ.get(VARIABLE))
+    # The search takes longer than a small job, so its result is kept.
+    return _found(os.environ.get(TOOLKIT.variable), os.environ.get(NUMERICAL.variable))
 
 
 def call(name: str, *arguments: Any) -> None:

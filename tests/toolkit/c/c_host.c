@@ -47,7 +47,7 @@ __extension__ ENTRY(vorin_kernel_matrix);
 __extension__ ENTRY(vorin_log_grid);
 __extension__ ENTRY(vorin_default_grid);
 __extension__ ENTRY(vorin_difference_noise);
-__extension__ ENTRY(vorin_turn_to_real);
+__extension__ ENTRY(vorin_phase_correct);
 __extension__ ENTRY(vorin_simulate);
 __extension__ ENTRY(vorin_measures);
 __extension__ ENTRY(vorin_read_decay);
@@ -76,7 +76,7 @@ static void load_all(void) {
   LOAD(vorin_log_grid);
   LOAD(vorin_default_grid);
   LOAD(vorin_difference_noise);
-  LOAD(vorin_turn_to_real);
+  LOAD(vorin_phase_correct);
   LOAD(vorin_simulate);
   LOAD(vorin_measures);
   LOAD(vorin_read_decay);
@@ -143,7 +143,7 @@ static void model(double* t, double* grid) {
   memcpy(imaginary, array(result, "imaginary", SAMPLES), sizeof imaginary);
   p_vorin_result_free(result);
   p_vorin_settings_free(settings);
-  OK(p_vorin_turn_to_real("t2", real, imaginary, SAMPLES, &phase, &noise, TELL));
+  OK(p_vorin_phase_correct("t2", real, imaginary, SAMPLES, &phase, &noise, TELL));
   EXPECT(fabs(phase - 0.6) < 0.02 && fabs(noise - 0.1) < 0.03 && real[0] > 5.0);
   OK(p_vorin_difference_noise(t, real, SAMPLES, &noise, TELL));
   EXPECT(fabs(noise - 0.1) < 0.04);
