@@ -1,31 +1,52 @@
-/* The C boundary of the Vorin toolkit: from measured decays to distributions.
+/* The Vorin toolkit: from measured decays to distributions, for programs in any language.
  *
- * The toolkit knows what the numerical library (vorin.h) leaves to its host: files,
- * times and units, kernels, grids, noise, phase, measures of a distribution and how far
- * to trust it. The command `vorin` and the Python package stand on the same code.
+ * The numerical library (vorin.h) solves; the toolkit does the rest of a job: it reads
+ * files, times and units, computes kernels and grids, estimates noise, corrects the
+ * phase, measures a distribution and its uncertainty. The command `vorin` and the Python
+ * package run on the same code.
+ *
+ * A job in four steps: vorin_settings_create and vorin_settings_set_text,
+ * vorin_read_decay or arrays of the caller, vorin_invert, vorin_result_array.
+ *
+ * Contents, in the order of this file
+ *
+ *   Statuses and version  vorin_toolkit_version
+ *   Settings              vorin_settings_create, vorin_settings_free,
+ *                         vorin_settings_set_text, vorin_settings_set_number,
+ *                         vorin_settings_set_array, vorin_settings_set_matrix,
+ *                         vorin_setting_names
+ *   Results               vorin_result_free, vorin_result_field, vorin_result_number,
+ *                         vorin_result_numbers, vorin_result_text, vorin_result_text_at,
+ *                         vorin_result_array
+ *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve
+ *   The model             vorin_kernel_matrix, vorin_picture_axes, vorin_log_grid,
+ *                         vorin_default_grid, vorin_difference_noise,
+ *                         vorin_phase_correct, vorin_simulate
+ *   Measures, files       vorin_measures, vorin_read_decay, vorin_keys
+ *   and keys
  *
  * Conventions of every function here:
- *  - Settings and results are handles that only this library looks into. Settings are
- *    set by name, results are read by name, so that both can grow without a change
- *    of this header. What one call made another frees.
- *  - Arrays are addresses of double-precision numbers and a count. Matrices are stored
- *    by rows: element (i, j), counted from 0, of a matrix of n columns stands at
+ *  - Settings and results are opaque handles. Settings are set by name, and results are
+ *    read by name, so that both can grow without a change of this header. The caller
+ *    frees each handle that a function has made, with the function of its kind.
+ *  - Arrays are addresses of double-precision numbers and a count. Matrices are
+ *    row-major: element (i, j), counted from 0, of a matrix of n columns is at offset
  *    i * n + j. Times are in seconds, b values in s/m2, diffusion coefficients in m2/s,
- *    amplitudes in the unit of the data. Numbers that are not known are not-a-number.
+ *    amplitudes in the unit of the data. An unknown number is not-a-number.
  *  - Texts are UTF-8 and end with a zero byte.
- *  - Every function but those that free, and vorin_toolkit_version, returns a VORIN_TOOLKIT_
- * status. After one that is not VORIN_TOOLKIT_OK, `message`, a buffer of the caller's of
- * `message_size` bytes, holds one sentence that says what is wrong and what would be right; it is
- *    cut at the buffer's end, and VORIN_TOOLKIT_MESSAGE_SIZE bytes hold any. After
- *    VORIN_TOOLKIT_OK it is empty. `message` may be null. What else a function writes
- *    is written only when it returns VORIN_TOOLKIT_OK; a handle that it would have made
- *    is null otherwise.
+ *  - Every function returns a status, except those that free and vorin_toolkit_version.
+ *    With any status but VORIN_TOOLKIT_OK the function writes one sentence to `message`,
+ *    a buffer of `message_size` bytes of the caller: what is wrong and what would be
+ *    right. The sentence is cut at the end of the buffer; VORIN_TOOLKIT_MESSAGE_SIZE
+ *    bytes hold any. With VORIN_TOOLKIT_OK it is empty. `message` may be null.
+ *  - Other outputs are written only with VORIN_TOOLKIT_OK; otherwise the address of a
+ *    handle is set to null.
  *  - There is no global state. Any number of threads may call at once, as long as no
- *    handle is changed or freed by one while another uses it; a result is never changed
- *    by a call. No exception leaves, and nothing is printed. A log is written only where the
- *    setting "log" asks for one.
+ *    thread changes or frees a handle while another uses it. A call never changes a
+ *    result. No exception leaves, and nothing is printed. Only the setting "log" makes a
+ *    job write a log.
  *
- * The header is good as C99 and as C++. */
+ * The header compiles as C99 and as C++. */
 #ifndef VORIN_TOOLKIT_H
 #define VORIN_TOOLKIT_H
 
@@ -50,21 +71,21 @@ extern "C" {
 #define VORIN_TOOLKIT_NOEXCEPT
 #endif
 
-/* How a job is to be done, by name. */
+/* Settings of a job, by name. */
 typedef struct vorin_settings vorin_settings;
-/* What a job gave, by name. */
+/* The result of a job, by name. */
 typedef struct vorin_result vorin_result;
 
 /* ------------------------------------------------------------------------
  * Statuses and version
  * ------------------------------------------------------------------------ */
 
-/* What every function returns. */
+/* The statuses. */
 enum {
   VORIN_TOOLKIT_OK = 0,        /* done */
-  VORIN_TOOLKIT_BAD_INPUT = 1, /* an argument, a setting or a file can't be used */
-  VORIN_TOOLKIT_NO_MEMORY = 2, /* the system has refused memory */
-  VORIN_TOOLKIT_CANCELLED = 3, /* the progress callback has ended the job */
+  VORIN_TOOLKIT_BAD_INPUT = 1, /* an argument, a setting or a file is not usable */
+  VORIN_TOOLKIT_NO_MEMORY = 2, /* the system refused memory */
+  VORIN_TOOLKIT_CANCELLED = 3, /* the progress callback ended the job */
   VORIN_TOOLKIT_NO_FIELD = 4,  /* the result has no field of this name and kind */
   VORIN_TOOLKIT_INTERNAL = 5   /* a fault of this library; the sentence helps its developers */
 };
@@ -77,20 +98,21 @@ enum {
 /* The version of this library, "MAJOR.MINOR.PATCH". A program built for one major version
  * works with every library of that version.
  *
- *   returns  a static text, never to be freed */
+ *   returns  a static text; do not free it */
 VORIN_TOOLKIT_API const char* VORIN_TOOLKIT_CALL vorin_toolkit_version(void) VORIN_TOOLKIT_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Settings
  *
- * A setting that is not set, or set to an empty text, has its default. A text is
- * read as the command reads its option of that name ("grid" = "1ms:10s:100",
- * "compress" = "20,1e-6", "weight" = "corner"), a number is the same as its text. Keys
- * of the numerical library are set as "key.MAXI" and so on, last and in the order
- * in which they were first set. vorin_setting_names lists all names.
+ * A setting that is not set, or set to an empty text, has its default. A text is read as
+ * the command reads its option of that name ("grid" = "1ms:10s:100", "compress" =
+ * "20,1e-6", "weight" = "corner"); a number has the same effect as its text. The keys of
+ * the numerical library are settings with a prefix, such as "key.MAXI"; a job applies
+ * them last, in the order in which they were first set. vorin_setting_names lists all
+ * names.
  * ------------------------------------------------------------------------ */
 
-/* Makes settings of which all have their defaults.
+/* Creates settings, all with their defaults.
  *
  *   settings  out  address of a handle; free it by vorin_settings_free
  *   message   out  as above
@@ -99,9 +121,9 @@ VORIN_TOOLKIT_API const char* VORIN_TOOLKIT_CALL vorin_toolkit_version(void) VOR
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_settings_create(
     vorin_settings** settings, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* Frees settings. Results that were made with them stay good.
+/* Frees settings. Results of jobs that used them stay valid.
  *
- *   settings  in and out  the handle; null is left alone */
+ *   settings  in and out  the handle; null has no effect */
 VORIN_TOOLKIT_API void VORIN_TOOLKIT_CALL vorin_settings_free(vorin_settings* settings)
     VORIN_TOOLKIT_NOEXCEPT;
 
@@ -109,12 +131,12 @@ VORIN_TOOLKIT_API void VORIN_TOOLKIT_CALL vorin_settings_free(vorin_settings* se
  *
  *   settings  in and out  the handle
  *   name      in   of the setting, such as "weight", or "key." and a key of the library
- *   text      in   its value; an empty text or null brings the default back
+ *   text      in   its value; an empty text or null restores the default
  *   message   out  as above
  *   message_size  in  as above
- *   returns  VORIN_TOOLKIT_OK, or VORIN_TOOLKIT_BAD_INPUT for a name that there is not and
- *            for a text that the setting never takes. Values that only other settings
- *            or the data rule out are told by the job. */
+ *   returns  VORIN_TOOLKIT_OK, or VORIN_TOOLKIT_BAD_INPUT for an unknown name and for a
+ *            text that the setting never takes. The job itself reports values that only
+ *            other settings or the data rule out. */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_settings_set_text(vorin_settings* settings, const char* name, const char* text, char* message,
                         int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
@@ -126,8 +148,8 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_settings_set_number(vorin_settings* settings, const char* name, double value, char* message,
                           int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* Sets a setting to a list of numbers, which is copied: "grid", the values that the
- * distribution is over.
+/* Sets a setting to a list of numbers, which is copied: "grid", the abscissae of the
+ * distribution.
  *
  *   settings  in and out  the handle
  *   name      in   of the setting
@@ -136,7 +158,7 @@ vorin_settings_set_number(vorin_settings* settings, const char* name, double val
  *   message   out  as above
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK, or VORIN_TOOLKIT_BAD_INPUT for a setting that takes no list
- *            and for values that it does not take */
+ *            and for values out of its range */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_settings_set_array(vorin_settings* settings, const char* name, const double* values,
                          int64_t count, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
@@ -146,7 +168,7 @@ vorin_settings_set_array(vorin_settings* settings, const char* name, const doubl
  *
  *   settings  in and out  the handle
  *   name      in   of the setting
- *   values    in   rows x columns, by rows
+ *   values    in   rows x columns, row-major
  *   rows      in   by value
  *   columns   in   by value
  *   message   out  as above
@@ -170,25 +192,25 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_setting_names(
 /* ------------------------------------------------------------------------
  * Results
  *
- * A result is a list of fields, each with a name and of one kind. Addresses that lead
- * into a result are good until it is freed.
+ * A result is a list of fields, each with a name and a kind. Addresses of its texts and
+ * numbers are valid until it is freed.
  * ------------------------------------------------------------------------ */
 
 /* The kinds of fields. */
 enum {
-  VORIN_TOOLKIT_NUMBER = 1, /* one number; truths are 0 or 1 */
+  VORIN_TOOLKIT_NUMBER = 1, /* one number; 0 or 1 for no or yes */
   VORIN_TOOLKIT_TEXT = 2,   /* one text */
   VORIN_TOOLKIT_ARRAY = 3,  /* numbers */
   VORIN_TOOLKIT_TEXTS = 4   /* texts */
 };
 
-/* Frees a result and all that leads into it.
+/* Frees a result; the addresses of its texts and numbers become invalid.
  *
- *   result  in and out  the handle; null is left alone */
+ *   result  in and out  the handle; null has no effect */
 VORIN_TOOLKIT_API void VORIN_TOOLKIT_CALL vorin_result_free(vorin_result* result)
     VORIN_TOOLKIT_NOEXCEPT;
 
-/* Tells a field by its place.
+/* Describes a field by its index.
  *
  *   result   in   the handle
  *   index    in   from 0, by value
@@ -269,34 +291,34 @@ vorin_result_array(const vorin_result* result, const char* name, const double** 
  * Inversion
  * ------------------------------------------------------------------------ */
 
-/* What a job that takes long calls now and then, by one thread at a time, which may be
- * another than the caller's: how much is done of the total. An answer other than 0 ends
+/* A long job calls this function repeatedly with the work done and the total. One thread
+ * calls at a time, which may differ from the caller's. A return value other than 0 ends
  * the job, which then returns VORIN_TOOLKIT_CANCELLED. */
 typedef int32_t(VORIN_TOOLKIT_CALL* vorin_progress)(void* user, int64_t done, int64_t total);
 
-/* Inverts a decay by the settings: finds the F of 0 or above that minimises
+/* Inverts a decay: finds the distribution
  *
- *     1/2 |K F - y|^2  +  w/2 |F|^2
+ *     minimise over F >= 0:   1/2 |K F - y|^2  +  w/2 |F|^2
  *
- * by the iteration of Butler, Reeds and Dawson (SIAM J. Numer. Anal. 18, 381, 1981),
- * where w is given, sought by the noise or by the corner of the L-curve. Complex data
- * are turned by one phase, and their real channel is inverted.
+ * by the iteration of Butler, Reeds and Dawson (SIAM J. Numer. Anal. 18, 381, 1981). The
+ * settings give the weight w, or have it chosen by the noise or by the corner of the
+ * L-curve. Complex data are corrected by one phase, and their real channel is inverted.
  *
  * Numbers of the result: "status" (of vorin.h), "success", "samples", "weight", "noise",
  * "signal_to_noise", "wanted_standard_error", "standard_error", "fit_error",
  * "iterations", "passes", "relaxed_target", "corner_weight", "phase", "total", "log_mean".
  * Texts: "kernel", "weight_origin", "noise_origin", "status_text". Arrays: "time",
- * "amplitude" (as inverted), "grid", "distribution", "fit", "rejected" (places from 0),
+ * "amplitude" (as inverted), "grid", "distribution", "fit", "rejected" (indices from 0),
  * and, an element for each peak, "peak_position", "peak_width", "peak_share",
  * "peak_at_grid_end".
  *
- *   settings   in   the handle; null has all defaults
+ *   settings   in   the handle; null for all defaults
  *   times      in   samples numbers, rising from 0 or above
  *   real       in   samples amplitudes
  *   imaginary  in   samples amplitudes of the imaginary channel, or null for real data
  *   samples    in   by value, 2 or above
- *   result     out  address of a handle; free it by vorin_result_free. An inversion that
- *                   did not succeed has one too: look at "success".
+ *   result     out  address of a handle; free it by vorin_result_free. An unsuccessful
+ *                   inversion has a result too; its "success" is 0.
  *   message    out  as above
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
@@ -305,8 +327,8 @@ vorin_invert(const vorin_settings* settings, const double* times, const double* 
              const double* imaginary, int64_t samples, vorin_result** result, char* message,
              int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* Tells how far an inversion is to be trusted: inverts its fit with noise drawn anew
- * from its residual, many times over (Efron, Ann. Stat. 7, 1, 1979), at its weight.
+/* Estimates the uncertainty of an inversion by the residual bootstrap (Efron, Ann. Stat.
+ * 7, 1, 1979): inverts its fit with noise resampled from its residual, at its weight.
  * Settings: "replicates" (200), "seed" (1), "threads" (1; 0 is one for each processor).
  * One seed gives the same numbers with any count of threads.
  *
@@ -315,9 +337,9 @@ vorin_invert(const vorin_settings* settings, const double* times, const double* 
  * (of each replicate).
  *
  *   inversion  in   a result of vorin_invert
- *   settings   in   the handle; null has all defaults
+ *   settings   in   the handle; null for all defaults
  *   progress   in   called after each replicate; null for none
- *   user       in   handed to progress
+ *   user       in   passed to progress
  *   result     out  address of a handle; free it by vorin_result_free
  *   message    out  as above
  *   message_size  in  as above
@@ -327,19 +349,19 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_bootstrap(
     const vorin_result* inversion, const vorin_settings* settings, vorin_progress progress,
     void* user, vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* The L-curve of an inversion: the norms of residual and distribution over a ladder of
+/* The L-curve of an inversion: the norms of residual and distribution over a grid of
  * weights, on the samples, bins and compressed rows that were inverted (Hansen and
  * O'Leary, SIAM J. Sci. Comput. 14, 1487, 1993).
  *
  * Arrays of the result: "weight" (rising), "residual_norm", "solution_norm". Numbers:
- * "corner" (place from 0 of the weight that the corner search takes), "used_weight",
+ * "corner" (index from 0 of the weight that the corner search takes), "used_weight",
  * "used_residual_norm", "used_solution_norm" (those of the inversion).
  *
  *   inversion  in   a result of vorin_invert
  *   result     out  address of a handle; free it by vorin_result_free
  *   message    out  as above
  *   message_size  in  as above
- *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT where there is no ladder, or
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT where there is no weight grid, or
  *            VORIN_TOOLKIT_NO_MEMORY */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message,
@@ -359,13 +381,28 @@ vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message
  *   samples  in   by value
  *   grid     in   points numbers above 0
  *   points   in   by value
- *   matrix   out  samples x points, by rows
+ *   matrix   out  samples x points, row-major
  *   message  out  as above
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK or VORIN_TOOLKIT_BAD_INPUT */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_kernel_matrix(
     const char* kernel, const double* times, int64_t samples, const double* grid, int64_t points,
     double* matrix, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* The axes of a picture of an inversion: a result with the texts "abscissa_label" ("time
+ * (ms)"), "abscissa_unit" ("ms"), "grid_label" ("relaxation time T2 (ms)"), "grid_unit",
+ * and the numbers "abscissa_unit_size" (SI units in one of it: 0.001), "grid_unit_size".
+ *
+ *   kernel         in   its name, or "own" for a matrix of the caller
+ *   last_abscissa  in   the last sample time or b value, by value
+ *   last_on_grid   in   the last value of the grid, by value
+ *   result         out  address of a handle; free it by vorin_result_free
+ *   message        out  as above
+ *   message_size   in   as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_picture_axes(
+    const char* kernel, double last_abscissa, double last_on_grid, vorin_result** result,
+    char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Values evenly spaced in their logarithm, both ends exact.
  *
@@ -380,8 +417,8 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_log_grid(double from, double to, int64_t points, double* grid, char* message,
                int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* The grid that an inversion takes for samples at these times: a result with the
- * array "grid".
+/* The default grid of an inversion for samples at these times: a result with the array
+ * "grid".
  *
  *   kernel   in   its name
  *   times    in   samples numbers, rising from 0 or above
@@ -400,7 +437,7 @@ vorin_default_grid(const char* kernel, const double* times, int64_t samples, vor
  *   times    in   samples numbers, rising from 0 or above
  *   real     in   samples amplitudes
  *   samples  in   by value, 2 or above
- *   noise    out  not-a-number for too few samples, and where the differences vanish
+ *   noise    out  not-a-number for too few samples and for differences of 0
  *   message  out  as above
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK or VORIN_TOOLKIT_BAD_INPUT */
@@ -408,17 +445,17 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_difference_noise(const double* times, const double* real, int64_t samples, double* noise,
                        char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* Turns complex samples back by the one angle after which the sum of squares of the
- * imaginary channel is smallest. Of the two such angles the one is taken after which the
- * real channel is positive in sum; for "t1-inversion", its last sample.
+/* Corrects the phase of complex samples: rotates them by the angle that minimises the sum
+ * of squares of the imaginary channel. Of the two such angles it takes the one that makes
+ * the sum of the real channel positive; for "t1-inversion", the last sample.
  *
  *   kernel     in   its name
  *   real       in and out  samples amplitudes
  *   imaginary  in and out  samples amplitudes
  *   samples    in   by value, 2 or above
  *   phase      out  the angle of the data in radians
- *   noise      out  the standard deviation of the turned imaginary channel about its mean;
- *                   not-a-number where it is 0
+ *   noise      out  the standard deviation of the corrected imaginary channel about its
+ *                   mean; not-a-number where it is 0
  *   message    out  as above
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK or VORIN_TOOLKIT_BAD_INPUT */
@@ -428,18 +465,20 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_phase_correct(
 
 /* A computed decay with known truth: peaks that are normal in log10 T, put through a
  * kernel, with normal noise. Settings: "kernel", "grid" (of the truth; 0.1 ms to 10 s,
- * 200 values), "sigma" (of the noise; 0), "seed" (1), "phase" (radians; complex data, noise in both
- * channels). One seed gives the same noise on every machine.
+ * 200 values), "sigma" (of the noise; 0.2), "seed" (1), "phase" (radians; complex data,
+ * noise in both channels). One seed gives the same noise on every machine.
  *
  * Arrays of the result: "time", "amplitude", "imaginary" (with "phase" only), "grid",
- * "distribution". Number: "log_mean" of the truth.
+ * "distribution". Numbers: "log_mean" of the truth, "noise".
  *
- *   settings  in   the handle; null has all defaults
- *   times     in   samples numbers, rising from 0 or above
- *   samples   in   by value, 2 or above
- *   peaks     in   peak_count x 3, by rows: centre in the grid's unit, standard deviation
- *                  in decades, total amplitude, all above 0
- *   peak_count  in  by value
+ *   settings  in   the handle; null for all defaults
+ *   times     in   samples numbers, rising from 0 or above; null for 3000 times at a
+ *                  spacing of 0.2 ms
+ *   samples   in   by value, 2 or above; 0 with null
+ *   peaks     in   peak_count x 3, row-major: centre in the grid's unit, standard deviation
+ *                  in decades, total amplitude, all above 0; null for two peaks, 8 ms of
+ *                  amplitude 30 and 90 ms of 70, both 0.15 decades wide
+ *   peak_count  in  by value; 0 with null
  *   result    out  address of a handle; free it by vorin_result_free
  *   message   out  as above
  *   message_size  in  as above
@@ -453,14 +492,15 @@ vorin_simulate(const vorin_settings* settings, const double* times, int64_t samp
  * Measures, files and keys
  * ------------------------------------------------------------------------ */
 
-/* What is read off a distribution. Numbers of the result: "total", "log_mean". Arrays,
+/* Measures of a distribution. Numbers of the result: "total", "log_mean". Arrays,
  * an element for each peak by rising position: "peak_position", "peak_width" (decades),
- * "peak_share" (of the total), "peak_at_grid_end".
+ * "peak_share" (of the total), "peak_at_grid_end"; and, an element for each value of the
+ * grid, "per_decade": the amplitude over the width of the grid around it, in decades.
  *
  *   grid            in   points numbers, rising from above 0
  *   distribution    in   points amplitudes, 0 or above
  *   points          in   by value, 1 or above
- *   smallest_share  in   peaks of a smaller share are left out, by value
+ *   smallest_share  in   peaks of a smaller share are omitted, by value
  *   result          out  address of a handle; free it by vorin_result_free
  *   message         out  as above
  *   message_size    in   as above
@@ -470,13 +510,13 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_measures(
     vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Reads the decay in a file, as the command does. Settings: "columns" (as "1,2" or
- * "time,re,im"; a third column is an imaginary channel only when it is asked for),
+ * "time,re,im"; a third column is an imaginary channel only when it is named),
  * "time_unit", "kernel" (whose abscissa the first column is).
  *
  * Arrays of the result: "time", "amplitude" and, for complex data, "imaginary".
  *
  *   path      in   of the file
- *   settings  in   the handle; null has all defaults
+ *   settings  in   the handle; null for all defaults
  *   result    out  address of a handle; free it by vorin_result_free
  *   message   out  as above
  *   message_size  in  as above
@@ -487,7 +527,7 @@ vorin_read_decay(const char* path, const vorin_settings* settings, vorin_result*
 
 /* Lists the keys of the numerical library: a result with the lists of texts "key",
  * "kind" (whole number, number, text or choice), "range", "unit", "meaning", "value" (when the
- * library is loaded) and the array "settable".
+ * library has been loaded) and the array "settable".
  *
  *   result   out  address of a handle; free it by vorin_result_free
  *   message  out  as above

@@ -1,5 +1,6 @@
 // vorin simulate: a computed decay with known truth.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <cmath>
 #include <filesystem>
@@ -28,27 +29,38 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using Defaults = SimulationDefaults;
+
+std::vector<std::string> defaultPeaks() {
+  std::vector<std::string> peaks;
+  for (const LogNormalPeak& peak : Defaults::peaks) {
+    peaks.push_back(fmt::format("{}:{}:{}", peak.time, peak.width, peak.amplitude));
+  }
+  return peaks;
+}
+
 /// The options as the user wrote them.
 struct SimulateOptions {
   std::string kernel = "t2";
-  std::vector<std::string> peaks{"0.008:0.15:30", "0.09:0.15:70"};
-  std::string spacing;  ///< none: defaultSpacing; likewise the samples
+  std::vector<std::string> peaks = defaultPeaks();
+  std::string spacing;  ///< empty: the default; likewise the samples
   std::string samples;
   std::string times;
-  std::string noise = "0.2";
-  std::string seed = "1";
-  std::string phase;  ///< none: one channel
-  std::string grid = "0.0001:10:200";
+  std::string noise = fmt::format("{}", Defaults::noise);
+  std::string seed = fmt::format("{}", Defaults::seed);
+  std::string phase;  ///< empty: one channel
+  std::string grid =
+      fmt::format("{}:{}:{}", Defaults::grid.from, Defaults::grid.to, Defaults::grid.points);
   std::string out;
   std::string truth;
+
+  std::string spacingText() const {
+    return spacing.empty() ? fmt::format("{}", Defaults::spacing) : spacing;
+  }
+  std::string samplesText() const {
+    return samples.empty() ? fmt::format("{}", Defaults::samples) : samples;
+  }
 };
-
-constexpr std::string_view defaultSpacing = "0.0002";
-constexpr std::string_view defaultSamples = "3000";
-
-std::string_view orDefault(const std::string& text, std::string_view otherwise) {
-  return text.empty() ? otherwise : std::string_view(text);
-}
 
 /// The command that makes the same files again, but for the folders they are in.
 std::string commandText(const SimulateOptions& options) {
@@ -56,9 +68,8 @@ std::string commandText(const SimulateOptions& options) {
   for (const std::string& peak : options.peaks) {
     text += " --peak " + peak;
   }
-  text += options.times.empty() ? fmt::format(" --spacing {} --samples {}",
-                                              orDefault(options.spacing, defaultSpacing),
-                                              orDefault(options.samples, defaultSamples))
+  text += options.times.empty() ? fmt::format(" --spacing {} --samples {}", options.spacingText(),
+                                              options.samplesText())
                                 : " --times " + options.times;
   text += fmt::format(" --noise {} --seed {}", options.noise, options.seed);
   if (!options.phase.empty()) {
@@ -81,24 +92,20 @@ std::vector<double> sampleTimes(const SimulateOptions& options) {
     }
     return parseGrid(options.times, "--times").times();
   }
-  const std::string_view spacingText = orDefault(options.spacing, defaultSpacing);
+  const std::string spacingText = options.spacingText();
   const auto spacing = parseNumber(spacingText);
   if (!spacing || !(*spacing > 0.0 && *spacing <= 1e20)) {
     throw UserError(
         fmt::format("--spacing {}: a time in seconds above 0 is required", inQuotes(spacingText)));
   }
-  const std::string_view samplesText = orDefault(options.samples, defaultSamples);
+  const std::string samplesText = options.samplesText();
   const auto samples = parseInteger(samplesText);
   constexpr long long mostSamples = 10'000'000;
   if (!samples || *samples < 2 || *samples > mostSamples) {
     throw UserError(fmt::format("--samples {}: a whole number from 2 to {} is required",
                                 inQuotes(samplesText), mostSamples));
   }
-  std::vector<double> times(static_cast<std::size_t>(*samples));
-  for (std::size_t i = 0; i < times.size(); ++i) {
-    times[i] = static_cast<double>(i + 1) * *spacing;
-  }
-  return times;
+  return evenTimes(*spacing, *samples);
 }
 
 // Seven significant places are beyond any instrument and hide the last bits in
@@ -124,9 +131,9 @@ std::string channelsCsv(const TwoChannels& decay, const SimulateOptions& options
 std::string truthCsv(const Distribution& truth, Kernel kernel, const SimulateOptions& options) {
   std::string text = fmt::format(
       "# true distribution of {}, made by: {}\n# log mean {:.6g} s, total amplitude {:.6g}\n"
-      "{}_s,amplitude\n",
+      "{},amplitude\n",
       fs::path(options.out).filename().string(), commandText(options), logMean(truth),
-      totalAmplitude(truth), kernel == Kernel::t2 ? "t2" : "t1");
+      totalAmplitude(truth), gridColumn(kernel));
   for (std::size_t k = 0; k < truth.time.size(); ++k) {
     fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g}\n", truth.time[k],
                    truth.amplitude[k] < 1e-12 * totalAmplitude(truth) ? 0.0 : truth.amplitude[k]);
@@ -224,21 +231,26 @@ Command addSimulateCommand(CLI::App& program) {
   };
   add("--kernel", options->kernel, "NAME", "t2 (default), t1-saturation or t1-inversion");
   add("--peak", options->peaks, "T:WIDTH:AMPLITUDE",
-      "A peak normal in log10 T: centre in seconds, standard deviation in\n"
-      "decades, total; may be repeated (default 0.008:0.15:30 and 0.09:0.15:70)")
+      fmt::format("A peak normal in log10 T: centre in seconds, standard deviation in\n"
+                  "decades, total; may be repeated (default {})",
+                  fmt::join(options->peaks, " and ")))
       ->allow_extra_args(false);
   add("--spacing", options->spacing, "S",
-      "Spacing of the samples in seconds, the first one spacing after 0\n(default 0.0002)");
-  add("--samples", options->samples, "N", "Number of samples (default 3000)");
+      fmt::format("Spacing of the samples in seconds, the first one spacing after 0\n"
+                  "(default {})",
+                  options->spacingText()));
+  add("--samples", options->samples, "N",
+      fmt::format("Number of samples (default {})", options->samplesText()));
   add("--times", options->times, "FROM:TO:N",
       "Sample times evenly spaced in their logarithm, in place of\n--spacing and --samples");
-  add("--noise", options->noise, "SIGMA", "Standard deviation of the noise (default 0.2)");
-  add("--seed", options->seed, "N", "Seed of the noise (default 1)");
+  add("--noise", options->noise, "SIGMA",
+      fmt::format("Standard deviation of the noise (default {})", options->noise));
+  add("--seed", options->seed, "N", fmt::format("Seed of the noise (default {})", options->seed));
   add("--phase", options->phase, "DEG",
       "Turn the decay by this angle in degrees and write a real and an\n"
       "imaginary column, with independent noise");
   add("--grid", options->grid, "FROM:TO:N",
-      "Relaxation times of the distribution (default 0.0001:10:200)");
+      fmt::format("Relaxation times of the distribution (default {})", options->grid));
   add("--out", options->out, "FILE.csv", "Write the decay")->required();
   add("--truth", options->truth, "FILE.csv", "Write the true distribution");
   return {line, [options] { return runSimulate(*options); }};

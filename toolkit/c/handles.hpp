@@ -31,6 +31,9 @@ struct JobSetting {
 
 struct Inverted;
 
+/// The name of a kernel that is a matrix of the caller.
+inline constexpr std::string_view kOwnKernel = "own";
+
 }  // namespace vorin::toolkit::c
 
 /// Values by name, as they were set.

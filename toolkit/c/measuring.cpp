@@ -41,6 +41,7 @@ int32_t vorin_measures(const double* grid, const double* distribution, int64_t p
     c::requireGrid(given.time, "grid");
     auto made = std::make_unique<vorin_result>();
     c::addMeasures(*made, given, smallest_share);
+    made->add("per_decade", vorin::toolkit::perDecade(given));
     return made;
   });
 }

@@ -13,6 +13,7 @@
 #include "toolkit/model/simulation.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
+#include "toolkit/writing/axes.hpp"
 
 namespace vorin::toolkit::c {
 
@@ -22,6 +23,13 @@ std::vector<double> timesAt(const double* times, std::int64_t samples) {
   std::vector<double> result = numbersAt(times, samples, 2, "t");
   requireTimes(result);
   return result;
+}
+
+/// As timesAt(); without an address the default times.
+std::vector<double> simulationTimes(const double* times, std::int64_t samples) {
+  return times == nullptr && samples == 0
+             ? evenTimes(SimulationDefaults::spacing, SimulationDefaults::samples)
+             : timesAt(times, samples);
 }
 
 /// A number of `lowest` or above that a setting holds, or `standard`.
@@ -41,10 +49,11 @@ double numberOf(const vorin_settings& settings, std::string_view name, double st
 }
 
 std::vector<LogNormalPeak> peaksAt(const double* peaks, std::int64_t count) {
-  std::vector<LogNormalPeak> result;
-  if (count > 0) {
-    requireAddress(peaks, "peaks");
+  if (peaks == nullptr && count == 0) {
+    return {SimulationDefaults::peaks.begin(), SimulationDefaults::peaks.end()};
   }
+  requireAddress(peaks, "peaks");
+  std::vector<LogNormalPeak> result;
   for (std::int64_t k = 0; k < count; ++k) {
     const double* const row = peaks + 3 * k;
     if (!std::all_of(row, row + 3, [](double x) { return x > 0.0 && std::isfinite(x); })) {
@@ -67,11 +76,12 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   }
   std::vector<double> grid = settings.grid("grid", gridQuantity(kernel));
   if (grid.empty()) {
-    grid = LogGrid{1e-4, 10.0, 200}.times();
+    grid = SimulationDefaults::grid.times();
   }
-  const double noise = numberOf(settings, "sigma", 0.0, 0.0);
+  const double noise = numberOf(settings, "sigma", SimulationDefaults::noise, 0.0);
   const std::string& seedText = settings.text("seed");
-  const std::optional<long long> seed = seedText.empty() ? 1 : parseInteger(seedText);
+  const std::optional<long long> seed =
+      seedText.empty() ? static_cast<long long>(SimulationDefaults::seed) : parseInteger(seedText);
   if (!seed || *seed < 0) {
     throw UserError(
         fmt::format("seed {}: a whole number of 0 or above is required", inQuotes(seedText)));
@@ -80,6 +90,7 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   const Distribution truth = distributionOf(peaks, grid);
   auto made = std::make_unique<vorin_result>();
   made->add("log_mean", logMean(truth));
+  made->add("noise", noise);
   made->add("time", times);
   if (settings.text("phase").empty()) {
     made->add("amplitude", simulatedDecay(kernel, truth, times, noise, start).amplitude);
@@ -117,6 +128,24 @@ int32_t vorin_kernel_matrix(const char* kernel, const double* times, int64_t sam
         matrix[i * T.size() + k] = vorin::toolkit::kernelValue(named, t[i], T[k]);
       }
     }
+  });
+}
+
+int32_t vorin_picture_axes(const char* kernel, double last_abscissa, double last_on_grid,
+                           vorin_result** result, char* message, int64_t message_size) noexcept {
+  return c::making(result, message, message_size, [&] {
+    c::requireAddress(kernel, "kernel");
+    const vorin::toolkit::PictureAxes axes = vorin::toolkit::pictureAxes(
+        kernel == c::kOwnKernel ? Kernel::matrix : c::namedKernel(kernel), last_abscissa,
+        last_on_grid);
+    auto made = std::make_unique<vorin_result>();
+    made->add("abscissa_label", axes.abscissaLabel);
+    made->add("abscissa_unit", std::string(axes.abscissa.name));
+    made->add("abscissa_unit_size", axes.abscissa.size);
+    made->add("grid_label", axes.gridLabel);
+    made->add("grid_unit", std::string(axes.grid.name));
+    made->add("grid_unit_size", axes.grid.size);
+    return made;
   });
 }
 
@@ -175,7 +204,7 @@ int32_t vorin_simulate(const vorin_settings* settings, const double* times, int6
                        char* message, int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
     const vorin_settings defaults;
-    return c::simulated(c::orDefaults(settings, defaults), c::timesAt(times, samples),
+    return c::simulated(c::orDefaults(settings, defaults), c::simulationTimes(times, samples),
                         c::peaksAt(peaks, peak_count));
   });
 }

@@ -34,7 +34,7 @@ constexpr std::array<c::JobSetting, 11> jobSettings{{
     {"threads", "N", "1", "threads of a bootstrap; 0 is one for each processor"},
     {"columns", "X,Y[,IM]", "1,2", "the columns of a file: numbers from 1, or names of its header"},
     {"time_unit", "UNIT", "s, or s/m2", "of the first column of a file"},
-    {"sigma", "SIGMA", "0", "standard deviation of the noise of a computed decay"},
+    {"sigma", "SIGMA", "0.2", "standard deviation of the noise of a computed decay"},
     {"phase", "RADIANS", "real data", "by which a computed decay is turned"},
 }};
 
@@ -141,7 +141,7 @@ std::shared_ptr<const std::vector<float>> vorin_settings::kernelMatrix(
 KernelChoice vorin_settings::kernel() const {
   const auto matrix = matrices.find("kernel");
   if (matrix != matrices.end()) {
-    return {vorin::toolkit::Kernel::matrix, "own", matrix->second};
+    return {vorin::toolkit::Kernel::matrix, std::string(c::kOwnKernel), matrix->second};
   }
   const std::string& name = text("kernel");
   return {name.empty() ? vorin::toolkit::Kernel::t2 : c::namedKernel(name.c_str()), {}, {}};

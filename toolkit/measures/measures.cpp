@@ -91,6 +91,19 @@ double logMean(const Distribution& distribution) {
   return total > 0.0 ? std::exp(sum / total) : std::numeric_limits<double>::quiet_NaN();
 }
 
+std::vector<double> perDecade(const Distribution& distribution) {
+  const std::vector<double>& T = distribution.time;
+  std::vector<double> result(T.size());
+  for (std::size_t k = 0; k < T.size(); ++k) {
+    const std::size_t left = k == 0 ? 0 : k - 1;
+    const std::size_t right = std::min(k + 1, T.size() - 1);
+    const double width = std::log10(T[right] / T[left]) /
+                         static_cast<double>(std::max<std::size_t>(right - left, 1));
+    result[k] = width > 0.0 ? distribution.amplitude[k] / width : 0.0;
+  }
+  return result;
+}
+
 std::vector<Peak> peaks(const Distribution& distribution, double smallestShare) {
   const std::vector<double>& f = distribution.amplitude;
   const double total = totalAmplitude(distribution);

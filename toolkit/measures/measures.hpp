@@ -1,4 +1,4 @@
-// What is read off a distribution: its total, its log mean, its peaks.
+// Measures of a distribution: its total, its log mean, its peaks.
 #pragma once
 
 #include <vector>
@@ -13,6 +13,10 @@ double totalAmplitude(const Distribution& distribution);
 /// exp(sum f ln T / sum f), in seconds: the log mean that core analysis works with.
 /// Not a number when the total is 0.
 double logMean(const Distribution& distribution);
+
+/// The amplitudes over the width of the grid around each time, in decades. They do not depend
+/// on how fine the grid is, so that one picture can show distributions on different grids.
+std::vector<double> perDecade(const Distribution& distribution);
 
 /// A local maximum of a distribution and what belongs to it.
 struct Peak {

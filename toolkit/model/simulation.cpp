@@ -56,6 +56,14 @@ LogNormalPeak parsePeak(std::string_view text, std::string_view option) {
   return {*time, *width, *amplitude};
 }
 
+std::vector<double> evenTimes(double spacing, long long samples) {
+  std::vector<double> times(static_cast<std::size_t>(samples));
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    times[i] = static_cast<double>(i + 1) * spacing;
+  }
+  return times;
+}
+
 Distribution distributionOf(const std::vector<LogNormalPeak>& peaks,
                             const std::vector<double>& grid) {
   Distribution result{grid, std::vector<double>(grid.size(), 0.0)};

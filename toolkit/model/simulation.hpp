@@ -2,6 +2,7 @@
 // a kernel, with normal noise from a seed.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <random>
@@ -10,6 +11,7 @@
 
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
+#include "toolkit/model/grid.hpp"
 #include "toolkit/model/kernel.hpp"
 
 namespace vorin::toolkit {
@@ -39,6 +41,19 @@ struct LogNormalPeak {
 /// Reads "TIME:WIDTH:AMPLITUDE", three numbers above 0. Throws UserError, which
 /// names `option`, for anything else.
 LogNormalPeak parsePeak(std::string_view text, std::string_view option);
+
+/// What a simulation has by default.
+struct SimulationDefaults {
+  static constexpr std::array<LogNormalPeak, 2> peaks{{{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}};
+  static constexpr double spacing = 2e-4;  ///< of the samples in seconds
+  static constexpr long long samples = 3000;
+  static constexpr double noise = 0.2;
+  static constexpr std::uint64_t seed = 1;
+  static constexpr LogGrid grid{1e-4, 10.0, 200};  ///< of the distribution
+};
+
+/// `samples` times, the first one spacing after 0.
+std::vector<double> evenTimes(double spacing, long long samples);
 
 /// The sum of `peaks` on the times of `grid`, which rise. Each peak is scaled to its
 /// amplitude on that grid; one too narrow for it goes to the nearest time whole.

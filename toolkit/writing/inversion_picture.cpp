@@ -4,11 +4,11 @@
 #include <cmath>
 #include <filesystem>
 #include <string>
-#include <string_view>
 
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/units.hpp"
+#include "toolkit/writing/axes.hpp"
 #include "toolkit/writing/picture.hpp"
 
 namespace vorin::toolkit {
@@ -16,10 +16,6 @@ namespace vorin::toolkit {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string axisLabel(std::string_view name, const AxisUnit& unit) {
-  return unit.name.empty() ? std::string(name) : fmt::format("{} ({})", name, unit.name);
-}
 
 /// The log mean in the legend; where the axis counts in powers of ten, as the axis does.
 std::string meanText(double mean, const AxisUnit& unit, Quantity quantity) {
@@ -40,13 +36,8 @@ std::string titleText(const Inversion& inversion, const ReportContext& context) 
 
 std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
                         const Inversion& inversion, const ReportContext& context) {
-  // Times of the decay and relaxation times share their unit, so that the eye can go from
-  // one to the other.
-  const Quantity abscissa = abscissaQuantity(context.kernel);
-  const Quantity onGrid = gridQuantity(context.kernel);
-  const AxisUnit unit = axisUnit(context.decay.time.back(), abscissa);
-  const AxisUnit gridUnit =
-      onGrid == abscissa ? unit : axisUnit(inversion.distribution.time.back(), onGrid);
+  const PictureAxes axes =
+      pictureAxes(context.kernel, context.decay.time.back(), inversion.distribution.time.back());
   PictureContent content;
   content.title = titleText(inversion, context);
   content.time = context.decay.time;
@@ -58,12 +49,12 @@ std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
     content.bandLower = context.band->lower;
     content.bandUpper = context.band->upper;
   }
-  content.timeUnit = unit.size;
-  content.gridUnit = gridUnit.size;
-  content.timeAxis = axisLabel(quantityName(abscissa), unit);
-  content.distributionAxis = axisLabel(gridName(context.kernel), gridUnit);
+  content.timeUnit = axes.abscissa.size;
+  content.gridUnit = axes.grid.size;
+  content.timeAxis = axes.abscissaLabel;
+  content.distributionAxis = axes.gridLabel;
   if (const double mean = logMean(inversion.distribution); !std::isnan(mean)) {
-    content.logMean = meanText(mean, gridUnit, onGrid);
+    content.logMean = meanText(mean, axes.grid, gridQuantity(context.kernel));
   }
   return drawPicture(picture, scratch, content);
 }

@@ -20,22 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Width of the grid around each time in decades: what an amplitude is spread over.
-/// Amplitudes a decade do not depend on how fine the grid is, so that two
-/// distributions on different grids can be laid over each other.
-std::vector<double> perDecade(const Distribution& distribution) {
-  const std::vector<double>& T = distribution.time;
-  std::vector<double> result(T.size());
-  for (std::size_t k = 0; k < T.size(); ++k) {
-    const std::size_t left = k == 0 ? 0 : k - 1;
-    const std::size_t right = std::min(k + 1, T.size() - 1);
-    const double width = std::log10(T[right] / T[left]) /
-                         static_cast<double>(std::max<std::size_t>(right - left, 1));
-    result[k] = width > 0.0 ? distribution.amplitude[k] / width : 0.0;
-  }
-  return result;
-}
-
 /// Writes the columns that the script plots.
 void writeData(const PictureContent& content) {
   std::ofstream decay("decay.dat");

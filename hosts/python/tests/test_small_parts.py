@@ -6,7 +6,7 @@ import numpy as np
 import pytest
 
 import vorin
-from vorin.plotting import per_decade
+from vorin.measures import per_decade
 
 
 def test_noise_of_an_echo_train_and_of_a_logarithmic_recovery():

@@ -1,9 +1,11 @@
-"""What is read off a distribution: its total, its log mean, its peaks."""
+"""Measures of a distribution: its total, its log mean, its peaks."""
 
 from __future__ import annotations
 
 from dataclasses import asdict, dataclass
 from typing import Any, Dict, List, Union
+
+import numpy as np
 
 from .data import real_array
 from .errors import InputValueError
@@ -12,7 +14,7 @@ from .toolkit import Fields, address, job
 
 @dataclass(frozen=True)
 class Peak:
-    """A local maximum of a distribution and what belongs to it."""
+    """A local maximum of a distribution and the part of the distribution around it."""
 
     position: float  #: in the unit of the grid, interpolated between grid values
     width: float  #: standard deviation of log10 over its part, in decades
@@ -46,6 +48,15 @@ def peaks_of(fields: Fields) -> List[Peak]:
                for name in ("position", "width", "share", "at_grid_end")]
     return [Peak(position, width, share, bool(at_end))
             for position, width, share, at_end in zip(*columns)]
+
+
+def per_decade(grid: Any, distribution: Any) -> np.ndarray:
+    """Amplitudes over the width of the grid around each value, in decades.
+
+    They do not depend on how fine the grid is, so that one picture can show distributions on
+    different grids.
+    """
+    return _measured(grid, distribution, 0.0).array("per_decade")
 
 
 def _measured(grid: Any, distribution: Any, smallest_share: float) -> Fields:

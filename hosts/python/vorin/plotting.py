@@ -4,12 +4,14 @@ from __future__ import annotations
 
 import math
 import os
-from typing import TYPE_CHECKING, Any, Optional, Tuple
+from typing import TYPE_CHECKING, Any, NamedTuple, Optional, Tuple
 
 import numpy as np
 
 from .data import real_array
 from .errors import InputTypeError, InputValueError, VorinError
+from .measures import per_decade
+from .toolkit import job
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
@@ -30,15 +32,15 @@ def plot(result: "Result", path: Any = None, *, truth: Any = None,
     Parameters
     ----------
     result : Result
-        What :func:`vorin.invert` gave.
+        Of :func:`vorin.invert`.
     path : path-like, optional
         Writes the picture there, as PNG, PDF or SVG by its ending.
     truth : Simulation or (grid, amplitudes), optional
         A known distribution to draw beside the one found.
     band : Bootstrap, optional
-        Its band is shaded, and the interval of the log mean is told.
+        Its band is shaded, and the legend has the interval of the log mean.
     title : str, optional
-        Above the picture; weight and standard error without it.
+        Above the picture; by default weight and standard error.
 
     Returns
     -------
@@ -63,8 +65,9 @@ def plot(result: "Result", path: Any = None, *, truth: Any = None,
     upper = figure.add_subplot(grid[0])
     middle = figure.add_subplot(grid[1], sharex=upper)
     lower = figure.add_subplot(grid[3])
-    _decay(upper, middle, result)
-    _distribution(lower, result, known, band)
+    axes = _axes_of(result)
+    _decay(upper, middle, result, axes)
+    _distribution(lower, result, axes, known, band)
     figure.align_ylabels((upper, middle, lower))
     figure.suptitle(title if title is not None else _title(result), fontsize="large", y=0.985)
     if target is not None:
@@ -76,20 +79,6 @@ def plot(result: "Result", path: Any = None, *, truth: Any = None,
         finally:
             pyplot.close(figure)
     return figure
-
-
-def per_decade(grid: np.ndarray, distribution: np.ndarray) -> np.ndarray:
-    """Amplitudes over the width of the grid around each value, in decades.
-
-    They do not depend on how fine the grid is, so that two distributions on different grids
-    can be laid over each other.
-    """
-    x = np.log10(grid)
-    left = np.concatenate((x[:1], x[:-1]))
-    right = np.concatenate((x[1:], x[-1:]))
-    steps = np.full(x.size, 2.0)
-    steps[[0, -1]] = 1.0
-    return np.asarray(distribution) / ((right - left) / steps)
 
 
 def _truth(truth: Any) -> Optional[Tuple[np.ndarray, np.ndarray]]:
@@ -121,21 +110,26 @@ def _target(path: Any) -> Optional[str]:
     return name
 
 
-def _unit(units: tuple, longest: float) -> Tuple[str, float]:
-    """The unit that both axes of one kind share, so that the eye can go from one to the other."""
-    for name, size in units:
-        if longest >= 3.0 * size:
-            return name, size
-    return units[-1]
+class _Axes(NamedTuple):
+    """Labels and units of the axes; a size is in SI units."""
+
+    abscissa_label: str
+    abscissa_size: float
+    grid_label: str
+    grid_unit: str
+    grid_size: float
 
 
-def _labelled(words: str, unit: str) -> str:
-    return f"{words} ({unit})" if unit else words
+def _axes_of(result: "Result") -> _Axes:
+    fields = job("vorin_picture_axes", result.kernel.encode(), float(result.t[-1]),
+                 float(result.grid[-1]))
+    return _Axes(fields.text("abscissa_label"), fields.number("abscissa_unit_size"),
+                 fields.text("grid_label"), fields.text("grid_unit"),
+                 fields.number("grid_unit_size"))
 
 
-def _decay(upper: "Axes", lower: "Axes", result: "Result") -> None:
-    name, size = _unit(result.described.units, result.t[-1])
-    t = result.t / size
+def _decay(upper: "Axes", lower: "Axes", result: "Result", units: _Axes) -> None:
+    t = result.t / units.abscissa_size
     style = {"linestyle": "none", "marker": "o", "color": _BLUE, "markeredgewidth": 0.0}
     style.update({"markersize": 2.2, "alpha": 0.5} if t.size > _CROWDED else {"markersize": 4.0})
     used = np.ones(t.size, bool)
@@ -158,18 +152,15 @@ def _decay(upper: "Axes", lower: "Axes", result: "Result") -> None:
     upper.tick_params(labelbottom=False)
     upper.set_ylabel("amplitude (unit of the data)")
     lower.set_ylabel("residual")
-    lower.set_xlabel(_labelled(result.described.abscissa, name))
+    lower.set_xlabel(units.abscissa_label)
     for axes in (upper, lower):
         _plain(axes)
     _legend(upper)
 
 
-def _distribution(axes: "Axes", result: "Result", truth: Any,
+def _distribution(axes: "Axes", result: "Result", units: _Axes, truth: Any,
                   band: Optional["Bootstrap"]) -> None:
-    described = result.described
-    # One unit for both time axes, as far as they are both times.
-    longest = result.t[-1] if described.grid_units == described.units else result.grid[-1]
-    name, size = _unit(described.grid_units, longest)
+    name, size = units.grid_unit, units.grid_size
     x = result.grid / size
     density = per_decade(result.grid, result.distribution)
     axes.fill_between(x, density, color=_BLUE, alpha=0.25 if band is None else 0.12, linewidth=0)
@@ -192,7 +183,7 @@ def _distribution(axes: "Axes", result: "Result", truth: Any,
     axes.set_xscale("log")
     axes.set_xlim(x[0], x[-1])
     axes.set_ylim(bottom=0.0)
-    axes.set_xlabel(_labelled(f"{described.quantity} {described.symbol}", name))
+    axes.set_xlabel(units.grid_label)
     axes.set_ylabel("amplitude per decade")
     _plain(axes)
     _legend(axes)

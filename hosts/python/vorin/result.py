@@ -10,7 +10,6 @@ import numpy as np
 
 from . import measures
 from .bootstrapping import Bootstrap, bootstrap
-from .kernels import KERNELS, OWN, Kernel
 from .measures import Peak
 from .toolkit import Fields
 
@@ -108,7 +107,7 @@ class Result:
     total: float
     log_mean: float
     signal_to_noise: float
-    _fields: Optional[Fields] = field(repr=False)  # none after a way through pickle
+    _fields: Optional[Fields] = field(repr=False)  # None after unpickling
     _again: Callable[[], Fields] = field(repr=False)  # inverts once more
 
     @classmethod
@@ -144,11 +143,6 @@ class Result:
         if self._fields is None:
             self.__dict__["_fields"] = self._again()
         return cast(Fields, self._fields)
-
-    @property
-    def described(self) -> Kernel:
-        """The words for the kernel and its axes, for pictures."""
-        return KERNELS.get(self.kernel, OWN)
 
     def __repr__(self) -> str:
         return (f"<vorin.Result {self.kernel}, {self.t.size} samples, {self.grid.size} grid "

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, NamedTuple, Sequence, Tuple
+from typing import Any, NamedTuple, Optional, Sequence, Tuple
 
 import numpy as np
 
@@ -12,9 +12,6 @@ from .errors import InputTypeError, InputValueError
 from .grids import as_grid
 from .measures import log_mean
 from .toolkit import Settings, address, job, named
-
-_PEAKS = ((0.008, 0.15, 30.0), (0.09, 0.15, 70.0))
-
 
 class Simulation(NamedTuple):
     """A computed decay and its truth."""
@@ -31,24 +28,26 @@ class Simulation(NamedTuple):
         return log_mean(self.grid, self.distribution)
 
 
-def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS, *,
-             noise: float = 0.2, seed: int = 1, kernel: str = "t2",
-             grid: Any = (1e-4, 10.0, 200)) -> Simulation:
-    """Makes a decay: peaks that are normal in log10 T, put through a kernel, with noise.
+def simulate(t: Any = None, peaks: Optional[Sequence[Tuple[float, float, float]]] = None, *,
+             noise: Optional[float] = None, seed: int = 1, kernel: str = "t2",
+             grid: Any = None) -> Simulation:
+    """Computes a decay: peaks that are normal in log10 T, put through a kernel, with noise.
 
     Parameters
     ----------
     t : array_like of shape (nf,), optional
-        Sample times in s; 3000 at a spacing of 0.2 ms without it.
-    peaks : sequence of (time, width, amplitude)
-        Centre in s (in m^2/s for "diffusion"), standard deviation in decades, total.
-    noise : float
-        Standard deviation of the normal noise, 0 or above, in the unit of the amplitudes.
+        Sample times in s; by default 3000 at a spacing of 0.2 ms.
+    peaks : sequence of (time, width, amplitude), optional
+        Centre in s (in m^2/s for "diffusion"), standard deviation in decades, total; by
+        default (0.008, 0.15, 30) and (0.09, 0.15, 70).
+    noise : float, optional
+        Standard deviation of the normal noise, 0 or above, in the unit of the amplitudes; by
+        default 0.2.
     seed : int
         Of the noise, the same on every machine. ``vorin simulate`` draws the same.
     kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion"}
-    grid : array_like of shape (ng,) or (from, to, n)
-        On which the peaks stand.
+    grid : array_like of shape (ng,) or (from, to, n), optional
+        Of the distribution; by default (1e-4, 10, 200).
 
     Returns
     -------
@@ -57,15 +56,24 @@ def simulate(t: Any = None, peaks: Sequence[Tuple[float, float, float]] = _PEAKS
     """
     if not isinstance(kernel, str):
         raise InputTypeError(f"kernel is of type {type(kernel).__name__}; a name is required")
-    settings = Settings(kernel=kernel, grid=as_grid(grid), sigma=_sigma(noise),
-                        seed=str(checks.number("seed", seed, "i")))
-    times = np.arange(1, 3001) * 2e-4 if t is None else real_array("t", t)
-    rows = np.array([_peak(index, peak) for index, peak in enumerate(peaks)], dtype=float)
+    settings = Settings(kernel=kernel, seed=str(checks.number("seed", seed, "i")))
+    if grid is not None:
+        settings.set("grid", as_grid(grid))
+    if noise is not None:
+        settings.set("sigma", _sigma(noise))
+    times, rows = None, None
+    if t is not None:
+        times = real_array("t", t)
+    if peaks is not None:
+        rows = np.array([_peak(index, peak) for index, peak in enumerate(peaks)], dtype=float)
     with named("sigma", "noise"):
-        fields = job("vorin_simulate", settings.raw, address(times), times.size, address(rows),
-                     len(rows))
-    return Simulation(times, fields.array("amplitude"), fields.array("grid"),
-                      fields.array("distribution"), float(noise))
+        fields = job("vorin_simulate", settings.raw, *_given(times), *_given(rows))
+    return Simulation(fields.array("time"), fields.array("amplitude"), fields.array("grid"),
+                      fields.array("distribution"), fields.number("noise"))
+
+
+def _given(rows: Optional[np.ndarray]) -> Tuple[Any, int]:
+    return (None, 0) if rows is None else (address(rows), len(rows))
 
 
 def _sigma(noise: Any) -> str:

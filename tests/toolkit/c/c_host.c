@@ -44,6 +44,7 @@ __extension__ ENTRY(vorin_invert);
 __extension__ ENTRY(vorin_bootstrap);
 __extension__ ENTRY(vorin_lcurve);
 __extension__ ENTRY(vorin_kernel_matrix);
+__extension__ ENTRY(vorin_picture_axes);
 __extension__ ENTRY(vorin_log_grid);
 __extension__ ENTRY(vorin_default_grid);
 __extension__ ENTRY(vorin_difference_noise);
@@ -73,6 +74,7 @@ static void load_all(void) {
   LOAD(vorin_bootstrap);
   LOAD(vorin_lcurve);
   LOAD(vorin_kernel_matrix);
+  LOAD(vorin_picture_axes);
   LOAD(vorin_log_grid);
   LOAD(vorin_default_grid);
   LOAD(vorin_difference_noise);
@@ -120,6 +122,7 @@ static void model(double* t, double* grid) {
   double imaginary[SAMPLES];
   double noise = 0.0;
   double phase = 0.0;
+  const char* text = NULL;
   int i;
   vorin_result* result = NULL;
   vorin_settings* settings = NULL;
@@ -134,7 +137,19 @@ static void model(double* t, double* grid) {
   OK(p_vorin_default_grid("t2", t, SAMPLES, &result, TELL));
   (void)array(result, "grid", -1);
   p_vorin_result_free(result);
-  /* Noise is drawn for both channels; turned back, the real one is the decay. */
+  /* Up to 0.03 s both time axes are in milliseconds. */
+  OK(p_vorin_picture_axes("t2", 0.03, 10.0, &result, TELL));
+  EXPECT(number(result, "abscissa_unit_size") == 1e-3 && number(result, "grid_unit_size") == 1e-3);
+  OK(p_vorin_result_text(result, "grid_label", &text, TELL));
+  EXPECT(strcmp(text, "relaxation time T2 (ms)") == 0);
+  p_vorin_result_free(result);
+  EXPECT(p_vorin_picture_axes("t3", 1.0, 1.0, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  /* Everything by default: 3000 samples from 0.2 ms of 100 in two peaks. */
+  OK(p_vorin_simulate(NULL, NULL, 0, NULL, 0, &result, TELL));
+  EXPECT(array(result, "time", 3000)[2999] == 3000 * 2e-4);
+  EXPECT(fabs(array(result, "amplitude", 3000)[0] - 99.1) < 1.5 && number(result, "noise") == 0.2);
+  p_vorin_result_free(result);
+  /* Noise is drawn for both channels; after the phase correction, the real one is the decay. */
   OK(p_vorin_settings_create(&settings, TELL));
   OK(p_vorin_settings_set_number(settings, "sigma", 0.1, TELL));
   OK(p_vorin_settings_set_number(settings, "phase", 0.6, TELL));
