@@ -36,16 +36,14 @@ TEST_P(BadFiles, AreRefusedInOneSentence) {
               "--table", "table.csv", "--weight", "1"};
   words.insert(words.end(), bad.options.begin(), bad.options.end());
   const Outcome outcome = runProgram(folder.path(), words);
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, fmt::format("vorin: {}\n", bad.sentence));
-  EXPECT_EQ(outcome.out, "");
+  expectRefusal(outcome, bad.sentence);
   EXPECT_EQ(folder.names(), (Words{"decay.csv", "other.csv"}));
   EXPECT_EQ(contentOf(folder / "decay.csv"), bad.content);
   EXPECT_EQ(contentOf(folder / "other.csv"), bad.other);
 }
 
-const std::string good = "0.001,3\n0.002,2\n0.003,1.5\n";
-const std::string three = "time,re,im\n0.001,3.5,0\n0.002,2,0.1\n";
+const std::string goodText = "0.001,3\n0.002,2\n0.003,1.5\n";
+const std::string threeColumns = "time,re,im\n0.001,3.5,0\n0.002,2,0.1\n";
 const std::string twoFields = "; a row needs 2, time and amplitude, separated by a comma";
 const std::string noRows =
     "decay.csv: there are no rows of numbers; give one row a sample, time,amplitude";
@@ -267,7 +265,7 @@ INSTANTIATE_TEST_SUITE_P(
          {"--grid", "other.csv"},
          "1\n"},
         {"TruthOfOneColumn",
-         good,
+         goodText,
          "other.csv, line 1: this row has 1 field; a row needs 2, relaxation time and amplitude, "
          "separated by a comma",
          {"--truth", "other.csv"},
@@ -340,9 +338,7 @@ TEST(BadFile, AmongGoodOnesIsRefusedBeforeAnyWork) {
     writeFile(folder / "bad.csv", content);
     const Outcome outcome = runProgram(folder.path(), {"invert", "good.csv", "bad.csv", "--out",
                                                        "{}_t2.csv", "--table", "table.csv"});
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, fmt::format("vorin: {}\n", sentence));
-    EXPECT_EQ(outcome.out, "");
+    expectRefusal(outcome, sentence);
     EXPECT_EQ(folder.names(), (Words{"bad.csv", "good.csv"}));
   }
 }

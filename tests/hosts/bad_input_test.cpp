@@ -29,9 +29,7 @@ TEST_P(BadOptionsTest, AreRefusedInOneSentence) {
   writeFile(folder / "decay.csv", goodText);
   writeFile(folder / "negative.csv", "0.01,1\n0.1,-1\n");
   const Outcome outcome = runProgram(folder.path(), GetParam().words);
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, fmt::format("vorin: {}\n", GetParam().sentence));
-  EXPECT_EQ(outcome.out, "");
+  expectRefusal(outcome, GetParam().sentence);
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"decay.csv", "negative.csv"}));
 }
 

@@ -32,9 +32,7 @@ TEST_P(BadMethods, AreRefusedInOneSentence) {
   std::vector<std::string> words{"invert", sampleFile, "--out", "out.csv", "--log", "run.log"};
   words.insert(words.end(), GetParam().options.begin(), GetParam().options.end());
   const Outcome outcome = runProgram(folder.path(), words);
-  EXPECT_EQ(outcome.status, 2);
-  EXPECT_EQ(outcome.err, fmt::format("vorin: {}\n", GetParam().sentence));
-  EXPECT_EQ(outcome.out, "");
+  expectRefusal(outcome, GetParam().sentence);
   EXPECT_TRUE(folder.names().empty());
 }
 

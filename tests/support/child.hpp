@@ -1,5 +1,5 @@
-// Running the program as a user does: in a folder of its own, with its output and
-// its complaints kept.
+// Runs the program as a user does, in a folder of its own, and keeps its output and its
+// messages.
 #pragma once
 
 #include <fmt/format.h>
@@ -105,6 +105,13 @@ inline Outcome runProgram(const fs::path& folder, const std::vector<std::string>
   outcome.out = contentOf(channels / "out");
   outcome.err = contentOf(channels / "err");
   return outcome;
+}
+
+/// `outcome` is that of bad input: `sentence`, exit status 2, and nothing on standard output.
+inline void expectRefusal(const Outcome& outcome, std::string_view sentence) {
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err, fmt::format("vorin: {}\n", sentence));
+  EXPECT_EQ(outcome.out, "");
 }
 
 }  // namespace vorin::toolkit::test

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <filesystem>
 #include <functional>
+#include <iostream>
 #include <random>
 #include <string>
 #include <thread>
@@ -167,6 +168,7 @@ TEST(Threads, AnInstanceCostsLessThanTwoMegabytes) {
   }
   const std::size_t each = (mallinfo2().uordblks - before) / instances.size();
   RecordProperty("bytes", std::to_string(each));
+  std::cout << "an instance takes " << each << " bytes\n";
   EXPECT_GT(each, 1000U);
   EXPECT_LT(each, 2U * 1024U * 1024U);
 }

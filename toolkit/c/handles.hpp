@@ -32,7 +32,7 @@ struct JobSetting {
 struct Inverted;
 
 /// The name of a kernel that is a matrix of the caller.
-inline constexpr std::string_view kOwnKernel = "own";
+inline constexpr std::string_view ownKernel = "own";
 
 }  // namespace vorin::toolkit::c
 

@@ -68,7 +68,7 @@ std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
   const Inversion& inversion = job->inversion;
   addNumbers(*result, *job);
   result->add("kernel", std::string(job->settings.kernel == Kernel::matrix
-                                        ? "own"
+                                        ? ownKernel
                                         : kernelName(job->settings.kernel)));
   result->add("weight_origin", std::string(weightOrigin(inversion)));
   result->add("noise_origin", std::string(noiseOriginWord(inversion.noiseOrigin)));
@@ -111,9 +111,9 @@ int threadCount(const std::string& text) {
     return 1;
   }
   const std::optional<long long> count = parseInteger(text);
-  if (!count || *count < 0 || *count > most) {
-    throw UserError(
-        fmt::format("threads {}: a whole number from 0 to {} is required", inQuotes(text), most));
+  if (!count || *count < 0 || *count > mostThreads) {
+    throw UserError(fmt::format("threads {}: a whole number from 0 to {} is required",
+                                inQuotes(text), mostThreads));
   }
   return static_cast<int>(*count);
 }

@@ -136,7 +136,7 @@ int32_t vorin_picture_axes(const char* kernel, double last_abscissa, double last
   return c::making(result, message, message_size, [&] {
     c::requireAddress(kernel, "kernel");
     const vorin::toolkit::PictureAxes axes = vorin::toolkit::pictureAxes(
-        kernel == c::kOwnKernel ? Kernel::matrix : c::namedKernel(kernel), last_abscissa,
+        kernel == c::ownKernel ? Kernel::matrix : c::namedKernel(kernel), last_abscissa,
         last_on_grid);
     auto made = std::make_unique<vorin_result>();
     made->add("abscissa_label", axes.abscissaLabel);

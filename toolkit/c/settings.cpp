@@ -141,7 +141,7 @@ std::shared_ptr<const std::vector<float>> vorin_settings::kernelMatrix(
 KernelChoice vorin_settings::kernel() const {
   const auto matrix = matrices.find("kernel");
   if (matrix != matrices.end()) {
-    return {vorin::toolkit::Kernel::matrix, std::string(c::kOwnKernel), matrix->second};
+    return {vorin::toolkit::Kernel::matrix, std::string(c::ownKernel), matrix->second};
   }
   const std::string& name = text("kernel");
   return {name.empty() ? vorin::toolkit::Kernel::t2 : c::namedKernel(name.c_str()), {}, {}};

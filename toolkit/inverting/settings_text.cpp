@@ -263,9 +263,9 @@ BootstrapSettings readBootstrap(const std::string& replicates, const std::string
   constexpr int fewestAllowed = 20;
   constexpr int largestAllowed = 100000;
   const std::optional<long long> count = parseInteger(replicates);
-  if (!count || *count < fewest || *count > most) {
+  if (!count || *count < fewestAllowed || *count > largestAllowed) {
     throw UserError(fmt::format("{} {}: a whole number from {} to {} is required", option,
-                                inQuotes(replicates), fewest, most));
+                                inQuotes(replicates), fewestAllowed, largestAllowed));
   }
   BootstrapSettings settings;
   settings.replicates = static_cast<int>(*count);

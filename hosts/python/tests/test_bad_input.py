@@ -12,7 +12,7 @@ NAN, INF = float("nan"), float("inf")
 @pytest.mark.parametrize("change, kind, words", [
     ({"t": ["a", "b"]}, TypeError, "t holds <U1 values; numbers are required"),
     ({"t": None}, TypeError, "t holds object values; numbers are required"),
-    ({"t": [[1, 2], [3]]}, (TypeError, ValueError), "t (is no array|holds object)"),
+    ({"t": [[1, 2], [3]]}, (TypeError, ValueError), "t (is not an array|holds object)"),
     ({"t": T * 1j}, TypeError, "t is complex; real numbers are required"),
     ({"t": T.reshape(1, 5)}, ValueError, r"t has shape \(1, 5\); 1 dimension is required"),
     ({"t": [1.0], "y": [1.0]}, ValueError, "t has 1 element; 2 or more are required"),
@@ -22,7 +22,7 @@ NAN, INF = float("nan"), float("inf")
     ({"t": [0.1, 0.3, 0.2, 0.4, 0.5]}, ValueError, r"t\[2\] is 0.2 and does not rise above"),
     ({"t": [0.1, 0.2, 0.2, 0.4, 0.5]}, ValueError, r"t\[2\] is 0.2 and does not rise"),
     ({"t": [0.1, 0.2, 0.3, 0.4, 1e31]}, ValueError, r"t\[4\] is 1e\+31; times are 1e\+30 at most"),
-    ({"y": Y[:4]}, ValueError, "y has 4 samples and t has 5; each sample wants its time"),
+    ({"y": Y[:4]}, ValueError, "y has 4 samples and t has 5; each sample needs a time"),
     ({"y": [1.0, NAN, 1.0, 1.0, 1.0]}, ValueError, r"y\[1\] is not a finite number; leave out"),
     ({"y": [1.0, 2j, INF * 1j, 1.0, 1.0]}, ValueError, r"y\[2\] is not a finite number"),
     ({"y": np.zeros(5)}, ValueError, "y is 0 everywhere; a decay has a signal"),

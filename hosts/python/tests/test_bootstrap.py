@@ -74,7 +74,13 @@ def test_less_noise_gives_a_narrower_interval():
     assert widths[0] < 0.2 * widths[1]
 
 
-def test_progress_is_told_to_the_last_replicate(result):
+def test_its_name_is_one_line(result):
+    band = result.bootstrap(20)
+    assert repr(band) == (f"<vorin.Bootstrap 20 replicates: log mean {band.log_mean_lower:.4g} to "
+                          f"{band.log_mean_upper:.4g}>")
+
+
+def test_progress_reaches_the_last_replicate(result):
     told = []
     result.bootstrap(30, workers=3, progress=told.append)
     assert told == list(range(1, 31))

@@ -1,11 +1,13 @@
 """The package and the command line give the same numbers."""
 
 import json
+import os
 import subprocess
+import sys
 
 import numpy as np
 import pytest
-from conftest import ROOT
+from conftest import PACKAGE, ROOT
 
 import vorin
 
@@ -118,6 +120,17 @@ def test_computed_decays_are_the_same(program, tmp_path, arguments, options):
     made = vorin.simulate(**options)
     # The command writes seven places.
     assert vorin.read(tmp_path / "y.csv")[1] == pytest.approx(made.y, rel=1e-6, abs=1e-7)
+
+
+def test_the_package_runs_the_command(program, tmp_path):
+    environment = {"PATH": os.path.dirname(program) + os.pathsep + os.environ["PATH"],
+                   "PYTHONPATH": str(PACKAGE)}
+    run = subprocess.run([sys.executable, "-m", "vorin", "keys", "maxi"], capture_output=True,
+                         text=True, check=False, env=environment, cwd=tmp_path)
+    assert run.returncode == 0 and run.stdout.startswith("MAXI  50 "), run.stderr
+    refused = subprocess.run([sys.executable, "-m", "vorin", "invert", "none.csv"], check=False,
+                             capture_output=True, text=True, env=environment, cwd=tmp_path)
+    assert refused.returncode == 2 and refused.stderr.startswith("vorin: none.csv: there is no")
 
 
 @pytest.mark.parametrize("name, kernel", [("rock_cpmg", "t2"), ("berea_cpmg", "t2"),

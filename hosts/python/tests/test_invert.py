@@ -65,7 +65,7 @@ def test_a_kernel_of_the_callers_own_is_taken_as_it_is(decay):
     assert skipped.t.size == decay.t.size - 5 and skipped.success
 
 
-def test_the_search_reaches_the_standard_error_it_wants(decay):
+def test_the_search_reaches_the_standard_error_of_its_target(decay):
     result = vorin.invert(decay.t, decay.y, noise=0.3)
     assert result.success and result.weight_origin == "noise" and result.noise_origin == "given"
     assert result.wanted_standard_error == pytest.approx(1.05 * 0.3, rel=1e-5)
@@ -134,7 +134,7 @@ def test_every_estimate_comes_near_the_noise(decay, how):
     assert result.wanted_standard_error == pytest.approx(1.05 * result.noise, rel=1e-4)
 
 
-def test_an_estimator_chosen_by_key_is_told(decay):
+def test_an_estimator_chosen_by_key_is_named(decay):
     result = vorin.invert(decay.t, decay.y, noise=0.1, settings={"NALG": "FIT"})
     assert result.noise_origin == "library" and result.noise > 0.2
 
@@ -184,7 +184,7 @@ def test_an_aim_out_of_reach_gives_way_to_the_closest_fit(decay):
     assert np.isnan(vorin.invert(decay.t, spoiled, skip=1, noise=0.3).relaxed_target)
 
 
-def test_outliers_are_left_out_and_told(decay):
+def test_outliers_are_left_out_and_listed(decay):
     spoiled = decay.y.copy()
     spoiled[[50, 200]] += [20.0, -9.0]
     result = vorin.invert(decay.t, spoiled, reject_outliers=("robust", 5))

@@ -52,9 +52,9 @@ def test_an_inversion_leaves_no_log_unless_asked_to(tmp_path):
     with vorin.Library() as quiet:
         quiet.Vorin_s(NF, NG, KERNEL, DATA)
         assert list(tmp_path.iterdir()) == []
-    with vorin.Library(log=True) as telling:
-        assert telling.get("FLOG") == "Vorin"
-        telling.Vorin_s(NF, NG, KERNEL, DATA)
+    with vorin.Library(log=True) as logging:
+        assert logging.get("FLOG") == "Vorin"
+        logging.Vorin_s(NF, NG, KERNEL, DATA)
         assert [path.name for path in tmp_path.iterdir()] == ["Vorin.log"]
 
 
@@ -180,11 +180,11 @@ UNALIGNED = np.zeros(4 * NG + 1, np.uint8)[1:].view(np.float32)
     ({"K": KERNEL.astype(">f4")}, TypeError, "K is an array of >f4"),
     ({"K": KERNEL.tolist()}, TypeError, "K is of type list; a numpy array of float32 is required"),
     ({"K": None}, TypeError, "K is missing; a numpy array of float32 is required"),
-    ({"K": np.ascontiguousarray(KERNEL)}, ValueError, "K is not stored by columns"),
+    ({"K": np.ascontiguousarray(KERNEL)}, ValueError, "K is not contiguous in column-major order"),
     ({"K": KERNEL[:-1]}, ValueError, r"K has shape \(59, 12\); \(60, 12\) is required \(nf, ng\)"),
     ({"K": KERNEL.T}, ValueError, r"K has shape \(12, 60\)"),
     ({"Y": DATA[:-1]}, ValueError, r"Y has shape \(59,\); \(60,\) is required \(nf\)"),
-    ({"Y": np.repeat(DATA, 2)[::2]}, ValueError, "Y is not stored without gaps"),
+    ({"Y": np.repeat(DATA, 2)[::2]}, ValueError, "Y is not contiguous"),
     ({"nf": 60.0}, TypeError, "nf is of type float; a whole number is required"),
     ({"nf": None}, TypeError, "nf is missing; a whole number is required"),
     ({"nf": 2**31}, ValueError, "nf is 2147483648; a 32-bit integer is required"),
@@ -231,7 +231,7 @@ def test_what_the_library_cannot_check_is_refused(library, call, kind, words):
         call(library)
 
 
-def test_sizes_below_zero_stand_for_empty_arrays(library):
+def test_sizes_below_zero_are_empty_arrays(library):
     assert library.VorinSEDiff(3, -4, np.zeros(0, np.float32)) == 0.0
     answer = library.plsB_dll(np.zeros((0, 3), order="F"), -1, 3, np.zeros(0), None, 0)
     assert answer.status == 1 and np.all(answer.x == 0.0)
@@ -312,6 +312,23 @@ def test_a_variable_names_a_file_and_the_other_its_folder(tmp_path, monkeypatch,
     beside.write_bytes(b"")
     monkeypatch.setenv(other, str(tmp_path / other_name))
     assert find() == beside
+
+
+def test_the_command_is_found_or_the_places_are_named(tmp_path, monkeypatch):
+    from vorin import loading
+
+    monkeypatch.setattr(loading, "_PACKAGE", tmp_path)
+    monkeypatch.setenv("PATH", str(tmp_path))
+    with pytest.raises(LibraryNotFound, match="the command vorin is not in this package"):
+        loading.find_program()
+    (tmp_path / "vorin").write_text("#!/bin/sh\n")
+    (tmp_path / "vorin").chmod(0o755)
+    assert loading.find_program() == tmp_path / "vorin"
+    (tmp_path / "runtime").mkdir()
+    (tmp_path / "runtime" / "vorin").write_bytes(b"")
+    assert loading.find_program() == tmp_path / "runtime" / "vorin"
+    assert loading.with_runtime({"LD_LIBRARY_PATH": "/x"}) == {
+        "LD_LIBRARY_PATH": f"{tmp_path / 'runtime'}:/x"}
 
 
 def test_a_file_that_is_not_a_library_is_refused():

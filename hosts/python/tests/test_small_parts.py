@@ -93,7 +93,7 @@ def test_two_columns_are_read(tmp_path, text):
     assert t.tolist() == [0.1, 0.2] and y.tolist() == [5.0, 4.0]
 
 
-def test_a_third_column_is_imaginary_only_when_it_is_told(tmp_path):
+def test_a_third_column_is_imaginary_only_when_it_is_named(tmp_path):
     (tmp_path / "a.csv").write_text("t,re,im\n0.1,5,1\n0.2,4,-2\n")
     with pytest.raises(vorin.InputValueError, match="a.csv, line 2: this row has 3 fields; say by "
                                                     "columns which hold time and amplitude"):

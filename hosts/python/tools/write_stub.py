@@ -24,9 +24,9 @@ from typing import Mapping, NamedTuple, Optional, Tuple, Type, Union
 import numpy as np
 import numpy.typing as npt
 
-Singles = npt.NDArray[np.float32]
-Doubles = npt.NDArray[np.float64]
-Integers = npt.NDArray[np.int32]
+Float32Array = npt.NDArray[np.float32]
+Float64Array = npt.NDArray[np.float64]
+Int32Array = npt.NDArray[np.int32]
 Text = Union[str, bytes]
 
 NO_LOG: str
@@ -48,7 +48,7 @@ class Library:
     def set(self, key: str, value: Union[float, str]) -> None: ...
 '''
 
-ARRAYS = {"f": "Singles", "d": "Doubles", "i": "Integers"}
+ARRAYS = {"f": "Float32Array", "d": "Float64Array", "i": "Int32Array"}
 NUMBERS = {"f": "float", "d": "float", "i": "int"}
 
 

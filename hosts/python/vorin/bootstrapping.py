@@ -1,4 +1,4 @@
-"""How far an inversion is to be trusted: its spread when the noise is drawn again."""
+"""The uncertainty of an inversion: its spread when the noise is resampled."""
 
 from __future__ import annotations
 
@@ -18,14 +18,14 @@ if TYPE_CHECKING:
 _MOST_THREADS = 1024
 
 
-@dataclass(frozen=True, eq=False)
+@dataclass(frozen=True, eq=False, repr=False)
 class Bootstrap:
     """The middle 68 % of the replicates of :func:`vorin.bootstrap`.
 
     Attributes
     ----------
     replicates : int
-        How many were inverted with success.
+        How many were inverted successfully.
     lower, upper : numpy.ndarray of shape (ng,)
         Band of the amplitude at each grid value, in the unit of the data.
     log_mean_lower, log_mean_upper : float
@@ -40,6 +40,10 @@ class Bootstrap:
     log_mean_lower: float
     log_mean_upper: float
     log_means: np.ndarray
+
+    def __repr__(self) -> str:
+        return (f"<vorin.Bootstrap {self.replicates} replicates: log mean {self.log_mean_lower:.4g} "
+                f"to {self.log_mean_upper:.4g}>")
 
     def to_dict(self) -> Dict[str, Any]:
         """The fields as plain numbers and lists, under the names of the command's JSON."""
@@ -60,24 +64,24 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
 
     A replicate is the fit plus residuals of single samples, drawn with replacement from the
     inversion's own without their mean. It is inverted with the same settings at the weight
-    of the result, which stays: a weight searched anew adds the spread of the search and no
-    truth.
+    of the result, which is kept: a weight searched anew adds the spread of the search and no
+    information.
 
     The band of the distribution is as wide as the 16th and the 84th percentile of each
-    amplitude are away from its median, laid around the distribution and cut at 0. It shows
+    amplitude are away from its median, placed around the distribution and cut at 0. It shows
     what the noise does to the smoothed distribution, not how far the penalty has moved it.
 
-    The interval of the log mean stands on its logarithm. The replicates' median is off the
-    result by b, what the penalty does to the fit, and half the middle 68 % of them is h, what
-    the noise does. The penalty has moved the result itself by something between nothing, when
+    The interval is computed for the logarithm of the log mean. The replicates' median is off the
+    result by b, the effect of the penalty on the fit, and half the middle 68 % of them is h, the
+    effect of the noise. The penalty has moved the result itself by something between nothing, when
     the truth is smooth, and b, when it is as sharp as the result [2]_; so the interval is
     ln L - b/2 plus and minus sqrt(h^2 + (b/2)^2). An interval between percentiles would hold
-    the penalty's share twice, and one that takes all of b away fails for smooth truths.
+    twice the effect of the penalty, and one that takes all of b away fails for smooth truths.
 
     Parameters
     ----------
     result : Result
-        What :func:`vorin.invert` gave.
+        Of :func:`vorin.invert`.
     n : int
         Count of replicates, 20 to 100000.
     seed : int

@@ -1,4 +1,4 @@
-"""Turning one Python argument into what an export takes, or saying what is wrong with it."""
+"""Converts one Python argument for an export, or says what is wrong with it."""
 
 from __future__ import annotations
 
@@ -44,7 +44,7 @@ def _kind(value: Any) -> str:
 
 
 def _storage(where: str, value: Any, type_: str) -> np.ndarray:
-    """``value`` as an array into which, or out of which, the library may work."""
+    """``value`` as an array that the library may read or write."""
     dtype = DTYPES[type_]
     if not isinstance(value, np.ndarray):
         raise InputTypeError(
@@ -69,9 +69,9 @@ def array(where: str, value: Any, argument: Argument, shape: Tuple[int, ...]) ->
         raise InputValueError(f"{where} has shape {value.shape}; {shape} is required ({dimensions})")
     if not value.flags.f_contiguous:
         raise InputValueError(
-            f"{where} is not stored by columns without gaps; numpy.asfortranarray makes such a copy"
+            f"{where} is not contiguous in column-major order; numpy.asfortranarray makes such a copy"
             if len(shape) > 1 else
-            f"{where} is not stored without gaps; numpy.ascontiguousarray makes such a copy")
+            f"{where} is not contiguous; numpy.ascontiguousarray makes such a copy")
     if not value.flags.aligned:
         raise InputValueError(f"{where} is not aligned in memory; give a copy")
     if argument.written:
@@ -121,7 +121,7 @@ def mode_and_key(argument: Argument) -> int:
 
 
 def text_length(where: str, text: Any, given: Optional[Any]) -> int:
-    """The length that goes with a text; what is none is told of where it is converted."""
+    """The length of a text argument; text_buffer() refuses what is not a text."""
     if given is not None:
         return number(where, given, "i")
     return len(text) if isinstance(text, (str, bytes, bytearray)) else TEXT_LENGTH

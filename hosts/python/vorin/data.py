@@ -19,11 +19,11 @@ def real_array(name: str, value: Any, dimensions: int = 1) -> np.ndarray:
 
 def _numbers(name: str, value: Any) -> np.ndarray:
     if np.ma.isMaskedArray(value) and np.ma.is_masked(value):
-        raise InputValueError(f"{name} has masked elements; leave them out, with their times")
+        raise InputValueError(f"{name} has masked elements; omit them and their times")
     try:
         array = np.asarray(value)
     except (TypeError, ValueError):
-        raise InputTypeError(f"{name} is no array of numbers; give one row of numbers") from None
+        raise InputTypeError(f"{name} is not an array of numbers; give one row of numbers") from None
     if array.dtype.kind not in "iufc":
         raise InputTypeError(f"{name} holds {array.dtype} values; numbers are required")
     return array
@@ -46,7 +46,7 @@ def samples(t: Any, y: Any) -> Samples:
     numbers = _shaped("y", _numbers("y", y), 1)
     if numbers.size != times.size:
         raise InputValueError(f"y has {numbers.size} samples and t has {times.size}; each sample "
-                              "wants its time")
+                              "needs a time")
     real = np.ascontiguousarray(numbers.real, dtype=float)
     if numbers.dtype.kind != "c":
         return times, real, None

@@ -28,8 +28,8 @@ def log_grid(start: float, stop: float, count: int) -> np.ndarray:
 def default_grid(t: np.ndarray, kernel: str = "t2") -> np.ndarray:
     """The grid for samples at ``t``: a third of the first time above 0 to three times the last.
 
-    Outside this range a relaxation time leaves no trace in the samples that would tell it
-    from its neighbours. For ``kernel="diffusion"`` the range is that of the reciprocals.
+    Outside this range the samples do not distinguish a relaxation time from its
+    neighbours. For ``kernel="diffusion"`` the range is that of the reciprocals.
 
     Returns
     -------
@@ -40,7 +40,7 @@ def default_grid(t: np.ndarray, kernel: str = "t2") -> np.ndarray:
 
 
 def as_grid(grid: Any) -> np.ndarray:
-    """The grid that the argument ``grid`` stands for: an array, or (from, to, count)."""
+    """The values of the argument ``grid``, an array or (from, to, count)."""
     if isinstance(grid, tuple) and len(grid) == 3:
         try:
             start, stop, count = float(grid[0]), float(grid[1]), int(grid[2])

@@ -40,8 +40,8 @@ def _signature(export: Export) -> inspect.Signature:
     parameters = [inspect.Parameter("self", inspect.Parameter.POSITIONAL_OR_KEYWORD)]
     optional = False
     for argument in export.arguments:
-        # Python has no parameter without a default behind one that has it; what is
-        # missing there is told by the checks.
+        # Python allows no parameter without a default after one with a default; the
+        # checks report what is missing there.
         optional = optional or _may_be_left_out(argument)
         parameters.append(
             inspect.Parameter(
@@ -54,7 +54,7 @@ def _signature(export: Export) -> inspect.Signature:
 
 def _document(export: Export) -> str:
     kinds = {"i": "int32", "f": "float32", "d": "float64", "c": "text", "v": "address"}
-    lines = [f"The export ``{export.name}``; ``include/vorin.h`` tells what it does.", "",
+    lines = [f"The export ``{export.name}``; see ``include/vorin.h``.", "",
              "Parameters", "----------"]
     for argument in export.arguments:
         flow = {(True, False): "in", (False, True): "out", (True, True): "in and out"}[
@@ -213,15 +213,15 @@ class Library:
 
     Every export of ``include/vorin.h`` is a method under its own name with the arguments
     in the order of the header. Arrays are numpy arrays of exactly the type, shape and
-    storage order that the header states (matrices by columns: ``numpy.asfortranarray``);
-    they are handed over as they are. What an export only writes may be left out and is
-    then allocated. The call returns what was written: one thing as it is, several as a
-    named tuple; numbers as Python numbers, texts as ``str`` without the padding.
+    storage order that the header states (matrices column-major: ``numpy.asfortranarray``);
+    they are passed without a copy. Arguments that are only outputs may be omitted and are
+    then allocated. The call returns its outputs: one as it is, several as a named tuple;
+    numbers as Python numbers, texts as ``str`` without the padding.
 
     The library keeps its parameters and its log for the whole process: all instances of one
-    file share them, and one call at a time runs in any of them, others wait. For a sequence
-    of calls that belong together hold ``lock``. The functions of this package do not use
-    this library; they run on states of their own.
+    file share them, and only one call at a time runs in any of them. Hold ``lock`` around a
+    sequence of calls that belong together. The functions of this package do not use this
+    library: each of their jobs has its own state.
 
     Parameters
     ----------

@@ -9,9 +9,9 @@ from typing import Mapping, NamedTuple, Optional, Tuple, Type, Union
 import numpy as np
 import numpy.typing as npt
 
-Singles = npt.NDArray[np.float32]
-Doubles = npt.NDArray[np.float64]
-Integers = npt.NDArray[np.int32]
+Float32Array = npt.NDArray[np.float32]
+Float64Array = npt.NDArray[np.float64]
+Int32Array = npt.NDArray[np.int32]
 Text = Union[str, bytes]
 
 NO_LOG: str
@@ -19,67 +19,67 @@ TEXT_KEYS: Tuple[str, ...]
 
 
 class Vorin_s_result(NamedTuple):
-    F: Singles
+    F: Float32Array
     status: int
 
 class Voriny_s_result(NamedTuple):
-    W: Singles
-    F: Singles
-    FIT: Singles
+    W: Float32Array
+    F: Float32Array
+    FIT: Float32Array
     status: int
 
 class Vorin_d_result(NamedTuple):
-    F: Doubles
+    F: Float64Array
     status: int
 
 class vorin_s_cdecl_result(NamedTuple):
-    F: Singles
+    F: Float32Array
     status: int
 
 class VorinC_s_result(NamedTuple):
-    F: Singles
+    F: Float32Array
     status: int
 
 class VorinC2_s_result(NamedTuple):
-    F: Singles
+    F: Float32Array
     status: int
 
 class VorinC4_s_result(NamedTuple):
-    F: Singles
+    F: Float32Array
     status: int
 
 class VorinC5_s_result(NamedTuple):
-    F: Singles
+    F: Float32Array
     status: int
 
 class VorinyC_s_result(NamedTuple):
-    W: Singles
-    F: Singles
-    FIT: Singles
+    W: Float32Array
+    F: Float32Array
+    FIT: Float32Array
     status: int
 
 class VorinyC2_s_result(NamedTuple):
-    W: Singles
-    F: Singles
-    FIT: Singles
+    W: Float32Array
+    F: Float32Array
+    FIT: Float32Array
     status: int
 
 class VorinyC3_s_result(NamedTuple):
-    W: Singles
-    F: Singles
-    FIT: Singles
+    W: Float32Array
+    F: Float32Array
+    FIT: Float32Array
     status: int
 
 class VorinyC4_s_result(NamedTuple):
-    W: Singles
-    F: Singles
-    FIT: Singles
+    W: Float32Array
+    F: Float32Array
+    FIT: Float32Array
     status: int
 
 class VorinyC5_s_result(NamedTuple):
-    W: Singles
-    F: Singles
-    FIT: Singles
+    W: Float32Array
+    F: Float32Array
+    FIT: Float32Array
     status: int
 
 class vorinSQC99_result(NamedTuple):
@@ -120,26 +120,26 @@ class vorin_sqr_cdecl_result(NamedTuple):
     status: int
 
 class vrBRDw_sp_dll_result(NamedTuple):
-    f: Singles
+    f: Float32Array
     rss: float
     rssSlope: float
     status: int
 
 class vrBRDw_dp_dll_result(NamedTuple):
-    f: Doubles
+    f: Float64Array
     rss: float
     rssSlope: float
     status: int
 
 class vorinTarget2_sp_result(NamedTuple):
-    f: Singles
+    f: Float32Array
     w: float
     rss: float
     rssSlope: float
     status: int
 
 class vorinTarget2_dp_result(NamedTuple):
-    f: Doubles
+    f: Float64Array
     w: float
     rss: float
     rssSlope: float
@@ -147,84 +147,84 @@ class vorinTarget2_dp_result(NamedTuple):
 
 class VorinPruneZ_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    yPruned: Singles
-    tSum: Singles
-    binNorm: Singles
-    P: Singles
+    yPruned: Float32Array
+    tSum: Float32Array
+    binNorm: Float32Array
+    P: Float32Array
     status: int
 
 class VorinPrune_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    yPruned: Singles
-    tMean: Singles
-    kPruned: Singles
-    binNorm: Singles
-    P: Singles
+    yPruned: Float32Array
+    tMean: Float32Array
+    kPruned: Float32Array
+    binNorm: Float32Array
+    P: Float32Array
     status: int
 
 class VorinPrune2_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    yPruned: Singles
-    tMean: Singles
-    kPruned: Singles
-    binNorm: Singles
-    P: Singles
+    yPruned: Float32Array
+    tMean: Float32Array
+    kPruned: Float32Array
+    binNorm: Float32Array
+    P: Float32Array
     status: int
 
 class VorinCompSVD_s_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    Kc: Singles
-    dc: Singles
+    Kc: Float32Array
+    dc: Float32Array
     status: int
 
 class VorinCompSVD2_s_result(NamedTuple):
-    K: Singles
+    K: Float32Array
     count: int  # type: ignore[assignment]
-    Kc: Singles
-    dc: Singles
-    V: Singles
-    S: Singles
+    Kc: Float32Array
+    dc: Float32Array
+    V: Float32Array
+    S: Float32Array
     status: int
 
 class VorinCompSVD3_s_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    Kc: Singles
-    dc: Singles
-    scratch: Singles
+    Kc: Float32Array
+    dc: Float32Array
+    scratch: Float32Array
     status: int
 
 class VorinCompSVD3z_s_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    Kc: Singles
-    dc: Singles
-    U: Singles
-    VT: Singles
-    S: Singles
+    Kc: Float32Array
+    dc: Float32Array
+    U: Float32Array
+    VT: Float32Array
+    S: Float32Array
     status: int
 
 class VorinComp_s_result(NamedTuple):
     count: int  # type: ignore[assignment]
-    Yout: Singles
-    Kout: Singles
+    Yout: Float32Array
+    Kout: Float32Array
     status: int
 
 class debug2_sp_result(NamedTuple):
-    f: Singles
+    f: Float32Array
     w: float
     rss: float
     rssSlope: float
     status: int
 
 class debug2_dp_result(NamedTuple):
-    f: Doubles
+    f: Float64Array
     w: float
     rss: float
     rssSlope: float
     status: int
 
 class VorinSEROL_result(NamedTuple):
-    x: Singles
-    flags: Singles
+    x: Float32Array
+    flags: Float32Array
     nGood: int
     nBad: int
     status: int
@@ -234,19 +234,19 @@ class CHGetFormat_dp_result(NamedTuple):
     status: int
 
 class plsN_dll_result(NamedTuple):
-    x: Doubles
+    x: Float64Array
     status: int
 
 class plsB_dll_result(NamedTuple):
-    x: Doubles
+    x: Float64Array
     status: int
 
 class plsReg_DLL_result(NamedTuple):
-    x: Doubles
+    x: Float64Array
     status: int
 
 class LUReg_DLL_result(NamedTuple):
-    x: Doubles
+    x: Float64Array
     status: int
 
 
@@ -264,130 +264,130 @@ class Library:
     def Vorin_s(self,
                 nf: int,
                 ng: int,
-                K: Singles,
-                Y: Singles,
-                F: Optional[Singles] = ...,
-                status: Optional[Integers] = ...) -> Vorin_s_result: ...
+                K: Float32Array,
+                Y: Float32Array,
+                F: Optional[Float32Array] = ...,
+                status: Optional[Int32Array] = ...) -> Vorin_s_result: ...
     def Voriny_s(self,
                  nf: int,
                  ng: int,
                  nfAddress: Optional[int] = ...,
                  ngAddress: Optional[int] = ...,
-                 K: Optional[Singles] = ...,
-                 T: Optional[Singles] = ...,
-                 Y: Optional[Singles] = ...,
-                 W: Optional[Singles] = ...,
-                 G: Optional[Singles] = ...,
-                 F: Optional[Singles] = ...,
-                 FIT: Optional[Singles] = ...,
-                 status: Optional[Integers] = ...) -> Voriny_s_result: ...
+                 K: Optional[Float32Array] = ...,
+                 T: Optional[Float32Array] = ...,
+                 Y: Optional[Float32Array] = ...,
+                 W: Optional[Float32Array] = ...,
+                 G: Optional[Float32Array] = ...,
+                 F: Optional[Float32Array] = ...,
+                 FIT: Optional[Float32Array] = ...,
+                 status: Optional[Int32Array] = ...) -> Voriny_s_result: ...
     def Vorin_d(self,
                 nf: int,
                 ng: int,
-                K: Doubles,
-                Y: Doubles,
-                F: Optional[Doubles] = ...,
-                status: Optional[Integers] = ...) -> Vorin_d_result: ...
+                K: Float64Array,
+                Y: Float64Array,
+                F: Optional[Float64Array] = ...,
+                status: Optional[Int32Array] = ...) -> Vorin_d_result: ...
     def vorin_s_cdecl(self,
                       nf: int,
                       ng: int,
-                      K: Singles,
-                      Y: Singles,
-                      F: Optional[Singles] = ...,
-                      status: Optional[Integers] = ...) -> vorin_s_cdecl_result: ...
+                      K: Float32Array,
+                      Y: Float32Array,
+                      F: Optional[Float32Array] = ...,
+                      status: Optional[Int32Array] = ...) -> vorin_s_cdecl_result: ...
     def VorinC_s(self,
                  nf: int,
                  ng: int,
-                 K: Singles,
-                 Y: Singles,
-                 F: Optional[Singles] = ...,
-                 status: Optional[Integers] = ...) -> VorinC_s_result: ...
+                 K: Float32Array,
+                 Y: Float32Array,
+                 F: Optional[Float32Array] = ...,
+                 status: Optional[Int32Array] = ...) -> VorinC_s_result: ...
     def VorinC2_s(self,
                   nf: int,
                   ng: int,
-                  K: Singles,
-                  Y: Singles,
-                  F: Optional[Singles] = ...,
-                  status: Optional[Integers] = ...) -> VorinC2_s_result: ...
+                  K: Float32Array,
+                  Y: Float32Array,
+                  F: Optional[Float32Array] = ...,
+                  status: Optional[Int32Array] = ...) -> VorinC2_s_result: ...
     def VorinC4_s(self,
                   nf: int,
                   ng: int,
-                  K: Singles,
-                  Y: Singles,
-                  F: Optional[Singles] = ...,
-                  status: Optional[Integers] = ...) -> VorinC4_s_result: ...
+                  K: Float32Array,
+                  Y: Float32Array,
+                  F: Optional[Float32Array] = ...,
+                  status: Optional[Int32Array] = ...) -> VorinC4_s_result: ...
     def VorinC5_s(self,
                   nf: int,
                   ng: int,
-                  K: Singles,
-                  Y: Singles,
-                  F: Optional[Singles] = ...,
-                  status: Optional[Integers] = ...) -> VorinC5_s_result: ...
+                  K: Float32Array,
+                  Y: Float32Array,
+                  F: Optional[Float32Array] = ...,
+                  status: Optional[Int32Array] = ...) -> VorinC5_s_result: ...
     def VorinyC_s(self,
                   nf: int,
                   ng: int,
                   nfAddress: Optional[int] = ...,
                   ngAddress: Optional[int] = ...,
-                  K: Optional[Singles] = ...,
-                  T: Optional[Singles] = ...,
-                  Y: Optional[Singles] = ...,
-                  W: Optional[Singles] = ...,
-                  G: Optional[Singles] = ...,
-                  F: Optional[Singles] = ...,
-                  FIT: Optional[Singles] = ...,
-                  status: Optional[Integers] = ...) -> VorinyC_s_result: ...
+                  K: Optional[Float32Array] = ...,
+                  T: Optional[Float32Array] = ...,
+                  Y: Optional[Float32Array] = ...,
+                  W: Optional[Float32Array] = ...,
+                  G: Optional[Float32Array] = ...,
+                  F: Optional[Float32Array] = ...,
+                  FIT: Optional[Float32Array] = ...,
+                  status: Optional[Int32Array] = ...) -> VorinyC_s_result: ...
     def VorinyC2_s(self,
                    nf: int,
                    ng: int,
                    nfAddress: Optional[int] = ...,
                    ngAddress: Optional[int] = ...,
-                   K: Optional[Singles] = ...,
-                   T: Optional[Singles] = ...,
-                   Y: Optional[Singles] = ...,
-                   W: Optional[Singles] = ...,
-                   G: Optional[Singles] = ...,
-                   F: Optional[Singles] = ...,
-                   FIT: Optional[Singles] = ...,
-                   status: Optional[Integers] = ...) -> VorinyC2_s_result: ...
+                   K: Optional[Float32Array] = ...,
+                   T: Optional[Float32Array] = ...,
+                   Y: Optional[Float32Array] = ...,
+                   W: Optional[Float32Array] = ...,
+                   G: Optional[Float32Array] = ...,
+                   F: Optional[Float32Array] = ...,
+                   FIT: Optional[Float32Array] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinyC2_s_result: ...
     def VorinyC3_s(self,
                    nf: int,
                    ng: int,
                    nfAddress: Optional[int] = ...,
                    ngAddress: Optional[int] = ...,
-                   K: Optional[Singles] = ...,
-                   T: Optional[Singles] = ...,
-                   Y: Optional[Singles] = ...,
-                   W: Optional[Singles] = ...,
-                   G: Optional[Singles] = ...,
-                   F: Optional[Singles] = ...,
-                   FIT: Optional[Singles] = ...,
-                   status: Optional[Integers] = ...) -> VorinyC3_s_result: ...
+                   K: Optional[Float32Array] = ...,
+                   T: Optional[Float32Array] = ...,
+                   Y: Optional[Float32Array] = ...,
+                   W: Optional[Float32Array] = ...,
+                   G: Optional[Float32Array] = ...,
+                   F: Optional[Float32Array] = ...,
+                   FIT: Optional[Float32Array] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinyC3_s_result: ...
     def VorinyC4_s(self,
                    nf: int,
                    ng: int,
                    nfAddress: Optional[int] = ...,
                    ngAddress: Optional[int] = ...,
-                   K: Optional[Singles] = ...,
-                   T: Optional[Singles] = ...,
-                   Y: Optional[Singles] = ...,
-                   W: Optional[Singles] = ...,
-                   G: Optional[Singles] = ...,
-                   F: Optional[Singles] = ...,
-                   FIT: Optional[Singles] = ...,
-                   status: Optional[Integers] = ...) -> VorinyC4_s_result: ...
+                   K: Optional[Float32Array] = ...,
+                   T: Optional[Float32Array] = ...,
+                   Y: Optional[Float32Array] = ...,
+                   W: Optional[Float32Array] = ...,
+                   G: Optional[Float32Array] = ...,
+                   F: Optional[Float32Array] = ...,
+                   FIT: Optional[Float32Array] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinyC4_s_result: ...
     def VorinyC5_s(self,
                    nf: int,
                    ng: int,
                    nfAddress: Optional[int] = ...,
                    ngAddress: Optional[int] = ...,
-                   K: Optional[Singles] = ...,
-                   T: Optional[Singles] = ...,
-                   Y: Optional[Singles] = ...,
-                   W: Optional[Singles] = ...,
-                   G: Optional[Singles] = ...,
-                   F: Optional[Singles] = ...,
-                   FIT: Optional[Singles] = ...,
-                   status: Optional[Integers] = ...) -> VorinyC5_s_result: ...
+                   K: Optional[Float32Array] = ...,
+                   T: Optional[Float32Array] = ...,
+                   Y: Optional[Float32Array] = ...,
+                   W: Optional[Float32Array] = ...,
+                   G: Optional[Float32Array] = ...,
+                   F: Optional[Float32Array] = ...,
+                   FIT: Optional[Float32Array] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinyC5_s_result: ...
     def sum(self,
             a: int,
             b: int) -> int: ...
@@ -400,185 +400,185 @@ class Library:
     def sadd_i4b_dll(self,
                      a: int,
                      b: int,
-                     result: Optional[Integers] = ...) -> int: ...
+                     result: Optional[Int32Array] = ...) -> int: ...
     def sadd_dp_dll(self,
                     a: float,
                     b: float,
-                    result: Optional[Doubles] = ...) -> float: ...
+                    result: Optional[Float64Array] = ...) -> float: ...
     def vorinSQC99(self,
                    mode: Text,
                    key: Text,
                    text: Optional[Union[Text, bytearray]] = ...,
                    len: Optional[int] = ...,
-                   value: Optional[Union[float, Singles]] = ...,
-                   status: Optional[Integers] = ...) -> vorinSQC99_result: ...
+                   value: Optional[Union[float, Float32Array]] = ...,
+                   status: Optional[Int32Array] = ...) -> vorinSQC99_result: ...
     def VorinSQR(self,
                  mode: Text,
                  key: Text,
-                 value: Optional[Union[float, Singles]] = ...,
-                 status: Optional[Integers] = ...) -> VorinSQR_result: ...
+                 value: Optional[Union[float, Float32Array]] = ...,
+                 status: Optional[Int32Array] = ...) -> VorinSQR_result: ...
     def VorinSQR_s(self,
                    mode: Text,
                    key: Text,
-                   value: Optional[Union[float, Singles]] = ...,
-                   status: Optional[Integers] = ...) -> VorinSQR_s_result: ...
+                   value: Optional[Union[float, Float32Array]] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinSQR_s_result: ...
     def VorinSQR_d(self,
                    mode: Text,
                    key: Text,
-                   value: Optional[Union[float, Singles]] = ...,
-                   status: Optional[Integers] = ...) -> VorinSQR_d_result: ...
+                   value: Optional[Union[float, Float32Array]] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinSQR_d_result: ...
     def VorinSQI(self,
                  mode: Text,
                  key: Text,
-                 value: Optional[Union[int, Integers]] = ...,
-                 status: Optional[Integers] = ...) -> VorinSQI_result: ...
+                 value: Optional[Union[int, Int32Array]] = ...,
+                 status: Optional[Int32Array] = ...) -> VorinSQI_result: ...
     def VorinSQC(self,
                  mode: Text,
                  key: Text,
                  text: Optional[Union[Text, bytearray]] = ...,
                  len: Optional[int] = ...,
-                 status: Optional[Integers] = ...) -> VorinSQC_result: ...
+                 status: Optional[Int32Array] = ...) -> VorinSQC_result: ...
     def VorinSQC2(self,
                   mode: Text,
                   key: Text,
                   text: Optional[Union[Text, bytearray]] = ...,
-                  status: Optional[Integers] = ...) -> VorinSQC2_result: ...
+                  status: Optional[Int32Array] = ...) -> VorinSQC2_result: ...
     def vorin_sqc_cdecl(self,
                         mode: Text,
                         key: Text,
                         text: Optional[Union[Text, bytearray]] = ...,
                         len: Optional[int] = ...,
-                        status: Optional[Integers] = ...) -> vorin_sqc_cdecl_result: ...
+                        status: Optional[Int32Array] = ...) -> vorin_sqc_cdecl_result: ...
     def vorin_sqr_cdecl(self,
                         mode: Text,
                         key: Text,
-                        value: Optional[Union[float, Singles]] = ...,
-                        status: Optional[Integers] = ...) -> vorin_sqr_cdecl_result: ...
+                        value: Optional[Union[float, Float32Array]] = ...,
+                        status: Optional[Int32Array] = ...) -> vorin_sqr_cdecl_result: ...
     def vrBRDw_sp_dll(self,
                       m: int,
                       n: int,
-                      K: Singles,
-                      d: Singles,
-                      f: Optional[Singles] = ...,
+                      K: Float32Array,
+                      d: Float32Array,
+                      f: Optional[Float32Array] = ...,
                       weight: Optional[float] = ...,
-                      rss: Optional[Singles] = ...,
-                      rssSlope: Optional[Singles] = ...,
-                      status: Optional[Integers] = ...) -> vrBRDw_sp_dll_result: ...
+                      rss: Optional[Float32Array] = ...,
+                      rssSlope: Optional[Float32Array] = ...,
+                      status: Optional[Int32Array] = ...) -> vrBRDw_sp_dll_result: ...
     def vrBRDw_dp_dll(self,
                       m: int,
                       n: int,
-                      K: Doubles,
-                      d: Doubles,
-                      f: Optional[Doubles] = ...,
+                      K: Float64Array,
+                      d: Float64Array,
+                      f: Optional[Float64Array] = ...,
                       weight: Optional[float] = ...,
-                      rss: Optional[Doubles] = ...,
-                      rssSlope: Optional[Doubles] = ...,
-                      status: Optional[Integers] = ...) -> vrBRDw_dp_dll_result: ...
+                      rss: Optional[Float64Array] = ...,
+                      rssSlope: Optional[Float64Array] = ...,
+                      status: Optional[Int32Array] = ...) -> vrBRDw_dp_dll_result: ...
     def vorinTarget2_sp(self,
                         m: int,
                         n: int,
-                        K: Singles,
-                        d: Singles,
-                        f: Optional[Singles] = ...,
-                        w: Optional[Singles] = ...,
-                        rss: Optional[Singles] = ...,
-                        rssSlope: Optional[Singles] = ...,
-                        status: Optional[Integers] = ...) -> vorinTarget2_sp_result: ...
+                        K: Float32Array,
+                        d: Float32Array,
+                        f: Optional[Float32Array] = ...,
+                        w: Optional[Float32Array] = ...,
+                        rss: Optional[Float32Array] = ...,
+                        rssSlope: Optional[Float32Array] = ...,
+                        status: Optional[Int32Array] = ...) -> vorinTarget2_sp_result: ...
     def vorinTarget2_dp(self,
                         m: int,
                         n: int,
-                        K: Doubles,
-                        d: Doubles,
-                        f: Optional[Doubles] = ...,
-                        w: Optional[Doubles] = ...,
-                        rss: Optional[Doubles] = ...,
-                        rssSlope: Optional[Doubles] = ...,
-                        status: Optional[Integers] = ...) -> vorinTarget2_dp_result: ...
+                        K: Float64Array,
+                        d: Float64Array,
+                        f: Optional[Float64Array] = ...,
+                        w: Optional[Float64Array] = ...,
+                        rss: Optional[Float64Array] = ...,
+                        rssSlope: Optional[Float64Array] = ...,
+                        status: Optional[Int32Array] = ...) -> vorinTarget2_dp_result: ...
     def VorinPruneZ(self,
                     nPoints: int,
                     ldPoints: int,
                     maxBins: int,
-                    y: Singles,
-                    t: Singles,
-                    scale: Singles,
+                    y: Float32Array,
+                    t: Float32Array,
+                    scale: Float32Array,
                     prLo: int,
                     prHi: int,
                     target: int,
                     mode: int,
-                    count: Optional[Integers] = ...,
-                    yPruned: Optional[Singles] = ...,
-                    tSum: Optional[Singles] = ...,
-                    binNorm: Optional[Singles] = ...,
-                    P: Optional[Singles] = ...,
-                    status: Optional[Integers] = ...) -> VorinPruneZ_result: ...
+                    count: Optional[Int32Array] = ...,
+                    yPruned: Optional[Float32Array] = ...,
+                    tSum: Optional[Float32Array] = ...,
+                    binNorm: Optional[Float32Array] = ...,
+                    P: Optional[Float32Array] = ...,
+                    status: Optional[Int32Array] = ...) -> VorinPruneZ_result: ...
     def VorinPrune(self,
                    nCols: int,
                    nPoints: int,
                    ldPoints: int,
                    maxBins: int,
-                   y: Singles,
-                   t: Singles,
-                   k: Singles,
-                   scale: Singles,
+                   y: Float32Array,
+                   t: Float32Array,
+                   k: Float32Array,
+                   scale: Float32Array,
                    prLo: int,
                    prHi: int,
                    target: int,
                    mode: int,
-                   count: Optional[Integers] = ...,
-                   yPruned: Optional[Singles] = ...,
-                   tMean: Optional[Singles] = ...,
-                   kPruned: Optional[Singles] = ...,
-                   binNorm: Optional[Singles] = ...,
-                   P: Optional[Singles] = ...,
-                   status: Optional[Integers] = ...) -> VorinPrune_result: ...
+                   count: Optional[Int32Array] = ...,
+                   yPruned: Optional[Float32Array] = ...,
+                   tMean: Optional[Float32Array] = ...,
+                   kPruned: Optional[Float32Array] = ...,
+                   binNorm: Optional[Float32Array] = ...,
+                   P: Optional[Float32Array] = ...,
+                   status: Optional[Int32Array] = ...) -> VorinPrune_result: ...
     def VorinPrune2(self,
                     nCols: int,
                     nPoints: int,
                     ldPoints: int,
                     maxBins: int,
-                    y: Singles,
-                    t: Singles,
-                    k: Singles,
-                    scale: Singles,
+                    y: Float32Array,
+                    t: Float32Array,
+                    k: Float32Array,
+                    scale: Float32Array,
                     prLo: int,
                     prHi: int,
                     target: int,
                     mode: int,
-                    count: Optional[Union[int, Integers]] = ...,
-                    yPruned: Optional[Singles] = ...,
-                    tMean: Optional[Singles] = ...,
-                    kPruned: Optional[Singles] = ...,
-                    binNorm: Optional[Singles] = ...,
-                    P: Optional[Singles] = ...,
-                    status: Optional[Integers] = ...) -> VorinPrune2_result: ...
+                    count: Optional[Union[int, Int32Array]] = ...,
+                    yPruned: Optional[Float32Array] = ...,
+                    tMean: Optional[Float32Array] = ...,
+                    kPruned: Optional[Float32Array] = ...,
+                    binNorm: Optional[Float32Array] = ...,
+                    P: Optional[Float32Array] = ...,
+                    status: Optional[Int32Array] = ...) -> VorinPrune2_result: ...
     def VorinCompSVD_s(self,
                        m: int,
                        n: int,
                        ldK: int,
                        ldC: int,
-                       K: Singles,
-                       d: Singles,
+                       K: Float32Array,
+                       d: Float32Array,
                        SVDT: float,
                        SVDN: int,
-                       count: Optional[Integers] = ...,
-                       Kc: Optional[Singles] = ...,
-                       dc: Optional[Singles] = ...,
-                       status: Optional[Integers] = ...) -> VorinCompSVD_s_result: ...
+                       count: Optional[Int32Array] = ...,
+                       Kc: Optional[Float32Array] = ...,
+                       dc: Optional[Float32Array] = ...,
+                       status: Optional[Int32Array] = ...) -> VorinCompSVD_s_result: ...
     def VorinCompSVD2_s(self,
                         m: int,
                         n: int,
                         ldK: int,
                         ldC: int,
-                        K: Optional[Singles] = ...,
-                        d: Optional[Singles] = ...,
+                        K: Optional[Float32Array] = ...,
+                        d: Optional[Float32Array] = ...,
                         SVDT: Optional[float] = ...,
                         SVDN: Optional[int] = ...,
-                        count: Optional[Integers] = ...,
-                        Kc: Optional[Singles] = ...,
-                        dc: Optional[Singles] = ...,
-                        V: Optional[Singles] = ...,
-                        S: Optional[Singles] = ...,
-                        status: Optional[Integers] = ...) -> VorinCompSVD2_s_result: ...
+                        count: Optional[Int32Array] = ...,
+                        Kc: Optional[Float32Array] = ...,
+                        dc: Optional[Float32Array] = ...,
+                        V: Optional[Float32Array] = ...,
+                        S: Optional[Float32Array] = ...,
+                        status: Optional[Int32Array] = ...) -> VorinCompSVD2_s_result: ...
     def VorinCompSVD3_s(self,
                         mode: int,
                         scratchLen: int,
@@ -586,97 +586,97 @@ class Library:
                         n: int,
                         ldK: int,
                         ldC: int,
-                        K: Singles,
-                        d: Singles,
+                        K: Float32Array,
+                        d: Float32Array,
                         SVDT: float,
                         SVDN: int,
-                        count: Optional[Integers] = ...,
-                        Kc: Optional[Singles] = ...,
-                        dc: Optional[Singles] = ...,
-                        scratch: Optional[Singles] = ...,
-                        status: Optional[Union[int, Integers]] = ...) -> VorinCompSVD3_s_result: ...
+                        count: Optional[Int32Array] = ...,
+                        Kc: Optional[Float32Array] = ...,
+                        dc: Optional[Float32Array] = ...,
+                        scratch: Optional[Float32Array] = ...,
+                        status: Optional[Union[int, Int32Array]] = ...) -> VorinCompSVD3_s_result: ...
     def VorinCompSVD3z_s(self,
                          mode: int,
                          m: int,
                          n: int,
                          ldK: int,
                          ldC: int,
-                         K: Singles,
-                         d: Singles,
+                         K: Float32Array,
+                         d: Float32Array,
                          SVDT: float,
                          SVDN: int,
-                         count: Optional[Integers] = ...,
-                         Kc: Optional[Singles] = ...,
-                         dc: Optional[Singles] = ...,
-                         U: Optional[Singles] = ...,
-                         VT: Optional[Singles] = ...,
-                         S: Optional[Singles] = ...,
-                         status: Optional[Union[int, Integers]] = ...) -> VorinCompSVD3z_s_result: ...
+                         count: Optional[Int32Array] = ...,
+                         Kc: Optional[Float32Array] = ...,
+                         dc: Optional[Float32Array] = ...,
+                         U: Optional[Float32Array] = ...,
+                         VT: Optional[Float32Array] = ...,
+                         S: Optional[Float32Array] = ...,
+                         status: Optional[Union[int, Int32Array]] = ...) -> VorinCompSVD3z_s_result: ...
     def VorinComp_s(self,
                     n: int,
                     nf: int,
                     ldK: int,
                     cap: int,
-                    Y: Singles,
-                    T: Singles,
-                    K: Singles,
-                    W: Singles,
+                    Y: Float32Array,
+                    T: Float32Array,
+                    K: Float32Array,
+                    W: Float32Array,
                     first: int,
                     last: int,
                     want: int,
                     pmode: int,
                     SVDT: float,
                     SVDN: int,
-                    count: Optional[Union[int, Integers]] = ...,
-                    Yout: Optional[Singles] = ...,
-                    Kout: Optional[Singles] = ...,
-                    status: Optional[Union[int, Integers]] = ...) -> VorinComp_s_result: ...
+                    count: Optional[Union[int, Int32Array]] = ...,
+                    Yout: Optional[Float32Array] = ...,
+                    Kout: Optional[Float32Array] = ...,
+                    status: Optional[Union[int, Int32Array]] = ...) -> VorinComp_s_result: ...
     def debug2_sp(self,
                   m: int,
                   n: int,
-                  K: Singles,
-                  d: Singles,
-                  f: Optional[Singles] = ...,
-                  w: Optional[Union[float, Singles]] = ...,
-                  rss: Optional[Singles] = ...,
-                  rssSlope: Optional[Singles] = ...,
-                  status: Optional[Integers] = ...) -> debug2_sp_result: ...
+                  K: Float32Array,
+                  d: Float32Array,
+                  f: Optional[Float32Array] = ...,
+                  w: Optional[Union[float, Float32Array]] = ...,
+                  rss: Optional[Float32Array] = ...,
+                  rssSlope: Optional[Float32Array] = ...,
+                  status: Optional[Int32Array] = ...) -> debug2_sp_result: ...
     def debug2_dp(self,
                   m: int,
                   n: int,
-                  K: Doubles,
-                  d: Doubles,
-                  f: Optional[Doubles] = ...,
-                  w: Optional[Union[float, Doubles]] = ...,
-                  rss: Optional[Doubles] = ...,
-                  rssSlope: Optional[Doubles] = ...,
-                  status: Optional[Integers] = ...) -> debug2_dp_result: ...
+                  K: Float64Array,
+                  d: Float64Array,
+                  f: Optional[Float64Array] = ...,
+                  w: Optional[Union[float, Float64Array]] = ...,
+                  rss: Optional[Float64Array] = ...,
+                  rssSlope: Optional[Float64Array] = ...,
+                  status: Optional[Int32Array] = ...) -> debug2_dp_result: ...
     def VorinSEDiff(self,
                     order: int,
                     count: int,
-                    x: Singles) -> float: ...
+                    x: Float32Array) -> float: ...
     def VorinSEROL(self,
                    thresh: float,
                    ridge: float,
                    lda: int,
                    m: int,
                    n: int,
-                   K: Singles,
-                   y: Singles,
-                   W: Singles,
-                   x: Optional[Singles] = ...,
-                   flags: Optional[Singles] = ...,
-                   nGood: Optional[Integers] = ...,
-                   nBad: Optional[Integers] = ...,
+                   K: Float32Array,
+                   y: Float32Array,
+                   W: Float32Array,
+                   x: Optional[Float32Array] = ...,
+                   flags: Optional[Float32Array] = ...,
+                   nGood: Optional[Int32Array] = ...,
+                   nBad: Optional[Int32Array] = ...,
                    spare: Optional[object] = ...,
-                   status: Optional[Integers] = ...) -> VorinSEROL_result: ...
+                   status: Optional[Int32Array] = ...) -> VorinSEROL_result: ...
     def CHGetFormat_dp(self,
-                       values: Doubles,
+                       values: Float64Array,
                        count: int,
                        w: int,
                        text: Optional[Union[Text, bytearray]] = ...,
                        len: Optional[int] = ...,
-                       status: Optional[Integers] = ...) -> CHGetFormat_dp_result: ...
+                       status: Optional[Int32Array] = ...) -> CHGetFormat_dp_result: ...
     def CHToString_dp(self,
                       text: Optional[Union[Text, bytearray]] = ...,
                       value: Optional[float] = ...,
@@ -695,35 +695,35 @@ class Library:
                        value: Optional[int] = ...,
                        len: Optional[int] = ...) -> str: ...
     def plsN_dll(self,
-                 A: Doubles,
+                 A: Float64Array,
                  m: int,
                  n: int,
-                 b: Doubles,
-                 x: Optional[Doubles] = ...,
-                 status: Optional[Integers] = ...) -> plsN_dll_result: ...
+                 b: Float64Array,
+                 x: Optional[Float64Array] = ...,
+                 status: Optional[Int32Array] = ...) -> plsN_dll_result: ...
     def plsB_dll(self,
-                 A: Doubles,
+                 A: Float64Array,
                  m: int,
                  n: int,
-                 b: Doubles,
-                 x: Optional[Doubles] = ...,
+                 b: Float64Array,
+                 x: Optional[Float64Array] = ...,
                  itmax: Optional[int] = ...,
-                 status: Optional[Integers] = ...) -> plsB_dll_result: ...
+                 status: Optional[Int32Array] = ...) -> plsB_dll_result: ...
     def plsReg_DLL(self,
-                   X: Doubles,
+                   X: Float64Array,
                    m: int,
                    n: int,
-                   y: Doubles,
-                   x: Optional[Doubles] = ...,
-                   lambda_: Optional[Doubles] = ...,
+                   y: Float64Array,
+                   x: Optional[Float64Array] = ...,
+                   lambda_: Optional[Float64Array] = ...,
                    K: Optional[int] = ...,
-                   status: Optional[Integers] = ...) -> plsReg_DLL_result: ...
+                   status: Optional[Int32Array] = ...) -> plsReg_DLL_result: ...
     def LUReg_DLL(self,
-                  X: Doubles,
+                  X: Float64Array,
                   m: int,
                   n: int,
-                  y: Doubles,
-                  x: Optional[Doubles] = ...,
-                  lambda_: Optional[Doubles] = ...,
+                  y: Float64Array,
+                  x: Optional[Float64Array] = ...,
+                  lambda_: Optional[Float64Array] = ...,
                   K: Optional[int] = ...,
-                  status: Optional[Integers] = ...) -> LUReg_DLL_result: ...
+                  status: Optional[Int32Array] = ...) -> LUReg_DLL_result: ...

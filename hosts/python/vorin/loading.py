@@ -1,4 +1,5 @@
-"""Finding the shared libraries: the toolkit, and the numerical library for raw calls."""
+"""Finds the shared libraries (the toolkit, and the numerical library for raw calls) and the
+command."""
 
 from __future__ import annotations
 
@@ -6,8 +7,9 @@ import _ctypes
 import ctypes
 import functools
 import os
+import shutil
 from pathlib import Path
-from typing import Iterator, NamedTuple, Optional, Tuple, Union
+from typing import Dict, Iterator, Mapping, NamedTuple, Optional, Tuple, Union
 
 from .errors import LibraryNotFound
 
@@ -23,15 +25,25 @@ NUMERICAL = _Product(("libVorin01056.so", "libVorin01056.so.10"), "VORIN_LIBRARY
 TOOLKIT = _Product(("libvorin_toolkit.so", "libvorin_toolkit.so.1"), "VORIN_TOOLKIT")
 
 
+_PACKAGE = Path(__file__).resolve().parent
+_RUNTIME = "runtime"  #: a wheel's folder of the command and the Fortran run-time libraries
+
+
+def _source_tree() -> Optional[Path]:
+    """The source tree, when this package is its hosts/python/vorin."""
+    if len(_PACKAGE.parents) > 2 and (_PACKAGE.parents[2] / "include" / "vorin.h").is_file():
+        return _PACKAGE.parents[2]
+    return None
+
+
 def _candidates(product: _Product) -> Iterator[Path]:
     other = os.environ.get((TOOLKIT if product is NUMERICAL else NUMERICAL).variable)
     if other:
         yield from (Path(other).parent / name for name in product.names)
-    package = Path(__file__).resolve().parent
-    yield from (package / name for name in product.names)
-    # hosts/python/vorin in the source tree, whose libraries are in build/
-    if len(package.parents) > 2 and (package.parents[2] / "include" / "vorin.h").is_file():
-        yield package.parents[2] / "build" / product.names[0]
+    yield from (_PACKAGE / name for name in product.names)
+    tree = _source_tree()
+    if tree is not None:
+        yield tree / "build" / product.names[0]
 
 
 @functools.lru_cache(maxsize=None)
@@ -109,9 +121,57 @@ def find_toolkit(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
     return _find(TOOLKIT, path)
 
 
+def find_program() -> Path:
+    """The file of the command ``vorin``, which ``python -m vorin`` runs.
+
+    It is searched in the folder of this package, in ``build/`` of the source tree that
+    contains the package, and on the search path of the shell.
+
+    Raises
+    ------
+    LibraryNotFound
+        When it is in none of these places.
+    """
+    places = [_PACKAGE / _RUNTIME / "vorin"]
+    tree = _source_tree()
+    if tree is not None:
+        places.append(tree / "build" / "release" / "bin" / "vorin")
+    for place in places:
+        if place.is_file():
+            return place
+    found = shutil.which("vorin")
+    if found is None:
+        raise LibraryNotFound("the command vorin is not in this package, not in build/ of the "
+                              "source tree and not on the search path of the shell; build it by "
+                              "script/test, or install the Debian package")
+    return Path(found)
+
+
+def with_runtime(environment: Mapping[str, str]) -> Dict[str, str]:
+    """``environment`` in which a program finds the run-time libraries of a wheel."""
+    result = dict(environment)
+    if (_PACKAGE / _RUNTIME).is_dir():
+        before = result.get("LD_LIBRARY_PATH")
+        result["LD_LIBRARY_PATH"] = os.pathsep.join(
+            [str(_PACKAGE / _RUNTIME), *([before] if before else [])])
+    return result
+
+
+@functools.lru_cache(maxsize=None)
+def _load_runtime() -> None:
+    """Loads the Fortran run-time libraries that a wheel contains, for systems without them."""
+    for name in ("libquadmath.so.0", "libgfortran.so.5"):
+        if (_PACKAGE / _RUNTIME / name).is_file():
+            try:
+                ctypes.CDLL(name)  # that of the system, where there is one
+            except OSError:
+                ctypes.CDLL(str(_PACKAGE / _RUNTIME / name))
+
+
 def load(path: Path) -> ctypes.CDLL:
     """Loads a shared library. All users of the same file share its state."""
     try:
+        _load_runtime()
         return ctypes.CDLL(str(path))
     except OSError as error:
         raise LibraryNotFound(f"{path}: it can't be loaded ({error}); give the file of a library "

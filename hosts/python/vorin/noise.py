@@ -43,7 +43,7 @@ def difference_noise(t: Any, y: Any) -> Optional[float]:
     times, amplitudes = real_array("t", t), real_array("y", y)
     if times.size != amplitudes.size:
         raise InputValueError(f"y has {amplitudes.size} samples and t has {times.size}; each "
-                              "sample wants its time")
+                              "sample needs a time")
     noise = ctypes.c_double()
     call("vorin_difference_noise", address(times), address(amplitudes), times.size,
          ctypes.byref(noise))

@@ -1,4 +1,4 @@
-"""Reading decays as instruments and spreadsheets leave them."""
+"""Reads decays from the text files of instruments and spreadsheets."""
 
 from __future__ import annotations
 
@@ -15,10 +15,10 @@ def read(path: Union[str, "os.PathLike[str]"], *, columns: Optional[str] = None,
          time_unit: Optional[str] = None, kernel: str = "t2") -> Tuple[np.ndarray, np.ndarray]:
     """The decay in a text file of columns, as the command reads it.
 
-    Time in s and amplitude stand in two columns; which, ``columns`` says where there are
+    Two columns hold time in s and amplitude; ``columns`` selects them where there are
     more. Comma, semicolon, tab or blanks separate the fields, decimals take a point or,
-    where no comma separates, a comma. Lines that begin with ``#`` and empty lines are passed
-    over, and one header line of words may come first.
+    where no comma separates, a comma. Lines that begin with ``#`` and empty lines are
+    ignored, and one header line of words may come first.
 
     Parameters
     ----------
