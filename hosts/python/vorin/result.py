@@ -10,6 +10,7 @@ import numpy as np
 
 from . import measures
 from .bootstrapping import Bootstrap, bootstrap
+from .display import result_html
 from .measures import Peak
 from .toolkit import Fields
 
@@ -148,6 +149,10 @@ class Result:
         return (f"<vorin.Result {self.kernel}, {self.t.size} samples, {self.grid.size} grid "
                 f"values: log mean {self.log_mean:.4g}, weight {self.weight:.4g}, "
                 f"{self.status_text}>")
+
+    def _repr_html_(self) -> str:
+        """A small picture and a table, which a notebook shows for the name of a result."""
+        return result_html(self)
 
     @property
     def residual(self) -> np.ndarray:
