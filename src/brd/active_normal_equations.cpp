@@ -12,10 +12,13 @@
 namespace vorin::brd {
 namespace {
 
-// The weights for which this form is used, as multiples of the mean squared column norm.
+// The weights for which these forms are used, as multiples of the mean squared column norm.
 // Nearer to either end of the range of a double more digits are lost than a solve can spare.
 constexpr double leastShare = 1e-6;
 constexpr double largestShare = 1e10;
+
+// With fewer columns a factorisation costs less than the vectors of all columns' system.
+constexpr int fewestForLanczos = 40;
 
 // The columns of K as rows of panels, for the gram kernel: one row of K fills a cache line
 // in each panel.
@@ -32,11 +35,24 @@ AlignedVector<double> packTransposed(int m, int padded, const double* kernelByRo
   return packed;
 }
 
+double clipped(double value) {
+  return value <= 0.0 ? 0.0 : value;
+}
+
 }  // namespace
+
+bool weightIsInRange(double weight, double meanSquare) {
+  return weight > 0.0 && weight >= leastShare * meanSquare && weight <= largestShare * meanSquare;
+}
+
+double relativeRounding(double weight, double trace) {
+  constexpr double operations = 4.0;  // that round: sums, factors, solve and difference
+  return operations * std::numeric_limits<double>::epsilon() * (1.0 + trace / weight);
+}
 
 ActiveNormalEquations::ActiveNormalEquations(int m, int n, const double* K,
                                              const double* kernelByRows)
-    : m_(m), n_(n), K_(K), gram_(area(n, n)) {
+    : m_(m), n_(n), K_(K), gram_(area(n, n)), gradient_(length(n)) {
   constexpr int padding = kernels::rowPadding<double>;
   static_assert(padding == kernels::panelRows<double>);
   const int padded = (n + padding - 1) / padding * padding;
@@ -48,53 +64,139 @@ ActiveNormalEquations::ActiveNormalEquations(int m, int n, const double* K,
   meanSquare_ /= static_cast<double>(n);
 }
 
-bool ActiveNormalEquations::applies(double weight) const {
-  return weight > 0.0 && weight >= leastShare * meanSquare_ && weight <= largestShare * meanSquare_;
-}
-
-double ActiveNormalEquations::relativeRounding(double weight) const {
-  constexpr double operations = 4.0;  // that round: sums, factors, solve and difference
-  const double trace = meanSquare_ * static_cast<double>(n_);
-  return operations * std::numeric_limits<double>::epsilon() * (1.0 + trace / weight);
-}
-
-void ActiveNormalEquations::factor(const std::vector<int>& active, double weight) {
+void ActiveNormalEquations::select(const std::vector<int>& active, double weight) {
   active_ = active;
   weight_ = weight;
-  const int count = static_cast<int>(active.size());
-  factors_.resize(area(count, count));
-  pivots_.resize(active.size());
+  factored_ = false;
   z_.resize(active.size());
+  secondZ_.resize(active.size());
   // Active columns form a few ranges of neighbours.
   ranges_.clear();
+  int offset = 0;
   for (const int i : active) {
     if (ranges_.empty() || i != ranges_.back().first + ranges_.back().length) {
-      ranges_.push_back({i, 0});
+      ranges_.push_back({i, offset, 0});
     }
     ++ranges_.back().length;
+    ++offset;
   }
-  const ColumnMajorView<const double> KtK{gram_.data(), n_};
-  const ColumnMajorView<double> block{factors_.data(), count};
-  double* out = factors_.data();
-  for (int q = 0; q < count; ++q) {
-    const double* column = KtK.column(active[static_cast<std::size_t>(q)]);
-    for (const ColumnRange range : ranges_) {
-      out = std::copy_n(column + range.first, range.length, out);
-    }
-    block(q, q) += weight;
-  }
-  getrf(count, factors_.data(), count, pivots_.data());
 }
 
-void ActiveNormalEquations::solve(const double* right, const double* projected, double* x) {
+// The lower triangle of K_A'K_A + w I.
+void ActiveNormalEquations::gatherBlock() {
+  const ColumnMajorView<const double> KtK{gram_.data(), n_};
+  const ColumnMajorView<double> block{factors_.data(), ld_};
+  for (std::size_t r = 0; r < ranges_.size(); ++r) {
+    const ColumnRange own = ranges_[r];
+    for (int k = 0; k < own.length; ++k) {
+      const double* source = KtK.column(own.first + k);
+      double* target = block.column(own.offset + k);
+      std::copy_n(source + own.first + k, own.length - k, target + own.offset + k);
+      for (std::size_t next = r + 1; next < ranges_.size(); ++next) {
+        const ColumnRange range = ranges_[next];
+        std::copy_n(source + range.first, range.length, target + range.offset);
+      }
+      target[own.offset + k] += weight_;
+    }
+  }
+}
+
+// The block is positive definite by at least w, far above the rounding of its elements wherever
+// the weight is in range. LU takes over where a factor shows otherwise.
+void ActiveNormalEquations::factor() {
+  if (factored_) {
+    return;
+  }
+  constexpr int padding = kernels::rowPadding<double>;
   const int count = static_cast<int>(active_.size());
-  std::transform(active_.begin(), active_.end(), z_.begin(),
-                 [projected](int i) { return projected[i]; });
-  getrs(count, factors_.data(), count, pivots_.data(), z_.data());
-  kernels::table<double>().combineColumns(m_, count, active_.data(), K_, z_.data(), x);
+  ld_ = (count + padding - 1) / padding * padding;
+  factors_.resize(area(ld_, count));
+  diagonal_.resize(active_.size());
+  gatherBlock();
+  kernels::table<double>().cholesky(count, ld_, factors_.data(), diagonal_.data());
+  byCholesky_ =
+      std::all_of(diagonal_.begin(), diagonal_.end(), [](double pivot) { return pivot > 0.0; });
+  if (!byCholesky_) {
+    gatherBlock();
+    const ColumnMajorView<double> block{factors_.data(), ld_};
+    for (int j = 0; j < count; ++j) {
+      for (int i = 0; i < j; ++i) {
+        block(i, j) = block(j, i);
+      }
+    }
+    pivots_.resize(active_.size());
+    getrf(count, factors_.data(), ld_, pivots_.data());
+  }
+  factored_ = true;
+}
+
+void ActiveNormalEquations::solveFactored(double* z) {
+  factor();
+  const int count = static_cast<int>(active_.size());
+  if (byCholesky_) {
+    kernels::table<double>().choleskySolve(count, ld_, factors_.data(), z);
+  } else {
+    getrs(count, factors_.data(), ld_, pivots_.data(), z);
+  }
+}
+
+void ActiveNormalEquations::dualFrom(const double* right, const double* z, double* x) {
+  const int count = static_cast<int>(active_.size());
+  kernels::table<double>().combineColumns(m_, count, active_.data(), K_, z, x);
   for (int j = 0; j < m_; ++j) {
     x[j] = (right[j] - x[j]) / weight_;
   }
+}
+
+// The system of all columns, which the first pass of every solve has. Its result only chooses the
+// next pass's columns unless all of it is positive: then it is the solution, and is left to the
+// factors. One weight alone is cheaper to factor.
+bool ActiveNormalEquations::solveAllColumns(const double* projected) {
+  if (static_cast<int>(active_.size()) < n_ || n_ < fewestForLanczos || ++solvesOfAll_ == 1) {
+    return false;
+  }
+  if (!allColumns_) {
+    allColumns_.emplace(n_, gram_.data(), projected);
+  }
+  return allColumns_->solve(weight_, z_.data()) &&
+         std::any_of(z_.begin(), z_.end(), [](double value) { return value <= 0.0; });
+}
+
+void ActiveNormalEquations::solveData(const double* d, const double* projected, double* c) {
+  if (!solveAllColumns(projected)) {
+    std::transform(active_.begin(), active_.end(), z_.begin(),
+                   [projected](int i) { return projected[i]; });
+    solveFactored(z_.data());
+  }
+  dualFrom(d, z_.data(), c);
+}
+
+void ActiveNormalEquations::distribution(const double* projected, double* f) {
+  const int count = static_cast<int>(active_.size());
+  if (count < n_) {
+    kernels::table<double>().combineColumns(n_, count, active_.data(), gram_.data(), z_.data(),
+                                            gradient_.data());
+    for (int i = 0; i < n_; ++i) {
+      f[i] = clipped((projected[i] - gradient_[length(i)]) / weight_);
+    }
+  }
+  for (std::size_t k = 0; k < active_.size(); ++k) {
+    f[active_[k]] = clipped(z_[k]);
+  }
+}
+
+void ActiveNormalEquations::solveDual(const double* c, double* x) {
+  // K_A'c is z.
+  secondZ_ = z_;
+  solveFactored(secondZ_.data());
+  dualFrom(c, secondZ_.data(), x);
+}
+
+void ActiveNormalEquations::solve(const double* right, const double* projected, double* x) {
+  std::transform(active_.begin(), active_.end(), secondZ_.begin(),
+                 [projected](int i) { return projected[i]; });
+  solveFactored(secondZ_.data());
+  dualFrom(right, secondZ_.data(), x);
 }
 
 }  // namespace vorin::brd

@@ -10,14 +10,28 @@
 // 53, 1981). In floating point the difference r - K_A z loses digits as w falls below the
 // size of K'K; `applies` says where enough are left. Single precision has none to spare,
 // so that this class exists in double precision only.
+//
+// For the data, c = (d - K_A z) / w gives K'c without another product with K:
+//     (K'c)_i = z_i where i is active,   (K'd - K'K_A z)_i / w elsewhere.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include "brd/shifted_lanczos.hpp"
 #include "toolbox/aligned.hpp"
 
 namespace vorin::brd {
+
+/// Where the weight is large enough for forms that square the condition of the kernel: from 1e-6
+/// to 1e10 times the mean squared column norm. There status, number of passes and result equal
+/// those of the m-by-m system factored by LU.
+bool weightIsInRange(double weight, double meanSquare);
+
+/// A bound of the relative error of a solve with K_A'K_A + w I or K_A K_A' + w I: the rounding of a
+/// double times the condition number, which is at most 1 + trace(K'K) / w.
+double relativeRounding(double weight, double trace);
 
 class ActiveNormalEquations {
  public:
@@ -28,38 +42,59 @@ class ActiveNormalEquations {
   /// K'K, n x n.
   const double* gram() const { return gram_.data(); }
 
-  /// True for weights from 1e-6 to 1e10 times the mean squared column norm, where status,
-  /// number of passes and result equal those of the m-by-m system.
-  bool applies(double weight) const;
+  /// The mean squared column norm.
+  double meanSquare() const { return meanSquare_; }
 
-  /// A bound of the relative error of `solve`: the rounding of a double times the condition
-  /// number of K'K + w I, which is at most 1 + trace(K'K) / w.
-  double relativeRounding(double weight) const;
+  /// Takes K_A'K_A + w I for `active`, the numbers of the active columns, rising. Its factors are
+  /// formed when a solve needs them.
+  void select(const std::vector<int>& active, double weight);
 
-  /// Factors K_A'K_A + w I for `active`, the numbers of the active columns, rising.
-  void factor(const std::vector<int>& active, double weight);
+  /// c (m, out) = the solution for the data d (m), given K'd (n), the same at every call.
+  void solveData(const double* d, const double* projected, double* c);
 
-  /// x (m) = the solution for `right` (m), given K' right (n), with the last factors.
+  /// f (n, out) = max(0, K'c) for the c of the last solveData; a NaN stays a NaN.
+  void distribution(const double* projected, double* f);
+
+  /// x (m) = the solution for the c that the last solveData found with this selection.
+  void solveDual(const double* c, double* x);
+
+  /// x (m) = the solution for any `right` (m), given K' right (n).
   void solve(const double* right, const double* projected, double* x);
 
  private:
   struct ColumnRange {
-    int first;
+    int first;   // column of K
+    int offset;  // number of active columns before it
     int length;
   };
+
+  void factor();
+  void gatherBlock();
+  void solveFactored(double* z);
+  bool solveAllColumns(const double* projected);
+  void dualFrom(const double* right, const double* z, double* x);
 
   int m_;
   int n_;
   const double* K_;
   AlignedVector<double> gram_;
-  double meanSquare_ = 0;  // mean squared column norm
+  double meanSquare_ = 0;
 
   std::vector<int> active_;
   double weight_ = 0;
   std::vector<ColumnRange> ranges_;  // of neighbouring active columns
+  int ld_ = 0;
+  bool factored_ = false;
+  bool byCholesky_ = true;
   AlignedVector<double> factors_;
+  std::vector<double> diagonal_;  // of the Cholesky factor before its roots are taken
   std::vector<std::int32_t> pivots_;
-  std::vector<double> z_;
+  std::vector<double> z_;           // of the last solveData
+  std::vector<double> secondZ_;     // of other solves
+  AlignedVector<double> gradient_;  // n: K'K_A z
+
+  int solvesOfAll_ = 0;
+  std::optional<ShiftedLanczos> allColumns_;
 };
 
 }  // namespace vorin::brd

@@ -49,7 +49,7 @@ Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weigh
     do {
       system.distributionFromDual(c, f);
       system.factor(f, weight);
-      system.solve(system.d(), system.newDual());
+      system.solveData(system.newDual());
       takeStep(system, control, c);
     } while (control.again());
   }
@@ -64,10 +64,13 @@ Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double 
   if (control.needsPass()) {
     do {
       system.factor(f, weight);
-      system.solve(system.d(), system.newDual());
-      system.distributionFromDual(system.newDual(), f);
+      system.solveData(system.newDual());
+      system.distributionOfData(system.newDual(), f);
       takeStep(system, control, c);
     } while (control.again());
+    // The products with c are summed from small terms, and are nearer to K'c than what a pass
+    // takes from its solution.
+    system.distributionFromDual(c, f);
   }
   params::setReal("CITE", static_cast<float>(control.passes()));
   return report(system, control, f, c, weight);

@@ -72,7 +72,7 @@ Solution<double> finishQuadraticProgram(System<double>& system, double* f, doubl
         mask.begin(), mask.end(), [](double value) { return value > smallest; }, 1.0);
     system.factorMask(mask.data(), weight);
   }
-  system.solve(system.d(), c);
+  system.solveData(c);
   return residualAndSlope(system, true, c, weight, status);
 }
 

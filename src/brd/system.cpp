@@ -1,9 +1,11 @@
 #include "brd/system.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <numeric>
 
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
@@ -173,26 +175,61 @@ void System<Real>::formAllColumns() {
 }
 
 template <class Real>
-void System<Real>::addWeightAndFactor(Real weight) {
-  usesNormalEquations_ = false;
+void System<Real>::addWeight() {
   const ColumnMajorView<Real> G{G_.data(), m_};
   for (int j = 0; j < m_; ++j) {
-    G(j, j) += weight;
+    G(j, j) += weight_;
   }
-  pivots_.resize(static_cast<std::size_t>(m_));
+}
+
+template <class Real>
+void System<Real>::factorGByLu() {
+  form_ = Form::lu;
+  addWeight();
+  pivots_.resize(length(m_));
   getrf(m_, G_.data(), m_, pivots_.data());
 }
 
 template <class Real>
-bool System<Real>::normalEquationsApply(Real weight) {
-  if constexpr (hasNormalEquations) {
-    if (kernelIsFinite_ && n_ > 0 && static_cast<int>(active_.size()) < m_ &&
-        n_ <= mostColumnsPerRow * m_) {
+double System<Real>::meanSquare() {
+  if (meanSquare_ < 0.0) {
+    // A sum for each column of a group, which do not wait for each other.
+    constexpr int group = kernels::rowPadding<Real>;
+    std::array<double, group> sums{};
+    const std::ptrdiff_t elements = std::ptrdiff_t{paddedColumns_} * m_;
+    for (std::ptrdiff_t first = 0; first < elements; first += group) {
+      for (std::ptrdiff_t i = 0; i < group; ++i) {
+        const auto value = static_cast<double>(kernelByRows_[length(first + i)]);
+        sums[length(i)] += value * value;
+      }
+    }
+    meanSquare_ = std::accumulate(sums.begin(), sums.end(), 0.0) / std::max(n_, 1);
+  }
+  return meanSquare_;
+}
+
+template <class Real>
+bool System<Real>::selectNormalEquations() {
+  if constexpr (hasOtherForms) {
+    if (static_cast<int>(active_.size()) < m_ && n_ <= mostColumnsPerRow * m_) {
       gram();
-      return normalEquations_->applies(weight);
+      form_ = Form::normalEquations;
+      normalEquations_->select(active_, weight_);
+      return true;
     }
   }
   return false;
+}
+
+// False where a pivot is not positive; G_ is spoiled then.
+template <class Real>
+bool System<Real>::factorByCholesky() {
+  formActiveColumns();
+  addWeight();
+  std::vector<Real> diagonal(length(m_));
+  kernels::table<Real>().cholesky(m_, m_, G_.data(), diagonal.data());
+  form_ = Form::cholesky;
+  return std::all_of(diagonal.begin(), diagonal.end(), [](Real pivot) { return pivot > Real(0); });
 }
 
 template <class Real>
@@ -202,36 +239,35 @@ bool System<Real>::factor(const Real* f, Real weight) {
     return true;
   }
   storeMask(f, weight);
-  if (normalEquationsApply(weight)) {
-    if constexpr (hasNormalEquations) {
-      usesNormalEquations_ = true;
-      normalEquations_->factor(active_, weight);
+  if constexpr (hasOtherForms) {
+    if (kernelIsFinite_ && n_ > 0 && weightIsInRange(weight, meanSquare()) &&
+        (selectNormalEquations() || factorByCholesky())) {
+      return false;
     }
-    return false;
   }
-  factorFull();
+  factorByLu();
   factored_ = true;
   return false;
 }
 
 template <class Real>
-void System<Real>::factorFull() {
+void System<Real>::factorByLu() {
   if (kernelIsFinite_) {
     formActiveColumns();
   } else {
     formAllColumns();
   }
-  addWeightAndFactor(weight_);
+  factorGByLu();
   factored_ = false;
 }
 
 template <class Real>
 bool System<Real>::slopeIsCertain(const Solution<Real>& solution) const {
-  if constexpr (hasNormalEquations) {
-    if (usesNormalEquations_) {
+  if constexpr (hasOtherForms) {
+    if (form_ != Form::lu) {
       // (c . c - w c . x) / (c . c)
       const Real share = solution.rssSlope * weight_ / (Real(2) * solution.rss);
-      return share > normalEquations_->relativeRounding(weight_);
+      return share > relativeRounding(weight_, meanSquare_ * static_cast<double>(n_));
     }
   }
   return true;
@@ -240,9 +276,10 @@ bool System<Real>::slopeIsCertain(const Solution<Real>& solution) const {
 template <class Real>
 void System<Real>::factorMask(const Real* mask, Real weight) {
   std::copy(mask, mask + n_, mask_.begin());
+  weight_ = weight;
   factored_ = false;
   formAllColumns();
-  addWeightAndFactor(weight);
+  factorGByLu();
 }
 
 template <class Real>
@@ -268,38 +305,67 @@ const Real* System<Real>::projectedData() {
 
 template <class Real>
 void System<Real>::solve(const Real* right, Real* x) {
-  if constexpr (hasNormalEquations) {
-    if (usesNormalEquations_) {
-      // The projection of the data is formed once for all solves.
-      const Real* projected = product_.data();
-      if (right == d_) {
-        projected = projectedData();
-      } else {
-        project(right, product_.data());
-      }
-      normalEquations_->solve(right, projected, x);
+  std::copy(right, right + m_, x);
+  if (form_ == Form::cholesky) {
+    kernels::table<Real>().choleskySolve(m_, m_, G_.data(), x);
+  } else {
+    getrs(m_, G_.data(), m_, pivots_.data(), x);
+  }
+}
+
+template <class Real>
+void System<Real>::solveData(Real* c) {
+  if constexpr (hasOtherForms) {
+    if (form_ == Form::normalEquations) {
+      normalEquations_->solveData(d_, projectedData(), c);
       return;
     }
   }
-  std::copy(right, right + m_, x);
-  getrs(m_, G_.data(), m_, pivots_.data(), x);
+  solve(d_, c);
+}
+
+template <class Real>
+void System<Real>::distributionOfData(const Real* c, Real* f) {
+  if constexpr (hasOtherForms) {
+    if (form_ == Form::normalEquations) {
+      normalEquations_->distribution(projectedData(), f);
+      return;
+    }
+  }
+  distributionFromDual(c, f);
+}
+
+template <class Real>
+void System<Real>::solveDual(const Real* c, bool isMaskOfC, Real* x) {
+  if constexpr (hasOtherForms) {
+    if (form_ == Form::normalEquations) {
+      if (isMaskOfC) {
+        normalEquations_->solveDual(c, x);
+      } else {
+        project(c, product_.data());
+        normalEquations_->solve(c, product_.data(), x);
+      }
+      return;
+    }
+  }
+  solve(c, x);
 }
 
 template <class Real>
 Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
                                 std::int32_t status) {
   Real* x = system.secondSolution();
-  system.solve(c, x);
+  system.solveDual(c, isMaskOfC, x);
   const Solution<Real> solution = residualAndSlope(system.m(), c, x, weight, status);
   if (system.slopeIsCertain(solution)) {
     return solution;
   }
   // A search takes its direction from the sign of the slope.
-  system.factorFull();
+  system.factorByLu();
   if (isMaskOfC) {
-    system.solve(system.d(), c);
+    system.solveData(c);
   }
-  system.solve(c, x);
+  system.solveDual(c, isMaskOfC, x);
   return residualAndSlope(system.m(), c, x, weight, status);
 }
 

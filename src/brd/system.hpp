@@ -41,8 +41,8 @@ class System {
   /// f = max(0, K' c), element by element; a NaN stays a NaN.
   void distributionFromDual(const Real* c, Real* f);
 
-  /// Factors G + w I for the mask of `f`, or the normal equations on the active set in its
-  /// place. Columns with f = 0 are left out: their terms are zeros, so that the sum has
+  /// Factors G + w I for the mask of `f`, or selects the normal equations on the active set in
+  /// its place. Columns with f = 0 are left out: their terms are zeros, so that the sum has
   /// the same bits without them. The factors of the last call are kept when mask and
   /// weight are the same; returns true then.
   bool factor(const Real* f, Real weight);
@@ -50,33 +50,50 @@ class System {
   /// Factors K diag(mask) K' + w I for any diagonal `mask` (n), all columns included.
   void factorMask(const Real* mask, Real weight);
 
-  /// x = (G + w I)^-1 right, with the factors of the last `factor` or `factorMask`.
-  void solve(const Real* right, Real* x);
+  /// c = (G + w I)^-1 d, with the last `factor` or `factorMask`.
+  void solveData(Real* c);
 
-  /// False when the factored system is the normal equations and the slope of `solution`,
-  /// found with it, is not above its rounding error: then only the m-by-m system gives the
-  /// sign that the m-by-m system has.
+  /// f = max(0, K' c) for the c of the last `solveData`; a NaN stays a NaN.
+  void distributionOfData(const Real* c, Real* f);
+
+  /// x = (G + w I)^-1 c. `isMaskOfC`: c is that of the last `solveData`, with the same factors.
+  void solveDual(const Real* c, bool isMaskOfC, Real* x);
+
+  /// False when the system was not factored by LU and the slope of `solution`, found with it,
+  /// is not above its rounding error: then only LU factors of the m-by-m system give the sign
+  /// that they have.
   bool slopeIsCertain(const Solution<Real>& solution) const;
 
-  /// Factors G + w I for the mask and weight of the last `factor`. A following `factor`
+  /// Factors G + w I by LU for the mask and weight of the last `factor`. A following `factor`
   /// begins anew.
-  void factorFull();
+  void factorByLu();
 
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
   Real* secondSolution() { return secondSolution_.data(); }
 
  private:
-  static constexpr bool hasNormalEquations = std::is_same_v<Real, double>;
+  // Single precision has no digits to spare for other forms than the m-by-m system by LU.
+  static constexpr bool hasOtherForms = std::is_same_v<Real, double>;
+
+  enum class Form {
+    lu,              // G_ has the LU factors of the m-by-m system
+    cholesky,        // G_ has its Cholesky factor
+    normalEquations  // the system is normalEquations_'s
+  };
 
   void copyByRows();
   bool sameMask(const Real* f, Real weight) const;
   void storeMask(const Real* f, Real weight);
-  bool normalEquationsApply(Real weight);
+  bool selectNormalEquations();
+  bool factorByCholesky();
+  double meanSquare();
   void packActive();
   void formActiveColumns();
   void formAllColumns();
-  void addWeightAndFactor(Real weight);
+  void addWeight();
+  void factorGByLu();
+  void solve(const Real* right, Real* x);
   void project(const Real* x, Real* out) const;
 
   int m_;
@@ -96,10 +113,11 @@ class System {
   std::vector<int> active_;  // the columns whose mask is not 0
   Real weight_ = 0;
   bool factored_ = false;
-  bool usesNormalEquations_ = false;
+  Form form_ = Form::lu;
+  double meanSquare_ = -1;  // squared column norm, below 0 until the first use
   std::optional<ActiveNormalEquations> normalEquations_;
   AlignedVector<Real> packed_;      // the active columns in panels of rows, for the gram kernel
-  AlignedVector<Real> G_;           // m x m; its LU factors after `factor`
+  AlignedVector<Real> G_;           // m x m; its factors after `factor`
   AlignedVector<Real> allColumnG_;  // G with all columns active, empty until the first use
   std::vector<std::int32_t> pivots_;
   std::vector<Real> newDual_;

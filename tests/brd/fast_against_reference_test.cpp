@@ -230,17 +230,17 @@ TEST(KeptFactors, AreNotUsedForAnotherMaskOrWeight) {
   std::vector<double> some = all;
   some[2] = 0.0;
   system.factor(all.data(), 0.5);
-  system.solve(data.d.data(), x.data());
+  system.solveData(x.data());
   system.factor(some.data(), 0.5);
-  system.solve(data.d.data(), y.data());
+  system.solveData(y.data());
   EXPECT_NE(x, y);
   // Any positive value means the same mask.
   const std::vector<double> other(6, 7.0);
   system.factor(other.data(), 0.5);
-  system.solve(data.d.data(), y.data());
+  system.solveData(y.data());
   EXPECT_EQ(x, y);
   system.factor(other.data(), 0.25);
-  system.solve(data.d.data(), y.data());
+  system.solveData(y.data());
   EXPECT_NE(x, y);
 }
 

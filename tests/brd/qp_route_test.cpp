@@ -209,7 +209,12 @@ TEST_F(QpRoute, TinyElementsAreClearedAndLargerOnesKeepAMaskOfOne) {
   EXPECT_EQ(got.f, Numbers({0.0, 2e-15, 0.7, 0.0}));
   Solved expected{got.f, {}, {}};
   literalFinish(data, 0.3, {0, 1, 1, 0}, expected);
-  expectSameBits(got, expected);
+  // Two factorisations of a 2 x 2 system with a condition of a few units.
+  for (std::size_t j = 0; j < 2; ++j) {
+    EXPECT_NEAR(got.c[j], expected.c[j], 1e-14 * std::abs(expected.c[j]));
+  }
+  EXPECT_NEAR(got.result.rss, expected.result.rss, 1e-14 * expected.result.rss);
+  EXPECT_NEAR(got.result.rssSlope, expected.result.rssSlope, 1e-14 * expected.result.rssSlope);
 }
 
 // Columns of 1e8 make a mask of 1e-15 weigh as much as ordinary columns do.

@@ -130,10 +130,25 @@ void System<Real>::solve(const Real* right, Real* x) {
 }
 
 template <class Real>
-Solution<Real> residualAndSlope(System<Real>& system, bool /*isMaskOfC*/, Real* c, Real weight,
+void System<Real>::solveData(Real* c) {
+  solve(d_, c);
+}
+
+template <class Real>
+void System<Real>::distributionOfData(const Real* c, Real* f) {
+  distributionFromDual(c, f);
+}
+
+template <class Real>
+void System<Real>::solveDual(const Real* c, bool /*isMaskOfC*/, Real* x) {
+  solve(c, x);
+}
+
+template <class Real>
+Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
                                 std::int32_t status) {
   Real* x = system.secondSolution();
-  system.solve(c, x);
+  system.solveDual(c, isMaskOfC, x);
   return residualAndSlope(system.m(), c, x, weight, status);
 }
 
