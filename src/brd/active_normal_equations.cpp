@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <limits>
 
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
@@ -11,11 +10,6 @@
 
 namespace vorin::brd {
 namespace {
-
-// The weights for which these forms are used, as multiples of the mean squared column norm.
-// Nearer to either end of the range of a double more digits are lost than a solve can spare.
-constexpr double leastShare = 1e-6;
-constexpr double largestShare = 1e10;
 
 // With fewer columns a factorisation costs less than the vectors of all columns' system.
 constexpr int fewestForLanczos = 40;
@@ -40,15 +34,6 @@ double clipped(double value) {
 }
 
 }  // namespace
-
-bool weightIsInRange(double weight, double meanSquare) {
-  return weight > 0.0 && weight >= leastShare * meanSquare && weight <= largestShare * meanSquare;
-}
-
-double relativeRounding(double weight, double trace) {
-  constexpr double operations = 4.0;  // that round: sums, factors, solve and difference
-  return operations * std::numeric_limits<double>::epsilon() * (1.0 + trace / weight);
-}
 
 ActiveNormalEquations::ActiveNormalEquations(int m, int n, const double* K,
                                              const double* kernelByRows)

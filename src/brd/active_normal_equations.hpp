@@ -8,7 +8,7 @@
 // K'K is formed once for all solves of a problem. The two forms are equal in exact
 // arithmetic by the Woodbury or push-through identity (Henderson and Searle, SIAM Rev. 23,
 // 53, 1981). In floating point the difference r - K_A z loses digits as w falls below the
-// size of K'K; `applies` says where enough are left. Single precision has none to spare,
+// size of K'K; `weightIsInRange` says where enough are left. Single precision has none to spare,
 // so that this class exists in double precision only.
 //
 // For the data, c = (d - K_A z) / w gives K'c without another product with K:
@@ -23,15 +23,6 @@
 #include "toolbox/aligned.hpp"
 
 namespace vorin::brd {
-
-/// Where the weight is large enough for forms that square the condition of the kernel: from 1e-6
-/// to 1e10 times the mean squared column norm. There status, number of passes and result equal
-/// those of the m-by-m system factored by LU.
-bool weightIsInRange(double weight, double meanSquare);
-
-/// A bound of the relative error of a solve with K_A'K_A + w I or K_A K_A' + w I: the rounding of a
-/// double times the condition number, which is at most 1 + trace(K'K) / w.
-double relativeRounding(double weight, double trace);
 
 class ActiveNormalEquations {
  public:

@@ -44,20 +44,28 @@ BoundedMinimum::BoundedMinimum(int n, const double* Q, const double* g, double* 
       z_(static_cast<std::size_t>(n)),
       refused_(static_cast<std::size_t>(n)) {}
 
-QpStatus BoundedMinimum::solve() {
-  if (!exchangeBlocks()) {
+QpStatus BoundedMinimum::solve(IndexedVector<char>& free) {
+  const IndexedVector<char> none(x_.size(), 0);
+  const bool hasStart = !free.empty();
+  if (!(hasStart && exchangeBlocks(free)) && !exchangeBlocks(none)) {
     freeOneByOne();
+    settle();
   }
   bindDegenerate();
+  free = none;
+  for (const int i : factor_.indices()) {
+    free[i] = 1;
+  }
   return checkConditions();
 }
 
 // All elements that violate their condition change between free and bound together.
-bool BoundedMinimum::exchangeBlocks() {
-  IndexedVector<char> isFree(x_.size(), 0);
-  IndexedVector<int> indices;
+bool BoundedMinimum::exchangeBlocks(IndexedVector<char> isFree) {
   int fewest = n_ + 1;
   int rounds = patience;
+  if (!minimiseOver(isFree)) {
+    return false;
+  }
   for (;;) {
     updateGradient();
     int count = 0;
@@ -73,19 +81,33 @@ bool BoundedMinimum::exchangeBlocks() {
     }
     rounds = count < fewest ? patience : rounds - 1;
     fewest = std::min(count, fewest);
-    indices.clear();
-    for (int i = 0; i < n_; ++i) {
-      if (isFree[i]) {
-        indices.push_back(i);
-      }
-    }
-    std::fill(x_.begin(), x_.end(), 0.0);
-    if (rounds < 0 || !factor_.assign(indices) || !findFreeMinimum()) {
-      factor_.clear();
+    if (rounds < 0) {
+      std::fill(isFree.begin(), isFree.end(), char(0));
+      minimiseOver(isFree);
       return false;
     }
-    takeFreeMinimum();
+    if (!minimiseOver(isFree)) {
+      return false;
+    }
   }
+}
+
+// x = the minimum over the free elements, 0 elsewhere. False, with x = 0 and no free element, when
+// their block has no factor or its solution could overflow.
+bool BoundedMinimum::minimiseOver(const IndexedVector<char>& isFree) {
+  IndexedVector<int> indices;
+  for (int i = 0; i < n_; ++i) {
+    if (isFree[i]) {
+      indices.push_back(i);
+    }
+  }
+  std::fill(x_.begin(), x_.end(), 0.0);
+  if (!factor_.assign(indices) || !findFreeMinimum()) {
+    factor_.clear();
+    return false;
+  }
+  takeFreeMinimum();
+  return true;
 }
 
 void BoundedMinimum::freeOneByOne() {
@@ -103,6 +125,27 @@ void BoundedMinimum::freeOneByOne() {
     if (i < 0 || !stepToMinimum()) {
       return;
     }
+  }
+}
+
+// Takes the minimum over the free elements once more from a factor of its own, in the order of the
+// elements, so that the way here does not show in its rounding.
+void BoundedMinimum::settle() {
+  const IndexedVector<int> found = factor_.indices();
+  IndexedVector<int> ordered = found;
+  std::sort(ordered.begin(), ordered.end());
+  if (singular_ || ordered == found) {
+    return;
+  }
+  if (factor_.assign(ordered) && findFreeMinimum() &&
+      std::all_of(z_.begin(), z_.begin() + factor_.size(), [](double z) { return z > 0.0; })) {
+    takeFreeMinimum();
+    updateGradient();
+    return;
+  }
+  factor_.clear();
+  for (const int i : found) {
+    factor_.append(i);
   }
 }
 

@@ -20,14 +20,19 @@ class BoundedMinimum {
   /// Borrows Q (n x n) and g (n); `storage` (n x n) takes the factors.
   BoundedMinimum(int n, const double* Q, const double* g, double* storage);
 
-  QpStatus solve();
+  /// `free` (n, in and out): elements to begin with as free, none where it is empty; those that are
+  /// free at the end. The minimum is unique, so that the start decides the way and not the result;
+  /// a start that leads nowhere is given up for none.
+  QpStatus solve(IndexedVector<char>& free);
 
   const IndexedVector<double>& x() const { return x_; }         ///< exactly 0 at the bound
   const IndexedVector<double>& gradient() const { return y_; }  ///< Qx + g
 
  private:
-  bool exchangeBlocks();
+  bool exchangeBlocks(IndexedVector<char> isFree);
+  bool minimiseOver(const IndexedVector<char>& isFree);
   void freeOneByOne();
+  void settle();
   bool tryToFree(int i);
   int nextToFree() const;
   bool stepToMinimum();

@@ -121,8 +121,7 @@ void BlockFactor::solveUpper(double* b) const {
 }
 
 void BlockFactor::solve(double* b) const {
-  solveLower(b);
-  solveUpper(b);
+  kernels::table<double>().choleskySolve(size(), n_, storage_, b);
 }
 
 }  // namespace vorin::brd

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "brd/qp_solver.hpp"
+#include "brd/qp_bounded.hpp"
+#include "brd/weight_range.hpp"
 #include "toolbox/extent.hpp"
 #include "toolbox/views.hpp"
 
@@ -17,33 +18,32 @@ constexpr double smallest = 1e-15;
 
 QuadraticProgram::QuadraticProgram(System<double>& system) : system_(&system) {
   const int n = system.n();
-  const auto length = static_cast<std::size_t>(n);
-  for (std::vector<double>* matrix : {&Q_, &A_}) {
-    matrix->resize(area(n, n));
-  }
-  for (std::vector<double>* vector : {&minusKtd_, &b_, &multipliers_}) {
-    vector->resize(length);
-  }
-  activeList_.resize(length);
+  minusKtd_.resize(length(n));
+  factors_.resize(area(n, n));
+  const double* KtK = system.gram();
+  Q_.assign(KtK, KtK + area(n, n));
   std::transform(system.projectedData(), system.projectedData() + n, minusKtd_.begin(),
                  std::negate<>());
 }
 
 std::int32_t QuadraticProgram::minimise(double weight, double* f) {
   const int n = system_->n();
-  const double* KtK = system_->gram();
-  Q_.assign(KtK, KtK + area(n, n));
+  const ColumnMajorView<const double> KtK{system_->gram(), n};
   const ColumnMajorView<double> Q{Q_.data(), n};
+  double trace = 0.0;
   for (int i = 0; i < n; ++i) {
-    Q(i, i) += weight;
+    Q(i, i) = KtK(i, i) + weight;
+    trace += KtK(i, i);
   }
-  std::fill(b_.begin(), b_.end(), 0.0);
-  vrEye_d(n, A_.data());
-  double objective = 0.0;
-  std::int32_t activeCount = 0;
-  std::int32_t status = 0;
-  nk0000(n, n, 0, A_.data(), b_.data(), minusKtd_.data(), Q_.data(), &objective, f, &activeCount,
-         activeList_.data(), multipliers_.data(), &status);
+  // Near the least weight of that range and below the objective can be so flat that rounding
+  // decides which elements are free.
+  constexpr double margin = 10.0;
+  if (!weightIsInRange(weight / margin, trace / std::max(n, 1))) {
+    free_.clear();
+  }
+  BoundedMinimum program(n, Q_.data(), minusKtd_.data(), factors_.data());
+  const QpStatus status = program.solve(free_);
+  std::copy(program.x().begin(), program.x().end(), f);
   return status;
 }
 

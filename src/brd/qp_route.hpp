@@ -11,11 +11,14 @@
 
 #include "brd/solution.hpp"
 #include "brd/system.hpp"
+#include "toolbox/indexed_vector.hpp"
 
 namespace vorin::brd {
 
 /// What the solves of one problem share on this route: the system with its K'K and K'd,
-/// and the work arrays. Repeated solves have the bits of solves on new objects.
+/// the work arrays, and the free elements of the last minimum, from which the next one starts.
+/// The start does not show in the result, which comes from the factors of the elements that are
+/// free at the minimum, in their own order: repeated solves have the bits of solves on new objects.
 class QuadraticProgram {
  public:
   /// Borrows the system of the problem.
@@ -23,17 +26,16 @@ class QuadraticProgram {
 
   System<double>& system() const { return *system_; }
 
-  /// f (n, out) = the minimiser at `weight`, as nk0000 gives it; returns its status.
+  /// f (n, out) = the minimiser at `weight`, as nk0000 gives it for Q, g and the constraints
+  /// f >= 0, which need no matrix here; returns its status.
   std::int32_t minimise(double weight, double* f);
 
  private:
   System<double>* system_;
   std::vector<double> minusKtd_;
   std::vector<double> Q_;
-  std::vector<double> A_;
-  std::vector<double> b_;
-  std::vector<std::int32_t> activeList_;
-  std::vector<double> multipliers_;
+  std::vector<double> factors_;
+  IndexedVector<char> free_;
 };
 
 /// A = I (n x n).

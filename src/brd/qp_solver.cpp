@@ -42,7 +42,8 @@ struct Answer {
 Answer minimiseOverBounds(int n, double* A, const double* g, const double* Q) {
   BoundedMinimum problem(n, Q, g, A);
   Answer answer;
-  answer.status = problem.solve();
+  IndexedVector<char> free;
+  answer.status = problem.solve(free);
   answer.x = problem.x();
   for (int i = 0; i < n; ++i) {
     if (answer.x[i] == 0.0) {

@@ -7,6 +7,7 @@
 #include <limits>
 #include <numeric>
 
+#include "brd/weight_range.hpp"
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/lapack.hpp"

@@ -204,6 +204,7 @@ TEST_F(QpRouteAccuracy, SolvesThatShareAProblemHaveTheBitsOfSeparateOnes) {
     const double w = std::pow(10.0, (k * 7) % 19 - 14);
     shared.result =
         vorin::brd::vrBRD_qp_d(problem.quadraticProgram(), shared.f.data(), shared.c.data(), w);
+    SCOPED_TRACE(testing::Message() << "weight " << w);
     expectSameBits(shared, solve(data, w));
   }
 }

@@ -1,0 +1,25 @@
+// Where a solve may square the condition of the kernel.
+#pragma once
+
+#include <limits>
+
+namespace vorin::brd {
+
+/// True for weights from 1e-6 to 1e10 times the mean squared column norm of K. There forms that
+/// square the condition of the kernel give the status, the number of passes and the result of the
+/// m-by-m system factored by LU; nearer to either end of the range of a double more digits are lost
+/// than a solve can spare.
+inline bool weightIsInRange(double weight, double meanSquare) {
+  constexpr double leastShare = 1e-6;
+  constexpr double largestShare = 1e10;
+  return weight > 0.0 && weight >= leastShare * meanSquare && weight <= largestShare * meanSquare;
+}
+
+/// A bound of the relative error of a solve with K_A'K_A + w I or K_A K_A' + w I: the rounding of a
+/// double times the condition number, which is at most 1 + trace(K'K) / w.
+inline double relativeRounding(double weight, double trace) {
+  constexpr double operations = 4.0;  // that round: sums, factors, solve and difference
+  return operations * std::numeric_limits<double>::epsilon() * (1.0 + trace / weight);
+}
+
+}  // namespace vorin::brd
