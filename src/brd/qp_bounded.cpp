@@ -59,6 +59,11 @@ QpStatus BoundedMinimum::solve(IndexedVector<char>& free) {
   return checkConditions();
 }
 
+QpStatus BoundedMinimum::solve() {
+  IndexedVector<char> none;
+  return solve(none);
+}
+
 // All elements that violate their condition change between free and bound together.
 bool BoundedMinimum::exchangeBlocks(IndexedVector<char> isFree) {
   int fewest = n_ + 1;

@@ -25,6 +25,9 @@ class BoundedMinimum {
   /// a start that leads nowhere is given up for none.
   QpStatus solve(IndexedVector<char>& free);
 
+  /// The same from no free element.
+  QpStatus solve();
+
   const IndexedVector<double>& x() const { return x_; }         ///< exactly 0 at the bound
   const IndexedVector<double>& gradient() const { return y_; }  ///< Qx + g
 

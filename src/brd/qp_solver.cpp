@@ -42,8 +42,7 @@ struct Answer {
 Answer minimiseOverBounds(int n, double* A, const double* g, const double* Q) {
   BoundedMinimum problem(n, Q, g, A);
   Answer answer;
-  IndexedVector<char> free;
-  answer.status = problem.solve(free);
+  answer.status = problem.solve();
   answer.x = problem.x();
   for (int i = 0; i < n; ++i) {
     if (answer.x[i] == 0.0) {
