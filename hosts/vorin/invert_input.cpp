@@ -73,7 +73,7 @@ void InputOptions::addTo(CLI::App& line) {
   addOption(line, "FILE", files, "",
             "Decays, each a text file with a row a sample: time, amplitude.\n"
             "Comma, semicolon, tab or blanks between the fields, '#' begins a\n"
-            "comment line, one header line may stand first; - is standard input")
+            "comment line, one header line may come first; - is standard input")
       ->required();
   addOption(line, "--columns", columns, "X,Y[,IM]",
             "The columns of time, amplitude and, for complex data, the imaginary\n"

@@ -22,7 +22,7 @@
 
 namespace vorin::toolkit {
 
-/// Adds an option whose value is a word, a number or a name: `type` stands for it in the help.
+/// Adds an option whose value is a word, a number or a name: the help shows `type` for it.
 template <class Value>
 CLI::Option* addOption(CLI::App& line, const std::string& name, Value& value,
                        const std::string& type, const std::string& text) {

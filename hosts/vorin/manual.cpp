@@ -13,7 +13,7 @@ namespace vorin::toolkit {
 
 namespace {
 
-/// `text` as it stands, for roff: no character is a command, a hyphen is a hyphen that
+/// `text` unchanged, for roff: no character is a command, a hyphen is a hyphen that
 /// can be copied, and no line begins with a control character.
 std::string escaped(std::string_view text) {
   std::string result;
@@ -129,14 +129,14 @@ struct Row {
 constexpr std::array<Row, 5> fileRows{{
     {"FILE.csv",
      "Decays and distributions: comma, semicolon, tab or blanks between the fields, decimals with "
-     "a point; lines that begin with # and empty lines are passed over, and one header line may "
-     "stand first. Times are in seconds."},
+     "a point; lines that begin with # and empty lines are ignored, and one header line may "
+     "come first. Times are in seconds."},
     {"FILE.log",
      "The log that vorin invert keeps with --log. With --set SAVE=1 it ends in a save section, "
      "which vorin show reads."},
     {"FILE.png, FILE.svg, FILE.pdf", "Pictures, drawn by gnuplot."},
     {"$TMPDIR",
-     "Where a folder of the program's own stands while it runs (/tmp when it is not set). Nothing "
+     "The place of a temporary folder of the program (/tmp when it is not set). Nothing "
      "stays there."},
     {"libVorin01056.so", "The library that does the work."},
 }};
@@ -196,7 +196,7 @@ std::string manualPage(const CLI::App& program, const std::string& version) {
   page +=
       bold("vorin") + " [" + bold("--help") + " | " + bold("--version") + "]\n.SH DESCRIPTION\n";
   page += filled(program.get_description());
-  page += ".PP\n" + filled("Each command has the option --help, which lists what stands here.");
+  page += ".PP\n" + filled("Each command has the option --help, which lists the same.");
   page += ".SH COMMANDS\n";
   for (const CLI::App* line : shownCommands(program)) {
     page += commandText(*line);
@@ -206,7 +206,7 @@ std::string manualPage(const CLI::App& program, const std::string& version) {
   page += ".SH EXAMPLES\n" + examplesText();
   page += ".SH SEE ALSO\n.BR gnuplot (1)\n.PP\n";
   page += filled(
-      "docs/invert.md tells where the numbers of a summary come from, docs/keys.md and "
+      "docs/invert.md explains the numbers of a summary, docs/keys.md and "
       "docs/exports.md describe the library.");
   return page;
 }

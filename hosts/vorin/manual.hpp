@@ -7,7 +7,7 @@
 
 namespace vorin::toolkit {
 
-/// The page, to be kept as vorin.1. `version` stands at its foot.
+/// The page, to be kept as vorin.1. `version` is at its foot.
 std::string manualPage(const CLI::App& program, const std::string& version);
 
 }  // namespace vorin::toolkit

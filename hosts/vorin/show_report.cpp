@@ -58,7 +58,7 @@ std::string rangeText(const std::vector<double>& values, std::string_view what) 
                                       significant(values.front()), significant(values.back()));
 }
 
-/// The status in words. Statuses that vorin.h doesn't list are told by their number.
+/// The status in words. Statuses that vorin.h doesn't list are shown by their number.
 std::string_view statusWords(double status) {
   struct Row {
     double status;
@@ -136,7 +136,7 @@ void measureLines(Lines out, const SaveSection& section) {
   }
 }
 
-/// All settings as saved, some to a line; a hyphen stands for no text.
+/// All settings as saved, some to a line; a hyphen means no text.
 void settingLines(Lines out, const SaveSection& section) {
   constexpr std::size_t columnCount = 4;
   std::string row;

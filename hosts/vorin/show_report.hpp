@@ -1,4 +1,4 @@
-// What vorin show tells of a save section, as text.
+// The text of vorin show about a save section.
 //
 // Times and amplitudes are in the units of the host that ran the inversion, which the
 // section does not name, so they are shown as bare numbers.

@@ -141,11 +141,11 @@ INSTANTIATE_TEST_SUITE_P(
          "decay.csv, line 2: commas separate the fields here and semicolons in line 1; use one of "
          "them"},
         {"DecimalCommaBetweenCommas", "0,001,3\n0,002,2\n",
-         "decay.csv, line 1: the commas may separate fields or stand before decimals; separate the "
+         "decay.csv, line 1: the commas may separate fields or be decimal separators; separate the "
          "fields by semicolons, or say by --columns, for instance --columns 1,2, that they are "
          "columns"},
         {"CommaAndPointBeforeDecimals", "0,001;3\n0.002;2\n",
-         "decay.csv, line 2: decimals stand behind a point here and behind a comma in line 1; "
+         "decay.csv, line 2: the decimal separator is a point here and a comma in line 1; "
          "write one of them"},
         {"ThousandsSeparator", "0,001;1.234,5\n0,002;2\n",
          "decay.csv, line 1: the amplitude \"1.234,5\"" + notANumberText},

@@ -1,4 +1,4 @@
-// What stands behind the handles of the C boundary.
+// The objects behind the handles of the C boundary.
 #pragma once
 
 #include <cstdint>
@@ -52,7 +52,7 @@ struct vorin_settings {
   /// The text of a setting; empty where it is not set.
   const std::string& text(std::string_view name) const;
 
-  /// The values of a list that was set, or those that its text stands for (a grid of
+  /// The values of a list that was set, or those that its text describes (a grid of
   /// `quantity`); none where neither is.
   std::vector<double> grid(std::string_view name, vorin::toolkit::Quantity quantity) const;
 

@@ -12,7 +12,7 @@ namespace vorin::toolkit::c {
 /// The log of one job on its way to its place: it appears whole, after commit(), or not at all.
 class LogFile {
  public:
-  /// Throws UserError, which names "log", for a name under which no file can stand; an empty
+  /// Throws UserError, which names "log", for a name that no file can have; an empty
   /// name is no log.
   explicit LogFile(const std::string& name);
   LogFile(const LogFile&) = delete;

@@ -198,7 +198,7 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
     ++band.replicates;
   }
   for (std::size_t k = 0; k < grid; ++k) {
-    // Replicates are smoothed twice: their own place would lie beside the distribution.
+    // Replicates are smoothed a second time, which displaces them from the distribution.
     const double shift = inversion.distribution.amplitude[k] - quantile(amplitudes[k], 0.5);
     band.lower.push_back(notBelowZero(quantile(amplitudes[k], tailShare) + shift));
     band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - tailShare) + shift));

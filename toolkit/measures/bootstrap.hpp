@@ -35,19 +35,19 @@ struct BootstrapSettings {
 ///
 /// A replicate is the fit plus residuals of single samples, drawn with replacement from
 /// the inversion's own without their mean, and is inverted at the weight of `inversion`,
-/// which stays: a weight searched anew adds the spread of the search and no truth.
+/// which stays: a weight searched anew adds the spread of the search only.
 ///
 /// The band of the distribution is as wide as the 16th and 84th percentile of each amplitude
-/// are away from its median, laid around the distribution and cut at 0. It shows what the
+/// are away from its median, placed around the distribution and cut at 0. It shows what the
 /// noise does to the smoothed distribution, not how far smoothing has moved it.
 ///
-/// The interval of the log mean L stands on its logarithm. The replicates' median is off the
+/// The interval of the log mean L is computed for ln L. The replicates' median is off the
 /// inversion by b, what the penalty does to the fit, and half the middle 68 % of them is h,
 /// what the noise does. The penalty has moved the inversion itself by something between
 /// nothing, when the truth is smooth, and b, when it is as sharp as the inversion (for b as
 /// the estimate of a bias: Davison and Hinkley, Bootstrap Methods and their Application,
 /// Cambridge 1997, section 2.2). So the interval is ln L - b/2 plus and minus
-/// sqrt(h^2 + (b/2)^2). One between percentiles would hold the penalty's share twice, and one
+/// sqrt(h^2 + (b/2)^2). One between percentiles would count the penalty twice, and one
 /// that takes all of b away fails for smooth truths.
 ///
 /// Each thread works on an instance of its own: the caller's keys and log stay as they are. One

@@ -24,13 +24,13 @@ struct LogGrid {
 LogGrid parseGrid(std::string_view text, std::string_view option,
                   Quantity quantity = Quantity::time);
 
-/// The values that `text` stands for: "FROM:TO:N", or the name of a file whose first
+/// The values that `text` describes: "FROM:TO:N", or the name of a file whose first
 /// column holds them in SI units, rising and above 0. Throws UserError for anything else.
 std::vector<double> gridValues(std::string_view text, std::string_view option, Quantity quantity);
 
 /// The grid for a decay sampled at `times`: from a third of the first time above 0
-/// to three times the last, 100 points. Outside this range a relaxation time leaves
-/// no trace in the samples that would tell it from its neighbours. For diffusion
+/// to three times the last, 100 points. Outside this range a relaxation time is
+/// not distinguished from its neighbours by the samples. For diffusion
 /// `times` are b values and the range is that of the reciprocals.
 LogGrid gridFor(const std::vector<double>& times, Kernel kernel = Kernel::t2);
 

@@ -25,7 +25,7 @@ Kernel parseKernel(std::string_view name, std::string_view option);
 std::string_view kernelName(Kernel kernel);
 /// The formula, as shown to users: "exp(-t/T2)".
 std::string_view kernelFormula(Kernel kernel);
-/// What stands on the grid, in short: "T2", "T1", "D" or "the grid".
+/// What the grid holds, in short: "T2", "T1", "D" or "the grid".
 std::string_view relaxationTimeName(Kernel kernel);
 /// The same in full: "relaxation time T2", "diffusion coefficient D".
 std::string_view gridName(Kernel kernel);
@@ -41,7 +41,7 @@ Quantity gridQuantity(Kernel kernel);
 /// Not for Kernel::matrix, which is known on its samples and grid only; it answers 0.
 double kernelValue(Kernel kernel, double t, double T);
 
-/// The kernel of all times (rows) and relaxation times (columns), stored by columns
+/// The kernel of all times (rows) and relaxation times (columns), column-major
 /// with leading dimension times.size().
 std::vector<float> kernelMatrix(Kernel kernel, const std::vector<double>& times,
                                 const std::vector<double>& relaxationTimes);

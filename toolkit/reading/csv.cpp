@@ -90,7 +90,7 @@ void requireTwoColumns(const Table& table, std::string_view abscissa) {
   }
   if (table.commasMayBeDecimal()) {
     throw UserError(fmt::format(
-        "{}: the commas may separate fields or stand before decimals; separate the fields by "
+        "{}: the commas may separate fields or be decimal separators; separate the fields by "
         "semicolons, or say by --columns, for instance --columns 1,2, that they are columns",
         table.place(0)));
   }

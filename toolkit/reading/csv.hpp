@@ -1,5 +1,5 @@
 // What the programs read from columns of numbers: decays, distributions, grids and kernel
-// matrices. How a file may look is told in table.hpp.
+// matrices. table.hpp describes the format of the files.
 #pragma once
 
 #include <filesystem>

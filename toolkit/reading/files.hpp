@@ -34,7 +34,7 @@ class OutputFiles {
   void write(const std::filesystem::path& target, std::string_view content);
 
   /// Puts all that was written in place. A file that can't be renamed throws
-  /// UserError; the ones before it stand.
+  /// UserError; the ones before it stay in place.
   void commit();
 
  private:

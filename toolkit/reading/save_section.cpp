@@ -17,7 +17,7 @@ namespace {
 
 using Lines = std::vector<std::string_view>;
 
-/// The lines of `content`. What stands behind the last line's end is a line of its own
+/// The lines of `content`. Text after the end of the last line is a line of its own
 /// when it is not empty.
 Lines linesOf(std::string_view content) {
   Lines lines;
@@ -29,7 +29,7 @@ Lines linesOf(std::string_view content) {
   return lines;
 }
 
-/// What stands between blanks, or between `separator`s.
+/// The items between blanks, or between `separators`.
 Lines itemsOf(std::string_view line, std::string_view separators = " \t\r") {
   Lines items;
   std::size_t at = 0;
@@ -103,8 +103,8 @@ class SectionReader {
     spread(data, {&section_.time, &section_.data, &section_.fit});
   }
 
-  // The sizes stand behind the data here. Lines of fields are told by what they begin
-  // with: a number, or an asterisk.
+  // The sizes follow the data here. The first character of a line tells its kind: a digit
+  // that of numbers, an asterisk that of settings.
   void readCompact() {
     heading("[DATA]");
     std::vector<double> data;
@@ -117,7 +117,7 @@ class SectionReader {
     section_.coefficients = count("*nf");
     section_.points = count("*ng");
     if (rowsRead != std::max(section_.points, 0LL)) {
-      throw fail(fmt::format("{} data points are announced, but {} stand under [DATA]",
+      throw fail(fmt::format("{} data points are announced, but {} are under [DATA]",
                              section_.points, rowsRead));
     }
     while (peek().substr(0, 1) == "*") {
@@ -129,7 +129,7 @@ class SectionReader {
       addSetting(line.substr(0, comma), line.substr(comma + 1));
     }
     const auto coefficients = rows("*[COEFF T2DIST  VORIN]", section_.coefficients, 2, ",");
-    // Nothing stands behind the last number, so that half of it would pass for a whole one.
+    // Nothing follows the last number, so a truncated one would be read as a complete one.
     if (next_ == lines_.size() && !endsInALine_) {
       throw cutShort("the end of its last line");
     }

@@ -31,7 +31,7 @@ struct SaveSection {
   std::vector<double> time;          ///< abscissae of the data
   std::vector<double> data;
   std::vector<double> fit;     ///< full only
-  std::vector<double> kernel;  ///< points x coefficients by rows; full only
+  std::vector<double> kernel;  ///< points x coefficients, row-major; full only
 
   /// The text saved for `key`, its case aside; none when the section does not list it.
   std::string_view setting(std::string_view key) const;

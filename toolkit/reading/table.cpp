@@ -58,7 +58,7 @@ std::vector<std::string_view> fieldsOf(std::string_view row, char separator) {
   }
 }
 
-/// The number in `field`, in which one comma may stand before the decimals.
+/// The number in `field`, in which one comma may be the decimal separator.
 std::optional<double> numberWithComma(std::string_view field) {
   const std::size_t comma = field.find(',');
   if (comma == std::string_view::npos) {
@@ -78,8 +78,8 @@ bool allOf(const std::vector<std::string_view>& fields, Reads reads) {
                      [&](std::string_view field) { return reads(field).has_value(); });
 }
 
-/// The separator that a row tells. With commas and blanks only, commas separate the
-/// fields if that leaves numbers ("0.001, 3"); otherwise they stand before decimals if
+/// The separator of the fields of a row. With commas and blanks only, commas separate the
+/// fields if that leaves numbers ("0.001, 3"); otherwise they are decimal separators if
 /// that does ("0,001 3,5").
 char separatorOf(std::string_view row) {
   for (char candidate : {';', '\t'}) {
@@ -251,7 +251,7 @@ std::vector<double> Table::numbers(std::size_t column, std::string_view quantity
     }
     if (withComma && withPoint) {
       throw UserError(fmt::format(
-          "{}: decimals stand behind a {} here and behind a {} in line {}; "
+          "{}: the decimal separator is a {} here and a {} in line {}; "
           "write one of them",
           place(row), *withComma == row ? "comma" : "point", *withComma == row ? "point" : "comma",
           lines_[*withComma == row ? *withPoint : *withComma]));

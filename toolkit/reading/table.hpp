@@ -17,24 +17,24 @@ class Table {
  public:
   /// Lays out `file`, which must outlive the table. Throws UserError, with file and line,
   /// for rows of unequal length, overlong lines, and when there are no rows. For messages,
-  /// `names` tells what a row of two columns holds ("time and amplitude", or nothing) and
+  /// `names` describes a row of two columns ("time and amplitude", or nothing) and
   /// `example` is a row as it should be.
   Table(const TextFile& file, std::string_view names, std::string_view example);
 
   std::size_t rows() const { return lines_.size(); }
   std::size_t columns() const { return columns_; }
   const std::string& name() const { return name_; }
-  /// Line of the file, from 1, that a row stands on.
+  /// Line number, from 1, of a row in the file.
   long lineOf(std::size_t row) const { return lines_[row]; }
   /// The names of the columns, or none when the file has no header that fits.
   const std::vector<std::string>& header() const { return header_; }
 
-  /// True when commas separate the fields and nothing in the file tells that they aren't
+  /// True when commas separate the fields and nothing in the file shows that they are not
   /// decimal commas: more than two whole numbers in every row.
   bool commasMayBeDecimal() const;
 
   /// The numbers of a column (from 0). Throws UserError, with file and line, for what is
-  /// no finite number; `quantity` stands for the column in messages.
+  /// not a finite number; `quantity` names the column in messages.
   std::vector<double> numbers(std::size_t column, std::string_view quantity) const;
 
   /// The place of a row in messages: "decay.csv, line 7".
@@ -48,9 +48,9 @@ class Table {
   double numberAt(std::size_t row, std::size_t column, std::string_view quantity) const;
 
   std::string name_;
-  char separator_ = '\0';  ///< ' ' stands for any run of blanks
+  char separator_ = '\0';  ///< ' ' is any run of blanks
   std::size_t columns_ = 0;
-  std::vector<std::string_view> fields_;  ///< by rows
+  std::vector<std::string_view> fields_;  ///< row-major
   std::vector<long> lines_;
   std::vector<std::string> header_;
 };

@@ -55,7 +55,7 @@ std::ifstream openForReading(const fs::path& path) {
   return file;
 }
 
-/// Throws UserError for content whose first bytes tell that it is no plain text.
+/// Throws UserError for content whose first bytes show that it is not plain text.
 void refuseOtherKinds(const TextFile& file) {
   struct Kind {
     std::string_view start;

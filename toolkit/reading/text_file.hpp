@@ -12,7 +12,7 @@ struct TextFile {
   std::string content;  ///< without a byte-order mark
 };
 
-/// The text of `path`; "-" stands for standard input. Throws UserError for what is not
+/// The text of `path`; "-" is standard input. Throws UserError for what is not
 /// there, can't be read, or is no text (UTF-16, an archive, a byte 0).
 TextFile readTextFile(const std::filesystem::path& path);
 

@@ -152,7 +152,7 @@ std::string quantityText(double value, Quantity quantity) {
     return significant(value, 3);
   }
   if (quantity == Quantity::bValue) {
-    constexpr double readable = 1e6;  // the unit in which b values are usually told
+    constexpr double readable = 1e6;  // the unit in which b values are usually given
     return significant(value / readable) + " s/mm2";
   }
   return fmt::format("{} {}", withShortExponent(fmt::format("{:.2e}", value)), siUnit(quantity));

@@ -1,4 +1,4 @@
-// The quantities that stand on the axes, with the units in which users give them.
+// The quantities of the axes, with the units in which users give them.
 // Inside the programs and in all files that they write everything is in SI units.
 #pragma once
 
@@ -32,7 +32,7 @@ std::string unitList(Quantity quantity);
 std::optional<double> parseQuantity(std::string_view text, Quantity quantity);
 
 /// A value in SI units with three significant places, for reading: "22.9 ms", "2.30e-9 m2/s";
-/// b values have four and stand in s/mm2.
+/// b values have four and are in s/mm2.
 std::string quantityText(double value, Quantity quantity);
 
 /// The unit of an axis whose largest value is `largest`, and SI units in one of it.

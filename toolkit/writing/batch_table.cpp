@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t shortestName = 12;
 constexpr std::size_t longestName = 40;
 
-/// The end of a name that is too long, which tells more than its start.
+/// The end of a name that is too long, which says more than its start.
 std::string shortened(const std::string& name, std::size_t width) {
   return name.size() <= width ? name : ".." + name.substr(name.size() - width + 2);
 }

@@ -9,7 +9,7 @@
 
 namespace vorin::toolkit {
 
-/// What the table tells of one inversion. Numbers that there are none of are not a number.
+/// A row of the table: one inversion. Unknown numbers are not-a-number.
 struct BatchRow {
   std::string file;
   std::size_t samples = 0;

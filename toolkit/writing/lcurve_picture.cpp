@@ -22,13 +22,13 @@ struct Axis {
   double from = 0.0;
   double to = 0.0;
 
-  /// How far along the axis `value` stands, 0 to 1.
+  /// The position of `value` along the axis, 0 to 1.
   double place(double value) const { return std::log(value / from) / std::log(to / from); }
 };
 
 Axis axisOf(const std::vector<double>& values, double roomBelow, double roomAbove) {
   const auto [least, most] = std::minmax_element(values.begin(), values.end());
-  // A curve of no height still wants an axis.
+  // A curve of no height still needs an axis.
   const double length = std::max(std::log(*most / *least), 0.01);
   return {*least * std::exp(-roomBelow * length), *most * std::exp(roomAbove * length)};
 }
@@ -76,7 +76,7 @@ std::string ticsText(char axisName, const Axis& axis) {
 }
 
 /// The weight beside each point that has room for it. The free side of a falling curve is its
-/// upper right. What would lie over an earlier label is left out, and so is what stands in the key.
+/// upper right. A label that would cover an earlier one or the key is omitted.
 std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
   constexpr double pictureWidth = 0.10;
   constexpr double pictureHeight = 0.045;

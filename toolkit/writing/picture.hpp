@@ -24,7 +24,7 @@ struct PictureContent {
   std::string title;
   std::vector<double> time;
   std::vector<double> amplitude;
-  std::vector<double> fit;  ///< none: the residual's panel stays away too
+  std::vector<double> fit;  ///< empty: no panel of the residual either
   Distribution distribution;
   std::optional<Distribution> truth;
   std::vector<double> bandLower;  ///< of the distribution; none: no band

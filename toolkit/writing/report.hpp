@@ -1,4 +1,4 @@
-// What a user is told and given after an inversion, as text.
+// The summary and the tables of an inversion, as text.
 #pragma once
 
 #include <optional>

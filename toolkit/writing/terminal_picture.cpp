@@ -70,7 +70,7 @@ std::string_view block(int eighths, bool unicode) {
   return eighths >= eighthsPerRow / 2 ? "#" : eighths > 0 ? "." : " ";
 }
 
-/// Lays `text` over `line` with its middle at `column`, unless it would touch what stands there.
+/// Writes `text` into `line`, centred at `column`, unless it would touch an earlier label.
 void label(std::string& line, const std::string& text, int column) {
   const int length = static_cast<int>(text.size());
   const int start = std::clamp(column - length / 2, 0, static_cast<int>(line.size()) - length);

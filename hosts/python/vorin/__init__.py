@@ -22,7 +22,7 @@ from .simulation import Simulation, simulate
 __all__ = [
     "Bootstrap", "InputTypeError", "InputValueError", "Library", "LibraryNotFound", "Peak",
     "Result", "Simulation", "VorinError", "bootstrap", "default_grid", "difference_noise",
-    "find_library", "find_toolkit", "invert", "invert_many", "kernel_matrix", "log_grid", "log_mean", "peaks",
-    "plot", "read", "simulate",
+    "find_library", "find_toolkit", "invert", "invert_many", "kernel_matrix", "log_grid",
+    "log_mean", "peaks", "plot", "read", "simulate",
 ]
 __version__ = "10.56"

@@ -42,8 +42,8 @@ class Bootstrap:
     log_means: np.ndarray
 
     def __repr__(self) -> str:
-        return (f"<vorin.Bootstrap {self.replicates} replicates: log mean {self.log_mean_lower:.4g} "
-                f"to {self.log_mean_upper:.4g}>")
+        return (f"<vorin.Bootstrap {self.replicates} replicates: log mean "
+                f"{self.log_mean_lower:.4g} to {self.log_mean_upper:.4g}>")
 
     def to_dict(self) -> Dict[str, Any]:
         """The fields as plain numbers and lists, under the names of the command's JSON."""

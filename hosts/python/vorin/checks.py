@@ -50,7 +50,8 @@ def _storage(where: str, value: Any, type_: str) -> np.ndarray:
         raise InputTypeError(
             f"{where} is {_kind(value)}; a numpy array of {dtype.name} is required")
     if value.dtype != dtype or not value.dtype.isnative:
-        raise InputTypeError(f"{where} is an array of {value.dtype}; one of {dtype.name} is required")
+        raise InputTypeError(
+            f"{where} is an array of {value.dtype}; one of {dtype.name} is required")
     return value
 
 
@@ -66,10 +67,12 @@ def array(where: str, value: Any, argument: Argument, shape: Tuple[int, ...]) ->
     value = _storage(where, value, argument.type)
     if value.shape != shape:
         dimensions = ", ".join(argument.shape)
-        raise InputValueError(f"{where} has shape {value.shape}; {shape} is required ({dimensions})")
+        raise InputValueError(
+            f"{where} has shape {value.shape}; {shape} is required ({dimensions})")
     if not value.flags.f_contiguous:
         raise InputValueError(
-            f"{where} is not contiguous in column-major order; numpy.asfortranarray makes such a copy"
+            f"{where} is not contiguous in column-major order; numpy.asfortranarray makes such a "
+            "copy"
             if len(shape) > 1 else
             f"{where} is not contiguous; numpy.ascontiguousarray makes such a copy")
     if not value.flags.aligned:
@@ -92,8 +95,8 @@ def number_by_address(where: str, value: Any, argument: Argument) -> Tuple[Any, 
         variable = c_type(0)
     elif argument.written and not argument.read:
         raise InputTypeError(
-            f"{where} is {_kind(value)}; an array of 1 {DTYPES[argument.type].name} is required, or "
-            "none, since the call returns the number")
+            f"{where} is {_kind(value)}; an array of 1 {DTYPES[argument.type].name} is required, "
+            "or none, since the call returns the number")
     else:
         variable = c_type(number(where, value, argument.type))
     return ctypes.byref(variable), variable

@@ -23,7 +23,8 @@ def _numbers(name: str, value: Any) -> np.ndarray:
     try:
         array = np.asarray(value)
     except (TypeError, ValueError):
-        raise InputTypeError(f"{name} is not an array of numbers; give one row of numbers") from None
+        raise InputTypeError(
+            f"{name} is not an array of numbers; give one row of numbers") from None
     if array.dtype.kind not in "iufc":
         raise InputTypeError(f"{name} holds {array.dtype} values; numbers are required")
     return array

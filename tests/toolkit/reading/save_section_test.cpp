@@ -252,7 +252,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"CompactRowWithBlanks", with(compactSection, 5, " 1 4"),
          "5: a row of numbers is required under [DATA], and \"1 4\" is not a number"},
         {"CompactCount", with(compactSection, 11, " *ng,4"),
-         "11: 4 data points are announced, but 3 stand under [DATA]"},
+         "11: 4 data points are announced, but 3 are under [DATA]"},
         {"CompactHeading", with(compactSection, 9, " *[COEFF]"),
          "9: the heading *[COEFF T2DIST  VORIN] is required here, not \"*[COEFF]\""},
         {"CompactSetting", with(compactSection, 12, "*TARG"), "12: \"TARG\" is no line *KEY,value"},
