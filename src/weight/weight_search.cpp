@@ -130,8 +130,12 @@ bool Search::iterate() {
   signow_ = std::sqrt(rss_ / static_cast<float>(problem_.m()));
   const float wnew = insideLimits(status_ == 0 ? afterGoodSolve() : riseAfterFailure * w_);
   const float conv = (rss_ - target_) / rss_;
-  log("I", "iw=" + count(iter_) + " w=" + number(w_, 5) + " wwant=" + number(wwant_, 5) + " wnew=" +
-               number(wnew, 5) + " signow=" + number(signow_, 5) + " conv=" + number(conv, 5));
+  // Six numbers are formatted only where somebody reads them.
+  if (params::logIsOpen()) {
+    log("I", "iw=" + count(iter_) + " w=" + number(w_, 5) + " wwant=" + number(wwant_, 5) +
+                 " wnew=" + number(wnew, 5) + " signow=" + number(signow_, 5) +
+                 " conv=" + number(conv, 5));
+  }
   if (touchedLimitTooOften()) {
     return true;
   }
