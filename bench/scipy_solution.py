@@ -1,6 +1,6 @@
 """The same by scipy, as one would write it. For each weight w it takes the
 non-negative least squares of [K; sqrt(w) I] against [d; 0] from scipy.optimize.nnls, and for
-a wanted standard error brentq on the logarithm of w. It stops as soon as the library would,
+a requested standard error brentq on the logarithm of w. It stops as soon as the library would,
 and is given the reduced data of the library's path, or all samples.
 """
 

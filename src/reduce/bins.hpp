@@ -1,5 +1,5 @@
 // The pruning bins that hold points. Their number is adjusted until the count of such bins
-// is the wanted one.
+// is the requested one.
 #pragma once
 
 #include <vector>

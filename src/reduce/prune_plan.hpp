@@ -24,7 +24,7 @@ struct PruneRequest {
   const float* t = nullptr;      ///< positions, rising
   const float* scale = nullptr;  ///< scale of each point; none: 1 for all
   int firstPoint = 1;            ///< 1-based index of the point at which the bins begin
-  int target = 0;                ///< wanted count of rows
+  int target = 0;                ///< requested count of rows
   int mode = pruneLog;
   bool adjust = true;      ///< start with 1.3 target edges and adjust them until the count is
                            ///< reached; else target edges, once

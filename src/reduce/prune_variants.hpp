@@ -18,8 +18,8 @@ struct KernelPruning {
   const float* k = nullptr;      ///< ldPoints by nCols, kernel
   const float* scale = nullptr;  ///< nPoints, v
   int prLo = 1;                  ///< 1-based index of the point at which the bins begin
-  int target = 0;                ///< wanted count
-  int mode = 0;                  ///< pruneLog or pruneLinear; any other one lays no bins
+  int target = 0;                ///< requested count
+  int mode = 0;                  ///< pruneLog or pruneLinear; any other one makes no bins
   float* yPruned = nullptr;      ///< maxBins, 0 past the count
   float* tMean = nullptr;        ///< maxBins, 0 past the count
   float* kPruned = nullptr;      ///< maxBins by nCols, 0 past the count

@@ -29,7 +29,7 @@ struct Reduction {
 
   int mode = 0;        ///< a PruneMode; below 1 no pruning
   int firstPoint = 1;  ///< 1-based index of the point at which the bins begin
-  int target = 0;      ///< wanted count of pruned rows
+  int target = 0;      ///< requested count of pruned rows
 
   int mostRows = 0;        ///< rows that a compression keeps at most; below 1 no compression
   float threshold = 0.0f;  ///< singular values up to this share of the largest are dropped

@@ -362,7 +362,7 @@ TEST_F(FastAgainstReference, SameOnHostileProblems) {
        0.01f},
       {"a column of zeros", [](auto& job) { std::fill_n(job.K.begin(), job.m, 0.0f); }, 0.01f},
       {"huge", scaled(1e18f), 1e16f},
-      {"beyond singles when squared", scaled(1e25f), 1e23f},
+      {"squares beyond single precision", scaled(1e25f), 1e23f},
       {"tiny", scaled(1e-18f), 1e-20f},
       {"subnormal", scaled(1e-40f), 1e-40f},
       {"no points", [](auto& job) { job.m = 0; }, 0.01f},

@@ -1,5 +1,5 @@
 // The compressions: any shapes with the leading dimensions their comments ask for, any
-// thresholds, rows wanted, modes and scratch lengths.
+// thresholds, requested rows, modes and scratch lengths.
 #include <vorin.h>
 
 #include <algorithm>

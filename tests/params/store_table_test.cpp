@@ -288,7 +288,7 @@ TEST_F(StoreTable, ChoicesAreSetByTheirTexts) {
 }
 
 TEST_F(StoreTable, AQueryAnswersByTheStoredTextAndNotAlwaysWithIt) {
-  // every text that can stand in the slots, those of loading and reset included
+  // every text that the slots can hold, those of loading and reset included
   struct {
     const char* key;
     const char* stored;

@@ -1,4 +1,4 @@
-// Stands in for the log's writer; see log_recorder.hpp.
+// Replaces the log's writer; see log_recorder.hpp.
 #include "regress/log_recorder.hpp"
 
 #include "params/log.hpp"

@@ -1,4 +1,4 @@
-// Stands in for the log's writer in a test program and keeps its lines. A program
+// Replaces the log's writer in a test program and keeps its lines. A program
 // that links log_recorder.cpp does not take the library's own log.
 #pragma once
 

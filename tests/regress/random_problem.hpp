@@ -34,7 +34,7 @@ class Random {
   std::mt19937_64 engine_;
 };
 
-/// Minimise |A x - b| with lower <= x <= upper. A is m by n by columns.
+/// Minimise |A x - b| with lower <= x <= upper. A is m by n, column-major.
 template <class Real>
 struct BoxProblem {
   int m = 0;
