@@ -33,6 +33,7 @@ using Defaults = SimulationDefaults;
 
 std::vector<std::string> defaultPeaks() {
   std::vector<std::string> peaks;
+  peaks.reserve(Defaults::peaks.size());
   for (const LogNormalPeak& peak : Defaults::peaks) {
     peaks.push_back(fmt::format("{}:{}:{}", peak.time, peak.width, peak.amplitude));
   }
