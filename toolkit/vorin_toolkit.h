@@ -149,7 +149,7 @@ vorin_settings_set_number(vorin_settings* settings, const char* name, double val
                           int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Sets a setting to a list of numbers, which is copied: "grid", the abscissae of the
- * distribution.
+ * distribution, or "grid1" or "grid2", those of a map.
  *
  *   settings  in and out  the handle
  *   name      in   of the setting
@@ -164,7 +164,8 @@ vorin_settings_set_array(vorin_settings* settings, const char* name, const doubl
                          int64_t count, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Sets a setting to a matrix, which is copied: "kernel", with a row for each sample
- * (skipped ones included) and a column for each value of "grid".
+ * (skipped ones included) and a column for each value of "grid", or "kernel1" or "kernel2"
+ * of a map, with a row for each value of the axis and a column for each of its grid.
  *
  *   settings  in and out  the handle
  *   name      in   of the setting
@@ -365,6 +366,176 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_bootstrap(
  *            VORIN_TOOLKIT_NO_MEMORY */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message,
+             int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Maps over two axes
+ *
+ * T1-T2, T2-T2 and D-T2 experiments. Samples are a matrix with a row for each value of the
+ * first axis and a column for each of the second, by rows. A map is a matrix with a row
+ * for each value of "grid1" and a column for each of "grid2". Settings of both axes end in
+ * 1 and 2: "kernel1" ("t1-inversion"), "kernel2" ("t2"), "grid1", "grid2" (64 values).
+ * ------------------------------------------------------------------------ */
+
+/* Inverts the samples D of a two-dimensional experiment: finds the F of 0 or above that
+ * minimises
+ *
+ *     1/2 |K1 F K2' - D|^2  +  w/2 |F|^2
+ *
+ * on the factors of both kernels (Venkataramanan, Song and Huerlimann, IEEE Trans. Signal
+ * Process. 50, 1017, 2002), by damped Newton steps on the dual problem. Settings: "kernel1",
+ * "kernel2", "grid1", "grid2", "weight" ("noise", "corner" or w), "noise" (a number,
+ * "projection" or "quadrature"). Complex data are turned by one phase, and their real
+ * channel is inverted.
+ *
+ * Numbers of the result: "status" (0 success, 1 not optimal, 2 the aim can't be reached, 3
+ * the best map is 0 everywhere), "success", "weight", "noise", "wanted_standard_error",
+ * "standard_error", "closest_standard_error" (all three of the compressed rows), "rows",
+ * "duality_gap", "iterations" (weights looked at), "passes" (Newton steps), "phase",
+ * "total", "log_mean1", "log_mean2". Texts: "kernel1", "kernel2", "weight_origin",
+ * "noise_origin", "status_text". Arrays: "samples" (as inverted), "grid1", "grid2",
+ * "distribution" (by rows), "projection1", "projection2", and, an element for each peak,
+ * the largest share first, "peak_position1", "peak_position2", "peak_share",
+ * "peak_log_mean1", "peak_log_mean2", "peak_width1", "peak_width2" (decades),
+ * "peak_at_grid_end".
+ *
+ *   settings   in   the handle; null has all defaults
+ *   times1     in   count1 numbers, rising from 0 or above: times, or b values
+ *   count1     in   by value, 2 or above
+ *   times2     in   count2 numbers, rising from 0 or above
+ *   count2     in   by value, 2 or above
+ *   real       in   count1 x count2 samples, by rows
+ *   imaginary  in   count1 x count2 samples of the imaginary channel, or null for real data
+ *   progress   in   called now and then with a part done of 1000; null for none
+ *   user       in   handed to progress
+ *   result     out  address of a handle; free it by vorin_result_free. An inversion that
+ *                   did not succeed has one too: look at "success".
+ *   message    out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT, VORIN_TOOLKIT_CANCELLED or
+ *            VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_invert2d(
+    const vorin_settings* settings, const double* times1, int64_t count1, const double* times2,
+    int64_t count2, const double* real, const double* imaginary, vorin_progress progress,
+    void* user, vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* The fit of a map: K1 F K2' at the samples.
+ *
+ *   inversion  in   a result of vorin_invert2d
+ *   fit        out  as many numbers as there are samples, by rows
+ *   message    out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_fit2d(const vorin_result* inversion, double* fit,
+                                                         char* message, int64_t message_size)
+    VORIN_TOOLKIT_NOEXCEPT;
+
+/* Tells how far peaks and regions of a map are to be trusted: inverts its fit with noise
+ * drawn anew from its residual, many times over (Efron, Ann. Stat. 7, 1, 1979), at its
+ * weight. Settings: "replicates" (200), "seed" (1).
+ *
+ * Number of the result: "replicates" (inverted with success). Arrays with the limits of the
+ * middle 68 %, an element for each peak in the order of vorin_invert2d: "peak_share_lower",
+ * "peak_share_upper", "peak_log_mean1_lower", "peak_log_mean1_upper",
+ * "peak_log_mean2_lower", "peak_log_mean2_upper"; and the same for each region, with
+ * "region" in place of "peak".
+ *
+ *   inversion  in   a result of vorin_invert2d
+ *   settings   in   the handle; null has all defaults
+ *   regions    in   region_count x 4, by rows: from and to on the first axis, from and to
+ *                   on the second, both rising from above 0
+ *   region_count  in  by value, 0 or above
+ *   progress   in   called after each replicate; null for none
+ *   user       in   handed to progress
+ *   result     out  address of a handle; free it by vorin_result_free
+ *   message    out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT, VORIN_TOOLKIT_CANCELLED or
+ *            VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_bootstrap2d(
+    const vorin_result* inversion, const vorin_settings* settings, const double* regions,
+    int64_t region_count, vorin_progress progress, void* user, vorin_result** result, char* message,
+    int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* What is read off a map: the numbers "total", "log_mean1", "log_mean2" and the arrays
+ * "projection1", "projection2", "peak_position1" and so on of vorin_invert2d.
+ *
+ *   grid1           in   points1 numbers, rising from above 0
+ *   points1         in   by value, 1 or above
+ *   grid2           in   points2 numbers, rising from above 0
+ *   points2         in   by value, 1 or above
+ *   distribution    in   points1 x points2 amplitudes by rows, 0 or above
+ *   smallest_share  in   peaks of a smaller share are left out, by value
+ *   result          out  address of a handle; free it by vorin_result_free
+ *   message         out  as above
+ *   message_size    in   as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_measures2d(const double* grid1, int64_t points1, const double* grid2, int64_t points2,
+                 const double* distribution, double smallest_share, vorin_result** result,
+                 char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* The part of a map's total that lies in a rectangle. A grid value takes the interval half
+ * way to its neighbours in the logarithm; cells at an edge count by their part inside.
+ *
+ *   grid1         in   points1 numbers, rising from above 0
+ *   points1       in   by value, 1 or above
+ *   grid2         in   points2 numbers, rising from above 0
+ *   points2       in   by value, 1 or above
+ *   distribution  in   points1 x points2 amplitudes by rows, 0 or above
+ *   region        in   4 numbers: from and to on the first axis, from and to on the second
+ *   share         out  0 to 1; not-a-number for a map that is 0 everywhere
+ *   message       out  as above
+ *   message_size  in   as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_share2d(const double* grid1, int64_t points1, const double* grid2, int64_t points2,
+              const double* distribution, const double* region, double* share, char* message,
+              int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Computed two-dimensional data with known truth: peaks that are normal in the logarithms of
+ * both axes, put through both kernels, with normal noise. Settings: "kernel1", "kernel2",
+ * "grid1", "grid2" (of the truth; 100 values, 0.1 ms to 10 s or 1e-12 to 1e-7 m2/s), "sigma"
+ * (of the noise; 0.5), "seed" (1), "phase" (radians; complex data, noise in both channels).
+ * One seed gives the same noise on every machine.
+ *
+ * Arrays of the result: "samples", "imaginary" (with "phase" only), "grid1", "grid2",
+ * "distribution".
+ *
+ *   settings    in   the handle; null has all defaults
+ *   times1      in   count1 numbers, rising from 0 or above
+ *   count1      in   by value, 2 or above
+ *   times2      in   count2 numbers, rising from 0 or above
+ *   count2      in   by value, 2 or above
+ *   peaks       in   peak_count x 4, by rows: centres on both axes, standard deviation in
+ *                    decades, total amplitude, all above 0
+ *   peak_count  in   by value
+ *   result      out  address of a handle; free it by vorin_result_free
+ *   message     out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_simulate2d(const vorin_settings* settings, const double* times1, int64_t count1,
+                 const double* times2, int64_t count2, const double* peaks, int64_t peak_count,
+                 vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Reads two-dimensional data, as the command does: a matrix whose first row holds the values
+ * of the second axis and whose first column those of the first; a plain matrix, with the
+ * settings "times1" and "times2"; or the T1IRT2.dat or folder of a Spinsolve. Settings:
+ * "times1", "times2", "imaginary" (files), "time_unit1", "time_unit2", "kernel1",
+ * "kernel2" (whose abscissae the axes are).
+ *
+ * Arrays of the result: "times1", "times2", "samples" (by rows) and, for complex data,
+ * "imaginary".
+ *
+ *   path      in   of the file
+ *   settings  in   the handle; null has all defaults
+ *   result    out  address of a handle; free it by vorin_result_free
+ *   message   out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_read2d(const char* path, const vorin_settings* settings, vorin_result** result, char* message,
              int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* ------------------------------------------------------------------------

@@ -41,18 +41,6 @@ KernelChoice kernelChoice(const InputOptions& options) {
   return {Kernel::matrix, options.kernel, readMatrix(options.kernel)};
 }
 
-double unitOf(const InputOptions& options, Quantity quantity) {
-  if (options.unit.empty()) {
-    return 1.0;
-  }
-  const std::optional<double> size = unitSize(options.unit, quantity);
-  if (!size) {
-    throw UserError(
-        fmt::format("--time-unit {}: write {}", inQuotes(options.unit), unitList(quantity)));
-  }
-  return *size;
-}
-
 Input readInput(const std::string& file, const DecayFormat& format, const KernelChoice& kernel,
                 const std::vector<double>& grid, const std::string& skip) {
   Input input;
@@ -99,7 +87,7 @@ std::vector<Input> readInputs(const InputOptions& options) {
   const KernelChoice kernel = kernelChoice(options);
   DecayFormat format;
   format.abscissa = abscissaQuantity(kernel.kernel);
-  format.unit = unitOf(options, format.abscissa);
+  format.unit = readUnit(options.unit, "--time-unit", format.abscissa);
   if (!options.columns.empty()) {
     format.columns = parseColumns(options.columns, "--columns");
   }

@@ -15,8 +15,8 @@
 #include "toolkit/reading/files.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
-#include "toolkit/two_dimensional/map_reading.hpp"
 #include "toolkit/two_dimensional/map_report.hpp"
+#include "toolkit/two_dimensional/map_settings_text.hpp"
 #include "toolkit/two_dimensional/map_simulation.hpp"
 
 namespace vorin::toolkit {
@@ -45,19 +45,17 @@ struct Simulate2dOptions {
 struct Defaults {
   std::vector<std::string> peaks;
   std::string times1;
-  std::string grid1;
 };
 
 Defaults defaultsFor(Kernel first) {
   if (first == Kernel::diffusion) {
-    return {{"2e-9:0.3:0.1:60", "2e-10:0.03:0.1:40"}, "1e7:2e10:32", "1e-12:1e-7:100"};
+    return {{"2e-9:0.3:0.1:60", "2e-10:0.03:0.1:40"}, "1e7:2e10:32"};
   }
   if (first == Kernel::t2) {
     return {{"0.3:0.3:0.1:45", "0.02:0.02:0.1:35", "0.3:0.02:0.1:10", "0.02:0.3:0.1:10"},
-            "1ms:1s:32",
-            "1e-4:10:100"};
+            "1ms:1s:32"};
   }
-  return {{"0.5:0.3:0.1:60", "0.05:0.02:0.1:40"}, "1ms:5s:32", "1e-4:10:100"};
+  return {{"0.5:0.3:0.1:60", "0.05:0.02:0.1:40"}, "1ms:5s:32"};
 }
 
 double numberOf(const std::string& text, std::string_view option, double least,
@@ -69,18 +67,11 @@ double numberOf(const std::string& text, std::string_view option, double least,
   return *value;
 }
 
-void requireInside(double position, const std::vector<double>& grid, const std::string& peak,
-                   std::string_view option) {
-  if (position < grid.front() || position > grid.back()) {
-    throw UserError(fmt::format("--peak {}: it lies outside the grid from {:g} to {:g}; widen {}",
-                                inQuotes(peak), grid.front(), grid.back(), option));
-  }
-}
-
 ExitStatus runSimulate2d(const Simulate2dOptions& options) {
-  std::pair<std::string, std::string> files;
+  const auto [kernel1, kernel2] = parseKernels(options.kernels, "--kernels");
   MapSettings settings;
-  std::tie(settings.kernel1, settings.kernel2) = parseKernels(options.kernels, "--kernels", files);
+  settings.kernel1 = kernel1.kernel;
+  settings.kernel2 = kernel2.kernel;
   if (settings.kernel1 == Kernel::matrix || settings.kernel2 == Kernel::matrix) {
     throw UserError(fmt::format("--kernels {}: data can't be simulated by a matrix; write names",
                                 inQuotes(options.kernels)));
@@ -95,16 +86,17 @@ ExitStatus runSimulate2d(const Simulate2dOptions& options) {
   data.times2 = parseAxis(options.times2, "--times2", abscissaQuantity(settings.kernel2));
   const Quantity first = gridQuantity(settings.kernel1);
   const Quantity second = gridQuantity(settings.kernel2);
-  settings.grid1 = parseGrid(orElse(options.grid1, defaults.grid1), "--grid1", first).times();
-  settings.grid2 = parseGrid(orElse(options.grid2, second == Quantity::diffusion ? "1e-12:1e-7:100"
-                                                                                 : "1e-4:10:100"),
-                             "--grid2", second)
-                       .times();
+  const auto gridOf = [](const std::string& text, std::string_view option, Kernel kernel) {
+    return text.empty() ? simulationGrid(kernel)
+                        : parseGrid(text, option, gridQuantity(kernel)).times();
+  };
+  settings.grid1 = gridOf(options.grid1, "--grid1", settings.kernel1);
+  settings.grid2 = gridOf(options.grid2, "--grid2", settings.kernel2);
   std::vector<SimulatedMapPeak> peaks;
   for (const std::string& text : options.peaks.empty() ? defaults.peaks : options.peaks) {
     peaks.push_back(parseMapPeak(text, "--peak", first, second));
-    requireInside(peaks.back().position1, settings.grid1, text, "--grid1");
-    requireInside(peaks.back().position2, settings.grid2, text, "--grid2");
+    requireInside(peaks.back(), fmt::format("--peak {}", inQuotes(text)), settings.grid1,
+                  settings.grid2);
   }
   const double noise = numberOf(options.noise, "--noise", 0.0, "a number of 0 or above");
   const auto seed = parseInteger(options.seed);
@@ -127,20 +119,17 @@ ExitStatus runSimulate2d(const Simulate2dOptions& options) {
   const fs::path truthFile =
       options.truth.empty() ? fs::path() : outputs.announce(options.truth, "--truth");
   const std::vector<double> truth = mapOf(peaks, settings.grid1, settings.grid2);
-  // The channels share their signal; each has noise of its own.
-  const auto channel = [&](double factor, std::uint64_t channelSeed) {
-    std::vector<double> scaled = truth;
-    for (double& amplitude : scaled) {
-      amplitude *= factor;
-    }
-    return matrixCsv(data.times1, data.times2,
-                     simulatedSamples(data, settings, scaled, noise, channelSeed), 7);
+  const auto write = [&](const fs::path& file, const std::vector<double>& samples) {
+    outputs.write(file, matrixCsv(data.times1, data.times2, samples, 7));
   };
   const auto chosen = static_cast<std::uint64_t>(*seed);
-  outputs.write(out, channel(std::cos(phase), chosen));
-  if (!imaginary.empty()) {
-    constexpr std::uint64_t otherChannel = 0x9E3779B97F4A7C15U;  // far from every small seed
-    outputs.write(imaginary, channel(std::sin(phase), chosen + otherChannel));
+  if (imaginary.empty()) {
+    write(out, simulatedSamples(data, settings, truth, noise, chosen));
+  } else {
+    const TwoMapChannels channels =
+        simulatedMapChannels(data, settings, truth, noise, chosen, phase);
+    write(out, channels.real);
+    write(imaginary, channels.imaginary);
   }
   if (!truthFile.empty()) {
     outputs.write(truthFile, matrixCsv(settings.grid1, settings.grid2, truth, 7));

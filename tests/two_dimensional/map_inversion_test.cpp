@@ -9,7 +9,7 @@
 
 #include "toolkit/two_dimensional/map_bootstrap.hpp"
 #include "toolkit/two_dimensional/map_measures.hpp"
-#include "toolkit/two_dimensional/map_reading.hpp"
+#include "toolkit/two_dimensional/map_preparation.hpp"
 #include "toolkit/user_error.hpp"
 #include "two_dimensional/experiments.hpp"
 

@@ -30,6 +30,7 @@ struct JobSetting {
 };
 
 struct Inverted;
+struct InvertedMap;
 
 /// The name of a kernel that is a matrix of the caller.
 inline constexpr std::string_view ownKernel = "own";
@@ -56,8 +57,11 @@ struct vorin_settings {
   /// `quantity`); none where neither is.
   std::vector<double> grid(std::string_view name, vorin::toolkit::Quantity quantity) const;
 
-  /// The kernel by name, or the matrix that was set in its place.
-  vorin::toolkit::KernelChoice kernel() const;
+  /// The kernel by name, or the matrix that was set in its place; `standard` where the setting is
+  /// not set.
+  vorin::toolkit::KernelChoice kernel(
+      std::string_view setting = "kernel",
+      vorin::toolkit::Kernel standard = vorin::toolkit::Kernel::t2) const;
 
   /// The settings of the method.
   vorin::toolkit::InversionSettings method() const;
@@ -90,6 +94,8 @@ struct vorin_result {
   std::vector<Field> fields;
   /// Of an inversion: what later jobs on it need; see inversionOf().
   std::shared_ptr<const vorin::toolkit::c::Inverted> inverted;
+  /// The same of an inversion of two-dimensional data.
+  std::shared_ptr<const vorin::toolkit::c::InvertedMap> map;
 };
 
 namespace vorin::toolkit::c {
@@ -102,6 +108,13 @@ inline const vorin_settings& orDefaults(const vorin_settings* settings,
 
 /// The kernel of that name. Throws UserError for a null address and for another name.
 Kernel namedKernel(const char* name);
+
+/// A number of `lowest` or above that the setting holds, or `standard` where it is not set.
+double numberSetting(const vorin_settings& settings, std::string_view name, double standard,
+                     double lowest);
+
+/// The setting "seed", 1 where it is not set.
+std::uint64_t seedSetting(const vorin_settings& settings);
 
 /// Throws UserError, which calls them times, unless `times` rise from 0 or above and are no
 /// longer than times can be.

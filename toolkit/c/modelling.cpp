@@ -17,6 +17,32 @@
 
 namespace vorin::toolkit::c {
 
+double numberSetting(const vorin_settings& settings, std::string_view name, double standard,
+                     double lowest) {
+  const std::string& text = settings.text(name);
+  if (text.empty()) {
+    return standard;
+  }
+  const std::optional<double> value = parseNumber(text);
+  if (!value || !(*value >= lowest && std::isfinite(*value))) {
+    throw UserError(lowest == 0.0
+                        ? fmt::format("{} {}: a number of 0 or above is required", name, text)
+                        : fmt::format("{} {}: a finite number is required", name, text));
+  }
+  return *value;
+}
+
+std::uint64_t seedSetting(const vorin_settings& settings) {
+  const std::string& text = settings.text("seed");
+  const std::optional<long long> seed =
+      text.empty() ? static_cast<long long>(SimulationDefaults::seed) : parseInteger(text);
+  if (!seed || *seed < 0) {
+    throw UserError(
+        fmt::format("seed {}: a whole number of 0 or above is required", inQuotes(text)));
+  }
+  return static_cast<std::uint64_t>(*seed);
+}
+
 namespace {
 
 std::vector<double> timesAt(const double* times, std::int64_t samples) {
@@ -30,22 +56,6 @@ std::vector<double> simulationTimes(const double* times, std::int64_t samples) {
   return times == nullptr && samples == 0
              ? evenTimes(SimulationDefaults::spacing, SimulationDefaults::samples)
              : timesAt(times, samples);
-}
-
-/// A number of `lowest` or above that a setting holds, or `standard`.
-double numberOf(const vorin_settings& settings, std::string_view name, double standard,
-                double lowest) {
-  const std::string& text = settings.text(name);
-  if (text.empty()) {
-    return standard;
-  }
-  const std::optional<double> value = parseNumber(text);
-  if (!value || !(*value >= lowest && std::isfinite(*value))) {
-    throw UserError(lowest == 0.0
-                        ? fmt::format("{} {}: a number of 0 or above is required", name, text)
-                        : fmt::format("{} {}: a finite number is required", name, text));
-  }
-  return *value;
 }
 
 std::vector<LogNormalPeak> peaksAt(const double* peaks, std::int64_t count) {
@@ -78,15 +88,8 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   if (grid.empty()) {
     grid = SimulationDefaults::grid.times();
   }
-  const double noise = numberOf(settings, "sigma", SimulationDefaults::noise, 0.0);
-  const std::string& seedText = settings.text("seed");
-  const std::optional<long long> seed =
-      seedText.empty() ? static_cast<long long>(SimulationDefaults::seed) : parseInteger(seedText);
-  if (!seed || *seed < 0) {
-    throw UserError(
-        fmt::format("seed {}: a whole number of 0 or above is required", inQuotes(seedText)));
-  }
-  const auto start = static_cast<std::uint64_t>(*seed);
+  const double noise = numberSetting(settings, "sigma", SimulationDefaults::noise, 0.0);
+  const std::uint64_t start = seedSetting(settings);
   const Distribution truth = distributionOf(peaks, grid);
   auto made = std::make_unique<vorin_result>();
   made->add("log_mean", logMean(truth));
@@ -95,7 +98,7 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   if (settings.text("phase").empty()) {
     made->add("amplitude", simulatedDecay(kernel, truth, times, noise, start).amplitude);
   } else {
-    const double phase = numberOf(settings, "phase", 0.0, -std::numeric_limits<double>::max());
+    const double phase = numberSetting(settings, "phase", 0.0, -std::numeric_limits<double>::max());
     TwoChannels channels = simulatedChannels(kernel, truth, times, noise, start, phase);
     made->add("amplitude", std::move(channels.real));
     made->add("imaginary", std::move(channels.imaginary));

@@ -17,14 +17,7 @@ namespace {
 DecayFormat formatOf(const vorin_settings& settings) {
   DecayFormat format;
   format.abscissa = abscissaQuantity(settings.kernel().kernel);
-  if (const std::string& unit = settings.text("time_unit"); !unit.empty()) {
-    const std::optional<double> size = unitSize(unit, format.abscissa);
-    if (!size) {
-      throw UserError(
-          fmt::format("time_unit {}: write {}", inQuotes(unit), unitList(format.abscissa)));
-    }
-    format.unit = *size;
-  }
+  format.unit = readUnit(settings.text("time_unit"), "time_unit", format.abscissa);
   if (const std::string& columns = settings.text("columns"); !columns.empty()) {
     format.columns = parseColumns(columns, "columns");
   }

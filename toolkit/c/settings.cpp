@@ -10,9 +10,11 @@
 #include "toolkit/model/grid.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
+#include "toolkit/two_dimensional/map_settings_text.hpp"
 
 using vorin::toolkit::InversionSettings;
 using vorin::toolkit::KernelChoice;
+using vorin::toolkit::MapSettingText;
 using vorin::toolkit::Quantity;
 using vorin::toolkit::SettingText;
 using vorin::toolkit::UserError;
@@ -22,7 +24,7 @@ namespace {
 
 constexpr std::string_view keyPrefix = "key.";
 
-constexpr std::array<c::JobSetting, 11> jobSettings{{
+constexpr std::array<c::JobSetting, 20> jobSettings{{
     {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
      "what one value of the grid adds to a sample"},
     {"grid", "FROM:TO:N, or a list", "by the times of the samples",
@@ -36,6 +38,17 @@ constexpr std::array<c::JobSetting, 11> jobSettings{{
     {"time_unit", "UNIT", "s, or s/m2", "of the first column of a file"},
     {"sigma", "SIGMA", "0.2", "standard deviation of the noise of a computed decay"},
     {"phase", "RADIANS", "real data", "by which a computed decay is turned"},
+    {"kernel1", "as kernel", "t1-inversion", "the kernel of a map's first axis, the rows"},
+    {"kernel2", "as kernel", "t2", "the kernel of a map's second axis, the columns"},
+    {"grid1", "FROM:TO:N, or a list", "64 values by the times of the axis",
+     "the values of a map's first axis, rising from above 0"},
+    {"grid2", "FROM:TO:N, or a list", "64 values by the times of the axis",
+     "the values of a map's second axis"},
+    {"times1", "FILE", "in the matrix", "the times of the rows of a plain matrix in a file"},
+    {"times2", "FILE", "in the matrix", "the times of the columns"},
+    {"time_unit1", "UNIT", "s, or s/m2", "of the first axis of a file with a matrix"},
+    {"time_unit2", "UNIT", "s, or s/m2", "of the second axis"},
+    {"imaginary", "FILE", "real data", "the imaginary channel of a file with a matrix"},
 }};
 
 /// The name of a setting of the method as this boundary has it.
@@ -64,11 +77,51 @@ void requireName(std::string_view name) {
   }
 }
 
-/// A name that takes lists or matrices.
-void requireOnly(std::string_view name, std::string_view allowed, std::string_view what) {
-  if (name != allowed) {
+/// Throws UserError for a name that is none of `allowed`, which take lists or matrices.
+template <std::size_t Count>
+void requireOnly(std::string_view name, const std::array<std::string_view, Count>& allowed,
+                 std::string_view what) {
+  if (std::find(allowed.begin(), allowed.end(), name) == allowed.end()) {
     requireName(name);
-    throw UserError(fmt::format("{} takes no {}; only {} does", name, what, allowed));
+    throw UserError(
+        fmt::format("{} takes no {}; only {} do", name, what, fmt::join(allowed, ", ")));
+  }
+}
+
+constexpr std::array<std::string_view, 3> listSettings{"grid", "grid1", "grid2"};
+constexpr std::array<std::string_view, 3> matrixSettings{"kernel", "kernel1", "kernel2"};
+
+const MapSettingText* mapSetting(std::string_view name) {
+  const auto rows = vorin::toolkit::mapSettingTexts();
+  const auto found = std::find_if(rows.begin(), rows.end(),
+                                  [&](const MapSettingText& row) { return row.name == name; });
+  return found == rows.end() ? nullptr : &*found;
+}
+
+/// Throws UserError for a text that no job takes for the setting of the method `name`. Decays and
+/// maps share names, and a job refuses what is for the other alone.
+void requireReadable(std::string_view name, const std::string& text) {
+  const SettingText* const row = methodSetting(name);
+  if (row == nullptr) {
+    return;
+  }
+  try {
+    InversionSettings tried;
+    row->read(text, tried);
+  } catch (const UserError& error) {
+    const MapSettingText* const ofMaps = mapSetting(name);
+    if (ofMaps == nullptr) {
+      throw;
+    }
+    try {
+      vorin::toolkit::MapSettings tried;
+      ofMaps->read(text, tried);
+    } catch (const UserError& other) {
+      const std::string_view sentence = other.what();
+      throw UserError(sentence == error.what()
+                          ? std::string(sentence)
+                          : fmt::format("{}; for a map {}", error.what(), ofMaps->takes));
+    }
   }
 }
 
@@ -93,10 +146,7 @@ void setText(vorin_settings& settings, std::string_view name, const std::string&
     return;
   }
   requireName(name);
-  if (const SettingText* row = methodSetting(name)) {
-    InversionSettings tried;
-    row->read(text, tried);
-  }
+  requireReadable(name, text);
   settings.arrays.erase(std::string(name));
   settings.matrices.erase(std::string(name));
   settings.texts.insert_or_assign(std::string(name), text);
@@ -138,13 +188,15 @@ std::shared_ptr<const std::vector<float>> vorin_settings::kernelMatrix(
   return made;
 }
 
-KernelChoice vorin_settings::kernel() const {
-  const auto matrix = matrices.find("kernel");
+KernelChoice vorin_settings::kernel(std::string_view setting,
+                                    vorin::toolkit::Kernel standard) const {
+  const auto matrix = matrices.find(setting);
   if (matrix != matrices.end()) {
-    return {vorin::toolkit::Kernel::matrix, std::string(c::ownKernel), matrix->second};
+    return {vorin::toolkit::Kernel::matrix,
+            std::string(setting == "kernel" ? c::ownKernel : setting), matrix->second};
   }
-  const std::string& name = text("kernel");
-  return {name.empty() ? vorin::toolkit::Kernel::t2 : c::namedKernel(name.c_str()), {}, {}};
+  const std::string& name = text(setting);
+  return {name.empty() ? standard : vorin::toolkit::parseKernel(name, setting), {}, {}};
 }
 
 InversionSettings vorin_settings::method() const {
@@ -243,7 +295,7 @@ int32_t vorin_settings_set_array(vorin_settings* settings, const char* name, con
   return c::guarded(message, message_size, [&] {
     c::requireAddress(settings, "settings");
     c::requireAddress(name, "name");
-    requireOnly(name, "grid", "list");
+    requireOnly(name, listSettings, "list");
     std::vector<double> list = c::numbersAt(values, count, 2, name);
     c::requireGrid(list, name);
     settings->texts.erase(name);
@@ -257,7 +309,7 @@ int32_t vorin_settings_set_matrix(vorin_settings* settings, const char* name, co
   return c::guarded(message, message_size, [&] {
     c::requireAddress(settings, "settings");
     c::requireAddress(name, "name");
-    requireOnly(name, "kernel", "matrix");
+    requireOnly(name, matrixSettings, "matrix");
     c::requireAddress(values, name);
     if (rows < 1 || columns < 1) {
       throw UserError(fmt::format("{} has {} rows and {} columns; 1 or more of each are required",

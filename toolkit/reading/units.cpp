@@ -8,6 +8,7 @@
 
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
+#include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
 
@@ -113,6 +114,17 @@ std::optional<double> unitSize(std::string_view unit, Quantity quantity) {
     }
   }
   return std::nullopt;
+}
+
+double readUnit(std::string_view unit, std::string_view option, Quantity quantity) {
+  if (unit.empty()) {
+    return 1.0;
+  }
+  const std::optional<double> size = unitSize(unit, quantity);
+  if (!size) {
+    throw UserError(fmt::format("{} {}: write {}", option, inQuotes(unit), unitList(quantity)));
+  }
+  return *size;
 }
 
 std::string unitList(Quantity quantity) {

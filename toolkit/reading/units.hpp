@@ -24,6 +24,10 @@ std::string_view siUnit(Quantity quantity);
 /// SI units in one of `unit` ("ms": 0.001), or nothing for a unit that the quantity hasn't.
 std::optional<double> unitSize(std::string_view unit, Quantity quantity);
 
+/// SI units in one of `unit`, 1 for an empty text. Throws UserError, which names `option`, for a
+/// unit that the quantity hasn't.
+double readUnit(std::string_view unit, std::string_view option, Quantity quantity);
+
 /// The units of a quantity, for messages: "s, ms, us or ns".
 std::string unitList(Quantity quantity);
 

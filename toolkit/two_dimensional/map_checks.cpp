@@ -1,11 +1,11 @@
-// What two-dimensional data and settings must be.
+#include "toolkit/two_dimensional/map_checks.hpp"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 #include <string_view>
 
-#include "toolkit/two_dimensional/map_inversion.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -45,24 +45,10 @@ void requireAxis(const std::vector<double>& values, int axis, std::string_view w
   }
 }
 
-void requireSamples(const MapData& data) {
-  const std::size_t rows = data.times1.size();
-  const std::size_t columns = data.times2.size();
-  if (data.samples.size() != rows * columns) {
-    throw UserError(fmt::format(
-        "the data have {} samples; {} values on the first axis and {} on the second need {} x {}",
-        data.samples.size(), rows, columns, rows, columns));
-  }
+void requireSignal(const MapData& data) {
   double largest = 0.0;
-  for (std::size_t i = 0; i < data.samples.size(); ++i) {
-    const double size = std::fabs(data.samples[i]);
-    if (!(size <= largestSample)) {
-      throw UserError(
-          fmt::format("the sample in row {}, column {} of the data is {}; every sample must be a "
-                      "number of {:g} at most",
-                      i / columns + 1, i % columns + 1, data.samples[i], largestSample));
-    }
-    largest = std::max(largest, size);
+  for (double sample : data.samples) {
+    largest = std::max(largest, std::fabs(sample));
   }
   if (largest < smallestSample) {
     throw UserError(largest == 0.0
@@ -104,10 +90,34 @@ void requirePositive(double value, std::string_view what) {
 
 }  // namespace
 
-void requireUsable(const MapData& data, const MapSettings& settings) {
+void requireAxes(const MapData& data) {
   requireAxis(data.times1, 1, "times", true);
   requireAxis(data.times2, 2, "times", true);
-  requireSamples(data);
+}
+
+void requireSamples(const MapData& data, const std::vector<double>& channel,
+                    std::string_view name) {
+  const std::size_t rows = data.times1.size();
+  const std::size_t columns = data.times2.size();
+  if (channel.size() != rows * columns) {
+    throw UserError(fmt::format(
+        "{} has {} samples; {} values on the first axis and {} on the second need {} x {}", name,
+        channel.size(), rows, columns, rows, columns));
+  }
+  for (std::size_t i = 0; i < channel.size(); ++i) {
+    if (!(std::fabs(channel[i]) <= largestSample)) {
+      throw UserError(
+          fmt::format("the sample in row {}, column {} of {} is {}; every sample must be a number "
+                      "of {:g} at most",
+                      i / columns + 1, i % columns + 1, name, channel[i], largestSample));
+    }
+  }
+}
+
+void requireUsable(const MapData& data, const MapSettings& settings) {
+  requireAxes(data);
+  requireSamples(data, data.samples, "the matrix of the data");
+  requireSignal(data);
   requireAxis(settings.grid1, 1, "grid", false);
   requireAxis(settings.grid2, 2, "grid", false);
   if (settings.grid1.size() * settings.grid2.size() > mostCells) {

@@ -125,6 +125,26 @@ std::string_view mapStatusText(MapStatus status) {
   return "cancelled";
 }
 
+std::string_view weightOriginWord(MapWeightMode mode) {
+  return mode == MapWeightMode::noise    ? "noise"
+         : mode == MapWeightMode::corner ? "corner"
+                                         : "given";
+}
+
+std::string_view noiseOriginWord(MapNoiseOrigin origin) {
+  switch (origin) {
+    case MapNoiseOrigin::given:
+      return "given";
+    case MapNoiseOrigin::projection:
+      return "projection";
+    case MapNoiseOrigin::quadrature:
+      return "quadrature";
+    case MapNoiseOrigin::none:
+      break;
+  }
+  return "";
+}
+
 std::vector<double> mapKernel(Kernel kernel, const std::vector<double>& times,
                               const std::vector<double>& grid) {
   std::vector<double> values;

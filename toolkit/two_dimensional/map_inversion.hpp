@@ -51,6 +51,10 @@ enum class MapStatus {
 
 /// A status in words.
 std::string_view mapStatusText(MapStatus status);
+/// How the weight came about, in a word: "noise", "corner" or "given".
+std::string_view weightOriginWord(MapWeightMode mode);
+/// Where the noise came from, in a word: "given", "projection", "quadrature"; empty for none.
+std::string_view noiseOriginWord(MapNoiseOrigin origin);
 
 struct MapInversion {
   std::vector<double> grid1;

@@ -6,10 +6,10 @@
 #include <array>
 #include <cmath>
 #include <map>
-#include <numbers>
+#include <optional>
+#include <utility>
 
 #include "toolkit/model/grid.hpp"
-#include "toolkit/model/phase.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
@@ -234,32 +234,6 @@ MapData readSpinsolve(const fs::path& folder, std::vector<double>& imaginary) {
 
 }  // namespace
 
-double turnMapToReal(MapData& data, std::vector<double>& imaginary, Kernel kernel1,
-                     Kernel kernel2) {
-  MeasuredDecay all{{{}, std::move(data.samples), {}}, std::move(imaginary)};
-  double angle = phaseCorrect(all, Kernel::t2);
-  data.samples = std::move(all.decay.amplitude);
-  imaginary = std::move(all.imaginary);
-  data.quadratureNoise = all.decay.quadratureNoise;
-  // phaseCorrect makes the sum positive. An inversion recovery may have a negative one: its last
-  // row (or column) decides, where the magnetisation has recovered.
-  const std::size_t columns = data.times2.size();
-  double end = 0.0;
-  for (std::size_t i = 0; i < data.samples.size(); ++i) {
-    const bool counts = kernel1 == Kernel::t1Inversion   ? i / columns + 1 == data.times1.size()
-                        : kernel2 == Kernel::t1Inversion ? i % columns + 1 == columns
-                                                         : true;
-    end += counts ? data.samples[i] : 0.0;
-  }
-  if (end < 0.0) {
-    for (std::vector<double>* channel : {&data.samples, &imaginary}) {
-      std::transform(channel->begin(), channel->end(), channel->begin(), std::negate<>());
-    }
-    angle += angle > 0.0 ? -std::numbers::pi : std::numbers::pi;
-  }
-  return angle;
-}
-
 MeasuredMap readMap(const fs::path& path, const MapFormat& format) {
   if (format.times1.empty() != format.times2.empty()) {
     throw UserError("--times1 and --times2: give both, for a plain matrix, or neither");
@@ -282,33 +256,8 @@ MeasuredMap readMap(const fs::path& path, const MapFormat& format) {
     }
     imaginary = std::move(second.samples);
   }
-  if (!imaginary.empty()) {
-    result.phase = turnMapToReal(result.data, imaginary, format.kernel1, format.kernel2);
-  }
+  result.imaginary = std::move(imaginary);
   return result;
-}
-
-std::pair<Kernel, Kernel> parseKernels(std::string_view text, std::string_view option,
-                                       std::pair<std::string, std::string>& files) {
-  const std::size_t comma = text.find(',');
-  if (comma == std::string_view::npos || text.find(',', comma + 1) != std::string_view::npos) {
-    throw UserError(
-        fmt::format("{} {}: write two kernels with a comma between them, that of the "
-                    "rows first, for instance t1-inversion,t2",
-                    option, inQuotes(text)));
-  }
-  const auto one = [&](std::string_view name, std::string& file) {
-    std::error_code error;
-    const std::string path(trimmed(name));
-    if (fs::is_regular_file(path, error)) {
-      file = path;
-      return Kernel::matrix;
-    }
-    return parseKernel(path, option);
-  };
-  const Kernel first = one(text.substr(0, comma), files.first);
-  const Kernel second = one(text.substr(comma + 1), files.second);
-  return {first, second};
 }
 
 }  // namespace vorin::toolkit

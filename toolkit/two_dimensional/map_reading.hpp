@@ -2,11 +2,9 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
-#include <utility>
 
-#include "toolkit/two_dimensional/map_inversion.hpp"
+#include "toolkit/two_dimensional/map_preparation.hpp"
 
 namespace vorin::toolkit {
 
@@ -21,30 +19,14 @@ struct MapFormat {
   std::string imaginary;  ///< file of the imaginary channel, a matrix of the same form
 };
 
-/// What a file holds: data after the phase, and the phase.
-struct MeasuredMap {
-  MapData data;
-  std::optional<double> phase;  ///< by which complex data were turned back, in radians
-};
-
 /// The data in `path` ("-": standard input), of one of these forms:
 ///  - a matrix whose first row holds the values of the second axis and whose first column those
 ///    of the first; the cell in the corner is free and may be empty;
 ///  - a plain matrix, a row a value of the first axis, with the files of both axes;
 ///  - the T1IRT2.dat of a Spinsolve, which has acqu.par beside it, or their folder: real and
 ///    imaginary parts in turn, times from acqu.par.
-/// Complex data are turned by one phase (see turnMapToReal). Throws UserError, which names file
-/// and line, for what can't be read, fields that are no finite number, axes that are negative or
-/// do not rise, and matrices that do not fit together.
+/// Throws UserError, which names file and line, for what can't be read, fields that are no finite
+/// number, axes that are negative or do not rise, and matrices that do not fit together.
 MeasuredMap readMap(const std::filesystem::path& path, const MapFormat& format);
-
-/// Turns complex data by the phase of phaseCorrect(), sets the quadrature noise, and returns the
-/// angle in radians. An inversion recovery is turned so that its recovered end is positive.
-double turnMapToReal(MapData& data, std::vector<double>& imaginary, Kernel kernel1, Kernel kernel2);
-
-/// Reads "NAME,NAME" into the kernels of the two axes; a name that is no kernel's is the file of
-/// a matrix, which goes into `files`. Throws UserError, which names `option`, for anything else.
-std::pair<Kernel, Kernel> parseKernels(std::string_view text, std::string_view option,
-                                       std::pair<std::string, std::string>& files);
 
 }  // namespace vorin::toolkit

@@ -25,26 +25,6 @@ Json interval(const MapInterval& range) {
   return Json::array({range.lower, range.upper});
 }
 
-std::string_view weightOrigin(MapWeightMode mode) {
-  return mode == MapWeightMode::noise    ? "noise"
-         : mode == MapWeightMode::corner ? "corner"
-                                         : "given";
-}
-
-std::string_view noiseOrigin(MapNoiseOrigin origin) {
-  switch (origin) {
-    case MapNoiseOrigin::given:
-      return "given";
-    case MapNoiseOrigin::projection:
-      return "projection";
-    case MapNoiseOrigin::quadrature:
-      return "quadrature";
-    case MapNoiseOrigin::none:
-      break;
-  }
-  return "";
-}
-
 void addSpread(Json& object, const MapSpread& spread) {
   object["share_interval"] = interval(spread.share);
   object["log_mean1_interval"] = interval(spread.logMean1);
@@ -121,10 +101,10 @@ std::string mapSummary(const MapInversion& inversion, const MapContext& context)
                  kernelText(context.kernel2, context.kernelFile2));
   line("status", std::string(mapStatusText(inversion.status)));
   line("weight",
-       fmt::format("{} ({})", significant(inversion.weight), weightOrigin(inversion.mode)));
+       fmt::format("{} ({})", significant(inversion.weight), weightOriginWord(inversion.mode)));
   if (inversion.noise > 0.0) {
-    line("noise",
-         fmt::format("{} ({})", significant(inversion.noise), noiseOrigin(inversion.noiseOrigin)));
+    line("noise", fmt::format("{} ({})", significant(inversion.noise),
+                              noiseOriginWord(inversion.noiseOrigin)));
   }
   line("standard error",
        inversion.wantedError > 0.0
@@ -187,7 +167,7 @@ std::string mapJson(const MapInversion& inversion, const MapContext& context) {
        row += columns) {
     rows.push_back(std::vector<double>(row, row + columns));
   }
-  const std::string_view origin = noiseOrigin(inversion.noiseOrigin);
+  const std::string_view origin = noiseOriginWord(inversion.noiseOrigin);
   const Json object = {
       {"file", context.name},
       {"kernels", Json::array({kernelText(context.kernel1, context.kernelFile1),
@@ -196,7 +176,7 @@ std::string mapJson(const MapInversion& inversion, const MapContext& context) {
       {"status_text", mapStatusText(inversion.status)},
       {"success", succeeded(inversion)},
       {"weight", inversion.weight},
-      {"weight_origin", weightOrigin(inversion.mode)},
+      {"weight_origin", weightOriginWord(inversion.mode)},
       {"noise", knownOrNull(inversion.noise)},
       {"noise_origin", origin.empty() ? Json(nullptr) : Json(origin)},
       {"wanted_standard_error", knownOrNull(inversion.wantedError)},

@@ -89,4 +89,37 @@ std::vector<double> simulatedSamples(const MapData& axes, const MapSettings& set
   return samples;
 }
 
+TwoMapChannels simulatedMapChannels(const MapData& axes, const MapSettings& settings,
+                                    const std::vector<double>& truth, double noise,
+                                    std::uint64_t seed, double phase) {
+  const auto channel = [&](double factor, std::uint64_t channelSeed) {
+    std::vector<double> scaled = truth;
+    for (double& amplitude : scaled) {
+      amplitude *= factor;
+    }
+    return simulatedSamples(axes, settings, scaled, noise, channelSeed);
+  };
+  constexpr std::uint64_t otherChannel = 0x9E3779B97F4A7C15U;  // far from every small seed
+  return {channel(std::cos(phase), seed), channel(std::sin(phase), seed + otherChannel)};
+}
+
+std::vector<double> simulationGrid(Kernel kernel) {
+  constexpr int points = 100;
+  return gridQuantity(kernel) == Quantity::diffusion ? LogGrid{1e-12, 1e-7, points}.times()
+                                                     : LogGrid{1e-4, 10.0, points}.times();
+}
+
+void requireInside(const SimulatedMapPeak& peak, std::string_view name,
+                   const std::vector<double>& grid1, const std::vector<double>& grid2) {
+  const auto require = [&](double position, const std::vector<double>& grid,
+                           std::string_view option) {
+    if (position < grid.front() || position > grid.back()) {
+      throw UserError(fmt::format("{}: {:g} lies outside the grid from {:g} to {:g}; widen {}",
+                                  name, position, grid.front(), grid.back(), option));
+    }
+  };
+  require(peak.position1, grid1, "--grid1");
+  require(peak.position2, grid2, "--grid2");
+}
+
 }  // namespace vorin::toolkit

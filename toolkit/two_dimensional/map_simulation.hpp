@@ -37,4 +37,21 @@ std::vector<double> simulatedSamples(const MapData& axes, const MapSettings& set
                                      const std::vector<double>& truth, double noise,
                                      std::uint64_t seed);
 
+/// Two channels of `truth` at `phase` radians, each with noise of its own.
+struct TwoMapChannels {
+  std::vector<double> real;
+  std::vector<double> imaginary;
+};
+TwoMapChannels simulatedMapChannels(const MapData& axes, const MapSettings& settings,
+                                    const std::vector<double>& truth, double noise,
+                                    std::uint64_t seed, double phase);
+
+/// The grid of an axis of a computed map where none is given: 100 values, 0.1 ms to 10 s, or 1e-12
+/// to 1e-7 m2/s.
+std::vector<double> simulationGrid(Kernel kernel);
+
+/// Throws UserError, which names `name`, unless both centres of `peak` lie inside the grids.
+void requireInside(const SimulatedMapPeak& peak, std::string_view name,
+                   const std::vector<double>& grid1, const std::vector<double>& grid2);
+
 }  // namespace vorin::toolkit

@@ -18,11 +18,15 @@ from .plotting import plot
 from .reading import read
 from .result import Result
 from .simulation import Simulation, simulate
+from .two_dimensional import Bootstrap2D, Peak2D, Result2D, Spread2D, invert2d
+from .two_dimensional_data import Data2D, Simulation2D, read2d, simulate2d
+from .two_dimensional_plot import plot2d
 
 __all__ = [
-    "Bootstrap", "InputTypeError", "InputValueError", "Library", "LibraryNotFound", "Peak",
-    "Result", "Simulation", "VorinError", "bootstrap", "default_grid", "difference_noise",
-    "find_library", "find_toolkit", "invert", "invert_many", "kernel_matrix", "log_grid",
-    "log_mean", "peaks", "plot", "read", "simulate",
+    "Bootstrap", "Bootstrap2D", "Data2D", "InputTypeError", "InputValueError", "Library",
+    "LibraryNotFound", "Peak", "Peak2D", "Result", "Result2D", "Simulation", "Simulation2D",
+    "Spread2D", "VorinError", "bootstrap", "default_grid", "difference_noise", "find_library",
+    "find_toolkit", "invert", "invert2d", "invert_many", "kernel_matrix", "log_grid", "log_mean",
+    "peaks", "plot", "plot2d", "read", "read2d", "simulate", "simulate2d",
 ]
 __version__ = "10.56"

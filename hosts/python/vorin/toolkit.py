@@ -50,6 +50,13 @@ _FUNCTIONS: Dict[str, Sequence[Any]] = {
     "vorin_measures": (_P, _P, _I, _D, _P),
     "vorin_read_decay": (_S, _P, _P),
     "vorin_keys": (_P,),
+    "vorin_invert2d": (_P, _P, _I, _P, _I, _P, _P, _PROGRESS, _P, _P),
+    "vorin_fit2d": (_P, _P),
+    "vorin_bootstrap2d": (_P, _P, _P, _I, _PROGRESS, _P, _P),
+    "vorin_measures2d": (_P, _I, _P, _I, _P, _D, _P),
+    "vorin_share2d": (_P, _I, _P, _I, _P, _P, _P),
+    "vorin_simulate2d": (_P, _P, _I, _P, _I, _P, _I, _P),
+    "vorin_read2d": (_S, _P, _P),
 }
 
 _local = threading.local()
@@ -212,26 +219,34 @@ def named(setting: str, argument: str) -> Iterator[None]:
         raise InputValueError((argument if head == setting else head) + rest) from None
 
 
-def bootstrap(inversion: Fields, settings: Settings,
-              progress: Optional[Callable[[int], None]]) -> Fields:
-    """``vorin_bootstrap``; what ``progress`` raises ends the job and is raised again."""
+def watched_job(name: str, progress: Optional[Callable[[int, int], None]],
+                *arguments: Any) -> Fields:
+    """As :func:`job`, for a function that takes a callback and its pointer before the result.
+
+    ``progress`` is told how much is done of the total; what it raises ends the job and is
+    raised again.
+    """
     raised: List[BaseException] = []
 
-    def tell(_user: Any, done: int, _total: int) -> int:
+    def tell(_user: Any, done: int, total: int) -> int:
         try:
             if progress is not None:
-                progress(done)
+                progress(done, total)
         except BaseException as error:  # KeyboardInterrupt too: it ends the job
             raised.append(error)
             return 1
         return 0
 
-    raw = ctypes.c_void_p()
     try:
-        call("vorin_bootstrap", inversion.raw, settings.raw, _PROGRESS(tell), None,
-             ctypes.byref(raw))
+        return job(name, *arguments, _PROGRESS(tell), None)
     except VorinError:
         if raised:
             raise raised[0] from None
         raise
-    return Fields(raw)
+
+
+def bootstrap(inversion: Fields, settings: Settings,
+              progress: Optional[Callable[[int], None]]) -> Fields:
+    """``vorin_bootstrap``; what ``progress`` raises ends the job and is raised again."""
+    told = None if progress is None else lambda done, _total: progress(done)
+    return watched_job("vorin_bootstrap", told, inversion.raw, settings.raw)

@@ -53,6 +53,13 @@ __extension__ ENTRY(vorin_simulate);
 __extension__ ENTRY(vorin_measures);
 __extension__ ENTRY(vorin_read_decay);
 __extension__ ENTRY(vorin_keys);
+__extension__ ENTRY(vorin_invert2d);
+__extension__ ENTRY(vorin_fit2d);
+__extension__ ENTRY(vorin_bootstrap2d);
+__extension__ ENTRY(vorin_measures2d);
+__extension__ ENTRY(vorin_share2d);
+__extension__ ENTRY(vorin_simulate2d);
+__extension__ ENTRY(vorin_read2d);
 
 static void load_all(void) {
   LOAD(vorin_toolkit_version);
@@ -83,6 +90,13 @@ static void load_all(void) {
   LOAD(vorin_measures);
   LOAD(vorin_read_decay);
   LOAD(vorin_keys);
+  LOAD(vorin_invert2d);
+  LOAD(vorin_fit2d);
+  LOAD(vorin_bootstrap2d);
+  LOAD(vorin_measures2d);
+  LOAD(vorin_share2d);
+  LOAD(vorin_simulate2d);
+  LOAD(vorin_read2d);
 }
 
 static void expect(int holds, const char* what, int line) {
@@ -233,6 +247,93 @@ static void jobs(const double* t, const double* grid) {
   p_vorin_settings_free(settings);
 }
 
+/* A map of computed data: one peak, whose share of a rectangle around it is all. */
+static void maps(void) {
+  enum { ROWS = 16, COLUMNS = 150, CELLS1 = 20, CELLS2 = 21 };
+  const double peak[4] = {0.3, 0.05, 0.1, 10.0};
+  const double regions[8] = {0.05, 2.0, 0.01, 0.3, 1e-4, 1e-3, 0.01, 0.3};
+  double t1[ROWS];
+  double t2[COLUMNS];
+  double grid1[CELLS1];
+  double grid2[CELLS2];
+  static double samples[ROWS * COLUMNS];
+  static double imaginary[ROWS * COLUMNS];
+  static double fit[ROWS * COLUMNS];
+  double squares = 0.0;
+  double share = 0.0;
+  int64_t done = 0;
+  int i;
+  const char* text = NULL;
+  vorin_result* result = NULL;
+  vorin_result* other = NULL;
+  vorin_settings* settings = NULL;
+  OK(p_vorin_log_grid(1e-3, 3.0, ROWS, t1, TELL));
+  OK(p_vorin_log_grid(1e-3, 1.0, COLUMNS, t2, TELL));
+  OK(p_vorin_log_grid(1e-2, 10.0, CELLS1, grid1, TELL));
+  OK(p_vorin_log_grid(1e-3, 1.0, CELLS2, grid2, TELL));
+  OK(p_vorin_settings_create(&settings, TELL));
+  OK(p_vorin_settings_set_number(settings, "sigma", 0.05, TELL));
+  OK(p_vorin_settings_set_number(settings, "phase", 0.4, TELL));
+  OK(p_vorin_simulate2d(settings, t1, ROWS, t2, COLUMNS, peak, 1, &result, TELL));
+  memcpy(samples, array(result, "samples", ROWS * (int64_t)COLUMNS), sizeof samples);
+  memcpy(imaginary, array(result, "imaginary", ROWS * (int64_t)COLUMNS), sizeof imaginary);
+  p_vorin_result_free(result);
+  OK(p_vorin_settings_set_array(settings, "grid1", grid1, CELLS1, TELL));
+  OK(p_vorin_settings_set_array(settings, "grid2", grid2, CELLS2, TELL));
+  OK(p_vorin_settings_set_text(settings, "noise", "projection", TELL));
+  EXPECT(p_vorin_settings_set_text(settings, "noise", "x", TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(strstr(message, "for a map SIGMA|projection|quadrature") != NULL);
+  OK(p_vorin_settings_set_text(settings, "noise", "quadrature", TELL));
+  OK(p_vorin_invert2d(settings, t1, ROWS, t2, COLUMNS, samples, imaginary, NULL, NULL, &result,
+                      TELL));
+  EXPECT(number(result, "success") == 1.0 && number(result, "status") == 0.0);
+  EXPECT(fabs(number(result, "phase") - 0.4) < 0.01);
+  EXPECT(fabs(number(result, "noise") - 0.05) < 0.005);
+  EXPECT(fabs(number(result, "total") - 10.0) < 0.3);
+  EXPECT(fabs(number(result, "log_mean1") - 0.3) < 0.03);
+  OK(p_vorin_result_text(result, "kernel1", &text, TELL));
+  EXPECT(strcmp(text, "t1-inversion") == 0);
+  OK(p_vorin_fit2d(result, fit, TELL));
+  for (i = 0; i < ROWS * COLUMNS; ++i) {
+    const double rest = array(result, "samples", ROWS * (int64_t)COLUMNS)[i] - fit[i];
+    squares += rest * rest;
+  }
+  EXPECT(fabs(sqrt(squares / (ROWS * COLUMNS)) - 0.05) < 0.005);
+  OK(p_vorin_share2d(grid1, CELLS1, grid2, CELLS2,
+                     array(result, "distribution", CELLS1 * (int64_t)CELLS2), regions, &share,
+                     TELL));
+  EXPECT(share > 0.95 && share <= 1.0 + 1e-12);
+  OK(p_vorin_measures2d(grid1, CELLS1, grid2, CELLS2,
+                        array(result, "distribution", CELLS1 * (int64_t)CELLS2), 0.3, &other,
+                        TELL));
+  EXPECT(number(other, "total") == number(result, "total"));
+  EXPECT(array(other, "peak_share", 1)[0] == array(result, "peak_share", -1)[0]);
+  (void)array(other, "projection2", CELLS2);
+  p_vorin_result_free(other);
+  OK(p_vorin_settings_set_number(settings, "replicates", 2000.0, TELL));
+  EXPECT(p_vorin_bootstrap2d(result, settings, regions, 2, stop_at_five, &done, &other, TELL) ==
+         VORIN_TOOLKIT_CANCELLED);
+  EXPECT(done == 5 && other == NULL);
+  OK(p_vorin_settings_set_number(settings, "replicates", 20.0, TELL));
+  OK(p_vorin_bootstrap2d(result, settings, regions, 2, NULL, NULL, &other, TELL));
+  EXPECT(number(other, "replicates") == 20.0);
+  EXPECT(array(other, "region_share_lower", 2)[0] <= array(other, "region_share_upper", 2)[0]);
+  EXPECT(array(other, "peak_log_mean1_lower", -1)[0] < 0.33);
+  EXPECT(p_vorin_fit2d(other, fit, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(p_vorin_lcurve(result, &other, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  p_vorin_result_free(result);
+  /* A decay's job refuses what is for maps alone. */
+  OK(p_vorin_settings_set_text(settings, "noise", "projection", TELL));
+  EXPECT(p_vorin_invert(settings, t2, samples, NULL, COLUMNS, &result, TELL) ==
+         VORIN_TOOLKIT_BAD_INPUT);
+  samples[COLUMNS + 2] = NAN;
+  EXPECT(p_vorin_invert2d(settings, t1, ROWS, t2, COLUMNS, samples, NULL, NULL, NULL, &result,
+                          TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(result == NULL && strstr(message, "row 2, column 3") != NULL);
+  EXPECT(p_vorin_read2d("no such file", NULL, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  p_vorin_settings_free(settings);
+}
+
 int main(int argc, char** argv) {
   double t[SAMPLES];
   double grid[POINTS];
@@ -250,6 +351,7 @@ int main(int argc, char** argv) {
   EXPECT(strchr(p_vorin_toolkit_version(), '.') != NULL);
   model(t, grid);
   jobs(t, grid);
+  maps();
   OK(p_vorin_keys(&result, TELL));
   OK(p_vorin_result_text_at(result, "key", 0, &text, TELL));
   EXPECT(strlen(text) > 0);

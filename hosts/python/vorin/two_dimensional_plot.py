@@ -1,0 +1,141 @@
+"""The picture of a map. matplotlib is imported when one is drawn."""
+
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any, Optional
+
+import numpy as np
+
+from .errors import InputValueError, VorinError
+from .plotting import _BLUE, _DARK, _RED, _labelled, _plain, _target, _unit, per_decade
+
+if TYPE_CHECKING:
+    from matplotlib.axes import Axes
+    from matplotlib.figure import Figure
+
+    from .two_dimensional import Result2D
+
+_LEVELS = 12
+_LEAST = 0.005  # of the highest cell: where the shading begins
+_RATIOS = (1.0, 10.0, 100.0)
+
+
+def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None) -> "Figure":
+    """Draws a map: shading and contours, both projections at the sides, the peaks.
+
+    Where both axes are times, lines mark a ratio of 1, 10 and 100.
+
+    Parameters
+    ----------
+    result : Result2D
+        What :func:`vorin.invert2d` gave.
+    path : path-like, optional
+        Writes the picture there, as PNG, PDF or SVG by its ending.
+    title : str, optional
+        Above the picture; weight and standard error without it.
+
+    Returns
+    -------
+    matplotlib.figure.Figure
+        Made through pyplot, so that a notebook shows it; closed there once it is written.
+
+    Raises
+    ------
+    VorinError
+        When matplotlib is not installed.
+    """
+    target = _target(path)
+    try:
+        from matplotlib import pyplot
+    except ImportError:
+        raise VorinError("matplotlib, which draws pictures, is not installed; install the package "
+                         "python3-matplotlib") from None
+    figure = pyplot.figure(figsize=(7.6, 7.6))
+    grid = figure.add_gridspec(2, 2, width_ratios=(4.0, 1.0), height_ratios=(1.0, 4.0),
+                               hspace=0.06, wspace=0.06, left=0.12, right=0.97, top=0.92,
+                               bottom=0.09)
+    axes = figure.add_subplot(grid[1, 0])
+    units = [_unit(described.grid_units, values[-1]) for described, values in
+             zip(result.described, (result.grid1, result.grid2))]
+    if result.both_are_times:  # one unit, so that the lines of equal ratio can be read
+        units = [max(units, key=lambda unit: unit[1])] * 2
+    y, x = result.grid1 / units[0][1], result.grid2 / units[1][1]
+    _draw_map(axes, result, x, y, (units[1][1], units[0][1]))
+    for label, described, unit in ((axes.set_xlabel, result.described[1], units[1]),
+                                   (axes.set_ylabel, result.described[0], units[0])):
+        label(_labelled(f"{described.quantity} {described.symbol}", unit[0]))
+    _projections(figure, grid, axes, result, x, y)
+    figure.suptitle(title if title is not None else _title(result), fontsize="large", y=0.97)
+    if target is not None:
+        try:
+            figure.savefig(target, dpi=120)
+        except OSError as error:
+            raise InputValueError(f"path {target!r}: the picture can't be written "
+                                  f"({error.strerror})") from None
+        finally:
+            pyplot.close(figure)
+    return figure
+
+
+def _draw_map(axes: "Axes", result: "Result2D", x: np.ndarray, y: np.ndarray,
+              sizes: Any) -> None:
+    highest = float(np.max(result.distribution))
+    if highest > 0.0:
+        # cividis is read alike by all kinds of colour vision.
+        levels = highest * np.geomspace(_LEAST, 1.0, _LEVELS)
+        shaded = np.maximum(result.distribution, 0.1 * levels[0])  # 0 has no logarithm
+        axes.contourf(x, y, shaded, levels=levels, cmap="cividis_r", extend="neither",
+                      norm=_logarithmic(levels))
+        axes.contour(x, y, shaded, levels=levels[1::2], colors=_DARK, linewidths=0.5)
+    axes.set_xscale("log")
+    axes.set_yscale("log")
+    axes.set_xlim(x[0], x[-1])
+    axes.set_ylim(y[0], y[-1])
+    if result.both_are_times:
+        for ratio, style in zip(_RATIOS, ("-", "--", ":")):
+            axes.plot(x, ratio * x, color=_DARK, linewidth=0.9, linestyle=style,
+                      label=f"{ratio:g} : 1")
+        axes.legend(loc="lower right", fontsize="small", frameon=False,
+                    title=f"{result.described[0].symbol} : {result.described[1].symbol}",
+                    title_fontsize="small")
+    for peak in result.peaks:
+        axes.plot(peak.position2 / sizes[0], peak.position1 / sizes[1], "+", color=_RED,
+                  markersize=9, markeredgewidth=1.5)
+        axes.annotate(f"{100.0 * peak.share:.1f} %",
+                      (peak.position2 / sizes[0], peak.position1 / sizes[1]),
+                      textcoords="offset points", xytext=(9, 7), fontsize="small", color=_DARK,
+                      bbox={"boxstyle": "round,pad=0.15", "facecolor": "white", "alpha": 0.8,
+                            "linewidth": 0.0})
+    _plain(axes)
+
+
+def _logarithmic(levels: np.ndarray) -> Any:
+    from matplotlib.colors import LogNorm
+
+    return LogNorm(float(levels[0]), float(levels[-1]))
+
+
+def _projections(figure: "Figure", grid: Any, axes: "Axes", result: "Result2D", x: np.ndarray,
+                 y: np.ndarray) -> None:
+    above = figure.add_subplot(grid[0, 0], sharex=axes)
+    beside = figure.add_subplot(grid[1, 1], sharey=axes)
+    over2 = per_decade(result.grid2, result.projection2)
+    over1 = per_decade(result.grid1, result.projection1)
+    above.fill_between(x, over2, color=_BLUE, alpha=0.3, linewidth=0)
+    above.plot(x, over2, color=_BLUE, linewidth=1.5)
+    beside.fill_betweenx(y, over1, color=_BLUE, alpha=0.3, linewidth=0)
+    beside.plot(over1, y, color=_BLUE, linewidth=1.5)
+    above.set_ylim(bottom=0.0)
+    beside.set_xlim(left=0.0)
+    above.set_ylabel("per decade")
+    beside.set_xlabel("per decade")
+    above.tick_params(labelbottom=False)
+    beside.tick_params(labelleft=False)
+    for part in (above, beside):
+        for side in ("top", "right"):
+            part.spines[side].set_visible(False)
+
+
+def _title(result: "Result2D") -> str:
+    text = f"weight {result.weight:.3g}, standard error {result.standard_error:.3g}"
+    return text if result.success else f"{text} (unsuccessful, status {result.status})"
