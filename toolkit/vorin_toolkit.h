@@ -521,7 +521,8 @@ vorin_simulate2d(const vorin_settings* settings, const double* times1, int64_t c
 
 /* Reads two-dimensional data, as the command does: a matrix whose first row holds the values
  * of the second axis and whose first column those of the first; a plain matrix, with the
- * settings "times1" and "times2"; or the T1IRT2.dat or folder of a Spinsolve. Settings:
+ * settings "times1" and "times2"; either as text or as an array of numpy's (.npy); or the
+ * T1IRT2.dat or folder of a Spinsolve. Settings:
  * "times1", "times2", "imaginary" (files), "time_unit1", "time_unit2", "kernel1",
  * "kernel2" (whose abscissae the axes are).
  *

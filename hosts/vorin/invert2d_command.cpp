@@ -231,8 +231,8 @@ Command addInvert2dCommand(CLI::App& program) {
   line->add_option("FILE", options->file,
                    "A matrix: the first row holds the times of the second axis, the\n"
                    "first column those of the first, the corner is free; with --times1\n"
-                   "and --times2 a plain matrix; - is standard input; or the T1IRT2.dat\n"
-                   "or folder of a Spinsolve T1-T2 set")
+                   "and --times2 a plain matrix; - is standard input; either may be a .npy\n"
+                   "array; or the T1IRT2.dat or folder of a Spinsolve T1-T2 set")
       ->required();
   const auto add = [line](const std::string& name, auto& value, const std::string& type,
                           const std::string& text) {

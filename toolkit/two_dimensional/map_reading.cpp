@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "toolkit/model/grid.hpp"
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/npy.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
 #include "toolkit/reading/text.hpp"
@@ -31,12 +31,32 @@ struct Numbers {
   std::size_t rows = 0;
   std::size_t columns = 0;
   std::vector<double> values;
-  long firstLine = 0;
+  std::vector<double> imaginary{};  ///< of an array of complex numbers
+  std::string place{};              ///< where the numbers begin, for messages
 };
+
+/// The array in a file of numpy's.
+Numbers numbersOfArray(const fs::path& path, std::string_view what) {
+  NumberArray array = readNpy(path);
+  Numbers result{array.name,
+                 array.shape.front(),
+                 array.shape.size() == 2 ? array.shape[1] : 1,
+                 std::move(array.real),
+                 std::move(array.imaginary),
+                 array.name};
+  for (std::size_t i = 0; i < result.values.size(); ++i) {
+    if (!std::isfinite(result.values[i])) {
+      throw UserError(fmt::format("{}: the {} in row {}, column {} is no finite number",
+                                  result.name, what, i / result.columns + 1,
+                                  i % result.columns + 1));
+    }
+  }
+  return result;
+}
 
 Numbers numbersOf(const TextFile& file, std::string_view what) {
   const Table table(file, "", example);
-  Numbers result{table.name(), table.rows(), table.columns(), {}, table.lineOf(0)};
+  Numbers result{table.name(), table.rows(), table.columns(), {}, {}, table.place(0)};
   result.values.resize(result.rows * result.columns);
   for (std::size_t k = 0; k < result.columns; ++k) {
     const std::vector<double> column = table.numbers(k, what);
@@ -74,7 +94,8 @@ double inSi(double value, double unit) {
 }
 
 std::vector<double> readAxis(const std::string& path, Quantity quantity, double unit) {
-  const Numbers numbers = numbersOf(readTextFile(path), quantityName(quantity));
+  const Numbers numbers = isNpy(path) ? numbersOfArray(path, quantityName(quantity))
+                                      : numbersOf(readTextFile(path), quantityName(quantity));
   std::vector<double> values;
   for (std::size_t i = 0; i < numbers.rows; ++i) {
     values.push_back(inSi(numbers.values[i * numbers.columns], unit));
@@ -107,15 +128,16 @@ void requireRising(const std::vector<double>& values, std::string_view where,
 }
 
 /// The matrix with its axes in the first row and column.
-MapData withAxes(const Numbers& numbers, const MapFormat& format) {
+MeasuredMap withAxes(const Numbers& numbers, const MapFormat& format) {
   if (numbers.rows < 3 || numbers.columns < 3) {
     throw UserError(fmt::format(
-        "{}, line {}: the file has {} rows and {} columns; below a row with the values of the "
+        "{}: the file has {} rows and {} columns; below a row with the values of the "
         "second axis it needs 2 rows at least, and behind a column with those of the first 2 "
         "columns, or give a plain matrix with --times1 and --times2",
-        numbers.name, numbers.firstLine, numbers.rows, numbers.columns));
+        numbers.place, numbers.rows, numbers.columns));
   }
-  MapData data;
+  MeasuredMap measured;
+  MapData& data = measured.data;
   for (std::size_t k = 1; k < numbers.columns; ++k) {
     data.times2.push_back(inSi(numbers.values[k], format.unit2));
   }
@@ -124,12 +146,19 @@ MapData withAxes(const Numbers& numbers, const MapFormat& format) {
     data.times1.push_back(inSi(*row, format.unit1));
     data.samples.insert(data.samples.end(), row + 1,
                         row + static_cast<std::ptrdiff_t>(numbers.columns));
+    if (!numbers.imaginary.empty()) {
+      const auto other =
+          numbers.imaginary.begin() + static_cast<std::ptrdiff_t>(i * numbers.columns);
+      measured.imaginary.insert(measured.imaginary.end(), other + 1,
+                                other + static_cast<std::ptrdiff_t>(numbers.columns));
+    }
   }
-  return data;
+  return measured;
 }
 
-MapData plainMatrix(const Numbers& numbers, const MapFormat& format) {
-  MapData data;
+MeasuredMap plainMatrix(const Numbers& numbers, const MapFormat& format) {
+  MeasuredMap measured;
+  MapData& data = measured.data;
   data.times1 = readAxis(format.times1, abscissaQuantity(format.kernel1), format.unit1);
   data.times2 = readAxis(format.times2, abscissaQuantity(format.kernel2), format.unit2);
   if (numbers.rows != data.times1.size() || numbers.columns != data.times2.size()) {
@@ -140,20 +169,26 @@ MapData plainMatrix(const Numbers& numbers, const MapFormat& format) {
         format.times2, data.times2.size()));
   }
   data.samples = numbers.values;
-  return data;
+  measured.imaginary = numbers.imaginary;
+  return measured;
 }
 
-MapData readMatrixFile(const fs::path& path, const MapFormat& format) {
-  TextFile file = readTextFile(path);
+MeasuredMap readMatrixFile(const fs::path& path, const MapFormat& format) {
   const bool plain = !format.times1.empty();
-  if (!plain) {
-    fillCorner(file);
+  Numbers numbers;
+  if (isNpy(path)) {
+    numbers = numbersOfArray(path, "amplitude");
+  } else {
+    TextFile file = readTextFile(path);
+    if (!plain) {
+      fillCorner(file);
+    }
+    numbers = numbersOf(file, "amplitude");
   }
-  const Numbers numbers = numbersOf(file, "amplitude");
-  MapData data = plain ? plainMatrix(numbers, format) : withAxes(numbers, format);
-  requireRising(data.times1, plain ? format.times1 : numbers.name, "first");
-  requireRising(data.times2, plain ? format.times2 : numbers.name, "second");
-  return data;
+  MeasuredMap measured = plain ? plainMatrix(numbers, format) : withAxes(numbers, format);
+  requireRising(measured.data.times1, plain ? format.times1 : numbers.name, "first");
+  requireRising(measured.data.times2, plain ? format.times2 : numbers.name, "second");
+  return measured;
 }
 
 /// A number of acqu.par.
@@ -239,24 +274,29 @@ MeasuredMap readMap(const fs::path& path, const MapFormat& format) {
     throw UserError("--times1 and --times2: give both, for a plain matrix, or neither");
   }
   MeasuredMap result;
-  std::vector<double> imaginary;
   const auto folder = format.times1.empty() ? spinsolveFolder(path) : std::nullopt;
   if (folder) {
-    result.data = readSpinsolve(*folder, imaginary);
+    result.data = readSpinsolve(*folder, result.imaginary);
   } else {
-    result.data = readMatrixFile(path, format);
+    result = readMatrixFile(path, format);
   }
-  if (!format.imaginary.empty()) {
-    MapData second = readMatrixFile(format.imaginary, format);
-    if (second.times1 != result.data.times1 || second.times2 != result.data.times2) {
-      throw UserError(
-          fmt::format("--imaginary {}: its axes are not those of {}; the two channels "
-                      "must have the same",
-                      format.imaginary, path.string()));
-    }
-    imaginary = std::move(second.samples);
+  if (format.imaginary.empty()) {
+    return result;
   }
-  result.imaginary = std::move(imaginary);
+  if (!result.imaginary.empty()) {
+    throw UserError(
+        fmt::format("--imaginary {}: {} has an imaginary channel of its own; leave "
+                    "the option out",
+                    format.imaginary, path.string()));
+  }
+  MeasuredMap second = readMatrixFile(format.imaginary, format);
+  if (second.data.times1 != result.data.times1 || second.data.times2 != result.data.times2) {
+    throw UserError(
+        fmt::format("--imaginary {}: its axes are not those of {}; the two channels "
+                    "must have the same",
+                    format.imaginary, path.string()));
+  }
+  result.imaginary = std::move(second.data.samples);
   return result;
 }
 

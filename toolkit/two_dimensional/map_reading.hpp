@@ -23,6 +23,7 @@ struct MapFormat {
 ///  - a matrix whose first row holds the values of the second axis and whose first column those
 ///    of the first; the cell in the corner is free and may be empty;
 ///  - a plain matrix, a row a value of the first axis, with the files of both axes;
+///  - either as an array of numpy's (.npy), which may be complex;
 ///  - the T1IRT2.dat of a Spinsolve, which has acqu.par beside it, or their folder: real and
 ///    imaginary parts in turn, times from acqu.par.
 /// Throws UserError, which names file and line, for what can't be read, fields that are no finite

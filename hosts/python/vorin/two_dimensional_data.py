@@ -48,8 +48,8 @@ def read2d(path: PathLike, *, kernels: Any = ("t1-inversion", "t2"),
     ----------
     path : path-like
         A matrix of text whose first row holds the times of the second axis and whose first
-        column those of the first; a plain matrix, with ``times1`` and ``times2``; or the
-        T1IRT2.dat of a Spinsolve, or its folder.
+        column those of the first; a plain matrix, with ``times1`` and ``times2``; either as
+        an array of numpy's (.npy); or the T1IRT2.dat of a Spinsolve, or its folder.
     kernels : (first, second)
         "diffusion" where an axis holds b-values.
     times1, times2 : path-like, optional

@@ -1,0 +1,26 @@
+// Arrays as numpy saves them: files of the format NPY, versions 1 to 3 (numpy.lib.format).
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace vorin::toolkit {
+
+/// The numbers of one array in row-major order, whatever the order in the file.
+struct NumberArray {
+  std::string name;  ///< the path, for messages
+  std::vector<std::size_t> shape;
+  std::vector<double> real;
+  std::vector<double> imaginary;  ///< as many numbers; empty for an array of real ones
+};
+
+/// True when the file at `path` begins as such files do.
+bool isNpy(const std::filesystem::path& path);
+
+/// The array in `path`: integers, single or double precision, real or complex, of either byte
+/// order, of one or two dimensions. Throws UserError for any other and for files that are cut.
+NumberArray readNpy(const std::filesystem::path& path);
+
+}  // namespace vorin::toolkit
