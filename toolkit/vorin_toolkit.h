@@ -19,6 +19,9 @@
  *                         vorin_result_numbers, vorin_result_text, vorin_result_text_at,
  *                         vorin_result_array
  *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve
+ *   Maps over two axes    vorin_invert2d, vorin_fit2d, vorin_bootstrap2d,
+ *                         vorin_measures2d, vorin_share2d, vorin_simulate2d,
+ *                         vorin_read2d
  *   The model             vorin_kernel_matrix, vorin_picture_axes, vorin_log_grid,
  *                         vorin_default_grid, vorin_difference_noise,
  *                         vorin_phase_correct, vorin_simulate

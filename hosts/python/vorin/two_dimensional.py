@@ -13,7 +13,6 @@ from .bootstrapping import _whole_seed
 from .data import _numbers, _shaped, real_array
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
-from .kernels import KERNELS, OWN, Kernel
 from .options import _text_or_number
 from .toolkit import Fields, Settings, address, call, job, named, watched_job
 
@@ -22,6 +21,9 @@ if TYPE_CHECKING:
 
 Interval = Tuple[float, float]
 _WHOLE: Interval = (1e-300, 1e299)
+
+#: The relaxation time of each kernel that has one.
+SYMBOLS = {"t2": "T2", "t1-saturation": "T1", "t1-inversion": "T1"}
 
 
 @dataclass(frozen=True)
@@ -197,15 +199,9 @@ class Result2D:
                 f"{self.weight:.4g}, {self.status_text}>")
 
     @property
-    def described(self) -> Tuple[Kernel, Kernel]:
-        """The words for both kernels and their axes, for pictures."""
-        first, second = (KERNELS.get(name, OWN) for name in self.kernels)
-        return first, second
-
-    @property
     def both_are_times(self) -> bool:
         """True where the ratio of positions is one of relaxation times."""
-        return all(name in KERNELS and name != "diffusion" for name in self.kernels)
+        return all(name in SYMBOLS for name in self.kernels)
 
     @property
     def fit(self) -> np.ndarray:

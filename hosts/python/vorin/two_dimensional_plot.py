@@ -2,12 +2,15 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Optional
+from typing import TYPE_CHECKING, Any, Optional, Tuple
 
 import numpy as np
 
 from .errors import InputValueError, VorinError
-from .plotting import _BLUE, _DARK, _RED, _labelled, _plain, _target, _unit, per_decade
+from .measures import per_decade
+from .plotting import _BLUE, _DARK, _RED, _plain, _target
+from .toolkit import job
+from .two_dimensional import SYMBOLS
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
@@ -55,15 +58,11 @@ def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None)
                                hspace=0.06, wspace=0.06, left=0.12, right=0.97, top=0.92,
                                bottom=0.09)
     axes = figure.add_subplot(grid[1, 0])
-    units = [_unit(described.grid_units, values[-1]) for described, values in
-             zip(result.described, (result.grid1, result.grid2))]
-    if result.both_are_times:  # one unit, so that the lines of equal ratio can be read
-        units = [max(units, key=lambda unit: unit[1])] * 2
-    y, x = result.grid1 / units[0][1], result.grid2 / units[1][1]
-    _draw_map(axes, result, x, y, (units[1][1], units[0][1]))
-    for label, described, unit in ((axes.set_xlabel, result.described[1], units[1]),
-                                   (axes.set_ylabel, result.described[0], units[0])):
-        label(_labelled(f"{described.quantity} {described.symbol}", unit[0]))
+    first, second = _axis(result, 0), _axis(result, 1)
+    y, x = result.grid1 / first[1], result.grid2 / second[1]
+    _draw_map(axes, result, x, y, (second[1], first[1]))
+    axes.set_ylabel(first[0])
+    axes.set_xlabel(second[0])
     _projections(figure, grid, axes, result, x, y)
     figure.suptitle(title if title is not None else _title(result), fontsize="large", y=0.97)
     if target is not None:
@@ -75,6 +74,15 @@ def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None)
         finally:
             pyplot.close(figure)
     return figure
+
+
+def _axis(result: "Result2D", index: int) -> Tuple[str, float]:
+    """The label of an axis of the map, and the size of its unit."""
+    last = float((result.grid1, result.grid2)[index][-1])
+    if result.both_are_times:  # one unit, so that the lines of equal ratio can be read
+        last = float(max(result.grid1[-1], result.grid2[-1]))
+    fields = job("vorin_picture_axes", result.kernels[index].encode(), last, last)
+    return fields.text("grid_label"), fields.number("grid_unit_size")
 
 
 def _draw_map(axes: "Axes", result: "Result2D", x: np.ndarray, y: np.ndarray,
@@ -96,8 +104,7 @@ def _draw_map(axes: "Axes", result: "Result2D", x: np.ndarray, y: np.ndarray,
             axes.plot(x, ratio * x, color=_DARK, linewidth=0.9, linestyle=style,
                       label=f"{ratio:g} : 1")
         axes.legend(loc="lower right", fontsize="small", frameon=False,
-                    title=f"{result.described[0].symbol} : {result.described[1].symbol}",
-                    title_fontsize="small")
+                    title=" : ".join(SYMBOLS[name] for name in result.kernels), title_fontsize="small")
     for peak in result.peaks:
         axes.plot(peak.position2 / sizes[0], peak.position1 / sizes[1], "+", color=_RED,
                   markersize=9, markeredgewidth=1.5)
