@@ -152,7 +152,7 @@ constexpr std::array<Row, 3> exitStatus{{
 }};
 
 /// Each works in the folder in which those before it ran.
-constexpr std::array<Row, 6> exampleRows{{
+constexpr std::array<Row, 8> exampleRows{{
     {"vorin simulate --out decay.csv --truth truth.csv", "Make a computed decay with known truth."},
     {"vorin invert decay.csv --truth truth.csv",
      "Invert it, with a weight that suits its noise, and compare."},
@@ -160,6 +160,10 @@ constexpr std::array<Row, 6> exampleRows{{
     {"vorin invert decay.csv --weight 0.5 --log run.log --set SAVE=1",
      "Invert with a fixed weight and keep all of it in the log."},
     {"vorin show run.log --out g.csv", "Read the log again."},
+    {"vorin simulate2d --times2 1ms:1s:400:linear --out t1t2.csv",
+     "Make a computed T1-T2 experiment."},
+    {"vorin invert2d t1t2.csv --kernels t1-inversion,t2 --out map.csv --json map.json",
+     "Turn it into a map."},
     {"vorin keys TARG WEIG", "See what two keys of the library mean."},
 }};
 
@@ -206,8 +210,8 @@ std::string manualPage(const CLI::App& program, const std::string& version) {
   page += ".SH EXAMPLES\n" + examplesText();
   page += ".SH SEE ALSO\n.BR gnuplot (1)\n.PP\n";
   page += filled(
-      "docs/invert.md explains the numbers of a summary, docs/keys.md and "
-      "docs/exports.md describe the library.");
+      "docs/invert.md explains the numbers of a summary, docs/two_dimensional.md maps; "
+      "docs/keys.md and docs/exports.md describe the library.");
   return page;
 }
 

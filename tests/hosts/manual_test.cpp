@@ -148,8 +148,9 @@ TEST(Manual, ItsExamplesRunOneAfterTheOther) {
     ++examples;
   }
   EXPECT_GE(examples, 5U);
-  EXPECT_EQ(folder.names(), (std::vector<std::string>{"decay.csv", "f.csv", "f.png", "g.csv",
-                                                      "run.log", "truth.csv"}));
+  EXPECT_EQ(folder.names(),
+            (std::vector<std::string>{"decay.csv", "f.csv", "f.png", "g.csv", "map.csv", "map.json",
+                                      "run.log", "t1t2.csv", "truth.csv"}));
 }
 
 TEST(Manual, IsWrittenWholeOrNotAtAll) {

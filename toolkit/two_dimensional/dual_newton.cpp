@@ -22,26 +22,6 @@ double dot(const std::vector<double>& a, const std::vector<double>& b) {
   return sum;
 }
 
-/// Solves L L' x = b in place (L: n x n, column-major, lower triangle).
-void solveWithFactor(int size, const std::vector<double>& L, std::vector<double>& b) {
-  const auto n = static_cast<std::size_t>(size);
-  for (std::size_t j = 0; j < n; ++j) {
-    const double* column = L.data() + j * n;
-    b[j] /= column[j];
-    for (std::size_t i = j + 1; i < n; ++i) {
-      b[i] -= column[i] * b[j];
-    }
-  }
-  for (std::size_t j = n; j-- > 0;) {
-    const double* column = L.data() + j * n;
-    double sum = b[j];
-    for (std::size_t i = j + 1; i < n; ++i) {
-      sum -= column[i] * b[i];
-    }
-    b[j] = sum / column[j];
-  }
-}
-
 /// One minimisation: what its steps share.
 class Minimiser {
  public:
@@ -111,11 +91,12 @@ class Minimiser {
       G_[r * rows() + r] += w_;
       step_[r] = -gradient_[r];
     }
-    kernels::table<double>().cholesky(map_.rows(), map_.rows(), G_.data(), pivots_.data());
+    const auto& kernels = kernels::table<double>();
+    kernels.cholesky(map_.rows(), map_.rows(), G_.data(), pivots_.data());
     if (!std::all_of(pivots_.begin(), pivots_.end(), [](double pivot) { return pivot > 0.0; })) {
       return false;
     }
-    solveWithFactor(map_.rows(), G_, step_);
+    kernels.choleskySolve(map_.rows(), map_.rows(), G_.data(), step_.data());
     return true;
   }
 

@@ -26,6 +26,8 @@ constexpr double kernelCut = 1e-7;
 /// peak's amplitude is 0.029, 0.066, 0.028 at 4, 0.011, 0.034, 0.011 at 10 and 0.008, 0.022,
 /// 0.008 at 14; more flatten weak peaks.
 constexpr double surplus = 14.0;
+/// A sum of squares further from the aim than this part of it has not reached it.
+constexpr double aimMissed = 0.01;
 /// Samples beyond the rows from which the noise is told to better than a tenth.
 constexpr double leastBeyond = 50.0;
 
@@ -90,6 +92,57 @@ WeightSearch search(const CompressedMap& map, const std::vector<double>& d, doub
 
 double rootMeanSquare(double squares, int rows) {
   return std::sqrt(squares / rows);
+}
+
+/// The solution of the problem with all rows that matter.
+struct WholeSolution {
+  double weight = 0.0;   ///< scaled
+  double squares = 0.0;  ///< what its map leaves on the rows of the search
+  DualState state;
+  bool optimal = true;
+};
+
+/// Solves the whole problem at the weight of the search, and, where a search by the noise aimed at
+/// a sum of squares, at the weight nearby that reaches it: the further rows bind the map a little
+/// in good data. Secant steps in log w over the log of the surplus, which rises about as w does.
+WholeSolution solveWhole(const CompressedMap& map, const std::vector<double>& d,
+                         const CompressedMap& whole, const std::vector<double>& dWhole,
+                         const WeightSearch& found, bool hasAim) {
+  constexpr int mostSteps = 8;
+  constexpr double closeEnough = 2e-4;
+  WholeSolution best;
+  best.state.c = whole.spread(map, found.state.c);
+  DualState state = best.state;
+  std::vector<double> fit(d.size());
+  double weight = found.weight;
+  double slope = 1.0;
+  double before = 0.0;
+  double distance = 0.0;
+  double beforeWeight = 0.0;
+  for (int step = 0; step < mostSteps; ++step) {
+    const bool optimal = solveDual(whole, dWhole, weight, optimalGap, state);
+    map.times(state.F.data(), fit.data());
+    double squares = 0.0;
+    for (std::size_t r = 0; r < d.size(); ++r) {
+      squares += (fit[r] - d[r]) * (fit[r] - d[r]);
+    }
+    if (step == 0 || std::fabs(squares - found.aim) < std::fabs(best.squares - found.aim)) {
+      best = {weight, squares, state, optimal};
+    }
+    if (!hasAim || std::fabs(squares - found.aim) <= closeEnough * found.aim) {
+      break;
+    }
+    const double aimed = found.aim - found.least;
+    distance = std::log(std::max(squares - found.least, 1e-6 * aimed) / aimed);
+    if (step > 0 && weight != beforeWeight) {
+      slope = std::clamp((distance - before) / std::log(weight / beforeWeight), 0.2, 5.0);
+    }
+    before = distance;
+    beforeWeight = weight;
+    weight *= std::exp(std::clamp(-distance / slope, -2.0, 2.0));
+  }
+  best.state.steps = state.steps;
+  return best;
 }
 
 MapStatus statusOf(const WeightSearch& found, const DualState& state, bool optimal) {
@@ -204,28 +257,22 @@ MapInversion invertMap(const MapData& data, const MapSettings& settings) {
 
   const CompressedMap whole = problemAt(found.weight, first, second);
   const std::vector<double> dWhole = whole.compressed(data.samples.data());
-  DualState state;
-  state.c = whole.spread(map, found.state.c);
-  const bool optimal = solveDual(whole, dWhole, found.weight, optimalGap, state);
-
-  std::vector<double> fit(d.size());
-  map.times(state.F.data(), fit.data());
-  double squares = 0.0;
-  for (std::size_t r = 0; r < d.size(); ++r) {
-    squares += (fit[r] - d[r]) * (fit[r] - d[r]);
-  }
+  const bool hasAim = settings.mode == MapWeightMode::noise && found.reached;
+  WholeSolution solution = solveWhole(map, d, whole, dWhole, found, hasAim);
+  found.reached = found.reached &&
+                  (!hasAim || std::fabs(solution.squares - found.aim) <= aimMissed * found.aim);
   result.rows = map.rows();
-  result.error = rootMeanSquare(squares, result.rows);
+  result.error = rootMeanSquare(solution.squares, result.rows);
   if (settings.mode == MapWeightMode::noise) {
     result.wantedError = rootMeanSquare(found.aim, result.rows);
     result.closestError = rootMeanSquare(found.least, result.rows);
   }
-  result.weight = found.weight * map.scale() * map.scale();
+  result.weight = solution.weight * map.scale() * map.scale();
   result.weights = found.weights;
-  result.steps = found.state.steps + state.steps;
-  result.gap = state.gap;
-  result.status = statusOf(found, state, optimal);
-  result.distribution = std::move(state.F);
+  result.steps = found.state.steps + solution.state.steps;
+  result.gap = solution.state.gap;
+  result.status = statusOf(found, solution.state, solution.optimal);
+  result.distribution = std::move(solution.state.F);
   for (double& f : result.distribution) {
     f /= map.scale();
   }

@@ -13,7 +13,7 @@ namespace {
 constexpr double firstWeight = 1.0;
 constexpr double lastWeight = 1e-12;
 /// A decade that lowers the sum of squares by less than this part of the surplus is the last.
-constexpr double flatSlope = 0.1;
+constexpr double flatSlope = 0.25;
 constexpr double aimReached = 1e-3;
 constexpr int mostRefinements = 40;
 
