@@ -90,7 +90,7 @@ def by_the_noise(rows):
         c, f, squares, _ = damped(rows, w, c, 1e-6)
         points.append((w, c, squares))
         surplus = SURPLUS * max(rows.noise**2, squares / rows.d.size)
-        if len(points) > 1 and points[-2][2] - squares < 0.1 * surplus:
+        if len(points) > 1 and points[-2][2] - squares < 0.25 * surplus:
             break
         w *= 0.1
     least = points[-1][2]
@@ -150,15 +150,20 @@ def least_time(body, runs):
 
 
 MEMORY = """
-import sys, resource
+import sys
 sys.path.insert(0, {python!r}); sys.path.insert(0, {bench!r})
 import two_dimensional_bench as bench, vorin
 data, grids = bench.experiment({size})
 vorin.invert2d(data.t1[::4], data.t2[::100], data.D[::4, ::100], grid1=(1e-2, 1, 8),
                grid2=(1e-2, 1, 8))
-before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+def status(name):
+    with open("/proc/self/status") as lines:
+        return next(int(line.split()[1]) for line in lines if line.startswith(name)) / 1024
+with open("/proc/self/clear_refs", "w") as peak:
+    peak.write("5")  # the peak begins anew
+before = status("VmRSS")
 vorin.invert2d(data.t1, data.t2, data.D, **grids)
-print((resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) / 1024)
+print(status("VmHWM") - before)
 """
 
 
@@ -181,7 +186,7 @@ def main(sizes):
         def in_numpy():
             return by_the_noise(Compressed(data, result.grid1, result.grid2))
 
-        whole = Compressed(data, result.grid1, result.grid2, 1e-6)
+        whole = Compressed(data, result.grid1, result.grid2, 1e-7)
         _, f, _, _ = damped(whole, result.weight / whole.scale**2, np.zeros(whole.d.size), 1e-11)
         same = f.reshape(size, size) / whole.scale
         apart = np.max(np.abs(same - result.distribution)) / np.max(same)

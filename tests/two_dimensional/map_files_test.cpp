@@ -91,8 +91,8 @@ class MapFiles : public testing::Test {
   }
 
   Outcome run(std::vector<std::string> more) {
-    std::vector<std::string> words{"invert2d",  "--grid1", "3ms:10s:20", "--grid2",
-                                   "1ms:3s:20", "--json",  "-"};
+    std::vector<std::string> words{"invert2d", "--grid1", "0.003:10:20", "--grid2", "1ms:3s:20",
+                                   "--json",   "-"};
     words.insert(words.end(), more.begin(), more.end());
     return runProgram(folder.path(), words);
   }
