@@ -304,16 +304,22 @@ typedef int32_t(VORIN_TOOLKIT_CALL* vorin_progress)(void* user, int64_t done, in
  *
  *     minimise over F >= 0:   1/2 |K F - y|^2  +  w/2 |F|^2
  *
- * by the iteration of Butler, Reeds and Dawson (SIAM J. Numer. Anal. 18, 381, 1981). The
- * settings give the weight w, or have it chosen by the noise or by the corner of the
- * L-curve. Complex data are corrected by one phase, and their real channel is inverted.
+ * by the iteration of Butler, Reeds and Dawson (SIAM J. Numer. Anal. 18, 381, 1981),
+ * where w is chosen from the data with the range of the grid outside which F is 0, given,
+ * or sought by the noise or by the corner of the L-curve. Complex data are turned by one
+ * phase, and their real channel is inverted. Data that the kernel can't describe are told
+ * by "finding" and "finding_text", which are empty otherwise.
  *
  * Numbers of the result: "status" (of vorin.h), "success", "samples", "weight", "noise",
  * "signal_to_noise", "wanted_standard_error", "standard_error", "fit_error",
- * "iterations", "passes", "relaxed_target", "corner_weight", "phase", "total", "log_mean".
- * Texts: "kernel", "weight_origin", "noise_origin", "status_text". Arrays: "time",
- * "amplitude" (as inverted), "grid", "distribution", "fit", "rejected" (indices from 0),
- * and, an element for each peak, "peak_position", "peak_width", "peak_share",
+ * "iterations", "passes", "relaxed_target", "corner_weight", "phase", "noise_spread"
+ * (relative standard deviation of the noise), "offset" (beside the curve), "efficiency"
+ * (of the inversion), "total", "log_mean". Texts: "kernel", "weight_origin",
+ * "noise_origin", "status_text", "finding", "finding_text". Arrays: "time", "amplitude"
+ * (as inverted), "grid", "distribution", "fit", "rejected" (indices from 0), "left_out"
+ * (those of them that lie off every curve at the start of an echo train), "support" (the
+ * first and the last grid value of the range), and, an element for each peak,
+ * "peak_position", "peak_width", "peak_share",
  * "peak_at_grid_end".
  *
  *   settings   in   the handle; null for all defaults

@@ -68,15 +68,26 @@ struct Rung {
   Distribution found;
 };
 
+/// The times of the host's grid from that of the first sample on, so that references and rule
+/// differ by the weight alone: how near a line lies to a time of the grid is the same for all.
+std::vector<double> sampledGrid(const toolkit::Decay& decay, toolkit::Kernel kernel) {
+  constexpr double roundingLevel = 1e-6;
+  const double first = decay.time.front() > 0.0 ? decay.time.front() : decay.time.at(1);
+  std::vector<double> result;
+  for (const double at : toolkit::gridFor(decay.time, kernel).times()) {
+    if (kernel == toolkit::Kernel::diffusion ? at * first <= 1.0 + roundingLevel
+                                             : at >= (1.0 - roundingLevel) * first) {
+      result.push_back(at);
+    }
+  }
+  return result;
+}
+
 /// Fits at all weights of a ladder on the grid from the first time on.
 std::vector<Rung> ladder(const toolkit::Decay& decay, toolkit::Kernel kernel, int* rows) {
-  const double first = decay.time.front() > 0.0 ? decay.time.front() : decay.time.at(1);
   InversionSettings settings;
   settings.kernel = kernel;
-  settings.grid = (kernel == toolkit::Kernel::diffusion
-                       ? toolkit::LogGrid{1.0 / (3.0 * decay.time.back()), 1.0 / first, 100}
-                       : toolkit::LogGrid{first, 3.0 * decay.time.back(), 100})
-                      .times();
+  settings.grid = sampledGrid(decay, kernel);
   toolkit::setKeys(settings);
   const toolkit::Problem problem(decay, settings);
   const toolkit::ReducedProblem reduced = problem.reduced();

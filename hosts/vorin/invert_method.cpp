@@ -40,10 +40,12 @@ CLI::Option* addOptionalValue(CLI::App& line, const std::string& name, std::stri
 
 void MethodOptions::addTo(CLI::App& line) {
   addOption(line, "--method", method, "HOW",
-            "classic (default): the library looks on the whole grid for the weight\n"
-            "at which the fit misses the data by 1.05 times the noise; automatic:\n"
-            "range, noise and weight are chosen from the data, and data that the\n"
-            "kernel can't describe are told");
+            "automatic (default): range, noise and weight are chosen from the data,\n"
+            "and data that the kernel can't describe are told; classic: the library\n"
+            "looks on the whole grid for the weight at which the fit misses the\n"
+            "data by 1.05 times the noise, as it does where --noise fit, ridge or\n"
+            "scan, --reject-outliers by the library, or --set with a key of that\n"
+            "search asks for it");
   addOption(line, "--weight", weight, "noise|corner|W",
             "How strongly the distribution is smoothed: noise (default) as --method\n"
             "says, corner by the corner of the L-curve, W is a weight of your own");
@@ -55,9 +57,9 @@ void MethodOptions::addTo(CLI::App& line) {
   addOption(line, "--noise", noise, "SIGMA|HOW",
             "Standard deviation of the noise in the unit of the data, or where it\n"
             "comes from: difference, fit, ridge, scan (estimates of the library),\n"
-            "quadrature (the imaginary channel). Default: from second differences\n"
-            "of neighbouring samples, outliers and the start of the decay apart;\n"
-            "--method automatic: from the residual of the closest fit");
+            "quadrature (the imaginary channel). Default: from the residual of the\n"
+            "closest fit; --method classic: from second differences of neighbouring\n"
+            "samples, outliers and the start of the decay apart");
   addOption(line, "--prune", prune, "HOW",
             "Bins in which samples are averaged before the inversion: log\n"
             "(default), linear, or none");

@@ -109,8 +109,16 @@ TEST(InvertJson, HoldsTheWholeResult) {
   EXPECT_EQ(one["status_text"], "success");
   EXPECT_EQ(one["success"], true);
   EXPECT_EQ(one["samples"], 3000);
-  EXPECT_EQ(one["weight_origin"], "noise");
-  EXPECT_EQ(one["noise_origin"], "differences");
+  EXPECT_EQ(one["weight_origin"], "automatic");
+  EXPECT_EQ(one["noise_origin"], "residual");
+  // 3000 samples without some ten degrees of freedom.
+  EXPECT_NEAR(one["noise_spread"].get<double>(), 1.0 / std::sqrt(2.0 * 2990.0), 1e-4);
+  EXPECT_GE(one["support"][0].get<double>(), one["grid"].front().get<double>());
+  EXPECT_LE(one["support"][1].get<double>(), one["grid"].back().get<double>());
+  EXPECT_TRUE(one["left_out"].empty());
+  for (const char* name : {"offset", "efficiency", "finding"}) {
+    EXPECT_TRUE(one[name].is_null()) << name;
+  }
   EXPECT_FALSE(one.contains("bootstrap"));
   const Distribution written = readDistribution(folder / "out.csv");
   const Distribution inJson{one["grid"], one["distribution"]};

@@ -151,8 +151,10 @@ std::string told(const std::vector<std::string>& options, const std::string& lab
 }
 
 TEST(MethodOptions, TheSummarySaysWhereTheNoiseComesFrom) {
-  EXPECT_NE(told({}, "noise").find("(from differences of neighbouring samples)"),
-            std::string::npos);
+  EXPECT_NE(told({}, "noise").find("(from the residual of the closest fit)"), std::string::npos);
+  EXPECT_NE(
+      told({"--method", "classic"}, "noise").find("(from differences of neighbouring samples)"),
+      std::string::npos);
   EXPECT_EQ(told({"--noise", "0.25"}, "noise"), "0.25 (given)");
   EXPECT_NE(
       told({"--noise", "difference"}, "noise").find("(from the library's second differences)"),
@@ -186,11 +188,28 @@ TEST(MethodOptions, TheCornerAndItsFactorAreTold) {
 }
 
 TEST(MethodOptions, CompressionIsThatOfItsStandardValue) {
-  const std::string weight = told({"--compress"}, "weight");
-  EXPECT_EQ(weight, told({"--compress", "20,1e-6"}, "weight"));
-  EXPECT_EQ(weight, told({"--compress=20"}, "weight"));
-  EXPECT_NE(weight, told({"--compress", "8"}, "weight"));
-  EXPECT_NE(weight, told({}, "weight"));
+  const auto weight = [](std::vector<std::string> options) {
+    options.insert(options.end(), {"--method", "classic"});
+    return told(options, "weight");
+  };
+  const std::string standard = weight({"--compress"});
+  EXPECT_EQ(standard, weight({"--compress", "20,1e-6"}));
+  EXPECT_EQ(standard, weight({"--compress=20"}));
+  EXPECT_NE(standard, weight({"--compress", "8"}));
+  EXPECT_NE(standard, weight({}));
+}
+
+TEST(MethodOptions, TheChosenWeightIsThatBeforeTheCompression) {
+  const std::string weight = told({}, "weight");
+  EXPECT_NE(weight.find("(chosen from the data)"), std::string::npos) << weight;
+  EXPECT_EQ(told({"--method", "automatic"}, "weight"), weight);
+  EXPECT_EQ(told({"--compress"}, "weight"), weight);
+  EXPECT_NEAR(std::stod(told({"--compress"}, "log mean")), std::stod(told({}, "log mean")), 0.5);
+}
+
+TEST(MethodOptions, AKeyOfTheLibrarysSearchAsksForIt) {
+  EXPECT_EQ(told({"--set", "WTOL=0.001"}, "weight"),
+            told({"--method", "classic", "--set", "WTOL=0.001"}, "weight"));
 }
 
 TEST(MethodOptions, OutliersAreCounted) {

@@ -43,6 +43,10 @@ void addSamples(vorin_result& result, const Inverted& job) {
   result.add("distribution", inversion.distribution.amplitude);
   result.add("fit", inversion.fit);
   result.add("rejected", std::vector<double>(inversion.rejected.begin(), inversion.rejected.end()));
+  result.add("left_out", std::vector<double>(inversion.spoiled.begin(), inversion.spoiled.end()));
+  const std::vector<double>& grid = inversion.distribution.time;
+  result.add("support",
+             std::vector<double>{grid[inversion.firstColumn], grid[inversion.lastColumn]});
 }
 
 void addNumbers(vorin_result& result, const Inverted& job) {
@@ -61,6 +65,9 @@ void addNumbers(vorin_result& result, const Inverted& job) {
   result.add("relaxed_target", known(inversion.relaxedTarget));
   result.add("corner_weight", known(inversion.cornerWeight));
   result.add("phase", job.input.phase.value_or(unknownValue));
+  result.add("noise_spread", known(inversion.noiseSpread));
+  result.add("offset", inversion.offset.value_or(unknownValue));
+  result.add("efficiency", inversion.efficiency.value_or(unknownValue));
 }
 
 std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
@@ -73,6 +80,8 @@ std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
   result->add("weight_origin", std::string(weightOrigin(inversion)));
   result->add("noise_origin", std::string(noiseOriginWord(inversion.noiseOrigin)));
   result->add("status_text", inSettingNames(statusText(inversion)));
+  result->add("finding", std::string(findingWord(inversion.finding.kind)));
+  result->add("finding_text", inSettingNames(findingText(inversion.finding)));
   addSamples(*result, *job);
   constexpr double smallestShare = 0.005;
   addMeasures(*result, inversion.distribution, smallestShare);

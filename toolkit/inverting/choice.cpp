@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <numeric>
 
 #include "toolkit/inverting/diagnosis.hpp"
 #include "toolkit/model/noise.hpp"
@@ -31,14 +33,14 @@ constexpr double noNoise = 1e-6;
 
 /// The columns of times at the first sample and above; of a diffusion, which is the faster the
 /// larger it is, those of 1 / b and below.
-/// The first `spoiled` samples apart.
-ColumnRange sampledRange(const ChoiceInput& input, std::size_t spoiled = 0) {
+/// The samples before the one of number `start` apart.
+ColumnRange sampledRange(const ChoiceInput& input, std::size_t start = 0) {
   ColumnRange range{0, input.grid.size() - 1};
   if (input.kernel == Kernel::matrix) {
     return range;
   }
   constexpr double roundingLevel = 1e-6;
-  const double first = input.time[spoiled] > 0.0 ? input.time[spoiled] : input.time.at(1);
+  const double first = input.time[start] > 0.0 ? input.time[start] : input.time.at(1);
   if (input.kernel == Kernel::diffusion) {
     while (range.last > 0 && input.grid[range.last] > (1.0 + roundingLevel) / first) {
       --range.last;
@@ -66,30 +68,85 @@ std::size_t singleRows(const ReducedProblem& reduced, const std::vector<float>& 
   return count;
 }
 
-/// How many first samples lie off every curve: the fewest without which leaving out more lowers
-/// the sum of squares by chance only. What is faster than the first sample that stays is not
-/// fitted, since it would follow the next one that is off.
-std::size_t spoiledSamples(const ChoiceInput& input, const ReducedProblem& reduced, double noise) {
+/// Without the samples of `left`, which are rows of their own.
+ColumnRange rangeWithout(const ChoiceInput& input, const std::vector<std::size_t>& left) {
+  std::size_t first = 0;
+  while (first < left.size() && left[first] == first) {
+    ++first;
+  }
+  // What is faster than the first sample that stays would follow the next one that is off.
+  return sampledRange(input, first);
+}
+
+/// True when the fit of all samples holds next to no signal that is about as fast as the sample
+/// of number `last`.
+bool noneAsFast(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
+                std::size_t last) {
+  constexpr double fastRatio = 2.0;
+  constexpr double noneLevel = 0.01;
+  const ClosestFit fit = closestFit(columnsOf(reduced, range));
+  double fast = 0.0;
+  double total = 0.0;
+  for (std::size_t k = 0; k < fit.f.size(); ++k) {
+    fast += input.grid[range.first + k] < fastRatio * input.time[last] ? fit.f[k] : 0.0;
+    total += fit.f[k];
+  }
+  return fast < noneLevel * total;
+}
+
+/// Of the first few samples, those without which the sum of squares, with so many noise
+/// variances for each that is left out, is the least.
+struct Spoiled {
+  std::vector<std::size_t> left;
+  double cost = 0.0;
+};
+
+/// The samples that lie off every curve, `best`, and the best of the choices with the first.
+void findSpoiled(const ChoiceInput& input, const ReducedProblem& reduced,
+                 const std::vector<std::size_t>& all, double each, Spoiled& best,
+                 Spoiled& withFirst) {
+  for (unsigned choice = 1; choice < 1U << all.size(); ++choice) {
+    std::vector<std::size_t> left;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(left),
+                 [&](std::size_t row) { return (choice >> row & 1U) != 0; });
+    const double cost = rssWithin(withoutRows(reduced, left), rangeWithout(input, left)) +
+                        each * static_cast<double>(left.size());
+    if (cost < best.cost) {
+      best = {left, cost};
+    }
+    if (left.front() == 0 && cost < withFirst.cost) {
+      withFirst = {left, cost};
+    }
+  }
+}
+
+/// Sets the first samples that lie off every curve.
+void setSpoiled(Choice& choice, const ChoiceInput& input, const ReducedProblem& reduced,
+                double noise) {
   const std::size_t samples = input.problem.data().size();
-  if (input.kernel != Kernel::t2 || input.compressed || samples < fewestForSpoiled) {
-    return 0;
+  if (input.kernel != Kernel::t2 || samples < fewestForSpoiled) {
+    return;
   }
   const std::size_t most = std::min(mostSpoiled, singleRows(reduced, input.problem.data()));
-  std::vector<double> rss;
-  for (std::size_t count = 0; count <= most; ++count) {
-    rss.push_back(rssWithin(withoutFirstRows(reduced, count), sampledRange(input, count)));
-  }
   const double each = significantSpoiled * noise * noise;
-  for (std::size_t count = 0; count < most; ++count) {
-    bool enough = true;
-    for (std::size_t more = count + 1; more <= most; ++more) {
-      enough &= rss[count] - rss[more] <= each * std::sqrt(static_cast<double>(more - count));
-    }
-    if (enough) {
-      return count;
-    }
+  std::vector<std::size_t> all(most);
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  const ColumnRange sampled = sampledRange(input);
+  const double whole = rssWithin(reduced, sampled);
+  if (whole - rssWithin(withoutRows(reduced, all), sampled) <= each) {
+    return;  // nor can fewer left out gain more
   }
-  return most;
+  Spoiled best{{}, whole};
+  Spoiled withFirst{{}, whole};
+  findSpoiled(input, reduced, all, each, best, withFirst);
+  // Imperfect refocusing throws early echoes off to either side in turn. Where the fit follows
+  // none of them by fast signal, they tell more together than those that happen to fit.
+  if (!best.left.empty() && best.left.front() != 0 &&
+      noneAsFast(input, reduced, sampled, best.left.back())) {
+    choice.offCurve = best.left;
+  } else {
+    choice.spoiled = withFirst.left;
+  }
 }
 
 /// `sampled`, or the whole grid where the data ask for faster signal: at all samples, and at
@@ -104,7 +161,7 @@ ColumnRange rangeWithFast(const ChoiceInput& input, const ReducedProblem& reduce
     return rssWithin(problem, sampled) - rssWithin(problem, whole);
   };
   const bool asked = gain(reduced) > significantFast * variance &&
-                     gain(withoutFirstRows(reduced, 1)) > significantRange * variance;
+                     gain(withoutRows(reduced, {0})) > significantRange * variance;
   return asked ? whole : sampled;
 }
 
@@ -188,8 +245,8 @@ void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance
   constexpr int fitCount = 45;
   constexpr double highest = 1e2;  // of the largest squared column norm
   constexpr double lowest = 1e-9;
-  constexpr int fewPositive = 4;
-  constexpr int manyPositive = 8;
+  constexpr int fewPositive = 3;
+  constexpr int manyPositive = 7;
   const ClosestFit closest = closestFit(problem);
   PenalisedFits solver(problem);
   const double scale = solver.largestColumn();
@@ -209,6 +266,32 @@ void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance
   choice.solves = fitCount;
 }
 
+/// Takes the grid's part beyond the sampled range into the support where that lowers the penalised
+/// functional, which is -2 times the logarithm of the posterior, by more than chance: signal of a
+/// smooth distribution that goes on there.
+void extendSupport(Choice& choice, const ChoiceInput& input, const ReducedProblem& reduced,
+                   ColumnRange sampled, double variance) {
+  ColumnRange wider = choice.support;
+  if (input.kernel == Kernel::diffusion && wider.last == sampled.last) {
+    wider.last = input.grid.size() - 1;
+  } else if ((input.kernel == Kernel::t2 || input.kernel == Kernel::t1Saturation) &&
+             wider.first == sampled.first) {
+    wider.first = 0;
+  }
+  if (wider == choice.support) {
+    return;
+  }
+  const auto cost = [&](ColumnRange range) {
+    const ReducedProblem problem = columnsOf(reduced, range);
+    const PenalisedFit fit = PenalisedFits(problem).at(choice.weight);
+    return fit.rss + fit.weight * fit.norm;
+  };
+  if (cost(choice.support) - cost(wider) > significantRange * variance) {
+    choice.support = wider;
+    chooseWeight(choice, columnsOf(reduced, wider), variance);
+  }
+}
+
 /// Distribution on the whole grid from one within `range`.
 std::vector<double> padded(const std::vector<double>& f, ColumnRange range, std::size_t size) {
   std::vector<double> result(size, 0.0);
@@ -216,15 +299,17 @@ std::vector<double> padded(const std::vector<double>& f, ColumnRange range, std:
   return result;
 }
 
-/// The noise by the residual of the closest fit over all samples but the first `spoiled`.
+/// The noise by the residual of the closest fit over all samples but those left out.
 void addResidualNoise(Choice& choice, const ChoiceInput& input, const ReducedProblem& reduced,
                       ColumnRange range) {
   const ClosestFit closest = closestFit(columnsOf(reduced, range));
   const std::vector<double> fit = input.problem.fitOf(padded(closest.f, range, input.grid.size()));
   const std::vector<float>& data = input.problem.data();
   std::vector<double> residual;
-  for (std::size_t i = choice.spoiled; i < data.size(); ++i) {
-    residual.push_back(static_cast<double>(data[i]) - fit[i]);
+  for (std::size_t i = 0; i < data.size(); ++i) {
+    if (!std::binary_search(choice.spoiled.begin(), choice.spoiled.end(), i)) {
+      residual.push_back(static_cast<double>(data[i]) - fit[i]);
+    }
   }
   const double left = static_cast<double>(residual.size()) - closest.positive;
   if (left < 3.0) {
@@ -232,11 +317,14 @@ void addResidualNoise(Choice& choice, const ChoiceInput& input, const ReducedPro
   }
   const auto count = static_cast<double>(residual.size());
   choice.residualNoise = residualDeviation(residual) * std::sqrt(count / left);
+  const double squares =
+      std::inner_product(residual.begin(), residual.end(), residual.begin(), 0.0);
+  choice.residualError = std::sqrt(squares / left);
   choice.noiseSpread = 1.0 / std::sqrt(2.0 * left);
 }
 
 void findGivenNoise(Choice& choice, const ChoiceInput& input) {
-  constexpr double farAbove = 3.0;
+  constexpr double farAbove = 5.0;
   constexpr double farBelow = 0.5;
   if (!input.noise || !(choice.residualNoise > 0.0) || choice.finding.kind != FindingKind::none) {
     return;
@@ -259,15 +347,15 @@ std::optional<Choice> choose(const ChoiceInput& input) {
   if (!input.noise && !(choice.residualNoise > noNoise)) {
     return std::nullopt;
   }
-  choice.spoiled = spoiledSamples(input, reduced, input.noise.value_or(choice.residualNoise));
-  if (choice.spoiled > 0) {
-    sampled = sampledRange(input, choice.spoiled);
-    reduced = withoutFirstRows(reduced, choice.spoiled);
+  setSpoiled(choice, input, reduced, input.noise.value_or(choice.residualNoise));
+  if (!choice.spoiled.empty()) {
+    sampled = rangeWithout(input, choice.spoiled);
+    reduced = withoutRows(reduced, choice.spoiled);
     addResidualNoise(choice, input, reduced, sampled);
   }
   const double before = input.noise.value_or(choice.residualNoise);
   const ColumnRange range =
-      choice.spoiled > 0 ? sampled : rangeWithFast(input, reduced, sampled, before * before);
+      !choice.spoiled.empty() ? sampled : rangeWithFast(input, reduced, sampled, before * before);
   if (!(range == sampled)) {
     addResidualNoise(choice, input, reduced, range);
   }
@@ -278,8 +366,13 @@ std::optional<Choice> choose(const ChoiceInput& input) {
   const double variance = choice.noise * choice.noise;
   choice.support =
       input.kernel == Kernel::matrix ? range : supportOf(input, reduced, range, variance);
-  chooseWeight(choice, columnsOf(reduced, choice.support), variance);
-  choice.finding = diagnose(input, reduced, range, choice.spoiled, choice.residualNoise);
+  if (input.weightWanted) {
+    chooseWeight(choice, columnsOf(reduced, choice.support), variance);
+    if (choice.spoiled.empty()) {
+      extendSupport(choice, input, reduced, range, variance);
+    }
+  }
+  choice.finding = diagnose(input, reduced, range, choice);
   findGivenNoise(choice, input);
   return choice;
 }
@@ -298,12 +391,12 @@ double closestOffset(const ChoiceInput& input) {
       --range.last;
     }
   }
-  return fitWithConstant(input, input.problem.reduced(), range, 0, true).offset;
+  return fitWithConstant(input, input.problem.reduced(), range, {}, true).offset;
 }
 
 double closestEfficiency(const ChoiceInput& input) {
   const ConstantFit fit =
-      fitWithConstant(input, input.problem.reduced(), sampledRange(input), 0, false);
+      fitWithConstant(input, input.problem.reduced(), sampledRange(input), {}, false);
   return (fit.total - fit.offset) / (fit.total + fit.offset);
 }
 

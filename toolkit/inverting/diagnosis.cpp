@@ -5,21 +5,29 @@
 #include <cmath>
 #include <numeric>
 
+#include "toolkit/model/matrix.hpp"
 #include "toolkit/model/noise.hpp"
 
 namespace vorin::toolkit {
 
 namespace {
 
-/// By how many variances of its residual an alternative must fit better.
-constexpr double clearlyBetterRatio = 30.0;
+/// By how many variances of its residual, which has `left` degrees of freedom, an alternative
+/// must fit better: the squared quantile of Student's t for a chance of 1 in 10000 (Abramowitz
+/// and Stegun, Handbook of Mathematical Functions, 26.7.5), 15 for many, 36 for ten.
+double clearlyBetterBy(double left) {
+  constexpr double z = 3.8906;  // of the normal distribution
+  const double first = (z * z * z + z) / 4.0;
+  const double second = (5.0 * std::pow(z, 5.0) + 16.0 * z * z * z + 3.0 * z) / 96.0;
+  const double t = z + first / left + second / (left * left);
+  return t * t;
+}
 
-/// `data` reduced as those of the input are, without the first `spoiled` rows.
+/// `data` reduced as those of the input are, without the rows of the `spoiled` samples.
 std::vector<double> reducedLike(const ChoiceInput& input, const std::vector<float>& data,
-                                std::size_t spoiled) {
-  std::vector<double> d = input.problem.withData(data).reduced().d;
-  d.erase(d.begin(), d.begin() + static_cast<std::ptrdiff_t>(spoiled));
-  return d;
+                                const std::vector<std::size_t>& spoiled) {
+  const std::vector<double> d = input.problem.withData(data).reduced().d;
+  return withoutRows(d, d.size(), spoiled);
 }
 
 void appendColumn(ReducedProblem& problem, const std::vector<double>& column, double factor) {
@@ -47,6 +55,13 @@ ReducedProblem otherKernel(const ReducedProblem& problem, const std::vector<doub
   return result;
 }
 
+/// True for a grid so wide-spaced that what it leaves of a curve may look like anything small.
+bool isCoarse(const std::vector<double>& grid) {
+  constexpr double wideSpacing = 0.15;  // decades
+  return grid.size() < 2 || std::log10(grid.back() / grid.front()) >
+                                wideSpacing * static_cast<double>(grid.size() - 1);
+}
+
 /// Something else that the data may be, and how well it fits.
 struct Alternative {
   Finding finding;
@@ -56,7 +71,7 @@ struct Alternative {
 class Alternatives {
  public:
   Alternatives(const ChoiceInput& input, const ReducedProblem& whole, ColumnRange range,
-               std::size_t spoiled)
+               const std::vector<std::size_t>& spoiled)
       : input_(input),
         whole_(whole),
         range_(range),
@@ -79,10 +94,11 @@ class Alternatives {
     const Alternative constant = withConstant();
     // A constant and a wrong kernel can make up for each other: it must be far better then.
     const double limit = found == nullptr ? own_.rss : farBetter * rss;
-    if (!input_.offsetKnown && clearlyBetter(constant.fit) && constant.fit.rss < limit) {
+    if (!input_.offsetKnown && !isCoarse(input_.grid) && clearlyBetter(constant.fit) &&
+        constant.fit.rss < limit) {
       return constant.finding;
     }
-    return found == nullptr ? Finding{} : *found;
+    return found == nullptr ? withConstantForFast() : *found;
   }
 
   const ClosestFit& own() const { return own_; }
@@ -94,7 +110,7 @@ class Alternatives {
     const double left = static_cast<double>(whole_.rows) - fit.positive;
     constexpr double roundingLevel = 1e-12;  // squared, of data of magnitude 1
     return left >= 2.0 &&
-           own_.rss - fit.rss > clearlyBetterRatio * std::max(fit.rss / left, roundingLevel);
+           own_.rss - fit.rss > clearlyBetterBy(left) * std::max(fit.rss / left, roundingLevel);
   }
 
   void addOtherSign() {
@@ -142,15 +158,61 @@ class Alternatives {
     }
   }
 
-  Alternative withConstant() {
-    // An incomplete inversion leaves a constant above 0 beside the curve of a complete one.
-    const bool inversion = input_.kernel == Kernel::t1Inversion;
-    const ConstantFit fit = fitWithConstant(input_, whole_, range_, spoiled_, true);
-    const double efficiency = (fit.total - fit.offset) / (fit.total + fit.offset);
-    if (inversion && fit.offset > 0.0 && efficiency > 0.0) {
-      return {{FindingKind::efficiency, Kernel::t2, efficiency}, fit.fit};
+  /// An incomplete inversion leaves a constant above 0 beside the curve of a complete one.
+  Finding findingOf(const ConstantFit& fit) const {
+    constexpr double tinyOffset = 0.001;  // of the largest amplitude: it shifts nothing
+    if (std::fabs(fit.offset) < tinyOffset) {
+      return {};
     }
-    return {{FindingKind::offset, Kernel::t2, fit.offset}, fit.fit};
+    const double efficiency = (fit.total - fit.offset) / (fit.total + fit.offset);
+    if (input_.kernel == Kernel::t1Inversion && fit.offset > 0.0 && efficiency > 0.0) {
+      return {FindingKind::efficiency, Kernel::t2, efficiency};
+    }
+    return {FindingKind::offset, Kernel::t2, fit.offset};
+  }
+
+  Alternative withConstant() {
+    const ConstantFit fit = fitWithConstant(input_, whole_, range_, spoiled_, true);
+    return {findingOf(fit), fit.fit};
+  }
+
+  /// Signal of a recovery that is back before the first samples looks as a constant does. Where
+  /// the fit holds some there, apart from all other signal, and a constant does as well, the data
+  /// can't say which it is.
+  Finding withConstantForFast() {
+    constexpr double leastShare = 0.015;
+    constexpr double fastRatio = 2.0;   // times the first sample
+    constexpr double apartRatio = 5.0;  // times it
+    constexpr double significantGain = 3.0;
+    constexpr double asWellGain = 2.0;
+    const bool recovery =
+        input_.kernel == Kernel::t1Saturation || input_.kernel == Kernel::t1Inversion;
+    if (!recovery || input_.offsetKnown) {
+      return {};
+    }
+    const double first = input_.time[0] > 0.0 ? input_.time[0] : input_.time.at(1);
+    double fast = 0.0;
+    double between = 0.0;
+    ColumnRange slower = range_;
+    for (std::size_t k = 0; k < own_.f.size(); ++k) {
+      const double at = input_.grid[range_.first + k];
+      fast += at < fastRatio * first ? own_.f[k] : 0.0;
+      between += at >= fastRatio * first && at < apartRatio * first ? own_.f[k] : 0.0;
+      slower.first += at < fastRatio * first && slower.first < slower.last ? 1 : 0;
+    }
+    const double total = std::accumulate(own_.f.begin(), own_.f.end(), 0.0);
+    if (fast < leastShare * total || between > 0.5 * fast) {
+      return {};
+    }
+    const double left = std::max(1.0, static_cast<double>(whole_.rows) - own_.positive);
+    const double without = closestFit(columnsOf(whole_, slower)).rss;
+    const ConstantFit fit = fitWithConstant(input_, whole_, slower, spoiled_, false);
+    const double variance = own_.rss / left;
+    if (without - own_.rss < significantGain * variance ||
+        fit.fit.rss > own_.rss + asWellGain * variance) {
+      return {};
+    }
+    return findingOf(fit);
   }
 
   const std::vector<double>& ones() {
@@ -163,7 +225,7 @@ class Alternatives {
   const ChoiceInput& input_;
   const ReducedProblem& whole_;
   ColumnRange range_;
-  std::size_t spoiled_;
+  const std::vector<std::size_t>& spoiled_;
   ClosestFit own_;
   std::vector<double> ones_;
   std::vector<Alternative> list_;
@@ -187,40 +249,53 @@ double neighbourCorrelation(const std::vector<double>& residual) {
 }  // namespace
 
 ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& reduced,
-                            ColumnRange range, std::size_t spoiled, bool eitherSign) {
-  ReducedProblem problem = columnsOf(reduced, range);
+                            ColumnRange range, const std::vector<std::size_t>& spoiled,
+                            bool eitherSign) {
   const std::vector<double> ones =
       reducedLike(input, std::vector<float>(input.problem.data().size(), 1.0F), spoiled);
-  appendColumn(problem, ones, 1.0);
-  if (eitherSign) {
-    appendColumn(problem, ones, -1.0);
+  const auto fitOfSign = [&](double sign) {
+    ReducedProblem problem = columnsOf(reduced, range);
+    appendColumn(problem, ones, sign);
+    ConstantFit result;
+    result.fit = closestFit(problem);
+    result.offset = sign * result.fit.f.back();
+    result.total = std::accumulate(result.fit.f.begin(), result.fit.f.end() - 1, 0.0);
+    return result;
+  };
+  ConstantFit above = fitOfSign(1.0);
+  if (!eitherSign || above.offset > 0.0) {
+    return above;
   }
-  ConstantFit result;
-  result.fit = closestFit(problem);
-  const std::vector<double>& f = result.fit.f;
-  result.offset = f[range.count()] - (eitherSign ? f[range.count() + 1] : 0.0);
-  result.total =
-      std::accumulate(f.begin(), f.begin() + static_cast<std::ptrdiff_t>(range.count()), 0.0);
-  return result;
+  ConstantFit below = fitOfSign(-1.0);
+  return below.fit.rss < above.fit.rss ? below : above;
 }
 
 Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
-                 std::size_t spoiled, double residualNoise) {
-  if (input.compressed) {
-    return {};
-  }
-  Alternatives alternatives(input, reduced, range, spoiled);
+                 const Choice& choice) {
+  Alternatives alternatives(input, reduced, range, choice.spoiled);
   const Finding found = alternatives.best();
   if (found.kind != FindingKind::none) {
     return found;
   }
   constexpr double leastCorrelation = 6.0;
-  constexpr double farAbove = 1.5;  // of the noise by differences
+  constexpr double farAbove = 1.5;          // of the noise by differences
+  constexpr double gridLevel = 1e-3;        // what the spacing of a grid leaves of a line
+  constexpr double significantGain = 12.0;  // noise variances
+  double all = 0.0;
+  for (const double value : reduced.d) {
+    all += value * value;
+  }
+  if (all - alternatives.own().rss <
+      significantGain * choice.residualNoise * choice.residualNoise) {
+    return {FindingKind::empty};
+  }
   const ClosestFit& own = alternatives.own();
   std::vector<double> amplitude(input.problem.data().begin(), input.problem.data().end());
   const std::optional<double> differences = differenceNoise({input.time, amplitude});
-  if (differences && neighbourCorrelation(own.residual) > leastCorrelation &&
-      residualNoise > farAbove * *differences) {
+  const double error = choice.residualError;
+  if (differences && !isCoarse(input.grid) &&
+      neighbourCorrelation(own.residual) > leastCorrelation && error > farAbove * *differences &&
+      error > gridLevel) {
     return {FindingKind::structure};
   }
   return {};

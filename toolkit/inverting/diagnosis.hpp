@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "toolkit/inverting/choice.hpp"
 
@@ -14,20 +15,22 @@ struct ConstantFit {
   ClosestFit fit;
 };
 
-/// `reduced` are the rows of `input` without those of the first `spoiled` samples. The constant
+/// `reduced` are the rows of `input` without those of the `spoiled` samples. The constant
 /// is 0 or above unless `eitherSign`.
 ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& reduced,
-                            ColumnRange range, std::size_t spoiled, bool eitherSign);
+                            ColumnRange range, const std::vector<std::size_t>& spoiled,
+                            bool eitherSign);
 
 /// Holds the closest fit against the closest ones of what else the data may be: of the other
 /// sign, of another kernel of the same axis, an inversion recovery without its signs, with a
 /// constant beside the curve, from an incomplete inversion. One of them is told when it lowers
-/// the sum of squares by 30 times the variance of its own residual (an F test of one degree of
-/// freedom; of sixteen normal samples one in some thousand goes so far). Without any, a
-/// residual whose neighbours go together and whose noise, `residualNoise` over all samples, is
+/// the sum of squares by chance once in 10000 draws only (an F test of one degree of freedom, by
+/// the variance of its own residual). Without any, a recovery's signal that is back before the
+/// first samples is told where a constant does as well, and a
+/// residual whose neighbours go together and whose noise is
 /// far above that of second differences is told as structure (von Neumann, Ann. Math. Stat. 12,
 /// 367, 1941).
 Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
-                 std::size_t spoiled, double residualNoise);
+                 const Choice& choice);
 
 }  // namespace vorin::toolkit

@@ -24,8 +24,41 @@ bool Finding::fatal() const {
   }
 }
 
+std::string_view findingWord(FindingKind kind) {
+  switch (kind) {
+    case FindingKind::empty:
+      return "empty";
+    case FindingKind::negative:
+      return "negative";
+    case FindingKind::otherKernel:
+      return "other kernel";
+    case FindingKind::magnitude:
+      return "magnitude";
+    case FindingKind::offset:
+      return "offset";
+    case FindingKind::efficiency:
+      return "efficiency";
+    case FindingKind::structure:
+      return "structure";
+    case FindingKind::tooFast:
+      return "too fast";
+    case FindingKind::noiseTooLarge:
+      return "noise too large";
+    case FindingKind::noiseTooSmall:
+      return "noise too small";
+    case FindingKind::cornerLost:
+      return "corner lost";
+    case FindingKind::none:
+      break;
+  }
+  return "";
+}
+
 std::string findingText(const Finding& finding) {
   switch (finding.kind) {
+    case FindingKind::empty:
+      return "the data hold no signal of this kernel above the noise; average more scans, or look "
+             "at the columns (--columns)";
     case FindingKind::negative:
       return "the data have the wrong sign for this kernel; change the sign of the amplitudes, or "
              "turn the phase by 180 degrees";
@@ -57,8 +90,8 @@ std::string findingText(const Finding& finding) {
           100.0 * finding.amount);
     case FindingKind::noiseTooLarge:
       return fmt::format(
-          "every fit is closer to the data than the noise asks for: it is {:.2g} times what the "
-          "closest fit leaves; give a smaller one (--noise)",
+          "every fit is closer to the data than the noise asks for; give a smaller one (--noise): "
+          "it is {:.2g} times what the closest fit leaves",
           finding.amount);
     case FindingKind::noiseTooSmall:
       return fmt::format(

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "toolkit/model/kernel.hpp"
 
@@ -9,6 +10,7 @@ namespace vorin::toolkit {
 
 enum class FindingKind {
   none,
+  empty,          ///< there is no signal above the noise
   negative,       ///< the data have the other sign
   otherKernel,    ///< another kernel fits them far better
   magnitude,      ///< an inversion recovery without its signs
@@ -31,6 +33,9 @@ struct Finding {
   /// True when the distribution is not what was asked for.
   bool fatal() const;
 };
+
+/// The kind in a word for programs: "negative", "other kernel", ...; empty for none.
+std::string_view findingWord(FindingKind kind);
 
 /// The sentence that a user is told: what was found, and what to do. Empty for none.
 std::string findingText(const Finding& finding);

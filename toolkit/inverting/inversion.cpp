@@ -154,6 +154,14 @@ Adjusted applied(const Decay& decay, const InversionSettings& settings,
   return result;
 }
 
+/// What choose() sees: bins, not compressed rows, which have no order in time. At one weight the
+/// distribution is the same for both.
+InversionSettings uncompressed(const InversionSettings& settings) {
+  InversionSettings result = settings;
+  result.compression.reset();
+  return result;
+}
+
 Adjustment adjust(const Decay& decay, const InversionSettings& settings) {
   std::optional<double> offset;
   std::optional<double> efficiency;
@@ -165,9 +173,10 @@ Adjustment adjust(const Decay& decay, const InversionSettings& settings) {
   }
   const bool fitsOffset = settings.baseline && !offset;
   if (fitsOffset || (settings.efficiency && !efficiency)) {
-    setKeys(settings);
-    const Problem whole(decay, settings);
-    const ChoiceInput input{whole, decay.time, settings.grid, settings.kernel};
+    const InversionSettings plain = uncompressed(settings);
+    setKeys(plain);
+    const Problem whole(decay, plain);
+    const ChoiceInput input{whole, decay.time, plain.grid, plain.kernel};
     if (fitsOffset) {
       offset = closestOffset(input) * whole.scale();
     } else {
@@ -228,10 +237,12 @@ void requireUsable(const Decay& decay, const InversionSettings& settings) {
 }
 
 void requireNoise(const Decay& decay, const InversionSettings& settings) {
+  if (settings.noise || settings.noiseSource != NoiseSource::robust) {
+    return;
+  }
   const LibraryJob job;
   setKeys(settings);
-  if (!settings.noise && settings.noiseSource == NoiseSource::robust && needsNoise(settings) &&
-      !differenceNoise(decay)) {
+  if ((weightIsChosen(settings) || needsNoise(settings)) && !differenceNoise(decay)) {
     throw noNoise();
   }
 }
@@ -295,21 +306,32 @@ Inversion solveChosen(const Problem& problem, const Choice& choice, double scale
   return result;
 }
 
-/// The share of the peak that the distribution of an echo train has at the time `start` of the
-/// first sample, beyond which it has no support; 0 when there is none.
+/// The share of the signal of an echo train that is faster than the first sample, at `start`, or
+/// piles up there: in the peak that the distribution has at `start`, beyond which it has no
+/// support.
 double fastShare(const Inversion& inversion, Kernel kernel, double start) {
   const std::vector<double>& f = inversion.distribution.amplitude;
+  const std::vector<double>& at = inversion.distribution.time;
   const std::size_t first = inversion.firstColumn;
   constexpr double nearRatio = 1.5;
-  if (kernel != Kernel::t2 || inversion.distribution.time[first] > nearRatio * start ||
-      first + 1 >= f.size() || !(f[first] > f[first + 1])) {
+  if (kernel != Kernel::t2 || first + 1 >= f.size() || at[first] > nearRatio * start) {
     return 0.0;
   }
+  const bool pilesUp = f[first] > f[first + 1];
   double share = 0.0;
-  for (std::size_t k = first; k < f.size() && (k == first || f[k] < f[k - 1]); ++k) {
+  double logarithms = 0.0;
+  for (std::size_t k = first; k < f.size(); ++k) {
+    const bool inPeak = pilesUp && (k == first || f[k] < f[k - 1]);
+    if (!inPeak && !(at[k] < start)) {
+      break;
+    }
     share += f[k];
+    logarithms += f[k] * std::log(at[k] / start);
   }
-  return share / std::accumulate(f.begin(), f.end(), 0.0);
+  // A peak that the samples resolve may reach to the first of them.
+  constexpr double resolvedRatio = 0.2;
+  return logarithms > resolvedRatio * share ? 0.0
+                                            : share / std::accumulate(f.begin(), f.end(), 0.0);
 }
 
 /// What only the finished inversion shows.
@@ -333,6 +355,72 @@ std::vector<double> timesWithout(const std::vector<double>& time,
   return withoutRows(time, time.size(), rejected);
 }
 
+/// The numbers among all samples of those that have the numbers `kept` among the samples that are
+/// not `rejected`. Both rise.
+std::vector<std::size_t> numbersAmongAll(const std::vector<std::size_t>& kept,
+                                         const std::vector<std::size_t>& rejected) {
+  std::vector<std::size_t> result;
+  for (std::size_t number : kept) {
+    for (const std::size_t gone : rejected) {
+      number += gone <= number ? 1 : 0;
+    }
+    result.push_back(number);
+  }
+  return result;
+}
+
+/// The kernel of `settings`, by name also where its own matrix has been given.
+Kernel kernelOf(const InversionSettings& settings, const std::vector<double>& time) {
+  if (settings.kernel != Kernel::matrix || !(settings.grid.front() > 0.0)) {
+    return settings.kernel;
+  }
+  for (const Kernel kernel :
+       {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+    constexpr float roundingLevel = 1e-6F;
+    const std::vector<float> K = kernelMatrix(kernel, time, settings.grid);
+    if (std::equal(K.begin(), K.end(), settings.matrix->begin(), settings.matrix->end(),
+                   [](float a, float b) { return std::fabs(a - b) <= roundingLevel; })) {
+      return kernel;
+    }
+  }
+  return settings.kernel;
+}
+
+/// What the data decide, where they are asked; none where they show no noise.
+std::optional<Choice> choiceFor(const Adjustment& adjustment, const Problem& problem,
+                                const std::vector<std::size_t>& rejected, const KnownNoise& noise) {
+  const auto& [decay, settings] = adjustment.solved;
+  if (settings.method != Method::automatic || rejectsInLibrary(settings)) {
+    return std::nullopt;
+  }
+  const InversionSettings plain = uncompressed(settings);
+  setKeys(plain);
+  const Problem bins = settings.compression ? Problem(decay, plain).without(rejected) : problem;
+  const std::vector<double> time = timesWithout(decay.time, rejected);
+  ChoiceInput input{bins, time, settings.grid, kernelOf(settings, decay.time)};
+  input.offsetKnown = adjustment.offset || adjustment.efficiency;
+  input.weightWanted = weightIsChosen(settings);
+  if (noise.value && noise.origin != NoiseOrigin::differences) {
+    input.noise = *noise.value / problem.scale();
+  }
+  std::optional<Choice> choice = choose(input);
+  setKeys(settings);
+  return choice;
+}
+
+/// Tells the noise of the closest fit where the inversion needed none.
+void tellResidualNoise(Inversion& inversion, const Choice& choice, double scale) {
+  const bool byDifferences = inversion.noiseOrigin == NoiseOrigin::differences ||
+                             inversion.noiseOrigin == NoiseOrigin::none;
+  constexpr double toldSpread = 0.3;  // by six samples more than the fit has degrees of freedom
+  const bool known = choice.residualNoise > 0.0 && choice.noiseSpread < toldSpread;
+  if (known && byDifferences && inversion.mode != WeightMode::noise) {
+    inversion.noise = choice.residualNoise * scale;
+    inversion.noiseOrigin = NoiseOrigin::residual;
+    inversion.noiseSpread = choice.noiseSpread;
+  }
+}
+
 }  // namespace
 
 Adjusted adjusted(const Decay& decay, const InversionSettings& settings,
@@ -351,45 +439,32 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
   const Problem problem = whole.without(rejected);
   const KnownNoise noise = knownNoise(decay, problem, settings);
   const bool chosen = weightIsChosen(settings);
-  const std::vector<double> time = timesWithout(decay.time, rejected);
-
-  std::optional<Choice> choice;
-  if (settings.method == Method::automatic && !rejectsInLibrary(settings)) {
-    setKeys(settings);
-    ChoiceInput input{problem, time, settings.grid, settings.kernel};
-    input.compressed = settings.compression.has_value();
-    input.offsetKnown = adjustment.offset || adjustment.efficiency;
-    if (noise.value && noise.origin != NoiseOrigin::differences) {
-      input.noise = *noise.value / problem.scale();
-    }
-    choice = choose(input);
-  }
-  if (chosen && !choice) {
+  const std::optional<Choice> choice = choiceFor(adjustment, problem, rejected, noise);
+  // Differences that vanish are those of computed data, whose closest fit leaves rounding.
+  if (chosen && (!choice || !noise.value)) {
     throw noNoise();
   }
   Inversion result;
   if (chosen) {
-    const std::size_t spoiled = choice->spoiled;
-    std::vector<std::size_t> first(spoiled);
-    std::iota(first.begin(), first.end(), std::size_t{0});
     const KnownNoise known = noise.origin == NoiseOrigin::differences ? KnownNoise{} : noise;
-    result = solveChosen(problem.without(first), *choice, problem.scale(), known, settings);
-    result.spoiled = spoiled;
-    for (std::size_t i = 0, count = 0; count < spoiled; ++i) {
-      if (!std::binary_search(rejected.begin(), rejected.end(), i)) {
-        rejected.insert(std::upper_bound(rejected.begin(), rejected.end(), i), i);
-        ++count;
-      }
-    }
+    result =
+        solveChosen(problem.without(choice->spoiled), *choice, problem.scale(), known, settings);
+    result.offCurve = numbersAmongAll(choice->offCurve, rejected);
+    result.spoiled = numbersAmongAll(choice->spoiled, rejected);
+    rejected.insert(rejected.end(), result.spoiled.begin(), result.spoiled.end());
+    std::sort(rejected.begin(), rejected.end());
   } else {
     result = search(problem, noise, settings);
+    if (choice) {
+      tellResidualNoise(result, *choice, problem.scale());
+    }
   }
   if (choice) {
+    // The samples that the inversion was made of.
+    const std::vector<double> time = timesWithout(decay.time, rejected);
     result.finding = choice->finding;
-    addLateFindings(
-        result, settings.kernel,
-        std::max(time[choice->spoiled], time[choice->spoiled + 1] - time[choice->spoiled]),
-        choice->residualNoise * problem.scale());
+    addLateFindings(result, kernelOf(settings, decay.time), std::max(time[0], time[1] - time[0]),
+                    choice->residualNoise * problem.scale());
   }
   result.soughtOutliers = settings.rejectBeyond.has_value();
   if (!rejected.empty()) {
@@ -405,7 +480,9 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
 }
 
 bool succeeded(const Inversion& inversion) {
-  return !inversion.finding.fatal() &&
+  // Who gives the weight asks for the distribution at it, whatever the data are.
+  const bool counts = inversion.mode != WeightMode::fixed;
+  return !(counts && inversion.finding.fatal()) &&
          (inversion.status < 1 ||
           (inversion.status == VORIN_CORNER_MODE && inversion.mode == WeightMode::corner));
 }
@@ -442,7 +519,7 @@ std::string statusText(const Inversion& inversion) {
                ? "done; the corner search reports no success or failure"
                : "success";
   }
-  if (inversion.finding.fatal()) {
+  if (inversion.finding.fatal() && inversion.mode != WeightMode::fixed) {
     return findingText(inversion.finding);
   }
   if (inversion.status == VORIN_SOLVER_FAILED) {

@@ -55,7 +55,7 @@ struct InversionSettings {
   /// Samples x grid by columns; without it that of `kernel` is computed. Decays of one
   /// shape share it, and Kernel::matrix needs it.
   std::shared_ptr<const std::vector<float>> matrix;
-  Method method = Method::classic;
+  Method method = Method::automatic;
   std::optional<FittedOrGiven> baseline;    ///< a constant beside the curve, unit of the data
   std::optional<FittedOrGiven> efficiency;  ///< e of 1 - (1 + e) exp(-t/T), t1Inversion only
   std::optional<double> weight;             ///< a fixed weight; without it one is looked for
@@ -107,7 +107,8 @@ struct Inversion {
   int passes = 0;               ///< of the last solve; 0 when it was none that iterates
   std::size_t firstColumn = 0;  ///< of the grid's part outside which the distribution is 0
   std::size_t lastColumn = 0;
-  std::size_t spoiled = 0;       ///< first samples that were left out (they are in `rejected`)
+  std::vector<std::size_t> spoiled;   ///< first samples that were left out, also in `rejected`
+  std::vector<std::size_t> offCurve;  ///< early samples behind a good first one, kept
   double closestError = 0.0;     ///< of the pruned points, by the closest fit; 0 where not known
   double noiseSpread = 0.0;      ///< relative standard deviation of `noise`; 0 where not known
   std::optional<double> offset;  ///< the constant beside the curve, part of `fit`

@@ -47,9 +47,9 @@ std::string noiseAlgorithm(const InversionSettings& settings) {
 }
 
 /// The keys of the library's weight search and of its noise.
-constexpr std::array<std::string_view, 16> searchKeys{
-    "TARG", "WEIG", "NALG", "SIG",  "CSI2", "RSIG", "L1AL", "WITE",
-    "WTOL", "STOL", "WRAT", "WFRA", "WMIN", "WMAX", "WNMI", "WNMA"};
+constexpr std::array<std::string_view, 18> searchKeys{
+    "TARG", "WEIG", "NALG", "SIG",  "CSI2", "RSIG", "L1AL", "WITE", "WTOL",
+    "STOL", "WRAT", "WFRA", "WMIN", "WMAX", "WNMI", "WNMA", "L2MO", "L2NS"};
 
 /// True when an assignment names a key that begins as `key`, which is as far as the library
 /// compares.

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "brd/qp_bounded.hpp"
+#include "toolkit/model/matrix.hpp"
 
 namespace vorin::toolkit {
 
@@ -73,16 +74,10 @@ ReducedProblem columnsOf(const ReducedProblem& problem, ColumnRange range) {
   return {problem.rows, static_cast<std::int32_t>(range.count()), {begin, end}, problem.d};
 }
 
-ReducedProblem withoutFirstRows(const ReducedProblem& problem, std::size_t count) {
+ReducedProblem withoutRows(const ReducedProblem& problem, const std::vector<std::size_t>& left) {
   const auto rows = static_cast<std::size_t>(problem.rows);
-  ReducedProblem result{static_cast<std::int32_t>(rows - count), problem.columns, {}, {}};
-  result.d.assign(problem.d.begin() + static_cast<std::ptrdiff_t>(count), problem.d.end());
-  for (std::size_t j = 0; j < static_cast<std::size_t>(problem.columns); ++j) {
-    const auto column = problem.K.begin() + static_cast<std::ptrdiff_t>(j * rows);
-    result.K.insert(result.K.end(), column + static_cast<std::ptrdiff_t>(count),
-                    column + static_cast<std::ptrdiff_t>(rows));
-  }
-  return result;
+  return {problem.rows - static_cast<std::int32_t>(left.size()), problem.columns,
+          withoutRows(problem.K, rows, left), withoutRows(problem.d, rows, left)};
 }
 
 ClosestFit closestFit(const ReducedProblem& problem) {

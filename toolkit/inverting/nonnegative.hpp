@@ -21,8 +21,8 @@ struct ColumnRange {
 /// The problem of some columns only.
 ReducedProblem columnsOf(const ReducedProblem& problem, ColumnRange range);
 
-/// The problem without its first `count` rows.
-ReducedProblem withoutFirstRows(const ReducedProblem& problem, std::size_t count);
+/// The problem without the rows whose numbers, rising, are `left`.
+ReducedProblem withoutRows(const ReducedProblem& problem, const std::vector<std::size_t>& left);
 
 /// A fit without a penalty.
 struct ClosestFit {

@@ -159,10 +159,10 @@ void readRejection(const std::string& text, InversionSettings& settings) {
 }
 
 void readMethod(const std::string& text, InversionSettings& settings) {
-  if (text.empty() || text == "classic") {
-    settings.method = Method::classic;
-  } else if (text == "automatic") {
+  if (text.empty() || text == "automatic") {
     settings.method = Method::automatic;
+  } else if (text == "classic") {
+    settings.method = Method::classic;
   } else {
     throw UserError(fmt::format("--method {}: write automatic or classic", inQuotes(text)));
   }
@@ -199,9 +199,9 @@ void readEfficiency(const std::string& text, InversionSettings& settings) {
 }
 
 constexpr std::array<SettingText, 9> settingTable{{
-    {"method", "classic|automatic", "classic",
-     "who chooses range, noise and weight: the library's search for 1.05 times the noise on the "
-     "whole grid, or the data",
+    {"method", "automatic|classic", "automatic",
+     "who chooses range, noise and weight: the data, or the library's search for 1.05 times the "
+     "noise on the whole grid",
      &readMethod},
     {"baseline", "fit|C", "none", "a constant beside the curve, in the unit of the data",
      &readBaseline},
@@ -212,7 +212,7 @@ constexpr std::array<SettingText, 9> settingTable{{
      "how strongly the distribution is smoothed: by the noise, by the corner of the L-curve, or by "
      "a weight W above 0",
      &readWeight},
-    {"noise", "SIGMA|difference|fit|ridge|scan|quadrature", "from second differences",
+    {"noise", "SIGMA|difference|fit|ridge|scan|quadrature", "from the residual of the closest fit",
      "standard deviation of the noise in the unit of the data, or where it comes from", &readNoise},
     {"prune", "log|linear|none", "log", "bins into which samples are gathered before the inversion",
      &readPruning},

@@ -32,6 +32,15 @@ struct Parts {
   std::vector<double> residual;  ///< of mean 0
 };
 
+/// A fit takes as many degrees of freedom from the residual as it has; at the weight that was
+/// chosen the noise is known to be larger by that.
+double residualFactor(const Inversion& inversion) {
+  constexpr double mostRatio = 2.0;
+  return inversion.mode == WeightMode::automatic && inversion.fitError > 0.0
+             ? std::clamp(inversion.noise / inversion.fitError, 1.0, mostRatio)
+             : 1.0;
+}
+
 Parts partsOf(const Inversion& inversion, const Problem& problem) {
   Parts parts;
   auto rejected = inversion.rejected.begin();
@@ -46,8 +55,9 @@ Parts partsOf(const Inversion& inversion, const Problem& problem) {
   }
   const double mean = std::accumulate(parts.residual.begin(), parts.residual.end(), 0.0) /
                       static_cast<double>(parts.residual.size());
+  const double factor = residualFactor(inversion);
   for (double& residual : parts.residual) {
-    residual -= mean;
+    residual = factor * (residual - mean);
   }
   return parts;
 }

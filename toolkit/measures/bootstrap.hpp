@@ -34,8 +34,10 @@ struct BootstrapSettings {
 /// The band of `inversion`, which invert(decay, settings) returned.
 ///
 /// A replicate is the fit plus residuals of single samples, drawn with replacement from
-/// the inversion's own without their mean, and is inverted at the weight of `inversion`,
-/// which stays: a weight searched anew adds the spread of the search only.
+/// the inversion's own without their mean (at a chosen weight made as large as the noise: Davison
+/// and Hinkley, Bootstrap Methods and their Application, 1997, section 6.2.3), and is inverted at
+/// the weight of `inversion`, which stays: a weight searched anew adds the spread of the search
+/// and no truth.
 ///
 /// The band of the distribution is as wide as the 16th and 84th percentile of each amplitude
 /// are away from its median, placed around the distribution and cut at 0. It shows what the

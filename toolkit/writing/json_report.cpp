@@ -30,6 +30,27 @@ Json peakList(const Distribution& distribution) {
 
 }  // namespace
 
+namespace {
+
+/// What the data or the user decided beside noise and weight, and what is wrong.
+void addChoice(Json& object, const Inversion& inversion) {
+  const std::vector<double>& grid = inversion.distribution.time;
+  const auto numberOrNull = [](const std::optional<double>& value) {
+    return value ? Json(*value) : Json(nullptr);
+  };
+  const auto textOrNull = [](std::string_view text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+  };
+  object["noise_spread"] = knownOrNull(inversion.noiseSpread);
+  object["support"] = {grid[inversion.firstColumn], grid[inversion.lastColumn]};
+  object["left_out"] = inversion.spoiled;
+  object["offset"] = numberOrNull(inversion.offset);
+  object["efficiency"] = numberOrNull(inversion.efficiency);
+  object["finding"] = textOrNull(findingWord(inversion.finding.kind));
+}
+
+}  // namespace
+
 std::string_view weightOrigin(const Inversion& inversion) {
   switch (inversion.mode) {
     case WeightMode::fixed:
@@ -91,12 +112,15 @@ std::string jsonObject(const Inversion& inversion, const ReportContext& context)
       {"fit_error", inversion.fitError},
       {"iterations", inversion.weightSteps},
       {"passes", inversion.passes},
+  };
+  addChoice(object, inversion);
+  object.update({
       {"total", totalAmplitude(inversion.distribution)},
       {"log_mean", logMean(inversion.distribution)},  // not a number becomes null
       {"peaks", peakList(inversion.distribution)},
       {"grid", inversion.distribution.time},
       {"distribution", inversion.distribution.amplitude},
-  };
+  });
   if (context.band) {
     object["bootstrap"] = {{"replicates", context.band->replicates},
                            {"lower", context.band->lower},

@@ -10,7 +10,8 @@
 
 namespace vorin::toolkit {
 
-/// How the weight came about, in a word: "given", "noise" or "corner".
+/// How the weight came about, in a word: "given", "automatic", "noise" or
+/// "corner".
 std::string_view weightOrigin(const Inversion& inversion);
 
 /// Where the noise came from, in a word: "given", "differences", ...; empty for none.

@@ -1,6 +1,7 @@
 #include "toolkit/writing/report.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
@@ -116,6 +117,15 @@ void dataLines(Lines out, const Inversion& inversion, const ReportContext& conte
                    quantityText(grid.front(), onGrid), quantityText(grid.back(), onGrid)));
 }
 
+/// "sample 2 lies" or "samples 1, 2 lie", which counts the `places` from 1.
+std::string samplesLie(const std::vector<std::size_t>& places) {
+  std::vector<std::size_t> numbers;
+  std::transform(places.begin(), places.end(), std::back_inserter(numbers),
+                 [](std::size_t place) { return place + 1; });
+  return fmt::format("{} {} {}", places.size() == 1 ? "sample" : "samples",
+                     fmt::join(numbers, ", "), places.size() == 1 ? "lies" : "lie");
+}
+
 /// What the data decided beside noise and weight, and what they hint at.
 void choiceLines(Lines out, const Inversion& inversion, const ReportContext& context) {
   const std::vector<double>& grid = inversion.distribution.time;
@@ -133,12 +143,15 @@ void choiceLines(Lines out, const Inversion& inversion, const ReportContext& con
   if (inversion.efficiency) {
     line(out, "efficiency", fmt::format("{:.3f} of the inversion", *inversion.efficiency));
   }
-  if (inversion.spoiled > 0) {
+  if (!inversion.spoiled.empty()) {
     line(out, "note",
-         fmt::format("the first {} off every curve and {} left out",
-                     inversion.spoiled == 1 ? "sample lies"
-                                            : fmt::format("{} samples lie", inversion.spoiled),
-                     inversion.spoiled == 1 ? "is" : "are"));
+         fmt::format("{} off every curve: left out; more by hand (--skip N)",
+                     samplesLie(inversion.spoiled)));
+  }
+  if (!inversion.offCurve.empty()) {
+    line(out, "note",
+         fmt::format("{} off every curve; leave such out by --reject-outliers robust, or --skip N",
+                     samplesLie(inversion.offCurve)));
   }
   constexpr double uncertain = 0.15;
   if (inversion.noiseSpread > uncertain) {
@@ -147,7 +160,8 @@ void choiceLines(Lines out, const Inversion& inversion, const ReportContext& con
                      "(--noise)",
                      100.0 * inversion.noiseSpread));
   }
-  if (inversion.finding.kind != FindingKind::none && !inversion.finding.fatal()) {
+  if (inversion.finding.kind != FindingKind::none &&
+      (succeeded(inversion) || !inversion.finding.fatal())) {
     line(out, "note", findingText(inversion.finding));
   }
 }

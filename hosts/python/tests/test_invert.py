@@ -65,8 +65,8 @@ def test_a_kernel_of_the_callers_own_is_taken_as_it_is(decay):
     assert skipped.t.size == decay.t.size - 5 and skipped.success
 
 
-def test_the_search_reaches_the_standard_error_of_its_target(decay):
-    result = vorin.invert(decay.t, decay.y, noise=0.3)
+def test_the_search_reaches_the_standard_error_it_wants(decay):
+    result = vorin.invert(decay.t, decay.y, method="classic", noise=0.3)
     assert result.success and result.weight_origin == "noise" and result.noise_origin == "given"
     assert result.wanted_standard_error == pytest.approx(1.05 * 0.3, rel=1e-5)
     assert result.standard_error == pytest.approx(result.wanted_standard_error, rel=1e-3)
@@ -129,7 +129,7 @@ def test_noise_fit_is_the_standard_error_of_the_fit_without_a_penalty(decay):
 
 @pytest.mark.parametrize("how", ["fit", "ridge", "scan", "difference"])
 def test_every_estimate_comes_near_the_noise(decay, how):
-    result = vorin.invert(decay.t, decay.y, noise=how, prune="none")
+    result = vorin.invert(decay.t, decay.y, method="classic", noise=how, prune="none")
     assert result.noise == pytest.approx(0.3, rel=0.15) and result.success
     assert result.wanted_standard_error == pytest.approx(1.05 * result.noise, rel=1e-4)
 
@@ -177,11 +177,47 @@ def test_an_inversion_recovery_is_turned_by_its_last_sample():
 def test_an_aim_out_of_reach_gives_way_to_the_closest_fit(decay):
     spoiled = decay.y.copy()
     spoiled[0] *= 0.8
-    result = vorin.invert(decay.t, spoiled, noise=0.3)
+    result = vorin.invert(decay.t, spoiled, method="classic", noise=0.3)
     assert result.success and result.relaxed_target > 1.05 * 0.3
     assert result.wanted_standard_error == pytest.approx(1.05 * result.relaxed_target, rel=1e-4)
     assert result.noise == 0.3
-    assert np.isnan(vorin.invert(decay.t, spoiled, skip=1, noise=0.3).relaxed_target)
+    assert np.isnan(
+        vorin.invert(decay.t, spoiled, method="classic", skip=1, noise=0.3).relaxed_target)
+
+
+def test_a_first_echo_off_the_curve_is_left_out(decay):
+    spoiled = decay.y.copy()
+    spoiled[0] *= 0.8
+    result = vorin.invert(decay.t, spoiled)
+    assert result.success and result.left_out.tolist() == result.rejected.tolist() == [0]
+    clean = vorin.invert(decay.t, decay.y)
+    assert clean.left_out.size == 0
+    # Less than 2 ms are no longer seen: a hundredth of the signal at 1 ms would be 3 %.
+    assert result.log_mean == pytest.approx(clean.log_mean, rel=0.05)
+
+
+def test_the_range_the_noise_and_the_weight_come_from_the_data(decay):
+    result = vorin.invert(decay.t, decay.y)
+    assert result.weight_origin == "automatic" and result.noise_origin == "residual"
+    assert result.noise == pytest.approx(0.3, rel=3.0 * result.noise_spread)
+    first, last = result.support
+    outside = (result.grid < first) | (result.grid > last)
+    assert np.all(result.distribution[outside] == 0.0)
+    assert result.finding == result.finding_text == "" and result.offset is None
+
+
+def test_data_that_the_kernel_cannot_describe_are_told(decay):
+    result = vorin.invert(decay.t, -decay.y)
+    assert not result.success and result.finding == "negative"
+    assert result.finding_text == result.status_text != ""
+    # Half of the samples hold the constant alone, 0.3 / sqrt(200).
+    short = vorin.simulate(decay.t, [(0.02, 0.1, 50.0)], noise=0.3, seed=5)
+    raised = vorin.invert(short.t, short.y + 5.0, baseline="fit")
+    assert raised.success and raised.offset == pytest.approx(5.0, abs=0.15)
+    with pytest.raises(vorin.InputValueError, match="write fit or a number"):
+        vorin.invert(decay.t, decay.y, baseline="some")
+    with pytest.raises(vorin.InputTypeError, match="write automatic or classic"):
+        vorin.invert(decay.t, decay.y, method=3)
 
 
 def test_outliers_are_left_out_and_listed(decay):
@@ -263,8 +299,9 @@ def test_a_result_as_plain_numbers(decay):
     assert set(values) == {
         "kernel", "status", "status_text", "success", "samples", "weight", "weight_origin",
         "noise", "noise_origin", "signal_to_noise", "wanted_standard_error", "standard_error",
-        "fit_error", "iterations", "passes", "total", "log_mean", "peaks", "grid", "distribution",
-        "bootstrap"}
+        "fit_error", "iterations", "passes", "noise_spread", "support", "left_out", "offset",
+        "efficiency", "finding", "total", "log_mean", "peaks", "grid",
+        "distribution", "bootstrap"}
     assert values["wanted_standard_error"] is None and values["weight_origin"] == "given"
     assert set(values["bootstrap"]) == {"replicates", "lower", "upper", "log_mean_lower",
                                         "log_mean_upper"}

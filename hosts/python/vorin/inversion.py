@@ -24,8 +24,11 @@ def invert(
     *,
     kernel: Union[str, np.ndarray] = "t2",
     grid: GridArgument = None,
+    method: str = "automatic",
     weight: Union[str, float] = "noise",
     noise: Union[str, float, None] = None,
+    baseline: Union[str, float, None] = None,
+    inversion_efficiency: Union[str, float, None] = None,
     prune: str = "log",
     prune_points: Optional[int] = None,
     compress: Union[bool, int, Tuple[int, float], None] = None,
@@ -54,15 +57,25 @@ def invert(
         Relaxation times in s, or diffusion coefficients in m^2/s. Three numbers stand for
         n values evenly spaced in the logarithm. Without it: 100 from a third of the first
         time above 0 to three times the last (for "diffusion" the reciprocals of that range).
+    method : {"automatic", "classic"}
+        Who chooses the range of the grid that holds signal, the noise and the weight:
+        "automatic" the data, which also tell where the kernel can't describe them
+        (``finding`` of the result); "classic" the library on the whole grid, by a search for
+        the w at which the fit misses the data by 1.05 times the noise. A key of that search
+        in ``settings`` asks for "classic", too.
     weight : {"noise", "corner"} or float
-        "noise" searches for the w at which the fit misses the data by 1.05 times the noise,
-        "corner" takes RWEI times the corner of the L-curve, a number is w itself.
+        "noise" leaves it to ``method``, "corner" takes RWEI times the corner of the L-curve,
+        a number is w itself.
     noise : float or {"difference", "fit", "ridge", "scan", "quadrature"}, optional
         Standard deviation of the noise in the unit of ``y``, or how to find it: the
         library's second differences of neighbouring samples; the standard error of its
         non-negative fit without a penalty; of its ridge fit; the least one on a ladder of
-        weights; the deviation of the imaginary channel. Without it:
-        :func:`vorin.difference_noise`.
+        weights; the deviation of the imaginary channel. Without it: that of the residual of
+        the closest fit or, with "classic", :func:`vorin.difference_noise`.
+    baseline : "fit" or float, optional
+        A constant beside the curve, fitted or given in the unit of ``y``.
+    inversion_efficiency : "fit" or float, optional
+        How complete the inversion was, for "t1-inversion": E of 1 - (1 + E) exp(-t/T1), 0 to 1.
     prune : {"log", "linear", "none"}
         Bins into which samples are gathered first.
     prune_points : int, optional
@@ -94,7 +107,9 @@ def invert(
     LibraryNotFound
         When there is no shared library; see :func:`vorin.find_toolkit`.
     """
-    options = {"kernel": kernel, "grid": grid, "weight": weight, "noise": noise, "prune": prune,
+    options = {"kernel": kernel, "grid": grid, "method": method, "weight": weight,
+               "noise": noise, "baseline": baseline,
+               "inversion_efficiency": inversion_efficiency, "prune": prune,
                "prune_points": prune_points, "compress": compress,
                "reject_outliers": reject_outliers, "skip": skip, "settings": settings, "log": log}
     return _inverted(settings_from(**options), options, t, y)

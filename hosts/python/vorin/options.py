@@ -18,12 +18,22 @@ from .grids import as_grid
 from .toolkit import Settings
 
 
-def settings_from(kernel: Any, grid: Any, weight: Any, noise: Any, prune: Any, prune_points: Any,
-                  compress: Any, reject_outliers: Any, skip: Any, settings: Any,
-                  log: Any) -> Settings:
+def settings_from(kernel: Any, grid: Any, method: Any, weight: Any, noise: Any, baseline: Any,
+                  inversion_efficiency: Any, prune: Any, prune_points: Any, compress: Any,
+                  reject_outliers: Any, skip: Any, settings: Any, log: Any) -> Settings:
     """The settings of an inversion."""
     made = Settings()
     _set_kernel(made, kernel)
+    if not isinstance(method, str):
+        raise InputTypeError(f"method is of type {type(method).__name__}; write automatic or "
+                             "classic")
+    made.set("method", method)
+    if baseline is not None:
+        made.set("baseline", _text_or_number("baseline", baseline, "\"fit\" or a number"))
+    if inversion_efficiency is not None:
+        made.set("inversion_efficiency",
+                 _text_or_number("inversion_efficiency", inversion_efficiency,
+                                 "\"fit\" or a number from 0 to 1"))
     if grid is not None:
         made.set("grid", as_grid(grid))
     made.set("weight", _text_or_number("weight", weight, "\"noise\", \"corner\" or a number"))

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import math
 from dataclasses import dataclass, field
-from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, cast
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Tuple, cast
 
 import numpy as np
 
@@ -19,9 +19,12 @@ if TYPE_CHECKING:
 
 
 _NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_standard_error",
-            "standard_error", "fit_error", "iterations", "passes", "relaxed_target", "corner_weight",
-            "phase", "total", "log_mean")
-_TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text")
+            "standard_error", "fit_error", "iterations", "passes", "relaxed_target",
+            "corner_weight",
+            "phase", "noise_spread", "offset", "efficiency", "total", "log_mean")
+_COUNTS = ("status", "iterations", "passes")
+_OPTIONAL = ("phase", "offset", "efficiency")  # None where the toolkit has not-a-number
+_TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text", "finding", "finding_text")
 
 
 @dataclass(frozen=True, repr=False, eq=False)
@@ -42,12 +45,14 @@ class Result:
         As ``include/vorin.h`` lists it; 0 is a success, 999 the answer of a corner search.
     weight : float
         The regularisation weight w, in the unit of the kernel squared.
-    weight_origin : {"given", "noise", "corner"}
-        How the weight came about.
+    weight_origin : {"automatic", "given", "noise", "corner"}
+        How the weight came about: chosen from the data, given, by the library's search for the
+        noise, by the corner of the L-curve.
     noise : float
         Standard deviation of the noise; nan when there is no estimate and none was needed.
     noise_origin : str
-        Where the noise came from: "given", "differences" (:func:`vorin.difference_noise`),
+        Where the noise came from: "residual" (of the closest fit), "given", "differences"
+        (:func:`vorin.difference_noise`),
         "quadrature", the name of one of the library's estimates, "library" for one that was
         chosen by the key NALG; empty where the noise is nan.
     wanted_standard_error : float
@@ -68,6 +73,23 @@ class Result:
         The indices of the samples that were left out as outliers.
     phase : float or None
         The angle in radians by which complex data were turned.
+    noise_spread : float
+        Relative standard deviation of ``noise``; nan where it is not known. Above 0.15 the noise
+        had better be given.
+    support : tuple of (float, float)
+        The first and the last value of the grid's range outside which the distribution is 0.
+    left_out : numpy.ndarray of int
+        The indices of first samples that lie off every curve; they are in ``rejected``, too.
+    offset : float or None
+        The constant beside the curve, part of ``fit``, where ``baseline`` asked for one.
+    efficiency : float or None
+        That of the inversion, where ``inversion_efficiency`` asked for it.
+    finding : str
+        What is wrong with data or settings, in a word; empty for nothing: "empty",
+        "negative", "other kernel", "magnitude", "offset", "efficiency", "structure", "too fast",
+        "noise too large", "noise too small", "corner lost".
+    finding_text : str
+        The same as a sentence that says what to do.
     kernel : str
         The kernel's name; "own" for a matrix of the caller's.
     status_text : str
@@ -102,6 +124,13 @@ class Result:
     corner_weight: float
     rejected: np.ndarray
     phase: Optional[float]
+    noise_spread: float
+    support: Tuple[float, float]
+    left_out: np.ndarray
+    offset: Optional[float]
+    efficiency: Optional[float]
+    finding: str
+    finding_text: str
     kernel: str
     status_text: str
     success: bool
@@ -114,14 +143,15 @@ class Result:
     @classmethod
     def _of(cls, fields: Fields, again: Callable[[], Fields]) -> "Result":
         numbers = dict(zip(_NUMBERS, fields.numbers(*_NUMBERS)))
-        counts = {name: int(numbers[name]) for name in ("status", "iterations", "passes")}
-        phase = numbers.pop("phase")
+        first, last = fields.array("support")
         return cls(**{
             **numbers,
-            **counts,
+            **{name: int(numbers[name]) for name in _COUNTS},
+            **{name: None if math.isnan(numbers[name]) else numbers[name] for name in _OPTIONAL},
             **{name: fields.text(name) for name in _TEXTS},
             "success": numbers["success"] == 1.0,
-            "phase": None if math.isnan(phase) else phase,
+            "left_out": fields.array("left_out").astype(np.intp),
+            "support": (float(first), float(last)),
             "t": fields.array("time"),
             "y": fields.array("amplitude"),
             "grid": fields.array("grid"),
@@ -208,6 +238,12 @@ class Result:
             "fit_error": _finite(self.fit_error),
             "iterations": self.iterations,
             "passes": self.passes,
+            "noise_spread": _finite(self.noise_spread),
+            "support": list(self.support),
+            "left_out": self.left_out.tolist(),
+            "offset": self.offset,
+            "efficiency": self.efficiency,
+            "finding": self.finding or None,
             "total": _finite(self.total),
             "log_mean": _finite(self.log_mean),
             "peaks": [peak.to_dict() for peak in self.peaks()],

@@ -71,9 +71,22 @@ TEST(Choice, LeavesOutFirstEchoesOffTheCurve) {
   decay.amplitude[0] += 10.0;
   decay.amplitude[1] -= 10.0;
   const Inversion inversion = inverted(decay, Kernel::t2);
-  EXPECT_EQ(inversion.spoiled, 2U);
+  EXPECT_EQ(inversion.spoiled, (std::vector<std::size_t>{0, 1}));
   EXPECT_EQ(inversion.rejected, (std::vector<std::size_t>{0, 1}));
   EXPECT_NEAR(logMean(inversion.distribution), 0.05, 0.0005);
+}
+
+TEST(Choice, KeepsEarlyEchoesBehindAGoodFirstOneAndTells) {
+  // The first three to either side in turn, as imperfect refocusing leaves them.
+  Decay decay = lineDecay(train(2e-4, 2000), 0.0, 100.0, 0.05, 0.5);
+  decay.amplitude[0] -= 1.8;
+  decay.amplitude[1] += 5.0;
+  decay.amplitude[2] -= 1.5;
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_TRUE(inversion.spoiled.empty());
+  EXPECT_TRUE(inversion.rejected.empty());
+  EXPECT_EQ(inversion.offCurve, std::vector<std::size_t>{1});
+  EXPECT_TRUE(succeeded(inversion));
 }
 
 TEST(Choice, TellsNegativeData) {
@@ -81,6 +94,40 @@ TEST(Choice, TellsNegativeData) {
   const Inversion inversion = inverted(decay, Kernel::t2);
   EXPECT_FALSE(succeeded(inversion));
   EXPECT_EQ(inversion.finding.kind, FindingKind::negative);
+}
+
+TEST(Choice, TellsThemBeforeACompressionToo) {
+  const Decay decay = lineDecay(train(2e-4, 1000), 0.0, -100.0, 0.05, 1.0);
+  InversionSettings settings = settingsOf(decay, Kernel::t2);
+  settings.compression = Compression{};
+  EXPECT_EQ(invert(decay, settings).finding.kind, FindingKind::negative);
+}
+
+TEST(Choice, TellsThatThereIsNoSignal) {
+  int told = 0;
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    const Decay decay = lineDecay(train(2e-4, 500), 0.0, 0.0, 0.05, 1.0, seed);
+    told += inverted(decay, Kernel::t2).finding.kind == FindingKind::empty ? 1 : 0;
+  }
+  EXPECT_EQ(told, 20);
+}
+
+TEST(Choice, TellsAnOffsetOfARecoveryThatLooksLikeFastSignal) {
+  const Decay decay = lineDecay(recoveryTimes, 105.0, -100.0, 0.4, 0.2);
+  const Inversion inversion = inverted(decay, Kernel::t1Saturation);
+  EXPECT_FALSE(succeeded(inversion));
+  EXPECT_EQ(inversion.finding.kind, FindingKind::offset);
+  EXPECT_NEAR(inversion.finding.amount, 0.05, 0.01);
+}
+
+TEST(Choice, TellsNothingWhereTheDataAreInOrder) {
+  // A line between two times of the grid, far better measured than the grid is fine.
+  for (const double noise : {1e-3, 1e-2, 0.1, 1.0}) {
+    const Decay decay = lineDecay(train(2e-4, 800), 0.0, 100.0, 0.03, noise);
+    EXPECT_EQ(statusText(inverted(decay, Kernel::t2)), "success") << noise;
+    const Decay recovery = lineDecay(recoveryTimes, 100.0, -200.0, 0.4, noise);
+    EXPECT_EQ(statusText(inverted(recovery, Kernel::t1Inversion)), "success") << noise;
+  }
 }
 
 TEST(Choice, TellsARecoveryUnderTheKernelOfAnEchoTrain) {

@@ -71,7 +71,7 @@ TEST(Inversion, FitIsTheKernelTimesTheDistribution) {
   EXPECT_EQ(inversion.mode, WeightMode::fixed);
   EXPECT_EQ(inversion.weight, 1.0);
   EXPECT_EQ(inversion.weightSteps, 0);
-  EXPECT_EQ(inversion.noiseOrigin, NoiseOrigin::differences);
+  EXPECT_EQ(inversion.noiseOrigin, NoiseOrigin::residual);
   const std::vector<double> fit = decayOf(Kernel::t2, decay.time, inversion.distribution.time,
                                           inversion.distribution.amplitude);
   double squares = 0.0;

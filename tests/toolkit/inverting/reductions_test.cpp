@@ -38,8 +38,10 @@ Decay train(std::uint64_t seed = 1, double noise = noiseLevel) {
   return simulatedDecay(Kernel::t2, trueDistribution, times, noise, seed);
 }
 
+/// The library's own search: it is what depends on the reduction.
 InversionSettings settingsFor(const Decay& decay) {
   InversionSettings settings;
+  settings.method = Method::classic;
   LogGrid grid = gridFor(decay.time);
   grid.points = 60;
   settings.grid = grid.times();
