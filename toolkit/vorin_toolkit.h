@@ -383,7 +383,8 @@ vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message
  * T1-T2, T2-T2 and D-T2 experiments. Samples are a matrix with a row for each value of the
  * first axis and a column for each of the second, by rows. A map is a matrix with a row
  * for each value of "grid1" and a column for each of "grid2". Settings of both axes end in
- * 1 and 2: "kernel1" ("t1-inversion"), "kernel2" ("t2"), "grid1", "grid2" (64 values).
+ * 1 and 2: "kernel1" ("t1-inversion"), "kernel2" ("t2"), "grid1", "grid2" (64 values
+ * where the data have signal).
  * ------------------------------------------------------------------------ */
 
 /* Inverts the samples D of a two-dimensional experiment: finds the F of 0 or above that

@@ -44,8 +44,9 @@ struct AxisOptions {
     addOption(line, option("--grid"), grid, "FROM:TO:N|FILE",
               fmt::format("What the map is over, {} axis: N values evenly spaced in\n"
                           "their logarithm, in seconds (m2/s) or with a unit, 1ms:10s:64; or\n"
-                          "a file (default 64 values from the first time to three times the\n"
-                          "last, for diffusion the reciprocals of that range)",
+                          "a file (default 64 values where the data have signal, at most from\n"
+                          "the first time to three times the last, for diffusion the\n"
+                          "reciprocals of that range)",
                           ordinal));
   }
 

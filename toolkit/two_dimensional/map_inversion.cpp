@@ -39,29 +39,19 @@ double squaresOf(const std::vector<double>& values) {
   return sum;
 }
 
+double samplesBeyond(const MapData& data, const std::vector<double>& d) {
+  return static_cast<double>(data.samples.size()) - static_cast<double>(d.size());
+}
+
 /// Sets noise and its origin.
 void setNoise(MapInversion& result, const MapData& data, const MapSettings& settings,
               const std::vector<double>& d) {
-  if (settings.noise) {
-    result.noise = *settings.noise;
-    result.noiseOrigin = MapNoiseOrigin::given;
-    return;
-  }
-  if (settings.quadrature && data.quadratureNoise) {
-    result.noise = *data.quadratureNoise;
-    result.noiseOrigin = MapNoiseOrigin::quadrature;
-    return;
-  }
-  const double beyond = static_cast<double>(data.samples.size()) - static_cast<double>(d.size());
-  const double left = squaresOf(data.samples) - squaresOf(d);
-  // Below the rounding of the two sums the difference says nothing: computed data.
-  const bool isTold = beyond >= leastBeyond && left > 1e-13 * squaresOf(data.samples);
-  if (isTold) {
-    result.noise = std::sqrt(left / beyond);
-    result.noiseOrigin = MapNoiseOrigin::projection;
-  } else if (settings.mode == MapWeightMode::noise) {
+  const MapNoise noise = mapNoise(data, settings, d);
+  result.noise = noise.value;
+  result.noiseOrigin = noise.origin;
+  if (noise.origin == MapNoiseOrigin::none && settings.mode == MapWeightMode::noise) {
     throw UserError(
-        beyond < leastBeyond
+        samplesBeyond(data, d) < leastBeyond
             ? fmt::format("the noise can't be told from {} samples, {} of which the fit takes up; "
                           "give it (--noise), or a weight (--weight)",
                           data.samples.size(), d.size())
@@ -239,6 +229,23 @@ std::vector<double> mapGridFor(const std::vector<double>& times, Kernel kernel) 
   return kernel == Kernel::diffusion
              ? LogGrid{1.0 / (3.0 * times.back()), 1.0 / first, pointCount}.times()
              : LogGrid{first, 3.0 * times.back(), pointCount}.times();
+}
+
+MapNoise mapNoise(const MapData& data, const MapSettings& settings, const std::vector<double>& d) {
+  if (settings.noise) {
+    return {*settings.noise, MapNoiseOrigin::given};
+  }
+  if (settings.quadrature && data.quadratureNoise) {
+    return {*data.quadratureNoise, MapNoiseOrigin::quadrature};
+  }
+  const double beyond = samplesBeyond(data, d);
+  const double all = squaresOf(data.samples);
+  const double left = all - squaresOf(d);
+  // Below the rounding of the two sums the difference says nothing: computed data.
+  if (beyond < leastBeyond || left <= 1e-13 * all) {
+    return {};
+  }
+  return {std::sqrt(left / beyond), MapNoiseOrigin::projection};
 }
 
 MapInversion invertMap(const MapData& data, const MapSettings& settings) {

@@ -108,10 +108,10 @@ void requireUsable(const MapData& data, const MapSettings& settings);
 /// weight is by the noise and there are too few samples beyond the rows to tell it.
 MapInversion invertMap(const MapData& data, const MapSettings& settings);
 
-/// The grid of an axis sampled at `times` where none is given: 64 values from the first time above
-/// 0 to three times the last (diffusion: from a third of the reciprocal of the last b value to
-/// that of the first). It begins later than that of one dimension, since what has gone by the first
-/// sample of either axis takes up amplitude at hardly any cost.
+/// The range of an axis sampled at `times` where no grid is given, before narrowGrids(): 64 values
+/// from the first time above 0 to three times the last (diffusion: from a third of the reciprocal
+/// of the last b value to that of the first). It begins later than that of one dimension, since
+/// what has gone by the first sample of either axis takes up amplitude at hardly any cost.
 std::vector<double> mapGridFor(const std::vector<double>& times, Kernel kernel);
 
 /// K1 F K2' at the samples of `data`, row after row.

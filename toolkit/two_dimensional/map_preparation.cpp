@@ -10,6 +10,7 @@
 
 #include "toolkit/model/phase.hpp"
 #include "toolkit/two_dimensional/map_checks.hpp"
+#include "toolkit/two_dimensional/map_support.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -62,6 +63,10 @@ PreparedMap prepareMap(MeasuredMap measured, const MapAxis& first, const MapAxis
         "--noise quadrature: the data have no imaginary channel; give one, or another noise");
   }
   requireUsable(data, settings);
+  const auto hasDefaultGrid = [](const MapAxis& axis) {
+    return axis.grid.empty() && axis.kernel.kernel != Kernel::matrix;
+  };
+  narrowGrids(data, settings, {hasDefaultGrid(first), hasDefaultGrid(second)});
   prepared.data = std::move(data);
   return prepared;
 }

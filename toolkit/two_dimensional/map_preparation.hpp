@@ -20,7 +20,7 @@ struct MeasuredMap {
 /// How one axis is to be inverted.
 struct MapAxis {
   KernelChoice kernel;
-  std::vector<double> grid;  ///< SI units; empty: mapGridFor()
+  std::vector<double> grid;  ///< SI units; empty: mapGridFor(), narrowed by narrowGrids()
 };
 
 /// Data with what they are to be inverted by.

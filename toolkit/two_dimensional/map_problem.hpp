@@ -22,4 +22,15 @@ inline constexpr double searchCut = 1e-4;
 /// the map by no more than the square of their ratio.
 CompressedMap problemAt(double weight, const KernelFactor& first, const KernelFactor& second);
 
+/// The noise of a sample, and where it comes from.
+struct MapNoise {
+  double value = 0.0;
+  MapNoiseOrigin origin = MapNoiseOrigin::none;
+};
+
+/// The noise as the settings ask for it: given, of the imaginary channel, or from what the
+/// projection of `data` to the compressed rows `d` leaves. MapNoiseOrigin::none where there are too
+/// few samples beyond the rows, and where nothing is left.
+MapNoise mapNoise(const MapData& data, const MapSettings& settings, const std::vector<double>& d);
+
 }  // namespace vorin::toolkit

@@ -364,8 +364,9 @@ def invert2d(
         (n1, g1) or (n2, g2) whose columns belong to the axis's grid.
     grid1, grid2 : array_like or (from, to, n), optional
         The axes of the map: relaxation times in s, diffusion coefficients in m^2/s. Three
-        numbers stand for n values evenly spaced in the logarithm. Without it: 64 from the
-        first time above 0 to three times the last (for "diffusion" the reciprocals).
+        numbers mean n values evenly spaced in the logarithm. Without it: 64 values where the
+        data have signal, at most from the first time above 0 to three times the last (for
+        "diffusion" the reciprocals).
     weight : {"noise", "corner"} or float
         "noise" takes the w at which the sum of squares is 14 noise variances above the least
         that a map reaches, "corner" that of the corner of the L-curve, a number is w itself.
