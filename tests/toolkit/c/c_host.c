@@ -191,6 +191,7 @@ static void jobs(const double* t, const double* grid) {
   int i;
   vorin_result* result = NULL;
   vorin_result* other = NULL;
+  vorin_result* none = NULL;
   vorin_settings* settings = NULL;
   for (i = 0; i < SAMPLES; ++i) {
     y[i] = 10.0 * exp(-t[i] / 0.05) + 0.05 * ((i * 7919) % 13 - 6) / 6.0;
@@ -202,6 +203,7 @@ static void jobs(const double* t, const double* grid) {
   EXPECT(strlen(message) == 11);
   OK(p_vorin_settings_set_array(settings, "grid", grid, POINTS, TELL));
   OK(p_vorin_settings_set_number(settings, "noise", 0.05, TELL));
+  OK(p_vorin_settings_set_text(settings, "method", "classic", TELL));
   OK(p_vorin_settings_set_text(settings, "key.RSIG", "1.2", TELL));
   OK(p_vorin_invert(settings, t, y, NULL, SAMPLES, &result, TELL));
   EXPECT(number(result, "status") == 0.0 && number(result, "success") == 1.0);
@@ -228,7 +230,8 @@ static void jobs(const double* t, const double* grid) {
   OK(p_vorin_bootstrap(result, settings, NULL, NULL, &other, TELL));
   EXPECT(number(other, "log_mean_lower") < number(result, "log_mean"));
   (void)array(other, "upper", POINTS);
-  EXPECT(p_vorin_lcurve(other, &other, TELL) == VORIN_TOOLKIT_BAD_INPUT && other == NULL);
+  EXPECT(p_vorin_lcurve(other, &none, TELL) == VORIN_TOOLKIT_BAD_INPUT && none == NULL);
+  p_vorin_result_free(other);
 
   /* A matrix of the host's own, which is that of the kernel: the same bits. */
   OK(p_vorin_kernel_matrix("t2", t, SAMPLES, grid, POINTS, matrix, TELL));
@@ -320,6 +323,7 @@ static void maps(void) {
   EXPECT(array(other, "region_share_lower", 2)[0] <= array(other, "region_share_upper", 2)[0]);
   EXPECT(array(other, "peak_log_mean1_lower", -1)[0] < 0.33);
   EXPECT(p_vorin_fit2d(other, fit, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  p_vorin_result_free(other);
   EXPECT(p_vorin_lcurve(result, &other, TELL) == VORIN_TOOLKIT_BAD_INPUT);
   p_vorin_result_free(result);
   /* A decay's job refuses what is for maps alone. */
