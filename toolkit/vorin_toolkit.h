@@ -343,7 +343,8 @@ vorin_invert(const vorin_settings* settings, const double* times, const double* 
  * One seed gives the same numbers with any count of threads.
  *
  * Numbers of the result: "replicates" (inverted with success), "log_mean_lower",
- * "log_mean_upper" (68 %). Arrays: "lower", "upper" (of the distribution), "log_means"
+ * "log_mean_upper" (68 %), "interval_too_narrow" (1 where a broad peak makes it one that
+ * holds the truth less often). Arrays: "lower", "upper" (of the distribution), "log_means"
  * (of each replicate).
  *
  *   inversion  in   a result of vorin_invert

@@ -179,6 +179,7 @@ int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* set
     made->add("replicates", static_cast<double>(band.replicates));
     made->add("log_mean_lower", band.logMeanLower);
     made->add("log_mean_upper", band.logMeanUpper);
+    made->add("interval_too_narrow", band.intervalTooNarrow ? 1.0 : 0.0);
     made->add("lower", std::move(band.lower));
     made->add("upper", std::move(band.upper));
     made->add("log_means", std::move(band.logMeans));

@@ -1,6 +1,7 @@
 // Maps over two axes.
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <tuple>
@@ -97,9 +98,7 @@ void addMapMeasures(vorin_result& result, const MapView& map, double smallestSha
   const std::vector<MapPeak> peaks = mapPeaks(map, smallestShare);
   const auto list = [&](std::string_view name, const auto& numberOf) {
     std::vector<double> values;
-    for (const MapPeak& peak : peaks) {
-      values.push_back(numberOf(peak));
-    }
+    std::transform(peaks.begin(), peaks.end(), std::back_inserter(values), numberOf);
     result.add(name, std::move(values));
   };
   list("peak_position1", [](const MapPeak& peak) { return peak.position1; });

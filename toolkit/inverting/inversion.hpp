@@ -52,7 +52,7 @@ enum class Rejection {
 struct InversionSettings {
   Kernel kernel = Kernel::t2;
   std::vector<double> grid;  ///< relaxation times in seconds, rising
-  /// Samples x grid by columns; without it that of `kernel` is computed. Decays of one
+  /// Samples x grid, column-major; without it that of `kernel` is computed. Decays of one
   /// shape share it, and Kernel::matrix needs it.
   std::shared_ptr<const std::vector<float>> matrix;
   Method method = Method::automatic;

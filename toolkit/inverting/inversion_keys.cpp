@@ -125,8 +125,8 @@ bool needsNoise(const InversionSettings& settings) {
   if (queryNumber("TARG") != 1.0F) {
     return false;
   }
-  // Differences are taken on this side, which the plain road leaves to its host; all other
-  // estimates are the library's.
+  // Differences are taken on this side, which the uncompressed drivers leave to their host; all
+  // other estimates are the library's.
   const std::string algorithm = noiseAlgorithm(settings);
   const bool plain = !settings.compression && !rejectsInLibrary(settings);
   return algorithm == "NONE" ||

@@ -18,8 +18,9 @@ struct Band {
   std::vector<double> upper;
   double logMeanLower = 0.0;  ///< not a number when no replicate has a log mean
   double logMeanUpper = 0.0;
-  int replicates = 0;            ///< that were inverted with success
-  std::vector<double> logMeans;  ///< of these replicates; not a number where the total is 0
+  int replicates = 0;              ///< that were inverted with success
+  std::vector<double> logMeans;    ///< of these replicates; not a number where the total is 0
+  bool intervalTooNarrow = false;  ///< that of the log mean, see isBroad()
 };
 
 struct BootstrapSettings {
@@ -30,6 +31,11 @@ struct BootstrapSettings {
   /// the bootstrap and leaves it.
   std::function<void(int)> progress;
 };
+
+/// True where one of the peaks with a fifth of the total or more is wider than 0.22 decades. Such a
+/// peak may be several: the replicates do not tell what smoothing has moved there, and the interval
+/// of the log mean holds the truth in 40 to 55 % of simulated decays instead of 68 %.
+bool isBroad(const Distribution& distribution);
 
 /// The band of `inversion`, which invert(decay, settings) returned.
 ///
@@ -50,7 +56,8 @@ struct BootstrapSettings {
 /// the estimate of a bias: Davison and Hinkley, Bootstrap Methods and their Application,
 /// Cambridge 1997, section 2.2). So the interval is ln L - b/2 plus and minus
 /// sqrt(h^2 + (b/2)^2). One between percentiles would count the penalty twice, and one
-/// that takes all of b away fails for smooth truths.
+/// that takes all of b away fails for smooth truths. At a chosen weight the interval is wider by a
+/// tenth, for the spread of the choice.
 ///
 /// Each thread works on an instance of its own: the caller's keys and log stay as they are. One
 /// seed gives the same band on every machine, up to the library's own rounding.

@@ -36,7 +36,7 @@ class Path {
     return {weight, std::move(state)};
   }
 
-  /// False when the caller of the search wants no more.
+  /// False when the caller of the search has cancelled it.
   bool goesOn(double part) {
     result.cancelled = result.cancelled || (progress_ && !progress_(part));
     return !result.cancelled;

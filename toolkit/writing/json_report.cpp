@@ -126,7 +126,8 @@ std::string jsonObject(const Inversion& inversion, const ReportContext& context)
                            {"lower", context.band->lower},
                            {"upper", context.band->upper},
                            {"log_mean_lower", context.band->logMeanLower},
-                           {"log_mean_upper", context.band->logMeanUpper}};
+                           {"log_mean_upper", context.band->logMeanUpper},
+                           {"interval_too_narrow", context.band->intervalTooNarrow}};
   }
   // A file name need not be UTF-8.
   return object.dump(2, ' ', false, Json::error_handler_t::replace);

@@ -176,6 +176,9 @@ void logMeanLines(Lines out, double mean, const ReportContext& context) {
          fmt::format("{} to {}, by a bootstrap of {} replicates",
                      quantityText(context.band->logMeanLower, onGrid),
                      quantityText(context.band->logMeanUpper, onGrid), context.band->replicates));
+    if (context.band->intervalTooNarrow) {
+      line(out, "", "too narrow: a broad peak may be several, which noise alone does not show");
+    }
   }
   if (context.truth) {
     const double truth = logMean(*context.truth);

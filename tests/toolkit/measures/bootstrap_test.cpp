@@ -155,6 +155,16 @@ TEST(Bootstrap, TheIntervalOfTheLogMeanHoldsTheTruthAsOftenAsItSays) {
   EXPECT_LT(sumOfWidths / trialCount / spread, 1.4);
 }
 
+TEST(Bootstrap, ABroadPeakHasAnIntervalThatIsToldToBeTooNarrow) {
+  const std::vector<double> grid = LogGrid{1e-4, 10.0, 200}.times();
+  EXPECT_FALSE(isBroad(distributionOf({{0.03, 0.15, 60.0}, {0.3, 0.15, 40.0}}, grid)));
+  EXPECT_TRUE(isBroad(distributionOf({{0.03, 0.3, 100.0}}, grid)));
+  EXPECT_TRUE(isBroad(distributionOf({{0.003, 0.1, 50.0}, {0.3, 0.3, 50.0}}, grid)));
+  // A broad foot of a tenth of the amount bears little on the log mean.
+  EXPECT_FALSE(isBroad(distributionOf({{0.002, 0.3, 8.0}, {0.3, 0.1, 92.0}}, grid)));
+  EXPECT_FALSE(isBroad({grid, std::vector<double>(grid.size(), 0.0)}));
+}
+
 TEST(Progress, IsABarOfTwentyMarks) {
   EXPECT_EQ(progressText("bootstrap", 0), "bootstrap [....................]   0 %");
   EXPECT_EQ(progressText("bootstrap", 52), "bootstrap [##########..........]  52 %");

@@ -65,6 +65,12 @@ TEST(Report, ABandAddsTwoColumnsAndAnInterval) {
   EXPECT_EQ(json["bootstrap"]["upper"], (std::vector<double>{1.5, 0.25, 3.5}));
   EXPECT_EQ(json["bootstrap"]["log_mean_lower"], 0.05);
   EXPECT_EQ(json["bootstrap"]["log_mean_upper"], 0.06);
+  EXPECT_EQ(json["bootstrap"]["interval_too_narrow"], false);
+  EXPECT_FALSE(example.summaryHolds("too narrow"));
+  example.context.band->intervalTooNarrow = true;
+  EXPECT_TRUE(
+      example.summaryHolds("                  too narrow: a broad peak may be several, which noise "
+                           "alone does not show"));
 }
 
 TEST(Report, DiffusionHasItsOwnWordsAndUnits) {
