@@ -82,7 +82,8 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     result by b, the effect of the penalty on the fit, and half the middle 68 % of them is h, the
     effect of the noise. The penalty has moved the result itself by something between nothing, when
     the truth is smooth, and b, when it is as sharp as the result [2]_; so the interval is
-    ln L - b/2 plus and minus sqrt(h^2 + (b/2)^2). An interval between percentiles would hold
+    ln L - b/2 plus and minus sqrt(h^2 + (b/2)^2), wider by a tenth where the data chose the
+    weight. An interval between percentiles would hold
     twice the effect of the penalty, and one that takes all of b away fails for smooth truths.
 
     Parameters
