@@ -10,7 +10,7 @@ namespace vorin::bench {
 /// with normal noise of standard deviation 1 / `snr`; the decay begins at 1. The `ng`
 /// relaxation times reach from a third of the first echo to 1.8 s.
 ///
-///   K   out  kernel exp(-t/T2), nf x ng by columns
+///   K   out  kernel exp(-t/T2), nf x ng, column-major
 ///   Y   out  data, nf
 void makeDecay(std::int32_t nf, std::int32_t ng, double snr, std::uint64_t seed, float* K,
                float* Y);

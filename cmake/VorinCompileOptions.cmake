@@ -11,7 +11,7 @@ target_compile_options(vorin_warnings INTERFACE
 
 # A result must not depend on whether the CPU has fused multiply-add, so
 # contraction is off; fast-math would also reorder sums. -Wdouble-promotion
-# keeps double arithmetic from slipping into a single-precision road.
+# keeps double arithmetic from slipping into a single-precision path.
 add_library(vorin_arithmetic INTERFACE)
 target_compile_options(vorin_arithmetic INTERFACE
   -ffp-contract=off -fno-fast-math -fno-unsafe-math-optimizations

@@ -22,7 +22,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 # gnuplot draws the pictures of the command, matplotlib those of the Python package, which
-# also wants numpy; without them everything else works.
+# also needs numpy; without them everything else works.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gnuplot-nox, python3-numpy")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS python3-matplotlib)
 include(CPack)

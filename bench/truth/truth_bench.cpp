@@ -63,7 +63,7 @@ struct Outcome {
   bool success = true;
 };
 
-struct Rung {
+struct PathPoint {
   toolkit::PenalisedFit fit;
   Distribution found;
 };
@@ -83,8 +83,8 @@ std::vector<double> sampledGrid(const toolkit::Decay& decay, toolkit::Kernel ker
   return result;
 }
 
-/// Fits at all weights of a ladder on the grid from the first time on.
-std::vector<Rung> ladder(const toolkit::Decay& decay, toolkit::Kernel kernel, int* rows) {
+/// Fits at all weights of the path, on the grid from the first time on.
+std::vector<PathPoint> weightPath(const toolkit::Decay& decay, toolkit::Kernel kernel, int* rows) {
   InversionSettings settings;
   settings.kernel = kernel;
   settings.grid = sampledGrid(decay, kernel);
@@ -92,18 +92,18 @@ std::vector<Rung> ladder(const toolkit::Decay& decay, toolkit::Kernel kernel, in
   const toolkit::Problem problem(decay, settings);
   const toolkit::ReducedProblem reduced = problem.reduced();
   toolkit::PenalisedFits fits(reduced);
-  std::vector<Rung> result;
+  std::vector<PathPoint> result;
   constexpr int gridWeights = 45;
   *rows = reduced.rows;
   for (int i = 0; i < gridWeights; ++i) {
     const double weight = fits.largestColumn() * std::pow(10.0, 2.0 - 0.25 * i);
     std::vector<double> f;
-    Rung rung{fits.at(weight, &f), {settings.grid, {}}};
+    PathPoint point{fits.at(weight, &f), {settings.grid, {}}};
     for (double value : f) {
-      rung.found.amplitude.push_back(value * problem.scale());
+      point.found.amplitude.push_back(value * problem.scale());
     }
-    rung.fit.rss *= problem.scale() * problem.scale();
-    result.push_back(std::move(rung));
+    point.fit.rss *= problem.scale() * problem.scale();
+    result.push_back(std::move(point));
   }
   return result;
 }
@@ -204,22 +204,23 @@ class CaseRun {
 
   void run(const toolkit::Decay& decay) {
     int rows = 0;
-    const std::vector<Rung> rungs = ladder(decay, what_.kernel, &rows);
-    const auto least = [&](const std::function<double(const Rung&)>& cost) {
-      return outcomeOf(
-          std::min_element(rungs.begin(), rungs.end(), [&](const Rung& a, const Rung& b) {
-            return cost(a) < cost(b);
-          })->found);
+    const std::vector<PathPoint> points = weightPath(decay, what_.kernel, &rows);
+    const auto least = [&](const std::function<double(const PathPoint&)>& cost) {
+      return outcomeOf(std::min_element(points.begin(), points.end(),
+                                        [&](const PathPoint& a, const PathPoint& b) {
+                                          return cost(a) < cost(b);
+                                        })
+                           ->found);
     };
     all_["best weight"].push_back(
-        least([&](const Rung& rung) { return distanceBetween(rung.found, truth_); }));
-    all_["gcv"].push_back(least([&](const Rung& rung) {
-      const double left = rows - rung.fit.freedom;
-      return rung.fit.rss / (left * left);
+        least([&](const PathPoint& point) { return distanceBetween(point.found, truth_); }));
+    all_["gcv"].push_back(least([&](const PathPoint& point) {
+      const double left = rows - point.fit.freedom;
+      return point.fit.rss / (left * left);
     }));
     const double noise = 100.0 / what_.signalToNoise;
-    const auto close = std::find_if(rungs.begin(), rungs.end() - 1, [&](const Rung& rung) {
-      return rung.fit.rss <= rows * noise * noise;
+    const auto close = std::find_if(points.begin(), points.end() - 1, [&](const PathPoint& point) {
+      return point.fit.rss <= rows * noise * noise;
     });
     all_["discrepancy"].push_back(outcomeOf(close->found));
     addInversion("classic", decay, toolkit::Method::classic);

@@ -61,12 +61,12 @@ TEST_F(Measured, EveryRoadAndBothWeightsFindOneLogMean) {
       {"rock_cpmg.csv"},
       {"berea_cpmg.csv"},
       {"rock_saturation_recovery.csv", "--kernel", "t1-saturation"}};
-  const std::vector<std::vector<std::string>> roads{
+  const std::vector<std::vector<std::string>> paths{
       {}, {"--prune", "none"}, {"--compress"}, {"--prune", "none", "--compress"}};
   for (const std::vector<std::string>& decay : decays) {
     double least = HUGE_VAL;
     double most = 0.0;
-    for (std::vector<std::string> options : roads) {
+    for (std::vector<std::string> options : paths) {
       options.insert(options.end(), decay.begin() + 1, decay.end());
       for (const char* weight : {"noise", "corner"}) {
         options.insert(options.end(), {"--weight", weight});

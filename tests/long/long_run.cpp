@@ -105,16 +105,16 @@ Answer invert(const Case& test, std::uint64_t seed) {
   return answer;
 }
 
-long residentKilobytes() {
+std::int64_t residentKilobytes() {
   std::ifstream file("/proc/self/statm");
-  long whole = 0;
-  long resident = 0;
+  std::int64_t whole = 0;
+  std::int64_t resident = 0;
   file >> whole >> resident;
   return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-long openFiles() {
-  long count = 0;
+std::int64_t openFiles() {
+  std::int64_t count = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
     ++count;
   }
@@ -124,22 +124,22 @@ long openFiles() {
 // Three decays a case, so that a shape meets other data before it comes again.
 constexpr std::uint64_t decays = 3;
 // What the allocator may hold more at the end than once everything has been met.
-constexpr long allowedGrowth = 2048;
+constexpr std::int64_t allowedGrowth = 2048;
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const long wanted = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0;
+  const std::int64_t wanted = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 0;
   const bool looksAtMemory = argc < 3 || std::string(argv[2]) != "--no-memory";
   if (wanted < 1) {
     std::fputs("usage: long_run COUNT [--no-memory]\n", stderr);
     return 2;
   }
   std::vector<Answer> first;
-  long done = 0;
-  long different = 0;
-  long memoryAtStart = 0;
-  long filesAtStart = 0;
+  std::int64_t done = 0;
+  std::int64_t different = 0;
+  std::int64_t memoryAtStart = 0;
+  std::int64_t filesAtStart = 0;
   while (done < wanted) {
     std::size_t which = 0;
     for (std::uint64_t seed = 1; seed <= decays; ++seed) {
@@ -159,8 +159,8 @@ int main(int argc, char** argv) {
       filesAtStart = openFiles();
     }
   }
-  const long growth = memoryAtStart == 0 ? 0 : residentKilobytes() - memoryAtStart;
-  const long moreFiles = memoryAtStart == 0 ? 0 : openFiles() - filesAtStart;
+  const std::int64_t growth = memoryAtStart == 0 ? 0 : residentKilobytes() - memoryAtStart;
+  const std::int64_t moreFiles = memoryAtStart == 0 ? 0 : openFiles() - filesAtStart;
   std::printf(
       "%ld inversions, %zu different ones: %ld answers differ from the first,"
       " resident memory %ld kB after ten rounds and %+ld kB since, open files %+ld\n",

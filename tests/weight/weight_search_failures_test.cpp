@@ -52,7 +52,7 @@ TEST_F(TargSEFailures, FirstSolveFailsAndTheTenfoldWeightSucceeds) {
   const Lines all = iterations(lines);
   EXPECT_EQ(out.iter, static_cast<float>(all.size()));
   EXPECT_EQ(lines[3], tag + "W::BRD Iterations exceeeded");
-  // No weight is wanted before the first good solve.
+  // No weight is chosen before the first good solve.
   EXPECT_EQ(lines[2].substr(0, lines[2].find(" signow=")),
             tag + "I::iw= 1 w= 0.10000E-01 wwant=  0.0000     wnew= 0.10000    ");
   EXPECT_NEAR(valueBehind(all[1], " w="), 0.1, 1e-6);

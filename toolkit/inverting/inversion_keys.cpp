@@ -82,7 +82,7 @@ void setFixedWeight(const InversionSettings& settings, double weight) {
 }
 
 void setKeys(const InversionSettings& settings) {
-  setText("FLOG", "NONE");  // which stands for Vorin.log
+  setText("FLOG", "NONE");  // which means Vorin.log
   setNumber("REPO", settings.logFile.empty() ? 0.0F : 2.0F);
   setText("PRMO", settings.pruning);
   if (settings.prunedPoints) {

@@ -249,7 +249,8 @@ void readSetting(std::string_view name, const std::string& text, InversionSettin
 void requireCompatible(const InversionSettings& settings) {
   if (settings.baseline && settings.efficiency) {
     throw UserError(
-        "--baseline with --inversion-efficiency: a constant stands for either; give one of them");
+        "--baseline with --inversion-efficiency: both are a constant beside the distribution; give "
+        "one of them");
   }
   if (rejectsInLibrary(settings) && settings.pruning == "NONE") {
     throw UserError(

@@ -16,7 +16,7 @@ namespace vorin::toolkit {
 struct SettingText {
   std::string_view name;      ///< "prune-points"
   std::string_view takes;     ///< "N", "log|linear|none"
-  std::string_view standard;  ///< what an empty text stands for, in words
+  std::string_view standard;  ///< what an empty text means, in words
   std::string_view meaning;   ///< one sentence
   void (*read)(const std::string& text, InversionSettings& settings);
 };
@@ -24,8 +24,8 @@ struct SettingText {
 /// All settings of the method, in the order of the command's help.
 std::span<const SettingText> settingTexts();
 
-/// Sets what `name` (a name of settingTexts()) stands for; an empty text is the default. Throws
-/// UserError, which names the command's option, for a text that the setting does not take.
+/// Sets `name` (a name of settingTexts()) to what its text says; an empty text is the default.
+/// Throws UserError, which names the command's option, for a text that the setting does not take.
 void readSetting(std::string_view name, const std::string& text, InversionSettings& settings);
 
 /// Throws UserError for settings that are good one by one and rule each other out.

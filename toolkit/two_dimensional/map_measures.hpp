@@ -56,7 +56,7 @@ struct MapRegion {
   double to2;
 };
 
-/// The part of each cell that lies in `region`, 0 to 1, row after row. A grid value stands for the
+/// The part of each cell that lies in `region`, 0 to 1, row after row. A grid value covers the
 /// interval half way to its neighbours in the logarithm.
 std::vector<double> cellParts(const MapView& map, const MapRegion& region);
 

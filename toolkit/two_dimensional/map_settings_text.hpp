@@ -18,7 +18,7 @@ namespace vorin::toolkit {
 struct MapSettingText {
   std::string_view name;
   std::string_view takes;     ///< "noise|corner|W"
-  std::string_view standard;  ///< what an empty text stands for, in words
+  std::string_view standard;  ///< what an empty text means, in words
   std::string_view meaning;   ///< one sentence
   void (*read)(const std::string& text, MapSettings& settings);
 };
@@ -26,8 +26,8 @@ struct MapSettingText {
 /// All settings of the method, in the order of the command's help.
 std::span<const MapSettingText> mapSettingTexts();
 
-/// Sets what `name` (a name of mapSettingTexts()) stands for; an empty text is the default. Throws
-/// UserError, which names the command's option, for a text that the setting does not take.
+/// Sets `name` (a name of mapSettingTexts()) to what its text says; an empty text is the default.
+/// Throws UserError, which names the command's option, for a text that the setting does not take.
 void readMapSetting(std::string_view name, const std::string& text, MapSettings& settings);
 
 /// Reads "NAME,NAME" into the kernels of the two axes; a name that is no kernel's is the file of

@@ -304,7 +304,7 @@ def test_a_result_as_plain_numbers(decay):
         "distribution", "bootstrap"}
     assert values["wanted_standard_error"] is None and values["weight_origin"] == "given"
     assert set(values["bootstrap"]) == {"replicates", "lower", "upper", "log_mean_lower",
-                                        "log_mean_upper"}
+                                        "log_mean_upper", "interval_too_narrow"}
     assert set(values["peaks"][0]) == {"position", "width", "share", "at_grid_end"}
 
 

@@ -69,7 +69,7 @@ def invert(
     noise : float or {"difference", "fit", "ridge", "scan", "quadrature"}, optional
         Standard deviation of the noise in the unit of ``y``, or how to find it: the
         library's second differences of neighbouring samples; the standard error of its
-        non-negative fit without a penalty; of its ridge fit; the least one on a ladder of
+        non-negative fit without a penalty; of its ridge fit; the least one on a grid of
         weights; the deviation of the imaginary channel. Without it: that of the residual of
         the closest fit or, with "classic", :func:`vorin.difference_noise`.
     baseline : "fit" or float, optional
