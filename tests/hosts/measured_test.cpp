@@ -55,7 +55,7 @@ TEST_F(Measured, EveryDecayIsInvertedWithoutBeingToldAnything) {
       0.03);
 }
 
-TEST_F(Measured, EveryRoadAndBothWeightsFindOneLogMean) {
+TEST_F(Measured, EveryPathAndBothWeightsFindOneLogMean) {
   // The weights differ up to a hundredfold; an integral hardly depends on them.
   const std::vector<std::vector<std::string>> decays{
       {"rock_cpmg.csv"},

@@ -245,7 +245,7 @@ TEST(MethodOptions, TheBootstrapIsToldAndWritten) {
   EXPECT_NE(contentOf(folder / "f.csv").find("\nt2_s,amplitude,lower,upper\n"), std::string::npos);
 }
 
-TEST(MethodOptions, DrawsTheLCurveOfEachKindAndOfEachRoad) {
+TEST(MethodOptions, DrawsTheLCurveOfEachKindAndPath) {
   const TemporaryFolder folder;
   const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
       {{"--weight", "corner", "--plot-lcurve", "l.png"}, "\x89PNG"},
