@@ -20,12 +20,6 @@ namespace {
 constexpr double partOfWeight = 3e-5;
 /// Single kernels are cut here; smaller values are mostly rounding.
 constexpr double kernelCut = 1e-7;
-/// The aim lies this many noise variances above the least sum of squares, about the standard
-/// deviation of a chi-squared of the rows. Fewer leave noise as stray cells, which take amplitude
-/// from the peaks: over 8 seeds of simulated T1-T2, T2-T2 and D-T2 data the worst error of a
-/// peak's amplitude is 0.029, 0.066, 0.028 at 4, 0.011, 0.034, 0.011 at 10 and 0.008, 0.022,
-/// 0.008 at 14; more flatten weak peaks.
-constexpr double surplus = 14.0;
 /// A sum of squares further from the aim than this part of it has not reached it.
 constexpr double aimMissed = 0.01;
 /// Samples beyond the rows from which the noise is told to better than a tenth.
@@ -63,7 +57,7 @@ void setNoise(MapInversion& result, const MapData& data, const MapSettings& sett
 WeightSearch search(const CompressedMap& map, const std::vector<double>& d, double noise,
                     const MapSettings& settings) {
   if (settings.mode == MapWeightMode::noise) {
-    return searchSurplus(map, d, surplus, noise * noise, settings.progress);
+    return searchSurplus(map, d, aimSurplus, noise * noise, settings.progress);
   }
   if (settings.mode == MapWeightMode::corner) {
     return searchCorner(map, d, settings.progress);

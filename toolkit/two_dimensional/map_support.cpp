@@ -17,7 +17,6 @@ namespace {
 
 /// Values of an axis that tell a range well enough.
 constexpr int coarsePoints = 32;
-constexpr double supportSurplus = 14.0;
 /// A cut that raises the functional by this many noise variances takes signal away.
 constexpr double significant = 6.0;
 constexpr double leastWidening = 0.3;  ///< decades
@@ -147,7 +146,7 @@ void narrowGrids(const MapData& data, MapSettings& settings, MapAxes axes) {
   if (noise.origin == MapNoiseOrigin::none) {
     return;
   }
-  WeightSearch found = searchSurplus(map, d, supportSurplus, noise.value * noise.value, {});
+  WeightSearch found = searchSurplus(map, d, aimSurplus, noise.value * noise.value, {});
   const double variance = std::max(noise.value * noise.value, found.least / map.rows());
   Narrowing narrowing(std::move(first), std::move(second), d, found.weight, variance,
                       std::move(found.state));

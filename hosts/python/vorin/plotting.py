@@ -54,11 +54,7 @@ def plot(result: "Result", path: Any = None, *, truth: Any = None,
     """
     known = _truth(truth)
     target = _target(path)
-    try:
-        from matplotlib import pyplot
-    except ImportError:
-        raise VorinError("matplotlib, which draws pictures, is not installed; install the package "
-                         "python3-matplotlib") from None
+    pyplot = _pyplot()
     figure = pyplot.figure(figsize=(8.0, 8.4))
     grid = figure.add_gridspec(4, 1, height_ratios=(3.0, 1.0, 0.55, 3.0), hspace=0.12,
                                left=0.125, right=0.965, top=0.925, bottom=0.065)
@@ -95,6 +91,16 @@ def _truth(truth: Any) -> Optional[Tuple[np.ndarray, np.ndarray]]:
         raise InputValueError("truth: a rising grid above 0 and one amplitude for each of its "
                               "values are required")
     return grid, amplitudes
+
+
+def _pyplot() -> Any:
+    """matplotlib.pyplot, loaded when a picture is asked for: nothing else needs it."""
+    try:
+        from matplotlib import pyplot
+    except ImportError:
+        raise VorinError("matplotlib, which draws pictures, is not installed; install the package "
+                         "python3-matplotlib") from None
+    return pyplot
 
 
 def _target(path: Any) -> Optional[str]:

@@ -6,9 +6,9 @@ from typing import TYPE_CHECKING, Any, Optional, Tuple
 
 import numpy as np
 
-from .errors import InputValueError, VorinError
+from .errors import InputValueError
 from .measures import per_decade
-from .plotting import _BLUE, _DARK, _RED, _plain, _target
+from .plotting import _BLUE, _DARK, _RED, _plain, _pyplot, _target
 from .toolkit import job
 from .two_dimensional import SYMBOLS
 
@@ -48,11 +48,7 @@ def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None)
         When matplotlib is not installed.
     """
     target = _target(path)
-    try:
-        from matplotlib import pyplot
-    except ImportError:
-        raise VorinError("matplotlib, which draws pictures, is not installed; install the package "
-                         "python3-matplotlib") from None
+    pyplot = _pyplot()
     figure = pyplot.figure(figsize=(7.6, 7.6))
     grid = figure.add_gridspec(2, 2, width_ratios=(4.0, 1.0), height_ratios=(1.0, 4.0),
                                hspace=0.06, wspace=0.06, left=0.12, right=0.97, top=0.92,
