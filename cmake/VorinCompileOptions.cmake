@@ -36,20 +36,23 @@ endif()
 add_library(vorin_light_optimisation INTERFACE)
 target_compile_options(vorin_light_optimisation INTERFACE $<$<CONFIG:Release>:-O1>)
 
-# Formatting. What is installed contains its copy of fmt, so that it depends on no shared one;
-# builds for development, and tests, link the shared library, which halves their compile time.
+# Formatting. What is installed contains its copy of fmt, compiled once, so that it depends on no
+# shared one; builds for development, and tests, link the shared library.
 add_library(vorin_format INTERFACE)
 if(VORIN_BUILD_HOSTS)
   find_package(fmt REQUIRED)
-  target_link_libraries(vorin_format INTERFACE
-    $<IF:$<CONFIG:Debug>,fmt::fmt,fmt::fmt-header-only>)
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    target_link_libraries(vorin_format INTERFACE fmt::fmt)
+  else()
+    add_library(vorin_fmt STATIC "${CMAKE_CURRENT_LIST_DIR}/compiled_fmt.cpp")
+    target_include_directories(vorin_fmt SYSTEM PUBLIC
+      $<TARGET_PROPERTY:fmt::fmt,INTERFACE_INCLUDE_DIRECTORIES>)
+    target_link_libraries(vorin_format INTERFACE vorin_fmt)
+  endif()
 endif()
 
 # Tests spend no time in loops of their own either. Under sanitizers the optimiser is most of
 # their compile time.
 add_library(vorin_test_options INTERFACE)
 target_compile_options(vorin_test_options INTERFACE
-  $<$<CONFIG:Release>:-O1> $<$<BOOL:${VORIN_SANITIZE}>:-O0> -UFMT_HEADER_ONLY)
-if(VORIN_BUILD_HOSTS)
-  target_link_libraries(vorin_test_options INTERFACE fmt::fmt)
-endif()
+  $<$<CONFIG:Release>:-O1> $<$<BOOL:${VORIN_SANITIZE}>:-O0>)
