@@ -11,43 +11,14 @@
 namespace vorin::brd {
 namespace {
 
-// With fewer columns a factorisation costs less than the vectors of all columns' system.
-constexpr int fewestForLanczos = 40;
-
-// The columns of K as rows of panels, for the gram kernel: one row of K fills a cache line
-// in each panel.
-AlignedVector<double> packTransposed(int m, int padded, const double* kernelByRows) {
-  constexpr int rows = kernels::panelRows<double>;
-  AlignedVector<double> packed(area(padded, m));
-  const ColumnMajorView<const double> rowsOfK{kernelByRows, padded};
-  for (int j = 0; j < m; ++j) {
-    for (int i = 0; i < padded; i += rows) {
-      const ColumnMajorView<double> panel{packed.data() + area(i, m), rows};
-      std::copy_n(&rowsOfK(i, j), rows, panel.column(j));
-    }
-  }
-  return packed;
-}
-
 double clipped(double value) {
   return value <= 0.0 ? 0.0 : value;
 }
 
 }  // namespace
 
-ActiveNormalEquations::ActiveNormalEquations(int m, int n, const double* K,
-                                             const double* kernelByRows)
-    : m_(m), n_(n), K_(K), gram_(area(n, n)), gradient_(length(n)) {
-  constexpr int padding = kernels::rowPadding<double>;
-  static_assert(padding == kernels::panelRows<double>);
-  const int padded = (n + padding - 1) / padding * padding;
-  kernels::table<double>().gram(n, m, packTransposed(m, padded, kernelByRows).data(), gram_.data());
-  const ColumnMajorView<const double> KtK{gram_.data(), n};
-  for (int i = 0; i < n; ++i) {
-    meanSquare_ += KtK(i, i);
-  }
-  meanSquare_ /= static_cast<double>(n);
-}
+ActiveNormalEquations::ActiveNormalEquations(int m, int n, const double* K, const double* gram)
+    : m_(m), n_(n), K_(K), gram_(gram), gradient_(length(n)) {}
 
 void ActiveNormalEquations::select(const std::vector<int>& active, double weight) {
   active_ = active;
@@ -69,7 +40,7 @@ void ActiveNormalEquations::select(const std::vector<int>& active, double weight
 
 // The lower triangle of K_A'K_A + w I.
 void ActiveNormalEquations::gatherBlock() {
-  const ColumnMajorView<const double> KtK{gram_.data(), n_};
+  const ColumnMajorView<const double> KtK{gram_, n_};
   const ColumnMajorView<double> block{factors_.data(), ld_};
   for (std::size_t r = 0; r < ranges_.size(); ++r) {
     const ColumnRange own = ranges_[r];
@@ -133,33 +104,17 @@ void ActiveNormalEquations::dualFrom(const double* right, const double* z, doubl
   }
 }
 
-// The system of all columns, which the first pass of every solve has. Its result only chooses the
-// next pass's columns unless all of it is positive: then it is the solution, and is left to the
-// factors. One weight alone is cheaper to factor.
-bool ActiveNormalEquations::solveAllColumns(const double* projected) {
-  if (static_cast<int>(active_.size()) < n_ || n_ < fewestForLanczos || ++solvesOfAll_ == 1) {
-    return false;
-  }
-  if (!allColumns_) {
-    allColumns_.emplace(n_, gram_.data(), projected);
-  }
-  return allColumns_->solve(weight_, z_.data()) &&
-         std::any_of(z_.begin(), z_.end(), [](double value) { return value <= 0.0; });
-}
-
 void ActiveNormalEquations::solveData(const double* d, const double* projected, double* c) {
-  if (!solveAllColumns(projected)) {
-    std::transform(active_.begin(), active_.end(), z_.begin(),
-                   [projected](int i) { return projected[i]; });
-    solveFactored(z_.data());
-  }
+  std::transform(active_.begin(), active_.end(), z_.begin(),
+                 [projected](int i) { return projected[i]; });
+  solveFactored(z_.data());
   dualFrom(d, z_.data(), c);
 }
 
 void ActiveNormalEquations::distribution(const double* projected, double* f) {
   const int count = static_cast<int>(active_.size());
   if (count < n_) {
-    kernels::table<double>().combineColumns(n_, count, active_.data(), gram_.data(), z_.data(),
+    kernels::table<double>().combineColumns(n_, count, active_.data(), gram_, z_.data(),
                                             gradient_.data());
     for (int i = 0; i < n_; ++i) {
       f[i] = clipped((projected[i] - gradient_[length(i)]) / weight_);

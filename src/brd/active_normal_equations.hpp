@@ -16,25 +16,16 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <vector>
 
-#include "brd/shifted_lanczos.hpp"
 #include "toolbox/aligned.hpp"
 
 namespace vorin::brd {
 
 class ActiveNormalEquations {
  public:
-  /// Borrows K (m x n, column-major) and forms K'K from its row-major copy, whose rows
-  /// are padded with zeros to kernels::rowPadding.
-  ActiveNormalEquations(int m, int n, const double* K, const double* kernelByRows);
-
-  /// K'K, n x n.
-  const double* gram() const { return gram_.data(); }
-
-  /// The mean squared column norm.
-  double meanSquare() const { return meanSquare_; }
+  /// Borrows K (m x n, column-major) and K'K (n x n).
+  ActiveNormalEquations(int m, int n, const double* K, const double* gram);
 
   /// Takes K_A'K_A + w I for `active`, the numbers of the active columns, rising. Its factors are
   /// formed when a solve needs them.
@@ -62,14 +53,12 @@ class ActiveNormalEquations {
   void factor();
   void gatherBlock();
   void solveFactored(double* z);
-  bool solveAllColumns(const double* projected);
   void dualFrom(const double* right, const double* z, double* x);
 
   int m_;
   int n_;
   const double* K_;
-  AlignedVector<double> gram_;
-  double meanSquare_ = 0;
+  const double* gram_;
 
   std::vector<int> active_;
   double weight_ = 0;
@@ -83,9 +72,6 @@ class ActiveNormalEquations {
   std::vector<double> z_;           // of the last solveData
   std::vector<double> secondZ_;     // of other solves
   AlignedVector<double> gradient_;  // n: K'K_A z
-
-  int solvesOfAll_ = 0;
-  std::optional<ShiftedLanczos> allColumns_;
 };
 
 }  // namespace vorin::brd

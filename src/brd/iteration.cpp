@@ -58,16 +58,43 @@ Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weigh
   return report(system, control, f, c, weight);
 }
 
+namespace {
+
+/// Makes the passes that need no system of their own, and the first that does where there were
+/// any; false where there are none.
+bool makePredictedPasses(System<double>& system, PassControl<double>& control, double* f, double* c,
+                         double weight) {
+  const PassPrediction* const prediction =
+      system.predictPasses(f, c, weight, control.tolerance(), control.mostPasses());
+  if (prediction == nullptr) {
+    return false;
+  }
+  system.factor(f, weight);
+  system.solveData(system.newDual());
+  system.distributionOfData(system.newDual(), f);
+  for (const double step : prediction->steps()) {
+    control.endPass(step);
+  }
+  std::copy(system.newDual(), system.newDual() + system.m(), c);
+  return true;
+}
+
+}  // namespace
+
 Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight) {
   PassControl<double> control(weight);
   clipAtZero(system.n(), f);
   if (control.needsPass()) {
-    do {
-      system.factor(f, weight);
-      system.solveData(system.newDual());
-      system.distributionOfData(system.newDual(), f);
+    bool solved = makePredictedPasses(system, control, f, c, weight);
+    while (!solved || control.again()) {
+      // The same columns again have the same solution.
+      if (!system.factor(f, weight) || !solved) {
+        system.solveData(system.newDual());
+        system.distributionOfData(system.newDual(), f);
+      }
       takeStep(system, control, c);
-    } while (control.again());
+      solved = true;
+    }
     // The products with c are summed from small terms, and are nearer to K'c than what a pass
     // takes from its solution.
     system.distributionFromDual(c, f);

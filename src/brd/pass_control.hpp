@@ -23,6 +23,10 @@ class PassControl {
 
   int passes() const { return passes_; }
 
+  /// The settings that a prediction of the passes needs.
+  Real tolerance() const { return Real(tolerance_); }
+  int mostPasses() const { return maxPasses_; }
+
   /// 0, or 1 when the iteration reached the limit of passes or of stalls.
   std::int32_t status() const { return status_; }
 

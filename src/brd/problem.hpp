@@ -1,26 +1,72 @@
 // One least-squares problem: kernel, data, and what its solves share. A weight search
 // makes one Problem and solves it many times, so conversions are made once and work
-// arrays are allocated once.
+// arrays are allocated once. Problems of many data vectors on one kernel share its forms.
 #pragma once
 
+#include <memory>
+#include <mutex>
 #include <optional>
+#include <tuple>
 #include <type_traits>
 
+#include "brd/kernel_forms.hpp"
 #include "brd/qp_route.hpp"
 #include "brd/system.hpp"
 
 namespace vorin::brd {
 
-/// K (m x n, column-major, leading dimension m) and d (m) belong to the caller and
-/// must stay as they are while the Problem lives. Sizes below 1 count as empty.
+/// A kernel in its caller's precision with its forms in both, each made at its first use, by
+/// whichever thread comes first. K (m x n, column-major, leading dimension m) belongs to the
+/// caller and must stay as it is. Sizes below 1 count as empty.
 template <class Real>
-class Problem {
+class ProblemKernel {
  public:
-  Problem(int m, int n, const Real* K, const Real* d) : m_(m), n_(n), K_(K), d_(d) {}
+  ProblemKernel(int m, int n, const Real* K) : m_(m), n_(n), K_(K) {}
 
   int m() const { return m_; }
   int n() const { return n_; }
   const Real* K() const { return K_; }
+
+  /// The forms in the precision `Working`.
+  template <class Working>
+  const std::shared_ptr<const KernelForms<Working>>& forms() const {
+    Forms<Working>& made = std::get<Forms<Working>>(forms_);
+    std::call_once(made.once, [&] {
+      if constexpr (std::is_same_v<Working, Real>) {
+        made.forms = std::make_shared<const KernelForms<Working>>(m_, n_, K_);
+      } else {
+        made.forms = KernelForms<Working>::converted(m_, n_, K_);
+      }
+    });
+    return made.forms;
+  }
+
+ private:
+  template <class Working>
+  struct Forms {
+    std::once_flag once;
+    std::shared_ptr<const KernelForms<Working>> forms;
+  };
+
+  int m_;
+  int n_;
+  const Real* K_;
+  mutable std::tuple<Forms<float>, Forms<double>> forms_;
+};
+
+/// d (m) and the kernel belong to the caller and must stay as they are while the Problem lives.
+template <class Real>
+class Problem {
+ public:
+  Problem(int m, int n, const Real* K, const Real* d)
+      : own_(std::make_unique<ProblemKernel<Real>>(m, n, K)), kernel_(own_.get()), d_(d) {}
+
+  /// Borrows the kernel, which other problems may use at the same time.
+  Problem(const ProblemKernel<Real>& kernel, const Real* d) : kernel_(&kernel), d_(d) {}
+
+  int m() const { return kernel_->m(); }
+  int n() const { return kernel_->n(); }
+  const Real* K() const { return kernel_->K(); }
   const Real* d() const { return d_; }
 
   /// The system in single or in double precision, made at the first call.
@@ -40,17 +86,16 @@ class Problem {
   System<Working>& make(std::optional<System<Working>>& system) {
     if (!system) {
       if constexpr (std::is_same_v<Working, Real>) {
-        system.emplace(m_, n_, K_, d_);
+        system.emplace(kernel_->template forms<Working>(), d_);
       } else {
-        system.emplace(System<Working>::converted(m_, n_, K_, d_));
+        system.emplace(System<Working>::converted(kernel_->template forms<Working>(), d_));
       }
     }
     return *system;
   }
 
-  int m_;
-  int n_;
-  const Real* K_;
+  std::unique_ptr<ProblemKernel<Real>> own_;
+  const ProblemKernel<Real>* kernel_;
   const Real* d_;
   std::optional<System<float>> single_;
   std::optional<System<double>> double_;

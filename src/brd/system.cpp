@@ -1,11 +1,9 @@
 #include "brd/system.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
-#include <limits>
-#include <numeric>
+#include <utility>
 
 #include "brd/weight_range.hpp"
 #include "toolbox/extent.hpp"
@@ -24,64 +22,35 @@ constexpr std::ptrdiff_t mostColumnsPerRow = 4;
 
 template <class Real>
 System<Real>::System(int m, int n, const Real* K, const Real* d)
-    : m_(std::max(m, 0)), n_(std::max(n, 0)), K_(K), d_(d) {
-  constexpr int padding = kernels::rowPadding<Real>;
-  paddedColumns_ = (n_ + padding - 1) / padding * padding;
-  const std::size_t length = static_cast<std::size_t>(m_);
-  product_.resize(static_cast<std::size_t>(paddedColumns_), Real(0));
-  mask_.resize(static_cast<std::size_t>(n_));
-  newDual_.resize(length);
-  secondSolution_.resize(length);
-  copyByRows();
+    : System(std::make_shared<const KernelForms<Real>>(m, n, K), d) {}
+
+template <class Real>
+System<Real>::System(std::shared_ptr<const KernelForms<Real>> kernel, const Real* d)
+    : kernel_(std::move(kernel)), m_(kernel_->m()), n_(kernel_->n()), K_(kernel_->K()), d_(d) {
+  const std::size_t rows = length(m_);
+  product_.resize(length(kernel_->paddedColumns()), Real(0));
+  mask_.resize(length(n_));
+  newDual_.resize(rows);
+  secondSolution_.resize(rows);
 }
 
 template <class Real>
 template <class Other>
-System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* d) {
-  m = std::max(m, 0);
-  n = std::max(n, 0);
-  const auto convert = [](Other value) { return static_cast<Real>(value); };
-  AlignedVector<Real> kernel(area(m, n));
-  std::vector<Real> data(static_cast<std::size_t>(m));
-  std::transform(K, K + kernel.size(), kernel.begin(), convert);
-  std::transform(d, d + data.size(), data.begin(), convert);
-  System system(m, n, kernel.data(), data.data());
-  // Moving a vector keeps its storage, so the addresses taken above stay valid.
-  system.ownKernel_ = std::move(kernel);
+System<Real> System<Real>::converted(std::shared_ptr<const KernelForms<Real>> kernel,
+                                     const Other* d) {
+  std::vector<Real> data(length(kernel->m()));
+  std::transform(d, d + data.size(), data.begin(),
+                 [](Other value) { return static_cast<Real>(value); });
+  System system(std::move(kernel), data.data());
+  // Moving a vector keeps its storage, so the address taken above stays valid.
   system.ownData_ = std::move(data);
   return system;
 }
 
-// Columns are read in groups, side by side: one row of a group is a cache line.
-template <class Real>
-void System<Real>::copyByRows() {
-  constexpr int group = kernels::rowPadding<Real>;
-  // One row at least, of zeros: the kernels form the addresses of its elements even for an
-  // empty kernel.
-  kernelByRows_.resize(area(std::max(m_, 1), paddedColumns_));
-  std::fill_n(kernelByRows_.begin(), paddedColumns_, Real(0));
-  const ColumnMajorView<const Real> K{K_, m_};
-  const ColumnMajorView<Real> transposed{kernelByRows_.data(), paddedColumns_};
-  unsigned notFinite = 0;
-  for (int i0 = 0; i0 < n_; i0 += group) {
-    const int filled = std::min(group, n_ - i0);
-    for (int j = 0; j < m_; ++j) {
-      Real* out = &transposed(i0, j);
-      std::fill(out + filled, out + group, Real(0));
-      for (int i = 0; i < filled; ++i) {
-        const Real value = K(j, i0 + i);
-        notFinite |= std::abs(value) <= std::numeric_limits<Real>::max() ? 0U : 1U;
-        out[i] = value;
-      }
-    }
-  }
-  kernelIsFinite_ = notFinite == 0U;
-}
-
-// out = K' x, with the padding of kernelByRows_.
+// out = K' x, with the padding of the kernel's rows.
 template <class Real>
 void System<Real>::project(const Real* x, Real* out) const {
-  kernels::table<Real>().combineRows(m_, paddedColumns_, kernelByRows_.data(), x, out);
+  kernels::table<Real>().combineRows(m_, kernel_->paddedColumns(), kernel_->byRows(), x, out);
 }
 
 template <class Real>
@@ -192,28 +161,12 @@ void System<Real>::factorGByLu() {
 }
 
 template <class Real>
-double System<Real>::meanSquare() {
-  if (meanSquare_ < 0.0) {
-    // A sum for each column of a group, which do not wait for each other.
-    constexpr int group = kernels::rowPadding<Real>;
-    std::array<double, group> sums{};
-    const std::ptrdiff_t elements = std::ptrdiff_t{paddedColumns_} * m_;
-    for (std::ptrdiff_t first = 0; first < elements; first += group) {
-      for (std::ptrdiff_t i = 0; i < group; ++i) {
-        const auto value = static_cast<double>(kernelByRows_[length(first + i)]);
-        sums[length(i)] += value * value;
-      }
-    }
-    meanSquare_ = std::accumulate(sums.begin(), sums.end(), 0.0) / std::max(n_, 1);
-  }
-  return meanSquare_;
-}
-
-template <class Real>
 bool System<Real>::selectNormalEquations() {
   if constexpr (hasOtherForms) {
     if (static_cast<int>(active_.size()) < m_ && n_ <= mostColumnsPerRow * m_) {
-      gram();
+      if (!normalEquations_) {
+        normalEquations_.emplace(m_, n_, K_, gram());
+      }
       form_ = Form::normalEquations;
       normalEquations_->select(active_, weight_);
       return true;
@@ -233,6 +186,13 @@ bool System<Real>::factorByCholesky() {
   return std::all_of(diagonal.begin(), diagonal.end(), [](Real pivot) { return pivot > Real(0); });
 }
 
+// True where forms that square the condition of the kernel can take the place of LU factors.
+template <class Real>
+bool System<Real>::canSquare(Real weight) const {
+  return hasOtherForms && kernel_->isFinite() && n_ > 0 &&
+         weightIsInRange(static_cast<double>(weight), kernel_->meanSquare());
+}
+
 template <class Real>
 bool System<Real>::factor(const Real* f, Real weight) {
   // The last pass of a solve and its closing system nearly always repeat the mask before.
@@ -241,8 +201,7 @@ bool System<Real>::factor(const Real* f, Real weight) {
   }
   storeMask(f, weight);
   if constexpr (hasOtherForms) {
-    if (kernelIsFinite_ && n_ > 0 && weightIsInRange(weight, meanSquare()) &&
-        (selectNormalEquations() || factorByCholesky())) {
+    if (canSquare(weight) && (selectNormalEquations() || factorByCholesky())) {
       return false;
     }
   }
@@ -253,7 +212,7 @@ bool System<Real>::factor(const Real* f, Real weight) {
 
 template <class Real>
 void System<Real>::factorByLu() {
-  if (kernelIsFinite_) {
+  if (kernel_->isFinite()) {
     formActiveColumns();
   } else {
     formAllColumns();
@@ -268,7 +227,7 @@ bool System<Real>::slopeIsCertain(const Solution<Real>& solution) const {
     if (form_ != Form::lu) {
       // (c . c - w c . x) / (c . c)
       const Real share = solution.rssSlope * weight_ / (Real(2) * solution.rss);
-      return share > relativeRounding(weight_, meanSquare_ * static_cast<double>(n_));
+      return share > relativeRounding(weight_, kernel_->meanSquare() * static_cast<double>(n_));
     }
   }
   return true;
@@ -285,20 +244,13 @@ void System<Real>::factorMask(const Real* mask, Real weight) {
 
 template <class Real>
 const Real* System<Real>::gram() {
-  if constexpr (std::is_same_v<Real, double>) {
-    if (!normalEquations_) {
-      normalEquations_.emplace(m_, n_, K_, kernelByRows_.data());
-    }
-    return normalEquations_->gram();
-  } else {
-    return nullptr;
-  }
+  return kernel_->gram();
 }
 
 template <class Real>
 const Real* System<Real>::projectedData() {
   if (projectedData_.empty()) {
-    projectedData_.resize(static_cast<std::size_t>(paddedColumns_));
+    projectedData_.resize(length(kernel_->paddedColumns()));
     project(d_, projectedData_.data());
   }
   return projectedData_.data();
@@ -353,6 +305,34 @@ void System<Real>::solveDual(const Real* c, bool isMaskOfC, Real* x) {
 }
 
 template <class Real>
+const PassPrediction* System<Real>::predictPasses(Real* f, const Real* c, Real weight,
+                                                  Real tolerance, int mostPasses) {
+  if constexpr (hasOtherForms) {
+    if (!canSquare(weight) || n_ > mostColumnsPerRow * m_ || kernel_->rankFactor() == nullptr) {
+      return nullptr;
+    }
+    if (!prediction_) {
+      prediction_.emplace(*kernel_->rankFactor(), projectedData());
+    }
+    if (!prediction_->run(weight, tolerance, mostPasses, f)) {
+      return nullptr;
+    }
+    // The first step is from the caller's c, which may be where the solve ends.
+    const std::vector<int>& active = prediction_->firstActive();
+    kernels::table<Real>().combineColumns(m_, static_cast<int>(active.size()), active.data(), K_,
+                                          prediction_->firstValues().data(), newDual_.data());
+    Real step = 0;
+    for (int j = 0; j < m_; ++j) {
+      const Real change = c[j] - (d_[j] - newDual_[length(j)]) / weight;
+      step += change * change;
+    }
+    return prediction_->takeFirstStep(step, tolerance, f) ? &*prediction_ : nullptr;
+  } else {
+    return nullptr;
+  }
+}
+
+template <class Real>
 Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
                                 std::int32_t status) {
   Real* x = system.secondSolution();
@@ -373,8 +353,10 @@ Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, R
 template Solution<float> residualAndSlope(System<float>&, bool, float*, float, std::int32_t);
 template Solution<double> residualAndSlope(System<double>&, bool, double*, double, std::int32_t);
 template class System<double>;
-template System<double> System<double>::converted(int, int, const float*, const float*);
+template System<double> System<double>::converted(std::shared_ptr<const KernelForms<double>>,
+                                                  const float*);
 template class System<float>;
-template System<float> System<float>::converted(int, int, const double*, const double*);
+template System<float> System<float>::converted(std::shared_ptr<const KernelForms<float>>,
+                                                const double*);
 
 }  // namespace vorin::brd

@@ -6,11 +6,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <type_traits>
 #include <vector>
 
 #include "brd/active_normal_equations.hpp"
+#include "brd/kernel_forms.hpp"
+#include "brd/pass_prediction.hpp"
 #include "brd/solution.hpp"
 #include "toolbox/aligned.hpp"
 
@@ -22,16 +25,19 @@ class System {
   /// Borrows K (m x n, column-major) and d (m). Sizes below 1 count as empty.
   System(int m, int n, const Real* K, const Real* d);
 
-  /// Converts K and d from the caller's precision into copies of its own.
+  /// Shares the kernel with other systems and borrows d (m).
+  System(std::shared_ptr<const KernelForms<Real>> kernel, const Real* d);
+
+  /// Converts d from the caller's precision into a copy of its own.
   template <class Other>
-  static System converted(int m, int n, const Other* K, const Other* d);
+  static System converted(std::shared_ptr<const KernelForms<Real>> kernel, const Other* d);
 
   int m() const { return m_; }
   int n() const { return n_; }
   const Real* K() const { return K_; }
   const Real* d() const { return d_; }
 
-  /// K'K (n x n), formed at the first call and then kept; null in single precision, which never
+  /// K'K (n x n), formed at the first use of the kernel; null in single precision, which never
   /// solves by it.
   const Real* gram();
 
@@ -68,6 +74,12 @@ class System {
   /// begins anew.
   void factorByLu();
 
+  /// The passes of a solve at `weight` from f and c that are settled without their systems, given
+  /// its tolerance and its limit of passes; null where none is. What they leave to the solve is as
+  /// PassPrediction::run() says, and c (m) is only compared with.
+  const PassPrediction* predictPasses(Real* f, const Real* c, Real weight, Real tolerance,
+                                      int mostPasses);
+
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
   Real* secondSolution() { return secondSolution_.data(); }
@@ -82,12 +94,11 @@ class System {
     normalEquations  // the system is normalEquations_'s
   };
 
-  void copyByRows();
+  bool canSquare(Real weight) const;
   bool sameMask(const Real* f, Real weight) const;
   void storeMask(const Real* f, Real weight);
   bool selectNormalEquations();
   bool factorByCholesky();
-  double meanSquare();
   void packActive();
   void formActiveColumns();
   void formAllColumns();
@@ -96,17 +107,14 @@ class System {
   void solve(const Real* right, Real* x);
   void project(const Real* x, Real* out) const;
 
+  std::shared_ptr<const KernelForms<Real>> kernel_;
   int m_;
   int n_;
-  AlignedVector<Real> ownKernel_;
   std::vector<Real> ownData_;
   const Real* K_;
   const Real* d_;
-  bool kernelIsFinite_ = true;
-  int paddedColumns_ = 0;
-  AlignedVector<Real> kernelByRows_;  // m x paddedColumns_, row-major, zeros in the padding
-  AlignedVector<Real> product_;       // paddedColumns_: K' c
-  std::vector<Real> projectedData_;   // paddedColumns_: K' d, empty until the first use
+  AlignedVector<Real> product_;      // paddedColumns(): K' c
+  std::vector<Real> projectedData_;  // paddedColumns(): K' d, empty until the first use
 
   // The system that is factored.
   std::vector<Real> mask_;   // 1, 0, or a NaN of f
@@ -114,8 +122,8 @@ class System {
   Real weight_ = 0;
   bool factored_ = false;
   Form form_ = Form::lu;
-  double meanSquare_ = -1;  // squared column norm, below 0 until the first use
   std::optional<ActiveNormalEquations> normalEquations_;
+  std::optional<PassPrediction> prediction_;
   AlignedVector<Real> packed_;      // the active columns in panels of rows, for the gram kernel
   AlignedVector<Real> G_;           // m x m; its factors after `factor`
   AlignedVector<Real> allColumnG_;  // G with all columns active, empty until the first use

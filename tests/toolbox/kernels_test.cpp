@@ -209,6 +209,16 @@ TYPED_TEST(KernelsTest, SumRunsHasTheBitsOfThePlainSumAtEveryLevel) {
   }
 }
 
+template <class Real>
+std::vector<Real> randomValues(std::size_t length) {
+  Uniform uniform(length);
+  std::vector<Real> values(length);
+  for (Real& value : values) {
+    value = static_cast<Real>(uniform());
+  }
+  return values;
+}
+
 TYPED_TEST(KernelsTest, AddColumnsHasTheBitsOfThePlainSumAtEveryLevel) {
   using Real = TypeParam;
   const LevelGuard guard;
@@ -244,6 +254,44 @@ TYPED_TEST(KernelsTest, AddColumnsHasTheBitsOfThePlainSumAtEveryLevel) {
                                                  gotSum.data(), gotSize.data());
         EXPECT_EQ(gotSum, sum) << n << ", " << count << " at level " << static_cast<int>(level);
         EXPECT_EQ(gotSize, size) << n << ", " << count << " at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
+TYPED_TEST(KernelsTest, OuterProductsHaveTheBitsOfThePlainLoopsAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  constexpr int padding = vorin::kernels::rowPadding<Real>;
+  for (const int n : {0, padding, 2 * padding, 5 * padding}) {
+    for (const int count : {0, 1, 3, 20}) {
+      const std::vector<Real> A = randomValues<Real>(area(n, 2 * count + 1));
+      const std::vector<Real> start = randomValues<Real>(area(n, n));
+      for (const Real factor : {Real(1), Real(-1)}) {
+        std::vector<int> columns;
+        std::vector<Real> expected = start;
+        for (int k = 0; k < count; ++k) {
+          columns.push_back(2 * k + 1);
+          const Real* a = A.data() + area(n, 2 * k + 1);
+          for (int j = 0; j < n; ++j) {
+            for (int i = j; i < n; ++i) {
+              expected[area(n, j) + static_cast<std::size_t>(i)] += a[i] * (factor * a[j]);
+            }
+          }
+        }
+        for (const Level level : levels) {
+          vorin::kernels::useLevel(level);
+          std::vector<Real> got = start;
+          vorin::kernels::table<Real>().addOuterProducts(n, count, columns.data(), A.data(), factor,
+                                                         got.data());
+          for (int j = 0; j < n; ++j) {
+            for (int i = j; i < n; ++i) {
+              const std::size_t place = area(n, j) + static_cast<std::size_t>(i);
+              EXPECT_EQ(got[place], expected[place])
+                  << n << ", " << count << " at level " << static_cast<int>(level);
+            }
+          }
+        }
       }
     }
   }

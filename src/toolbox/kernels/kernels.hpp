@@ -84,6 +84,13 @@ struct Table {
   ///   for (k = 0 .. n-1) { b[k] /= L(k, k); for (i = k+1 .. n-1) b[i] -= L(i, k) * b[k]; }
   ///   for (k = n-1 .. 0) { for (i = n-1 .. k+1) b[k] -= L(i, k) * b[i]; b[k] /= L(k, k); }
   void (*choleskySolve)(int n, int ld, const Real* L, Real* b);
+
+  /// Adds the outer products of chosen columns of A (n rows, column-major, n a multiple of
+  /// rowPadding) to the lower triangle of S (n x n). What is above the diagonal is changed.
+  /// Plain form, for every i >= j:
+  ///   for (k = 0 .. count-1) S(i, j) += A(i, columns[k]) * (factor * A(j, columns[k]));
+  void (*addOuterProducts)(int n, int count, const int* columns, const Real* A, Real factor,
+                           Real* S);
 };
 
 /// The kernels at the level in use.

@@ -3,6 +3,8 @@
 // loops and factored by LU in every pass. Nothing is kept from one call to the next.
 #include <algorithm>
 #include <cstddef>
+#include <memory>
+#include <utility>
 
 #include "brd/system.hpp"
 #include "toolbox/extent.hpp"
@@ -12,7 +14,11 @@
 namespace vorin::brd {
 template <class Real>
 System<Real>::System(int m, int n, const Real* K, const Real* d)
-    : m_(std::max(m, 0)), n_(std::max(n, 0)), K_(K), d_(d) {
+    : System(std::make_shared<const KernelForms<Real>>(m, n, K), d) {}
+
+template <class Real>
+System<Real>::System(std::shared_ptr<const KernelForms<Real>> kernel, const Real* d)
+    : kernel_(std::move(kernel)), m_(kernel_->m()), n_(kernel_->n()), K_(kernel_->K()), d_(d) {
   const auto length = static_cast<std::size_t>(m_);
   product_.resize(static_cast<std::size_t>(n_));
   projectedData_.resize(static_cast<std::size_t>(n_));
@@ -24,19 +30,13 @@ System<Real>::System(int m, int n, const Real* K, const Real* d)
 
 template <class Real>
 template <class Other>
-System<Real> System<Real>::converted(int m, int n, const Other* K, const Other* d) {
-  m = std::max(m, 0);
-  n = std::max(n, 0);
-  AlignedVector<Real> kernel(area(m, n));
-  std::vector<Real> data(static_cast<std::size_t>(m));
-  for (std::size_t i = 0; i < kernel.size(); ++i) {
-    kernel[i] = static_cast<Real>(K[i]);
-  }
+System<Real> System<Real>::converted(std::shared_ptr<const KernelForms<Real>> kernel,
+                                     const Other* d) {
+  std::vector<Real> data(static_cast<std::size_t>(kernel->m()));
   for (std::size_t j = 0; j < data.size(); ++j) {
     data[j] = static_cast<Real>(d[j]);
   }
-  System system(m, n, kernel.data(), data.data());
-  system.ownKernel_ = std::move(kernel);
+  System system(std::move(kernel), data.data());
   system.ownData_ = std::move(data);
   return system;
 }
@@ -145,6 +145,12 @@ void System<Real>::solveDual(const Real* c, bool /*isMaskOfC*/, Real* x) {
 }
 
 template <class Real>
+const PassPrediction* System<Real>::predictPasses(Real* /*f*/, const Real* /*c*/, Real /*weight*/,
+                                                  Real /*tolerance*/, int /*mostPasses*/) {
+  return nullptr;
+}
+
+template <class Real>
 Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
                                 std::int32_t status) {
   Real* x = system.secondSolution();
@@ -155,8 +161,10 @@ Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, R
 template Solution<float> residualAndSlope(System<float>&, bool, float*, float, std::int32_t);
 template Solution<double> residualAndSlope(System<double>&, bool, double*, double, std::int32_t);
 template class System<double>;
-template System<double> System<double>::converted(int, int, const float*, const float*);
+template System<double> System<double>::converted(std::shared_ptr<const KernelForms<double>>,
+                                                  const float*);
 template class System<float>;
-template System<float> System<float>::converted(int, int, const double*, const double*);
+template System<float> System<float>::converted(std::shared_ptr<const KernelForms<float>>,
+                                                const double*);
 
 }  // namespace vorin::brd

@@ -1,0 +1,158 @@
+#include "brd/pass_prediction.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <numeric>
+
+#include "toolbox/extent.hpp"
+#include "toolbox/kernels/kernels.hpp"
+
+namespace vorin::brd {
+namespace {
+
+// A step counts as above the tolerance when it is by this factor, and above what rounding makes of
+// y.
+constexpr double stepMargin = 4.0;
+constexpr double roundingShare = 1e-10;
+
+// The passes that the solve itself makes after the prediction.
+constexpr int closingPasses = 2;
+
+double sumOfSquares(const AlignedVector<double>& values) {
+  return std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
+}
+
+}  // namespace
+
+PassPrediction::PassPrediction(const RankFactor& factor, const double* b)
+    : factor_(factor),
+      b_(b),
+      mask_(length(factor.columns)),
+      block_(factor.square.size()),
+      factors_(factor.square.size()),
+      pivots_(length(factor.padded)),
+      right_(length(factor.columns)),
+      y_(length(factor.padded)),
+      earlierY_(length(factor.padded)),
+      values_(length(factor.paddedColumns)) {}
+
+// R_A R_A' of the columns with f > 0: from R R' where most are, from nothing where few are.
+void PassPrediction::begin(const double* f) {
+  active_.clear();
+  leaving_.clear();
+  for (int i = 0; i < factor_.columns; ++i) {
+    mask_[length(i)] = f[i] > 0.0 ? 1 : 0;
+    (f[i] > 0.0 ? active_ : leaving_).push_back(i);
+  }
+  steps_.clear();
+  if (leaving_.size() <= active_.size()) {
+    block_ = factor_.square;
+    change(static_cast<int>(leaving_.size()), leaving_.data(), -1.0);
+  } else {
+    std::fill(block_.begin(), block_.end(), 0.0);
+    change(static_cast<int>(active_.size()), active_.data(), 1.0);
+  }
+}
+
+void PassPrediction::change(int count, const int* columns, double sign) {
+  kernels::table<double>().addOuterProducts(factor_.padded, count, columns,
+                                            factor_.byColumns.data(), sign, block_.data());
+}
+
+void PassPrediction::solvePass(double weight) {
+  const auto& kernel = kernels::table<double>();
+  const int rows = factor_.padded;
+  std::transform(active_.begin(), active_.end(), right_.begin(),
+                 [this](int i) { return b_[length(i)]; });
+  kernel.combineColumns(rows, static_cast<int>(active_.size()), active_.data(),
+                        factor_.byColumns.data(), right_.data(), y_.data());
+  factors_ = block_;
+  for (int k = 0; k < rows; ++k) {
+    factors_[area(rows, k) + length(k)] += weight;
+  }
+  kernel.cholesky(rows, rows, factors_.data(), pivots_.data());
+  kernel.choleskySolve(rows, rows, factors_.data(), y_.data());
+  kernel.combineRows(rows, factor_.paddedColumns, factor_.byRows.data(), y_.data(), values_.data());
+  for (int i = 0; i < factor_.columns; ++i) {
+    values_[length(i)] = b_[length(i)] - values_[length(i)];
+  }
+}
+
+double PassPrediction::squaredStep(double weight) const {
+  double sum = 0.0;
+  for (std::size_t k = 0; k < y_.size(); ++k) {
+    const double change = y_[k] - earlierY_[k];
+    sum += change * change;
+  }
+  return sum / (weight * weight);
+}
+
+// Takes the columns with positive values for the next pass; false where they are the same.
+bool PassPrediction::takeMask() {
+  entering_.clear();
+  leaving_.clear();
+  earlierMask_ = mask_;
+  for (int i = 0; i < factor_.columns; ++i) {
+    const char next = values_[length(i)] > 0.0 ? 1 : 0;
+    if (next != mask_[length(i)]) {
+      mask_[length(i)] = next;
+      (next != 0 ? entering_ : leaving_).push_back(i);
+    }
+  }
+  if (entering_.empty() && leaving_.empty()) {
+    return false;
+  }
+  active_.clear();
+  for (int i = 0; i < factor_.columns; ++i) {
+    if (mask_[length(i)] != 0) {
+      active_.push_back(i);
+    }
+  }
+  if (entering_.size() + leaving_.size() > active_.size()) {
+    std::fill(block_.begin(), block_.end(), 0.0);
+    change(static_cast<int>(active_.size()), active_.data(), 1.0);
+  } else {
+    change(static_cast<int>(leaving_.size()), leaving_.data(), -1.0);
+    change(static_cast<int>(entering_.size()), entering_.data(), 1.0);
+  }
+  return true;
+}
+
+bool PassPrediction::run(double weight, double tolerance, int mostPasses, const double* f) {
+  begin(f);
+  for (int pass = 1; pass < mostPasses - closingPasses; ++pass) {
+    solvePass(weight);
+    double step = 0.0;
+    if (pass == 1) {
+      firstActive_ = active_;
+      firstValues_.resize(active_.size());
+      std::transform(active_.begin(), active_.end(), firstValues_.begin(),
+                     [&](int i) { return values_[length(i)] / weight; });
+    } else {
+      step = squaredStep(weight);
+      const double rounding = roundingShare * roundingShare * sumOfSquares(y_) / (weight * weight);
+      if (!(step > stepMargin * tolerance + rounding)) {
+        // Whether this is the last pass is for the solve to find, from the one before on.
+        mask_ = earlierMask_;
+        return steps_.size() > 1;
+      }
+    }
+    steps_.push_back(step);
+    if (!takeMask()) {
+      return steps_.size() > 1;
+    }
+    std::swap(y_, earlierY_);
+  }
+  return false;
+}
+
+bool PassPrediction::takeFirstStep(double step, double tolerance, double* f) {
+  if (!(step > stepMargin * tolerance)) {
+    return false;
+  }
+  steps_.front() = step;
+  std::copy(mask_.begin(), mask_.end(), f);
+  return true;
+}
+
+}  // namespace vorin::brd
