@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/child.hpp"
+#include "toolkit/two_dimensional/compressed_map.hpp"
 #include "toolkit/two_dimensional/map_report.hpp"
 #include "two_dimensional/experiments.hpp"
 
