@@ -38,12 +38,10 @@ struct Traits<double> {
 
 constexpr std::size_t messageWidth = 64;
 
-// A message is formatted only when the log is open.
 template <class Compose>
-void log(std::string_view kind, Compose compose) {
-  if (params::logIsOpen()) {
-    params::VorinLogLine("vrBRD_w", kind, params::cutTo(compose(), messageWidth));
-  }
+void log(std::string_view kind, const Compose& compose) {
+  params::VorinLogLine("vrBRD_w", kind,
+                       [&] { return std::string(params::cutTo(compose(), messageWidth)); });
 }
 
 }  // namespace

@@ -15,9 +15,6 @@ namespace {
 constexpr double stepMargin = 4.0;
 constexpr double roundingShare = 1e-10;
 
-// The passes that the solve itself makes after the prediction.
-constexpr int closingPasses = 2;
-
 double sumOfSquares(const AlignedVector<double>& values) {
   return std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
 }
@@ -45,6 +42,7 @@ void PassPrediction::begin(const double* f) {
     (f[i] > 0.0 ? active_ : leaving_).push_back(i);
   }
   steps_.clear();
+  masks_.clear();
   if (leaving_.size() <= active_.size()) {
     block_ = factor_.square;
     change(static_cast<int>(leaving_.size()), leaving_.data(), -1.0);
@@ -118,32 +116,68 @@ bool PassPrediction::takeMask() {
   return true;
 }
 
+void PassPrediction::keepFirstValues(double weight) {
+  firstActive_ = active_;
+  firstValues_.resize(active_.size());
+  std::transform(active_.begin(), active_.end(), firstValues_.begin(),
+                 [&](int i) { return values_[length(i)] / weight; });
+}
+
+// The earlier pass that had the present mask after the same mask as now; 0 where none had.
+int PassPrediction::earlierTurn() const {
+  const auto n = static_cast<std::ptrdiff_t>(mask_.size());
+  const int pass = static_cast<int>(steps_.size()) + 1;
+  const auto maskOf = [&](std::ptrdiff_t number) { return masks_.begin() + (number - 1) * n; };
+  for (int earlier = pass - 2; earlier > 1; --earlier) {
+    if (std::equal(mask_.begin(), mask_.end(), maskOf(earlier)) &&
+        std::equal(earlierMask_.begin(), earlierMask_.end(), maskOf(earlier - 1))) {
+      return earlier;
+    }
+  }
+  return 0;
+}
+
+// Goes through the passes from `turn` on again and again, to the pass `last`.
+void PassPrediction::repeatTurns(int turn, int last) {
+  const std::size_t period = steps_.size() + 1 - length(turn);
+  while (steps_.size() < length(last)) {
+    steps_.push_back(steps_[steps_.size() - period]);
+  }
+  const std::size_t place = length(turn - 1) + (length(last) - length(turn)) % period;
+  const auto begin = masks_.begin() + static_cast<std::ptrdiff_t>(place * mask_.size());
+  std::copy_n(begin, mask_.size(), mask_.begin());
+}
+
 bool PassPrediction::run(double weight, double tolerance, int mostPasses, const double* f) {
+  // The passes that are left to the solve begin with this one at the latest.
+  const int last = mostPasses - 1;
   begin(f);
-  for (int pass = 1; pass < mostPasses - closingPasses; ++pass) {
+  while (static_cast<int>(steps_.size()) < last) {
+    masks_.insert(masks_.end(), mask_.begin(), mask_.end());
     solvePass(weight);
     double step = 0.0;
-    if (pass == 1) {
-      firstActive_ = active_;
-      firstValues_.resize(active_.size());
-      std::transform(active_.begin(), active_.end(), firstValues_.begin(),
-                     [&](int i) { return values_[length(i)] / weight; });
+    if (steps_.empty()) {
+      keepFirstValues(weight);
     } else {
       step = squaredStep(weight);
       const double rounding = roundingShare * roundingShare * sumOfSquares(y_) / (weight * weight);
       if (!(step > stepMargin * tolerance + rounding)) {
         // Whether this is the last pass is for the solve to find, from the one before on.
         mask_ = earlierMask_;
-        return steps_.size() > 1;
+        break;
       }
     }
     steps_.push_back(step);
-    if (!takeMask()) {
-      return steps_.size() > 1;
+    if (static_cast<int>(steps_.size()) == last || !takeMask()) {
+      break;
+    }
+    if (const int turn = earlierTurn(); turn > 0) {
+      repeatTurns(turn, last);
+      break;
     }
     std::swap(y_, earlierY_);
   }
-  return false;
+  return steps_.size() > 1;
 }
 
 bool PassPrediction::takeFirstStep(double step, double tolerance, double* f) {

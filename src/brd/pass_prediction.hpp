@@ -27,8 +27,9 @@ class PassPrediction {
   PassPrediction(const RankFactor& factor, const double* b);
 
   /// Predicts the passes of a solve at `weight` from the mask of f (n), whose elements are 0 or
-  /// above. False where not one pass is settled, and where the solve would need about
-  /// `mostPasses`. The step of the first pass is left to takeFirstStep().
+  /// above, but the last two of
+  /// `mostPasses`. Masks that come back in turn are taken to go on so.
+  /// False where not one pass is settled. The step of the first pass is left to takeFirstStep().
   bool run(double weight, double tolerance, int mostPasses, const double* f);
 
   /// K'c of the first pass over its active columns, and these.
@@ -49,10 +50,14 @@ class PassPrediction {
   void solvePass(double weight);
   double squaredStep(double weight) const;
   bool takeMask();
+  void keepFirstValues(double weight);
+  int earlierTurn() const;
+  void repeatTurns(int turn, int last);
 
   const RankFactor& factor_;
   const double* b_;
-  std::vector<char> mask_;
+  std::vector<char> masks_;        ///< of the passes so far, one after the other
+  std::vector<char> mask_;         ///< of the present pass
   std::vector<char> earlierMask_;  ///< of the pass before
   std::vector<int> active_;
   std::vector<int> entering_;

@@ -12,6 +12,7 @@
 #include "brd/kernel_forms.hpp"
 #include "brd/qp_route.hpp"
 #include "brd/system.hpp"
+#include "toolbox/norms.hpp"
 
 namespace vorin::brd {
 
@@ -26,6 +27,12 @@ class ProblemKernel {
   int m() const { return m_; }
   int n() const { return n_; }
   const Real* K() const { return K_; }
+
+  /// vorin::meanSquaredColumnNorm() of K, formed once.
+  float meanSquaredColumnNorm() const {
+    std::call_once(normFormed_, [this] { norm_ = vorin::meanSquaredColumnNorm(m_, n_, K_); });
+    return norm_;
+  }
 
   /// The forms in the precision `Working`.
   template <class Working>
@@ -52,6 +59,8 @@ class ProblemKernel {
   int n_;
   const Real* K_;
   mutable std::tuple<Forms<float>, Forms<double>> forms_;
+  mutable std::once_flag normFormed_;
+  mutable float norm_ = 0.0f;
 };
 
 /// d (m) and the kernel belong to the caller and must stay as they are while the Problem lives.
@@ -68,6 +77,7 @@ class Problem {
   int n() const { return kernel_->n(); }
   const Real* K() const { return kernel_->K(); }
   const Real* d() const { return d_; }
+  float meanSquaredColumnNorm() const { return kernel_->meanSquaredColumnNorm(); }
 
   /// The system in single or in double precision, made at the first call.
   System<float>& singlePrecision() { return make(single_); }

@@ -14,9 +14,9 @@ namespace vorin::brd {
 namespace {
 
 // The factor ends where the squared norm that is left of each column is below this share of the
-// largest. Elements of single precision are rounded by 3e-8, so that another thousandth of it is
-// mostly that rounding.
-constexpr double smallestPivot = 1e-13;
+// largest. Elements of single precision are rounded by 3e-8, and below the square of that share
+// nearly all columns would be needed.
+constexpr double smallestPivot = 2e-14;
 
 // Below this many columns a factorisation of all is as cheap.
 constexpr int fewestColumns = 12;

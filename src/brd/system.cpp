@@ -308,7 +308,8 @@ template <class Real>
 const PassPrediction* System<Real>::predictPasses(Real* f, const Real* c, Real weight,
                                                   Real tolerance, int mostPasses) {
   if constexpr (hasOtherForms) {
-    if (!canSquare(weight) || n_ > mostColumnsPerRow * m_ || kernel_->rankFactor() == nullptr) {
+    if (!kernel_->isFinite() || !weightAllowsPrediction(weight, kernel_->meanSquare()) ||
+        n_ > mostColumnsPerRow * m_ || kernel_->rankFactor() == nullptr) {
       return nullptr;
     }
     if (!prediction_) {

@@ -15,6 +15,13 @@ inline bool weightIsInRange(double weight, double meanSquare) {
   return weight > 0.0 && weight >= leastShare * meanSquare && weight <= largestShare * meanSquare;
 }
 
+/// True for weights down to a tenth of the least of that range: there the columns of the next pass
+/// can be told in squared forms, but not its numbers.
+inline bool weightAllowsPrediction(double weight, double meanSquare) {
+  constexpr double reach = 10.0;
+  return weightIsInRange(weight, meanSquare) || weightIsInRange(reach * weight, meanSquare);
+}
+
 /// A bound of the relative error of a solve with K_A'K_A + w I or K_A K_A' + w I: the rounding of a
 /// double times the condition number, which is at most 1 + trace(K'K) / w.
 inline double relativeRounding(double weight, double trace) {

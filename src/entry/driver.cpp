@@ -12,7 +12,6 @@
 #include "reduce/prune_plan.hpp"
 #include "toolbox/convert.hpp"
 #include "toolbox/extent.hpp"
-#include "toolbox/norms.hpp"
 #include "weight/weight_driver.hpp"
 
 namespace vorin::entry {
@@ -24,19 +23,16 @@ constexpr int fewestPruned = 10;
 
 void invertUnpruned(const Inversion& job, std::int32_t& status) {
   report("No pruning");
-  params::setReal("WREF", meanSquaredColumnNorm(job.nf, job.ng, job.K));
-  weight::Vorin_SEtoW(job.nf, job.ng, job.K, job.Y, job.F, status);
-  // Required: only without pruning does the reference go back to 1 after the call; with
-  // pruning a host can read it.
-  params::setReal("WREF", 1.0f);
+  const brd::ProblemKernel<float> kernel(job.nf, job.ng, job.K);
+  invertReduced(kernel, false, job.Y, job.F, status);
 }
 
 void invertPruned(const Inversion& job, const reduce::Reduction& reduction, std::int32_t& status) {
   reduce::WorkArrays arrays;
   const reduce::ReducedProblem pruned = reduce::reduceContiguously(reduction, arrays);
   report(reductionLine("With pruning from ", job.nf, pruned.rows));
-  params::setReal("WREF", meanSquaredColumnNorm(pruned.rows, job.ng, pruned.K));
-  weight::Vorin_SEtoW(pruned.rows, job.ng, pruned.K, pruned.d, job.F, status);
+  const brd::ProblemKernel<float> kernel(pruned.rows, job.ng, pruned.K);
+  invertReduced(kernel, true, pruned.d, job.F, status);
 }
 
 // Required: a log at level 4 brings the section even when SAVE is 0, and of the values of
@@ -73,6 +69,18 @@ reduce::Reduction plainReduction(const Inversion& job) {
     reduction.mode = text == "LI" ? reduce::pruneLinear : reduce::pruneLog;
   }
   return reduction;
+}
+
+void invertReduced(const brd::ProblemKernel<float>& kernel, bool pruned, const float* d, float* F,
+                   std::int32_t& status) {
+  params::setReal("WREF", kernel.meanSquaredColumnNorm());
+  brd::Problem<float> problem(kernel, d);
+  weight::Vorin_SEtoW(problem, F, status);
+  // Required: only without pruning does the reference go back to 1 after the call; with
+  // pruning a host can read it.
+  if (!pruned) {
+    params::setReal("WREF", 1.0f);
+  }
 }
 
 void invert(const Inversion& job, std::int32_t& status) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "brd/problem.hpp"
 #include "reduce/reduction.hpp"
 #include "toolbox/aligned.hpp"
 
@@ -32,6 +33,10 @@ reduce::Reduction wholeProblem(const Inversion& job);
 
 /// How the primary driver reduces `job`, by the parameters as they are. job.W is read.
 reduce::Reduction plainReduction(const Inversion& job);
+
+/// The steps after the reduction, for data d: the weight driver and the reference of its limits.
+void invertReduced(const brd::ProblemKernel<float>& kernel, bool pruned, const float* d, float* F,
+                   std::int32_t& status);
 
 /// T, W, G and FIT for a host of the six-argument entries: the point index, ones, a
 /// placeholder grid from 1 to 10, and scratch.

@@ -2,6 +2,9 @@
 // for a key.
 #include "params/block.hpp"
 
+#include <algorithm>
+#include <cstdint>
+
 #include "params/text.hpp"
 #include "toolbox/instance.hpp"
 
@@ -12,18 +15,45 @@ Block& block() {
   return stateOf(InstancePart::parameters, theBlock);
 }
 
+namespace {
+
+// Four characters as one number, so that a key is found by comparisons of numbers: a search asks
+// for some hundred keys.
+constexpr std::uint32_t packed(std::string_view text) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 0; i < keyLength; ++i) {
+    constexpr unsigned characterBits = 8;
+    number = number << characterBits | static_cast<unsigned char>(i < text.size() ? text[i] : '\0');
+  }
+  return number;
+}
+
+struct PackedKey {
+  std::uint32_t key = 0;
+  std::uint32_t compared = 0;  // all bits of the characters that count
+};
+
+constexpr auto packedKeys = [] {
+  std::array<PackedKey, keyTable.size()> keys;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    constexpr std::string_view all = "\xff\xff\xff\xff";
+    keys[i] = {packed(keyTable[i].key), packed(all.substr(0, keyTable[i].key.size()))};
+  }
+  return keys;
+}();
+
+}  // namespace
+
 std::size_t findKey(std::string_view key) {
   std::array<char, keyLength> upper;
   fillField(upper, key);
   for (char& c : upper) {
     c = ToUpperCase(c);
   }
-  const std::string_view wanted(upper.data(), upper.size());
-  std::size_t index = 0;
-  while (index < keyTable.size() && !matches(keyTable[index], wanted)) {
-    ++index;
-  }
-  return index;
+  const std::uint32_t wanted = packed({upper.data(), upper.size()});
+  const auto found = std::ranges::find_if(
+      packedKeys, [wanted](const PackedKey& row) { return (wanted & row.compared) == row.key; });
+  return static_cast<std::size_t>(found - packedKeys.begin());
 }
 
 }  // namespace vorin::params

@@ -2,6 +2,7 @@
 // module::kind::message, which each inversion rewrites from its start.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,6 +25,10 @@ void VorinLogOpen(bool open);
 /// blanks, if the log is open. The pieces are joined without blanks.
 void VorinLogLine(std::string_view module, std::string_view kind, std::string_view message);
 
+/// The same with the message that `compose` returns, which is called only while the log is open.
+template <std::invocable Compose>
+void VorinLogLine(std::string_view module, std::string_view kind, const Compose& compose);
+
 /// Writes `text` without trailing blanks as a line of its own, if the log is open.
 void VorinLogText(std::string_view text);
 
@@ -34,5 +39,12 @@ void flushLog();
 
 /// True while the log has a file behind it.
 bool logIsOpen();
+
+template <std::invocable Compose>
+void VorinLogLine(std::string_view module, std::string_view kind, const Compose& compose) {
+  if (logIsOpen()) {
+    VorinLogLine(module, kind, std::string_view(std::string(compose())));
+  }
+}
 
 }  // namespace vorin::params

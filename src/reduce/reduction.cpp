@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "reduce/prune_plan.hpp"
 #include "reduce/svd_compression.hpp"
 #include "toolbox/extent.hpp"
 
@@ -44,16 +43,7 @@ class Reducer {
 
  private:
   void prune() {
-    PruneRequest request;
-    request.points = job_.points;
-    request.capacityPoints = job_.capacityPoints;
-    request.maxBins = job_.capacity;
-    request.t = job_.t;
-    request.scale = job_.scale;
-    request.firstPoint = job_.firstPoint;
-    request.target = job_.target;
-    request.mode = job_.mode;
-    const PrunePlan plan(request);
+    const PrunePlan plan(pruneRequest(job_));
     // A compression that follows works in place and leaves up to `columns` rows.
     storage_ = destination_.reserve(
         job_.compresses() ? std::max(plan.count(), job_.columns) : plan.count(), job_.columns);
@@ -134,6 +124,19 @@ float* WorkArrays::scratch(std::size_t count) {
 float* HostArrays::scratch(std::size_t count) {
   scratch_.resize(std::max(scratch_.size(), count));
   return scratch_.data();
+}
+
+PruneRequest pruneRequest(const Reduction& job) {
+  PruneRequest request;
+  request.points = job.points;
+  request.capacityPoints = job.capacityPoints;
+  request.maxBins = job.capacity;
+  request.t = job.t;
+  request.scale = job.scale;
+  request.firstPoint = job.firstPoint;
+  request.target = job.target;
+  request.mode = job.mode;
+  return request;
 }
 
 ReducedProblem reduceProblem(const Reduction& job, Destination& destination) {

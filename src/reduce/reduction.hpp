@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "reduce/prune_plan.hpp"
+
 namespace vorin::reduce {
 
 /// Where a compression that decomposes the kernel keeps its factors.
@@ -99,6 +101,9 @@ struct ReducedProblem {
   std::int32_t status = 0;  ///< a CompressionStatus. A refused compression leaves the
                             ///< problem as pruning left it.
 };
+
+/// The request for the bins of a problem that is pruned.
+PruneRequest pruneRequest(const Reduction& job);
 
 ReducedProblem reduceProblem(const Reduction& job, Destination& destination);
 

@@ -4,7 +4,6 @@
 #include "params/number_field.hpp"
 #include "params/store.hpp"
 #include "toolbox/extremes.hpp"
-#include "toolbox/norms.hpp"
 #include "weight/noise_fit.hpp"
 #include "weight/noise_scan.hpp"
 #include "weight/residual.hpp"
@@ -92,7 +91,7 @@ void VorinCalcSE(brd::Problem<float>& problem, float* f, float* c, float& wfac, 
                  float& sig, float& rms, float& dse, std::int32_t& status) {
   const float rsig = params::queryReal("RSIG");
   const float l1al = params::queryReal("L1AL");
-  wfac = meanSquaredColumnNorm(problem.m(), problem.n(), problem.K());
+  wfac = problem.meanSquaredColumnNorm();
   w = startingWeight(w, wfac);
   dse = 0.0f;
   rms = rootMeanSquareOfData(problem);
@@ -100,9 +99,10 @@ void VorinCalcSE(brd::Problem<float>& problem, float* f, float* c, float& wfac, 
   if (dse < smallestTarget) {
     dse = targetStandardError(sig, rms, rsig, l1al);
   }
-  params::VorinLogLine("VorinCalcSE2", "Comment",
-                       "wfac=" + params::fixedField(double(wfac), 8, 4) +
-                           " cwei=" + params::generalField(double(w), 12, 4));
+  params::VorinLogLine("VorinCalcSE2", "Comment", [&] {
+    return "wfac=" + params::fixedField(double(wfac), 8, 4) +
+           " cwei=" + params::generalField(double(w), 12, 4);
+  });
 }
 
 }  // namespace vorin::weight

@@ -12,7 +12,8 @@
 namespace vorin::weight {
 namespace {
 
-void comment(const std::string& message) {
+template <class Compose>
+void comment(const Compose& message) {
   params::VorinLogLine("Vorin_SEtoW", "Comment", message);
 }
 
@@ -41,14 +42,16 @@ void noiseMode(brd::Problem<float>& problem, float* f, float* c, ModeResult& res
   params::setReal("WFAC", wfac);
   params::setReal("CSIG", sig);
   if (params::queryInteger("REPO") > 3) {
-    comment(" w(try)=" + number(w));
+    comment([&] { return " w(try)=" + number(w); });
   }
   if (!canStartSearch(w)) {
     w = 1.0f;
   }
   params::setReal("DSE", dse);
-  comment("NOISE: CSIG=" + number(sig) + " RMS=" + number(rms) + "=> DSE=" + number(dse) +
-          " w(try)=" + number(w));
+  comment([&] {
+    return "NOISE: CSIG=" + number(sig) + " RMS=" + number(rms) + "=> DSE=" + number(dse) +
+           " w(try)=" + number(w);
+  });
   Vorin_TargSE(problem, f, c, w, dse, params::queryReal("WITE"), result.signow, result.iter,
                status);
   result.w = w;

@@ -46,10 +46,11 @@ float weightAt(float exponent, float base) {
 
 void logSolve(float w, float standardError, std::int32_t status) {
   // Required: the tag of the line is that of the search.
-  params::VorinLogLine("Vorin_TargSE", "Comment",
-                       "Begin: Iter w=" + params::generalField(double(w), 12, 4) +
-                           "-> cse=" + params::generalField(double(standardError), 12, 4) +
-                           " status=" + params::integerField(status, 3));
+  params::VorinLogLine("Vorin_TargSE", "Comment", [&] {
+    return "Begin: Iter w=" + params::generalField(double(w), 12, 4) +
+           "-> cse=" + params::generalField(double(standardError), 12, 4) +
+           " status=" + params::integerField(status, 3);
+  });
 }
 
 // The scan itself. `w` is left at the last weight that could be solved, `sig` at the

@@ -21,8 +21,9 @@ enum Target { fixed = 0, noise = 1, corner = 2 };
 // One solve at the host's weight.
 void fixedMode(brd::Problem<float>& problem, float* f, float* c, ModeResult& result,
                std::int32_t& status) {
-  params::VorinLogLine("Vorin_SEtoW", "Comment",
-                       "WEIG: target W=" + params::generalField(double(result.w), 12, 4));
+  params::VorinLogLine("Vorin_SEtoW", "Comment", [&] {
+    return "WEIG: target W=" + params::generalField(double(result.w), 12, 4);
+  });
   params::setReal("CWIT", 0.0f);
   float rss = 0.0f;
   float rssSlope = 0.0f;
@@ -33,10 +34,9 @@ void fixedMode(brd::Problem<float>& problem, float* f, float* c, ModeResult& res
 
 }  // namespace
 
-void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::int32_t& status) {
-  brd::Problem<float> problem(m, n, K, d);
+void Vorin_SEtoW(brd::Problem<float>& problem, float* f, std::int32_t& status) {
   // The dual vector starts at ones and is carried from solve to solve.
-  std::vector<float> c(static_cast<std::size_t>(std::max(m, 0)), 1.0f);
+  std::vector<float> c(static_cast<std::size_t>(std::max(problem.m(), 0)), 1.0f);
   ModeResult result;
   result.w = params::queryReal("WEIG");
   status = cornerModeStatus;
@@ -59,6 +59,11 @@ void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::in
   params::setReal("CWEI", result.w);
   params::setReal("CSE ", result.signow);
   params::setReal("CSTA", static_cast<float>(status));
+}
+
+void Vorin_SEtoW(int m, int n, const float* K, const float* d, float* f, std::int32_t& status) {
+  brd::Problem<float> problem(m, n, K, d);
+  Vorin_SEtoW(problem, f, status);
 }
 
 }  // namespace vorin::weight

@@ -21,8 +21,10 @@ constexpr std::size_t messageWidth = 200;
 constexpr float riseAfterFailure = 10.0f;
 constexpr int touchesAllowed = 2;  // of a limit; one more ends the search
 
-void log(std::string_view kind, const std::string& message, std::string_view tag = "Vorin_TargSE") {
-  params::VorinLogLine(tag, kind, params::cutTo(message, messageWidth));
+template <class Compose>
+void log(std::string_view kind, const Compose& compose, std::string_view tag = "Vorin_TargSE") {
+  params::VorinLogLine(tag, kind,
+                       [&] { return std::string(params::cutTo(compose(), messageWidth)); });
 }
 
 std::string number(float value, int digits) {
@@ -103,14 +105,18 @@ class Search {
 void Search::begin(float given, float sigwant) {
   w_ = smallerOf(set_.whi, largerOf(set_.wlo, given));
   if (set_.level > 3) {
-    log("Comment",
-        "dwei=" + params::fixedField(double(given), 8, 4) + " =>" +
-            params::fixedField(double(w_), 8, 4),
+    log(
+        "Comment",
+        [&] {
+          return "dwei=" + params::fixedField(double(given), 8, 4) + " =>" +
+                 params::fixedField(double(w_), 8, 4);
+        },
         "VorinCalcSE");
   }
-  log("Comment", std::string(44, '-'));
-  log("Comment",
-      "Begin: Iter from w= " + number(w_, 4) + " to get sigwant = " + number(sigwant, 4));
+  log("Comment", [] { return std::string(44, '-'); });
+  log("Comment", [&] {
+    return "Begin: Iter from w= " + number(w_, 4) + " to get sigwant = " + number(sigwant, 4);
+  });
   status_ = searchConverged;
   if (w_ <= set_.wlo) {
     w_ = set_.wlo;
@@ -130,12 +136,11 @@ bool Search::iterate() {
   signow_ = std::sqrt(rss_ / static_cast<float>(problem_.m()));
   const float wnew = insideLimits(status_ == 0 ? afterGoodSolve() : riseAfterFailure * w_);
   const float conv = (rss_ - target_) / rss_;
-  // Six numbers are formatted only where somebody reads them.
-  if (params::logIsOpen()) {
-    log("I", "iw=" + count(iter_) + " w=" + number(w_, 5) + " wwant=" + number(wwant_, 5) +
-                 " wnew=" + number(wnew, 5) + " signow=" + number(signow_, 5) +
-                 " conv=" + number(conv, 5));
-  }
+  log("I", [&] {
+    return "iw=" + count(iter_) + " w=" + number(w_, 5) + " wwant=" + number(wwant_, 5) +
+           " wnew=" + number(wnew, 5) + " signow=" + number(signow_, 5) +
+           " conv=" + number(conv, 5);
+  });
   if (touchedLimitTooOften()) {
     return true;
   }
@@ -143,12 +148,12 @@ bool Search::iterate() {
     return endAfterFailure();
   }
   if (set_.tolerance > std::abs(conv)) {
-    log("I", "Weight iteration succesful after " + count(iter_) + "iterations");
+    log("I", [&] { return "Weight iteration succesful after " + count(iter_) + "iterations"; });
     status_ = searchConverged;
     return true;
   }
   if (iter_ > limit_) {
-    log("E", "Weight iterations " + count(iter_) + " exceeded");
+    log("E", [&] { return "Weight iterations " + count(iter_) + " exceeded"; });
     restore();
     status_ = searchExhausted;
     return true;
@@ -189,12 +194,12 @@ float Search::insideLimits(float wnew) {
 bool Search::touchedLimitTooOften() {
   if (loHits_ > touchesAllowed) {
     status_ = searchLowerLimit;
-    log("E", "Wmin " + number(set_.wlo, 4) + " is hit");
+    log("E", [&] { return "Wmin " + number(set_.wlo, 4) + " is hit"; });
     return true;
   }
   if (hiHits_ > touchesAllowed) {
     status_ = searchUpperLimit;
-    log("E", "Wmax " + number(set_.whi, 4) + " is hit");
+    log("E", [&] { return "Wmax " + number(set_.whi, 4) + " is hit"; });
     return true;
   }
   return false;
@@ -203,7 +208,7 @@ bool Search::touchedLimitTooOften() {
 // After a good solve a failure ends the search with that solve. Before one the weight
 // rises and the search goes on, past the iteration limit if need be.
 bool Search::endAfterFailure() {
-  log("W", "BRD Iterations exceeeded");
+  log("W", [] { return "BRD Iterations exceeeded"; });
   status_ = searchSolverFailed;
   if (saved_.exists) {
     restore();

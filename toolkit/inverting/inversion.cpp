@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "toolkit/inverting/choice.hpp"
+#include "toolkit/inverting/classic.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
@@ -213,13 +214,12 @@ Inversion solve(const Problem& problem, const InversionSettings& settings) {
   return result;
 }
 
-UserError noNoise() {
-  return UserError(
-      "the data show no noise to aim the fit at (too few samples, or computed data); give the "
-      "noise by --noise SIGMA or a weight by --weight W");
-}
-
 }  // namespace
+
+NoNoise::NoNoise()
+    : UserError(
+          "the data show no noise to aim the fit at (too few samples, or computed data); give the "
+          "noise by --noise SIGMA or a weight by --weight W") {}
 
 void requireUsable(const Decay& decay, const InversionSettings& settings) {
   const double largest = largestMagnitude(decay.amplitude);
@@ -243,7 +243,7 @@ void requireNoise(const Decay& decay, const InversionSettings& settings) {
   const LibraryJob job;
   setKeys(settings);
   if ((weightIsChosen(settings) || needsNoise(settings)) && !differenceNoise(decay)) {
-    throw noNoise();
+    throw NoNoise();
   }
 }
 
@@ -257,7 +257,7 @@ Inversion search(const Problem& problem, const KnownNoise& noise,
   if (noise.value) {
     setNoise(*noise.value / scale);
   } else if (needsNoise(settings)) {
-    throw noNoise();
+    throw NoNoise();
   }
   Inversion result = solve(problem, settings);
   result.noise = noise.value.value_or(0.0);
@@ -428,6 +428,11 @@ Adjusted adjusted(const Decay& decay, const InversionSettings& settings,
   return applied(decay, settings, inversion.offset, inversion.efficiency);
 }
 
+Inversion invertClassic(const Decay& decay, const Problem& problem,
+                        const InversionSettings& settings) {
+  return search(problem, knownNoise(decay, problem, settings), settings);
+}
+
 Inversion invert(const Decay& original, const InversionSettings& originalSettings) {
   const LibraryJob job(originalSettings.logFile);
   requireUsable(original, originalSettings);
@@ -442,7 +447,7 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
   const std::optional<Choice> choice = choiceFor(adjustment, problem, rejected, noise);
   // Differences that vanish are those of computed data, whose closest fit leaves rounding.
   if (chosen && (!choice || !noise.value)) {
-    throw noNoise();
+    throw NoNoise();
   }
   Inversion result;
   if (chosen) {

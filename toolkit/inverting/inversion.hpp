@@ -13,6 +13,7 @@
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/model/kernel.hpp"
+#include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
 
@@ -136,7 +137,13 @@ inline bool rejectsInLibrary(const InversionSettings& settings) {
 /// noise of an imaginary channel that it does not have.
 void requireUsable(const Decay& decay, const InversionSettings& settings);
 
-/// Throws the UserError with which invert() would answer a decay that shows no noise, so
+/// A decay that shows no noise by which its weight could be chosen.
+class NoNoise : public UserError {
+ public:
+  NoNoise();
+};
+
+/// Throws the NoNoise with which invert() would answer a decay that shows no noise, so
 /// that it can be had before the first of many is inverted.
 void requireNoise(const Decay& decay, const InversionSettings& settings);
 

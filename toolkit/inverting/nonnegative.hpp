@@ -5,8 +5,6 @@
 #include <cstddef>
 #include <vector>
 
-#include "toolkit/inverting/dense_operator.hpp"
-#include "toolkit/inverting/dual_newton.hpp"
 #include "toolkit/inverting/problem.hpp"
 
 namespace vorin::toolkit {
@@ -25,10 +23,6 @@ ReducedProblem columnsOf(const ReducedProblem& problem, ColumnRange range);
 
 /// The problem without the rows whose numbers, rising, are `left`.
 ReducedProblem withoutRows(const ReducedProblem& problem, const std::vector<std::size_t>& left);
-
-/// d - K f of each row, where `f` begins at column `first` and the others are 0.
-std::vector<double> residualOf(const ReducedProblem& problem, const std::vector<double>& f,
-                               std::size_t first = 0);
 
 /// A fit without a penalty.
 struct ClosestFit {
@@ -52,8 +46,7 @@ struct PenalisedFit {
   double logDeterminant = 0.0;  ///< ln det(I + A / w)
 };
 
-/// Solves one problem at many weights by the dual iteration, each from the one before. The fewer
-/// rows the problem has, the faster.
+/// Solves one problem at many weights by its normal matrix, formed once.
 class PenalisedFits {
  public:
   explicit PenalisedFits(const ReducedProblem& problem);
@@ -65,12 +58,13 @@ class PenalisedFits {
   double largestColumn() const;
 
  private:
-  void addFreedom(PenalisedFit& fit) const;
+  void addFreedom(PenalisedFit& fit, const std::vector<double>& f) const;
 
-  std::size_t columns_;
-  std::vector<double> d_;
-  DenseOperator K_;
-  DualState state_;
+  const ReducedProblem* problem_;
+  std::size_t n_;
+  std::vector<double> normal_;      ///< K'K
+  std::vector<double> minusRight_;  ///< -K'd
+  std::vector<double> storage_;
 };
 
 }  // namespace vorin::toolkit

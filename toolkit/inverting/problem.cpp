@@ -6,10 +6,12 @@
 #include <cfloat>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 #include "entry/compressed_driver.hpp"
 #include "entry/compressed_settings.hpp"
 #include "entry/driver.hpp"
+#include "entry/driver_plan.hpp"
 #include "reduce/reduction.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
@@ -28,6 +30,20 @@ std::vector<float> toSingle(const std::vector<double>& values, double divisor = 
 }
 
 }  // namespace
+
+struct PlannedKernel {
+  /// The columns of K from element `offset` on.
+  PlannedKernel(std::shared_ptr<const std::vector<float>> matrix, std::vector<float> abscissae,
+                std::size_t offset, std::size_t columns)
+      : K(std::move(matrix)),
+        T(std::move(abscissae)),
+        driver(static_cast<int>(T.size()), static_cast<int>(columns), K->data() + offset,
+               T.data()) {}
+
+  std::shared_ptr<const std::vector<float>> K;
+  std::vector<float> T;
+  entry::DriverPlan driver;
+};
 
 std::vector<float> pruningAbscissae(const std::vector<double>& times) {
   std::vector<double> abscissae = times;
@@ -54,10 +70,25 @@ Problem::Problem(const Decay& decay, const InversionSettings& settings)
       G_(toSingle(settings.grid)),
       columns_(G_.size()) {}
 
+Problem Problem::withData(const std::vector<float>& data) const {
+  Problem result = *this;
+  result.Y_ = data;
+  return result;
+}
+
+Problem Problem::withAmplitudes(const std::vector<double>& amplitude) const {
+  Problem result = *this;
+  result.scale_ = largestMagnitude(amplitude);
+  result.amplitude_ = amplitude;
+  result.Y_ = toSingle(amplitude, result.scale_);
+  return result;
+}
+
 Problem Problem::within(std::size_t first, std::size_t last) const {
   Problem result = *this;
   result.firstColumn_ = first;
   result.columns_ = last - first + 1;
+  result.plan_.reset();
   return result;
 }
 
@@ -67,6 +98,7 @@ Problem Problem::without(const std::vector<std::size_t>& left) const {
     return result;
   }
   const std::size_t rows = Y_.size();
+  result.plan_.reset();
   result.K_ = std::make_shared<const std::vector<float>>(withoutRows(*K_, rows, left));
   result.T_ = withoutRows(T_, rows, left);
   result.amplitude_ = withoutRows(amplitude_, rows, left);
@@ -88,7 +120,33 @@ std::vector<double> Problem::fitOf(const std::vector<double>& F) const {
   return fit;
 }
 
+Problem Problem::planned() const {
+  Problem result = *this;
+  if (!compressed_ && !plan_) {
+    result.plan_ =
+        std::make_shared<const PlannedKernel>(K_, T_, firstColumn_ * Y_.size(), columns_);
+  }
+  return result;
+}
+
 Solution Problem::solve(const std::vector<float>& Y) const {
+  return plan_ ? solvePlanned(Y, true) : solveAlone(Y);
+}
+
+Solution Problem::solveWithoutFit(const std::vector<float>& Y) const {
+  return plan_ ? solvePlanned(Y, false) : solveAlone(Y);
+}
+
+Solution Problem::solvePlanned(const std::vector<float>& Y, bool withFit) const {
+  Solution result;
+  result.F.resize(G_.size());
+  result.FIT.resize(withFit ? Y.size() : 0);
+  plan_->driver.invert(Y.data(), result.F.data() + firstColumn_,
+                       withFit ? result.FIT.data() : nullptr, result.status);
+  return result;
+}
+
+Solution Problem::solveAlone(const std::vector<float>& Y) const {
   const auto nf = static_cast<std::int32_t>(Y.size());
   const auto ng = static_cast<std::int32_t>(columns_);
   Solution result;
@@ -108,33 +166,20 @@ Solution Problem::solve(const std::vector<float>& Y) const {
 }
 
 ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const {
+  const auto nf = static_cast<std::int32_t>(Y_.size());
+  const auto ng = static_cast<std::int32_t>(columns_);
   std::vector<float> W(Y_.size(), 1.0F);
   for (const std::size_t i : rejected) {
     W[i] = entry::outlierScale;
   }
-  return reductionOf(Y_, W, static_cast<std::int32_t>(columns_));
-}
-
-std::vector<double> Problem::reducedData(const std::vector<float>& data) const {
-  // The bins follow from the times alone: with one column of the kernel they are the same.
-  return reductionOf(data, std::vector<float>(data.size(), 1.0F), 1).d;
-}
-
-ReducedProblem Problem::reductionOf(const std::vector<float>& Y, std::vector<float> W,
-                                    std::int32_t ng) const {
-  const auto nf = static_cast<std::int32_t>(Y.size());
-  const entry::Inversion job{nf,        ng,       K_->data() + firstColumn_ * Y.size(),
-                             T_.data(), Y.data(), W.data()};
+  const entry::Inversion job{nf,        ng,        K_->data() + firstColumn_ * Y_.size(),
+                             T_.data(), Y_.data(), W.data()};
   const reduce::Reduction reduction =
       compressed_ ? entry::compressedReduction(entry::variantC5, job) : entry::plainReduction(job);
   reduce::WorkArrays arrays;
   const reduce::ReducedProblem reduced = reduce::reduceContiguously(reduction, arrays);
   const std::ptrdiff_t rows{reduced.rows};
-  return {reduced.rows,
-          ng,
-          {reduced.K, reduced.K + rows * ng},
-          {reduced.d, reduced.d + rows},
-          reduced.rows};
+  return {reduced.rows, ng, {reduced.K, reduced.K + rows * ng}, {reduced.d, reduced.d + rows}};
 }
 
 std::vector<std::size_t> Problem::outliers(double threshold) const {

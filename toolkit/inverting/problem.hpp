@@ -24,8 +24,6 @@ struct ReducedProblem {
   std::int32_t columns = 0;
   std::vector<double> K;  ///< kernel, rows x columns, column-major
   std::vector<double> d;  ///< data, rows
-  /// Rows that the data have had: more than `rows` where those were condensed.
-  std::int32_t observed = 0;
 };
 
 /// The abscissae on which the library prunes: the times themselves, unless the
@@ -33,6 +31,9 @@ struct ReducedProblem {
 /// the first spacing, so that the sample at 0 stands where an evenly spaced decay
 /// would have its first sample. The kernel keeps the true times.
 std::vector<float> pruningAbscissae(const std::vector<double>& times);
+
+/// What planned() shares.
+struct PlannedKernel;
 
 class Problem {
  public:
@@ -49,12 +50,26 @@ class Problem {
   /// The amplitudes divided by the scale.
   const std::vector<float>& data() const { return Y_; }
 
+  /// The same samples with other amplitudes, in the unit of data(); the scale stays.
+  Problem withData(const std::vector<float>& data) const;
+
+  /// The same times and kernel with the amplitudes of another decay.
+  Problem withAmplitudes(const std::vector<double>& amplitude) const;
+
   /// The problem whose distribution is 0 outside the grid's elements first .. last. Only
   /// solve() and reduced() know of it, and reduced() has the columns inside alone.
   Problem within(std::size_t first, std::size_t last) const;
 
+  /// The same problem for many data vectors, on any number of threads: what they share is formed
+  /// once and kept by all copies of the result. The keys that say how samples are pruned must
+  /// stay as they are now. A problem that is compressed stays as it is.
+  Problem planned() const;
+
   /// Inverts `Y` (as data(), and as long) with the keys as they stand in the store.
   Solution solve(const std::vector<float>& Y) const;
+
+  /// The same without the fit, which takes a pass over the kernel.
+  Solution solveWithoutFit(const std::vector<float>& Y) const;
 
   /// The kernel times `F`, at the samples of this problem, in the unit of F.
   std::vector<double> fitOf(const std::vector<double>& F) const;
@@ -62,9 +77,6 @@ class Problem {
   /// What solve(data()) passes to its weight search with the keys as they are, to the last
   /// bit: the driver's own reduction. `rejected` are the library's outliers.
   ReducedProblem reduced(const std::vector<std::size_t>& rejected = {}) const;
-
-  /// The d of reduced() for other amplitudes, in the unit of data(); not for compressed rows.
-  std::vector<double> reducedData(const std::vector<float>& data) const;
 
   /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
   /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the
@@ -74,8 +86,8 @@ class Problem {
   std::vector<std::size_t> outliers(double threshold) const;
 
  private:
-  ReducedProblem reductionOf(const std::vector<float>& Y, std::vector<float> W,
-                             std::int32_t ng) const;
+  Solution solveAlone(const std::vector<float>& Y) const;
+  Solution solvePlanned(const std::vector<float>& Y, bool withFit) const;
 
   double scale_ = 1.0;
   bool compressed_;                              ///< by VorinyC5_s in place of Voriny_s
@@ -86,6 +98,7 @@ class Problem {
   std::vector<float> G_;                         ///< grid times
   std::size_t firstColumn_ = 0;                  ///< of the grid, for solve() and reduced()
   std::size_t columns_ = 0;
+  std::shared_ptr<const PlannedKernel> plan_;  ///< of these samples and columns; null: none
 };
 
 }  // namespace vorin::toolkit

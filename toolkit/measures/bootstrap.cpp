@@ -15,7 +15,6 @@
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
-#include "toolkit/measures/intervals.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
@@ -23,6 +22,9 @@
 namespace vorin::toolkit {
 
 namespace {
+
+/// What one standard deviation either way leaves out of a normal variate on each side.
+constexpr double tailShare = 0.158655;
 
 /// Fit and residual of an inversion at the samples that it used, in the library's unit.
 struct Parts {
@@ -64,6 +66,14 @@ Parts partsOf(const Inversion& inversion, const Problem& problem) {
 void setReplicateKeys(const InversionSettings& settings, const Inversion& inversion) {
   setKeys(settings);
   setFixedWeight(settings, inversion.weight);
+}
+
+/// The problem with what all replicates share.
+Problem sharedProblem(const Problem& problem, const InversionSettings& settings,
+                      const Inversion& inversion) {
+  const LibraryJob job;
+  setReplicateKeys(settings, inversion);
+  return problem.planned();
 }
 
 /// The replicates of one bootstrap: any share of them can be inverted by a thread.
@@ -121,7 +131,7 @@ class Replicates {
       for (std::size_t i = 0; i < Y.size(); ++i) {
         Y[i] = static_cast<float>(parts_.fit[i] + parts_.residual[engine() % Y.size()]);
       }
-      const Solution solution = problem_.solve(Y);
+      const Solution solution = problem_.solveWithoutFit(Y);
       if (solution.status == 0) {
         std::vector<double>& found = amplitudes_[replicate];
         std::transform(solution.F.begin(), solution.F.end(), std::back_inserter(found),
@@ -160,6 +170,16 @@ double intervalFactor(const Inversion& inversion) {
   return inversion.mode == WeightMode::automatic ? ofChoice : 1.0;
 }
 
+/// The interval of the log mean, from its logarithm and those of the replicates.
+void setInterval(Band& band, double logarithm, std::vector<double>& replicates, double factor) {
+  const double spread =
+      0.5 * (quantile(replicates, 1.0 - tailShare) - quantile(replicates, tailShare));
+  const double halfBias = 0.5 * (quantile(replicates, 0.5) - logarithm);
+  const double reach = factor * std::hypot(spread, halfBias);
+  band.logMeanLower = std::exp(logarithm - halfBias - reach);
+  band.logMeanUpper = std::exp(logarithm - halfBias + reach);
+}
+
 }  // namespace
 
 double quantile(std::vector<double>& values, double fraction) {
@@ -188,8 +208,9 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
   InversionSettings& settings = solved.settings;
   settings.rejectBeyond.reset();
   const Problem whole(solved.decay, settings);
-  const Problem problem =
-      whole.without(inversion.rejected).within(inversion.firstColumn, inversion.lastColumn);
+  const Problem problem = sharedProblem(
+      whole.without(inversion.rejected).within(inversion.firstColumn, inversion.lastColumn),
+      settings, inversion);
   Replicates replicates(problem, partsOf(inversion, problem), settings, inversion, options);
   replicates.run();
 
@@ -209,7 +230,6 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
     if (mean > 0.0) {
       logarithms.push_back(std::log(mean));
     }
-    band.distributions.push_back(replicate);
     ++band.replicates;
   }
   for (std::size_t k = 0; k < grid; ++k) {
@@ -218,11 +238,8 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
     band.lower.push_back(notBelowZero(quantile(amplitudes[k], tailShare) + shift));
     band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - tailShare) + shift));
   }
-  band.intervalFactor = intervalFactor(inversion);
-  const Interval interval =
-      intervalAround(std::log(logMean(inversion.distribution)), logarithms, band.intervalFactor);
-  band.logMeanLower = std::exp(interval.lower);
-  band.logMeanUpper = std::exp(interval.upper);
+  setInterval(band, std::log(logMean(inversion.distribution)), logarithms,
+              intervalFactor(inversion));
   band.intervalTooNarrow = isBroad(inversion.distribution);
   return band;
 }

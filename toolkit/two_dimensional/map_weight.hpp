@@ -4,8 +4,7 @@
 #include <functional>
 #include <vector>
 
-#include "toolkit/inverting/dual_newton.hpp"
-#include "toolkit/two_dimensional/compressed_map.hpp"
+#include "toolkit/two_dimensional/dual_newton.hpp"
 
 namespace vorin::toolkit {
 

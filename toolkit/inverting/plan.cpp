@@ -1,0 +1,85 @@
+#include "toolkit/inverting/plan.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "toolbox/instance.hpp"
+#include "toolkit/inverting/classic.hpp"
+#include "toolkit/inverting/inversion_keys.hpp"
+#include "toolkit/inverting/library_job.hpp"
+#include "toolkit/inverting/problem.hpp"
+#include "toolkit/model/decay.hpp"
+#include "toolkit/model/kernel.hpp"
+
+namespace vorin::toolkit {
+
+namespace {
+
+bool isClassic(const InversionSettings& settings) {
+  return settings.method == Method::classic && !settings.compression && !settings.rejectBeyond &&
+         !settings.baseline && !settings.efficiency;
+}
+
+}  // namespace
+
+InversionPlan::InversionPlan(std::vector<double> times, const InversionSettings& settings)
+    : times_(std::move(times)), settings_(settings), shares_(isClassic(settings)) {
+  settings_.logFile.clear();
+  if (!settings_.matrix) {
+    settings_.matrix = std::make_shared<const std::vector<float>>(
+        kernelMatrix(settings_.kernel, times_, settings_.grid));
+  }
+  const LibraryJob job;
+  setKeys(settings_);
+  if (shares_) {
+    const Decay ones{times_, std::vector<double>(times_.size(), 1.0)};
+    problem_ = std::make_shared<const Problem>(Problem(ones, settings_).planned());
+  }
+}
+
+struct InversionPlan::Worker::State {
+  explicit State(const InversionPlan& of)
+      : plan(&of), settings(of.settings_), decay{of.times_, {}} {
+    instance.logFile = "";
+  }
+
+  const InversionPlan* plan;
+  InversionSettings settings;  ///< with the noise of the present decay
+  Decay decay;                 ///< the present one
+  Instance instance;
+};
+
+InversionPlan::Worker::Worker(const InversionPlan& plan) : state_(std::make_unique<State>(plan)) {}
+InversionPlan::Worker::~Worker() = default;
+
+PlannedInversion InversionPlan::Worker::invert(const std::vector<double>& amplitude,
+                                               std::optional<double> noise) {
+  const double largest = largestMagnitude(amplitude);
+  if (!std::all_of(amplitude.begin(), amplitude.end(),
+                   [](double value) { return std::isfinite(value); })) {
+    return {DecayFailure::notFinite, {}};
+  }
+  if (!(largest > 0.0)) {
+    return {DecayFailure::allZero, {}};
+  }
+  InversionSettings& settings = state_->settings;
+  settings.noise = noise ? noise : state_->plan->settings_.noise;
+  if (settings.noise && !(*settings.noise < largest)) {
+    return {DecayFailure::noiseTooLarge, {}};
+  }
+  state_->decay.amplitude = amplitude;
+  try {
+    if (!state_->plan->shares_) {
+      return {DecayFailure::none, toolkit::invert(state_->decay, settings)};
+    }
+    const InstanceScope scope(state_->instance);
+    requireUsable(state_->decay, settings);
+    const Problem problem = state_->plan->problem_->withAmplitudes(amplitude);
+    return {DecayFailure::none, invertClassic(state_->decay, problem, settings)};
+  } catch (const NoNoise&) {
+    return {DecayFailure::noNoise, {}};
+  }
+}
+
+}  // namespace vorin::toolkit
