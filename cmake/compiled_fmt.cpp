@@ -11,6 +11,6 @@ template FMT_API auto decimal_point_impl<char>(locale_ref) -> char;
 namespace dragonbox {
 template FMT_API auto to_decimal(float x) noexcept -> decimal_fp<float>;
 template FMT_API auto to_decimal(double x) noexcept -> decimal_fp<double>;
-} // namespace dragonbox
-} // namespace detail
+}  // namespace dragonbox
+}  // namespace detail
 FMT_END_NAMESPACE

@@ -25,8 +25,8 @@
  *   The model             vorin_kernel_matrix, vorin_picture_axes, vorin_log_grid,
  *                         vorin_default_grid, vorin_difference_noise,
  *                         vorin_phase_correct, vorin_simulate
- *   Measures, files       vorin_measures, vorin_read_decay, vorin_keys
- *   and keys
+ *   Measures, files       vorin_measures, vorin_report_measures, vorin_read_decay,
+ *   and keys              vorin_keys
  *
  * Conventions of every function here:
  *  - Settings and results are opaque handles. Settings are set by name, and results are
@@ -344,8 +344,9 @@ vorin_invert(const vorin_settings* settings, const double* times, const double* 
  *
  * Numbers of the result: "replicates" (inverted with success), "log_mean_lower",
  * "log_mean_upper" (68 %), "interval_too_narrow" (1 where a broad peak makes it one that
- * holds the truth less often). Arrays: "lower", "upper" (of the distribution), "log_means"
- * (of each replicate).
+ * holds the truth less often), "interval_factor" (for vorin_report_measures). Arrays: "lower",
+ * "upper" (of the distribution), "log_means" (of each replicate), "distributions" (replicates x
+ * points of the grid, row-major).
  *
  *   inversion  in   a result of vorin_invert
  *   settings   in   the handle; null for all defaults
@@ -675,10 +676,12 @@ vorin_simulate(const vorin_settings* settings, const double* times, int64_t samp
  * Measures, files and keys
  * ------------------------------------------------------------------------ */
 
-/* Measures of a distribution. Numbers of the result: "total", "log_mean". Arrays,
- * an element for each peak by rising position: "peak_position", "peak_width" (decades),
- * "peak_share" (of the total), "peak_at_grid_end"; and, an element for each value of the
- * grid, "per_decade": the amplitude over the width of the grid around it, in decades.
+/* Measures of a distribution. Numbers of the result: "total", "log_mean", "mean"
+ * (arithmetic). Arrays, an element for each peak by rising position: "peak_position",
+ * "peak_width" (decades), "peak_share" (of the total), "peak_at_grid_end", "peak_centre"
+ * (centre of gravity in the logarithm), "peak_amount"; and, an element for each value of the
+ * grid, "per_decade": the amplitude over the width of the grid around it, in decades, and
+ * "cumulative": the sum of the amplitudes up to and with it.
  *
  *   grid            in   points numbers, rising from above 0
  *   distribution    in   points amplitudes, 0 or above
@@ -690,6 +693,40 @@ vorin_simulate(const vorin_settings* settings, const double* times, int64_t samp
  *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_measures(
     const double* grid, const double* distribution, int64_t points, double smallest_share,
+    vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* The measures of a distribution that a report gives, with their intervals by a bootstrap
+ * where one is given. A grid value stands for the interval half way to its neighbours in the
+ * logarithm, over which its amplitude is spread evenly, so a cutoff within it divides the
+ * amplitude in proportion to the logarithm.
+ *
+ * Numbers of the result: "total", "mean" (arithmetic), "log_mean". Arrays: "part_amount" and
+ * "part_share" (of the total), what lies below the first cutoff, between neighbouring ones and
+ * above the last, one more than cutoffs, none without; "percentile", the values at and below
+ * which these percentages of the total lie; and for each peak "peak_position", "peak_centre",
+ * "peak_width", "peak_amount", "peak_share". With replicates each has its 68 % interval in two
+ * fields of the same name with "_lower" and "_upper" behind it.
+ *
+ *   grid              in   points numbers, rising from above 0
+ *   distribution      in   points amplitudes, 0 or above
+ *   points            in   by value, 1 or above
+ *   cutoffs           in   cutoff_count numbers, rising from above 0; null with 0
+ *   cutoff_count      in   by value
+ *   percentiles       in   percentile_count numbers, rising from above 0 to below 100; null
+ *                          with 0
+ *   percentile_count  in   by value
+ *   replicates        in   replicate_count x points amplitudes, row-major: "distributions" of
+ *                          vorin_bootstrap; null with 0
+ *   replicate_count   in   by value; 0 for no intervals
+ *   interval_factor   in   that of vorin_bootstrap, by value; ignored without replicates
+ *   result            out  address of a handle; free it by vorin_result_free
+ *   message           out  as above
+ *   message_size      in   as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_report_measures(
+    const double* grid, const double* distribution, int64_t points, const double* cutoffs,
+    int64_t cutoff_count, const double* percentiles, int64_t percentile_count,
+    const double* replicates, int64_t replicate_count, double interval_factor,
     vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Reads the decay in a file, as the command does. Settings: "columns" (as "1,2" or

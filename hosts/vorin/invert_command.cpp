@@ -25,6 +25,7 @@ namespace {
 struct InvertOptions {
   InputOptions input;
   MethodOptions method;
+  MeasureOptions measures;
   OutputOptions output;
 };
 
@@ -55,8 +56,8 @@ class SettingsByShape {
 /// The table of several decays, shown as it grows.
 class GrowingTable {
  public:
-  GrowingTable(const std::vector<Input>& inputs, bool shown)
-      : shown_(shown), text_(namesOf(inputs), inputs.front().kernel) {
+  GrowingTable(const std::vector<Input>& inputs, const BatchLayout& layout, bool shown)
+      : shown_(shown), text_(namesOf(inputs), layout) {
     show(text_.heading());
   }
 
@@ -111,15 +112,24 @@ void requireInvertible(const Input& input, const InversionSettings& settings, bo
   }
 }
 
+BatchLayout layoutFrom(const InvertOptions& options, Kernel kernel) {
+  return {kernel, measuresFrom(options.measures, kernel), !options.method.bootstrap.empty(),
+          !options.measures.percentiles.empty()};
+}
+
 ExitStatus runInvert(const InvertOptions& options) {
   // Everything that can be wrong is looked at before any work is done.
   InversionSettings settings = settingsFrom(options.method);
   const std::optional<BootstrapSettings> bandRequest = bootstrapFrom(options.method);
-  const std::vector<Input> inputs = readInputs(options.input);
-  for (const Input& input : inputs) {
+  const Calibration calibration = calibrationFrom(options.measures);
+  calibrate(calibration, settings);
+  std::vector<Input> inputs = readInputs(options.input);
+  for (Input& input : inputs) {
+    calibrate(calibration, input.decay);
     requireInvertible(input, settings, inputs.size() > 1);
   }
-  InvertOutputs outputs(options.output, options.input, inputs.front().kernel);
+  const BatchLayout layout = layoutFrom(options, inputs.front().kernel);
+  InvertOutputs outputs(options.output, options.input, layout);
 
   const ScratchFolder scratch;
   if (!options.output.log.empty()) {
@@ -127,15 +137,20 @@ ExitStatus runInvert(const InvertOptions& options) {
   }
   SettingsByShape settingsOf(std::move(settings));
   const bool several = inputs.size() > 1;
-  GrowingTable table(inputs, several && !outputs.takesStandardOutput());
+  GrowingTable table(inputs, layout, several && !outputs.takesStandardOutput());
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     const Input& input = inputs[i];
     const InversionSettings& shaped = settingsOf.of(input);
     const Inversion inversion = invert(input.decay, shaped);
     ReportContext context{input.name, input.decay, input.kernel};
     context.truth = outputs.truth();
+    if (context.truth) {
+      calibrate(calibration, *context.truth);
+    }
     context.kernelFile = input.kernelFile;
     context.phase = input.phase;
+    context.measures = layout.measures;
+    context.amplitudeUnit = calibration.unit;
     if (bandRequest && succeeded(inversion)) {
       context.band = bandOf(input, shaped, inversion, *bandRequest);
     }
@@ -198,6 +213,7 @@ Command addInvertCommand(CLI::App& program) {
   const auto options = std::make_shared<InvertOptions>();
   addGroup(*line, "What is read", options->input);
   addGroup(*line, "How it is inverted", options->method);
+  addGroup(*line, "What is reported", options->measures);
   addGroup(*line, "What is left", options->output);
   line->footer(exampleRows);
   return {line, [options] { return runInvert(*options); }};

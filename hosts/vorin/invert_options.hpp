@@ -1,6 +1,6 @@
-// The options of `vorin invert` in three groups: what is read, how it is inverted, and
-// what is left behind. Each group adds its options to the command line and turns what
-// the user wrote into values; the sentences for bad input are its own.
+// The options of `vorin invert` in four groups: what is read, how it is inverted, which numbers
+// are reported, and what is left behind. Each group adds its options to the command line and turns
+// what the user wrote into values; the sentences for bad input are its own.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -14,6 +14,8 @@
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/measures/calibration.hpp"
+#include "toolkit/measures/report_measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/files.hpp"
@@ -81,6 +83,21 @@ InversionSettings settingsFrom(const MethodOptions& options);
 /// The bootstrap that is asked for, if there is one. Throws UserError for bad options.
 std::optional<BootstrapSettings> bootstrapFrom(const MethodOptions& options);
 
+/// Which measures are reported, as the user wrote them.
+struct MeasureOptions {
+  std::string cutoff;
+  std::string percentiles;
+  std::string calibrate;
+
+  void addTo(CLI::App& line);
+};
+
+/// The measures for a distribution under `kernel`. Throws UserError for bad options.
+MeasureChoice measuresFrom(const MeasureOptions& options, Kernel kernel);
+
+/// The unit of the amplitudes. Throws UserError for a bad option.
+Calibration calibrationFrom(const MeasureOptions& options);
+
 /// What is left behind, as the user wrote it.
 struct OutputOptions {
   std::string truth;
@@ -105,7 +122,7 @@ class InvertOutputs {
  public:
   /// Throws UserError for names that can't be written, for one name for several
   /// inversions, and for a truth that can't be read.
-  InvertOutputs(const OutputOptions& options, const InputOptions& input, Kernel kernel);
+  InvertOutputs(const OutputOptions& options, const InputOptions& input, BatchLayout layout);
 
   /// Writes all files of the inversion of input `index`, and keeps what the files about
   /// all of them need; `scratch` holds the library's log.
@@ -128,7 +145,7 @@ class InvertOutputs {
   Targets announceEach(const std::string& name, std::string_view option,
                        const std::vector<std::string>& inputs);
 
-  Kernel kernel_;
+  BatchLayout layout_;
   std::optional<Distribution> truth_;
   OutputFiles files_;
   Targets out_;

@@ -67,10 +67,13 @@ InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std:
   return targets;
 }
 
-InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& input, Kernel kernel)
-    : kernel_(kernel), jsonToOutput_(options.json == "-"), severalInputs_(input.files.size() > 1) {
+InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& input,
+                             BatchLayout layout)
+    : layout_(std::move(layout)),
+      jsonToOutput_(options.json == "-"),
+      severalInputs_(input.files.size() > 1) {
   if (!options.truth.empty()) {
-    truth_ = readDistribution(options.truth, gridQuantity(kernel));
+    truth_ = readDistribution(options.truth, gridQuantity(layout_.kernel));
     files_.protect(options.truth);
   }
   for (const std::string& file : input.files) {
@@ -144,7 +147,7 @@ const std::vector<BatchRow>& InvertOutputs::finish() {
     }
   }
   if (!table_.empty()) {
-    files_.write(table_, batchCsv(rows_, kernel_));
+    files_.write(table_, batchCsv(rows_, layout_));
   }
   files_.commit();
   return rows_;

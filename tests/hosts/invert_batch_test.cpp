@@ -60,14 +60,18 @@ TEST(InvertBatch, TableAndJsonTellTheSame) {
   ASSERT_TRUE(all.is_array());
   ASSERT_EQ(all.size(), 3U);
   std::string table =
-      "file,samples,status,success,noise,weight,standard_error,log_mean_s,total,peaks\n";
+      "file,samples,status,success,noise,weight,standard_error,log_mean_s,total,peaks,mean_s,"
+      "p10_s,p50_s,p90_s,message\n";
   for (const Json& one : all) {
-    table += fmt::format("{},{},{},{},{:.8g},{:.8g},{:.8g},{:.8g},{:.8g},{}\n",
-                         one["file"].get<std::string>(), one["samples"].get<int>(),
-                         one["status"].get<int>(), one["success"].get<bool>(),
-                         one["noise"].get<double>(), one["weight"].get<double>(),
-                         one["standard_error"].get<double>(), one["log_mean"].get<double>(),
-                         one["total"].get<double>(), one["peaks"].size());
+    table += fmt::format(
+        "{},{},{},{},{:.8g},{:.8g},{:.8g},{:.8g},{:.8g},{},{:.8g},{:.8g},{:.8g},{:.8g},\n",
+        one["file"].get<std::string>(), one["samples"].get<int>(), one["status"].get<int>(),
+        one["success"].get<bool>(), one["noise"].get<double>(), one["weight"].get<double>(),
+        one["standard_error"].get<double>(), one["log_mean"].get<double>(),
+        one["total"].get<double>(), one["peaks"].size(), one["mean"].get<double>(),
+        one["percentiles"][0]["position"].get<double>(),
+        one["percentiles"][1]["position"].get<double>(),
+        one["percentiles"][2]["position"].get<double>());
   }
   EXPECT_EQ(contentOf(folder / "table.csv"), table);
   EXPECT_NE(outcome.out.find("\n3 of 3 inversions successful\n"), std::string::npos);

@@ -1,6 +1,6 @@
 // The iteration at one weight against closed forms, a plain Kronecker matrix, and a non-negative
 // least-squares solution that shares no code with it.
-#include "toolkit/two_dimensional/dual_newton.hpp"
+#include "toolkit/inverting/dual_newton.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/child.hpp"
+#include "toolkit/two_dimensional/compressed_map.hpp"
 #include "toolkit/two_dimensional/map_report.hpp"
 #include "two_dimensional/experiments.hpp"
 

@@ -183,6 +183,12 @@ int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* set
     made->add("lower", std::move(band.lower));
     made->add("upper", std::move(band.upper));
     made->add("log_means", std::move(band.logMeans));
+    made->add("interval_factor", band.intervalFactor);
+    std::vector<double> distributions;
+    for (const std::vector<double>& replicate : band.distributions) {
+      distributions.insert(distributions.end(), replicate.begin(), replicate.end());
+    }
+    made->add("distributions", std::move(distributions));
     return made;
   });
 }

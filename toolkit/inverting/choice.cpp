@@ -6,6 +6,7 @@
 #include <limits>
 #include <numeric>
 
+#include "toolkit/inverting/choice_rows.hpp"
 #include "toolkit/inverting/diagnosis.hpp"
 #include "toolkit/model/noise.hpp"
 
@@ -56,16 +57,6 @@ ColumnRange sampledRange(const ChoiceInput& input, std::size_t start = 0) {
 
 double rssWithin(const ReducedProblem& problem, ColumnRange range) {
   return closestFit(columnsOf(problem, range)).rss;
-}
-
-/// How many of the first rows are single samples.
-std::size_t singleRows(const ReducedProblem& reduced, const std::vector<float>& data) {
-  std::size_t count = 0;
-  const std::size_t most = std::min(reduced.d.size(), data.size());
-  while (count < most && reduced.d[count] == static_cast<double>(data[count])) {
-    ++count;
-  }
-  return count;
 }
 
 /// Without the samples of `left`, which are rows of their own.
@@ -121,13 +112,13 @@ void findSpoiled(const ChoiceInput& input, const ReducedProblem& reduced,
 }
 
 /// Sets the first samples that lie off every curve.
-void setSpoiled(Choice& choice, const ChoiceInput& input, const ReducedProblem& reduced,
-                double noise) {
+void setSpoiled(Choice& choice, const ChoiceInput& input, const ChoiceRows& rows, double noise) {
   const std::size_t samples = input.problem.data().size();
   if (input.kernel != Kernel::t2 || samples < fewestForSpoiled) {
     return;
   }
-  const std::size_t most = std::min(mostSpoiled, singleRows(reduced, input.problem.data()));
+  const ReducedProblem& reduced = rows.problem();
+  const std::size_t most = rows.singleRows();
   const double each = significantSpoiled * noise * noise;
   std::vector<std::size_t> all(most);
   std::iota(all.begin(), all.end(), std::size_t{0});
@@ -154,7 +145,7 @@ void setSpoiled(Choice& choice, const ChoiceInput& input, const ReducedProblem& 
 ColumnRange rangeWithFast(const ChoiceInput& input, const ReducedProblem& reduced,
                           ColumnRange sampled, double variance) {
   const ColumnRange whole{0, input.grid.size() - 1};
-  if (sampled == whole || input.kernel == Kernel::t1Inversion || reduced.rows < 4) {
+  if (sampled == whole || input.kernel == Kernel::t1Inversion || reduced.observed < 4) {
     return sampled;
   }
   const auto gain = [&](const ReducedProblem& problem) {
@@ -262,7 +253,7 @@ void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance
       static_cast<double>(manyPositive - closest.positive) / (manyPositive - fewPositive), 0.0,
       1.0);
   choice.weight = std::pow(byEvidence, share) * std::pow(byRise, 1.0 - share);
-  choice.closest = std::sqrt(closest.rss / static_cast<double>(problem.rows));
+  choice.closest = std::sqrt(closest.rss / static_cast<double>(problem.observed));
   choice.solves = fitCount;
 }
 
@@ -341,23 +332,24 @@ void findGivenNoise(Choice& choice, const ChoiceInput& input) {
 
 std::optional<Choice> choose(const ChoiceInput& input) {
   Choice choice;
-  ReducedProblem reduced = input.problem.reduced();
+  ChoiceRows rows(input.problem, mostSpoiled);
   ColumnRange sampled = sampledRange(input);
-  addResidualNoise(choice, input, reduced, sampled);
+  addResidualNoise(choice, input, rows.problem(), sampled);
   if (!input.noise && !(choice.residualNoise > noNoise)) {
     return std::nullopt;
   }
-  setSpoiled(choice, input, reduced, input.noise.value_or(choice.residualNoise));
+  setSpoiled(choice, input, rows, input.noise.value_or(choice.residualNoise));
   if (!choice.spoiled.empty()) {
     sampled = rangeWithout(input, choice.spoiled);
-    reduced = withoutRows(reduced, choice.spoiled);
-    addResidualNoise(choice, input, reduced, sampled);
+    rows.leaveOut(choice.spoiled);
+    addResidualNoise(choice, input, rows.problem(), sampled);
   }
   const double before = input.noise.value_or(choice.residualNoise);
-  const ColumnRange range =
-      !choice.spoiled.empty() ? sampled : rangeWithFast(input, reduced, sampled, before * before);
+  const ColumnRange range = !choice.spoiled.empty()
+                                ? sampled
+                                : rangeWithFast(input, rows.problem(), sampled, before * before);
   if (!(range == sampled)) {
-    addResidualNoise(choice, input, reduced, range);
+    addResidualNoise(choice, input, rows.problem(), range);
   }
   choice.noise = input.noise.value_or(choice.residualNoise);
   if (!(choice.noise > noNoise)) {
@@ -365,14 +357,14 @@ std::optional<Choice> choose(const ChoiceInput& input) {
   }
   const double variance = choice.noise * choice.noise;
   choice.support =
-      input.kernel == Kernel::matrix ? range : supportOf(input, reduced, range, variance);
+      input.kernel == Kernel::matrix ? range : supportOf(input, rows.problem(), range, variance);
   if (input.weightWanted) {
-    chooseWeight(choice, columnsOf(reduced, choice.support), variance);
+    chooseWeight(choice, columnsOf(rows.problem(), choice.support), variance);
     if (choice.spoiled.empty()) {
-      extendSupport(choice, input, reduced, range, variance);
+      extendSupport(choice, input, rows.problem(), range, variance);
     }
   }
-  choice.finding = diagnose(input, reduced, range, choice);
+  choice.finding = diagnose(input, rows, range, choice);
   findGivenNoise(choice, input);
   return choice;
 }
@@ -391,12 +383,11 @@ double closestOffset(const ChoiceInput& input) {
       --range.last;
     }
   }
-  return fitWithConstant(input, input.problem.reduced(), range, {}, true).offset;
+  return fitWithConstant(ChoiceRows(input.problem, 0), range, true).offset;
 }
 
 double closestEfficiency(const ChoiceInput& input) {
-  const ConstantFit fit =
-      fitWithConstant(input, input.problem.reduced(), sampledRange(input), {}, false);
+  const ConstantFit fit = fitWithConstant(ChoiceRows(input.problem, 0), sampledRange(input), false);
   return (fit.total - fit.offset) / (fit.total + fit.offset);
 }
 

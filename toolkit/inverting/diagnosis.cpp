@@ -5,7 +5,6 @@
 #include <cmath>
 #include <numeric>
 
-#include "toolkit/model/matrix.hpp"
 #include "toolkit/model/noise.hpp"
 
 namespace vorin::toolkit {
@@ -21,13 +20,6 @@ double clearlyBetterBy(double left) {
   const double second = (5.0 * std::pow(z, 5.0) + 16.0 * z * z * z + 3.0 * z) / 96.0;
   const double t = z + first / left + second / (left * left);
   return t * t;
-}
-
-/// `data` reduced as those of the input are, without the rows of the `spoiled` samples.
-std::vector<double> reducedLike(const ChoiceInput& input, const std::vector<float>& data,
-                                const std::vector<std::size_t>& spoiled) {
-  const std::vector<double> d = input.problem.withData(data).reduced().d;
-  return withoutRows(d, d.size(), spoiled);
 }
 
 void appendColumn(ReducedProblem& problem, const std::vector<double>& column, double factor) {
@@ -70,13 +62,12 @@ struct Alternative {
 
 class Alternatives {
  public:
-  Alternatives(const ChoiceInput& input, const ReducedProblem& whole, ColumnRange range,
-               const std::vector<std::size_t>& spoiled)
+  Alternatives(const ChoiceInput& input, const ChoiceRows& rows, ColumnRange range)
       : input_(input),
-        whole_(whole),
+        rows_(rows),
+        whole_(rows.problem()),
         range_(range),
-        spoiled_(spoiled),
-        own_(closestFit(columnsOf(whole, range))) {}
+        own_(closestFit(columnsOf(whole_, range))) {}
 
   /// The best of all that are clearly better, or none.
   Finding best() {
@@ -107,7 +98,7 @@ class Alternatives {
   static constexpr double farBetter = 0.5;
 
   bool clearlyBetter(const ClosestFit& fit) const {
-    const double left = static_cast<double>(whole_.rows) - fit.positive;
+    const double left = static_cast<double>(whole_.observed) - fit.positive;
     constexpr double roundingLevel = 1e-12;  // squared, of data of magnitude 1
     return left >= 2.0 &&
            own_.rss - fit.rss > clearlyBetterBy(left) * std::max(fit.rss / left, roundingLevel);
@@ -128,7 +119,7 @@ class Alternatives {
     for (const Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion}) {
       if (kernel != input_.kernel) {
         const ReducedProblem other =
-            otherKernel(columnsOf(whole_, range_), ones(), input_.kernel, kernel);
+            otherKernel(columnsOf(whole_, range_), rows_.ones(), input_.kernel, kernel);
         list_.push_back({{FindingKind::otherKernel, kernel}, closestFit(other)});
       }
     }
@@ -153,7 +144,7 @@ class Alternatives {
       std::transform(flipped.begin(), flipped.begin() + static_cast<std::ptrdiff_t>(count),
                      flipped.begin(), [](float value) { return -value; });
       ReducedProblem other = columnsOf(whole_, range_);
-      other.d = reducedLike(input_, flipped, spoiled_);
+      other.d = rows_.rowsOf(flipped);
       list_.push_back({{FindingKind::magnitude, Kernel::t2, 0.0, count}, closestFit(other)});
     }
   }
@@ -172,7 +163,7 @@ class Alternatives {
   }
 
   Alternative withConstant() {
-    const ConstantFit fit = fitWithConstant(input_, whole_, range_, spoiled_, true);
+    const ConstantFit fit = fitWithConstant(rows_, range_, true);
     return {findingOf(fit), fit.fit};
   }
 
@@ -204,9 +195,9 @@ class Alternatives {
     if (fast < leastShare * total || between > 0.5 * fast) {
       return {};
     }
-    const double left = std::max(1.0, static_cast<double>(whole_.rows) - own_.positive);
+    const double left = std::max(1.0, static_cast<double>(whole_.observed) - own_.positive);
     const double without = closestFit(columnsOf(whole_, slower)).rss;
-    const ConstantFit fit = fitWithConstant(input_, whole_, slower, spoiled_, false);
+    const ConstantFit fit = fitWithConstant(rows_, slower, false);
     const double variance = own_.rss / left;
     if (without - own_.rss < significantGain * variance ||
         fit.fit.rss > own_.rss + asWellGain * variance) {
@@ -215,19 +206,11 @@ class Alternatives {
     return findingOf(fit);
   }
 
-  const std::vector<double>& ones() {
-    if (ones_.empty()) {
-      ones_ = reducedLike(input_, std::vector<float>(input_.problem.data().size(), 1.0F), spoiled_);
-    }
-    return ones_;
-  }
-
   const ChoiceInput& input_;
+  const ChoiceRows& rows_;
   const ReducedProblem& whole_;
   ColumnRange range_;
-  const std::vector<std::size_t>& spoiled_;
   ClosestFit own_;
-  std::vector<double> ones_;
   std::vector<Alternative> list_;
 };
 
@@ -248,14 +231,10 @@ double neighbourCorrelation(const std::vector<double>& residual) {
 
 }  // namespace
 
-ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& reduced,
-                            ColumnRange range, const std::vector<std::size_t>& spoiled,
-                            bool eitherSign) {
-  const std::vector<double> ones =
-      reducedLike(input, std::vector<float>(input.problem.data().size(), 1.0F), spoiled);
+ConstantFit fitWithConstant(const ChoiceRows& rows, ColumnRange range, bool eitherSign) {
   const auto fitOfSign = [&](double sign) {
-    ReducedProblem problem = columnsOf(reduced, range);
-    appendColumn(problem, ones, sign);
+    ReducedProblem problem = columnsOf(rows.problem(), range);
+    appendColumn(problem, rows.ones(), sign);
     ConstantFit result;
     result.fit = closestFit(problem);
     result.offset = sign * result.fit.f.back();
@@ -270,9 +249,9 @@ ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& redu
   return below.fit.rss < above.fit.rss ? below : above;
 }
 
-Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
+Finding diagnose(const ChoiceInput& input, const ChoiceRows& rows, ColumnRange range,
                  const Choice& choice) {
-  Alternatives alternatives(input, reduced, range, choice.spoiled);
+  Alternatives alternatives(input, rows, range);
   const Finding found = alternatives.best();
   if (found.kind != FindingKind::none) {
     return found;
@@ -282,7 +261,7 @@ Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, Column
   constexpr double gridLevel = 1e-3;        // what the spacing of a grid leaves of a line
   constexpr double significantGain = 12.0;  // noise variances
   double all = 0.0;
-  for (const double value : reduced.d) {
+  for (const double value : rows.problem().d) {
     all += value * value;
   }
   if (all - alternatives.own().rss <
@@ -294,8 +273,8 @@ Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, Column
   const std::optional<double> differences = differenceNoise({input.time, amplitude});
   const double error = choice.residualError;
   if (differences && !isCoarse(input.grid) &&
-      neighbourCorrelation(own.residual) > leastCorrelation && error > farAbove * *differences &&
-      error > gridLevel) {
+      neighbourCorrelation(rows.residual(own.f, range.first)) > leastCorrelation &&
+      error > farAbove * *differences && error > gridLevel) {
     return {FindingKind::structure};
   }
   return {};

@@ -1,10 +1,8 @@
 // Whether a kernel describes the data, and if not, what would.
 #pragma once
 
-#include <cstddef>
-#include <vector>
-
 #include "toolkit/inverting/choice.hpp"
+#include "toolkit/inverting/choice_rows.hpp"
 
 namespace vorin::toolkit {
 
@@ -15,11 +13,8 @@ struct ConstantFit {
   ClosestFit fit;
 };
 
-/// `reduced` are the rows of `input` without those of the `spoiled` samples. The constant
-/// is 0 or above unless `eitherSign`.
-ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& reduced,
-                            ColumnRange range, const std::vector<std::size_t>& spoiled,
-                            bool eitherSign);
+/// The constant is 0 or above unless `eitherSign`.
+ConstantFit fitWithConstant(const ChoiceRows& rows, ColumnRange range, bool eitherSign);
 
 /// Holds the closest fit against the closest ones of what else the data may be: of the other
 /// sign, of another kernel of the same axis, an inversion recovery without its signs, with a
@@ -30,7 +25,7 @@ ConstantFit fitWithConstant(const ChoiceInput& input, const ReducedProblem& redu
 /// residual whose neighbours go together and whose noise is
 /// far above that of second differences is told as structure (von Neumann, Ann. Math. Stat. 12,
 /// 367, 1941).
-Finding diagnose(const ChoiceInput& input, const ReducedProblem& reduced, ColumnRange range,
+Finding diagnose(const ChoiceInput& input, const ChoiceRows& rows, ColumnRange range,
                  const Choice& choice);
 
 }  // namespace vorin::toolkit

@@ -5,26 +5,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "brd/qp_bounded.hpp"
+#include "toolbox/kernels/kernels.hpp"
 #include "toolkit/model/matrix.hpp"
 
 namespace vorin::toolkit {
 
 namespace {
-
-/// d - K f.
-std::vector<double> residualOf(const ReducedProblem& problem, const std::vector<double>& f) {
-  std::vector<double> residual = problem.d;
-  for (std::size_t j = 0; j < f.size(); ++j) {
-    if (f[j] != 0.0) {
-      const double* const column = problem.K.data() + j * residual.size();
-      for (std::size_t i = 0; i < residual.size(); ++i) {
-        residual[i] -= f[j] * column[i];
-      }
-    }
-  }
-  return residual;
-}
 
 double sumOfSquares(const std::vector<double>& values) {
   double sum = 0.0;
@@ -34,32 +20,19 @@ double sumOfSquares(const std::vector<double>& values) {
   return sum;
 }
 
-/// The lower Cholesky factor of the `size` x `size` matrix A by rows, in its place.
-void factorise(std::vector<double>& A, std::size_t size) {
-  constexpr double leastPivot = 1e-300;
-  for (std::size_t j = 0; j < size; ++j) {
-    for (std::size_t i = j; i < size; ++i) {
-      double value = A[i * size + j];
-      for (std::size_t k = 0; k < j; ++k) {
-        value -= A[i * size + k] * A[j * size + k];
-      }
-      A[i * size + j] = i == j ? std::sqrt(std::max(value, leastPivot)) : value / A[j * size + j];
-    }
-  }
-}
-
-/// The trace of (L L')^-1: the sum of the squares of L^-1.
-double traceOfInverse(const std::vector<double>& L, std::size_t size) {
+/// The trace of (L L')^-1 with L lower (n x n, column-major): the sum of the squares of L^-1.
+double traceOfInverse(const std::vector<double>& L, std::size_t n) {
   double trace = 0.0;
-  std::vector<double> x(size);
-  for (std::size_t column = 0; column < size; ++column) {
-    for (std::size_t i = column; i < size; ++i) {
-      double value = i == column ? 1.0 : 0.0;
-      for (std::size_t k = column; k < i; ++k) {
-        value -= L[i * size + k] * x[k];
+  std::vector<double> x(n);
+  for (std::size_t column = 0; column < n; ++column) {
+    std::fill(x.begin() + static_cast<std::ptrdiff_t>(column), x.end(), 0.0);
+    x[column] = 1.0;
+    for (std::size_t k = column; k < n; ++k) {
+      x[k] /= L[k * n + k];
+      trace += x[k] * x[k];
+      for (std::size_t i = k + 1; i < n; ++i) {
+        x[i] -= L[k * n + i] * x[k];
       }
-      x[i] = value / L[i * size + i];
-      trace += x[i] * x[i];
     }
   }
   return trace;
@@ -71,13 +44,32 @@ ReducedProblem columnsOf(const ReducedProblem& problem, ColumnRange range) {
   const auto rows = static_cast<std::ptrdiff_t>(problem.rows);
   const auto begin = problem.K.begin() + static_cast<std::ptrdiff_t>(range.first) * rows;
   const auto end = problem.K.begin() + static_cast<std::ptrdiff_t>(range.last + 1) * rows;
-  return {problem.rows, static_cast<std::int32_t>(range.count()), {begin, end}, problem.d};
+  return {problem.rows,
+          static_cast<std::int32_t>(range.count()),
+          {begin, end},
+          problem.d,
+          problem.observed};
 }
 
 ReducedProblem withoutRows(const ReducedProblem& problem, const std::vector<std::size_t>& left) {
   const auto rows = static_cast<std::size_t>(problem.rows);
-  return {problem.rows - static_cast<std::int32_t>(left.size()), problem.columns,
-          withoutRows(problem.K, rows, left), withoutRows(problem.d, rows, left)};
+  const auto fewer = static_cast<std::int32_t>(left.size());
+  return {problem.rows - fewer, problem.columns, withoutRows(problem.K, rows, left),
+          withoutRows(problem.d, rows, left), problem.observed - fewer};
+}
+
+std::vector<double> residualOf(const ReducedProblem& problem, const std::vector<double>& f,
+                               std::size_t first) {
+  std::vector<double> residual = problem.d;
+  for (std::size_t j = 0; j < f.size(); ++j) {
+    if (f[j] != 0.0) {
+      const double* const column = problem.K.data() + (first + j) * residual.size();
+      for (std::size_t i = 0; i < residual.size(); ++i) {
+        residual[i] -= f[j] * column[i];
+      }
+    }
+  }
+  return residual;
 }
 
 ClosestFit closestFit(const ReducedProblem& problem) {
@@ -94,73 +86,44 @@ ClosestFit closestFit(const ReducedProblem& problem) {
 }
 
 PenalisedFits::PenalisedFits(const ReducedProblem& problem)
-    : problem_(&problem),
-      n_(static_cast<std::size_t>(problem.columns)),
-      normal_(n_ * n_),
-      minusRight_(n_),
-      storage_(n_ * n_) {
-  const std::size_t m = problem.d.size();
-  for (std::size_t j = 0; j < n_; ++j) {
-    const double* const right = problem.K.data() + j * m;
-    for (std::size_t i = 0; i <= j; ++i) {
-      const double* const left = problem.K.data() + i * m;
-      double sum = 0.0;
-      for (std::size_t row = 0; row < m; ++row) {
-        sum += left[row] * right[row];
-      }
-      normal_[i * n_ + j] = normal_[j * n_ + i] = sum;
-    }
-    for (std::size_t row = 0; row < m; ++row) {
-      minusRight_[j] -= right[row] * problem.d[row];
-    }
-  }
-}
+    : columns_(static_cast<std::size_t>(problem.columns)),
+      d_(problem.d),
+      K_(problem.K, problem.rows) {}
 
 double PenalisedFits::largestColumn() const {
-  double largest = 0.0;
-  for (std::size_t j = 0; j < n_; ++j) {
-    largest = std::max(largest, normal_[j * n_ + j]);
-  }
-  return largest;
+  return K_.largestColumn();
 }
 
 PenalisedFit PenalisedFits::at(double weight, std::vector<double>* f) {
-  std::vector<double> Q = normal_;
-  for (std::size_t j = 0; j < n_; ++j) {
-    Q[j * n_ + j] += weight;
-  }
-  brd::BoundedMinimum minimum(static_cast<int>(n_), Q.data(), minusRight_.data(), storage_.data());
-  minimum.solve();
+  // The gap is of sum of squares and penalty together: what it leaves open of the first is small
+  // beside a noise variance, of which a sum of some hundred is made.
+  constexpr double gap = 1e-8;
+  solveDual(K_, d_, weight, gap, state_);
   PenalisedFit fit;
   fit.weight = weight;
-  fit.rss = sumOfSquares(residualOf(*problem_, minimum.x()));
-  fit.norm = sumOfSquares(minimum.x());
-  addFreedom(fit, minimum.x());
+  fit.rss = state_.squares;
+  fit.norm = sumOfSquares(state_.F);
+  addFreedom(fit);
   if (f != nullptr) {
-    *f = minimum.x();
+    f->assign(state_.F.begin(), state_.F.begin() + static_cast<std::ptrdiff_t>(columns_));
   }
   return fit;
 }
 
-void PenalisedFits::addFreedom(PenalisedFit& fit, const std::vector<double>& f) const {
-  std::vector<std::size_t> positive;
-  for (std::size_t j = 0; j < n_; ++j) {
-    if (f[j] > 0.0) {
-      positive.push_back(j);
-    }
+void PenalisedFits::addFreedom(PenalisedFit& fit) const {
+  // By B = K_P K_P' in place of A = K_P' K_P: they share their eigenvalues above 0.
+  const auto n = static_cast<std::size_t>(K_.rows());
+  std::vector<double> B(n * n);
+  std::vector<double> pivots(n);
+  K_.gram(state_.F.data(), B.data());
+  for (std::size_t r = 0; r < n; ++r) {
+    B[r * n + r] += fit.weight;
   }
-  const std::size_t size = positive.size();
-  std::vector<double> A(size * size);
-  for (std::size_t i = 0; i < size; ++i) {
-    for (std::size_t j = 0; j <= i; ++j) {
-      A[i * size + j] = normal_[positive[i] * n_ + positive[j]] + (i == j ? fit.weight : 0.0);
-    }
+  kernels::table<double>().cholesky(K_.rows(), K_.rows(), B.data(), pivots.data());
+  for (const double pivot : pivots) {
+    fit.logDeterminant += std::log(pivot / fit.weight);
   }
-  factorise(A, size);
-  for (std::size_t i = 0; i < size; ++i) {
-    fit.logDeterminant += 2.0 * std::log(A[i * size + i]) - std::log(fit.weight);
-  }
-  fit.freedom = static_cast<double>(size) - fit.weight * traceOfInverse(A, size);
+  fit.freedom = static_cast<double>(n) - fit.weight * traceOfInverse(B, n);
 }
 
 }  // namespace vorin::toolkit

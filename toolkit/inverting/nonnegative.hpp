@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "toolkit/inverting/dense_operator.hpp"
+#include "toolkit/inverting/dual_newton.hpp"
 #include "toolkit/inverting/problem.hpp"
 
 namespace vorin::toolkit {
@@ -23,6 +25,10 @@ ReducedProblem columnsOf(const ReducedProblem& problem, ColumnRange range);
 
 /// The problem without the rows whose numbers, rising, are `left`.
 ReducedProblem withoutRows(const ReducedProblem& problem, const std::vector<std::size_t>& left);
+
+/// d - K f of each row, where `f` begins at column `first` and the others are 0.
+std::vector<double> residualOf(const ReducedProblem& problem, const std::vector<double>& f,
+                               std::size_t first = 0);
 
 /// A fit without a penalty.
 struct ClosestFit {
@@ -46,7 +52,8 @@ struct PenalisedFit {
   double logDeterminant = 0.0;  ///< ln det(I + A / w)
 };
 
-/// Solves one problem at many weights by its normal matrix, formed once.
+/// Solves one problem at many weights by the dual iteration, each from the one before. The fewer
+/// rows the problem has, the faster.
 class PenalisedFits {
  public:
   explicit PenalisedFits(const ReducedProblem& problem);
@@ -58,13 +65,12 @@ class PenalisedFits {
   double largestColumn() const;
 
  private:
-  void addFreedom(PenalisedFit& fit, const std::vector<double>& f) const;
+  void addFreedom(PenalisedFit& fit) const;
 
-  const ReducedProblem* problem_;
-  std::size_t n_;
-  std::vector<double> normal_;      ///< K'K
-  std::vector<double> minusRight_;  ///< -K'd
-  std::vector<double> storage_;
+  std::size_t columns_;
+  std::vector<double> d_;
+  DenseOperator K_;
+  DualState state_;
 };
 
 }  // namespace vorin::toolkit

@@ -70,12 +70,6 @@ Problem::Problem(const Decay& decay, const InversionSettings& settings)
       G_(toSingle(settings.grid)),
       columns_(G_.size()) {}
 
-Problem Problem::withData(const std::vector<float>& data) const {
-  Problem result = *this;
-  result.Y_ = data;
-  return result;
-}
-
 Problem Problem::withAmplitudes(const std::vector<double>& amplitude) const {
   Problem result = *this;
   result.scale_ = largestMagnitude(amplitude);
@@ -166,20 +160,33 @@ Solution Problem::solveAlone(const std::vector<float>& Y) const {
 }
 
 ReducedProblem Problem::reduced(const std::vector<std::size_t>& rejected) const {
-  const auto nf = static_cast<std::int32_t>(Y_.size());
-  const auto ng = static_cast<std::int32_t>(columns_);
   std::vector<float> W(Y_.size(), 1.0F);
   for (const std::size_t i : rejected) {
     W[i] = entry::outlierScale;
   }
-  const entry::Inversion job{nf,        ng,        K_->data() + firstColumn_ * Y_.size(),
-                             T_.data(), Y_.data(), W.data()};
+  return reductionOf(Y_, W, static_cast<std::int32_t>(columns_));
+}
+
+std::vector<double> Problem::reducedData(const std::vector<float>& data) const {
+  // The bins follow from the times alone: with one column of the kernel they are the same.
+  return reductionOf(data, std::vector<float>(data.size(), 1.0F), 1).d;
+}
+
+ReducedProblem Problem::reductionOf(const std::vector<float>& Y, std::vector<float> W,
+                                    std::int32_t ng) const {
+  const auto nf = static_cast<std::int32_t>(Y.size());
+  const entry::Inversion job{nf,        ng,       K_->data() + firstColumn_ * Y.size(),
+                             T_.data(), Y.data(), W.data()};
   const reduce::Reduction reduction =
       compressed_ ? entry::compressedReduction(entry::variantC5, job) : entry::plainReduction(job);
   reduce::WorkArrays arrays;
   const reduce::ReducedProblem reduced = reduce::reduceContiguously(reduction, arrays);
   const std::ptrdiff_t rows{reduced.rows};
-  return {reduced.rows, ng, {reduced.K, reduced.K + rows * ng}, {reduced.d, reduced.d + rows}};
+  return {reduced.rows,
+          ng,
+          {reduced.K, reduced.K + rows * ng},
+          {reduced.d, reduced.d + rows},
+          reduced.rows};
 }
 
 std::vector<std::size_t> Problem::outliers(double threshold) const {

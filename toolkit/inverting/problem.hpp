@@ -24,6 +24,8 @@ struct ReducedProblem {
   std::int32_t columns = 0;
   std::vector<double> K;  ///< kernel, rows x columns, column-major
   std::vector<double> d;  ///< data, rows
+  /// Rows that the data have had: more than `rows` where those were condensed.
+  std::int32_t observed = 0;
 };
 
 /// The abscissae on which the library prunes: the times themselves, unless the
@@ -50,9 +52,6 @@ class Problem {
   /// The amplitudes divided by the scale.
   const std::vector<float>& data() const { return Y_; }
 
-  /// The same samples with other amplitudes, in the unit of data(); the scale stays.
-  Problem withData(const std::vector<float>& data) const;
-
   /// The same times and kernel with the amplitudes of another decay.
   Problem withAmplitudes(const std::vector<double>& amplitude) const;
 
@@ -78,6 +77,9 @@ class Problem {
   /// bit: the driver's own reduction. `rejected` are the library's outliers.
   ReducedProblem reduced(const std::vector<std::size_t>& rejected = {}) const;
 
+  /// The d of reduced() for other amplitudes, in the unit of data(); not for compressed rows.
+  std::vector<double> reducedData(const std::vector<float>& data) const;
+
   /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
   /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the
   /// residual's median magnitude, of which outliers don't make much (Hampel, J. Am. Stat.
@@ -86,6 +88,8 @@ class Problem {
   std::vector<std::size_t> outliers(double threshold) const;
 
  private:
+  ReducedProblem reductionOf(const std::vector<float>& Y, std::vector<float> W,
+                             std::int32_t ng) const;
   Solution solveAlone(const std::vector<float>& Y) const;
   Solution solvePlanned(const std::vector<float>& Y, bool withFit) const;
 

@@ -15,6 +15,7 @@
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
+#include "toolkit/measures/intervals.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
@@ -22,9 +23,6 @@
 namespace vorin::toolkit {
 
 namespace {
-
-/// What one standard deviation either way leaves out of a normal variate on each side.
-constexpr double tailShare = 0.158655;
 
 /// Fit and residual of an inversion at the samples that it used, in the library's unit.
 struct Parts {
@@ -170,16 +168,6 @@ double intervalFactor(const Inversion& inversion) {
   return inversion.mode == WeightMode::automatic ? ofChoice : 1.0;
 }
 
-/// The interval of the log mean, from its logarithm and those of the replicates.
-void setInterval(Band& band, double logarithm, std::vector<double>& replicates, double factor) {
-  const double spread =
-      0.5 * (quantile(replicates, 1.0 - tailShare) - quantile(replicates, tailShare));
-  const double halfBias = 0.5 * (quantile(replicates, 0.5) - logarithm);
-  const double reach = factor * std::hypot(spread, halfBias);
-  band.logMeanLower = std::exp(logarithm - halfBias - reach);
-  band.logMeanUpper = std::exp(logarithm - halfBias + reach);
-}
-
 }  // namespace
 
 double quantile(std::vector<double>& values, double fraction) {
@@ -230,6 +218,7 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
     if (mean > 0.0) {
       logarithms.push_back(std::log(mean));
     }
+    band.distributions.push_back(replicate);
     ++band.replicates;
   }
   for (std::size_t k = 0; k < grid; ++k) {
@@ -238,8 +227,11 @@ Band bootstrap(const Decay& decay, const InversionSettings& original, const Inve
     band.lower.push_back(notBelowZero(quantile(amplitudes[k], tailShare) + shift));
     band.upper.push_back(notBelowZero(quantile(amplitudes[k], 1.0 - tailShare) + shift));
   }
-  setInterval(band, std::log(logMean(inversion.distribution)), logarithms,
-              intervalFactor(inversion));
+  band.intervalFactor = intervalFactor(inversion);
+  const Interval interval =
+      intervalAround(std::log(logMean(inversion.distribution)), logarithms, band.intervalFactor);
+  band.logMeanLower = std::exp(interval.lower);
+  band.logMeanUpper = std::exp(interval.upper);
   band.intervalTooNarrow = isBroad(inversion.distribution);
   return band;
 }

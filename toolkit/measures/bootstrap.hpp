@@ -21,6 +21,8 @@ struct Band {
   int replicates = 0;              ///< that were inverted with success
   std::vector<double> logMeans;    ///< of these replicates; not a number where the total is 0
   bool intervalTooNarrow = false;  ///< that of the log mean, see isBroad()
+  std::vector<std::vector<double>> distributions{};  ///< of these replicates, for other measures
+  double intervalFactor = 1.0;                       ///< of intervalAround(), for other measures
 };
 
 struct BootstrapSettings {
@@ -49,15 +51,8 @@ bool isBroad(const Distribution& distribution);
 /// are away from its median, placed around the distribution and cut at 0. It shows what the
 /// noise does to the smoothed distribution, not how far smoothing has moved it.
 ///
-/// The interval of the log mean L is computed for ln L. The replicates' median is off the
-/// inversion by b, what the penalty does to the fit, and half the middle 68 % of them is h,
-/// what the noise does. The penalty has moved the inversion itself by something between
-/// nothing, when the truth is smooth, and b, when it is as sharp as the inversion (for b as
-/// the estimate of a bias: Davison and Hinkley, Bootstrap Methods and their Application,
-/// Cambridge 1997, section 2.2). So the interval is ln L - b/2 plus and minus
-/// sqrt(h^2 + (b/2)^2). One between percentiles would count the penalty twice, and one
-/// that takes all of b away fails for smooth truths. At a chosen weight the interval is wider by a
-/// tenth, for the spread of the choice.
+/// The interval of the log mean L is that of intervalAround() for ln L. At a chosen weight it is
+/// wider by a tenth, for the spread of the choice.
 ///
 /// Each thread works on an instance of its own: the caller's keys and log stay as they are. One
 /// seed gives the same band on every machine, up to the library's own rounding.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
+#include "toolkit/measures/cumulative.hpp"
 #include "toolkit/model/distribution.hpp"
 
 namespace vorin::toolkit {
@@ -52,9 +54,9 @@ double positionOf(const Run& run, const Distribution& distribution) {
   return std::exp(0.5 * (before + left) - slopeBefore / (2.0 * curvature));
 }
 
-/// The amplitudes of a peak and the spread of log10 T over them (updated as they come:
+/// The amplitudes of a part and mean and spread of log10 T over them (updated as they come:
 /// Welford, Technometrics 4, 419, 1962, with weights).
-struct Part {
+struct Moments {
   double sum = 0.0;
   double mean = 0.0;
   double squares = 0.0;
@@ -69,8 +71,20 @@ struct Part {
     squares += amplitude * away * (std::log10(time) - mean);
   }
 
+  double centre() const { return std::pow(10.0, mean); }
   double width() const { return sum > 0.0 ? std::sqrt(std::max(squares, 0.0) / sum) : 0.0; }
 };
+
+/// Those of the grid times `first` to `last`; of a minimum between two peaks one half counts.
+Moments momentsOf(const Distribution& distribution, std::size_t first, std::size_t last) {
+  const std::vector<double>& f = distribution.amplitude;
+  Moments moments;
+  for (std::size_t k = first; k <= last; ++k) {
+    const bool shared = (k == first && k > 0) || (k == last && k + 1 < f.size());
+    moments.add(distribution.time[k], shared ? 0.5 * f[k] : f[k]);
+  }
+  return moments;
+}
 
 }  // namespace
 
@@ -91,14 +105,20 @@ double logMean(const Distribution& distribution) {
   return total > 0.0 ? std::exp(sum / total) : std::numeric_limits<double>::quiet_NaN();
 }
 
+double arithmeticMean(const Distribution& distribution) {
+  double sum = 0.0;
+  for (std::size_t k = 0; k < distribution.time.size(); ++k) {
+    sum += distribution.amplitude[k] * distribution.time[k];
+  }
+  const double total = totalAmplitude(distribution);
+  return total > 0.0 ? sum / total : std::numeric_limits<double>::quiet_NaN();
+}
+
 std::vector<double> perDecade(const Distribution& distribution) {
-  const std::vector<double>& T = distribution.time;
-  std::vector<double> result(T.size());
-  for (std::size_t k = 0; k < T.size(); ++k) {
-    const std::size_t left = k == 0 ? 0 : k - 1;
-    const std::size_t right = std::min(k + 1, T.size() - 1);
-    const double width = std::log10(T[right] / T[left]) /
-                         static_cast<double>(std::max<std::size_t>(right - left, 1));
+  const std::vector<double> edges = logBinEdges(distribution.time);
+  std::vector<double> result(distribution.time.size());
+  for (std::size_t k = 0; k < result.size(); ++k) {
+    const double width = (edges[k + 1] - edges[k]) * std::numbers::log10e;
     result[k] = width > 0.0 ? distribution.amplitude[k] / width : 0.0;
   }
   return result;
@@ -109,29 +129,51 @@ std::vector<Peak> peaks(const Distribution& distribution, double smallestShare) 
   const double total = totalAmplitude(distribution);
   const std::vector<Run> tops = maxima(f);
   std::vector<Peak> result;
-  Part part;  // with the half of the minimum before it, if there is one
-  for (std::size_t p = 0, start = 0; p < tops.size(); ++p) {
-    std::size_t end = f.size();  // one behind its last whole index
-    Part next;
+  std::size_t first = 0;
+  for (std::size_t p = 0; p < tops.size(); ++p) {
+    std::size_t last = f.size() - 1;
     if (p + 1 < tops.size()) {
       const auto lowest =
           std::min_element(f.begin() + static_cast<std::ptrdiff_t>(tops[p].last + 1),
                            f.begin() + static_cast<std::ptrdiff_t>(tops[p + 1].first));
-      end = static_cast<std::size_t>(lowest - f.begin());
-      part.add(distribution.time[end], 0.5 * f[end]);
-      next.add(distribution.time[end], 0.5 * f[end]);
+      last = static_cast<std::size_t>(lowest - f.begin());
     }
-    for (std::size_t k = start; k < end; ++k) {
-      part.add(distribution.time[k], f[k]);
-    }
-    start = end + 1;
+    const Moments part = momentsOf(distribution, first, last);
     const double share = part.sum / total;
     if (share >= smallestShare) {
       const bool atGridEnd = tops[p].first == 0 || tops[p].last + 1 == f.size();
-      result.push_back({positionOf(tops[p], distribution), share, part.width(), atGridEnd});
+      result.push_back({positionOf(tops[p], distribution), share, part.width(), atGridEnd,
+                        part.centre(), part.sum, first, last});
     }
-    part = next;
+    first = last;
   }
+  return result;
+}
+
+Peak peakWithin(const Distribution& distribution, const Peak& peak) {
+  constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+  const std::vector<double>& f = distribution.amplitude;
+  const Moments part = momentsOf(distribution, peak.first, peak.last);
+  const double total = totalAmplitude(distribution);
+  Peak result{
+      unknown,  total > 0.0 ? part.sum / total : 0.0, unknown, false, unknown, part.sum, peak.first,
+      peak.last};
+  if (!(part.sum > 0.0)) {
+    return result;
+  }
+  const auto highest = static_cast<std::size_t>(
+      std::max_element(f.begin() + static_cast<std::ptrdiff_t>(peak.first),
+                       f.begin() + static_cast<std::ptrdiff_t>(peak.last + 1)) -
+      f.begin());
+  result.atGridEnd = highest == 0 || highest + 1 == f.size();
+  const std::vector<Run> tops = maxima(f);
+  const auto top = std::find_if(tops.begin(), tops.end(), [&](const Run& run) {
+    return run.first <= highest && highest <= run.last;
+  });
+  // At a border of the part the distribution may rise on beyond it.
+  result.time = top == tops.end() ? distribution.time[highest] : positionOf(*top, distribution);
+  result.centre = part.centre();
+  result.width = part.width();
   return result;
 }
 

@@ -8,6 +8,7 @@
 
 #include <vector>
 
+#include "toolkit/inverting/dual_newton.hpp"
 #include "toolkit/two_dimensional/kernel_factor.hpp"
 
 namespace vorin::toolkit {
@@ -18,13 +19,13 @@ namespace vorin::toolkit {
 ///   (A F)(p, q) = sum over i, k of (S1 V1')(p, i) F(i, k) (S2 V2')(q, k) / scale().
 /// scale() is the root of the mean squared norm of all columns of the Kronecker product, so that
 /// those of A have a mean squared norm of 1 (but for what the cut takes).
-class CompressedMap {
+class CompressedMap final : public DualOperator {
  public:
   /// Keeps the pairs with s1_p s2_q above `cut` times the largest.
   CompressedMap(const KernelFactor& first, const KernelFactor& second, double cut);
 
-  int rows() const { return start_.back(); }
-  int cells() const { return first_.grid * second_.grid; }
+  int rows() const override { return start_.back(); }
+  int cells() const override { return first_.grid * second_.grid; }
   int grid1() const { return first_.grid; }
   int grid2() const { return second_.grid; }
   double scale() const { return scale_; }
@@ -32,13 +33,9 @@ class CompressedMap {
   /// The rows that data (samples1 x samples2, row after row) compress to: (U1' D U2)(p, q).
   std::vector<double> compressed(const double* data) const;
 
-  /// F = A' c.
-  void transposeTimes(const double* c, double* F) const;
-  /// y = A F. Cells of 0 cost nothing.
-  void times(const double* F, double* y) const;
-  /// G (rows x rows, column-major, its lower triangle) = A H A' where H picks the cells above 0
-  /// of F. What stands above the diagonal is undefined.
-  void gram(const double* F, double* G) const;
+  void transposeTimes(const double* c, double* F) const override;
+  void times(const double* F, double* y) const override;
+  void gram(const double* F, double* G) const override;
 
   /// Spreads the rows of `coarse`, the same problem with fewer pairs, over those of this one;
   /// the others become 0.

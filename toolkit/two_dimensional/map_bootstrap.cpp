@@ -6,7 +6,7 @@
 #include <random>
 
 #include "toolkit/measures/bootstrap.hpp"
-#include "toolkit/two_dimensional/dual_newton.hpp"
+#include "toolkit/inverting/dual_newton.hpp"
 #include "toolkit/two_dimensional/map_problem.hpp"
 
 namespace vorin::toolkit {

@@ -4,7 +4,8 @@
 #include <functional>
 #include <vector>
 
-#include "toolkit/two_dimensional/dual_newton.hpp"
+#include "toolkit/inverting/dual_newton.hpp"
+#include "toolkit/two_dimensional/compressed_map.hpp"
 
 namespace vorin::toolkit {
 

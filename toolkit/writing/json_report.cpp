@@ -17,13 +17,48 @@ Json knownOrNull(double value) {
   return value > 0.0 ? Json(value) : Json(nullptr);
 }
 
-Json peakList(const Distribution& distribution) {
+/// Adds a measure under its name, and its interval, if there is one, under that name with
+/// "_lower" and "_upper". Not a number becomes null.
+void add(Json& object, const std::string& name, const Measure& measure) {
+  object[name] = measure.value;
+  if (measure.interval) {
+    object[name + "_lower"] = measure.interval->lower;
+    object[name + "_upper"] = measure.interval->upper;
+  }
+}
+
+Json peakList(const Measures& measures) {
   Json list = Json::array();
-  for (const Peak& peak : peaks(distribution)) {
-    list.push_back({{"position", peak.time},
-                    {"width", peak.width},
-                    {"share", peak.share},
-                    {"at_grid_end", peak.atGridEnd}});
+  for (const MeasuredPeak& peak : measures.peaks) {
+    Json one = Json::object();
+    add(one, "position", peak.position);
+    add(one, "width", peak.width);
+    add(one, "share", peak.share);
+    one["at_grid_end"] = peak.atGridEnd;
+    add(one, "centre", peak.centre);
+    add(one, "amount", peak.amount);
+    list.push_back(std::move(one));
+  }
+  return list;
+}
+
+Json percentileList(const Measures& measures) {
+  Json list = Json::array();
+  for (const MeasuredPercentile& percentile : measures.percentiles) {
+    Json one = {{"percent", percentile.percent}};
+    add(one, "position", percentile.time);
+    list.push_back(std::move(one));
+  }
+  return list;
+}
+
+Json partList(const Measures& measures) {
+  Json list = Json::array();
+  for (const MeasuredPart& part : measures.parts) {
+    Json one = {{"from", part.from}, {"to", part.to}};  // infinity becomes null
+    add(one, "amount", part.amount);
+    add(one, "share", part.share);
+    list.push_back(std::move(one));
   }
   return list;
 }
@@ -114,13 +149,18 @@ std::string jsonObject(const Inversion& inversion, const ReportContext& context)
       {"passes", inversion.passes},
   };
   addChoice(object, inversion);
-  object.update({
-      {"total", totalAmplitude(inversion.distribution)},
-      {"log_mean", logMean(inversion.distribution)},  // not a number becomes null
-      {"peaks", peakList(inversion.distribution)},
-      {"grid", inversion.distribution.time},
-      {"distribution", inversion.distribution.amplitude},
-  });
+  const Measures measures = measuresOf(inversion, context);
+  object["amplitude_unit"] =
+      context.amplitudeUnit.empty() ? Json(nullptr) : Json(context.amplitudeUnit);
+  object["total"] = measures.total.value;
+  object["log_mean"] = measures.logMean.value;  // not a number becomes null
+  add(object, "mean", measures.mean);
+  object["percentiles"] = percentileList(measures);
+  object["cutoffs"] = partList(measures);
+  object["peaks"] = peakList(measures);
+  object["grid"] = inversion.distribution.time;
+  object["distribution"] = inversion.distribution.amplitude;
+  object["cumulative"] = cumulative(inversion.distribution);
   if (context.band) {
     object["bootstrap"] = {{"replicates", context.band->replicates},
                            {"lower", context.band->lower},
@@ -130,6 +170,12 @@ std::string jsonObject(const Inversion& inversion, const ReportContext& context)
                            {"interval_too_narrow", context.band->intervalTooNarrow}};
   }
   // A file name need not be UTF-8.
+  return object.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string failureObject(const std::string& name, const std::string& sentence) {
+  const Json object = {
+      {"file", name}, {"status", nullptr}, {"status_text", sentence}, {"success", false}};
   return object.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 

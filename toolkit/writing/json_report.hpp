@@ -20,6 +20,9 @@ std::string_view noiseOriginWord(NoiseOrigin origin);
 /// One object, in SI units and the unit of the data; what is not known is null.
 std::string jsonObject(const Inversion& inversion, const ReportContext& context);
 
+/// The object of a decay that could not be inverted: its name and the sentence that says why.
+std::string failureObject(const std::string& name, const std::string& sentence);
+
 /// `objects` as one array.
 std::string jsonArray(const std::vector<std::string>& objects);
 

@@ -72,19 +72,63 @@ std::string errorText(const Inversion& inversion) {
 /// What piles up at an end of the grid below this share is the decay's offset.
 constexpr double smallShare = 0.01;
 
-void peakLines(Lines out, const Distribution& distribution, Quantity quantity) {
-  const std::vector<Peak> found = peaks(distribution);
+/// "(4.10 ms to 4.35 ms)", each end by `text`; nothing without an interval.
+template <class Text>
+std::string intervalText(const Measure& measure, Text text) {
+  return measure.interval ? fmt::format("  ({} to {})", text(measure.interval->lower),
+                                        text(measure.interval->upper))
+                          : std::string();
+}
+
+void peakLines(Lines out, const std::vector<MeasuredPeak>& found, Quantity quantity) {
+  const auto position = [&](double value) { return quantityText(value, quantity); };
   double shareAtEnd = 0.0;
-  for (const Peak& peak : found) {
-    line(out, &peak == &found.front() ? (found.size() == 1 ? "peak" : "peaks") : "",
-         fmt::format("{:>8}  {:>7}  {:>5.2f} decades wide{}", quantityText(peak.time, quantity),
-                     percentText(peak.share), peak.width,
-                     peak.atGridEnd ? "  at the end of the grid" : ""));
-    shareAtEnd += peak.atGridEnd ? peak.share : 0.0;
+  for (const MeasuredPeak& peak : found) {
+    line(
+        out, &peak == &found.front() ? (found.size() == 1 ? "peak" : "peaks") : "",
+        fmt::format("{:>8}  {:>7}  {:>5.2f} decades wide, centre {}{}",
+                    position(peak.position.value), percentText(peak.share.value), peak.width.value,
+                    position(peak.centre.value), peak.atGridEnd ? "  at the end of the grid" : ""));
+    if (peak.position.interval) {
+      line(out, "",
+           fmt::format("position{}, share{}, centre{}", intervalText(peak.position, position),
+                       intervalText(peak.share, percentText), intervalText(peak.centre, position)));
+    }
+    shareAtEnd += peak.atGridEnd ? peak.share.value : 0.0;
   }
   if (shareAtEnd > smallShare) {
     line(out, "note",
          "a peak is at the end of the grid: take a wider one (--grid) or a longer decay");
+  }
+}
+
+/// The amounts between the cutoffs.
+void partLines(Lines out, const Measures& measures, const ReportContext& context) {
+  for (const MeasuredPart& part : measures.parts) {
+    line(out, &part == &measures.parts.front() ? "cutoffs" : "",
+         fmt::format("{:<22}  {:>9}  {:>7}{}",
+                     partName(part.from, part.to, gridQuantity(context.kernel)),
+                     amplitudeText(part.amount.value, context.amplitudeUnit),
+                     percentText(part.share.value), intervalText(part.share, percentText)));
+  }
+}
+
+/// The arithmetic mean and the percentiles; with intervals a line each.
+void percentileLines(Lines out, const Measures& measures, Quantity quantity) {
+  const auto text = [&](double value) { return quantityText(value, quantity); };
+  line(out, "mean", text(measures.mean.value) + intervalText(measures.mean, text));
+  std::string inOne;
+  for (const MeasuredPercentile& one : measures.percentiles) {
+    const std::string shown = fmt::format("{:g} %: {}", one.percent, text(one.time.value));
+    if (one.time.interval) {
+      line(out, &one == &measures.percentiles.front() ? "percentiles" : "",
+           shown + intervalText(one.time, text));
+    } else {
+      inOne += (inOne.empty() ? "" : ", ") + shown;
+    }
+  }
+  if (!inOne.empty()) {
+    line(out, "percentiles", inOne);
   }
 }
 
@@ -197,10 +241,27 @@ std::optional<double> signalToNoise(const Inversion& inversion, const Decay& dec
   return largestMagnitude(decay.amplitude) / inversion.noise;
 }
 
+Measures measuresOf(const Inversion& inversion, const ReportContext& context) {
+  return measuresOf(inversion.distribution, context.measures,
+                    context.band ? &*context.band : nullptr);
+}
+
+std::string amplitudeText(double amplitude, std::string_view unit) {
+  return significant(amplitude) + (unit.empty() ? "" : fmt::format(" {}", unit));
+}
+
+std::string partName(double from, double to, Quantity quantity) {
+  if (!(from > 0.0)) {
+    return "below " + quantityText(to, quantity);
+  }
+  return std::isinf(to)
+             ? "above " + quantityText(from, quantity)
+             : fmt::format("{} to {}", quantityText(from, quantity), quantityText(to, quantity));
+}
+
 std::string summary(const Inversion& inversion, const ReportContext& context) {
   std::string text;
   const Lines out = std::back_inserter(text);
-  const Distribution& found = inversion.distribution;
   dataLines(out, inversion, context);
   line(out, "status", fmt::format("{} ({})", statusText(inversion), inversion.status));
   line(out, "noise", noiseText(inversion));
@@ -228,14 +289,19 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
                      "{:18}the noise; first samples off the curve may be the reason (--skip N)",
                      significant(inversion.relaxedTarget), ""));
   }
-  line(out, "total amplitude", significant(totalAmplitude(found)));
-  const double mean = logMean(found);
+  const Measures measures = measuresOf(inversion, context);
+  const auto amplitude = [&](double value) { return amplitudeText(value, context.amplitudeUnit); };
+  line(out, "total amplitude",
+       amplitude(measures.total.value) + intervalText(measures.total, amplitude));
+  const double mean = measures.logMean.value;
   if (std::isnan(mean)) {
     line(out, "log mean", "none: the distribution is empty");
     return text;
   }
   logMeanLines(out, mean, context);
-  peakLines(out, found, gridQuantity(context.kernel));
+  percentileLines(out, measures, gridQuantity(context.kernel));
+  partLines(out, measures, context);
+  peakLines(out, measures.peaks, gridQuantity(context.kernel));
   return text;
 }
 
@@ -248,14 +314,15 @@ std::string distributionCsv(const Inversion& inversion, const ReportContext& con
                  "# distribution of {}, kernel {}; status {}, weight {:.6g}, log mean {:.6g}{}{}\n",
                  inOneLine(context.name), kernelText(context), inversion.status, inversion.weight,
                  logMean(found), unit.empty() ? "" : " ", unit);
-  fmt::format_to(out, "{},amplitude{}\n", gridColumn(context.kernel),
+  fmt::format_to(out, "{},amplitude{},cumulative\n", gridColumn(context.kernel),
                  context.band ? ",lower,upper" : "");
+  const std::vector<double> sums = cumulative(found);
   for (std::size_t k = 0; k < found.time.size(); ++k) {
     fmt::format_to(out, "{:.8g},{:.8g}", found.time[k], found.amplitude[k]);
     if (context.band) {
       fmt::format_to(out, ",{:.8g},{:.8g}", context.band->lower[k], context.band->upper[k]);
     }
-    text += '\n';
+    fmt::format_to(out, ",{:.8g}\n", sums[k]);
   }
   return text;
 }

@@ -300,12 +300,13 @@ def test_a_result_as_plain_numbers(decay):
         "kernel", "status", "status_text", "success", "samples", "weight", "weight_origin",
         "noise", "noise_origin", "signal_to_noise", "wanted_standard_error", "standard_error",
         "fit_error", "iterations", "passes", "noise_spread", "support", "left_out", "offset",
-        "efficiency", "finding", "total", "log_mean", "peaks", "grid",
-        "distribution", "bootstrap"}
+        "efficiency", "finding", "amplitude_unit", "total", "log_mean", "mean", "percentiles",
+        "cutoffs", "peaks", "grid", "distribution", "cumulative", "bootstrap"}
     assert values["wanted_standard_error"] is None and values["weight_origin"] == "given"
     assert set(values["bootstrap"]) == {"replicates", "lower", "upper", "log_mean_lower",
                                         "log_mean_upper", "interval_too_narrow"}
-    assert set(values["peaks"][0]) == {"position", "width", "share", "at_grid_end"}
+    assert set(values["peaks"][0]) == {"position", "width", "share", "at_grid_end", "centre",
+                                        "amount"}
 
 
 def test_inputs_stay_as_they_are_and_lists_will_do(decay):

@@ -185,3 +185,35 @@ def test_importing_the_package_does_not_import_matplotlib():
     path = os.path.dirname(os.path.dirname(vorin.__file__))
     subprocess.run([sys.executable, "-c", code], check=True, env={**os.environ,
                                                                 "PYTHONPATH": path})
+
+
+def test_cutoffs_percentiles_and_the_cumulative_curve():
+    # Bins from 10^(k - 1/2) to 10^(k + 1/2) around 0.1, 1, 10.
+    grid, amplitudes = np.array([0.1, 1.0, 10.0]), np.array([1.0, 4.0, 5.0])
+    parts = vorin.measures.cutoffs(grid, amplitudes, [10 ** 0.5, 1.0])
+    assert [part.amount for part in parts] == pytest.approx([3.0, 2.0, 5.0], abs=1e-12)
+    assert [part.share for part in parts] == pytest.approx([0.3, 0.2, 0.5], abs=1e-12)
+    assert (parts[0].start, parts[1].end, parts[2].end) == (0.0, 10 ** 0.5, np.inf)
+    assert parts[0].share_interval is None
+    found = vorin.measures.percentiles(grid, amplitudes, 30, 50)
+    assert [one.position for one in found] == pytest.approx([1.0, 10 ** 0.5], rel=1e-12)
+    assert [one.percent for one in vorin.measures.percentiles(grid, amplitudes)] == [10, 50, 90]
+    assert vorin.measures.cumulative(grid, amplitudes).tolist() == [1.0, 5.0, 10.0]
+    assert vorin.measures.mean(grid, amplitudes) == pytest.approx(54.1 / 10)
+    with pytest.raises(vorin.InputValueError, match="cutoffs: numbers that rise from above 0"):
+        vorin.measures.cutoffs(grid, amplitudes, -1.0)
+    with pytest.raises(vorin.InputValueError, match="percentiles: numbers that rise"):
+        vorin.measures.percentiles(grid, amplitudes, 100.0)
+
+
+def test_measures_of_a_result_with_its_bootstrap():
+    decay = vorin.simulate(seed=3)
+    result = vorin.invert(decay.t, decay.y)
+    band = result.bootstrap(20)
+    low, high = result.cutoffs(0.027, band=band)
+    assert low.amount + high.amount == pytest.approx(result.total)
+    assert low.share_interval[0] <= low.share_interval[1]
+    median, = result.percentiles(50, band=band)
+    assert median.interval[0] <= median.interval[1]
+    assert result.cumulative()[-1] == pytest.approx(result.total)
+    assert result.log_mean < result.mean

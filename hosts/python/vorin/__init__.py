@@ -12,7 +12,7 @@ from .inversion import invert, invert_many
 from .kernels import kernel_matrix
 from .library import Library
 from .loading import find_library, find_toolkit
-from .measures import Peak, log_mean, peaks
+from .measures import Part, Peak, Percentile, log_mean, peaks
 from .noise import difference_noise
 from .plotting import plot
 from .reading import read
@@ -24,9 +24,10 @@ from .two_dimensional_plot import plot2d
 
 __all__ = [
     "Bootstrap", "Bootstrap2D", "Data2D", "InputTypeError", "InputValueError", "Library",
-    "LibraryNotFound", "Peak", "Peak2D", "Result", "Result2D", "Simulation", "Simulation2D",
-    "Spread2D", "VorinError", "bootstrap", "default_grid", "difference_noise", "find_library",
-    "find_toolkit", "invert", "invert2d", "invert_many", "kernel_matrix", "log_grid", "log_mean",
-    "peaks", "plot", "plot2d", "read", "read2d", "simulate", "simulate2d",
+    "LibraryNotFound", "Part", "Peak", "Peak2D", "Percentile", "Result", "Result2D",
+    "Simulation", "Simulation2D", "Spread2D", "VorinError", "bootstrap", "default_grid",
+    "difference_noise", "find_library", "find_toolkit", "invert", "invert2d", "invert_many",
+    "kernel_matrix", "log_grid", "log_mean", "peaks", "plot", "plot2d", "read", "read2d",
+    "simulate", "simulate2d",
 ]
 __version__ = "10.56"

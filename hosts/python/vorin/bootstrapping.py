@@ -36,6 +36,11 @@ class Bootstrap:
         in 68 % of the cases.
     log_means : numpy.ndarray of shape (replicates,)
         The log mean of each of them.
+    distributions : numpy.ndarray of shape (replicates, ng)
+        The distribution of each of them, for the intervals of other measures.
+    interval_factor : float
+        How much wider the intervals are than the replicates spread: 1.1 where the data chose the
+        weight, else 1.
     """
 
     replicates: int
@@ -44,6 +49,8 @@ class Bootstrap:
     log_mean_lower: float
     log_mean_upper: float
     log_means: np.ndarray
+    distributions: np.ndarray
+    interval_factor: float = 1.0
     interval_too_narrow: bool = False
 
     def __repr__(self) -> str:
@@ -115,10 +122,12 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
                         threads=worker_count(workers, _MOST_THREADS))
     with toolkit.named("replicates", "n"):
         fields = toolkit.bootstrap(result._inverted(), settings, progress)
-    replicates, lower, upper, too_narrow = fields.numbers(
-        "replicates", "log_mean_lower", "log_mean_upper", "interval_too_narrow")
+    replicates, lower, upper, too_narrow, factor = fields.numbers(
+        "replicates", "log_mean_lower", "log_mean_upper", "interval_too_narrow", "interval_factor")
     return Bootstrap(int(replicates), fields.array("lower"), fields.array("upper"), lower, upper,
-                     fields.array("log_means"), bool(too_narrow))
+                     fields.array("log_means"),
+                     fields.array("distributions").reshape(int(replicates), -1), factor,
+                     bool(too_narrow))
 
 
 def _whole_seed(seed: Any) -> int:

@@ -11,7 +11,7 @@ import numpy as np
 from . import measures
 from .bootstrapping import Bootstrap, bootstrap
 from .display import result_html
-from .measures import Peak
+from .measures import Part, Peak, Percentile
 from .toolkit import Fields
 
 if TYPE_CHECKING:
@@ -21,7 +21,7 @@ if TYPE_CHECKING:
 _NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_standard_error",
             "standard_error", "fit_error", "iterations", "passes", "relaxed_target",
             "corner_weight",
-            "phase", "noise_spread", "offset", "efficiency", "total", "log_mean")
+            "phase", "noise_spread", "offset", "efficiency", "total", "log_mean", "mean")
 _COUNTS = ("status", "iterations", "passes")
 _OPTIONAL = ("phase", "offset", "efficiency")  # None where the toolkit has not-a-number
 _TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text", "finding", "finding_text")
@@ -101,6 +101,8 @@ class Result:
         The sum of the amplitudes.
     log_mean : float
         exp(sum f ln T / sum f) in the unit of the grid; nan for an empty distribution.
+    mean : float
+        sum f T / sum f in the unit of the grid; nan for an empty distribution.
     signal_to_noise : float
         The largest magnitude of the samples over the noise; nan where that is not known.
     """
@@ -136,6 +138,7 @@ class Result:
     success: bool
     total: float
     log_mean: float
+    mean: float
     signal_to_noise: float
     _fields: Optional[Fields] = field(repr=False)  # None after unpickling
     _again: Callable[[], Fields] = field(repr=False)  # inverts once more
@@ -201,9 +204,44 @@ class Result:
         -------
         list of Peak
             Each with ``position`` (unit of the grid), ``width`` (standard deviation in
-            decades), ``share`` (of the total) and ``at_grid_end``.
+            decades), ``share`` (of the total), ``at_grid_end``, ``centre`` (centre of gravity in
+            the logarithm) and ``amount``.
         """
         return measures.peaks(self.grid, self.distribution, smallest_share)
+
+    def cutoffs(self, *values: Any, band: Optional[Bootstrap] = None) -> List[Part]:
+        """Amount and share below, between and above values of the grid: bound and free fluid.
+
+        Parameters
+        ----------
+        *values : float or sequence of float
+            The cutoffs in the unit of the grid, above 0. One that lies within the interval of a
+            grid value (half way to its neighbours) divides its amplitude in proportion to the
+            logarithm.
+        band : Bootstrap, optional
+            Of this result; adds the 68 % intervals.
+
+        Returns
+        -------
+        list of Part
+            One more than there are cutoffs, each with ``start``, ``end``, ``amount``, ``share``,
+            ``amount_interval`` and ``share_interval``.
+        """
+        return measures.cutoffs(self.grid, self.distribution, *values, band=band)
+
+    def percentiles(self, *percents: Any, band: Optional[Bootstrap] = None) -> List[Percentile]:
+        """The values at and below which ``percents`` (10, 50 and 90) % of the total lie.
+
+        Returns
+        -------
+        list of Percentile
+            Each with ``percent``, ``position`` (unit of the grid) and ``interval``.
+        """
+        return measures.percentiles(self.grid, self.distribution, *percents, band=band)
+
+    def cumulative(self) -> np.ndarray:
+        """The sum of the amplitudes up to and with that of each grid value, of shape (ng,)."""
+        return measures.cumulative(self.grid, self.distribution)
 
     def bootstrap(self, n: int = 200, seed: int = 1, *, workers: Optional[int] = None,
                   progress: Optional[Callable[[int], None]] = None) -> Bootstrap:
@@ -244,11 +282,17 @@ class Result:
             "offset": self.offset,
             "efficiency": self.efficiency,
             "finding": self.finding or None,
+            "amplitude_unit": None,
             "total": _finite(self.total),
             "log_mean": _finite(self.log_mean),
+            "mean": _finite(self.mean),
+            "percentiles": [{"percent": one.percent, "position": _finite(one.position)}
+                            for one in self.percentiles()],
+            "cutoffs": [],
             "peaks": [peak.to_dict() for peak in self.peaks()],
             "grid": self.grid.tolist(),
             "distribution": self.distribution.tolist(),
+            "cumulative": self.cumulative().tolist(),
         }
         if band is not None:
             values["bootstrap"] = band.to_dict()

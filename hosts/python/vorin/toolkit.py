@@ -48,6 +48,7 @@ _FUNCTIONS: Dict[str, Sequence[Any]] = {
     "vorin_difference_noise": (_P, _P, _I, _P),
     "vorin_simulate": (_P, _P, _I, _P, _I, _P),
     "vorin_measures": (_P, _P, _I, _D, _P),
+    "vorin_report_measures": (_P, _P, _I, _P, _I, _P, _I, _P, _I, _D, _P),
     "vorin_read_decay": (_S, _P, _P),
     "vorin_keys": (_P,),
     "vorin_invert2d": (_P, _P, _I, _P, _I, _P, _P, _PROGRESS, _P, _P),

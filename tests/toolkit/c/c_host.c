@@ -51,6 +51,7 @@ __extension__ ENTRY(vorin_difference_noise);
 __extension__ ENTRY(vorin_phase_correct);
 __extension__ ENTRY(vorin_simulate);
 __extension__ ENTRY(vorin_measures);
+__extension__ ENTRY(vorin_report_measures);
 __extension__ ENTRY(vorin_read_decay);
 __extension__ ENTRY(vorin_keys);
 __extension__ ENTRY(vorin_invert2d);
@@ -88,6 +89,7 @@ static void load_all(void) {
   LOAD(vorin_phase_correct);
   LOAD(vorin_simulate);
   LOAD(vorin_measures);
+  LOAD(vorin_report_measures);
   LOAD(vorin_read_decay);
   LOAD(vorin_keys);
   LOAD(vorin_invert2d);
@@ -178,6 +180,39 @@ static void model(double* t, double* grid) {
   EXPECT(fabs(noise - 0.1) < 0.04);
 }
 
+/* Amounts and percentiles of an inversion, with the intervals of its bootstrap. */
+static void reportMeasures(const vorin_result* inversion, const double* grid) {
+  const double* const distribution = array(inversion, "distribution", POINTS);
+  const double cutoffs[2] = {0.01, 0.1};
+  const double percentiles[1] = {50.0};
+  const double* parts = NULL;
+  vorin_result* band = NULL;
+  vorin_result* report = NULL;
+  vorin_settings* settings = NULL;
+  OK(p_vorin_settings_create(&settings, TELL));
+  OK(p_vorin_settings_set_number(settings, "replicates", 20.0, TELL));
+  OK(p_vorin_bootstrap(inversion, settings, NULL, NULL, &band, TELL));
+  OK(p_vorin_report_measures(grid, distribution, POINTS, cutoffs, 2, percentiles, 1,
+                             array(band, "distributions", 20 * POINTS), 20,
+                             number(band, "interval_factor"), &report, TELL));
+  parts = array(report, "part_amount", 3);
+  EXPECT(fabs(parts[0] + parts[1] + parts[2] - number(inversion, "total")) < 1e-9);
+  EXPECT(array(report, "part_share_lower", 3)[0] <= array(report, "part_share_upper", 3)[0]);
+  EXPECT(array(report, "percentile", 1)[0] > grid[0]);
+  /* The same formula gives the interval of the log mean. */
+  EXPECT(fabs(number(report, "log_mean_lower") / number(band, "log_mean_lower") - 1.0) < 1e-12);
+  p_vorin_result_free(report);
+  OK(p_vorin_report_measures(grid, distribution, POINTS, NULL, 0, NULL, 0, NULL, 0, 0.0, &report,
+                             TELL));
+  EXPECT(number(report, "mean") > number(report, "log_mean"));
+  p_vorin_result_free(report);
+  EXPECT(p_vorin_report_measures(grid, distribution, POINTS, percentiles, 1, cutoffs, -1, NULL, 0,
+                                 0.0, &report, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(report == NULL);
+  p_vorin_result_free(band);
+  p_vorin_settings_free(settings);
+}
+
 static void jobs(const double* t, const double* grid) {
   double y[SAMPLES];
   double matrix[SAMPLES * POINTS];
@@ -242,7 +277,9 @@ static void jobs(const double* t, const double* grid) {
   p_vorin_result_free(other);
   OK(p_vorin_measures(grid, array(result, "distribution", POINTS), POINTS, 0.005, &other, TELL));
   EXPECT(number(other, "total") == number(result, "total"));
+  EXPECT(array(other, "cumulative", POINTS)[POINTS - 1] == number(result, "total"));
   p_vorin_result_free(other);
+  reportMeasures(result, grid);
   p_vorin_result_free(result);
   y[3] = NAN;
   EXPECT(p_vorin_invert(settings, t, y, NULL, SAMPLES, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);

@@ -51,13 +51,14 @@ TEST(Report, PeaksHavePositionShareAndWidth) {
 
 TEST(Report, ABandAddsTwoColumnsAndAnInterval) {
   Example example;
-  EXPECT_NE(distributionCsv(example.inversion, example.context).find("\nt2_s,amplitude\n0.01,1\n"),
+  EXPECT_NE(distributionCsv(example.inversion, example.context)
+                .find("\nt2_s,amplitude,cumulative\n0.01,1,1\n"),
             std::string::npos);
   example.context.band = Band{{0.5, 0.0, 2.5}, {1.5, 0.25, 3.5}, 0.05, 0.06, 40, {}};
-  EXPECT_NE(
-      distributionCsv(example.inversion, example.context)
-          .find("\nt2_s,amplitude,lower,upper\n0.01,1,0.5,1.5\n0.03,0,0,0.25\n0.1,3,2.5,3.5\n"),
-      std::string::npos);
+  EXPECT_NE(distributionCsv(example.inversion, example.context)
+                .find("\nt2_s,amplitude,lower,upper,cumulative\n0.01,1,0.5,1.5,1\n0.03,0,0,0.25,1\n"
+                      "0.1,3,2.5,3.5,4\n"),
+            std::string::npos);
   EXPECT_TRUE(
       example.summaryHolds("68 % interval   50.0 ms to 60.0 ms, by a bootstrap of 40 replicates"));
   const auto json = nlohmann::json::parse(jsonObject(example.inversion, example.context));
@@ -90,8 +91,9 @@ TEST(Report, AMatrixIsNamedByItsFile) {
   example.context.kernelFile = "my\nkernel.txt";
   EXPECT_TRUE(
       example.summaryHolds("  kernel          matrix my?kernel.txt, 3 values from 0.01 to"));
-  EXPECT_NE(distributionCsv(example.inversion, example.context).find("\ngrid,amplitude\n"),
-            std::string::npos);
+  EXPECT_NE(
+      distributionCsv(example.inversion, example.context).find("\ngrid,amplitude,cumulative\n"),
+      std::string::npos);
 }
 
 TEST(Report, ThePhaseIsToldInDegrees) {
@@ -106,15 +108,36 @@ TEST(BatchTable, WhatSeparatesFieldsIsQuoted) {
   BatchRow row;
   row.file = "a,\"b\".csv";
   row.noise = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(batchCsv({row}, Kernel::diffusion),
-            "file,samples,status,success,noise,weight,standard_error,log_mean_m2_s,total,peaks\n"
-            "\"a,\"\"b\"\".csv\",0,0,true,,0,0,0,0,0\n");
+  const BatchLayout layout{Kernel::diffusion, {{1e-10}, {}}, false, false};
+  row.measures = {1e-9, 2.0, 0.25, 6.0, 0.75};
+  EXPECT_EQ(batchCsv({row}, layout),
+            "file,samples,status,success,noise,weight,standard_error,log_mean_m2_s,total,peaks,"
+            "mean_m2_s,amount_below_1e-10_m2_s,share_below_1e-10_m2_s,amount_above_1e-10_m2_s,"
+            "share_above_1e-10_m2_s,message\n"
+            "\"a,\"\"b\"\".csv\",0,0,true,,,,,,0,1e-09,2,0.25,6,0.75,\n");
+}
+
+TEST(BatchTable, AFailureIsARowWithItsSentence) {
+  const BatchRow row = failureRow("bad.csv", "bad.csv, line 2: \"x\" is no number");
+  const BatchLayout layout{Kernel::t2, {{0.033}, {50.0}}, true, false};
+  const std::string csv = batchCsv({row}, layout);
+  const std::string first = csv.substr(0, csv.find('\n'));
+  const std::string second = csv.substr(first.size() + 1);
+  EXPECT_EQ(second, "bad.csv,,,false,,,,,,," + std::string(6 * 3, ',') +
+                        "\"bad.csv, line 2: \"\"x\"\" is no number\"\n");
+  // As many commas as the header has; two of the row's are inside quotes.
+  EXPECT_EQ(std::count(first.begin(), first.end(), ','),
+            std::count(second.begin(), second.end(), ',') - 1);
+  const BatchText text({row.file}, layout);
+  EXPECT_EQ(text.row(row), "bad.csv             -   - (!)\n");
+  EXPECT_EQ(BatchText::ending({row}),
+            "bad.csv, line 2: \"x\" is no number\n0 of 1 inversions successful\n");
 }
 
 TEST(BatchTable, LongNamesAreCutInFront) {
   BatchRow row;
   row.file = std::string(50, 'x') + "end.csv";
-  const BatchText text({row.file}, Kernel::t2);
+  const BatchText text({row.file}, BatchLayout{});
   EXPECT_EQ(text.row(row).substr(0, 42), ".." + std::string(31, 'x') + "end.csv  ");
   EXPECT_EQ(text.heading().size(), text.row(row).size());
 }

@@ -1,4 +1,4 @@
-#include "toolkit/two_dimensional/dual_newton.hpp"
+#include "toolkit/inverting/dual_newton.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -25,9 +25,9 @@ double dot(const std::vector<double>& a, const std::vector<double>& b) {
 /// One minimisation: what its steps share.
 class Minimiser {
  public:
-  Minimiser(const CompressedMap& map, const std::vector<double>& d, double w, double tolerance,
+  Minimiser(const DualOperator& A, const std::vector<double>& d, double w, double tolerance,
             DualState& state)
-      : map_(map),
+      : A_(A),
         d_(d),
         w_(w),
         tolerance_(tolerance),
@@ -40,7 +40,7 @@ class Minimiser {
         G_(rows() * rows()),
         pivots_(rows()) {
     state_.c.resize(rows(), 0.0);
-    map_.transposeTimes(state_.c.data(), z_.data());
+    A_.transposeTimes(state_.c.data(), z_.data());
     evaluate();
   }
 
@@ -59,16 +59,16 @@ class Minimiser {
   }
 
  private:
-  std::size_t rows() const { return static_cast<std::size_t>(map_.rows()); }
-  std::size_t cells() const { return static_cast<std::size_t>(map_.cells()); }
+  std::size_t rows() const { return static_cast<std::size_t>(A_.rows()); }
+  std::size_t cells() const { return static_cast<std::size_t>(A_.cells()); }
 
-  /// Map, fit and gradient from c and z = A' c.
+  /// Distribution, fit and gradient from c and z = A' c.
   void evaluate() {
     state_.F.resize(cells());
     for (std::size_t k = 0; k < cells(); ++k) {
       state_.F[k] = std::max(0.0, z_[k]);
     }
-    map_.times(state_.F.data(), fit_.data());
+    A_.times(state_.F.data(), fit_.data());
     state_.squares = 0.0;
     gradientSquares_ = 0.0;
     for (std::size_t r = 0; r < rows(); ++r) {
@@ -86,17 +86,17 @@ class Minimiser {
   }
 
   bool setNewtonStep() {
-    map_.gram(state_.F.data(), G_.data());
+    A_.gram(state_.F.data(), G_.data());
     for (std::size_t r = 0; r < rows(); ++r) {
       G_[r * rows() + r] += w_;
       step_[r] = -gradient_[r];
     }
     const auto& kernels = kernels::table<double>();
-    kernels.cholesky(map_.rows(), map_.rows(), G_.data(), pivots_.data());
+    kernels.cholesky(A_.rows(), A_.rows(), G_.data(), pivots_.data());
     if (!std::all_of(pivots_.begin(), pivots_.end(), [](double pivot) { return pivot > 0.0; })) {
       return false;
     }
-    kernels.choleskySolve(map_.rows(), map_.rows(), G_.data(), step_.data());
+    kernels.choleskySolve(A_.rows(), A_.rows(), G_.data(), step_.data());
     return true;
   }
 
@@ -114,7 +114,7 @@ class Minimiser {
   }
 
   bool moveAlongStep() {
-    map_.transposeTimes(step_.data(), change_.data());
+    A_.transposeTimes(step_.data(), change_.data());
     const double slope = dot(gradient_, step_);
     double t = 1.0;
     for (int halving = 0; halving < mostHalvings; ++halving, t *= 0.5) {
@@ -133,11 +133,11 @@ class Minimiser {
     for (std::size_t r = 0; r < rows(); ++r) {
       state_.c[r] += t * step_[r];
     }
-    map_.transposeTimes(state_.c.data(), z_.data());
+    A_.transposeTimes(state_.c.data(), z_.data());
     return true;
   }
 
-  const CompressedMap& map_;
+  const DualOperator& A_;
   const std::vector<double>& d_;
   double w_;
   double tolerance_;
@@ -154,9 +154,9 @@ class Minimiser {
 
 }  // namespace
 
-bool solveDual(const CompressedMap& map, const std::vector<double>& d, double w, double tolerance,
+bool solveDual(const DualOperator& A, const std::vector<double>& d, double w, double tolerance,
                DualState& state) {
-  return Minimiser(map, d, w, tolerance, state).run();
+  return Minimiser(A, d, w, tolerance, state).run();
 }
 
 }  // namespace vorin::toolkit
