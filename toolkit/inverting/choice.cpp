@@ -273,13 +273,56 @@ void extendSupport(Choice& choice, const ChoiceInput& input, const ReducedProble
     return;
   }
   const auto cost = [&](ColumnRange range) {
-    const ReducedProblem problem = columnsOf(reduced, range);
-    const PenalisedFit fit = PenalisedFits(problem).at(choice.weight);
-    return fit.rss + fit.weight * fit.norm;
+    return PenalisedFits(columnsOf(reduced, range)).functionalAt(choice.weight);
   };
   if (cost(choice.support) - cost(wider) > significantRange * variance) {
     choice.support = wider;
     chooseWeight(choice, columnsOf(reduced, wider), variance);
+  }
+}
+
+/// The support without the peak that lies apart from all others at its `lower` end, or at its upper
+/// one; none where there is no such peak, or too few columns would be left.
+std::optional<ColumnRange> withoutEndPeak(const std::vector<double>& f, ColumnRange support,
+                                          bool lower) {
+  const std::size_t size = f.size();
+  const auto positive = [&](std::size_t k) { return f[lower ? k : size - 1 - k] > 0.0; };
+  std::size_t k = 0;
+  while (k < size && !positive(k)) {
+    ++k;
+  }
+  while (k < size && positive(k)) {
+    ++k;
+  }
+  const std::size_t end = k;
+  while (k < size && !positive(k)) {
+    ++k;
+  }
+  // The gap between the two peaks is shared.
+  const std::size_t cut = (end + k) / 2;
+  if (k == size || size - cut < fewestColumns) {
+    return std::nullopt;
+  }
+  return lower ? ColumnRange{support.first + cut, support.last}
+               : ColumnRange{support.first, support.last - cut};
+}
+
+/// Takes peaks at the ends of the support away that lower the penalised functional by no more
+/// than chance: what noise makes of times beside the signal.
+void dropEndPeaks(Choice& choice, const ReducedProblem& reduced, double variance) {
+  for (const bool lower : {true, false}) {
+    while (true) {
+      std::vector<double> f;
+      const double cost =
+          PenalisedFits(columnsOf(reduced, choice.support)).functionalAt(choice.weight, &f);
+      const std::optional<ColumnRange> narrower = withoutEndPeak(f, choice.support, lower);
+      if (!narrower ||
+          PenalisedFits(columnsOf(reduced, *narrower)).functionalAt(choice.weight) - cost >
+              significantRange * variance) {
+        break;
+      }
+      choice.support = *narrower;
+    }
   }
 }
 
@@ -362,6 +405,9 @@ std::optional<Choice> choose(const ChoiceInput& input) {
     chooseWeight(choice, columnsOf(rows.problem(), choice.support), variance);
     if (choice.spoiled.empty()) {
       extendSupport(choice, input, rows.problem(), range, variance);
+    }
+    if (input.kernel != Kernel::matrix) {
+      dropEndPeaks(choice, rows.problem(), variance);
     }
   }
   choice.finding = diagnose(input, rows, range, choice);

@@ -94,20 +94,29 @@ double PenalisedFits::largestColumn() const {
   return K_.largestColumn();
 }
 
-PenalisedFit PenalisedFits::at(double weight, std::vector<double>* f) {
+void PenalisedFits::solve(double weight, std::vector<double>* f) {
   // The gap is of sum of squares and penalty together: what it leaves open of the first is small
   // beside a noise variance, of which a sum of some hundred is made.
   constexpr double gap = 1e-8;
   solveDual(K_, d_, weight, gap, state_);
+  if (f != nullptr) {
+    f->assign(state_.F.begin(), state_.F.begin() + static_cast<std::ptrdiff_t>(columns_));
+  }
+}
+
+PenalisedFit PenalisedFits::at(double weight, std::vector<double>* f) {
+  solve(weight, f);
   PenalisedFit fit;
   fit.weight = weight;
   fit.rss = state_.squares;
   fit.norm = sumOfSquares(state_.F);
   addFreedom(fit);
-  if (f != nullptr) {
-    f->assign(state_.F.begin(), state_.F.begin() + static_cast<std::ptrdiff_t>(columns_));
-  }
   return fit;
+}
+
+double PenalisedFits::functionalAt(double weight, std::vector<double>* f) {
+  solve(weight, f);
+  return state_.squares + weight * sumOfSquares(state_.F);
 }
 
 void PenalisedFits::addFreedom(PenalisedFit& fit) const {

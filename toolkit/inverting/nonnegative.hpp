@@ -61,10 +61,14 @@ class PenalisedFits {
   /// `f`, if there is one, takes the distribution.
   PenalisedFit at(double weight, std::vector<double>* f = nullptr);
 
+  /// Its |K f - d|^2 + w |f|^2 alone.
+  double functionalAt(double weight, std::vector<double>* f = nullptr);
+
   /// The largest squared column norm of K, the scale of a weight.
   double largestColumn() const;
 
  private:
+  void solve(double weight, std::vector<double>* f);
   void addFreedom(PenalisedFit& fit) const;
 
   std::size_t columns_;

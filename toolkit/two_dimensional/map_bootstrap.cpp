@@ -5,8 +5,8 @@
 #include <numeric>
 #include <random>
 
-#include "toolkit/measures/bootstrap.hpp"
 #include "toolkit/inverting/dual_newton.hpp"
+#include "toolkit/measures/bootstrap.hpp"
 #include "toolkit/two_dimensional/map_problem.hpp"
 
 namespace vorin::toolkit {
