@@ -281,47 +281,67 @@ void extendSupport(Choice& choice, const ChoiceInput& input, const ReducedProble
   }
 }
 
-/// The support without the peak that lies apart from all others at its `lower` end, or at its upper
-/// one; none where there is no such peak, or too few columns would be left.
-std::optional<ColumnRange> withoutEndPeak(const std::vector<double>& f, ColumnRange support,
-                                          bool lower) {
+/// The peak that lies apart from all others at one end of a distribution.
+struct EndPeak {
+  double amplitude = 0.0;   ///< 0 where there is none
+  std::size_t columns = 0;  ///< from the end on, up to its last one
+  std::size_t gap = 0;      ///< columns of 0 behind it
+};
+
+/// That at the lower end, or at the upper one.
+EndPeak endPeakOf(const std::vector<double>& f, bool lower) {
   const std::size_t size = f.size();
-  const auto positive = [&](std::size_t k) { return f[lower ? k : size - 1 - k] > 0.0; };
+  const auto at = [&](std::size_t k) { return f[lower ? k : size - 1 - k]; };
+  EndPeak peak;
   std::size_t k = 0;
-  while (k < size && !positive(k)) {
+  while (k < size && !(at(k) > 0.0)) {
     ++k;
   }
-  while (k < size && positive(k)) {
+  for (; k < size && at(k) > 0.0; ++k) {
+    peak.amplitude += at(k);
+  }
+  peak.columns = k;
+  while (k < size && !(at(k) > 0.0)) {
     ++k;
   }
-  const std::size_t end = k;
-  while (k < size && !positive(k)) {
-    ++k;
-  }
-  // The gap between the two peaks is shared.
-  const std::size_t cut = (end + k) / 2;
-  if (k == size || size - cut < fewestColumns) {
-    return std::nullopt;
-  }
-  return lower ? ColumnRange{support.first + cut, support.last}
-               : ColumnRange{support.first, support.last - cut};
+  peak.gap = k - peak.columns;
+  return k < size ? peak : EndPeak{};  // else it is the only one
+}
+
+/// The sum of `count` elements from one end on.
+double sumAtEnd(const std::vector<double>& f, bool lower, std::size_t count) {
+  const auto steps = static_cast<std::ptrdiff_t>(std::min(count, f.size()));
+  return lower ? std::accumulate(f.begin(), f.begin() + steps, 0.0)
+               : std::accumulate(f.end() - steps, f.end(), 0.0);
 }
 
 /// Takes peaks at the ends of the support away that lower the penalised functional by no more
-/// than chance: what noise makes of times beside the signal.
+/// than chance: what noise makes of times beside the signal. One that comes back much larger at
+/// the new end is signal.
 void dropEndPeaks(Choice& choice, const ReducedProblem& reduced, double variance) {
+  constexpr double muchLarger = 2.0;
+  std::vector<double> f;
+  double cost = PenalisedFits(columnsOf(reduced, choice.support)).functionalAt(choice.weight, &f);
   for (const bool lower : {true, false}) {
     while (true) {
-      std::vector<double> f;
-      const double cost =
-          PenalisedFits(columnsOf(reduced, choice.support)).functionalAt(choice.weight, &f);
-      const std::optional<ColumnRange> narrower = withoutEndPeak(f, choice.support, lower);
-      if (!narrower ||
-          PenalisedFits(columnsOf(reduced, *narrower)).functionalAt(choice.weight) - cost >
-              significantRange * variance) {
+      const EndPeak peak = endPeakOf(f, lower);
+      const std::size_t cut = peak.columns + peak.gap / 2;
+      if (!(peak.amplitude > 0.0) || choice.support.count() < fewestColumns + cut) {
         break;
       }
-      choice.support = *narrower;
+      const ColumnRange narrower =
+          lower ? ColumnRange{choice.support.first + cut, choice.support.last}
+                : ColumnRange{choice.support.first, choice.support.last - cut};
+      std::vector<double> without;
+      const double costWithout =
+          PenalisedFits(columnsOf(reduced, narrower)).functionalAt(choice.weight, &without);
+      if (sumAtEnd(without, lower, peak.columns) > muchLarger * peak.amplitude ||
+          costWithout - cost > significantRange * variance) {
+        break;
+      }
+      choice.support = narrower;
+      f = std::move(without);
+      cost = costWithout;
     }
   }
 }

@@ -49,7 +49,7 @@ struct Choice {
 /// 3. The support begins at the first time, below it only where that lowers the sum of squares
 ///    or the penalised functional by more than chance; it is the narrowest range outside which no
 ///    signal is significant (a likelihood ratio of 6), widened by half its width and by 0.3 decades
-///    at least.
+///    at least, less the peaks apart at its ends that are not significant at the weight chosen.
 /// 4. The weight is between two. At one the sum of squares has risen above the closest by one
 ///    noise variance for each degree of freedom left (compare Provencher, Comput. Phys. Commun.
 ///    27, 213, 1982). The other has the largest evidence (MacKay, Neural Comput. 4, 415, 1992).

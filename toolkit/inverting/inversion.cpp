@@ -139,6 +139,9 @@ std::shared_ptr<const std::vector<float>> incomplete(const std::vector<float>& K
 Adjusted applied(const Decay& decay, const InversionSettings& settings,
                  const std::optional<double>& offset, const std::optional<double>& efficiency) {
   Adjusted result{decay, settings};
+  if (weightIsChosen(settings) && rejectsInLibrary(settings)) {
+    result.settings.rejectBeyond.reset();  // the library's outliers are left out, as others are
+  }
   if (offset) {
     for (double& amplitude : result.decay.amplitude) {
       amplitude -= *offset;
@@ -160,6 +163,9 @@ Adjusted applied(const Decay& decay, const InversionSettings& settings,
 InversionSettings uncompressed(const InversionSettings& settings) {
   InversionSettings result = settings;
   result.compression.reset();
+  if (rejectsInLibrary(settings)) {
+    result.rejectBeyond.reset();  // which the library does on compressed rows
+  }
   return result;
 }
 
@@ -279,6 +285,15 @@ Inversion search(const Problem& problem, const KnownNoise& noise,
   }
   result.lastColumn = settings.grid.size() - 1;
   return result;
+}
+
+/// The samples that the library takes for outliers in a search of its own.
+std::vector<std::size_t> rejectedByLibrary(const Decay& decay, const InversionSettings& solved,
+                                           const InversionSettings& original) {
+  InversionSettings settings = solved;
+  settings.rejectBeyond = original.rejectBeyond;
+  const Problem problem(decay, settings);
+  return search(problem, knownNoise(decay, problem, settings), settings).rejected;
 }
 
 /// One solve at the weight that choose() has found.
@@ -436,14 +451,16 @@ Inversion invertClassic(const Decay& decay, const Problem& problem,
 Inversion invert(const Decay& original, const InversionSettings& originalSettings) {
   const LibraryJob job(originalSettings.logFile);
   requireUsable(original, originalSettings);
+  const bool chosen = weightIsChosen(originalSettings);
   const Adjustment adjustment = adjust(original, originalSettings);
   const Decay& decay = adjustment.solved.decay;
   const InversionSettings& settings = adjustment.solved.settings;
   const Problem whole(decay, settings);
-  std::vector<std::size_t> rejected = rejectedSamples(whole, settings);
+  std::vector<std::size_t> rejected = chosen && rejectsInLibrary(originalSettings)
+                                          ? rejectedByLibrary(decay, settings, originalSettings)
+                                          : rejectedSamples(whole, settings);
   const Problem problem = whole.without(rejected);
   const KnownNoise noise = knownNoise(decay, problem, settings);
-  const bool chosen = weightIsChosen(settings);
   const std::optional<Choice> choice = choiceFor(adjustment, problem, rejected, noise);
   // Differences that vanish are those of computed data, whose closest fit leaves rounding.
   if (chosen && (!choice || !noise.value)) {
@@ -471,7 +488,7 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
     addLateFindings(result, kernelOf(settings, decay.time), std::max(time[0], time[1] - time[0]),
                     choice->residualNoise * problem.scale());
   }
-  result.soughtOutliers = settings.rejectBeyond.has_value();
+  result.soughtOutliers = originalSettings.rejectBeyond.has_value();
   if (!rejected.empty()) {
     result.rejected = rejected;
     result.fit = whole.fitOf(result.distribution.amplitude);

@@ -67,7 +67,7 @@ bool weightIsChosen(const InversionSettings& settings) {
                           settings.noiseSource == NoiseSource::difference ||
                           settings.noiseSource == NoiseSource::quadrature;
   return settings.method == Method::automatic && !settings.weight && !settings.corner &&
-         sourceFits && !rejectsInLibrary(settings) &&
+         sourceFits &&
          std::none_of(searchKeys.begin(), searchKeys.end(),
                       [&](std::string_view key) { return assigns(settings, key); });
 }
