@@ -729,11 +729,17 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_report_measures(
     const double* replicates, int64_t replicate_count, double interval_factor,
     vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
-/* Reads the decay in a file, as the command does. Settings: "columns" (as "1,2" or
- * "time,re,im"; a third column is an imaginary channel only when it is named),
- * "time_unit", "kernel" (whose abscissa the first column is).
+/* Reads the decay, or the decays, in a file, as the command does: text of any layout, the
+ * containers and the formats of instruments that docs/reading.md lists. Settings: "columns"
+ * (as "1,2" or "time,re,im"; a third column is an imaginary channel only when it is named or
+ * the format says so; "1,2..40" for many decays), "time_unit" (overrides the file's),
+ * "spacing", "header_lines", "kernel" (whose abscissa the first column is).
  *
- * Arrays of the result: "time", "amplitude" and, for complex data, "imaginary".
+ * Arrays of the result: "time" in SI units, "amplitude" and, for complex data, "imaginary";
+ * for many decays one behind the other, "sizes" holds the number of samples of each and the
+ * list of texts "names" their columns. What was found: the texts "format", "columns", "unit"
+ * and "unit_origin" and the list of texts "notes", a sentence each on rows that were left
+ * out, sorted or averaged and on values that look odd.
  *
  *   path      in   of the file
  *   settings  in   the handle; null for all defaults

@@ -129,7 +129,7 @@ ExitStatus runInvert(const InvertOptions& options) {
     requireInvertible(input, settings, inputs.size() > 1);
   }
   const BatchLayout layout = layoutFrom(options, inputs.front().kernel);
-  InvertOutputs outputs(options.output, options.input, layout);
+  InvertOutputs outputs(options.output, options.input, inputs, layout);
 
   const ScratchFolder scratch;
   if (!options.output.log.empty()) {
@@ -151,6 +151,7 @@ ExitStatus runInvert(const InvertOptions& options) {
     context.phase = input.phase;
     context.measures = layout.measures;
     context.amplitudeUnit = calibration.unit;
+    context.found = input.found;
     if (bandRequest && succeeded(inversion)) {
       context.band = bandOf(input, shaped, inversion, *bandRequest);
     }

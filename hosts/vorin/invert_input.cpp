@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "toolkit/model/grid.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/reading/units.hpp"
 #include "toolkit/user_error.hpp"
@@ -41,13 +43,31 @@ KernelChoice kernelChoice(const InputOptions& options) {
   return {Kernel::matrix, options.kernel, readMatrix(options.kernel)};
 }
 
-Input readInput(const std::string& file, const DecayFormat& format, const KernelChoice& kernel,
+/// A name for the files about one decay of `file`, which may hold several.
+std::string nameOfDecay(const std::string& file, const std::string& column) {
+  if (column.empty()) {
+    return file;
+  }
+  std::string part = column;
+  std::replace_if(
+      part.begin(), part.end(),
+      [](unsigned char c) { return c < 0x80 && std::isalnum(c) == 0 && c != '-' && c != '.'; },
+      '_');
+  const std::filesystem::path path(file == "-" ? "stdin.csv" : file);
+  return fmt::format("{}_{}{}", path.stem().string(), part, path.extension().string());
+}
+
+Input inputFrom(FileDecay decay, const std::string& file, const KernelChoice& kernel,
                 const std::vector<double>& grid, const std::string& skip) {
   Input input;
-  input.name = file == "-" ? "standard input" : file;
+  input.name = decay.column.empty()
+                   ? decay.file
+                   : fmt::format("{}, column {}", decay.file, inOneLine(decay.column));
+  input.outputName = nameOfDecay(file, decay.column);
+  input.found = notableLines(decay.found);
   input.kernel = kernel.kernel;
   input.kernelFile = kernel.name;
-  Prepared prepared = prepare(readMeasuredDecay(file, format), kernel, grid, skip, input.name);
+  Prepared prepared = prepare(std::move(decay.measured), kernel, grid, skip, input.name);
   input.decay = std::move(prepared.decay);
   input.matrix = std::move(prepared.matrix);
   input.grid = std::move(prepared.grid);
@@ -57,19 +77,30 @@ Input readInput(const std::string& file, const DecayFormat& format, const Kernel
 
 }  // namespace
 
-void InputOptions::addTo(CLI::App& line) {
-  addOption(line, "FILE", files, "",
-            "Decays, each a text file with a row a sample: time, amplitude.\n"
-            "Comma, semicolon, tab or blanks between the fields, '#' begins a\n"
-            "comment line, one header line may come first; - is standard input")
-      ->required();
-  addOption(line, "--columns", columns, "X,Y[,IM]",
+void addReadingOptions(CLI::App& line, DecayFormatText& format) {
+  addOption(line, "--columns", format.columns, "X,Y[,IM]",
             "The columns of time, amplitude and, for complex data, the imaginary\n"
             "channel: numbers from 1 or names of the header line (default 1,2).\n"
-            "Complex data are turned by one phase and the real channel is taken");
-  addOption(line, "--time-unit", unit, "UNIT",
+            "Complex data are turned by one phase and the real channel is taken.\n"
+            "X,A..B takes many decays, X,A:B,C:D such with an imaginary channel");
+  addOption(line, "--time-unit", format.timeUnit, "UNIT",
             "Of the first column: s (default), ms, us or ns; for diffusion s/m2\n"
-            "(default), s/cm2, s/mm2 or ms/um2");
+            "(default), s/cm2, s/mm2 or ms/um2; overrides what the file says");
+  addOption(line, "--spacing", format.spacing, "TIME[,FIRST]",
+            "The time from one sample to the next, with a unit, for files without\n"
+            "times: the first column numbers the samples, or there is none; FIRST\n"
+            "is the time of the first sample");
+  addOption(line, "--header-lines", format.headerLines, "N",
+            "Lines above the rows of numbers (default: they are found)");
+}
+
+void InputOptions::addTo(CLI::App& line) {
+  addOption(line, "FILE", files, "",
+            "Decays, each a text file with a row a sample: time, amplitude, below a\n"
+            "header of any length, or another file that vorin read knows; - is\n"
+            "standard input")
+      ->required();
+  addReadingOptions(line, format);
   addOption(line, "--skip", skip, "N",
             "Leave out the first N samples: the first echoes of a train may lie\noff the curve");
   addOption(line, "--kernel", kernel, "NAME|FILE",
@@ -85,12 +116,7 @@ void InputOptions::addTo(CLI::App& line) {
 
 std::vector<Input> readInputs(const InputOptions& options) {
   const KernelChoice kernel = kernelChoice(options);
-  DecayFormat format;
-  format.abscissa = abscissaQuantity(kernel.kernel);
-  format.unit = readUnit(options.unit, "--time-unit", format.abscissa);
-  if (!options.columns.empty()) {
-    format.columns = parseColumns(options.columns, "--columns");
-  }
+  const DecayFormat format = readDecayFormat(options.format, abscissaQuantity(kernel.kernel), "--");
   std::vector<double> grid;
   if (!options.grid.empty()) {
     grid = gridValues(options.grid, "--grid", gridQuantity(kernel.kernel));
@@ -100,7 +126,9 @@ std::vector<Input> readInputs(const InputOptions& options) {
   }
   std::vector<Input> inputs;
   for (const std::string& file : options.files) {
-    inputs.push_back(readInput(file, format, kernel, grid, options.skip));
+    for (FileDecay& decay : readDecays(file, format)) {
+      inputs.push_back(inputFrom(std::move(decay), file, kernel, grid, options.skip));
+    }
   }
   return inputs;
 }

@@ -18,7 +18,9 @@
 #include "toolkit/measures/report_measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
+#include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/files.hpp"
+#include "toolkit/reading/found.hpp"
 #include "toolkit/writing/batch_table.hpp"
 #include "toolkit/writing/report.hpp"
 
@@ -31,12 +33,14 @@ CLI::Option* addOption(CLI::App& line, const std::string& name, Value& value,
   return line.add_option(name, value, text)->type_name(type);
 }
 
+/// Adds the options that say how the file of a decay is read.
+void addReadingOptions(CLI::App& line, DecayFormatText& format);
+
 /// What is read, as the user wrote it.
 struct InputOptions {
   std::vector<std::string> files;
   std::string kernel = "t2";
-  std::string columns;
-  std::string unit;
+  DecayFormatText format;
   std::string skip;
   std::string grid;
 
@@ -45,7 +49,9 @@ struct InputOptions {
 
 /// A decay with what it is to be inverted by.
 struct Input {
-  std::string name;  ///< of the file, as the user gave it; "standard input" for "-"
+  std::string name;              ///< of the file, as the user gave it; "standard input" for "-"
+  std::string outputName;        ///< a name of a file, whose stem names what is written
+  std::vector<FoundLine> found;  ///< what the reader tells
   Decay decay;
   Kernel kernel = Kernel::t2;
   std::string kernelFile;                            ///< for Kernel::matrix
@@ -122,7 +128,9 @@ class InvertOutputs {
  public:
   /// Throws UserError for names that can't be written, for one name for several
   /// inversions, and for a truth that can't be read.
-  InvertOutputs(const OutputOptions& options, const InputOptions& input, BatchLayout layout);
+  /// `inputs` are the decays to come.
+  InvertOutputs(const OutputOptions& options, const InputOptions& input,
+                const std::vector<Input>& inputs, BatchLayout layout);
 
   /// Writes all files of the inversion of input `index`, and keeps what the files about
   /// all of them need; `scratch` holds the library's log.

@@ -68,10 +68,14 @@ InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std:
 }
 
 InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& input,
-                             BatchLayout layout)
+                             const std::vector<Input>& inputs, BatchLayout layout)
     : layout_(std::move(layout)),
       jsonToOutput_(options.json == "-"),
-      severalInputs_(input.files.size() > 1) {
+      severalInputs_(inputs.size() > 1) {
+  std::vector<std::string> names;
+  for (const Input& decay : inputs) {
+    names.push_back(decay.outputName);
+  }
   if (!options.truth.empty()) {
     truth_ = readDistribution(options.truth, gridQuantity(layout_.kernel));
     files_.protect(options.truth);
@@ -87,14 +91,14 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
       files_.protect(*file);
     }
   }
-  out_ = announceEach(options.out, "--out", input.files);
-  fit_ = announceEach(options.fit, "--fit", input.files);
-  plot_ = announceEach(options.plot, "--plot", input.files);
-  plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", input.files);
-  log_ = announceEach(options.log, "--log", input.files);
+  out_ = announceEach(options.out, "--out", names);
+  fit_ = announceEach(options.fit, "--fit", names);
+  plot_ = announceEach(options.plot, "--plot", names);
+  plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", names);
+  log_ = announceEach(options.log, "--log", names);
   // One file holds all decays unless its name asks for one each.
   if (options.json.find(stemMark) != std::string::npos) {
-    jsonEach_ = announceEach(options.json, "--json", input.files);
+    jsonEach_ = announceEach(options.json, "--json", names);
   } else if (!options.json.empty() && !jsonToOutput_) {
     jsonOfAll_ = files_.announce(options.json, "--json");
   }

@@ -38,10 +38,10 @@ int run(int argc, char** argv) {
     return fmt::format("vorin, library {}", vorin::toolkit::queryText("VERS"));
   });
   const std::vector<Command> commands{
-      vorin::toolkit::addInvertCommand(program),     vorin::toolkit::addInvert2dCommand(program),
-      vorin::toolkit::addShowCommand(program),       vorin::toolkit::addSimulateCommand(program),
-      vorin::toolkit::addSimulate2dCommand(program), vorin::toolkit::addKeysCommand(program),
-      vorin::toolkit::addManualCommand(program)};
+      vorin::toolkit::addInvertCommand(program),   vorin::toolkit::addInvert2dCommand(program),
+      vorin::toolkit::addReadCommand(program),     vorin::toolkit::addShowCommand(program),
+      vorin::toolkit::addSimulateCommand(program), vorin::toolkit::addSimulate2dCommand(program),
+      vorin::toolkit::addKeysCommand(program),     vorin::toolkit::addManualCommand(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& request) {

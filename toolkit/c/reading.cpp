@@ -6,7 +6,7 @@
 #include "toolkit/c/handles.hpp"
 #include "toolkit/inverting/keys.hpp"
 #include "toolkit/inverting/library_job.hpp"
-#include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
 
@@ -15,13 +15,18 @@ namespace vorin::toolkit::c {
 namespace {
 
 DecayFormat formatOf(const vorin_settings& settings) {
-  DecayFormat format;
-  format.abscissa = abscissaQuantity(settings.kernel().kernel);
-  format.unit = readUnit(settings.text("time_unit"), "time_unit", format.abscissa);
-  if (const std::string& columns = settings.text("columns"); !columns.empty()) {
-    format.columns = parseColumns(columns, "columns");
-  }
-  return format;
+  return readDecayFormat({settings.text("columns"), settings.text("time_unit"),
+                          settings.text("header_lines"), settings.text("spacing")},
+                         abscissaQuantity(settings.kernel().kernel), "");
+}
+
+/// Adds what the reader found: texts by name, and the notes as a list.
+void addFound(vorin_result& result, Found found) {
+  result.add("format", std::move(found.format));
+  result.add("columns", std::move(found.columns));
+  result.add("unit", std::move(found.unit));
+  result.add("unit_origin", std::move(found.unitOrigin));
+  result.add("notes", std::move(found.notes));
 }
 
 }  // namespace
@@ -37,14 +42,33 @@ int32_t vorin_read_decay(const char* path, const vorin_settings* settings, vorin
   return c::making(result, message, message_size, [&] {
     c::requireAddress(path, "path");
     const vorin_settings defaults;
-    vorin::toolkit::MeasuredDecay measured =
-        vorin::toolkit::readMeasuredDecay(path, c::formatOf(c::orDefaults(settings, defaults)));
+    std::vector<vorin::toolkit::FileDecay> decays =
+        vorin::toolkit::readDecays(path, c::formatOf(c::orDefaults(settings, defaults)));
     auto made = std::make_unique<vorin_result>();
-    made->add("time", std::move(measured.decay.time));
-    made->add("amplitude", std::move(measured.decay.amplitude));
-    if (!measured.imaginary.empty()) {
-      made->add("imaginary", std::move(measured.imaginary));
+    std::vector<std::string> names;
+    std::vector<double> sizes;
+    std::vector<double> time;
+    std::vector<double> amplitude;
+    std::vector<double> imaginary;
+    for (const vorin::toolkit::FileDecay& decay : decays) {
+      const vorin::toolkit::MeasuredDecay& measured = decay.measured;
+      const auto append = [](std::vector<double>& all, const std::vector<double>& more) {
+        all.insert(all.end(), more.begin(), more.end());
+      };
+      names.push_back(decay.column);
+      sizes.push_back(static_cast<double>(measured.decay.time.size()));
+      append(time, measured.decay.time);
+      append(amplitude, measured.decay.amplitude);
+      append(imaginary, measured.imaginary);
     }
+    made->add("time", std::move(time));
+    made->add("amplitude", std::move(amplitude));
+    if (!imaginary.empty()) {
+      made->add("imaginary", std::move(imaginary));
+    }
+    made->add("names", std::move(names));
+    made->add("sizes", std::move(sizes));
+    c::addFound(*made, std::move(decays.front().found));
     return made;
   });
 }

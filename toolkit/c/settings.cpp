@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::string_view keyPrefix = "key.";
 
-constexpr std::array<c::JobSetting, 20> jobSettings{{
+constexpr std::array<c::JobSetting, 22> jobSettings{{
     {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
      "what one value of the grid adds to a sample"},
     {"grid", "FROM:TO:N, or a list", "by the times of the samples",
@@ -34,8 +34,12 @@ constexpr std::array<c::JobSetting, 20> jobSettings{{
     {"replicates", "N", "200", "replicates of a bootstrap, 20 to 100000"},
     {"seed", "N", "1", "of the noise that a bootstrap or a simulation draws"},
     {"threads", "N", "1", "threads of a bootstrap; 0 is one for each processor"},
-    {"columns", "X,Y[,IM]", "1,2", "the columns of a file: numbers from 1, or names of its header"},
-    {"time_unit", "UNIT", "s, or s/m2", "of the first column of a file"},
+    {"columns", "X,Y[,IM]", "1,2",
+     "the columns of a file: numbers from 1, or names of its header; X,A..B for many decays"},
+    {"time_unit", "UNIT", "as the file says, or s, s/m2", "of the first column of a file"},
+    {"spacing", "TIME[,FIRST]", "times are in the file",
+     "the time from one sample to the next, for files without times"},
+    {"header_lines", "N", "found", "lines above the rows of numbers of a file"},
     {"sigma", "SIGMA", "0.2", "standard deviation of the noise of a computed decay"},
     {"phase", "RADIANS", "real data", "by which a computed decay is turned"},
     {"kernel1", "as kernel", "t1-inversion", "the kernel of a map's first axis, the rows"},

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 #include "toolkit/reading/numbers.hpp"
@@ -14,89 +15,6 @@ namespace vorin::toolkit {
 
 namespace {
 
-/// A row of a large kernel matrix is shorter than this; a file without line ends isn't.
-constexpr std::size_t longestLine = 1'000'000;
-
-std::string_view withoutQuotes(std::string_view field) {
-  if (field.size() >= 2 && field.front() == '"' && field.back() == '"') {
-    return trimmed(field.substr(1, field.size() - 2));
-  }
-  return field;
-}
-
-/// Where the field that `row` begins with ends: at the separator, which doesn't count
-/// inside double quotes.
-std::size_t endOfField(std::string_view row, char separator) {
-  const std::size_t start = row.find_first_not_of(" \t");
-  if (start != std::string_view::npos && row[start] == '"' && row[start] != separator) {
-    const std::size_t closing = row.find('"', start + 1);
-    if (closing != std::string_view::npos) {
-      return row.find(separator, closing + 1);
-    }
-  }
-  return row.find(separator);
-}
-
-std::vector<std::string_view> fieldsOf(std::string_view row, char separator) {
-  std::vector<std::string_view> fields;
-  if (separator == ' ') {
-    std::size_t at = 0;
-    while ((at = row.find_first_not_of(" \t", at)) != std::string_view::npos) {
-      const std::size_t stop = std::min(row.find_first_of(" \t", at), row.size());
-      fields.push_back(withoutQuotes(row.substr(at, stop - at)));
-      at = stop;
-    }
-    return fields;
-  }
-  while (true) {
-    const std::size_t stop = endOfField(row, separator);
-    fields.push_back(withoutQuotes(trimmed(row.substr(0, stop))));
-    if (stop == std::string_view::npos) {
-      return fields;
-    }
-    row.remove_prefix(stop + 1);
-  }
-}
-
-/// The number in `field`, in which one comma may be the decimal separator.
-std::optional<double> numberWithComma(std::string_view field) {
-  const std::size_t comma = field.find(',');
-  if (comma == std::string_view::npos) {
-    return parseNumber(field);
-  }
-  if (field.find('.') != std::string_view::npos) {
-    return std::nullopt;
-  }
-  std::string text(field);
-  text[comma] = '.';
-  return parseNumber(text);
-}
-
-template <class Reads>
-bool allOf(const std::vector<std::string_view>& fields, Reads reads) {
-  return std::all_of(fields.begin(), fields.end(),
-                     [&](std::string_view field) { return reads(field).has_value(); });
-}
-
-/// The separator of the fields of a row. With commas and blanks only, commas separate the
-/// fields if that leaves numbers ("0.001, 3"); otherwise they are decimal separators if
-/// that does ("0,001 3,5").
-char separatorOf(std::string_view row) {
-  for (char candidate : {';', '\t'}) {
-    if (row.find(candidate) != std::string_view::npos) {
-      return candidate;
-    }
-  }
-  if (row.find(',') == std::string_view::npos) {
-    return ' ';
-  }
-  if (allOf(fieldsOf(row, ','), parseNumber)) {
-    return ',';
-  }
-  const std::vector<std::string_view> byBlanks = fieldsOf(row, ' ');
-  return byBlanks.size() > 1 && allOf(byBlanks, numberWithComma) ? ' ' : ',';
-}
-
 std::string_view separatorName(char separator) {
   switch (separator) {
     case ';':
@@ -105,104 +23,214 @@ std::string_view separatorName(char separator) {
       return "tabs";
     case ',':
       return "commas";
-    default:
+    case ' ':
       return "blanks";
+    default:
+      return "signs of their own";
   }
 }
 
-/// A header has words only: a number in it would be a row with a mistake, and a
-/// control character is no text.
-bool isHeader(std::string_view row) {
-  const std::vector<std::string_view> fields = fieldsOf(row, separatorOf(row));
-  return std::all_of(fields.begin(), fields.end(), [](std::string_view field) {
-    return !field.empty() && !numberWithComma(field).has_value() &&
-           std::none_of(field.begin(), field.end(),
-                        [](unsigned char c) { return c < ' ' || c == 0x7f; });
-  });
+bool isBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+
+/// Names with blanks in them where blanks separate the columns: brackets belong to the name
+/// before them ("time (ms) signal (V)"), or else two blanks or a tab separate the names.
+std::vector<std::string> looseNames(std::string_view line, std::size_t columns) {
+  std::vector<std::string> names;
+  for (const std::string_view word : fieldsOf(line, ' ')) {
+    if (!names.empty() && (word.front() == '(' || word.front() == '[')) {
+      names.back() += ' ';
+      names.back() += word;
+    } else {
+      names.emplace_back(word);
+    }
+  }
+  if (names.size() == columns) {
+    return names;
+  }
+  names.assign(1, "");
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const bool wide =
+        line[i] == '\t' || (isBlank(line[i]) && i + 1 < line.size() && isBlank(line[i + 1]));
+    if (!wide) {
+      names.back() += line[i];
+      continue;
+    }
+    names.emplace_back();
+    while (i + 1 < line.size() && isBlank(line[i + 1])) {
+      ++i;
+    }
+  }
+  return names;
 }
 
 }  // namespace
 
-Table::Table(const TextFile& file, std::string_view names, std::string_view example)
-    : name_(file.name) {
-  std::string_view rest = file.content;
-  std::string_view headerLine;
-  std::string_view lastComment;
-  bool headerSeen = false;
-  for (long number = 1; !rest.empty(); ++number) {
-    const std::size_t before = rest.size();
-    const std::string_view whole = takeLine(rest);
-    const bool last = rest.empty() && whole.size() == before;  // no line end behind it
-    if (whole.size() > longestLine) {
-      throw UserError(
-          fmt::format("{}, line {}: this line has more than {} characters; give one "
-                      "row a sample, each on a line of its own",
-                      name_, number, longestLine));
-    }
-    const std::string_view line = trimmed(whole);
-    if (line.empty()) {
-      continue;
-    }
-    if (line.front() == '#') {
-      lastComment = lines_.empty() ? trimmed(line.substr(1)) : lastComment;
-      continue;
-    }
-    if (lines_.empty() && !headerSeen && isHeader(line)) {
-      headerSeen = true;
-      headerLine = line;
-      continue;
-    }
-    takeRow(line, number, last, names);
-  }
+Table::Table(const TextFile& file, std::string_view names, std::string_view example,
+             std::optional<std::size_t> headerLines)
+    : ColumnSource(file.name) {
+  const TableLayout layout = layOut(file, headerLines);
+  separator_ = layout.separator;
+  takeRows(layout, names);
   if (lines_.empty()) {
     throw UserError(
         fmt::format("{}: there are no rows of numbers; give one row a sample, {}", name_, example));
   }
-  // Some programs write their header as a comment.
-  setHeader(headerSeen ? headerLine : lastComment);
+  takeNames(layout);
+  dropEmptyColumns();
+  describe(file, layout);
+  if (file.content.starts_with(decayComment) && columns_ == 3) {
+    roles = {0, 1, 2};
+  }
 }
 
-void Table::takeRow(std::string_view line, long number, bool last, std::string_view names) {
-  if (lines_.empty()) {
-    separator_ = separatorOf(line);
-    columns_ = fieldsOf(line, separator_).size();
+void Table::takeRows(const TableLayout& layout, std::string_view names) {
+  for (const TextLine& line : layout.rows) {
+    const std::vector<std::string_view> fields = fieldsOf(line.text, separator_);
+    if (stride_ == 0) {
+      stride_ = fields.size();
+      columns_ = stride_;
+    }
+    if (std::all_of(fields.begin(), fields.end(),
+                    [](std::string_view field) { return field.empty(); }) &&
+        fields.size() > 1) {
+      ++emptyRows_;
+      continue;
+    }
+    if (fields.size() != stride_) {
+      failLength(fields.size(), line, names);
+    }
+    fields_.insert(fields_.end(), fields.begin(), fields.end());
+    lines_.push_back(line.number);
   }
-  const std::vector<std::string_view> fields = fieldsOf(line, separator_);
-  if (fields.size() != columns_) {
-    failLength(fields.size(), line, number, last, names);
-  }
-  fields_.insert(fields_.end(), fields.begin(), fields.end());
-  lines_.push_back(number);
 }
 
-void Table::failLength(std::size_t found, std::string_view line, long number, bool last,
-                       std::string_view names) const {
-  const std::string place = fmt::format("{}, line {}", name_, number);
-  const char other = separatorOf(line);
-  if (other != separator_ && !lines_.empty() && fieldsOf(line, other).size() == columns_) {
+void Table::failLength(std::size_t count, const TextLine& line, std::string_view names) const {
+  const std::string place = fmt::format("{}, line {}", name_, line.number);
+  const char other = separatorOf(line.text);
+  if (other != separator_ && !lines_.empty() && fieldsOf(line.text, other).size() == stride_) {
     throw UserError(
         fmt::format("{}: {} separate the fields here and {} in line {}; use one of them", place,
                     separatorName(other), separatorName(separator_), lines_.front()));
   }
-  const std::string_view cut =
-      last && found < columns_ ? "; the file ends within this line, it may have been cut off" : "";
-  const std::string_view plural = found == 1 ? "" : "s";
-  if (columns_ == 2 && !names.empty()) {
+  const std::string_view cut = line.endless && count < stride_
+                                   ? "; the file ends within this line, it may have been cut off"
+                                   : "";
+  const std::string_view plural = count == 1 ? "" : "s";
+  if (stride_ == 2 && !names.empty()) {
     throw UserError(
         fmt::format("{}: this row has {} field{}; a row needs {}, {}, separated by a comma{}",
-                    place, found, plural, columns_, names, cut));
+                    place, count, plural, stride_, names, cut));
   }
   throw UserError(fmt::format("{}: this row has {} field{}, but the first (line {}) has {}{}",
-                              place, found, plural, lines_.front(), columns_, cut));
+                              place, count, plural, lines_.empty() ? 0 : lines_.front(), stride_,
+                              cut));
 }
 
-void Table::setHeader(std::string_view line) {
-  for (char separator : {separator_, separatorOf(line)}) {
-    const std::vector<std::string_view> names = fieldsOf(line, separator);
-    if (names.size() == columns_) {
-      header_.assign(names.begin(), names.end());
+void Table::takeNames(const TableLayout& layout) {
+  const std::size_t count = layout.header.size();
+  if (count > 0 && setUnits(layout.header[count - 1])) {
+    // A row of units stands below one of names. Alone, it must begin with a unit, since "t,s"
+    // are names.
+    if (count > 1 && setHeader(layout.header[count - 2])) {
       return;
     }
+    if (!unitFrom(units_.front())) {
+      units_.clear();
+    }
+  }
+  if (count > 0) {
+    setHeader(layout.header[count - 1]);
+  } else if (layout.comment) {
+    setHeader(*layout.comment);  // some programs write their header as a comment
+  }
+}
+
+bool Table::setHeader(const TextLine& line) {
+  headerLine_ = line.number;
+  for (char separator : {separator_, separatorOf(line.text)}) {
+    std::vector<std::string_view> names = fieldsOf(line.text, separator);
+    while (names.size() > stride_ && names.back().empty()) {
+      names.pop_back();
+    }
+    if (names.size() == stride_) {
+      header_.assign(names.begin(), names.end());
+      return true;
+    }
+  }
+  if (separator_ == ' ' || separator_ == '\t') {
+    std::vector<std::string> names = looseNames(line.text, stride_);
+    if (names.size() == stride_) {
+      header_ = std::move(names);
+      return true;
+    }
+  }
+  nameLine_ = line.text;
+  return false;
+}
+
+bool Table::setUnits(const TextLine& line) {
+  constexpr std::size_t longest = 12;
+  for (char separator : {separator_, separatorOf(line.text)}) {
+    const std::vector<std::string_view> fields = fieldsOf(line.text, separator);
+    const bool some = std::any_of(fields.begin(), fields.end(), [](std::string_view field) {
+      return unitFrom(field).has_value();
+    });
+    if (some && fields.size() == stride_ &&
+        std::all_of(fields.begin(), fields.end(),
+                    [](std::string_view field) { return field.size() <= longest; })) {
+      units_.assign(fields.begin(), fields.end());
+      unitsLine_ = line.number;
+      return true;
+    }
+  }
+  return false;
+}
+
+void Table::dropEmptyColumns() {
+  const auto allEmpty = [&](std::size_t column) {
+    for (std::size_t row = 0; row < rows(); ++row) {
+      if (!field(row, column).empty()) {
+        return false;
+      }
+    }
+    return header_.empty() || header_[column].empty();
+  };
+  while (columns_ > 1 && allEmpty(columns_ - 1)) {
+    --columns_;
+    if (!header_.empty()) {
+      header_.pop_back();
+    }
+  }
+}
+
+void Table::describe(const TextFile& file, const TableLayout& layout) {
+  const bool decimalComma = std::any_of(fields_.begin(), fields_.end(), [](std::string_view field) {
+    return field.find(',') != std::string_view::npos && numberWithComma(field).has_value();
+  });
+  found.format = fmt::format(
+      "text, {} between the fields{}{}{}{}", separatorName(separator_),
+      decimalComma ? ", decimal commas" : "", file.encoding.empty() ? "" : ", ", file.encoding,
+      layout.header.empty() ? std::string()
+                            : fmt::format(", rows from line {}", layout.rows.front().number));
+  if (emptyRows_ > 0) {
+    found.notes.push_back(
+        fmt::format("{} empty row{} left out", emptyRows_, emptyRows_ == 1 ? " is" : "s are"));
+  }
+  for (const TextLine& line : layout.header) {
+    const std::vector<std::string_view> fields = fieldsOf(line.text, separatorOf(line.text));
+    if (std::all_of(fields.begin(), fields.end(),
+                    [](std::string_view field) { return numberWithComma(field).has_value(); })) {
+      found.notes.push_back(fmt::format("line {}, {}, is taken for a part of the header",
+                                        line.number, inQuotes(line.text)));
+    }
+  }
+  if (!layout.footer.empty()) {
+    const std::size_t count = layout.footer.size();
+    found.notes.push_back(fmt::format("{} line{} behind the rows left out, from line {}: {}", count,
+                                      count == 1 ? "" : "s", layout.footer.front().number,
+                                      inQuotes(layout.footer.front().text)));
   }
 }
 
@@ -214,39 +242,49 @@ bool Table::commasMayBeDecimal() const {
          });
 }
 
+void Table::requireChoice(std::string_view abscissa) const {
+  if (columns_ < 2) {
+    throw UserError(
+        fmt::format("{}: this row has 1 field; a row needs 2, {} and amplitude, "
+                    "separated by a comma, or --spacing TIME for amplitudes alone",
+                    place(0), abscissa));
+  }
+  if (commasMayBeDecimal()) {
+    throw UserError(fmt::format(
+        "{}: the commas may separate fields or be decimal separators; separate the fields by "
+        "semicolons, or say by --columns, for instance --columns 1,2, that they are columns",
+        place(0)));
+  }
+  throw UserError(fmt::format(
+      "{}: this row has {} fields; say by --columns which hold {} and amplitude, for instance "
+      "--columns 1,2, or 1,2,3 with the imaginary channel of complex data",
+      place(0), columns_, abscissa));
+}
+
 std::string Table::place(std::size_t row) const {
-  return fmt::format("{}, line {}", name_, lines_[row]);
+  return fmt::format("{}, {}", name_, rowName(row));
 }
 
-double Table::numberAt(std::size_t row, std::size_t column, std::string_view quantity) const {
-  const std::string_view field = fields_[row * columns_ + column];
-  const std::optional<double> value =
-      separator_ == ',' ? parseNumber(field) : numberWithComma(field);
-  if (!value) {
-    throw UserError(
-        field.empty()
-            ? fmt::format("{}: the {} is missing; write a number such as 0.0012", place(row),
-                          quantity)
-            : fmt::format("{}: the {} {} is not a number; write one such as 0.0012 or 1.2e-3",
-                          place(row), quantity, inQuotes(field)));
-  }
-  if (!std::isfinite(*value)) {
-    throw UserError(
-        fmt::format("{}: the {} {} is not a finite number; leave out samples without a value",
-                    place(row), quantity, inQuotes(field)));
-  }
-  return *value;
+std::string Table::rowName(std::size_t row) const {
+  return fmt::format("line {}", lines_[row]);
 }
 
-std::vector<double> Table::numbers(std::size_t column, std::string_view quantity) const {
-  std::vector<double> result(rows());
+void Table::failNumber(std::size_t row, std::string_view field, std::string_view quantity) const {
+  throw UserError(
+      field.empty()
+          ? fmt::format("{}: the {} is missing; write a number such as 0.0012", place(row),
+                        quantity)
+          : fmt::format("{}: the {} {} is not a number; write one such as 0.0012 or 1.2e-3",
+                        place(row), quantity, inQuotes(field)));
+}
+
+void Table::requireOneDecimalSeparator(std::size_t column) const {
   std::optional<std::size_t> withComma;
   std::optional<std::size_t> withPoint;
   for (std::size_t row = 0; row < rows(); ++row) {
-    result[row] = numberAt(row, column, quantity);
-    const std::string_view field = fields_[row * columns_ + column];
-    auto& seen = field.find(',') != std::string_view::npos ? withComma : withPoint;
-    if (!seen && field.find_first_of(",.") != std::string_view::npos) {
+    const std::string_view text = field(row, column);
+    auto& seen = text.find(',') != std::string_view::npos ? withComma : withPoint;
+    if (!seen && text.find_first_of(",.") != std::string_view::npos) {
       seen = row;
     }
     if (withComma && withPoint) {
@@ -257,7 +295,100 @@ std::vector<double> Table::numbers(std::size_t column, std::string_view quantity
           lines_[*withComma == row ? *withPoint : *withComma]));
     }
   }
+}
+
+std::vector<double> Table::numbers(std::size_t column, std::string_view quantity) const {
+  const ColumnNumbers read = samples(column, quantity, Missing::refused);
+  for (std::size_t row = 0; row < rows(); ++row) {
+    if (std::isnan(read.real[row])) {
+      throw UserError(
+          fmt::format("{}: the {} {} is not a finite number; leave out samples without a value",
+                      place(row), quantity, inQuotes(field(row, column))));
+    }
+    if (!read.imaginary.empty()) {
+      failNumber(row, field(row, column), quantity);
+    }
+  }
+  return read.real;
+}
+
+ColumnNumbers Table::samples(std::size_t column, std::string_view quantity, Missing missing) const {
+  ColumnNumbers result;
+  result.real.resize(rows());
+  std::vector<std::size_t> plain;  // rows that hold a real number
+  for (std::size_t row = 0; row < rows(); ++row) {
+    const std::string_view text = field(row, column);
+    std::optional<double> value = numberWithComma(text);
+    if (!value && (meansNoNumber(text) || (text.empty() && missing == Missing::notANumber))) {
+      value = std::numeric_limits<double>::quiet_NaN();
+    }
+    if (const auto pair = value ? std::nullopt : parseComplex(text)) {
+      result.imaginary.resize(rows());
+      result.imaginary[row] = pair->imaginary;
+      value = pair->real;
+    } else if (value && !std::isnan(*value)) {
+      plain.push_back(row);
+    }
+    if (!value) {
+      failNumber(row, text, quantity);
+    }
+    result.real[row] = *value;
+    const bool endless =
+        std::isinf(*value) || (!result.imaginary.empty() && !std::isfinite(result.imaginary[row]));
+    if (endless) {
+      throw UserError(
+          fmt::format("{}: the {} {} is not a finite number; leave out samples without a value",
+                      place(row), quantity, inQuotes(text)));
+    }
+  }
+  if (!result.imaginary.empty() && !plain.empty()) {
+    throw UserError(fmt::format("{}: the {} {} is real, but others of its column are complex",
+                                place(plain[0]), quantity, inQuotes(field(plain[0], column))));
+  }
+  if (result.imaginary.empty()) {
+    requireOneDecimalSeparator(column);
+  }
   return result;
+}
+
+std::optional<ToldUnit> Table::unitOf(std::size_t column) const {
+  std::optional<ToldUnit> byName;
+  if (column < header_.size()) {
+    if (const NameAndUnit told = unitInName(header_[column]); told.unit) {
+      byName = ToldUnit{*told.unit, fmt::format("header, line {}", headerLine_), told.loose};
+    }
+  }
+  if (header_.empty() && column == 0) {
+    for (const Quantity quantity : {Quantity::time, Quantity::bValue}) {
+      if (const auto unit = byName ? std::nullopt : unitInBrackets(nameLine_, quantity)) {
+        byName = ToldUnit{*unit, fmt::format("header, line {}", headerLine_)};
+      }
+    }
+  }
+  std::optional<ToldUnit> byRow;
+  if (column < units_.size()) {
+    if (const auto unit = unitFrom(units_[column])) {
+      byRow = ToldUnit{*unit, fmt::format("row of units, line {}", unitsLine_)};
+    }
+  }
+  if (byName && byRow &&
+      (byName->unit.quantity != byRow->unit.quantity || byName->unit.size != byRow->unit.size)) {
+    throw UserError(fmt::format(
+        "{}: the unit of column {} is {} in line {} and {} in line {}; say which by --time-unit",
+        name_, column + 1, inQuotes(byName->unit.text), headerLine_, inQuotes(byRow->unit.text),
+        unitsLine_));
+  }
+  return byRow ? byRow : byName;
+}
+
+std::string Table::unknownUnitOf(std::size_t column) const {
+  return column < header_.size() ? unitInName(header_[column]).unknown : std::string();
+}
+
+Table decayTable(const TextFile& file, std::string_view abscissa,
+                 std::optional<std::size_t> headerLines) {
+  return Table(file, fmt::format("{} and amplitude", abscissa),
+               fmt::format("{},amplitude", abscissa), headerLines);
 }
 
 }  // namespace vorin::toolkit

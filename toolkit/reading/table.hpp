@@ -1,58 +1,88 @@
 // Columns of numbers in a text file: comma, semicolon, tab or blanks between the fields,
-// a point or, where the separator is no comma, a comma before the decimals; comment lines
-// that begin with '#', empty lines, and one header line of words.
+// a point or, where the separator is no comma, a comma before the decimals; comment lines,
+// empty lines, a header of any length, a row of units, and a footer.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "toolkit/reading/columns.hpp"
+#include "toolkit/reading/table_layout.hpp"
 #include "toolkit/reading/text_file.hpp"
 
 namespace vorin::toolkit {
 
+/// With this the programs begin the file of a decay. Where it does, three columns are time, real
+/// and imaginary channel.
+inline constexpr std::string_view decayComment = "# decay of";
+
 /// The rows of one file, all with as many fields. Numbers are read from it by the column,
 /// so that columns that nobody asks for may hold anything.
-class Table {
+class Table : public ColumnSource {
  public:
   /// Lays out `file`, which must outlive the table. Throws UserError, with file and line,
   /// for rows of unequal length, overlong lines, and when there are no rows. For messages,
   /// `names` describes a row of two columns ("time and amplitude", or nothing) and
-  /// `example` is a row as it should be.
-  Table(const TextFile& file, std::string_view names, std::string_view example);
+  /// `example` is a row as it should be. `headerLines` is the count of lines above the rows
+  /// where the user gives it.
+  Table(const TextFile& file, std::string_view names, std::string_view example,
+        std::optional<std::size_t> headerLines = {});
 
-  std::size_t rows() const { return lines_.size(); }
-  std::size_t columns() const { return columns_; }
-  const std::string& name() const { return name_; }
+  std::size_t rows() const override { return lines_.size(); }
+  std::size_t columns() const override { return columns_; }
   /// Line number, from 1, of a row in the file.
   long lineOf(std::size_t row) const { return lines_[row]; }
-  /// The names of the columns, or none when the file has no header that fits.
-  const std::vector<std::string>& header() const { return header_; }
+  char separator() const { return separator_; }
+  const std::vector<std::string>& header() const override { return header_; }
+  std::string place(std::size_t row) const override;
+  std::string rowName(std::size_t row) const override;
 
-  /// True when commas separate the fields and nothing in the file shows that they are not
-  /// decimal commas: more than two whole numbers in every row.
-  bool commasMayBeDecimal() const;
+  /// The text of a field, from 0.
+  std::string_view field(std::size_t row, std::size_t column) const {
+    return fields_[row * stride_ + column];
+  }
 
-  /// The numbers of a column (from 0). Throws UserError, with file and line, for what is
-  /// not a finite number; `quantity` names the column in messages.
+  /// The finite numbers of a column. Throws UserError, with file and line, for anything else.
   std::vector<double> numbers(std::size_t column, std::string_view quantity) const;
 
-  /// The place of a row in messages: "decay.csv, line 7".
-  std::string place(std::size_t row) const;
+  ColumnNumbers samples(std::size_t column, std::string_view quantity,
+                        Missing missing) const override;
+  std::optional<ToldUnit> unitOf(std::size_t column) const override;
+  std::string unknownUnitOf(std::size_t column) const override;
+  void requireChoice(std::string_view abscissa) const override;
 
  private:
-  void takeRow(std::string_view line, long number, bool last, std::string_view names);
-  void setHeader(std::string_view line);
-  [[noreturn]] void failLength(std::size_t found, std::string_view line, long number, bool last,
+  void takeRows(const TableLayout& layout, std::string_view names);
+  void takeNames(const TableLayout& layout);
+  bool setHeader(const TextLine& line);
+  bool setUnits(const TextLine& line);
+  void dropEmptyColumns();
+  bool commasMayBeDecimal() const;
+  void describe(const TextFile& file, const TableLayout& layout);
+  [[noreturn]] void failLength(std::size_t count, const TextLine& line,
                                std::string_view names) const;
-  double numberAt(std::size_t row, std::size_t column, std::string_view quantity) const;
+  [[noreturn]] void failNumber(std::size_t row, std::string_view field,
+                               std::string_view quantity) const;
+  void requireOneDecimalSeparator(std::size_t column) const;
 
-  std::string name_;
-  char separator_ = '\0';  ///< ' ' is any run of blanks
+  char separator_ = '\0';   ///< ' ' is any run of blanks
+  std::size_t stride_ = 0;  ///< fields of a row, with empty ones at its end
   std::size_t columns_ = 0;
+  std::size_t emptyRows_ = 0;
   std::vector<std::string_view> fields_;  ///< row-major
   std::vector<long> lines_;
   std::vector<std::string> header_;
+  long headerLine_ = 0;
+  std::vector<std::string> units_;  ///< of a row of units
+  long unitsLine_ = 0;
+  std::string nameLine_;  ///< the line right above the rows, where it holds no names
 };
+
+/// The table of a decay in `file`, whose abscissa is called `abscissa`.
+Table decayTable(const TextFile& file, std::string_view abscissa,
+                 std::optional<std::size_t> headerLines);
 
 }  // namespace vorin::toolkit

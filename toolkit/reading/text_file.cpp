@@ -9,6 +9,8 @@
 #include <fstream>
 #include <iostream>
 
+#include "toolkit/reading/encoding.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -40,37 +42,26 @@ std::ifstream openForReading(const fs::path& path) {
   std::error_code error;
   const fs::file_status status = fs::status(path, error);
   if (!fs::exists(status)) {
-    throw UserError(
-        fmt::format("{}: there is no such file; give the name of a CSV file", path.string()));
+    throw UserError(fmt::format("{}: there is no such file; give the name of a CSV file",
+                                inOneLine(path.string())));
   }
   if (fs::is_directory(status)) {
-    throw UserError(
-        fmt::format("{}: this is a folder; give the name of a CSV file in it", path.string()));
+    throw UserError(fmt::format("{}: this is a folder; give the name of a CSV file in it",
+                                inOneLine(path.string())));
   }
   std::ifstream file(path, std::ios::binary);
   if (!file) {
-    throw UserError(
-        fmt::format("{}: the file can't be opened ({})", path.string(), std::strerror(errno)));
+    throw UserError(fmt::format("{}: the file can't be opened ({})", inOneLine(path.string()),
+                                std::strerror(errno)));
   }
   return file;
 }
 
-/// Throws UserError for content whose first bytes show that it is not plain text.
-void refuseOtherKinds(const TextFile& file) {
-  struct Kind {
-    std::string_view start;
-    std::string_view sentence;
-  };
-  constexpr std::array<Kind, 4> kinds{{
-      {"\xFF\xFE", "this is a UTF-16 text; save it as UTF-8 or as plain text"},
-      {"\xFE\xFF", "this is a UTF-16 text; save it as UTF-8 or as plain text"},
-      {"\x1F\x8B", "this is a gzip archive; unpack it first (gunzip)"},
-      {"PK\x03\x04", "this is a zip archive or a workbook; save the sheet as CSV"},
-  }};
-  for (const Kind& kind : kinds) {
-    if (std::string_view(file.content).substr(0, kind.start.size()) == kind.start) {
-      throw UserError(fmt::format("{}: {}", file.name, kind.sentence));
-    }
+/// Throws UserError for content that shows that it is not text.
+void requireText(const TextFile& file) {
+  if (std::string_view(file.content).starts_with("PK\x03\x04")) {
+    throw UserError(
+        fmt::format("{}: this is a zip archive or a workbook; save the sheet as CSV", file.name));
   }
   if (const std::size_t at = file.content.find('\0'); at != std::string::npos) {
     const auto line = std::count(file.content.begin(),
@@ -83,21 +74,37 @@ void refuseOtherKinds(const TextFile& file) {
 
 }  // namespace
 
-TextFile readTextFile(const fs::path& path) {
-  TextFile file;
+FileBytes readFileBytes(const fs::path& path) {
+  FileBytes file;
   if (path == "-") {
     file.name = "standard input";
     file.content = readAll(std::cin, file.name);
   } else {
-    file.name = path.string();
+    file.name = inOneLine(path.string());
     std::ifstream in = openForReading(path);
     file.content = readAll(in, file.name);
   }
-  if (file.content.compare(0, 3, "\xEF\xBB\xBF") == 0) {
-    file.content.erase(0, 3);  // the byte-order mark that some spreadsheets write
+  if (isGzip(file.content)) {
+    file.content = unzipped(file.content, file.name);
+    file.encoding = "gzip";
   }
-  refuseOtherKinds(file);
   return file;
+}
+
+TextFile textOf(FileBytes file) {
+  TextFile text;
+  text.name = std::move(file.name);
+  text.encoding = std::move(file.encoding);
+  if (const std::string_view encoding = decode(file.content); !encoding.empty()) {
+    text.encoding += fmt::format("{}{}", text.encoding.empty() ? "" : ", ", encoding);
+  }
+  text.content = std::move(file.content);
+  requireText(text);
+  return text;
+}
+
+TextFile readTextFile(const fs::path& path) {
+  return textOf(readFileBytes(path));
 }
 
 std::string_view takeLine(std::string_view& rest) {

@@ -152,8 +152,11 @@ std::optional<double> parseQuantity(std::string_view text, Quantity quantity) {
   if (!number || !size) {
     return std::nullopt;
   }
-  // Units below 1 are divided by a whole number, so that "1ms" is 0.001 to the last bit.
-  return *size < 1.0 ? *number / std::round(1.0 / *size) : *number * *size;
+  return toSi(*number, *size);
+}
+
+double toSi(double value, double size) {
+  return size < 1.0 ? value / std::round(1.0 / size) : value * size;
 }
 
 std::string quantityText(double value, Quantity quantity) {

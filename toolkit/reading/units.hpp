@@ -28,6 +28,10 @@ std::optional<double> unitSize(std::string_view unit, Quantity quantity);
 /// unit that the quantity hasn't.
 double readUnit(std::string_view unit, std::string_view option, Quantity quantity);
 
+/// `value` of a unit that has `size` SI units, in SI units. Units below 1 are divided by a whole
+/// number, so that 1 ms is 0.001 to the last bit.
+double toSi(double value, double size);
+
 /// The units of a quantity, for messages: "s, ms, us or ns".
 std::string unitList(Quantity quantity);
 

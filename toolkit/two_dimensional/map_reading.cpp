@@ -88,22 +88,17 @@ void fillCorner(TextFile& file) {
   }
 }
 
-double inSi(double value, double unit) {
-  // Units below 1 are divided by a whole number, so that 1 ms is 0.001 to the last bit.
-  return unit < 1.0 ? value / std::round(1.0 / unit) : value * unit;
-}
-
 std::vector<double> readAxis(const std::string& path, Quantity quantity, double unit) {
   const Numbers numbers = isNpy(path) ? numbersOfArray(path, quantityName(quantity))
                                       : numbersOf(readTextFile(path), quantityName(quantity));
   std::vector<double> values;
   for (std::size_t i = 0; i < numbers.rows; ++i) {
-    values.push_back(inSi(numbers.values[i * numbers.columns], unit));
+    values.push_back(toSi(numbers.values[i * numbers.columns], unit));
   }
   if (numbers.rows == 1) {  // all in one row
     values.clear();
     for (double value : numbers.values) {
-      values.push_back(inSi(value, unit));
+      values.push_back(toSi(value, unit));
     }
   }
   return values;
@@ -139,11 +134,11 @@ MeasuredMap withAxes(const Numbers& numbers, const MapFormat& format) {
   MeasuredMap measured;
   MapData& data = measured.data;
   for (std::size_t k = 1; k < numbers.columns; ++k) {
-    data.times2.push_back(inSi(numbers.values[k], format.unit2));
+    data.times2.push_back(toSi(numbers.values[k], format.unit2));
   }
   for (std::size_t i = 1; i < numbers.rows; ++i) {
     const auto row = numbers.values.begin() + static_cast<std::ptrdiff_t>(i * numbers.columns);
-    data.times1.push_back(inSi(*row, format.unit1));
+    data.times1.push_back(toSi(*row, format.unit1));
     data.samples.insert(data.samples.end(), row + 1,
                         row + static_cast<std::ptrdiff_t>(numbers.columns));
     if (!numbers.imaginary.empty()) {

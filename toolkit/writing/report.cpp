@@ -143,6 +143,9 @@ void dataLines(Lines out, const Inversion& inversion, const ReportContext& conte
   const Quantity abscissa = abscissaQuantity(context.kernel);
   fmt::format_to(out, "{}: {} samples from {} to {}\n", inOneLine(context.name), t.size(),
                  quantityText(t.front(), abscissa), quantityText(t.back(), abscissa));
+  for (const FoundLine& told : context.found) {
+    line(out, told.label, told.text);
+  }
   if (context.phase) {
     const std::string noise = context.decay.quadratureNoise
                                   ? significant(*context.decay.quadratureNoise)

@@ -11,6 +11,7 @@
 #include "toolkit/measures/report_measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
+#include "toolkit/reading/found.hpp"
 
 namespace vorin::toolkit {
 
@@ -25,6 +26,7 @@ struct ReportContext {
   std::optional<double> phase{};        ///< by which complex data were turned back, in radians
   MeasureChoice measures{};             ///< which a report gives
   std::string amplitudeUnit{};          ///< of a calibration; empty: that of the data
+  std::vector<FoundLine> found{};       ///< what the reader of the file tells
 };
 
 /// The largest magnitude of the decay over the noise, or nothing without a noise.

@@ -103,14 +103,34 @@ def test_a_third_column_is_imaginary_only_when_it_is_named(tmp_path):
     assert vorin.read("a.csv", columns="1,2", time_unit="ms")[0].tolist() == [1e-4, 2e-4]
 
 
+def test_a_unit_in_the_header_is_taken_and_told(tmp_path):
+    (tmp_path / "a.csv").write_text("Sample 5\ntime (ms),y\n2,4\n1,5\n3,nan\n")
+    decay = vorin.read("a.csv")
+    assert decay.t.tolist() == [1e-3, 2e-3] and decay.y.tolist() == [5.0, 4.0]
+    assert (decay.unit, decay.unit_origin) == ("ms", "header, line 2")
+    assert decay.notes == ["1 row is without a number left out (line 5)",
+                           "the rows are not in order: sorted by time"]
+
+
+def test_columns_of_one_file_are_many_decays(tmp_path):
+    (tmp_path / "a.csv").write_text("t,a,b\n0.1,5,1\n0.2,4,2\n0.3,3,\n")
+    first, second = vorin.read_all("a.csv", columns="1,2..3")
+    assert (first.column, second.column) == ("a", "b")
+    assert second.t.tolist() == [0.1, 0.2] and second.y.tolist() == [1.0, 2.0]
+    with pytest.raises(ValueError, match="choose 2 decays"):
+        vorin.read("a.csv", columns="1,2..3")
+    assert vorin.read("a.csv", columns="2", spacing="1ms").t.tolist() == [1e-3, 2e-3, 3e-3]
+
+
 @pytest.mark.parametrize("text, words", [
     ("", "a.csv: "),
     ("t,y\n", "a.csv: "),
     ("0.1\n", "a.csv, line 1: this row has 1 field"),
     ("0.1,5\n0.2,4,3\n", "a.csv, line 2: "),
     ("0.1,5\n# c\n0.2,x\n", "a.csv, line 3: "),
-    ("0.1,5\n0.2,nan\n", "a.csv, line 2: "),
-    ("0.1,5\n0.05,3\n", "a.csv, line 2: the time 0.05 does not rise"),
+    ("0.1,5\n0.2,nan\n", "a.csv, line 1: this is the only row with numbers"),
+    ("0.1,5\n0.1,3\n", "a.csv: all rows have one time"),
+    ("b (s/mm2),y\n0.1,5\n0.2,3\n", "but the kernel takes times"),
 ])
 def test_files_that_cannot_be_read(tmp_path, text, words):
     (tmp_path / "a.csv").write_text(text)

@@ -15,7 +15,7 @@ from .loading import find_library, find_toolkit
 from .measures import Part, Peak, Percentile, log_mean, peaks
 from .noise import difference_noise
 from .plotting import plot
-from .reading import read
+from .reading import ReadDecay, read, read_all
 from .result import Result
 from .simulation import Simulation, simulate
 from .two_dimensional import Bootstrap2D, Peak2D, Result2D, Spread2D, invert2d
@@ -24,10 +24,10 @@ from .two_dimensional_plot import plot2d
 
 __all__ = [
     "Bootstrap", "Bootstrap2D", "Data2D", "InputTypeError", "InputValueError", "Library",
-    "LibraryNotFound", "Part", "Peak", "Peak2D", "Percentile", "Result", "Result2D",
+    "LibraryNotFound", "Part", "Peak", "Peak2D", "Percentile", "ReadDecay", "Result", "Result2D",
     "Simulation", "Simulation2D", "Spread2D", "VorinError", "bootstrap", "default_grid",
     "difference_noise", "find_library", "find_toolkit", "invert", "invert2d", "invert_many",
     "kernel_matrix", "log_grid", "log_mean", "peaks", "plot", "plot2d", "read", "read2d",
-    "simulate", "simulate2d",
+    "read_all", "simulate", "simulate2d",
 ]
 __version__ = "10.56"

@@ -74,7 +74,7 @@ TEST(Csv, ColumnsAreChosenByNumberAndByName) {
   const std::string_view file = "No,time (ms),Im,Re,when\n1,0.5,-1,3,noon\n2,1.5,1,2,later\n";
   for (const char* columns : {"2,4,3", "time (ms),Re,Im", "TIME (MS),re,im", " 2 , Re , 3 "}) {
     const MeasuredDecay measured = columnsFrom(file, columns);
-    EXPECT_EQ(measured.decay.time, (std::vector<double>{0.5, 1.5})) << columns;
+    EXPECT_EQ(measured.decay.time, (std::vector<double>{0.0005, 0.0015})) << columns;
     EXPECT_EQ(measured.decay.amplitude, (std::vector<double>{3.0, 2.0})) << columns;
     EXPECT_EQ(measured.imaginary, (std::vector<double>{-1.0, 1.0})) << columns;
   }
@@ -127,10 +127,6 @@ TEST(Csv, ATimeOfZeroAndNegativeAmplitudesAreData) {
   const Decay decay = decayFrom("0,-1\n1,0\n");
   EXPECT_EQ(decay.time.front(), 0.0);
   EXPECT_EQ(decay.amplitude.front(), -1.0);
-}
-
-TEST(Csv, OnlyOneHeaderIsAllowed) {
-  EXPECT_THROW(decayFrom("time,amplitude\nsecond,header\n1,2\n2,1\n"), UserError);
 }
 
 TEST(Csv, ADistributionHasPositiveTimesAndNoNegativeAmplitude) {

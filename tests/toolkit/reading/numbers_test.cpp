@@ -33,7 +33,10 @@ TEST(Numbers, TakesTheWholeTextOrNothing) {
 
 TEST(Numbers, QuotesHarmlessly) {
   EXPECT_EQ(inQuotes("abc"), "\"abc\"");
-  EXPECT_EQ(inQuotes(std::string_view("a\0\x1b\xc3", 4)), "\"a???\"");
+  EXPECT_EQ(inQuotes(std::string_view("a\0\x1b\xc3", 4)), R"("a\x00\x1B\xC3")");
+  // A terminal obeys none of these: a control of two bytes, a mark that turns the direction.
+  EXPECT_EQ(inQuotes("\xC2\x9B\xE2\x80\xAE"), R"("\xC2\x9B\xE2\x80\xAE")");
+  EXPECT_EQ(inQuotes("t (\xC2\xB5s)"), "\"t (\xC2\xB5s)\"");
   EXPECT_EQ(inQuotes(std::string(41, 'x')), "\"" + std::string(40, 'x') + "...\"");
 }
 
