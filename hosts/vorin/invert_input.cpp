@@ -60,9 +60,11 @@ std::string nameOfDecay(const std::string& file, const std::string& column) {
 Input inputFrom(FileDecay decay, const std::string& file, const KernelChoice& kernel,
                 const std::vector<double>& grid, const std::string& skip) {
   Input input;
-  input.name = decay.column.empty()
-                   ? decay.file
-                   : fmt::format("{}, column {}", decay.file, inOneLine(decay.column));
+  // Escaped where it is shown: JSON tells other bytes its own way.
+  input.name = file == "-" ? "standard input" : file;
+  if (!decay.column.empty()) {
+    input.name += fmt::format(", column {}", decay.column);
+  }
   input.outputName = nameOfDecay(file, decay.column);
   input.found = notableLines(decay.found);
   input.kernel = kernel.kernel;

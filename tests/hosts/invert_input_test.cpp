@@ -163,7 +163,7 @@ TEST(InvertInput, TwoDiffusionCoefficientsAreFound) {
   EXPECT_EQ(peaks(found, 0.05).size(), 2U);
   const std::string content = contentOf(folder / "out.csv");
   EXPECT_NE(content.find("kernel exp(-b D)"), std::string::npos);
-  EXPECT_NE(content.find("m2/s\nd_m2_s,amplitude\n"), std::string::npos);
+  EXPECT_NE(content.find("m2/s\nd_m2_s,amplitude,cumulative\n"), std::string::npos);
 }
 
 TEST(InvertInput, AMatrixOfT2GivesWhatTheT2KernelGives) {

@@ -90,7 +90,7 @@ TEST(Report, AMatrixIsNamedByItsFile) {
   example.context.kernel = Kernel::matrix;
   example.context.kernelFile = "my\nkernel.txt";
   EXPECT_TRUE(
-      example.summaryHolds("  kernel          matrix my?kernel.txt, 3 values from 0.01 to"));
+      example.summaryHolds("  kernel          matrix my\\x0Akernel.txt, 3 values from 0.01 to"));
   EXPECT_NE(
       distributionCsv(example.inversion, example.context).find("\ngrid,amplitude,cumulative\n"),
       std::string::npos);
