@@ -25,6 +25,7 @@ PassPrediction::PassPrediction(const RankFactor& factor, const double* b)
     : factor_(factor),
       b_(b),
       mask_(length(factor.columns)),
+      earlierMask_(mask_),
       block_(factor.square.size()),
       factors_(factor.square.size()),
       pivots_(length(factor.padded)),
@@ -87,25 +88,31 @@ double PassPrediction::squaredStep(double weight) const {
 
 // Takes the columns with positive values for the next pass; false where they are the same.
 bool PassPrediction::takeMask() {
-  entering_.clear();
-  leaving_.clear();
-  earlierMask_ = mask_;
-  for (int i = 0; i < factor_.columns; ++i) {
-    const char next = values_[length(i)] > 0.0 ? 1 : 0;
-    if (next != mask_[length(i)]) {
-      mask_[length(i)] = next;
-      (next != 0 ? entering_ : leaving_).push_back(i);
-    }
+  const std::size_t columns = mask_.size();
+  std::swap(earlierMask_, mask_);
+  const double* values = values_.data();
+  for (std::size_t i = 0; i < columns; ++i) {
+    mask_[i] = values[i] > 0.0 ? 1 : 0;
   }
-  if (entering_.empty() && leaving_.empty()) {
+  if (mask_ == earlierMask_) {
     return false;
   }
-  active_.clear();
-  for (int i = 0; i < factor_.columns; ++i) {
-    if (mask_[length(i)] != 0) {
-      active_.push_back(i);
-    }
+  active_.assign(columns, 0);
+  entering_.assign(columns, 0);
+  leaving_.assign(columns, 0);
+  std::size_t active = 0;
+  std::size_t entering = 0;
+  std::size_t leaving = 0;
+  // Without branches, which these signs would often mislead.
+  for (std::size_t i = 0; i < columns; ++i) {
+    active_[active] = entering_[entering] = leaving_[leaving] = static_cast<int>(i);
+    active += mask_[i] != 0 ? 1 : 0;
+    entering += mask_[i] > earlierMask_[i] ? 1 : 0;
+    leaving += mask_[i] < earlierMask_[i] ? 1 : 0;
   }
+  active_.resize(active);
+  entering_.resize(entering);
+  leaving_.resize(leaving);
   if (entering_.size() + leaving_.size() > active_.size()) {
     std::fill(block_.begin(), block_.end(), 0.0);
     change(static_cast<int>(active_.size()), active_.data(), 1.0);

@@ -62,7 +62,10 @@ bool isAmong(std::string_view word, std::string_view words) {
 }  // namespace
 
 float queryNumber(std::string_view key) {
-  return query(key).number;
+  float number = std::numeric_limits<float>::quiet_NaN();
+  std::int32_t status = 0;
+  VorinSQR("Q", paddedKey(key).data(), &number, &status);
+  return number;
 }
 std::string queryText(std::string_view key) {
   return query(key).text;
