@@ -236,6 +236,9 @@ void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance
   constexpr int fitCount = 45;
   constexpr double highest = 1e2;  // of the largest squared column norm
   constexpr double lowest = 1e-9;
+  // The evidence takes each time of the support for as likely as any other: of a line it makes a
+  // distribution smoother than it is.
+  constexpr double evidenceShare = 0.25;
   constexpr int fewPositive = 3;
   constexpr int manyPositive = 7;
   const ClosestFit closest = closestFit(problem);
@@ -252,7 +255,7 @@ void chooseWeight(Choice& choice, const ReducedProblem& problem, double variance
   const double share = std::clamp(
       static_cast<double>(manyPositive - closest.positive) / (manyPositive - fewPositive), 0.0,
       1.0);
-  choice.weight = std::pow(byEvidence, share) * std::pow(byRise, 1.0 - share);
+  choice.weight = std::pow(evidenceShare * byEvidence, share) * std::pow(byRise, 1.0 - share);
   choice.closest = std::sqrt(closest.rss / static_cast<double>(problem.observed));
   choice.solves = fitCount;
 }

@@ -52,7 +52,8 @@ struct Choice {
 ///    at least, less the peaks apart at its ends that are not significant at the weight chosen.
 /// 4. The weight is between two. At one the sum of squares has risen above the closest by one
 ///    noise variance for each degree of freedom left (compare Provencher, Comput. Phys. Commun.
-///    27, 213, 1982). The other has the largest evidence (MacKay, Neural Comput. 4, 415, 1992).
+///    27, 213, 1982). The other is a quarter of that of the largest evidence (MacKay, Neural
+///    Comput. 4, 415, 1992).
 ///    The fewer positive elements f0 has, the more counts the second: 3 and less it
 ///    alone, 7 and more the first alone, in between a geometric mean.
 ///
