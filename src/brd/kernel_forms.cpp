@@ -64,7 +64,9 @@ std::shared_ptr<const KernelForms<Real>> KernelForms<Real>::converted(int m, int
   AlignedVector<Real> kernel(area(m, n));
   std::transform(K, K + kernel.size(), kernel.begin(),
                  [](Other value) { return static_cast<Real>(value); });
-  return std::shared_ptr<const KernelForms>(new KernelForms(m, n, std::move(kernel)));
+  const std::shared_ptr<KernelForms> forms(new KernelForms(m, n, std::move(kernel)));
+  forms->ofSingles_ = std::is_same_v<Other, float>;
+  return forms;
 }
 
 // Columns are read in groups, side by side: one row of a group is a cache line.
@@ -115,8 +117,9 @@ const Real* KernelForms<Real>::gram() const {
   if constexpr (std::is_same_v<Real, double>) {
     std::call_once(gramFormed_, [this] {
       gram_.resize(area(n_, n_));
-      kernels::table<double>().gram(n_, m_, packTransposed(m_, paddedColumns_, byRows()).data(),
-                                    gram_.data());
+      const auto& kernel = kernels::table<double>();
+      const auto form = ofSingles_ ? kernel.gramOfSingles : kernel.gram;
+      form(n_, m_, packTransposed(m_, paddedColumns_, byRows()).data(), gram_.data());
     });
     return gram_.data();
   } else {

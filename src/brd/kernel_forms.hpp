@@ -53,6 +53,7 @@ class KernelForms {
   int m_;
   int n_;
   int paddedColumns_;
+  bool ofSingles_ = false;  ///< single precision can hold all elements
   AlignedVector<Real> own_;
   const Real* K_;
   AlignedVector<Real> byRows_;

@@ -47,7 +47,7 @@ class ExtendedGram {
     for (int j = 0; j < size(); j += panelRows) {
       pack(firstRow, rows, j, packed_.data() + area(j, rows));
     }
-    kernels::table<double>().gram(size(), rows, packed_.data(), block_.data());
+    kernels::table<double>().gramOfSingles(size(), rows, packed_.data(), block_.data());
     std::transform(sum_.begin(), sum_.end(), block_.begin(), sum_.begin(), std::plus<>());
   }
 

@@ -89,6 +89,31 @@ TYPED_TEST(KernelsTest, GramHasTheBitsOfThePlainSumAtEveryLevel) {
   }
 }
 
+TYPED_TEST(KernelsTest, GramOfSinglesHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const int m : {1, 7, 8, 17, 33}) {
+    for (const int columns : {0, 1, 3, 40, 300}) {
+      Uniform uniform(static_cast<std::uint64_t>(m * 1000 + columns));
+      std::vector<Real> A(area(m, columns));
+      for (std::size_t i = 0; i < A.size(); ++i) {
+        // From the largest to denormal numbers of single precision.
+        const double size = std::pow(10.0, static_cast<double>(i % 8) * 10.0 - 44.0);
+        A[i] = static_cast<Real>(static_cast<float>(uniform() * size));
+      }
+      const std::vector<Real> expected = plainGram(m, columns, A);
+      const AlignedVector<Real> packed = pack(m, columns, A);
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> G(expected.size(), Real(-7));
+        vorin::kernels::table<Real>().gramOfSingles(m, columns, packed.data(), G.data());
+        EXPECT_EQ(std::memcmp(G.data(), expected.data(), G.size() * sizeof(Real)), 0)
+            << m << " x " << columns << " at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
 TYPED_TEST(KernelsTest, CombineRowsHasTheBitsOfThePlainSumAtEveryLevel) {
   using Real = TypeParam;
   const LevelGuard guard;

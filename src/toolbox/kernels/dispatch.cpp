@@ -36,7 +36,7 @@ Level highestLevel() {
   if (__builtin_cpu_supports("avx512f")) {
     return Level::avx512;
   }
-  if (__builtin_cpu_supports("avx2")) {
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) {
     return Level::avx2;
   }
 #endif

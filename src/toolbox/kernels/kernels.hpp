@@ -46,6 +46,10 @@ struct Table {
   ///   sum = 0; for (i = 0 .. columns-1) sum += A(r, i) * A(s, i); G(r, s) = sum;
   void (*gram)(int m, int columns, const Real* packed, Real* G);
 
+  /// The same for elements that single precision can hold, whose products are exact in double:
+  /// faster there, with the same bits.
+  void (*gramOfSingles)(int m, int columns, const Real* packed, Real* G);
+
   /// out[i] = sum over j of a[j * stride + i] * x[j], for i below `stride`, which
   /// is a multiple of rowPadding. Plain form, for every i:
   ///   sum = 0; for (j = 0 .. rows-1) sum += a[j * stride + i] * x[j]; out[i] = sum;

@@ -1,4 +1,6 @@
 // The hot loops compiled for the instruction-set level `avx512`.
+#include <immintrin.h>
+
 #include <cstddef>
 
 #include "toolbox/kernels/kernels.hpp"
