@@ -9,6 +9,14 @@
 
 namespace vorin::toolkit {
 
+ToldUnit timeUnit(double size, std::string_view text, std::string_view where) {
+  ToldUnit told;
+  told.unit.size = size;
+  told.unit.text = text;
+  told.where = where;
+  return told;
+}
+
 void NumberColumns::add(Column column) {
   header_.push_back(column.name);
   columns_.push_back(std::move(column));

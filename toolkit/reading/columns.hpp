@@ -20,6 +20,9 @@ struct ToldUnit {
   bool loose = false;  ///< behind an underscore in a name, which is no contradiction to a kernel
 };
 
+/// A unit of time with `size` seconds in one of it.
+ToldUnit timeUnit(double size, std::string_view text, std::string_view where);
+
 /// The numbers of a column; NaN where there is none.
 struct ColumnNumbers {
   std::vector<double> real;

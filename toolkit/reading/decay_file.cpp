@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "toolkit/reading/decay_columns.hpp"
+#include "toolkit/reading/formats/formats.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
 #include "toolkit/reading/text.hpp"
@@ -162,7 +163,17 @@ DecayFormat readDecayFormat(const DecayFormatText& text, Quantity quantity,
 }
 
 std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& format) {
-  const TextFile file = readTextFile(path);
+  if (const ColumnsFound columns = readTopspinFolder(path, format)) {
+    return decaysIn(*columns, format);
+  }
+  FileBytes bytes = readFileBytes(path);
+  for (const auto& read : {readTecmag, readProspaBinary, readGeoSpec, readMinispec,
+                           readTopspinTable, readProspaText}) {
+    if (const ColumnsFound columns = read({bytes, path, format})) {
+      return decaysIn(*columns, format);
+    }
+  }
+  const TextFile file = textOf(std::move(bytes));
   const Table table = decayTable(file, quantityName(format.abscissa), format.headerLines);
   return decaysIn(table, format);
 }

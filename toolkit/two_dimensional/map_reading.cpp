@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "toolkit/model/grid.hpp"
+#include "toolkit/reading/formats/formats.hpp"
 #include "toolkit/reading/npy.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
@@ -198,23 +199,6 @@ double parameter(const std::map<std::string, std::string>& parameters, const std
                     file, key));
   }
   return *value;
-}
-
-/// Lines "key = value"; quotes are left out.
-std::map<std::string, std::string> readParameters(const fs::path& path) {
-  const TextFile file = readTextFile(path);
-  std::map<std::string, std::string> parameters;
-  std::string_view rest = file.content;
-  while (!rest.empty()) {
-    const std::string_view line = takeLine(rest);
-    const std::size_t equals = line.find('=');
-    if (equals != std::string_view::npos) {
-      std::string value(trimmed(line.substr(equals + 1)));
-      value.erase(std::remove(value.begin(), value.end(), '"'), value.end());
-      parameters[std::string(trimmed(line.substr(0, equals)))] = value;
-    }
-  }
-  return parameters;
 }
 
 /// The folder of a T1-T2 set of a Spinsolve that `path` names, or nothing.
