@@ -55,7 +55,8 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/hosts/sample/" DESTINATION "${VORIN_DOC
   FILES_MATCHING PATTERN "*.csv")
 
 # Code of these is inside the binaries, and their licences ask for their notices beside them.
-foreach(_package IN ITEMS libopenblas-serial-dev libcli11-dev libfmt-dev)
+foreach(_package IN ITEMS libopenblas-serial-dev libcli11-dev libfmt-dev zlib1g-dev
+    libminizip-dev libpugixml-dev)
   if(EXISTS "/usr/share/doc/${_package}/copyright")
     install(FILES "/usr/share/doc/${_package}/copyright"
       DESTINATION "${VORIN_DOC_DIR}/notices" RENAME "${_package}")

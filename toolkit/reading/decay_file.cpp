@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "toolkit/reading/decay_columns.hpp"
+#include "toolkit/reading/formats/archive.hpp"
+#include "toolkit/reading/formats/arrays.hpp"
 #include "toolkit/reading/formats/formats.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
@@ -162,11 +164,50 @@ DecayFormat readDecayFormat(const DecayFormatText& text, Quantity quantity,
   return format;
 }
 
+namespace {
+
+/// FILE:PATH, where FILE is a file and FILE:PATH is none.
+struct Location {
+  fs::path file;
+  std::string inner;
+};
+
+Location locationOf(const fs::path& path) {
+  const std::string text = path.string();
+  std::error_code error;
+  if (text == "-" || fs::exists(path, error)) {
+    return {path, {}};
+  }
+  for (std::size_t at = text.find(':'); at != std::string::npos; at = text.find(':', at + 1)) {
+    if (fs::is_regular_file(text.substr(0, at), error)) {
+      return {text.substr(0, at), text.substr(at + 1)};
+    }
+  }
+  return {path, {}};
+}
+
+}  // namespace
+
 std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& format) {
   if (const ColumnsFound columns = readTopspinFolder(path, format)) {
     return decaysIn(*columns, format);
   }
-  FileBytes bytes = readFileBytes(path);
+  const Location location = locationOf(path);
+  FileBytes bytes = readFileBytes(location.file);
+  if (const ColumnsFound columns = readNumpy({bytes, location.file, format}, location.inner)) {
+    return decaysIn(*columns, format);
+  }
+  if (isArchive(bytes.content) && location.file != "-") {
+    TextFile sheet{bytes.name, {}, "workbook"};
+    sheet.content = workbookText(location.file, location.inner, sheet.name);
+    Table table(sheet, fmt::format("{} and amplitude", quantityName(format.abscissa)),
+                fmt::format("{} and amplitude", quantityName(format.abscissa)), format.headerLines);
+    return decaysIn(table, format);
+  }
+  if (!location.inner.empty()) {
+    throw UserError(fmt::format("{}: {} is no container with arrays or sheets by name",
+                                inOneLine(path.string()), inOneLine(location.file.string())));
+  }
   for (const auto& read : {readTecmag, readProspaBinary, readGeoSpec, readMinispec,
                            readTopspinTable, readProspaText}) {
     if (const ColumnsFound columns = read({bytes, path, format})) {

@@ -142,11 +142,19 @@ bool isNpy(const std::filesystem::path& path) {
   return file && std::string_view(start.data(), start.size()) == magic;
 }
 
+bool isNpyContent(std::string_view content) {
+  return content.starts_with(magic);
+}
+
 NumberArray readNpy(const std::filesystem::path& path) {
-  NumberArray array;
-  array.name = path.string();
   std::ifstream file(path, std::ios::binary);
   const std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return npyArray(content, path.string());
+}
+
+NumberArray npyArray(std::string_view content, const std::string& name) {
+  NumberArray array;
+  array.name = name;
   const std::string_view header = headerOf(content, array.name);
   const ElementType type = elementType(header, array.name);
   array.shape = shapeOf(header, array.name);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vorin::toolkit {
@@ -18,6 +19,10 @@ struct NumberArray {
 
 /// True when the file at `path` begins as such files do.
 bool isNpy(const std::filesystem::path& path);
+
+/// The same for content, and the array in it; `name` is that of the file in messages.
+bool isNpyContent(std::string_view content);
+NumberArray npyArray(std::string_view content, const std::string& name);
 
 /// The array in `path`: integers, single or double precision, real or complex, of either byte
 /// order, of one or two dimensions. Throws UserError for any other and for files that are cut.

@@ -67,8 +67,13 @@ Layout layoutOf(const fs::path& folder) {
   layout.stride = (layout.points * layout.width + block - 1) / block * block;
   layout.bigEndian = parameter(acqus.content, "BYTORDA", acqus.name) == 1.0;
   const double delay = parameter(acqus.content, "GRPDLY", acqus.name);
-  layout.delay =
-      delay > 0.0 && delay < points / 2.0 - 8.0 ? static_cast<std::size_t>(std::ceil(delay)) : 0;
+  if (!(delay >= 0.0 && delay < points / 2.0 - 1.0)) {
+    throw UserError(fmt::format(
+        "{}: GRPDLY is {:g}, which does not tell where the signal begins; export the integrals as "
+        "text (ct1t2.txt)",
+        acqus.name, delay));
+  }
+  layout.delay = static_cast<std::size_t>(std::ceil(delay));
   return layout;
 }
 
