@@ -65,6 +65,13 @@ endforeach()
 
 if(TARGET vorin)
   install(TARGETS vorin RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  # Where each shell looks for completions; the folders differ, and so do the names.
+  install(FILES "${PROJECT_BINARY_DIR}/completions/vorin.bash"
+    DESTINATION share/bash-completion/completions RENAME vorin)
+  install(FILES "${PROJECT_BINARY_DIR}/completions/vorin.zsh"
+    DESTINATION share/zsh/vendor-completions RENAME _vorin)
+  install(FILES "${PROJECT_BINARY_DIR}/completions/vorin.fish"
+    DESTINATION share/fish/vendor_completions.d)
   if(EXISTS "${PROJECT_SOURCE_DIR}/hosts/vorin/vorin.1")
     install(FILES "${PROJECT_SOURCE_DIR}/hosts/vorin/vorin.1"
       DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")

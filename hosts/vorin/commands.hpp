@@ -14,6 +14,7 @@ struct Command {
   std::function<ExitStatus()> run;  ///< throws UserError for bad input
 };
 
+Command addCompletionCommand(CLI::App& program);
 Command addInvertCommand(CLI::App& program);
 Command addInvert2dCommand(CLI::App& program);
 Command addKeysCommand(CLI::App& program);

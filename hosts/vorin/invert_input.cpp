@@ -24,7 +24,7 @@ namespace {
 KernelChoice kernelChoice(const InputOptions& options) {
   std::error_code error;
   for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
-    if (kernelName(kernel) == options.kernel) {
+    if (equalIgnoringCase(kernelName(kernel), options.kernel)) {
       return {kernel, {}, {}};
     }
   }
@@ -46,7 +46,7 @@ KernelChoice kernelChoice(const InputOptions& options) {
 /// A name for the files about one decay of `file`, which may hold several.
 std::string nameOfDecay(const std::string& file, const std::string& column) {
   if (column.empty()) {
-    return file;
+    return file == "-" ? "stdin" : file;
   }
   std::string part = column;
   std::replace_if(
@@ -65,6 +65,7 @@ Input inputFrom(FileDecay decay, const std::string& file, const KernelChoice& ke
   if (!decay.column.empty()) {
     input.name += fmt::format(", column {}", decay.column);
   }
+  input.file = file;
   input.outputName = nameOfDecay(file, decay.column);
   input.found = notableLines(decay.found);
   input.kernel = kernel.kernel;
@@ -74,6 +75,16 @@ Input inputFrom(FileDecay decay, const std::string& file, const KernelChoice& ke
   input.matrix = std::move(prepared.matrix);
   input.grid = std::move(prepared.grid);
   input.phase = prepared.phase;
+  return input;
+}
+
+Input unreadInput(const std::string& file, Kernel kernel, const std::string& trouble) {
+  Input input;
+  input.name = file == "-" ? "standard input" : file;
+  input.file = file;
+  input.outputName = nameOfDecay(file, "");
+  input.kernel = kernel;
+  input.trouble = trouble;
   return input;
 }
 
@@ -116,7 +127,7 @@ void InputOptions::addTo(CLI::App& line) {
             "time to three times the last, 100; for diffusion its reciprocals)");
 }
 
-std::vector<Input> readInputs(const InputOptions& options) {
+std::vector<Input> readInputs(const InputOptions& options, bool keepGoing) {
   const KernelChoice kernel = kernelChoice(options);
   const DecayFormat format = readDecayFormat(options.format, abscissaQuantity(kernel.kernel), "--");
   std::vector<double> grid;
@@ -128,8 +139,15 @@ std::vector<Input> readInputs(const InputOptions& options) {
   }
   std::vector<Input> inputs;
   for (const std::string& file : options.files) {
-    for (FileDecay& decay : readDecays(file, format)) {
-      inputs.push_back(inputFrom(std::move(decay), file, kernel, grid, options.skip));
+    try {
+      for (FileDecay& decay : readDecays(file, format)) {
+        inputs.push_back(inputFrom(std::move(decay), file, kernel, grid, options.skip));
+      }
+    } catch (const UserError& error) {
+      if (!keepGoing) {
+        throw;
+      }
+      inputs.push_back(unreadInput(file, kernel.kernel, error.what()));
     }
   }
   return inputs;

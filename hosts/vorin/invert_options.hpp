@@ -4,11 +4,13 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
@@ -21,6 +23,7 @@
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/files.hpp"
 #include "toolkit/reading/found.hpp"
+#include "toolkit/user_error.hpp"
 #include "toolkit/writing/batch_table.hpp"
 #include "toolkit/writing/report.hpp"
 
@@ -50,7 +53,9 @@ struct InputOptions {
 /// A decay with what it is to be inverted by.
 struct Input {
   std::string name;              ///< of the file, as the user gave it; "standard input" for "-"
+  std::string file;              ///< as the user gave it
   std::string outputName;        ///< a name of a file, whose stem names what is written
+  std::string trouble;           ///< why it could not be read; empty: it could
   std::vector<FoundLine> found;  ///< what the reader tells
   Decay decay;
   Kernel kernel = Kernel::t2;
@@ -61,8 +66,8 @@ struct Input {
 };
 
 /// All decays, in the order of the command line. Throws UserError for bad options and for
-/// the first bad file.
-std::vector<Input> readInputs(const InputOptions& options);
+/// the first bad file; with `keepGoing` a bad file is an input with its trouble.
+std::vector<Input> readInputs(const InputOptions& options, bool keepGoing);
 
 /// How the decay is inverted, as the user wrote it.
 struct MethodOptions {
@@ -114,44 +119,76 @@ struct OutputOptions {
   std::string plot;
   std::string plotLCurve;
   std::string log;
+  std::string jobs;
+  bool keepGoing = false;
+  bool resume = false;
   bool noPicture = false;
 
   void addTo(CLI::App& line);
 };
 
 /// Where an inversion writes the library's log before it is put in its place.
-std::filesystem::path logIn(const ScratchFolder& scratch);
+std::filesystem::path logIn(const PrivateFolder& scratch);
+
+/// What one decay leaves, not yet written.
+struct DecayOutputs {
+  std::vector<std::pair<std::filesystem::path, std::string>> files;  ///< target and content
+  BatchRow row;
+  std::string json;  ///< its object, where a file about all decays has it
+};
 
 /// The files that inversions leave: looked at before any work is done, written as soon as
-/// their inversion is, each whole or not at all.
+/// their inversion is, each whole or not at all. Those about all decays are written again as more
+/// of them are done, so that an interrupted batch leaves them with all that is.
 class InvertOutputs {
  public:
   /// Throws UserError for names that can't be written, for one name for several
-  /// inversions, and for a truth that can't be read.
-  /// `inputs` are the decays to come.
+  /// inversions, and for a truth that can't be read. `inputs` are the decays to come.
   InvertOutputs(const OutputOptions& options, const InputOptions& input,
                 const std::vector<Input>& inputs, BatchLayout layout);
 
-  /// Writes all files of the inversion of input `index`, and keeps what the files about
-  /// all of them need; `scratch` holds the library's log.
-  void write(std::size_t index, const Inversion& inversion, const ReportContext& context,
-             const std::optional<LCurve>& curve, const ScratchFolder& scratch);
+  /// What the inversion of input `index` leaves; `scratch` holds the library's log. Any number of
+  /// threads may call.
+  DecayOutputs outputsOf(std::size_t index, const Inversion& inversion,
+                         const ReportContext& context, const std::optional<LCurve>& curve,
+                         const PrivateFolder& scratch) const;
+  /// The same of a decay that could not be inverted: `sentence` says why.
+  DecayOutputs failureOf(const std::string& name, const std::string& sentence) const;
 
-  /// True when an L-curve is required, which write() then takes.
+  /// Writes the files of input `index`, and those about all decays unless that takes long. One
+  /// thread at a time.
+  void write(std::size_t index, DecayOutputs outputs);
+  /// Takes note of what an earlier run has written.
+  void restore(std::size_t index, BatchRow row, std::string json);
+  /// True when all files of input `index` are there.
+  bool written(std::size_t index) const;
+
+  /// Writes the files about all decays that are done.
+  void writeWhole();
+  /// Prints the JSON that goes to standard output.
+  void print() const;
+
+  /// True when an L-curve is required, which outputsOf() then takes.
   bool wantsLCurve() const { return !plotLCurve_.empty(); }
-
-  /// Writes the files about all inversions. The rows of the table are returned.
-  const std::vector<BatchRow>& finish();
-
+  bool wantsLog() const { return !log_.empty(); }
   const std::optional<Distribution>& truth() const { return truth_; }
   /// True when standard output is taken by JSON.
   bool takesStandardOutput() const { return jsonToOutput_; }
+  /// The rows of the decays that are done, in the order of the inputs.
+  std::vector<BatchRow> rows() const;
+  /// Where a batch keeps its journal: beside the table, the JSON or what else is written, none
+  /// where nothing is.
+  const std::filesystem::path& journal() const { return journal_; }
 
  private:
   /// One option's target for each input.
   using Targets = std::vector<std::filesystem::path>;
   Targets announceEach(const std::string& name, std::string_view option,
-                       const std::vector<std::string>& inputs);
+                       const std::vector<Input>& inputs);
+  void protectInputs(const OutputOptions& options, const InputOptions& input);
+  void findJournal(const OutputOptions& options);
+  /// All JSON objects that are done.
+  std::string wholeJson() const;
 
   BatchLayout layout_;
   std::optional<Distribution> truth_;
@@ -164,10 +201,23 @@ class InvertOutputs {
   Targets jsonEach_;
   std::filesystem::path jsonOfAll_;
   std::filesystem::path table_;
+  std::filesystem::path journal_;
   bool jsonToOutput_ = false;
-  bool severalInputs_ = false;
-  std::vector<std::string> jsonObjects_;  ///< of those that go into one file
-  std::vector<BatchRow> rows_;
+  std::vector<std::string> jsonObjects_;  ///< of those that go into one file; empty: not done
+  std::vector<std::optional<BatchRow>> rows_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::duration spent_{};  ///< on the files about all decays
 };
+
+/// The options of the command.
+struct InvertOptions {
+  InputOptions input;
+  MethodOptions method;
+  MeasureOptions measures;
+  OutputOptions output;
+};
+
+/// Does what the options say. `settings` is a text that is the same for runs whose results are.
+ExitStatus runInvert(const InvertOptions& options, const std::string& settings);
 
 }  // namespace vorin::toolkit

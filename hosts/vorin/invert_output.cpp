@@ -1,6 +1,10 @@
 // What `vorin invert` leaves behind: tables, JSON, pictures and the library's log.
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+#include <iterator>
+
 #include "invert_options.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/user_error.hpp"
@@ -15,9 +19,9 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view stemMark = "{}";
 
-/// `pattern` with the stem of `input` in place of each {}.
+/// `pattern` with the stem of the file name `input` in place of each {}.
 std::string nameFor(std::string pattern, const std::string& input) {
-  const std::string stem = input == "-" ? "stdin" : fs::path(input).stem().string();
+  const std::string stem = fs::path(input).stem().string();
   for (std::size_t at = 0; (at = pattern.find(stemMark, at)) != std::string::npos;
        at += stem.size()) {
     pattern.replace(at, stemMark.size(), stem);
@@ -27,7 +31,7 @@ std::string nameFor(std::string pattern, const std::string& input) {
 
 }  // namespace
 
-fs::path logIn(const ScratchFolder& scratch) {
+fs::path logIn(const PrivateFolder& scratch) {
   return scratch.path() / "Vorin.log";
 }
 
@@ -47,10 +51,19 @@ void OutputOptions::addTo(CLI::App& line) {
   addOption(line, "--truth", truth, "FILE.csv",
             "A known distribution (relaxation time, amplitude) to compare with");
   line.add_flag("--no-picture", noPicture, "Draw no bars in the terminal");
+  addOption(line, "--jobs", jobs, "N",
+            "Invert N decays at a time (default: one for each processor); the\n"
+            "answers do not depend on it");
+  line.add_flag("--keep-going", keepGoing,
+                "A file that can't be read or inverted is a row with its sentence, and\n"
+                "the others are done; the exit status is 1");
+  line.add_flag("--resume", resume,
+                "Go on with the batch that the same command began and that was\n"
+                "interrupted");
 }
 
 InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std::string_view option,
-                                                   const std::vector<std::string>& inputs) {
+                                                   const std::vector<Input>& inputs) {
   Targets targets;
   if (name.empty()) {
     return targets;
@@ -61,23 +74,14 @@ InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std:
         "without its folder and ending",
         option, name, inputs.size()));
   }
-  for (const std::string& input : inputs) {
-    targets.push_back(files_.announce(nameFor(name, input), option));
+  for (const Input& input : inputs) {
+    targets.push_back(files_.announce(nameFor(name, input.outputName), option));
   }
   return targets;
 }
 
-InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& input,
-                             const std::vector<Input>& inputs, BatchLayout layout)
-    : layout_(std::move(layout)),
-      jsonToOutput_(options.json == "-"),
-      severalInputs_(inputs.size() > 1) {
-  std::vector<std::string> names;
-  for (const Input& decay : inputs) {
-    names.push_back(decay.outputName);
-  }
+void InvertOutputs::protectInputs(const OutputOptions& options, const InputOptions& input) {
   if (!options.truth.empty()) {
-    truth_ = readDistribution(options.truth, gridQuantity(layout_.kernel));
     files_.protect(options.truth);
   }
   for (const std::string& file : input.files) {
@@ -91,20 +95,45 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
       files_.protect(*file);
     }
   }
-  out_ = announceEach(options.out, "--out", names);
-  fit_ = announceEach(options.fit, "--fit", names);
-  plot_ = announceEach(options.plot, "--plot", names);
-  plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", names);
-  log_ = announceEach(options.log, "--log", names);
+}
+
+void InvertOutputs::findJournal(const OutputOptions& options) {
+  const bool oneJson = !options.json.empty() && jsonEach_.empty() && !jsonToOutput_;
+  for (const std::string& name :
+       {options.table, oneJson ? options.json : std::string(), options.out, options.fit,
+        options.json, options.plot, options.plotLCurve, options.log}) {
+    if (!name.empty() && name != "-") {
+      journal_ = fs::absolute(name + ".unfinished");
+      return;
+    }
+  }
+}
+
+InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& input,
+                             const std::vector<Input>& inputs, BatchLayout layout)
+    : layout_(std::move(layout)),
+      jsonToOutput_(options.json == "-"),
+      jsonObjects_(inputs.size()),
+      rows_(inputs.size()) {
+  if (!options.truth.empty()) {
+    truth_ = readDistribution(options.truth, gridQuantity(layout_.kernel));
+  }
+  protectInputs(options, input);
+  out_ = announceEach(options.out, "--out", inputs);
+  fit_ = announceEach(options.fit, "--fit", inputs);
+  plot_ = announceEach(options.plot, "--plot", inputs);
+  plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", inputs);
+  log_ = announceEach(options.log, "--log", inputs);
   // One file holds all decays unless its name asks for one each.
   if (options.json.find(stemMark) != std::string::npos) {
-    jsonEach_ = announceEach(options.json, "--json", names);
+    jsonEach_ = announceEach(options.json, "--json", inputs);
   } else if (!options.json.empty() && !jsonToOutput_) {
     jsonOfAll_ = files_.announce(options.json, "--json");
   }
   if (!options.table.empty()) {
     table_ = files_.announce(options.table, "--table");
   }
+  findJournal(options);
   if (!plot_.empty()) {
     requireGnuplot(options.plot, "--plot");
   }
@@ -113,48 +142,100 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
   }
 }
 
-void InvertOutputs::write(std::size_t index, const Inversion& inversion,
-                          const ReportContext& context, const std::optional<LCurve>& curve,
-                          const ScratchFolder& scratch) {
-  if (!out_.empty()) {
-    files_.write(out_[index], distributionCsv(inversion, context));
-  }
-  if (!fit_.empty()) {
-    files_.write(fit_[index], fitCsv(inversion, context));
-  }
-  if (!plot_.empty()) {
-    files_.write(plot_[index], drawPicture(plot_[index], scratch, inversion, context));
-  }
+DecayOutputs InvertOutputs::outputsOf(std::size_t index, const Inversion& inversion,
+                                      const ReportContext& context,
+                                      const std::optional<LCurve>& curve,
+                                      const PrivateFolder& scratch) const {
+  DecayOutputs outputs;
+  const auto add = [&](const Targets& targets, auto content) {
+    if (!targets.empty()) {
+      outputs.files.emplace_back(targets[index], content());
+    }
+  };
+  add(out_, [&] { return distributionCsv(inversion, context); });
+  add(fit_, [&] { return fitCsv(inversion, context); });
+  add(plot_, [&] { return drawPicture(plot_[index], scratch, inversion, context); });
   if (curve) {
-    files_.write(plotLCurve_[index], drawLCurve(plotLCurve_[index], scratch, *curve, context.name));
+    add(plotLCurve_, [&] { return drawLCurve(plotLCurve_[index], scratch, *curve, context.name); });
   }
-  if (!log_.empty()) {
-    files_.write(log_[index], contentOf(logIn(scratch)));
+  add(log_, [&] { return contentOf(logIn(scratch)); });
+  add(jsonEach_, [&] { return jsonObject(inversion, context) + "\n"; });
+  if (!jsonOfAll_.empty() || jsonToOutput_) {
+    outputs.json = jsonObject(inversion, context);
   }
-  if (!jsonEach_.empty()) {
-    files_.write(jsonEach_[index], jsonObject(inversion, context) + "\n");
-  } else if (!jsonOfAll_.empty() || jsonToOutput_) {
-    jsonObjects_.push_back(jsonObject(inversion, context));
-  }
-  rows_.push_back(batchRow(inversion, context));
-  files_.commit();
+  outputs.row = batchRow(inversion, context);
+  return outputs;
 }
 
-const std::vector<BatchRow>& InvertOutputs::finish() {
-  if (!jsonObjects_.empty()) {
-    const std::string text =
-        (severalInputs_ ? jsonArray(jsonObjects_) : jsonObjects_.front()) + "\n";
-    if (jsonToOutput_) {
-      fmt::print("{}", text);
-    } else {
-      files_.write(jsonOfAll_, text);
-    }
+DecayOutputs InvertOutputs::failureOf(const std::string& name, const std::string& sentence) const {
+  DecayOutputs outputs;
+  outputs.row = failureRow(name, sentence);
+  if (!jsonOfAll_.empty() || jsonToOutput_) {
+    outputs.json = failureObject(name, sentence);
   }
-  if (!table_.empty()) {
-    files_.write(table_, batchCsv(rows_, layout_));
+  return outputs;
+}
+
+void InvertOutputs::write(std::size_t index, DecayOutputs outputs) {
+  for (const auto& [target, content] : outputs.files) {
+    files_.write(target, content);
   }
   files_.commit();
-  return rows_;
+  restore(index, std::move(outputs.row), std::move(outputs.json));
+  // A crash leaves what was written last: as much as a twentieth of the time affords, which is
+  // after each decay unless there are many thousands.
+  constexpr int mostShare = 20;
+  if (spent_ * mostShare <= std::chrono::steady_clock::now() - start_) {
+    writeWhole();
+  }
+}
+
+void InvertOutputs::restore(std::size_t index, BatchRow row, std::string json) {
+  rows_[index] = std::move(row);
+  jsonObjects_[index] = std::move(json);
+}
+
+bool InvertOutputs::written(std::size_t index) const {
+  const std::array<const Targets*, 6> all{&out_, &fit_, &plot_, &plotLCurve_, &log_, &jsonEach_};
+  return std::all_of(all.begin(), all.end(), [&](const Targets* targets) {
+    std::error_code error;
+    return targets->empty() || fs::exists((*targets)[index], error);
+  });
+}
+
+std::vector<BatchRow> InvertOutputs::rows() const {
+  std::vector<BatchRow> done;
+  for (const std::optional<BatchRow>& row : rows_) {
+    if (row) {
+      done.push_back(*row);
+    }
+  }
+  return done;
+}
+
+std::string InvertOutputs::wholeJson() const {
+  std::vector<std::string> done;
+  std::copy_if(jsonObjects_.begin(), jsonObjects_.end(), std::back_inserter(done),
+               [](const std::string& object) { return !object.empty(); });
+  return (jsonObjects_.size() > 1 ? jsonArray(done) : done.front()) + "\n";
+}
+
+void InvertOutputs::writeWhole() {
+  const auto before = std::chrono::steady_clock::now();
+  if (!jsonOfAll_.empty()) {
+    files_.write(jsonOfAll_, wholeJson());
+  }
+  if (!table_.empty()) {
+    files_.write(table_, batchCsv(rows(), layout_));
+  }
+  files_.commit();
+  spent_ += std::chrono::steady_clock::now() - before;
+}
+
+void InvertOutputs::print() const {
+  if (jsonToOutput_) {
+    fmt::print("{}", wholeJson());
+  }
 }
 
 }  // namespace vorin::toolkit

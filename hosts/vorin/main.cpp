@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "command_line.hpp"
 #include "commands.hpp"
 #include "toolkit/inverting/library.hpp"
 
@@ -38,19 +39,22 @@ int run(int argc, char** argv) {
     return fmt::format("vorin, library {}", vorin::toolkit::queryText("VERS"));
   });
   const std::vector<Command> commands{
-      vorin::toolkit::addInvertCommand(program),   vorin::toolkit::addInvert2dCommand(program),
-      vorin::toolkit::addReadCommand(program),     vorin::toolkit::addShowCommand(program),
-      vorin::toolkit::addSimulateCommand(program), vorin::toolkit::addSimulate2dCommand(program),
-      vorin::toolkit::addKeysCommand(program),     vorin::toolkit::addManualCommand(program)};
+      vorin::toolkit::addInvertCommand(program),    vorin::toolkit::addInvert2dCommand(program),
+      vorin::toolkit::addReadCommand(program),      vorin::toolkit::addShowCommand(program),
+      vorin::toolkit::addSimulateCommand(program),  vorin::toolkit::addSimulate2dCommand(program),
+      vorin::toolkit::addKeysCommand(program),      vorin::toolkit::addManualCommand(program),
+      vorin::toolkit::addCompletionCommand(program)};
+  const std::vector<std::string> words =
+      vorin::toolkit::withCommand(program, std::vector<std::string>(argv + 1, argv + argc));
   try {
-    program.parse(argc, argv);
+    program.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // the last one first
   } catch (const CLI::Success& request) {
     return program.exit(request);  // --help, --version
   } catch (const CLI::ParseError& error) {
     return complain(
-        fmt::format("{}; vorin --help lists the commands, vorin COMMAND --help its "
+        fmt::format("{}{}; vorin --help lists the commands, vorin COMMAND --help its "
                     "options",
-                    error.what()));
+                    error.what(), vorin::toolkit::suggestion(program, words)));
   }
   for (const Command& command : commands) {
     if (command.line->parsed()) {

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "command_line.hpp"
 #include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
@@ -71,10 +72,6 @@ std::vector<const CLI::Option*> shownOptions(const CLI::App& line, bool position
   return line.get_options([positional](const CLI::Option* option) {
     return option->get_positional() == positional && !option->get_group().empty();
   });
-}
-
-std::vector<const CLI::App*> shownCommands(const CLI::App& program) {
-  return program.get_subcommands([](const CLI::App* line) { return !line->get_group().empty(); });
 }
 
 /// "--kernel NAME", the value's name slanted; nothing behind a flag.

@@ -84,17 +84,17 @@ std::string commandText(const SimulateOptions& options) {
   return text;
 }
 
-std::vector<double> sampleTimes(const SimulateOptions& options) {
+std::vector<double> sampleTimes(const SimulateOptions& options, Quantity abscissa) {
   if (!options.times.empty()) {
     if (!options.spacing.empty() || !options.samples.empty()) {
       throw UserError(fmt::format(
           "--times {}: it takes the place of --spacing and --samples; leave out one or the others",
           inQuotes(options.times)));
     }
-    return parseGrid(options.times, "--times").times();
+    return parseGrid(options.times, "--times", abscissa).times();
   }
   const std::string spacingText = options.spacingText();
-  const auto spacing = parseNumber(spacingText);
+  const auto spacing = parseQuantity(spacingText, abscissa);
   if (!spacing || !(*spacing > 0.0 && *spacing <= 1e20)) {
     throw UserError(
         fmt::format("--spacing {}: a time in seconds above 0 is required", inQuotes(spacingText)));
@@ -131,10 +131,10 @@ std::string channelsCsv(const TwoChannels& decay, const SimulateOptions& options
 
 std::string truthCsv(const Distribution& truth, Kernel kernel, const SimulateOptions& options) {
   std::string text = fmt::format(
-      "# true distribution of {}, made by: {}\n# log mean {:.6g} s, total amplitude {:.6g}\n"
+      "# true distribution of {}, made by: {}\n# log mean {:.6g} {}, total amplitude {:.6g}\n"
       "{},amplitude\n",
       fs::path(options.out).filename().string(), commandText(options), logMean(truth),
-      totalAmplitude(truth), gridColumn(kernel));
+      siUnit(gridQuantity(kernel)), totalAmplitude(truth), gridColumn(kernel));
   for (std::size_t k = 0; k < truth.time.size(); ++k) {
     fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g}\n", truth.time[k],
                    truth.amplitude[k] < 1e-12 * totalAmplitude(truth) ? 0.0 : truth.amplitude[k]);
@@ -157,9 +157,9 @@ struct Simulation {
 Simulation simulationFrom(const SimulateOptions& options) {
   Simulation simulation{parseKernel(options.kernel, "--kernel"), {}, {}, 0.0, 0, {}, {}};
   for (const std::string& text : options.peaks) {
-    simulation.peaks.push_back(parsePeak(text, "--peak"));
+    simulation.peaks.push_back(parsePeak(text, "--peak", gridQuantity(simulation.kernel)));
   }
-  simulation.times = sampleTimes(options);
+  simulation.times = sampleTimes(options, abscissaQuantity(simulation.kernel));
   const auto noise = parseNumber(options.noise);
   if (!noise || !(*noise >= 0.0 && std::isfinite(*noise))) {
     throw UserError(
@@ -180,14 +180,15 @@ Simulation simulationFrom(const SimulateOptions& options) {
     }
     simulation.phase = *degrees * (std::numbers::pi / 180.0);
   }
-  simulation.grid = parseGrid(options.grid, "--grid").times();
+  simulation.grid = parseGrid(options.grid, "--grid", gridQuantity(simulation.kernel)).times();
+  const Quantity onGrid = gridQuantity(simulation.kernel);
   for (const LogNormalPeak& peak : simulation.peaks) {
     if (peak.time < simulation.grid.front() || peak.time > simulation.grid.back()) {
-      throw UserError(
-          fmt::format("--peak at {}: it lies outside the grid from {} to {}; widen "
-                      "--grid",
-                      timeText(peak.time), timeText(simulation.grid.front()),
-                      timeText(simulation.grid.back())));
+      throw UserError(fmt::format(
+          "--peak at {}: it lies outside the grid from {} to {}; widen "
+          "--grid",
+          quantityText(peak.time, onGrid), quantityText(simulation.grid.front(), onGrid),
+          quantityText(simulation.grid.back(), onGrid)));
     }
   }
   return simulation;
@@ -212,10 +213,12 @@ ExitStatus runSimulate(const SimulateOptions& options) {
     outputs.write(truthFile, truthCsv(truth, simulation.kernel, options));
   }
   outputs.commit();
+  const Quantity abscissa = abscissaQuantity(simulation.kernel);
   fmt::print("{}: {} samples from {} to {}, noise {:g}{}\n  true log mean {}, total amplitude {}\n",
-             options.out, simulation.times.size(), timeText(simulation.times.front()),
-             timeText(simulation.times.back()), simulation.noise,
-             simulation.phase ? " in each of two channels" : "", timeText(logMean(truth)),
+             options.out, simulation.times.size(), quantityText(simulation.times.front(), abscissa),
+             quantityText(simulation.times.back(), abscissa), simulation.noise,
+             simulation.phase ? " in each of two channels" : "",
+             quantityText(logMean(truth), gridQuantity(simulation.kernel)),
              significant(totalAmplitude(truth)));
   return ExitStatus::success;
 }
@@ -232,14 +235,15 @@ Command addSimulateCommand(CLI::App& program) {
   };
   add("--kernel", options->kernel, "NAME", "t2 (default), t1-saturation or t1-inversion");
   add("--peak", options->peaks, "T:WIDTH:AMPLITUDE",
-      fmt::format("A peak normal in log10 T: centre in seconds, standard deviation in\n"
-                  "decades, total; may be repeated (default {})",
+      fmt::format("A peak normal in log10 T: centre in seconds or with a unit (8ms),\n"
+                  "standard deviation in decades, total; may be repeated (default {})",
                   fmt::join(options->peaks, " and ")))
       ->allow_extra_args(false);
   add("--spacing", options->spacing, "S",
-      fmt::format("Spacing of the samples in seconds, the first one spacing after 0\n"
-                  "(default {})",
-                  options->spacingText()));
+      fmt::format(
+          "Spacing of the samples in seconds or with a unit, the first one\nspacing after 0 "
+          "(default {})",
+          options->spacingText()));
   add("--samples", options->samples, "N",
       fmt::format("Number of samples (default {})", options->samplesText()));
   add("--times", options->times, "FROM:TO:N",

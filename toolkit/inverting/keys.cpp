@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <numeric>
 
 #include "params/key_table.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/reading/edit_distance.hpp"
 #include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
@@ -122,29 +122,6 @@ KeyInfo infoOf(const params::KeyRow& row) {
       break;
   }
   return info;
-}
-
-/// The edit distance of two words: how many characters have to be inserted, deleted, replaced
-/// or swapped with their neighbour to turn one into the other (Damerau, Commun. ACM 7, 171,
-/// 1964; no place is edited more than once).
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> beforeLast(b.size() + 1);
-  std::vector<std::size_t> last(b.size() + 1);
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(last.begin(), last.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-      row[j] = std::min({last[j] + 1, row[j - 1] + 1, replaced});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-        row[j] = std::min(row[j], beforeLast[j - 2] + 1);
-      }
-    }
-    std::swap(beforeLast, last);
-    std::swap(last, row);
-  }
-  return last[b.size()];
 }
 
 }  // namespace

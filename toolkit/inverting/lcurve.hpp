@@ -35,10 +35,10 @@ struct LCurve {
 /// without signal.
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion);
 
-/// Draws the curve in `scratch`, which must be the working directory, and returns the file's
+/// Draws the curve in `scratch` and returns the file's
 /// content; its kind (.png, .svg, .pdf) is that of `picture`, and `name` stands in its title.
 /// Throws UserError when gnuplot fails.
-std::string drawLCurve(const std::filesystem::path& picture, const ScratchFolder& scratch,
+std::string drawLCurve(const std::filesystem::path& picture, const PrivateFolder& scratch,
                        const LCurve& curve, const std::string& name);
 
 }  // namespace vorin::toolkit

@@ -45,7 +45,7 @@ const Row& rowOf(Kernel kernel) {
 
 Kernel parseKernel(std::string_view name, std::string_view option) {
   for (const Row& row : kernelTable) {
-    if (row.name == name && row.kernel != Kernel::matrix) {
+    if (equalIgnoringCase(row.name, name) && row.kernel != Kernel::matrix) {
       return row.kernel;
     }
   }

@@ -18,8 +18,8 @@ enum class Kernel {
   matrix         ///< a matrix that the user gives
 };
 
-/// The kernel that "t2", "t1-saturation", "t1-inversion" or "diffusion" names. Throws
-/// UserError, which names `option`, for anything else.
+/// The kernel that "t2", "t1-saturation", "t1-inversion" or "diffusion" names, in any
+/// case. Throws UserError, which names `option`, for anything else.
 Kernel parseKernel(std::string_view name, std::string_view option);
 
 std::string_view kernelName(Kernel kernel);

@@ -30,11 +30,11 @@ double NormalNoise::next() {
   return radius * std::cos(angle);
 }
 
-LogNormalPeak parsePeak(std::string_view text, std::string_view option) {
+LogNormalPeak parsePeak(std::string_view text, std::string_view option, Quantity quantity) {
   const auto fail = [&](std::string_view why) {
     return UserError(fmt::format(
-        "{} {}: {}; write TIME:WIDTH:AMPLITUDE, for instance 0.02:0.15:70 for a peak at "
-        "20 ms, 0.15 decades wide, of amplitude 70",
+        "{} {}: {}; write TIME:WIDTH:AMPLITUDE, for instance 20ms:0.15:70 or 0.02:0.15:70 for a "
+        "peak at 20 ms, 0.15 decades wide, of amplitude 70",
         option, inQuotes(text), why));
   };
   const auto first = text.find(':');
@@ -42,7 +42,7 @@ LogNormalPeak parsePeak(std::string_view text, std::string_view option) {
   if (second == std::string_view::npos) {
     throw fail("three numbers with colons between them are required");
   }
-  const auto time = parseNumber(text.substr(0, first));
+  const auto time = parseQuantity(text.substr(0, first), quantity);
   const auto width = parseNumber(text.substr(first + 1, second - first - 1));
   const auto amplitude = parseNumber(text.substr(second + 1));
   if (!time || !width || !amplitude) {

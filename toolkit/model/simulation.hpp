@@ -38,9 +38,10 @@ struct LogNormalPeak {
   double amplitude;  ///< total
 };
 
-/// Reads "TIME:WIDTH:AMPLITUDE", three numbers above 0. Throws UserError, which
-/// names `option`, for anything else.
-LogNormalPeak parsePeak(std::string_view text, std::string_view option);
+/// Reads "TIME:WIDTH:AMPLITUDE", three numbers above 0, the first with or without a unit
+/// ("8ms:0.15:30"). Throws UserError, which names `option`, for anything else.
+LogNormalPeak parsePeak(std::string_view text, std::string_view option,
+                        Quantity quantity = Quantity::time);
 
 /// What a simulation has by default.
 struct SimulationDefaults {

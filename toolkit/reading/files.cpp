@@ -63,8 +63,17 @@ fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
     throw fail("this is a folder; give the name of a file");
   }
   fs::path target = resolved(path);
-  if (!fs::is_directory(target.parent_path(), error)) {
-    throw fail(fmt::format("there is no folder {}; make it first", target.parent_path().string()));
+  // The folder is made when the first file is written; whether it can be is looked at now.
+  fs::path folder = target.parent_path();
+  while (!fs::exists(folder, error) && folder.has_relative_path()) {
+    folder = folder.parent_path();
+  }
+  if (!fs::is_directory(folder, error)) {
+    throw fail(fmt::format("{} is no folder; give another name", folder.string()));
+  }
+  if (folder != target.parent_path() && ::access(folder.c_str(), W_OK) != 0) {
+    throw fail(
+        fmt::format("no folder can be made in {} ({})", folder.string(), std::strerror(errno)));
   }
   if ((!input.empty() && target == resolved(input)) || protected_.contains(target)) {
     throw fail("this is the file that is read; give another name");
@@ -84,6 +93,10 @@ void OutputFiles::write(const fs::path& target, std::string_view content) {
     writeAll(target, target, content);  // a device or a pipe must not be replaced
     return;
   }
+  fs::create_directories(target.parent_path(), error);
+  if (error) {
+    throw cannotWrite(target, error.message());
+  }
   const fs::path temporary =
       target.parent_path() /
       fmt::format(".{}.{}.part", target.filename().string(), static_cast<long>(::getpid()));
@@ -102,7 +115,7 @@ void OutputFiles::commit() {
   }
 }
 
-ScratchFolder::ScratchFolder() : before_(fs::current_path()) {
+PrivateFolder::PrivateFolder() {
   std::error_code error;
   const fs::path base = fs::temp_directory_path(error);
   std::string name = ((error ? fs::path("/tmp") : base) / "vorin-XXXXXX").string();
@@ -113,13 +126,20 @@ ScratchFolder::ScratchFolder() : before_(fs::current_path()) {
                     fs::path(name).parent_path().string(), std::strerror(errno)));
   }
   path_ = fs::absolute(name);
-  fs::current_path(path_);
+}
+
+PrivateFolder::~PrivateFolder() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+ScratchFolder::ScratchFolder() : before_(fs::current_path()) {
+  fs::current_path(path());
 }
 
 ScratchFolder::~ScratchFolder() {
   std::error_code ignored;
   fs::current_path(before_, ignored);
-  fs::remove_all(path_, ignored);
 }
 
 std::string contentOf(const fs::path& path) {

@@ -23,9 +23,9 @@ class OutputFiles {
   void protect(const std::filesystem::path& input);
 
   /// Takes note of `path`, given by `option`, before any work is done, and returns it
-  /// as an absolute path, for write(). Throws UserError when its folder does not exist,
-  /// when it is a folder itself, or when it is `input` (or none), a protected file, or a
-  /// target announced before.
+  /// as an absolute path, for write(), which makes its folder. Throws UserError when its folder
+  /// can't be made, when it is a folder itself, or when it is `input` (or none), a protected
+  /// file, or a target announced before.
   std::filesystem::path announce(const std::filesystem::path& path, std::string_view option,
                                  const std::filesystem::path& input = {});
 
@@ -47,20 +47,30 @@ class OutputFiles {
   std::vector<Staged> staged_;
 };
 
-/// A folder of this process alone, made on construction and removed with all it
-/// holds; meanwhile it is the working directory, since the library leaves its log
-/// there and takes no path in lower case.
-class ScratchFolder {
+/// A folder of this process alone, made on construction and removed with all it holds.
+class PrivateFolder {
+ public:
+  PrivateFolder();
+  PrivateFolder(const PrivateFolder&) = delete;
+  PrivateFolder& operator=(const PrivateFolder&) = delete;
+  ~PrivateFolder();
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// A private folder that meanwhile is the working directory, since the library's exports leave
+/// their log there and take no path in lower case. For one thread of a process only.
+class ScratchFolder : public PrivateFolder {
  public:
   ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   ~ScratchFolder();
 
-  const std::filesystem::path& path() const { return path_; }
-
  private:
-  std::filesystem::path path_;
   std::filesystem::path before_;
 };
 

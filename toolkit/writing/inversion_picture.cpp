@@ -34,7 +34,7 @@ std::string titleText(const Inversion& inversion, const ReportContext& context) 
 
 }  // namespace
 
-std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
+std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
                         const Inversion& inversion, const ReportContext& context) {
   const PictureAxes axes =
       pictureAxes(context.kernel, context.decay.time.back(), inversion.distribution.time.back());

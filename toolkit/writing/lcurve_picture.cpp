@@ -113,7 +113,7 @@ set ylabel 'norm of the distribution, |f| (unit of the data)'
 
 }  // namespace
 
-std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, const LCurve& curve,
+std::string drawLCurve(const fs::path& picture, const PrivateFolder& scratch, const LCurve& curve,
                        const std::string& name) {
   std::vector<double> residualNorms{curve.used.residualNorm};
   std::vector<double> solutionNorms{curve.used.solutionNorm};
@@ -123,11 +123,12 @@ std::string drawLCurve(const fs::path& picture, const ScratchFolder& scratch, co
     solutionNorms.push_back(point.solutionNorm);
     rows += fmt::format("{:.10g} {:.10g}\n", point.residualNorm, point.solutionNorm);
   }
-  const auto writePoint = [](const char* file, const LCurvePoint& point) {
-    std::ofstream(file) << fmt::format("{:.10g} {:.10g}\n", point.residualNorm, point.solutionNorm);
+  const auto writePoint = [&](const char* file, const LCurvePoint& point) {
+    std::ofstream(scratch.path() / file)
+        << fmt::format("{:.10g} {:.10g}\n", point.residualNorm, point.solutionNorm);
   };
   const LCurvePoint& corner = curve.points.at(curve.corner);
-  std::ofstream("points.dat") << rows;
+  std::ofstream(scratch.path() / "points.dat") << rows;
   writePoint("corner.dat", corner);
   writePoint("used.dat", curve.used);
   const Axis x = axisOf(residualNorms, 0.05, 0.13);

@@ -21,8 +21,8 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Writes the columns that the script plots.
-void writeData(const PictureContent& content) {
-  std::ofstream decay("decay.dat");
+void writeData(const PictureContent& content, const fs::path& folder) {
+  std::ofstream decay(folder / "decay.dat");
   for (std::size_t i = 0; i < content.time.size(); ++i) {
     const double amplitude = content.amplitude[i];
     decay << fmt::format("{:.8g} {:.8g}", content.time[i] / content.timeUnit, amplitude);
@@ -32,7 +32,7 @@ void writeData(const PictureContent& content) {
     decay << '\n';
   }
   const auto writeDistribution = [&](const char* name, const Distribution& distribution) {
-    std::ofstream file(name);
+    std::ofstream file(folder / name);
     const std::vector<double> density = perDecade(distribution);
     for (std::size_t k = 0; k < density.size(); ++k) {
       file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / content.gridUnit, density[k]);
@@ -46,7 +46,7 @@ void writeData(const PictureContent& content) {
     const std::vector<double>& grid = content.distribution.time;
     const std::vector<double> lower = perDecade({grid, content.bandLower});
     const std::vector<double> upper = perDecade({grid, content.bandUpper});
-    std::ofstream file("band.dat");
+    std::ofstream file(folder / "band.dat");
     for (std::size_t k = 0; k < grid.size(); ++k) {
       file << fmt::format("{:.8g} {:.8g} {:.8g}\n", grid[k] / content.gridUnit, lower[k], upper[k]);
     }
@@ -178,9 +178,9 @@ void requireGnuplot(const fs::path& picture, std::string_view option) {
   }
 }
 
-std::string drawPicture(const fs::path& picture, const ScratchFolder& scratch,
+std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
                         const PictureContent& content) {
-  writeData(content);
+  writeData(content, scratch.path());
   const std::string script =
       fmt::format("{}set title {} noenhanced font ',15' offset 0,1\n{}{}", commonScript,
                   scriptQuoted(content.title), decayPanels(content), distributionPanel(content));

@@ -37,13 +37,13 @@ struct PictureContent {
 };
 
 /// Draws `content`, otherwise as below.
-std::string drawPicture(const std::filesystem::path& picture, const ScratchFolder& scratch,
+std::string drawPicture(const std::filesystem::path& picture, const PrivateFolder& scratch,
                         const PictureContent& content);
 
-/// Draws the picture in `scratch`, which must be the working directory, and returns
+/// Draws the picture in `scratch` and returns
 /// the file's content. The kind (.png, .svg, .pdf) is that of `picture`. Throws
 /// UserError when gnuplot fails.
-std::string drawPicture(const std::filesystem::path& picture, const ScratchFolder& scratch,
+std::string drawPicture(const std::filesystem::path& picture, const PrivateFolder& scratch,
                         const Inversion& inversion, const ReportContext& context);
 
 }  // namespace vorin::toolkit
