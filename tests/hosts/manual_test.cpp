@@ -157,7 +157,7 @@ TEST(Manual, IsWrittenWholeOrNotAtAll) {
   const TemporaryFolder folder;
   EXPECT_EQ(runProgram(folder.path(), {"manual", "vorin.1"}).status, 0);
   EXPECT_EQ(contentOf(folder / "vorin.1"), theManual());
-  const Outcome outcome = runProgram(folder.path(), {"manual", "no/such/vorin.1"});
+  const Outcome outcome = runProgram(folder.path(), {"manual", "vorin.1/vorin.1"});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(folder.names(), std::vector<std::string>{"vorin.1"});
 }

@@ -110,8 +110,8 @@ INSTANTIATE_TEST_SUITE_P(
          {"--plot-lcurve", "l.gif"},
          "--plot-lcurve l.gif: the name must end in .png, .svg or .pdf"},
         {"LCurveInNoFolder",
-         {"--plot-lcurve", "/no/such/l.png"},
-         "--plot-lcurve /no/such/l.png: there is no folder /no/such; make it first"},
+         {"--plot-lcurve", "/dev/null/l.png"},
+         "--plot-lcurve /dev/null/l.png: /dev/null is no folder; give another name"},
         {"LCurveOverAnother",
          {"--plot-lcurve", "out.csv"},
          "--plot-lcurve out.csv: two outputs have this name; give each its own"},
@@ -242,7 +242,8 @@ TEST(MethodOptions, TheBootstrapIsToldAndWritten) {
       folder.path(), {"invert", sampleFile, "--bootstrap", "25", "--seed", "4", "--out", "f.csv"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");  // no bar where stderr is no terminal
-  EXPECT_NE(contentOf(folder / "f.csv").find("\nt2_s,amplitude,lower,upper\n"), std::string::npos);
+  EXPECT_NE(contentOf(folder / "f.csv").find("\nt2_s,amplitude,lower,upper,cumulative\n"),
+            std::string::npos);
 }
 
 TEST(MethodOptions, DrawsTheLCurveOfEachKindAndPath) {

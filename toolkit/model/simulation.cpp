@@ -32,10 +32,10 @@ double NormalNoise::next() {
 
 LogNormalPeak parsePeak(std::string_view text, std::string_view option, Quantity quantity) {
   const auto fail = [&](std::string_view why) {
-    return UserError(fmt::format(
-        "{} {}: {}; write TIME:WIDTH:AMPLITUDE, for instance 20ms:0.15:70 or 0.02:0.15:70 for a "
-        "peak at 20 ms, 0.15 decades wide, of amplitude 70",
-        option, inQuotes(text), why));
+    return UserError(
+        fmt::format("{} {}: {}; write TIME:WIDTH:AMPLITUDE, for instance 0.02:0.15:70 for a "
+                    "peak at 20 ms, 0.15 decades wide, of amplitude 70",
+                    option, inQuotes(text), why));
   };
   const auto first = text.find(':');
   const auto second = first == std::string_view::npos ? first : text.find(':', first + 1);
