@@ -18,12 +18,20 @@ using vorin::fuzz::require;
 
 const std::string name = "f.csv";
 
+/// What is shown of a file holds no character that a terminal obeys.
+void requireHarmless(const std::string& shown) {
+  for (const char c : shown) {
+    require(static_cast<unsigned char>(c) >= ' ' && c != 0x7f);
+  }
+}
+
 template <class Read>
 void readOrRefuse(Read read) {
   try {
     read();
   } catch (const toolkit::UserError& error) {
     require(std::string(error.what()).find(name) != std::string::npos);
+    requireHarmless(error.what());
   }
 }
 
@@ -50,6 +58,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       requireDecay(measured.decay);
       require(measured.imaginary.empty() ||
               measured.imaginary.size() == measured.decay.time.size());
+    });
+  }
+  for (const toolkit::DecayFormatText& text : {toolkit::DecayFormatText{"", "", "", "1ms"},
+                                               toolkit::DecayFormatText{"-,1", "", "", "1s,0"},
+                                               toolkit::DecayFormatText{"1,2..3", "ms", "", ""},
+                                               toolkit::DecayFormatText{"1,2:3", "", "2", ""}}) {
+    readOrRefuse([&] {
+      const auto decays =
+          toolkit::readDecays(name, toolkit::readDecayFormat(text, toolkit::Quantity::time, "--"));
+      for (const toolkit::FileDecay& decay : decays) {
+        requireDecay(decay.measured.decay);
+        for (const toolkit::FoundLine& line : toolkit::allLines(decay.found)) {
+          requireHarmless(line.text);
+        }
+      }
     });
   }
   readOrRefuse([] { toolkit::readDistribution(name); });

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 #include "toolkit/reading/decay_columns.hpp"
@@ -166,6 +167,26 @@ DecayFormat readDecayFormat(const DecayFormatText& text, Quantity quantity,
 
 namespace {
 
+/// Throws UserError for what is known by its first bytes, but not read.
+void refuseUnread(const FileBytes& file) {
+  struct Kind {
+    std::string_view start;
+    std::string_view sentence;
+  };
+  constexpr std::array<Kind, 4> kinds{{
+      {"\x89HDF\r\n\x1a\n",
+       "this is an HDF5 file, which is not read; write its arrays as .npz or CSV"},
+      {"MATLAB 7", "this is a MATLAB file of version 7.3, which is not read; write it as CSV"},
+      {"MATLAB 5", "this is a MATLAB file, which is not read; write it as CSV"},
+      {"\xD0\xCF\x11\xE0", "this is an old workbook (.xls); save it as .xlsx or CSV"},
+  }};
+  for (const Kind& kind : kinds) {
+    if (file.content.compare(0, kind.start.size(), kind.start) == 0) {
+      throw UserError(fmt::format("{}: {}", file.name, kind.sentence));
+    }
+  }
+}
+
 /// FILE:PATH, where FILE is a file and FILE:PATH is none.
 struct Location {
   fs::path file;
@@ -214,6 +235,7 @@ std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& forma
       return decaysIn(*columns, format);
     }
   }
+  refuseUnread(bytes);
   const TextFile file = textOf(std::move(bytes));
   const Table table = decayTable(file, quantityName(format.abscissa), format.headerLines);
   return decaysIn(table, format);

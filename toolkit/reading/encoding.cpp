@@ -65,8 +65,7 @@ class Inflater {
       result.append(block.data(), block.size() - stream_.avail_out);
       if (result.size() > most) {
         throw UserError(fmt::format(
-            "{}: it unfolds to more than {} bytes, which no decay does; unpack it yourself", name_,
-            most));
+            "{}: it unfolds to more than its size allows for; unpack it yourself", name_));
       }
     }
     return whole.size() - packed.size() - stream_.avail_in;

@@ -82,6 +82,17 @@ Table::Table(const TextFile& file, std::string_view names, std::string_view exam
   describe(file, layout);
   if (file.content.starts_with(decayComment) && columns_ == 3) {
     roles = {0, 1, 2};
+  } else if (columns_ > 2) {
+    // Sheets begin at any column: two that hold something are not hard to choose.
+    std::vector<std::size_t> filled;
+    for (std::size_t column = 0; column < columns_ && filled.size() < 3; ++column) {
+      if (!isEmpty(column)) {
+        filled.push_back(column);
+      }
+    }
+    if (filled.size() == 2) {
+      roles = filled;
+    }
   }
 }
 
@@ -188,16 +199,18 @@ bool Table::setUnits(const TextLine& line) {
   return false;
 }
 
-void Table::dropEmptyColumns() {
-  const auto allEmpty = [&](std::size_t column) {
-    for (std::size_t row = 0; row < rows(); ++row) {
-      if (!field(row, column).empty()) {
-        return false;
-      }
+bool Table::isEmpty(std::size_t column) const {
+  for (std::size_t row = 0; row < rows(); ++row) {
+    if (!field(row, column).empty()) {
+      return false;
     }
-    return header_.empty() || header_[column].empty();
-  };
-  while (columns_ > 1 && allEmpty(columns_ - 1)) {
+  }
+  return true;
+}
+
+void Table::dropEmptyColumns() {
+  while (columns_ > 1 && isEmpty(columns_ - 1) &&
+         (header_.empty() || header_[columns_ - 1].empty())) {
     --columns_;
     if (!header_.empty()) {
       header_.pop_back();

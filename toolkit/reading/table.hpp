@@ -59,6 +59,7 @@ class Table : public ColumnSource {
   void takeNames(const TableLayout& layout);
   bool setHeader(const TextLine& line);
   bool setUnits(const TextLine& line);
+  bool isEmpty(std::size_t column) const;
   void dropEmptyColumns();
   bool commasMayBeDecimal() const;
   void describe(const TextFile& file, const TableLayout& layout);

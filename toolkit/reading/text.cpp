@@ -45,7 +45,8 @@ bool isControl(std::string_view character) {
   }
   return (character >= "\xE2\x80\x8B" && character <= "\xE2\x80\x8F") ||
          (character >= "\xE2\x80\xA8" && character <= "\xE2\x80\xAE") ||
-         (character >= "\xE2\x81\xA0" && character <= "\xE2\x81\xAF");
+         (character >= "\xE2\x81\xA0" && character <= "\xE2\x81\xAF") ||
+         character == "\xEF\xBB\xBF";
 }
 
 }  // namespace
