@@ -1,7 +1,7 @@
 // Decays of 56 samples on 60 grid times, the weight by a noise that is known: each by an inversion
 // of its own, and all on one plan, on one thread and on two. Compares the distributions bit by bit
-// and prints the processor time of a decay. profiledDecays encloses the decays on the plan, for
-// callgrind's --toggle-collect.
+// and prints the processor time of a decay; then a bootstrap beside single inversions.
+// profiledDecays encloses the decays on the plan, for callgrind's --toggle-collect.
 //
 //   planned_decays [DECAYS [own]]   10000 unless given; "own": a noise estimated from each decay
 #include <cmath>
@@ -17,6 +17,8 @@
 
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/plan.hpp"
+#include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/grid.hpp"
 
 namespace {
@@ -88,6 +90,39 @@ bool timed(const char* what, std::size_t count, const Amplitudes& expected,
   return same;
 }
 
+/// A bootstrap of 200 replicates of a decay of 3000 samples, in units of its inversion.
+void timeBootstrap() {
+  constexpr int samples = 3000;
+  constexpr int singles = 20;
+  vorin::toolkit::Decay decay;
+  std::mt19937_64 engine(3);
+  std::normal_distribution<double> draw(0.0, noise);
+  for (int i = 1; i <= samples; ++i) {
+    const double t = 2e-4 * i;
+    decay.time.push_back(t);
+    decay.amplitude.push_back(0.3 * std::exp(-t / 0.01) + 0.7 * std::exp(-t / 0.1) + draw(engine));
+  }
+  for (const auto method : {vorin::toolkit::Method::classic, vorin::toolkit::Method::automatic}) {
+    InversionSettings settings;
+    settings.method = method;
+    settings.grid = vorin::toolkit::LogGrid{1e-3, 1.0, 100}.times();
+    double start = processorSeconds();
+    vorin::toolkit::Inversion inversion;
+    for (int k = 0; k < singles; ++k) {
+      inversion = vorin::toolkit::invert(decay, settings);
+    }
+    const double single = (processorSeconds() - start) / singles;
+    start = processorSeconds();
+    const auto band = vorin::toolkit::bootstrap(decay, settings, inversion, {});
+    const double whole = processorSeconds() - start;
+    std::printf(
+        "%s method, 3000 samples: an inversion %.3f ms, a bootstrap of %d %.1f ms, that of "
+        "%.0f inversions\n",
+        method == vorin::toolkit::Method::classic ? "classic" : "default", 1e3 * single,
+        band.replicates, 1e3 * whole, whole / single);
+  }
+}
+
 int run(std::size_t count, bool ownNoise) {
   InversionSettings settings;
   settings.method = vorin::toolkit::Method::classic;
@@ -117,6 +152,7 @@ int run(std::size_t count, bool ownNoise) {
               profiledDecays(plan, decays, count / 2, count, found);
             }) &&
       same;
+  timeBootstrap();
   return same ? 0 : 1;
 }
 

@@ -12,6 +12,9 @@
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/inversion_keys.hpp"
+#include "toolkit/inverting/library_job.hpp"
+#include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -217,6 +220,31 @@ TEST(InversionPlan, TellsWhyADecayCannotBeInvertedAndGoesOn) {
   expectFailure(DecayFailure::noiseTooLarge, good, 10.0 * std::fabs(good.front()) + 1e9);
   // invert() answers these decays in the same way.
   EXPECT_THROW(invert({decays.times(), std::vector<double>(56, 3.0)}, settings), NoNoise);
+}
+
+TEST(PlannedProblem, SolvesPartsOfProblemsWithTheSameBits) {
+  Decays decays(evenTimes(2e-3, 2e-3, 500), 11);
+  const InversionSettings settings = classic(60);
+  const Problem whole({decays.times(), decays.next()}, settings);
+  const LibraryJob job;
+  setKeys(settings);
+  setFixedWeight(settings, 0.2);
+  for (const Problem& problem : {whole, whole.within(10, 45), whole.without({0, 7, 300}),
+                                 whole.without({3}).within(0, 30)}) {
+    const Problem planned = problem.planned();
+    for (int k = 0; k < 5; ++k) {
+      std::vector<float> Y = problem.data();
+      for (float& value : Y) {
+        value *= 1.0F + 0.1F * static_cast<float>(k);
+      }
+      const Solution single = problem.solve(Y);
+      const Solution shared = planned.solve(Y);
+      EXPECT_EQ(shared.F, single.F);
+      EXPECT_EQ(shared.FIT, single.FIT);
+      EXPECT_EQ(shared.status, single.status);
+      EXPECT_EQ(planned.solveWithoutFit(Y).F, single.F);
+    }
+  }
 }
 
 TEST(InversionPlan, RefusesAssignmentsThatCannotBeCarriedOut) {
