@@ -111,17 +111,18 @@ std::vector<double> sampleTimes(const SimulateOptions& options, Quantity absciss
 
 // Seven significant places are beyond any instrument and hide the last bits in
 // which the exponentials of two mathematical libraries may differ.
-std::string decayCsv(const Decay& decay, const SimulateOptions& options) {
-  std::string text = "# computed decay, made by: " + commandText(options) + "\ntime_s,amplitude\n";
+std::string decayCsv(const Decay& decay, Kernel kernel, const SimulateOptions& options) {
+  std::string text = fmt::format("# computed decay, made by: {}\n{},amplitude\n",
+                                 commandText(options), abscissaColumn(kernel));
   for (std::size_t i = 0; i < decay.time.size(); ++i) {
     fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g}\n", decay.time[i], decay.amplitude[i]);
   }
   return text;
 }
 
-std::string channelsCsv(const TwoChannels& decay, const SimulateOptions& options) {
-  std::string text =
-      "# computed decay, made by: " + commandText(options) + "\ntime_s,real,imaginary\n";
+std::string channelsCsv(const TwoChannels& decay, Kernel kernel, const SimulateOptions& options) {
+  std::string text = fmt::format("# computed decay, made by: {}\n{},real,imaginary\n",
+                                 commandText(options), abscissaColumn(kernel));
   for (std::size_t i = 0; i < decay.time.size(); ++i) {
     fmt::format_to(std::back_inserter(text), "{:.7g},{:.7g},{:.7g}\n", decay.time[i], decay.real[i],
                    decay.imaginary[i]);
@@ -205,10 +206,10 @@ ExitStatus runSimulate(const SimulateOptions& options) {
                          ? channelsCsv(simulatedChannels(simulation.kernel, truth, simulation.times,
                                                          simulation.noise, simulation.seed,
                                                          *simulation.phase),
-                                       options)
+                                       simulation.kernel, options)
                          : decayCsv(simulatedDecay(simulation.kernel, truth, simulation.times,
                                                    simulation.noise, simulation.seed),
-                                    options));
+                                    simulation.kernel, options));
   if (!truthFile.empty()) {
     outputs.write(truthFile, truthCsv(truth, simulation.kernel, options));
   }

@@ -235,12 +235,17 @@ def test_outliers_are_left_out_and_listed(decay):
 def test_the_library_rejects_outliers_by_its_own_keys(decay):
     spoiled = decay.y.copy()
     spoiled[[50, 200]] += [20.0, -9.0]
-    result = vorin.invert(decay.t, spoiled, reject_outliers=5, noise=0.3)
+    result = vorin.invert(decay.t, spoiled, reject_outliers=5, noise=0.3, method="classic")
     assert result.rejected.tolist() == [50, 200]
     by_keys = vorin.invert(decay.t, spoiled, compress=True, noise=0.3,
                            settings={"L2MO": 1, "L2NS": 5, "SVDN": 0})
     assert np.array_equal(result.distribution, by_keys.distribution)
     assert result.fit.size == decay.t.size
+    chosen = vorin.invert(decay.t, spoiled, reject_outliers=5)
+    rest = vorin.invert(np.delete(decay.t, [50, 200]), np.delete(decay.y, [50, 200]),
+                        grid=chosen.grid)
+    assert chosen.rejected.tolist() == [50, 200]
+    assert np.array_equal(chosen.distribution, rest.distribution)
     kept = np.delete(decay.y - result.fit, [50, 200])
     assert result.fit_error == pytest.approx(np.sqrt(np.mean(kept**2)), rel=1e-6)
 
