@@ -15,10 +15,10 @@ inline bool weightIsInRange(double weight, double meanSquare) {
   return weight > 0.0 && weight >= leastShare * meanSquare && weight <= largestShare * meanSquare;
 }
 
-/// True for weights down to a hundredth of the least of that range: there the columns of the next
+/// True for weights down to a twentieth of the least of that range: there the columns of the next
 /// pass can be told in squared forms, but not its numbers to the last digits.
 inline bool weightAllowsPrediction(double weight, double meanSquare) {
-  constexpr double reach = 100.0;
+  constexpr double reach = 20.0;
   return weightIsInRange(weight, meanSquare) || weightIsInRange(reach * weight, meanSquare);
 }
 
