@@ -119,6 +119,10 @@ struct OutputOptions {
   std::string plot;
   std::string plotLCurve;
   std::string log;
+  std::string title;
+  std::string amplitudeLabel;
+  std::string size;
+  std::string dpi;
   std::string jobs;
   bool keepGoing = false;
   bool resume = false;
@@ -126,6 +130,9 @@ struct OutputOptions {
 
   void addTo(CLI::App& line);
 };
+
+/// How the pictures look. Throws UserError for bad options.
+PictureStyle pictureStyle(const OutputOptions& options);
 
 /// Where an inversion writes the library's log before it is put in its place.
 std::filesystem::path logIn(const PrivateFolder& scratch);

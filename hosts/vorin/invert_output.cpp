@@ -7,6 +7,8 @@
 
 #include "invert_options.hpp"
 #include "toolkit/reading/csv.hpp"
+#include "toolkit/reading/numbers.hpp"
+#include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/json_report.hpp"
 #include "toolkit/writing/picture.hpp"
@@ -46,6 +48,13 @@ void OutputOptions::addTo(CLI::App& line) {
   addOption(line, "--plot-lcurve", plotLCurve, "FILE.png",
             "Draw the L-curve, its corner and the weight of the result;\n"
             "also FILE.svg, FILE.pdf");
+  addOption(line, "--title", title, "TEXT", "The title of pictures of --plot");
+  addOption(line, "--amplitude-label", amplitudeLabel, "TEXT",
+            "What the amplitudes in pictures of --plot are called");
+  addOption(line, "--size", size, "WIDTHxHEIGHT",
+            "The size of pictures of --plot in pixels of 1/96 inch (default 1000x1050)");
+  addOption(line, "--dpi", dpi, "N",
+            "Pixels to an inch of a PNG of --plot, 48 to 1200 (default 96)");
   addOption(line, "--table", table, "FILE.csv", "Write a row of results for each decay");
   addOption(line, "--log", log, "FILE", "Keep the library's log");
   addOption(line, "--truth", truth, "FILE.csv",
@@ -60,6 +69,40 @@ void OutputOptions::addTo(CLI::App& line) {
   line.add_flag("--resume", resume,
                 "Go on with the batch that the same command began and that was\n"
                 "interrupted");
+}
+
+PictureStyle pictureStyle(const OutputOptions& options) {
+  PictureStyle style;
+  style.title = options.title;
+  style.amplitudeLabel = options.amplitudeLabel;
+  constexpr long long shortest = 300;
+  constexpr long long longest = 5000;
+  if (!options.size.empty()) {
+    const std::size_t cross = std::min(options.size.find('x'), options.size.size());
+    const auto width = parseInteger(options.size.substr(0, cross));
+    const auto height =
+        parseInteger(cross < options.size.size() ? options.size.substr(cross + 1) : "");
+    if (!width || !height || std::min(*width, *height) < shortest ||
+        std::max(*width, *height) > longest) {
+      throw UserError(
+          fmt::format("--size {}: two whole numbers from {} to {} are required, as "
+                      "1000x1050",
+                      inQuotes(options.size), shortest, longest));
+    }
+    style.width = static_cast<int>(*width);
+    style.height = static_cast<int>(*height);
+  }
+  if (!options.dpi.empty()) {
+    constexpr long long coarsest = 48;
+    constexpr long long finest = 1200;
+    const auto dpi = parseInteger(options.dpi);
+    if (!dpi || *dpi < coarsest || *dpi > finest) {
+      throw UserError(fmt::format("--dpi {}: a whole number from {} to {} is required",
+                                  inQuotes(options.dpi), coarsest, finest));
+    }
+    style.dpi = static_cast<int>(*dpi);
+  }
+  return style;
 }
 
 InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std::string_view option,

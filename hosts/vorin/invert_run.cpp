@@ -99,6 +99,7 @@ struct Run {
   Calibration calibration;
   BatchLayout layout;
   std::optional<Distribution> truth;
+  PictureStyle picture;
 };
 
 void showOne(const Inversion& inversion, const ReportContext& context, bool noPicture) {
@@ -127,6 +128,7 @@ ReportContext contextOf(const Input& input, const Run& run) {
   context.kernelFile = input.kernelFile;
   context.phase = input.phase;
   context.found = input.found;
+  context.picture = run.picture;
   context.measures = run.layout.measures;
   context.amplitudeUnit = run.calibration.unit;
   return context;
@@ -342,11 +344,11 @@ std::string stampsOf(const InvertOptions& options) {
 
 ExitStatus runInvert(const InvertOptions& options, const std::string& settings) {
   // Everything that can be wrong is looked at before any work is done.
-  Run run{settingsFrom(options.method),
-          bootstrapFrom(options.method),
-          calibrationFrom(options.measures),
-          {},
-          {}};
+  Run run;
+  run.settings = settingsFrom(options.method);
+  run.bandRequest = bootstrapFrom(options.method);
+  run.calibration = calibrationFrom(options.measures);
+  run.picture = pictureStyle(options.output);
   calibrate(run.calibration, run.settings);
   const std::size_t threads = jobCount(options.output.jobs);
   const bool keepGoing = options.output.keepGoing;

@@ -55,18 +55,48 @@ int runIn(const fs::path& folder) {
 
 }  // namespace
 
-std::string gnuplotTerminal(const fs::path& picture, int width, int height) {
+std::string shortName(const std::string& path) {
+  constexpr std::size_t longest = 34;
+  constexpr std::size_t head = 14;
+  const std::string name = fs::path(path).filename().string();
+  if (name.size() <= longest) {
+    return name;
+  }
+  // Not within a character of several bytes.
+  const auto inside = [&](std::size_t at) {
+    constexpr unsigned char mask = 0xC0;
+    constexpr unsigned char following = 0x80;
+    return at < name.size() && (static_cast<unsigned char>(name[at]) & mask) == following;
+  };
+  std::size_t first = head;
+  std::size_t last = name.size() - (longest - head - 2);
+  for (; inside(first); --first) {
+  }
+  for (; inside(last); ++last) {
+  }
+  return name.substr(0, first) + ".." + name.substr(last);
+}
+
+std::string gnuplotTerminal(const fs::path& picture, int width, int height, int dpi,
+                            double textScale) {
   const std::string kind = picture.extension().string();
   if (kind == ".svg") {
-    return fmt::format("svg size {},{} dynamic background 'white' font 'DejaVu Sans,15'", width,
-                       height);
+    // Its fontscale leaves margins as they are, and texts outside of them are not drawn.
+    constexpr double svgSize = 15.0;
+    return fmt::format("svg size {},{} dynamic background 'white' font 'DejaVu Sans,{:.4g}'", width,
+                       height, svgSize * textScale);
   }
   if (kind == ".pdf") {
     constexpr double perCentimetre = 50.0;
-    return fmt::format("pdfcairo size {:.4g}cm,{:.4g}cm font 'DejaVu Sans,11'",
-                       width / perCentimetre, height / perCentimetre);
+    return fmt::format("pdfcairo size {:.4g}cm,{:.4g}cm font 'DejaVu Sans,11' fontscale {:.4g}",
+                       width / perCentimetre, height / perCentimetre, textScale);
   }
-  return fmt::format("pngcairo size {},{} font 'DejaVu Sans,12'", width, height);
+  constexpr double usual = 96.0;
+  const double scale = dpi / usual;
+  return fmt::format(
+      "pngcairo size {:.0f},{:.0f} font 'DejaVu Sans,12' fontscale {:.4g} linewidth {:.4g} "
+      "pointscale {:.4g}",
+      width * scale, height * scale, textScale * scale, scale, scale);
 }
 
 std::string scriptQuoted(std::string_view text) {
@@ -84,10 +114,10 @@ std::string scriptQuoted(std::string_view text) {
 }
 
 std::string runGnuplot(const fs::path& picture, const PrivateFolder& scratch,
-                       std::string_view script, int width, int height) {
+                       std::string_view script, int width, int height, int dpi, double textScale) {
   {
     std::ofstream file(scratch.path() / "picture.gp");
-    file << "set terminal " << gnuplotTerminal(picture, width, height)
+    file << "set terminal " << gnuplotTerminal(picture, width, height, dpi, textScale)
          << "\nset output 'picture.out'\n"
          << script;
   }

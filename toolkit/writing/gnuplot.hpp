@@ -10,7 +10,13 @@
 namespace vorin::toolkit {
 
 /// The terminal that draws the kind of `picture` (.png, .svg, .pdf) at a size given in pixels.
-std::string gnuplotTerminal(const std::filesystem::path& picture, int width, int height);
+/// Texts are `textScale` times as large as usual. PNG has `dpi` in place of 96 pixels to an inch,
+/// so that it is sharper at the same size.
+std::string gnuplotTerminal(const std::filesystem::path& picture, int width, int height,
+                            int dpi = 96, double textScale = 1.0);
+
+/// The file name of `path` for a title: at most 34 characters, of a longer one both ends.
+std::string shortName(const std::string& path);
 
 /// `text` inside single quotes of a script, control characters as '?'.
 std::string scriptQuoted(std::string_view text);
@@ -20,6 +26,7 @@ std::string scriptQuoted(std::string_view text);
 /// process group of its own, so that Ctrl-C in a terminal does not end it half way. Throws
 /// UserError, which names `picture`, when gnuplot fails.
 std::string runGnuplot(const std::filesystem::path& picture, const PrivateFolder& scratch,
-                       std::string_view script, int width, int height);
+                       std::string_view script, int width, int height, int dpi = 96,
+                       double textScale = 1.0);
 
 }  // namespace vorin::toolkit

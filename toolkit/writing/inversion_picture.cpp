@@ -9,6 +9,7 @@
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/units.hpp"
 #include "toolkit/writing/axes.hpp"
+#include "toolkit/writing/gnuplot.hpp"
 #include "toolkit/writing/picture.hpp"
 
 namespace vorin::toolkit {
@@ -25,11 +26,24 @@ std::string meanText(double mean, const AxisUnit& unit, Quantity quantity) {
 }
 
 std::string titleText(const Inversion& inversion, const ReportContext& context) {
-  constexpr std::size_t longestName = 50;
-  return fmt::format("{:.{}}: weight {}, standard error {}",
-                     fs::path(context.name).filename().string(), longestName,
+  if (!context.picture.title.empty()) {
+    return context.picture.title;
+  }
+  return fmt::format("{}: weight {}, standard error {}", shortName(context.name),
                      significant(inversion.weight, 3), significant(inversion.reachedError, 3)) +
          (succeeded(inversion) ? "" : fmt::format(" (unsuccessful, status {})", inversion.status));
+}
+
+/// The labels of the amplitude axes.
+void setLabels(PictureContent& content, const ReportContext& context) {
+  const std::string& own = context.picture.amplitudeLabel;
+  if (!own.empty()) {
+    content.amplitudeLabel = own;
+    content.densityLabel = own + " per decade";
+  } else if (!context.amplitudeUnit.empty()) {
+    content.amplitudeLabel = fmt::format("amplitude ({})", context.amplitudeUnit);
+    content.densityLabel = fmt::format("amplitude per decade ({})", context.amplitudeUnit);
+  }
 }
 
 }  // namespace
@@ -49,6 +63,9 @@ std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
     content.bandLower = context.band->lower;
     content.bandUpper = context.band->upper;
   }
+  content.cutoffs = context.measures.cutoffs;
+  content.style = context.picture;
+  setLabels(content, context);
   content.timeUnit = axes.abscissa.size;
   content.gridUnit = axes.grid.size;
   content.timeAxis = axes.abscissaLabel;

@@ -10,6 +10,7 @@
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/writing/gnuplot.hpp"
+#include "toolkit/writing/log_tics.hpp"
 
 namespace vorin::toolkit {
 
@@ -33,42 +34,11 @@ Axis axisOf(const std::vector<double>& values, double roomBelow, double roomAbov
   return {*least * std::exp(-roomBelow * length), *most * std::exp(roomAbove * length)};
 }
 
-/// Round values along `axis`: a decade apart, or with fewer in it 1, 2, 5, or evenly spaced.
-std::vector<double> tics(const Axis& axis) {
-  constexpr std::size_t fewest = 4;
-  std::vector<double> result;
-  const std::vector<std::vector<double>> choices{
-      {1.0}, {1.0, 2.0, 5.0}, {1.0, 1.5, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0}};
-  for (const std::vector<double>& digits : choices) {
-    result.clear();
-    const int last = static_cast<int>(std::floor(std::log10(axis.to)));
-    for (int power = static_cast<int>(std::floor(std::log10(axis.from))); power <= last; ++power) {
-      for (double digit : digits) {
-        const double value = digit * std::pow(10.0, power);
-        if (value >= axis.from && value <= axis.to) {
-          result.push_back(value);
-        }
-      }
-    }
-    if (result.size() >= fewest) {
-      return result;
-    }
-  }
-  const double fifth = (axis.to - axis.from) / 5.0;
-  const double power = std::pow(10.0, std::floor(std::log10(fifth)));
-  const double digit = fifth / power;
-  const double step = power * (digit >= 5.0 ? 5.0 : digit >= 2.0 ? 2.0 : 1.0);
-  result.clear();
-  for (double value = std::ceil(axis.from / step) * step; value <= axis.to; value += step) {
-    result.push_back(value);
-  }
-  return result;
-}
-
 std::string ticsText(char axisName, const Axis& axis) {
   std::string text = fmt::format("set {}tics (", axisName);
   std::string comma;
-  for (double value : tics(axis)) {
+  constexpr double gap = 0.07;  // of the axis: what a label takes
+  for (double value : logTics(axis.from, axis.to, gap)) {
     text += fmt::format("{}'{:.4g}' {:.10g}", comma, value, value);
     comma = ", ";
   }
@@ -133,18 +103,17 @@ std::string drawLCurve(const fs::path& picture, const PrivateFolder& scratch, co
   writePoint("used.dat", curve.used);
   const Axis x = axisOf(residualNorms, 0.05, 0.13);
   const Axis y = axisOf(solutionNorms, 0.06, 0.10);
-  constexpr std::size_t longestName = 50;
   std::string script(commonScript);
   script += fmt::format("set xrange [{:.10g}:{:.10g}]\nset yrange [{:.10g}:{:.10g}]\n", x.from,
                         x.to, y.from, y.to);
   script += ticsText('x', x) + ticsText('y', y) + labels(curve, x, y);
-  script += fmt::format("set title {} noenhanced font ',14'\n",
-                        scriptQuoted(fmt::format("{:.{}}: L-curve, weights beside their points",
-                                                 fs::path(name).filename().string(), longestName)));
   script += fmt::format(
-      R"(plot 'points.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#527fb5' title 'the 17 weights of the search', \
+      "set title {} noenhanced font ',14'\n",
+      scriptQuoted(fmt::format("{}: L-curve, weights beside their points", shortName(name))));
+  script += fmt::format(
+      R"(plot 'points.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#0072b2' title 'the 17 weights of the search', \
      'corner.dat' with points pt 6 ps 2.4 lw 2 lc rgb '#303030' title 'corner: {}', \
-     'used.dat' with points pt 2 ps 2 lw 2.4 lc rgb '#b8322a' title 'weight of the result: {}'
+     'used.dat' with points pt 2 ps 2 lw 2.4 lc rgb '#d55e00' title 'weight of the result: {}'
 set output
 )",
       significant(corner.weight, 3), significant(curve.used.weight, 3));

@@ -3,16 +3,21 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <numeric>
 #include <string_view>
 
+#include "toolkit/measures/cumulative.hpp"
 #include "toolkit/measures/measures.hpp"
+#include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/gnuplot.hpp"
+#include "toolkit/writing/log_tics.hpp"
 
 namespace vorin::toolkit {
 
@@ -20,25 +25,128 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// True where the times spread over two decades or more: a linear axis would hide the start.
+bool hasLogAxis(const PictureContent& content) {
+  return content.time.front() > 0.0 && content.time.back() >= 100.0 * content.time.front();
+}
+
+/// The samples that can be seen: of those which share a narrow column of the picture the ones
+/// with the least and the greatest amplitude and residual. All of them where they are few.
+std::vector<std::size_t> seenSamples(const PictureContent& content) {
+  constexpr std::size_t columns = 2000;
+  constexpr std::size_t few = 4 * columns;
+  const std::vector<double>& t = content.time;
+  std::vector<std::size_t> seen;
+  if (t.size() <= few) {
+    seen.resize(t.size());
+    std::iota(seen.begin(), seen.end(), std::size_t{0});
+    return seen;
+  }
+  const bool logAxis = hasLogAxis(content);
+  const auto place = [&](double time) { return logAxis ? std::log(time) : time; };
+  const double perColumn = (place(t.back()) - place(t.front())) / static_cast<double>(columns);
+  const auto columnOf = [&](std::size_t i) {
+    return static_cast<std::size_t>((place(t[i]) - place(t.front())) / perColumn);
+  };
+  const auto amplitude = [&](std::size_t i) { return content.amplitude[i]; };
+  const auto residual = [&](std::size_t i) {
+    return content.fit.empty() ? 0.0 : content.amplitude[i] - content.fit[i];
+  };
+  for (std::size_t first = 0; first < t.size();) {
+    std::array<std::size_t, 4> kept{first, first, first, first};
+    std::size_t next = first;
+    for (const std::size_t column = columnOf(first); next < t.size() && columnOf(next) == column;
+         ++next) {
+      kept[0] = amplitude(next) < amplitude(kept[0]) ? next : kept[0];
+      kept[1] = amplitude(next) > amplitude(kept[1]) ? next : kept[1];
+      kept[2] = residual(next) < residual(kept[2]) ? next : kept[2];
+      kept[3] = residual(next) > residual(kept[3]) ? next : kept[3];
+    }
+    std::sort(kept.begin(), kept.end());
+    seen.insert(seen.end(), kept.begin(), std::unique(kept.begin(), kept.end()));
+    first = std::max(next, first + 1);
+  }
+  return seen;
+}
+
+/// A power of ten by which an axis is divided, so that its labels stay short and of one kind.
+struct Power {
+  double size = 1.0;
+  std::string text;  ///< "10^{9} "; empty for 1
+};
+
+Power powerFor(double largest) {
+  constexpr double shortest = 1e-3;
+  constexpr double longest = 1e5;
+  if (!(largest > 0.0) || !std::isfinite(largest) || (largest >= shortest && largest < longest)) {
+    return {};
+  }
+  const int exponent = 3 * static_cast<int>(std::floor(std::log10(largest) / 3.0));
+  return {std::pow(10.0, exponent), fmt::format("10^{{{}}} \xC3\x97 ", exponent)};
+}
+
+/// A label with its power before it, for gnuplot's enhanced text: its own signs are escaped.
+std::string withPower(const Power& power, std::string_view label) {
+  std::string text;
+  for (const char c : label) {
+    if (std::string_view("^_{}@&~\\").find(c) != std::string_view::npos) {
+      text += '\\';
+    }
+    text += c;
+  }
+  return power.text.empty() ? text : power.text + text;
+}
+
+/// The labelled values of a logarithmic x axis.
+std::string logTicsText(double from, double to) {
+  constexpr double gap = 0.06;  // of the axis: what a label takes
+  std::string text = "set xtics (";
+  for (double value : logTics(from, to, gap)) {
+    text += fmt::format("{}'{:g}' {:.10g}", text.back() == '(' ? "" : ", ", value, value);
+  }
+  return text + ")\n";
+}
+
+Power densityPower(const PictureContent& content) {
+  double largest = largestMagnitude(perDecade(content.distribution));
+  if (content.truth) {
+    largest = std::max(largest, largestMagnitude(perDecade(*content.truth)));
+  }
+  return powerFor(largest);
+}
+
 /// Writes the columns that the script plots.
 void writeData(const PictureContent& content, const fs::path& folder) {
   std::ofstream decay(folder / "decay.dat");
-  for (std::size_t i = 0; i < content.time.size(); ++i) {
-    const double amplitude = content.amplitude[i];
+  const double size = powerFor(largestMagnitude(content.amplitude)).size;
+  for (std::size_t i : seenSamples(content)) {
+    const double amplitude = content.amplitude[i] / size;
     decay << fmt::format("{:.8g} {:.8g}", content.time[i] / content.timeUnit, amplitude);
     if (!content.fit.empty()) {
-      decay << fmt::format(" {:.8g} {:.8g}", content.fit[i], amplitude - content.fit[i]);
+      decay << fmt::format(" {:.8g} {:.8g}", content.fit[i] / size,
+                           amplitude - content.fit[i] / size);
     }
     decay << '\n';
   }
+  const double densitySize = densityPower(content).size;
   const auto writeDistribution = [&](const char* name, const Distribution& distribution) {
     std::ofstream file(folder / name);
     const std::vector<double> density = perDecade(distribution);
     for (std::size_t k = 0; k < density.size(); ++k) {
-      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / content.gridUnit, density[k]);
+      file << fmt::format("{:.8g} {:.8g}\n", distribution.time[k] / content.gridUnit,
+                          density[k] / densitySize);
     }
   };
   writeDistribution("distribution.dat", content.distribution);
+  // The cumulative curve is piecewise linear between the edges of the bins.
+  const std::vector<double> edges = logBinEdges(content.distribution.time);
+  const std::vector<double> sums = cumulative(content.distribution);
+  const double total = sums.back() > 0.0 ? sums.back() : 1.0;
+  std::ofstream curve(folder / "cumulative.dat");
+  for (std::size_t k = 0; k < edges.size(); ++k) {
+    curve << fmt::format("{:.8g} {:.8g}\n", std::exp(edges[k]) / content.gridUnit,
+                         100.0 * (k == 0 ? 0.0 : sums[k - 1]) / total);
+  }
   if (content.truth) {
     writeDistribution("truth.dat", *content.truth);
   }
@@ -48,7 +156,8 @@ void writeData(const PictureContent& content, const fs::path& folder) {
     const std::vector<double> upper = perDecade({grid, content.bandUpper});
     std::ofstream file(folder / "band.dat");
     for (std::size_t k = 0; k < grid.size(); ++k) {
-      file << fmt::format("{:.8g} {:.8g} {:.8g}\n", grid[k] / content.gridUnit, lower[k], upper[k]);
+      file << fmt::format("{:.8g} {:.8g} {:.8g}\n", grid[k] / content.gridUnit,
+                          lower[k] / densitySize, upper[k] / densitySize);
     }
   }
 }
@@ -58,8 +167,8 @@ constexpr std::string_view commonScript = R"(set encoding utf8
 set border 3 lw 1 lc rgb '#404040'
 set tics nomirror out scale 0.6 textcolor rgb '#202020'
 set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
-set lmargin at screen 0.125
-set rmargin at screen 0.965
+set lmargin at screen 0.13
+set rmargin at screen 0.90
 set key at graph 1, 1.02 right bottom horizontal reverse Left noenhanced samplen 3 width 1
 set autoscale yfix
 set offsets 0, 0, graph 0.03, graph 0.03
@@ -86,8 +195,8 @@ std::string decayPanels(const PictureContent& content) {
   const std::vector<double>& t = content.time;
   const double unit = content.timeUnit;
   const bool hasFit = !content.fit.empty();
-  // Where times spread over two decades or more, a linear axis would hide the start.
-  const bool logAxis = t.front() > 0.0 && t.back() >= 100.0 * t.front();
+  const bool logAxis = hasLogAxis(content);
+  const Power power = powerFor(largestMagnitude(content.amplitude));
   const bool crowded = t.size() > 300;
   std::string script = fmt::format("{} logscale x\n", logAxis ? "set" : "unset");
   script += logAxis
@@ -95,19 +204,20 @@ std::string decayPanels(const PictureContent& content) {
                               1.25 * t.back() / unit)
                 : fmt::format("set xrange [{:.6g}:{:.6g}]\n", t.front() / unit, t.back() / unit);
   const std::string points =
-      crowded ? "pt 7 ps 0.45 lc rgb '#80527fb5'" : "pt 7 ps 0.8 lc rgb '#527fb5'";
+      crowded ? "pt 7 ps 0.45 lc rgb '#800072b2'" : "pt 7 ps 0.8 lc rgb '#0072b2'";
   const std::string axis = fmt::format("set format x '%g'\nset xlabel {} offset 0,0.3\n",
                                        scriptQuoted(content.timeAxis));
-  script += fmt::format(R"(set tmargin at screen 0.925
+  script += fmt::format(R"(set tmargin at screen 0.92
 set bmargin at screen {0}
-{1}set ylabel 'amplitude (unit of the data)'
+{1}set ylabel {3}
 plot 'decay.dat' using 1:2 with points {2} title 'measured')",
-                        hasFit ? "0.625" : "0.495", hasFit ? "set format x ''\n" : axis, points);
+                        hasFit ? "0.625" : "0.495", hasFit ? "set format x ''\n" : axis, points,
+                        scriptQuoted(withPower(power, content.amplitudeLabel)));
   if (!hasFit) {
     return script + "\nunset title\nset offsets 0, 0, 0, 0\n";
   }
   script += fmt::format(R"(, \
-     'decay.dat' using 1:3 with lines lw 2 lc rgb '#b8322a' title 'fit'
+     'decay.dat' using 1:3 with lines lw 2 lc rgb '#d55e00' title 'fit'
 unset title
 set tmargin at screen 0.595
 set bmargin at screen 0.495
@@ -116,50 +226,86 @@ set offsets 0, 0, 0, 0
 set ytics autofreq
 )",
                         axis);
-  const double limit = largestResidual(content);
+  const double limit = largestResidual(content) / power.size;
   if (limit > 0.0) {
     script += fmt::format("set yrange [{:.6g}:{:.6g}]\nset ytics {:.6g}\n", -1.15 * limit,
                           1.15 * limit, roundStep(limit));
   }
   script += fmt::format(
-      "plot 'decay.dat' using 1:4 with points {} notitle, 0 lc rgb '#b8322a' notitle\n", points);
+      "plot 'decay.dat' using 1:4 with points {} notitle, 0 lc rgb '#d55e00' notitle\n", points);
   script += "set autoscale y\nset ytics autofreq\n";
   return script;
 }
 
 std::string distributionPanel(const PictureContent& content) {
   const std::vector<double>& T = content.distribution.time;
-  std::string script = fmt::format(R"(set tmargin at screen 0.375
+  std::string script =
+      fmt::format(R"(set tmargin at screen 0.375
 set bmargin at screen 0.075
 set logscale x
 set xrange [{:.6g}:{:.6g}]
 set yrange [0:*]
 set format x '%g'
 set xlabel {} offset 0,0.3
-set ylabel 'amplitude per decade'
+set ylabel {}
+{}set xtics nomirror
+set y2range [0:100]
+set y2tics 0,25,100 nomirror
+set y2label 'cumulative (%)'
+set border 11 lw 1 lc rgb '#404040'
 )",
-                                   T.front() / content.gridUnit, T.back() / content.gridUnit,
-                                   scriptQuoted(content.distributionAxis));
+                  T.front() / content.gridUnit, T.back() / content.gridUnit,
+                  scriptQuoted(content.distributionAxis),
+                  scriptQuoted(withPower(densityPower(content), content.densityLabel)),
+                  logTicsText(T.front() / content.gridUnit, T.back() / content.gridUnit));
   // Without a band the area below the curve is filled, with one the band alone.
   std::string plots =
       content.bandLower.empty()
           ? "plot 'distribution.dat' with filledcurves y1=0 fs solid 0.35 noborder lc rgb "
-            "'#7f9fc4' notitle, "
-          : "plot 'band.dat' with filledcurves fs solid 0.45 noborder lc rgb '#7f9fc4' title "
+            "'#56b4e9' notitle, "
+          : "plot 'band.dat' with filledcurves fs solid 0.45 noborder lc rgb '#56b4e9' title "
             "'68 % band', ";
-  plots += "'distribution.dat' with lines lw 2 lc rgb '#2d5d9b' title 'distribution'";
+  plots += "'distribution.dat' with lines lw 2 lc rgb '#0072b2' title 'distribution'";
   if (content.truth) {
     plots += ", 'truth.dat' with lines lw 1.5 dt 2 lc rgb '#303030' title 'truth'";
   }
+  plots +=
+      ", 'cumulative.dat' axes x1y2 with lines lw 1.5 dt 2 lc rgb '#009e73' title 'cumulative'";
+  int arrow = 2;
+  for (double cutoff : content.cutoffs) {
+    script += fmt::format(
+        "set arrow {1} from {0:.8g}, graph 0 to {0:.8g}, graph 1 nohead lw 1.2 dt 3 lc rgb "
+        "'#303030' front\n",
+        cutoff / content.gridUnit, arrow++);
+  }
+  if (!content.cutoffs.empty()) {
+    plots += ", NaN with lines lw 1.2 dt 3 lc rgb '#303030' title 'cutoff'";
+  }
   if (!content.logMean.empty()) {
     script += fmt::format(
-        "set arrow 1 from {0:.8g}, graph 0 to {0:.8g}, graph 1 nohead lw 1.5 dt 4 lc rgb '#b8322a' "
+        "set arrow 1 from {0:.8g}, graph 0 to {0:.8g}, graph 1 nohead lw 1.5 dt 4 lc rgb '#d55e00' "
         "front\n",
         logMean(content.distribution) / content.gridUnit);
-    plots += fmt::format(", NaN with lines lw 1.5 dt 4 lc rgb '#b8322a' title 'log mean {}'",
+    plots += fmt::format(", NaN with lines lw 1.5 dt 4 lc rgb '#d55e00' title 'log mean {}'",
                          content.logMean);
   }
   return script + plots + "\nunset multiplot\nset output\n";
+}
+
+/// Texts shrink and grow with the picture, whose margins are parts of it.
+double textScale(const PictureStyle& style) {
+  const PictureStyle usual;
+  return std::min(static_cast<double>(style.width) / usual.width,
+                  static_cast<double>(style.height) / usual.height);
+}
+
+/// A long title is written smaller, so that it does not reach past the edge.
+double titleSize(const PictureContent& content) {
+  constexpr double usual = 15.0;
+  constexpr double widthOfLetter = 0.9;  // pixels for each point of the size, on average
+  const double letters = std::max(1.0, static_cast<double>(content.title.size()));
+  return std::clamp(content.style.width / textScale(content.style) / (letters * widthOfLetter), 4.0,
+                    usual);
 }
 
 }  // namespace
@@ -181,12 +327,13 @@ void requireGnuplot(const fs::path& picture, std::string_view option) {
 std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
                         const PictureContent& content) {
   writeData(content, scratch.path());
-  const std::string script =
-      fmt::format("{}set title {} noenhanced font ',15' offset 0,1\n{}{}", commonScript,
-                  scriptQuoted(content.title), decayPanels(content), distributionPanel(content));
-  constexpr int pictureWidth = 1000;
-  constexpr int pictureHeight = 1050;
-  return runGnuplot(picture, scratch, script, pictureWidth, pictureHeight);
+  const std::string script = fmt::format(
+      "{}set title {} noenhanced font ',{:.3g}' offset 0,0.8\n{}{}", commonScript,
+      scriptQuoted(content.title),
+      titleSize(content) * (picture.extension() == ".svg" ? textScale(content.style) : 1.0),
+      decayPanels(content), distributionPanel(content));
+  return runGnuplot(picture, scratch, script, content.style.width, content.style.height,
+                    content.style.dpi, textScale(content.style));
 }
 
 }  // namespace vorin::toolkit

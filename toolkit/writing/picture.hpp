@@ -33,7 +33,11 @@ struct PictureContent {
   double gridUnit = 1.0;         ///< what those of the distributions are divided by
   std::string timeAxis;          ///< "time (ms)"
   std::string distributionAxis;  ///< "relaxation time T2 (ms)"
-  std::string logMean;           ///< of the distribution, as text; none leaves out its mark
+  std::vector<double> cutoffs;   ///< marked by lines
+  std::string amplitudeLabel = "amplitude (unit of the data)";
+  std::string densityLabel = "amplitude per decade";
+  PictureStyle style;
+  std::string logMean;  ///< of the distribution, as text; none leaves out its mark
 };
 
 /// Draws `content`, otherwise as below.

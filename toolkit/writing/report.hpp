@@ -15,6 +15,15 @@
 
 namespace vorin::toolkit {
 
+/// How pictures look where the user says so.
+struct PictureStyle {
+  std::string title;           ///< empty: name, weight and standard error
+  std::string amplitudeLabel;  ///< of both axes; empty: "amplitude" and its unit
+  int width = 1000;            ///< pixels of 1/96 inch
+  int height = 1050;
+  int dpi = 96;  ///< of a PNG
+};
+
 /// What a report says beside the numbers of the inversion itself.
 struct ReportContext {
   std::string name;  ///< of the decay, as the user gave it
@@ -26,7 +35,8 @@ struct ReportContext {
   std::optional<double> phase{};        ///< by which complex data were turned back, in radians
   MeasureChoice measures{};             ///< which a report gives
   std::string amplitudeUnit{};          ///< of a calibration; empty: that of the data
-  std::vector<FoundLine> found{};       ///< what the reader of the file tells
+  PictureStyle picture{};
+  std::vector<FoundLine> found{};  ///< what the reader of the file tells
 };
 
 /// The largest magnitude of the decay over the noise, or nothing without a noise.
