@@ -23,7 +23,7 @@ void NumberColumns::add(Column column) {
 }
 
 std::string NumberColumns::place(std::size_t row) const {
-  return fmt::format("{}, {}", name_, rowName(row));
+  return fmt::format("{}, {}", name(), rowName(row));
 }
 
 std::string NumberColumns::rowName(std::size_t row) const {
@@ -62,7 +62,7 @@ void NumberColumns::requireChoice(std::string_view abscissa) const {
   throw UserError(fmt::format(
       "{}: there are {} columns; say by --columns which hold {} and amplitude, for instance "
       "--columns 1,2, or 1,2,3 with the imaginary channel of complex data",
-      name_, columns(), abscissa));
+      name(), columns(), abscissa));
 }
 
 }  // namespace vorin::toolkit

@@ -72,6 +72,7 @@ class ColumnSource {
  protected:
   explicit ColumnSource(std::string name) : name_(std::move(name)) {}
 
+ private:
   std::string name_;
 };
 

@@ -74,8 +74,8 @@ Table::Table(const TextFile& file, std::string_view names, std::string_view exam
   separator_ = layout.separator;
   takeRows(layout, names);
   if (lines_.empty()) {
-    throw UserError(
-        fmt::format("{}: there are no rows of numbers; give one row a sample, {}", name_, example));
+    throw UserError(fmt::format("{}: there are no rows of numbers; give one row a sample, {}",
+                                name(), example));
   }
   takeNames(layout);
   dropEmptyColumns();
@@ -118,7 +118,7 @@ void Table::takeRows(const TableLayout& layout, std::string_view names) {
 }
 
 void Table::failLength(std::size_t count, const TextLine& line, std::string_view names) const {
-  const std::string place = fmt::format("{}, line {}", name_, line.number);
+  const std::string place = fmt::format("{}, line {}", name(), line.number);
   const char other = separatorOf(line.text);
   if (other != separator_ && !lines_.empty() && fieldsOf(line.text, other).size() == stride_) {
     throw UserError(
@@ -275,7 +275,7 @@ void Table::requireChoice(std::string_view abscissa) const {
 }
 
 std::string Table::place(std::size_t row) const {
-  return fmt::format("{}, {}", name_, rowName(row));
+  return fmt::format("{}, {}", name(), rowName(row));
 }
 
 std::string Table::rowName(std::size_t row) const {
@@ -388,7 +388,7 @@ std::optional<ToldUnit> Table::unitOf(std::size_t column) const {
       (byName->unit.quantity != byRow->unit.quantity || byName->unit.size != byRow->unit.size)) {
     throw UserError(fmt::format(
         "{}: the unit of column {} is {} in line {} and {} in line {}; say which by --time-unit",
-        name_, column + 1, inQuotes(byName->unit.text), headerLine_, inQuotes(byRow->unit.text),
+        name(), column + 1, inQuotes(byName->unit.text), headerLine_, inQuotes(byRow->unit.text),
         unitsLine_));
   }
   return byRow ? byRow : byName;

@@ -57,12 +57,12 @@ class NamedColumns : public NumberColumns {
       throw UserError(fmt::format(
           "{}: there is one column of numbers, {}; give the time between two samples by --spacing, "
           "for instance --spacing 200us",
-          name_, list_));
+          name(), list_));
     }
     throw UserError(fmt::format(
         "{}: there are {}; say by --columns which hold {} and amplitude, for instance --columns "
         "{},{}",
-        name_, list_, abscissa, header().empty() || header()[0].empty() ? "1" : header()[0],
+        name(), list_, abscissa, header().empty() || header()[0].empty() ? "1" : header()[0],
         header().size() < 2 || header()[1].empty() ? "2" : header()[1]));
   }
 

@@ -24,7 +24,7 @@ class UntimedColumns : public NumberColumns {
         fmt::format("{}: the times of the samples are not told ({}); give the time between two by "
                     "--spacing, for "
                     "instance --spacing 200us",
-                    name_, found.format));
+                    name(), found.format));
   }
 };
 
