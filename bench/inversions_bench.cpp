@@ -164,8 +164,8 @@ BENCHMARK(fitOnAllPoints)->Apply(oneSize);
 void makeSystem(benchmark::State& state) {
   const Decay& data = decay(state.range(0), state.range(1), state.range(2));
   for (auto _ : state) {
-    const auto system =
-        vorin::brd::System<double>::converted(data.nf, data.ng, data.K.data(), data.Y.data());
+    const auto system = vorin::brd::System<double>::converted(
+        vorin::brd::KernelForms<double>::converted(data.nf, data.ng, data.K.data()), data.Y.data());
     benchmark::DoNotOptimize(system.d());
   }
 }
