@@ -55,7 +55,7 @@ ElementType elementType(std::string_view header, const std::string& name) {
                                                    "i8", "u1", "u2", "u4",  "u8", "b1"};
   if (text.size() < 3 || std::find(known.begin(), known.end(), text.substr(1)) == known.end()) {
     fail(name, fmt::format("the array holds {}; numbers are needed, such as float64 or complex128",
-                           text.empty() ? "no numbers" : text));
+                           text.empty() ? "no numbers" : inOneLine(text.substr(0, 40))));
   }
   ElementType type;
   type.kind = text[1];
