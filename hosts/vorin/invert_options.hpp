@@ -162,8 +162,7 @@ class InvertOutputs {
   /// The same of a decay that could not be inverted: `sentence` says why.
   DecayOutputs failureOf(const std::string& name, const std::string& sentence) const;
 
-  /// Writes the files of input `index`, and those about all decays unless that takes long. One
-  /// thread at a time.
+  /// Writes the files of input `index`. One thread at a time.
   void write(std::size_t index, DecayOutputs outputs);
   /// Takes note of what an earlier run has written.
   void restore(std::size_t index, BatchRow row, std::string json);
@@ -172,6 +171,8 @@ class InvertOutputs {
 
   /// Writes the files about all decays that are done.
   void writeWhole();
+  /// The same, unless it has taken much of the time so far.
+  void writeWholeAtTimes();
   /// Prints the JSON that goes to standard output.
   void print() const;
 

@@ -225,6 +225,9 @@ void InvertOutputs::write(std::size_t index, DecayOutputs outputs) {
   }
   files_.commit();
   restore(index, std::move(outputs.row), std::move(outputs.json));
+}
+
+void InvertOutputs::writeWholeAtTimes() {
   // A crash leaves what was written last: as much as a twentieth of the time affords, which is
   // after each decay unless there are many thousands.
   constexpr int mostShare = 20;

@@ -296,6 +296,8 @@ class Batch {
     if (journal_ && done.row.inverted) {
       journal_->add(BatchJournal::key(inputs_[index].name, inputs_[index].file), done);
     }
+    // What has a row is in the journal: a run that goes on does not do it again.
+    outputs_.writeWholeAtTimes();
     table_.add(index, done.row);
   }
 

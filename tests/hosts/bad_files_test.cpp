@@ -82,7 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"GzipCutOff", std::string("\x1F\x8B\x08\0\0", 5),
          "decay.csv: the packed data are damaged or cut off"},
         {"Workbook", std::string("PK\x03\x04\x14\0\6\0", 8),
-         "decay.csv: this is a zip archive or a workbook; save the sheet as CSV"},
+         "decay.csv: the archive is damaged or cut off"},
         {"EndlessLine", std::string(1'000'001, '7'),
          "decay.csv, line 1: this line has more than 1000000 characters; give one row a sample, "
          "each on a line of its own"},

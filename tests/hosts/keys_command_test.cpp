@@ -61,7 +61,8 @@ TEST(KeysCommand, AnUnknownKeyIsRefusedWithItsNeighbours) {
             "(vorin keys lists them all)\n");
   const Outcome far = runProgram(folder.path(), {"keys", "\x01quux"});
   EXPECT_EQ(far.status, 2);
-  EXPECT_EQ(far.err, "vorin: \"?quux\": the library has no such key; vorin keys lists them all\n");
+  EXPECT_EQ(far.err,
+            "vorin: \"\\x01quux\": the library has no such key; vorin keys lists them all\n");
 }
 
 }  // namespace

@@ -17,6 +17,11 @@ LogFile::LogFile(const std::string& name) {
   }
   OutputFiles files;
   target_ = files.announce(name, "log");
+  std::error_code error;
+  if (!fs::is_directory(target_.parent_path(), error)) {
+    throw UserError(fmt::format("log {}: there is no folder {}; make it, or give another name",
+                                name, target_.parent_path().string()));
+  }
   static std::atomic<unsigned> count = 0;  // several jobs of a process may log in one folder
   const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
   temporary_ = target_;
