@@ -18,6 +18,7 @@ from .plotting import plot
 from .reading import ReadDecay, read, read_all
 from .result import Result
 from .simulation import Simulation, simulate
+from .tables import to_dataframe
 from .two_dimensional import Bootstrap2D, Peak2D, Result2D, Spread2D, invert2d
 from .two_dimensional_data import Data2D, Simulation2D, read2d, simulate2d
 from .two_dimensional_plot import plot2d
@@ -28,6 +29,6 @@ __all__ = [
     "Simulation", "Simulation2D", "Spread2D", "VorinError", "bootstrap", "default_grid",
     "difference_noise", "find_library", "find_toolkit", "invert", "invert2d", "invert_many",
     "kernel_matrix", "log_grid", "log_mean", "peaks", "plot", "plot2d", "read", "read2d",
-    "read_all", "simulate", "simulate2d",
+    "read_all", "simulate", "simulate2d", "to_dataframe",
 ]
 __version__ = "10.56"

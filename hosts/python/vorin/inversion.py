@@ -3,11 +3,14 @@
 from __future__ import annotations
 
 import os
+import threading
 from concurrent.futures import ThreadPoolExecutor
-from typing import Any, Iterable, List, Mapping, Optional, Sequence, Tuple, Union
+from typing import (Any, Callable, Dict, Iterable, List, Literal, Mapping, Optional, Sequence,
+                    Tuple, Union, overload)
 
 import numpy as np
 
+from . import labelled
 from .bootstrapping import worker_count
 from .data import Samples, samples
 from .errors import InputTypeError, InputValueError
@@ -16,11 +19,12 @@ from .result import Result
 from .toolkit import Fields, Settings, address, job
 
 GridArgument = Union[np.ndarray, Sequence[float], Tuple[float, float, int], None]
+Progress = Union[bool, Callable[[int], None], None]
 
 
 def invert(
     t: Any,
-    y: Any,
+    y: Any = None,
     *,
     kernel: Union[str, np.ndarray] = "t2",
     grid: GridArgument = None,
@@ -46,8 +50,11 @@ def invert(
     Parameters
     ----------
     t : array_like of shape (nf,)
-        Sample times in s, rising from 0 or above; b-values in s/m^2 for "diffusion".
-    y : array_like of shape (nf,)
+        Sample times in s, rising from 0 or above; b-values in s/m^2 for "diffusion". Without
+        ``y`` the decay itself: a pandas Series whose index is the times in s (or time
+        differences), or an xarray DataArray of one dimension whose coordinate is, in the unit
+        that its attribute ``units`` names.
+    y : array_like of shape (nf,), optional
         Samples in any unit. Complex ones are turned by the constant phase that makes the
         sum of squares of the imaginary channel least, and the real channel is inverted.
     kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion"} or array of shape (nf, ng)
@@ -116,6 +123,8 @@ def invert(
 
 
 def _inverted(made: Settings, options: Mapping[str, Any], t: Any, y: Any) -> Result:
+    if y is None:
+        t, y = labelled.series(t)
     decay = samples(t, y)
     return Result._of(_run(made, decay), _Again({**options, "log": None}, decay))
 
@@ -138,28 +147,63 @@ class _Again:
         return _run(settings_from(**self._options), self._decay)  # type: ignore[arg-type]
 
 
+@overload
+def invert_many(t: Any, decays: Mapping[Any, Any], *, workers: Optional[int] = None,
+                on_error: Literal["raise"] = "raise", progress: Progress = None,
+                **options: Any) -> Dict[Any, Result]: ...
+
+
+@overload
 def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
-                **options: Any) -> List[Result]:
+                on_error: Literal["raise"] = "raise", progress: Progress = None,
+                **options: Any) -> List[Result]: ...
+
+
+@overload
+def invert_many(t: Any, decays: Any = None, *, workers: Optional[int] = None,
+                on_error: str = "raise", progress: Progress = None, **options: Any) -> Any: ...
+
+
+def invert_many(t: Any, decays: Any = None, *, workers: Optional[int] = None,
+                on_error: str = "raise", progress: Progress = None, **options: Any) -> Any:
     """Inverts many decays with the same times in threads, each on an instance of its own.
 
     Parameters
     ----------
     t : array_like of shape (nf,)
-        As for :func:`vorin.invert`.
-    decays : iterable of array_like of shape (nf,)
+        As for :func:`vorin.invert`. Without ``decays`` a pandas DataFrame whose index is the times
+        in s and whose columns are the decays.
+    decays : iterable or mapping of array_like of shape (nf,)
         The decays, such as the rows of an array.
     workers : int, optional
         Threads; one for each processor by default.
+    on_error : {"raise", "keep"}
+        What becomes of a decay that can't be inverted: "raise" ends with its exception, "keep"
+        puts the exception in the place of its result.
+    progress : bool or callable, optional
+        Called with the count of decays done so far; True shows a bar of tqdm, if that is there.
     **options
         Passed to :func:`vorin.invert`.
 
     Returns
     -------
     list of Result
-        In the order of ``decays``; the same to the last bit as one call after another.
+        In the order of ``decays``; the same to the last bit as one call after another. Of a mapping
+        or a DataFrame a dict by its keys or columns. :func:`vorin.to_dataframe` makes a table of
+        either.
     """
+    if decays is None:
+        if not labelled.is_frame(t):
+            raise InputTypeError("decays is missing; give times and decays, or a pandas DataFrame "
+                                 "that has both")
+        t, decays = labelled.columns(t)
+    elif labelled.is_frame(decays):
+        decays = labelled.columns(decays)[1]
+    if on_error not in ("raise", "keep"):
+        raise InputValueError(f'on_error is {on_error!r}; write "raise" or "keep"')
+    names = list(decays) if isinstance(decays, Mapping) else None
     try:
-        rows = list(decays)
+        rows = list(decays.values() if names is not None else decays)
     except TypeError:
         raise InputTypeError(f"decays is of type {type(decays).__name__}; a sequence of decays is "
                              "required") from None
@@ -168,11 +212,58 @@ def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
                               "keep logs")
     options = {**_DEFAULTS, **_known(options)}
     made = settings_from(**options)
-    threads = worker_count(workers, len(rows))
+
+    def one(row: Any) -> Any:
+        try:
+            return _inverted(made, options, t, [] if row is None else row)
+        except (InputValueError, InputTypeError) as error:
+            if on_error == "raise":
+                raise
+            return error
+
+    with _Counter(progress, len(rows)) as counter:
+        results = _mapped(lambda row: counter.counted(one(row)), rows,
+                          worker_count(workers, len(rows)))
+    return results if names is None else dict(zip(names, results))
+
+
+def _mapped(function: Callable[[Any], Any], rows: List[Any], threads: int) -> List[Any]:
     if threads == 1:
-        return [_inverted(made, options, t, row) for row in rows]
+        return [function(row) for row in rows]
     with ThreadPoolExecutor(threads) as pool:
-        return list(pool.map(lambda row: _inverted(made, options, t, row), rows))
+        return list(pool.map(function, rows))
+
+
+class _Counter:
+    """Tells how many decays are done."""
+
+    def __init__(self, progress: Progress, total: int):
+        self._call = progress if callable(progress) else None
+        self._bar: Any = None
+        self._done = 0
+        self._lock = threading.Lock()
+        if progress is True:
+            try:
+                from tqdm.auto import tqdm
+            except ImportError:
+                return
+            self._bar = tqdm(total=total, unit="decay")
+
+    def __enter__(self) -> "_Counter":
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        if self._bar is not None:
+            self._bar.close()
+
+    def counted(self, result: Any) -> Any:
+        with self._lock:
+            self._done += 1
+            if self._call is not None:
+                self._call(self._done)
+            if self._bar is not None:
+                self._bar.update()
+        return result
 
 
 _DEFAULTS = dict(invert.__kwdefaults__)  # type: ignore[arg-type]

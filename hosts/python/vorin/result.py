@@ -12,6 +12,7 @@ from . import measures
 from .bootstrapping import Bootstrap, bootstrap
 from .display import result_html
 from .measures import Part, Peak, Percentile
+from .tables import dataset, distribution_frame
 from .toolkit import Fields
 
 if TYPE_CHECKING:
@@ -254,6 +255,14 @@ class Result:
         from .plotting import plot  # so that matplotlib is required for pictures only
 
         return plot(self, path, truth=truth, band=band, title=title)
+
+    def to_dataframe(self) -> Any:
+        """The distribution as a pandas DataFrame: ``amplitude`` and ``cumulative`` by grid value."""
+        return distribution_frame(self)
+
+    def to_xarray(self) -> Any:
+        """Decay, fit and distribution as an xarray Dataset with the measures as attributes."""
+        return dataset(self)
 
     def to_dict(self, band: Optional[Bootstrap] = None) -> Dict[str, Any]:
         """Everything as plain numbers, texts and lists, for ``json.dumps``.
