@@ -696,7 +696,7 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_measures(
     vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* The measures of a distribution that a report gives, with their intervals by a bootstrap
- * where one is given. A grid value stands for the interval half way to its neighbours in the
+ * where one is given. A grid value has the interval half way to its neighbours in the
  * logarithm, over which its amplitude is spread evenly, so a cutoff within it divides the
  * amplitude in proportion to the logarithm.
  *

@@ -1,7 +1,7 @@
 // The cumulative curve of a distribution, and what is read off it: the amounts between
 // cutoffs (bound and free fluid) and percentiles.
 //
-// A grid value stands for the interval, its bin, that reaches half way to its neighbours in the
+// A grid value has an interval, its bin, that reaches half way to its neighbours in the
 // logarithm; the first and the last bin are as long on their outer side as on their inner one.
 // The amplitude of a value is spread evenly over its bin in the logarithm. So the cumulative
 // curve, the amount at and below T, is continuous and piecewise linear in ln T, a cutoff within a

@@ -59,7 +59,7 @@ def cutoffs(grid: Any, distribution: Any, *values: Any,
             band: Optional["Bootstrap"] = None) -> List[Part]:
     """Amount and share below, between and above ``values`` of the grid, such as T2 cutoffs.
 
-    A grid value stands for the interval half way to its neighbours in the logarithm, over which
+    A grid value has the interval half way to its neighbours in the logarithm, over which
     its amplitude is spread evenly, so a cutoff within it divides the amplitude in proportion to
     the logarithm.
 
