@@ -33,14 +33,16 @@ struct PackedKey {
   std::uint32_t compared = 0;  // all bits of the characters that count
 };
 
-constexpr auto packedKeys = [] {
+constexpr std::array<PackedKey, keyTable.size()> packKeys() {
   std::array<PackedKey, keyTable.size()> keys;
   for (std::size_t i = 0; i < keys.size(); ++i) {
     constexpr std::string_view all = "\xff\xff\xff\xff";
     keys[i] = {packed(keyTable[i].key), packed(all.substr(0, keyTable[i].key.size()))};
   }
   return keys;
-}();
+}
+
+constexpr std::array<PackedKey, keyTable.size()> packedKeys = packKeys();
 
 }  // namespace
 

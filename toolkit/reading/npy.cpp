@@ -161,7 +161,7 @@ NumberArray npyArray(std::string_view content, const std::string& name) {
   const bool byColumns = valueOf(header, "'fortran_order'") == "True";
   const std::size_t rows = array.shape.front();
   const std::size_t columns = array.shape.size() == 2 ? array.shape.back() : 1;
-  const auto start = static_cast<std::size_t>(header.data() + header.size() - content.data());
+  const std::size_t start = content.find(header) + header.size();
   if (columns > 0 && rows > mostNumbers / columns) {
     fail(array.name, "the array is too large");
   }

@@ -199,8 +199,8 @@ std::vector<PeakTable> pointLists(std::string_view rest, const std::string& name
   for (long number = 1; !rest.empty(); ++number) {
     const std::string_view line = trimmed(takeLine(rest));
     if (line.starts_with("##TITLE=")) {
-      title = trimmed(line.substr(8));
-      title = title.substr(0, title.find(','));
+      const std::string_view whole = trimmed(line.substr(8));
+      title = whole.substr(0, whole.find(','));
     }
     if (line.starts_with("##")) {
       inTable = line.starts_with("##XYPOINTS=") && line.find("(XY..XY)") != std::string_view::npos;
