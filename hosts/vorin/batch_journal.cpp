@@ -61,7 +61,7 @@ BatchRow rowOf(const Json& object) {
 
 }  // namespace
 
-BatchJournal::BatchJournal(fs::path file, std::string settings)
+BatchJournal::BatchJournal(fs::path file, const std::string& settings)
     : file_(std::move(file)),
       head_(Json({{"vorin", "batch"}, {"settings", hexadecimal(settings)}}).dump()) {}
 

@@ -22,7 +22,7 @@ struct DoneDecay {
 class BatchJournal {
  public:
   /// `settings` is a text that is the same for runs whose results are.
-  BatchJournal(std::filesystem::path file, std::string settings);
+  BatchJournal(std::filesystem::path file, const std::string& settings);
 
   /// The decays that an interrupted run has done, by key(). A last line that it did not
   /// complete does not count. Throws UserError where that run had other settings.

@@ -58,7 +58,7 @@ int runIn(const fs::path& folder) {
 std::string shortName(const std::string& path) {
   constexpr std::size_t longest = 34;
   constexpr std::size_t head = 14;
-  const std::string name = fs::path(path).filename().string();
+  std::string name = fs::path(path).filename().string();
   if (name.size() <= longest) {
     return name;
   }

@@ -148,7 +148,8 @@ class _Again:
 
 
 @overload
-def invert_many(t: Any, decays: Mapping[Any, Any], *, workers: Optional[int] = None,
+def invert_many(t: Any, decays: Mapping[Any, Any], *,  # type: ignore[misc]
+                workers: Optional[int] = None,
                 on_error: Literal["raise"] = "raise", progress: Progress = None,
                 **options: Any) -> Dict[Any, Result]: ...
 
@@ -244,7 +245,7 @@ class _Counter:
         self._lock = threading.Lock()
         if progress is True:
             try:
-                from tqdm.auto import tqdm
+                from tqdm.auto import tqdm  # type: ignore[import]
             except ImportError:
                 return
             self._bar = tqdm(total=total, unit="decay")
