@@ -14,7 +14,7 @@ class DenseOperator final : public DualOperator {
   DenseOperator(const std::vector<double>& K, int rows);
 
   int rows() const override { return rows_; }
-  /// The columns of K, filled up to whole vectors of the processor by columns of 0.
+  /// The columns of K and columns of 0 behind them, a multiple of the vector length.
   int cells() const override { return stride_; }
   void transposeTimes(const double* c, double* F) const override;
   void times(const double* F, double* y) const override;
