@@ -107,7 +107,7 @@ LCurve lCurve(const Decay& decay, const InversionSettings& original, const Inver
   if (!isWeight(base) || !isWeight(corner)) {
     throw UserError(
         "there is no L-curve to draw, since a first fit leaves no residual or is 0 at the first "
-        "sample; leave out --plot-lcurve, or that sample (--skip 1)");
+        "sample; leave out that sample (--skip 1), or ask for no L-curve");
   }
   if (searched) {
     // A compression on this side agrees with the driver's to rounding, and the series of weights to

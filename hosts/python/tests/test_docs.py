@@ -30,7 +30,8 @@ def test_the_page_runs_from_top_to_bottom_and_prints_what_it_shows(sample, tmp_p
         with contextlib.redirect_stdout(printed):
             exec(compile(code, "docs/python.md", "exec"), scope)
         assert printed.getvalue() == shown
-    assert {path.name for path in tmp_path.iterdir()} == {"hosts", "decay.png", "band.png"}
+    assert {path.name for path in tmp_path.iterdir()} == {"hosts", "decay.png", "band.png",
+                                                         "lcurve.png"}
 
 
 def test_the_readme_s_block_runs(sample, tmp_path):

@@ -9,6 +9,7 @@ from typing import TYPE_CHECKING, Any, Callable, Dict, Optional
 import numpy as np
 
 from . import checks, toolkit
+from .arrays import FloatArray, equal_fields, fields_hash
 from .errors import InputTypeError, InputValueError
 from .toolkit import Settings
 
@@ -44,12 +45,12 @@ class Bootstrap:
     """
 
     replicates: int
-    lower: np.ndarray
-    upper: np.ndarray
+    lower: FloatArray
+    upper: FloatArray
     log_mean_lower: float
     log_mean_upper: float
-    log_means: np.ndarray
-    distributions: np.ndarray
+    log_means: FloatArray
+    distributions: FloatArray
     interval_factor: float = 1.0
     interval_too_narrow: bool = False
 
@@ -57,6 +58,12 @@ class Bootstrap:
         too_narrow = " (too narrow)" if self.interval_too_narrow else ""
         return (f"<vorin.Bootstrap {self.replicates} replicates: log mean "
                 f"{self.log_mean_lower:.4g} to {self.log_mean_upper:.4g}{too_narrow}>")
+
+    def __eq__(self, other: object) -> bool:
+        return isinstance(other, Bootstrap) and equal_fields(self, other)
+
+    def __hash__(self) -> int:
+        return fields_hash(self)
 
     def to_dict(self) -> Dict[str, Any]:
         """The fields as plain numbers and lists, under the names of the command's JSON."""
@@ -111,6 +118,16 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     Returns
     -------
     Bootstrap
+
+    Examples
+    --------
+    >>> decay = vorin.simulate(seed=1)
+    >>> result = vorin.invert(decay.t, decay.y)
+    >>> band = vorin.bootstrap(result, 50, seed=7)
+    >>> band.log_mean_lower < result.log_mean < band.log_mean_upper
+    True
+    >>> band == vorin.bootstrap(result, 50, seed=7, workers=3)
+    True
 
     References
     ----------

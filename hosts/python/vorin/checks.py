@@ -9,6 +9,7 @@ from typing import Any, Dict, Optional, Tuple
 
 import numpy as np
 
+from .arrays import Numbers
 from .errors import InputTypeError, InputValueError
 from .exports import Argument
 
@@ -43,7 +44,7 @@ def _kind(value: Any) -> str:
     return "missing" if value is None else f"of type {type(value).__name__}"
 
 
-def _storage(where: str, value: Any, type_: str) -> np.ndarray:
+def _storage(where: str, value: Any, type_: str) -> Numbers:
     """``value`` as an array that the library may read or write."""
     dtype = DTYPES[type_]
     if not isinstance(value, np.ndarray):
@@ -55,31 +56,31 @@ def _storage(where: str, value: Any, type_: str) -> np.ndarray:
     return value
 
 
-def _writable(where: str, value: np.ndarray) -> None:
+def _writable(where: str, value: Numbers) -> None:
     if not value.flags.writeable:
         raise InputValueError(f"{where} is read-only; the call writes to it, so give a copy")
 
 
-def array(where: str, value: Any, argument: Argument, shape: Tuple[int, ...]) -> np.ndarray:
+def array(where: str, value: Any, argument: Argument, shape: Tuple[int, ...]) -> Numbers:
     """``value`` when it is an array of exactly that type, shape and storage order."""
     if value is None and argument.written and not (argument.read and argument.name == "K"):
         return np.zeros(shape, DTYPES[argument.type], order="F")
-    value = _storage(where, value, argument.type)
-    if value.shape != shape:
+    found = _storage(where, value, argument.type)
+    if found.shape != shape:
         dimensions = ", ".join(argument.shape)
         raise InputValueError(
-            f"{where} has shape {value.shape}; {shape} is required ({dimensions})")
-    if not value.flags.f_contiguous:
+            f"{where} has shape {found.shape}; {shape} is required ({dimensions})")
+    if not found.flags.f_contiguous:
         raise InputValueError(
             f"{where} is not contiguous in column-major order; numpy.asfortranarray makes such a "
             "copy"
             if len(shape) > 1 else
             f"{where} is not contiguous; numpy.ascontiguousarray makes such a copy")
-    if not value.flags.aligned:
+    if not found.flags.aligned:
         raise InputValueError(f"{where} is not aligned in memory; give a copy")
     if argument.written:
-        _writable(where, value)
-    return value
+        _writable(where, found)
+    return found
 
 
 def number_by_address(where: str, value: Any, argument: Argument) -> Tuple[Any, Any]:
@@ -126,11 +127,12 @@ def mode_and_key(argument: Argument) -> int:
 def text_length(where: str, text: Any, given: Optional[Any]) -> int:
     """The length of a text argument; text_buffer() refuses what is not a text."""
     if given is not None:
-        return number(where, given, "i")
+        length: int = number(where, given, "i")
+        return length
     return len(text) if isinstance(text, (str, bytes, bytearray)) else TEXT_LENGTH
 
 
-def text_buffer(where: str, value: Any, length: int) -> ctypes.Array:
+def text_buffer(where: str, value: Any, length: int) -> "ctypes.Array[ctypes.c_char]":
     """``length`` characters for the library to read and to write."""
     length = max(length, 0)
     if isinstance(value, bytearray):

@@ -6,10 +6,11 @@ from typing import Any, Optional, Tuple
 
 import numpy as np
 
+from .arrays import FloatArray, Numbers
 from .errors import InputTypeError, InputValueError
 
 
-def real_array(name: str, value: Any, dimensions: int = 1) -> np.ndarray:
+def real_array(name: str, value: Any, dimensions: int = 1) -> FloatArray:
     """``value`` as contiguous numbers in double precision, of that count of dimensions."""
     array = _numbers(name, value)
     if np.iscomplexobj(array):
@@ -17,8 +18,8 @@ def real_array(name: str, value: Any, dimensions: int = 1) -> np.ndarray:
     return np.ascontiguousarray(_shaped(name, array, dimensions), dtype=float)
 
 
-def _numbers(name: str, value: Any) -> np.ndarray:
-    if np.ma.isMaskedArray(value) and np.ma.is_masked(value):
+def _numbers(name: str, value: Any) -> Numbers:
+    if isinstance(value, np.ma.MaskedArray) and np.any(value.mask):
         raise InputValueError(f"{name} has masked elements; omit them and their times")
     try:
         array = np.asarray(value)
@@ -30,7 +31,7 @@ def _numbers(name: str, value: Any) -> np.ndarray:
     return array
 
 
-def _shaped(name: str, array: np.ndarray, dimensions: int) -> np.ndarray:
+def _shaped(name: str, array: Numbers, dimensions: int) -> Numbers:
     if array.ndim != dimensions:
         raise InputValueError(f"{name} has shape {array.shape}; {dimensions} "
                               f"dimension{'s are' if dimensions > 1 else ' is'} required")
@@ -38,7 +39,7 @@ def _shaped(name: str, array: np.ndarray, dimensions: int) -> np.ndarray:
 
 
 #: Times, amplitudes and, for complex data, the imaginary channel.
-Samples = Tuple[np.ndarray, np.ndarray, Optional[np.ndarray]]
+Samples = Tuple[FloatArray, FloatArray, Optional[FloatArray]]
 
 
 def samples(t: Any, y: Any) -> Samples:

@@ -27,7 +27,7 @@ def result_html(result: "Result") -> str:
 
 def _rows(result: "Result") -> List[Tuple[str, str]]:
     unit, size = _grid_unit(result)
-    rows = [("status", result.status_text),
+    rows = [("status", result.outcome),
             ("kernel", f"{result.kernel}, {result.t.size} samples, {result.grid.size} grid values"),
             ("weight", f"{result.weight:.4g} ({result.weight_origin})")]
     if math.isfinite(result.noise):

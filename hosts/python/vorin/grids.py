@@ -6,12 +6,13 @@ from typing import Any
 
 import numpy as np
 
+from .arrays import FloatArray
 from .data import real_array
 from .errors import InputTypeError, InputValueError
 from .toolkit import address, call, job
 
 
-def log_grid(start: float, stop: float, count: int) -> np.ndarray:
+def log_grid(start: float, stop: float, count: int) -> FloatArray:
     """``count`` values from ``start`` to ``stop``, evenly spaced in their logarithm.
 
     Both ends are exact.
@@ -19,13 +20,18 @@ def log_grid(start: float, stop: float, count: int) -> np.ndarray:
     Returns
     -------
     numpy.ndarray of shape (count,), float64
+
+    Examples
+    --------
+    >>> vorin.log_grid(1e-3, 10.0, 5).round(9).tolist()
+    [0.001, 0.01, 0.1, 1.0, 10.0]
     """
     values = np.empty(max(int(count), 0))
     call("vorin_log_grid", float(start), float(stop), values.size, address(values))
     return values
 
 
-def default_grid(t: np.ndarray, kernel: str = "t2") -> np.ndarray:
+def default_grid(t: FloatArray, kernel: str = "t2") -> FloatArray:
     """The grid for samples at ``t``: a third of the first time above 0 to three times the last.
 
     Outside this range the samples do not distinguish a relaxation time from its
@@ -34,12 +40,18 @@ def default_grid(t: np.ndarray, kernel: str = "t2") -> np.ndarray:
     Returns
     -------
     numpy.ndarray of shape (100,), float64
+
+    Examples
+    --------
+    >>> grid = vorin.default_grid(np.array([0.0, 0.003, 1.0]))
+    >>> grid.size, round(float(grid[0]), 12), round(float(grid[-1]), 12)
+    (100, 0.001, 3.0)
     """
     times = real_array("t", t)
     return job("vorin_default_grid", str(kernel).encode(), address(times), times.size).array("grid")
 
 
-def as_grid(grid: Any) -> np.ndarray:
+def as_grid(grid: Any) -> FloatArray:
     """The values of the argument ``grid``, an array or (from, to, count)."""
     if isinstance(grid, tuple) and len(grid) == 3:
         try:

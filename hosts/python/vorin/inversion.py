@@ -11,14 +11,16 @@ from typing import (Any, Callable, Dict, Iterable, List, Literal, Mapping, Optio
 import numpy as np
 
 from . import labelled
+from .arrays import FloatArray, Numbers
 from .bootstrapping import worker_count
 from .data import Samples, samples
 from .errors import InputTypeError, InputValueError
+from .many import decays_of
 from .options import settings_from
 from .result import Result
 from .toolkit import Fields, Settings, address, job
 
-GridArgument = Union[np.ndarray, Sequence[float], Tuple[float, float, int], None]
+GridArgument = Union[FloatArray, Sequence[float], Tuple[float, float, int], None]
 Progress = Union[bool, Callable[[int], None], None]
 
 
@@ -26,7 +28,7 @@ def invert(
     t: Any,
     y: Any = None,
     *,
-    kernel: Union[str, np.ndarray] = "t2",
+    kernel: Union[str, FloatArray] = "t2",
     grid: GridArgument = None,
     method: str = "automatic",
     weight: Union[str, float] = "noise",
@@ -51,9 +53,9 @@ def invert(
     ----------
     t : array_like of shape (nf,)
         Sample times in s, rising from 0 or above; b-values in s/m^2 for "diffusion". Without
-        ``y`` the decay itself: a pandas Series whose index is the times in s (or time
-        differences), or an xarray DataArray of one dimension whose coordinate is, in the unit
-        that its attribute ``units`` names.
+        ``y`` the decay itself: what :func:`vorin.read` or :func:`vorin.simulate` returned, a
+        pandas Series whose index is the times in s (or time differences), or an xarray DataArray
+        of one dimension whose coordinate is, in the unit that its attribute ``units`` names.
     y : array_like of shape (nf,), optional
         Samples in any unit. Complex ones are turned by the constant phase that makes the
         sum of squares of the imaginary channel least, and the real channel is inverted.
@@ -107,6 +109,21 @@ def invert(
     -------
     Result
 
+    See Also
+    --------
+    invert_many, lcurve, Result.bootstrap
+
+    Examples
+    --------
+    >>> decay = vorin.simulate(noise=0.2, seed=1)        # peaks at 8 and 90 ms
+    >>> result = vorin.invert(decay.t, decay.y)
+    >>> result.status_text
+    'success'
+    >>> [f"{1e3 * peak.position:.0f} ms" for peak in result.peaks(0.05)]
+    ['9 ms', '87 ms']
+    >>> bool(abs(result.log_mean / decay.log_mean - 1) < 0.02)
+    True
+
     Raises
     ------
     InputValueError, InputTypeError
@@ -123,9 +140,7 @@ def invert(
 
 
 def _inverted(made: Settings, options: Mapping[str, Any], t: Any, y: Any) -> Result:
-    if y is None:
-        t, y = labelled.series(t)
-    decay = samples(t, y)
+    decay = samples(*labelled.pair(t, y))
     return Result._of(_run(made, decay), _Again({**options, "log": None}, decay))
 
 
@@ -149,33 +164,47 @@ class _Again:
 
 @overload
 def invert_many(t: Any, decays: Mapping[Any, Any], *,  # type: ignore[misc]
-                workers: Optional[int] = None,
+                axis: Union[int, str] = -1, workers: Optional[int] = None,
                 on_error: Literal["raise"] = "raise", progress: Progress = None,
                 **options: Any) -> Dict[Any, Result]: ...
 
 
 @overload
-def invert_many(t: Any, decays: Iterable[Any], *, workers: Optional[int] = None,
+def invert_many(t: Any, decays: Numbers, *, axis: Union[int, str] = -1,
+                workers: Optional[int] = None, on_error: str = "raise", progress: Progress = None,
+                **options: Any) -> Any: ...
+
+
+@overload
+def invert_many(t: Any, decays: Iterable[Any], *, axis: Union[int, str] = -1,
+                workers: Optional[int] = None,
                 on_error: Literal["raise"] = "raise", progress: Progress = None,
                 **options: Any) -> List[Result]: ...
 
 
 @overload
-def invert_many(t: Any, decays: Any = None, *, workers: Optional[int] = None,
+def invert_many(t: Any, decays: Any = None, *, axis: Union[int, str] = -1,
+                workers: Optional[int] = None,
                 on_error: str = "raise", progress: Progress = None, **options: Any) -> Any: ...
 
 
-def invert_many(t: Any, decays: Any = None, *, workers: Optional[int] = None,
-                on_error: str = "raise", progress: Progress = None, **options: Any) -> Any:
-    """Inverts many decays with the same times in threads, each on an instance of its own.
+def invert_many(t: Any, decays: Any = None, *, axis: Union[int, str] = -1,
+                workers: Optional[int] = None, on_error: str = "raise", progress: Progress = None,
+                **options: Any) -> Any:
+    """Inverts many decays in threads, each on an instance of its own.
 
     Parameters
     ----------
     t : array_like of shape (nf,)
-        As for :func:`vorin.invert`. Without ``decays`` a pandas DataFrame whose index is the times
-        in s and whose columns are the decays.
-    decays : iterable or mapping of array_like of shape (nf,)
-        The decays, such as the rows of an array.
+        The times of all decays, as for :func:`vorin.invert`. Without ``decays`` what has times
+        itself: a pandas DataFrame whose index is the times in s and whose columns are the decays;
+        an xarray DataArray; a list or dict of decays that each bring their own times.
+    decays : iterable, mapping, array or DataFrame
+        The decays: a list, a dict, the columns of a DataFrame, or an array of 2 or more
+        dimensions.
+    axis : int or str
+        Of an array: the axis of the samples, the last one by default; of a DataArray also the name
+        of the dimension.
     workers : int, optional
         Threads; one for each processor by default.
     on_error : {"raise", "keep"}
@@ -188,44 +217,42 @@ def invert_many(t: Any, decays: Any = None, *, workers: Optional[int] = None,
 
     Returns
     -------
-    list of Result
-        In the order of ``decays``; the same to the last bit as one call after another. Of a mapping
-        or a DataFrame a dict by its keys or columns. :func:`vorin.to_dataframe` makes a table of
-        either.
+    list, dict or numpy.ndarray of Result
+        A list in the order of ``decays``; of a mapping, a DataFrame or a DataArray of 2 dimensions
+        with labels a dict by keys, columns or labels; of an array of 3 or more dimensions an array
+        of objects of the shape without ``axis``. The same to the last bit as one call after
+        another. :func:`vorin.to_dataframe` makes a table of each, :func:`vorin.to_xarray` a
+        Dataset.
+
+    Examples
+    --------
+    >>> decay = vorin.simulate(1e-3 * np.arange(1, 201), seed=1)
+    >>> image = np.tile(decay.y, (2, 3, 1))              # 2 x 3 pixels
+    >>> results = vorin.invert_many(decay.t, image)
+    >>> results.shape, results[1, 2] == vorin.invert(decay.t, decay.y)
+    ((2, 3), True)
     """
-    if decays is None:
-        if not labelled.is_frame(t):
-            raise InputTypeError("decays is missing; give times and decays, or a pandas DataFrame "
-                                 "that has both")
-        t, decays = labelled.columns(t)
-    elif labelled.is_frame(decays):
-        decays = labelled.columns(decays)[1]
     if on_error not in ("raise", "keep"):
         raise InputValueError(f'on_error is {on_error!r}; write "raise" or "keep"')
-    names = list(decays) if isinstance(decays, Mapping) else None
-    try:
-        rows = list(decays.values() if names is not None else decays)
-    except TypeError:
-        raise InputTypeError(f"decays is of type {type(decays).__name__}; a sequence of decays is "
-                             "required") from None
     if options.get("log") is not None:
         raise InputValueError("log: several inversions would write one file; invert one by one to "
                               "keep logs")
+    many = decays_of(t, decays, axis)
     options = {**_DEFAULTS, **_known(options)}
     made = settings_from(**options)
 
-    def one(row: Any) -> Any:
+    def one(decay: Tuple[Any, Any]) -> Any:
         try:
-            return _inverted(made, options, t, [] if row is None else row)
+            return _inverted(made, options, *decay)
         except (InputValueError, InputTypeError) as error:
             if on_error == "raise":
                 raise
             return error
 
-    with _Counter(progress, len(rows)) as counter:
-        results = _mapped(lambda row: counter.counted(one(row)), rows,
-                          worker_count(workers, len(rows)))
-    return results if names is None else dict(zip(names, results))
+    with _Counter(progress, len(many.decays)) as counter:
+        results = _mapped(lambda decay: counter.counted(one(decay)), many.decays,
+                          worker_count(workers, len(many.decays)))
+    return many.put_together(results)
 
 
 def _mapped(function: Callable[[Any], Any], rows: List[Any], threads: int) -> List[Any]:
@@ -245,7 +272,7 @@ class _Counter:
         self._lock = threading.Lock()
         if progress is True:
             try:
-                from tqdm.auto import tqdm  # type: ignore[import]
+                from tqdm.auto import tqdm
             except ImportError:
                 return
             self._bar = tqdm(total=total, unit="decay")
@@ -267,7 +294,7 @@ class _Counter:
         return result
 
 
-_DEFAULTS = dict(invert.__kwdefaults__)  # type: ignore[arg-type]
+_DEFAULTS: Dict[str, Any] = dict(invert.__kwdefaults__ or {})
 
 
 def _known(options: Mapping[str, Any]) -> Mapping[str, Any]:

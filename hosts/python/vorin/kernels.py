@@ -6,11 +6,12 @@ from typing import Any
 
 import numpy as np
 
+from .arrays import FloatArray
 from .data import real_array
 from .toolkit import address, call
 
 
-def kernel_matrix(kernel: str, t: Any, grid: Any) -> np.ndarray:
+def kernel_matrix(kernel: str, t: Any, grid: Any) -> FloatArray:
     """The matrix of a named kernel.
 
     Parameters
@@ -24,6 +25,11 @@ def kernel_matrix(kernel: str, t: Any, grid: Any) -> np.ndarray:
     Returns
     -------
     numpy.ndarray of shape (nf, ng), float64
+
+    Examples
+    --------
+    >>> vorin.kernel_matrix("t2", [0.0, 1.0], [1.0, 2.0]).round(4).tolist()
+    [[1.0, 1.0], [0.3679, 0.6065]]
     """
     times, values = real_array("t", t), real_array("grid", grid)
     matrix = np.empty((times.size, values.size))

@@ -1,14 +1,17 @@
-"""Decays that bring their times along: a pandas Series or DataFrame, an xarray DataArray.
+"""Decays that bring their times along: a pandas Series or DataFrame, an xarray DataArray, what
+:func:`vorin.read` and :func:`vorin.simulate` return.
 
 Neither package is imported: an object is told by what it has.
 """
 
 from __future__ import annotations
 
+import os
 from typing import Any, Dict, Hashable, Tuple
 
 import numpy as np
 
+from .arrays import FloatArray
 from .errors import InputTypeError, InputValueError
 
 #: Sizes of the units that a coordinate may name, in SI units.
@@ -25,54 +28,106 @@ def _is_series(value: Any) -> bool:
     return hasattr(value, "index") and hasattr(value, "to_numpy") and not is_frame(value)
 
 
-def _is_data_array(value: Any) -> bool:
-    return all(hasattr(value, name) for name in ("dims", "coords", "values"))
+def _is_data_set(value: Any) -> bool:
+    return hasattr(value, "data_vars")
 
 
-def _times_of_index(name: str, index: Any) -> np.ndarray:
-    values = np.asarray(index)
-    if values.dtype.kind == "m":
-        return values / np.timedelta64(1, "s")
+def is_data_array(value: Any) -> bool:
+    """True for an xarray DataArray."""
+    return (all(hasattr(value, name) for name in ("dims", "coords", "values"))
+            and not _is_data_set(value))
+
+
+def has_times(value: Any) -> bool:
+    """True for a decay that brings its times along."""
+    return (_is_series(value) or is_data_array(value)
+            or (hasattr(value, "t") and hasattr(value, "y") and not is_frame(value)))
+
+
+def _times(values: Any) -> Any:
+    """Time differences as numbers in s; other values as they are."""
+    if getattr(values, "dtype", None) is not None and values.dtype.kind == "m":
+        return np.asarray(values) / np.timedelta64(1, "s")
+    return values
+
+
+def _times_of_index(name: str, index: Any) -> FloatArray:
+    values = np.asarray(_times(np.asarray(index)))
     if values.dtype.kind not in "iuf":
         raise InputTypeError(f"the index of {name} holds {values.dtype} values; the times of the "
                              "samples in s are required")
     return values.astype(float)
 
 
-def series(value: Any) -> Tuple[np.ndarray, Any]:
-    """Times and samples of one decay that comes without its times beside it."""
-    if _is_data_array(value):
+def _in_seconds(name: str, coordinate: Any) -> FloatArray:
+    """The values of an xarray coordinate, in the unit that its attribute says."""
+    times = _times_of_index(name, coordinate.values)
+    if np.asarray(coordinate.values).dtype.kind == "m":
+        return times
+    unit = coordinate.attrs.get("units", "s")
+    if unit not in _UNITS:
+        where = "t" if coordinate.name is None else f"the coordinate {coordinate.name} of t"
+        raise InputValueError(f"{where} is in {unit!r}; one of {', '.join(_UNITS)} is required")
+    return np.asarray(times * _UNITS[unit])
+
+
+def _values(decay: Any) -> Any:
+    """The numbers of a pandas object, a missing one as not-a-number."""
+    if hasattr(decay, "to_numpy") and not isinstance(getattr(decay, "dtype", None), np.dtype):
+        try:
+            return decay.to_numpy(dtype=float, na_value=np.nan)
+        except (TypeError, ValueError):
+            return decay.to_numpy()
+    return decay
+
+
+def pair(t: Any, y: Any) -> Tuple[Any, Any]:
+    """Times in s and samples of one decay, given as two arrays or as one that has its times."""
+    if type(t) is np.ndarray and t.dtype.kind == "f" and type(y) is np.ndarray:
+        return t, y
+    if y is None:
+        return _with_its_times(t)
+    if is_data_array(t):
+        return _in_seconds("t", t), _values(y)
+    return _times(t.to_numpy() if _is_series(t) else t), _values(y)
+
+
+def _with_its_times(value: Any) -> Tuple[Any, Any]:
+    if is_data_array(value):
         return _of_data_array(value)
     if _is_series(value):
-        return _times_of_index("t", value.index), value.to_numpy()
+        return _times_of_index("t", value.index), _values(value)
     if is_frame(value):
         raise InputTypeError("t is a table of several decays; give one of its columns, or the "
                              "table to vorin.invert_many")
+    if _is_data_set(value):
+        raise InputTypeError("t is a data set; give one of its arrays, such as dataset['y']")
+    if isinstance(value, (str, bytes, os.PathLike)):
+        raise InputTypeError("t is the name of a file; vorin.read reads it, as in "
+                             "vorin.invert(vorin.read(name))")
+    if has_times(value):
+        return value.t, value.y
     raise InputTypeError("y is missing; give times and samples, or a pandas Series or an xarray "
                          "DataArray that has both")
 
 
-def _of_data_array(value: Any) -> Tuple[np.ndarray, Any]:
+def _of_data_array(value: Any) -> Tuple[FloatArray, Any]:
     if len(value.dims) != 1:
         raise InputValueError(f"t has the dimensions {', '.join(map(str, value.dims))}; one, that "
                               "of the samples, is required")
-    dimension = value.dims[0]
+    return times_along(value, value.dims[0]), value.values
+
+
+def times_along(value: Any, dimension: Hashable) -> FloatArray:
+    """The times in s of an xarray DataArray along one of its dimensions."""
     if dimension not in value.coords:
         raise InputValueError(f"t has no coordinate along {dimension}; its times are required")
-    coordinate = value.coords[dimension]
-    times = _times_of_index("t", coordinate.values)
-    unit = coordinate.attrs.get("units", "s")
-    if np.asarray(coordinate.values).dtype.kind == "m":
-        return times, value.values
-    if unit not in _UNITS:
-        raise InputValueError(f"the coordinate {dimension} of t is in {unit!r}; one of "
-                              f"{', '.join(_UNITS)} is required")
-    return times * _UNITS[unit], value.values
+    return _in_seconds("t", value.coords[dimension])
 
 
-def columns(frame: Any) -> Tuple[np.ndarray, Dict[Hashable, Any]]:
+def columns(frame: Any) -> Tuple[FloatArray, Dict[Hashable, Any]]:
     """Times and decays of a table, by the names of its columns."""
-    decays = {name: frame.iloc[:, i].to_numpy() for i, name in enumerate(frame.columns)}
+    decays = {name: _values(frame.iloc[:, i]) for i, name in enumerate(frame.columns)}
     if len(decays) != len(frame.columns):
         raise InputValueError("two columns of t have one name; give each its own")
     return _times_of_index("t", frame.index), decays

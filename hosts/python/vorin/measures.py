@@ -7,6 +7,7 @@ from typing import TYPE_CHECKING, Any, Dict, List, Optional, Tuple, Union
 
 import numpy as np
 
+from .arrays import FloatArray, Numbers
 from .data import real_array
 from .errors import InputValueError
 from .toolkit import Fields, address, job
@@ -94,7 +95,7 @@ def percentiles(grid: Any, distribution: Any, *percents: Any,
             for k in range(wanted.size)]
 
 
-def cumulative(grid: Any, distribution: Any) -> np.ndarray:
+def cumulative(grid: Any, distribution: Any) -> FloatArray:
     """The sum of the amplitudes up to and with that of each grid value."""
     return _measured(grid, distribution, 0.0).array("cumulative")
 
@@ -128,7 +129,7 @@ def peaks_of(fields: Fields) -> List[Peak]:
             for position, width, share, at_end, centre, amount in zip(*columns)]
 
 
-def per_decade(grid: Any, distribution: Any) -> np.ndarray:
+def per_decade(grid: Any, distribution: Any) -> FloatArray:
     """Amplitudes over the width of the grid around each value, in decades.
 
     They do not depend on how fine the grid is, so that one picture can show distributions on
@@ -137,7 +138,7 @@ def per_decade(grid: Any, distribution: Any) -> np.ndarray:
     return _measured(grid, distribution, 0.0).array("per_decade")
 
 
-def _flat(name: str, values: Any) -> np.ndarray:
+def _flat(name: str, values: Any) -> FloatArray:
     """Numbers that are given one by one or as one sequence."""
     return real_array(name, values[0] if len(values) == 1 and np.ndim(values[0]) == 1 else values)
 
@@ -152,7 +153,7 @@ def _ends(fields: Fields, name: str,
     return [(float(lower[k]), float(upper[k])) for k in range(count)]
 
 
-def _reported(grid: Any, distribution: Any, limits: np.ndarray, percents: np.ndarray,
+def _reported(grid: Any, distribution: Any, limits: FloatArray, percents: FloatArray,
               band: Optional["Bootstrap"]) -> Fields:
     values, amplitudes = _same_size(grid, distribution)
     replicates = np.empty((0, values.size)) if band is None else band.distributions
@@ -165,7 +166,7 @@ def _reported(grid: Any, distribution: Any, limits: np.ndarray, percents: np.nda
                address(replicates), replicates.shape[0], factor)
 
 
-def _same_size(grid: Any, distribution: Any) -> Tuple[np.ndarray, np.ndarray]:
+def _same_size(grid: Any, distribution: Any) -> Tuple[FloatArray, FloatArray]:
     values, amplitudes = real_array("grid", grid), real_array("distribution", distribution)
     if values.size != amplitudes.size:
         raise InputValueError(f"distribution has {amplitudes.size} elements and grid has "

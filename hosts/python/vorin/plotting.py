@@ -4,10 +4,11 @@ from __future__ import annotations
 
 import math
 import os
-from typing import TYPE_CHECKING, Any, NamedTuple, Optional, Tuple
+from typing import TYPE_CHECKING, Any, Callable, Dict, NamedTuple, Optional, Tuple, overload
 
 import numpy as np
 
+from .arrays import FloatArray
 from .data import real_array
 from .errors import InputTypeError, InputValueError, VorinError
 from .measures import per_decade
@@ -18,6 +19,7 @@ if TYPE_CHECKING:
     from matplotlib.figure import Figure
 
     from .bootstrapping import Bootstrap
+    from .lcurves import LCurve
     from .result import Result
 
 _BLUE, _RED, _DARK = "#2d5d9b", "#b8322a", "#303030"
@@ -25,8 +27,20 @@ _CROWDED = 300  # samples from which points become small and pale
 _KINDS = (".png", ".pdf", ".svg")
 
 
+@overload
 def plot(result: "Result", path: Any = None, *, truth: Any = None,
-         band: Optional["Bootstrap"] = None, title: Optional[str] = None) -> "Figure":
+         band: Optional["Bootstrap"] = None, title: Optional[str] = None,
+         ax: None = None) -> "Figure": ...
+
+
+@overload
+def plot(result: "Result", path: Any = None, *, truth: Any = None,
+         band: Optional["Bootstrap"] = None, title: Optional[str] = None,
+         ax: "Axes") -> "Axes": ...
+
+
+def plot(result: "Result", path: Any = None, *, truth: Any = None,
+         band: Optional["Bootstrap"] = None, title: Optional[str] = None, ax: Any = None) -> Any:
     """Draws an inversion: decay and fit, the residual below them, and the distribution.
 
     Parameters
@@ -41,17 +55,25 @@ def plot(result: "Result", path: Any = None, *, truth: Any = None,
         Its band is shaded, and the legend has the interval of the log mean.
     title : str, optional
         Above the picture; by default weight and standard error.
+    ax : matplotlib.axes.Axes, optional
+        Draws the distribution alone, there, as :meth:`vorin.Result.plot_distribution` does.
 
     Returns
     -------
-    matplotlib.figure.Figure
-        Made through pyplot, so that a notebook shows it; closed there once it is written.
+    matplotlib.figure.Figure or matplotlib.axes.Axes
+        A figure made through pyplot, so that a notebook shows it; closed there once it is
+        written. With ``ax`` these axes.
 
     Raises
     ------
     VorinError
         When matplotlib is not installed.
     """
+    if ax is not None:
+        axes = plot_distribution(result, path, truth=truth, band=band, ax=ax)
+        if title is not None:
+            axes.set_title(title)
+        return axes
     known = _truth(truth)
     target = _target(path)
     pyplot = _pyplot()
@@ -62,22 +84,71 @@ def plot(result: "Result", path: Any = None, *, truth: Any = None,
     middle = figure.add_subplot(grid[1], sharex=upper)
     lower = figure.add_subplot(grid[3])
     axes = _axes_of(result)
-    _decay(upper, middle, result, axes)
+    _decay(upper, result, axes)
+    _residual(middle, result, axes)
+    upper.tick_params(labelbottom=False)
+    upper.set_xlabel("")
     _distribution(lower, result, axes, known, band)
     figure.align_ylabels((upper, middle, lower))
     figure.suptitle(title if title is not None else _title(result), fontsize="large", y=0.985)
-    if target is not None:
-        try:
-            figure.savefig(target, dpi=120)
-        except OSError as error:
-            raise InputValueError(f"path {target!r}: the picture can't be written "
-                                  f"({error.strerror})") from None
-        finally:
-            pyplot.close(figure)
+    _write(figure, target)
     return figure
 
 
-def _truth(truth: Any) -> Optional[Tuple[np.ndarray, np.ndarray]]:
+def plot_decay(result: "Result", path: Any = None, *, ax: Any = None) -> "Axes":
+    """Draws the samples and the fit; see :meth:`vorin.Result.plot_decay`."""
+    return _drawn(path, ax, lambda axes: _decay(axes, result, _axes_of(result)))
+
+
+def plot_residual(result: "Result", path: Any = None, *, ax: Any = None) -> "Axes":
+    """Draws the residual; see :meth:`vorin.Result.plot_residual`."""
+    return _drawn(path, ax, lambda axes: _residual(axes, result, _axes_of(result)))
+
+
+def plot_distribution(result: "Result", path: Any = None, *, truth: Any = None,
+                      band: Optional["Bootstrap"] = None, ax: Any = None) -> "Axes":
+    """Draws the distribution; see :meth:`vorin.Result.plot_distribution`."""
+    known = _truth(truth)
+    return _drawn(path, ax,
+                  lambda axes: _distribution(axes, result, _axes_of(result), known, band))
+
+
+def plot_lcurve(curve: "LCurve", path: Any = None, *, ax: Any = None) -> "Axes":
+    """Draws an L-curve; see :meth:`vorin.LCurve.plot`."""
+    return _drawn(path, ax, lambda axes: _lcurve(axes, curve))
+
+
+def _drawn(path: Any, ax: Any, draw: Callable[[Any], None]) -> "Axes":
+    """Draws on the axes of the caller, or on those of a figure of its own."""
+    target = _target(path)
+    pyplot = _pyplot()
+    if ax is None:
+        figure, axes = pyplot.subplots(figsize=(6.4, 4.2), constrained_layout=True)
+    elif hasattr(ax, "plot") and hasattr(ax, "get_figure"):
+        figure, axes = ax.get_figure(), ax
+    else:
+        raise InputTypeError(f"ax is of type {type(ax).__name__}; axes of matplotlib are required, "
+                             "such as those of matplotlib.pyplot.subplots()")
+    draw(axes)
+    _write(figure, target, close=ax is None)
+    return axes
+
+
+def _write(figure: Any, target: Optional[str], close: bool = True) -> None:
+    """Writes a picture where one is asked for, and then closes a figure of this package."""
+    if target is None:
+        return
+    try:
+        figure.savefig(target, dpi=120)
+    except OSError as error:
+        raise InputValueError(f"path {target!r}: the picture can't be written "
+                              f"({error.strerror})") from None
+    finally:
+        if close:
+            _pyplot().close(figure)
+
+
+def _truth(truth: Any) -> Optional[Tuple[FloatArray, FloatArray]]:
     if truth is None:
         return None
     pair = (truth.grid, truth.distribution) if hasattr(truth, "distribution") else truth
@@ -107,7 +178,7 @@ def _target(path: Any) -> Optional[str]:
     if path is None:
         return None
     try:
-        name = os.fspath(path)
+        name: str = os.fspath(path)
     except TypeError:
         raise InputTypeError(f"path is of type {type(path).__name__}; the name of a file is "
                              "required") from None
@@ -134,34 +205,52 @@ def _axes_of(result: "Result") -> _Axes:
                  fields.number("grid_unit_size"))
 
 
-def _decay(upper: "Axes", lower: "Axes", result: "Result", units: _Axes) -> None:
-    t = result.t / units.abscissa_size
-    style = {"linestyle": "none", "marker": "o", "color": _BLUE, "markeredgewidth": 0.0}
-    style.update({"markersize": 2.2, "alpha": 0.5} if t.size > _CROWDED else {"markersize": 4.0})
-    used = np.ones(t.size, bool)
+def _sample_style(count: int) -> Dict[str, Any]:
+    style: Dict[str, Any] = {"linestyle": "none", "marker": "o", "color": _BLUE,
+                             "markeredgewidth": 0.0}
+    crowded: Dict[str, Any] = {"markersize": 2.2, "alpha": 0.5}
+    return {**style, **(crowded if count > _CROWDED else {"markersize": 4.0})}
+
+
+def _used(result: "Result") -> Any:
+    used = np.ones(result.t.size, bool)
     used[result.rejected] = False
-    upper.plot(t[used], result.y[used], label="measured", **style)
-    if result.rejected.size:
-        upper.plot(t[~used], result.y[~used], "x", color=_DARK, markersize=5, label="left out")
-    upper.plot(t, result.fit, color=_RED, linewidth=1.8, label="fit")
-    lower.plot(t[used], result.residual[used], **style)
-    lower.axhline(0.0, color=_RED, linewidth=1.0)
+    return used
+
+
+def _time_axis(axes: "Axes", result: "Result", units: _Axes) -> None:
+    t = result.t / units.abscissa_size
     # Where the times spread over two decades or more, a linear axis would hide the start.
     if t[0] > 0.0 and t[-1] >= 100.0 * t[0]:
-        upper.set_xscale("log")
-        upper.set_xlim(0.8 * t[0], 1.25 * t[-1])
+        axes.set_xscale("log")
+        axes.set_xlim(0.8 * t[0], 1.25 * t[-1])
     else:
-        upper.set_xlim(t[0], t[-1])
+        axes.set_xlim(t[0], t[-1])
+    axes.set_xlabel(units.abscissa_label)
+
+
+def _decay(axes: "Axes", result: "Result", units: _Axes) -> None:
+    t, used, style = result.t / units.abscissa_size, _used(result), _sample_style(result.t.size)
+    axes.plot(t[used], result.y[used], label="measured", **style)
+    if result.rejected.size:
+        axes.plot(t[~used], result.y[~used], "x", color=_DARK, markersize=5, label="left out")
+    axes.plot(t, result.fit, color=_RED, linewidth=1.8, label="fit")
+    _time_axis(axes, result, units)
+    axes.set_ylabel("amplitude (unit of the data)")
+    _plain(axes)
+    _legend(axes)
+
+
+def _residual(axes: "Axes", result: "Result", units: _Axes) -> None:
+    t, used = result.t / units.abscissa_size, _used(result)
+    axes.plot(t[used], result.residual[used], **_sample_style(t.size))
+    axes.axhline(0.0, color=_RED, linewidth=1.0)
+    _time_axis(axes, result, units)
     limit = float(np.max(np.abs(result.residual[used])))
     if limit > 0.0:
-        lower.set_ylim(-1.15 * limit, 1.15 * limit)
-    upper.tick_params(labelbottom=False)
-    upper.set_ylabel("amplitude (unit of the data)")
-    lower.set_ylabel("residual")
-    lower.set_xlabel(units.abscissa_label)
-    for axes in (upper, lower):
-        _plain(axes)
-    _legend(upper)
+        axes.set_ylim(-1.15 * limit, 1.15 * limit)
+    axes.set_ylabel("residual")
+    _plain(axes)
 
 
 def _distribution(axes: "Axes", result: "Result", units: _Axes, truth: Any,
@@ -195,6 +284,48 @@ def _distribution(axes: "Axes", result: "Result", units: _Axes, truth: Any,
     _legend(axes)
 
 
+def _lcurve(axes: "Axes", curve: "LCurve") -> None:
+    axes.plot(curve.residual_norms, curve.solution_norms, "-o", color=_BLUE, linewidth=1.6,
+              markersize=4.0, label=f"the {curve.weights.size} weights of the search")
+    corner = curve.residual_norms[curve.corner], curve.solution_norms[curve.corner]
+    axes.plot(*corner, "o", markersize=11, markerfacecolor="none", markeredgewidth=1.6,
+              color=_DARK, label=f"corner: {curve.corner_weight:.3g}")
+    used = curve.used_residual_norm, curve.used_solution_norm
+    axes.plot(*used, "x", markersize=9, markeredgewidth=2.0, color=_RED,
+              label=f"weight of the result: {curve.used_weight:.3g}")
+    axes.set_xscale("log")
+    axes.set_yscale("log")
+    axes.margins(0.06)
+    _few_tics(axes)
+    # Weights beside their points, one a decade. The free side of a falling curve is its upper
+    # right.
+    for k in range(0, curve.weights.size, 4):
+        axes.annotate(f"{curve.weights[k]:.2g}",
+                      (curve.residual_norms[k], curve.solution_norms[k]),
+                      textcoords="offset points", xytext=(5, 4), fontsize="x-small", color=_DARK)
+    axes.set_xlabel("norm of the residual, |K F - y| (unit of the data)")
+    axes.set_ylabel("norm of the distribution, |F| (unit of the data)")
+    axes.grid(True, which="major", color="#e2e2e2", linewidth=0.6)
+    axes.set_axisbelow(True)
+    for side in ("top", "right"):
+        axes.spines[side].set_visible(False)
+    axes.legend(loc="upper right", frameon=False, fontsize="small")
+
+
+def _few_tics(axes: "Axes") -> None:
+    """Plain numbers also where a logarithmic axis is short of a decade."""
+    from matplotlib.ticker import FuncFormatter, LogLocator, MaxNLocator, NullFormatter, NullLocator
+
+    for axis, limits in ((axes.xaxis, axes.get_xlim()), (axes.yaxis, axes.get_ylim())):
+        if limits[1] < 20.0 * limits[0]:
+            axis.set_major_locator(MaxNLocator(5, steps=[1, 2, 2.5, 5, 10]))
+            axis.set_minor_locator(NullLocator())
+        else:
+            axis.set_major_locator(LogLocator(subs=(1.0, 3.0)))
+            axis.set_minor_formatter(NullFormatter())
+        axis.set_major_formatter(FuncFormatter(lambda value, _: f"{value:g}"))
+
+
 def _plain(axes: "Axes") -> None:
     axes.grid(True, which="major", color="#e2e2e2", linewidth=0.6)
     axes.set_axisbelow(True)
@@ -218,4 +349,6 @@ def _legend(axes: "Axes") -> None:
 
 def _title(result: "Result") -> str:
     text = f"weight {result.weight:.3g}, standard error {result.standard_error:.3g}"
-    return text if result.success else f"{text} (unsuccessful, status {result.status})"
+    if not result.success:
+        return f"{text} (unsuccessful, status {result.status})"
+    return text if math.isnan(result.relaxed_target) else f"{text} (relaxed target)"

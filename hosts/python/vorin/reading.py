@@ -3,15 +3,16 @@
 from __future__ import annotations
 
 import os
-from typing import Iterator, List, Optional, Union
+from typing import Iterator, List, Optional, Tuple, Union
 
 import numpy as np
 
+from .arrays import FloatArray, Numbers
 from .errors import InputTypeError, InputValueError
 from .toolkit import Fields, Settings, job
 
 
-class ReadDecay(tuple):
+class ReadDecay(Tuple[FloatArray, Numbers]):
     """``(t, y)`` of a file, with what the reader found there.
 
     Attributes
@@ -33,16 +34,16 @@ class ReadDecay(tuple):
     unit_origin: str
     notes: List[str]
 
-    def __new__(cls, t: np.ndarray, y: np.ndarray) -> "ReadDecay":
+    def __new__(cls, t: FloatArray, y: Numbers) -> "ReadDecay":
         return super().__new__(cls, (t, y))  # type: ignore[arg-type]
 
     @property
-    def t(self) -> np.ndarray:
+    def t(self) -> FloatArray:
         """The times."""
         return self[0]
 
     @property
-    def y(self) -> np.ndarray:
+    def y(self) -> Numbers:
         """The amplitudes."""
         return self[1]
 

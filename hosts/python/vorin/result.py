@@ -4,11 +4,12 @@ from __future__ import annotations
 
 import math
 from dataclasses import dataclass, field
-from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Tuple, cast
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Tuple, cast, overload
 
 import numpy as np
 
 from . import measures
+from .arrays import FloatArray, IndexArray, equal_fields, fields_hash
 from .bootstrapping import Bootstrap, bootstrap
 from .display import result_html
 from .measures import Part, Peak, Percentile
@@ -16,7 +17,10 @@ from .tables import dataset, distribution_frame
 from .toolkit import Fields
 
 if TYPE_CHECKING:
+    from matplotlib.axes import Axes
     from matplotlib.figure import Figure
+
+    from .lcurves import LCurve
 
 
 _NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_standard_error",
@@ -97,7 +101,8 @@ class Result:
         What the status means, in words; for a failure also what to try next.
     success : bool
         True when the distribution is what was asked for. The corner search reports neither
-        success nor failure and counts as a success.
+        success nor failure and counts as a success. So does a search whose target was relaxed;
+        ``outcome`` tells it apart.
     total : float
         The sum of the amplitudes.
     log_mean : float
@@ -108,11 +113,11 @@ class Result:
         The largest magnitude of the samples over the noise; nan where that is not known.
     """
 
-    t: np.ndarray
-    y: np.ndarray
-    grid: np.ndarray
-    distribution: np.ndarray
-    fit: np.ndarray
+    t: FloatArray
+    y: FloatArray
+    grid: FloatArray
+    distribution: FloatArray
+    fit: FloatArray
     status: int
     weight: float
     weight_origin: str
@@ -125,11 +130,11 @@ class Result:
     passes: int
     relaxed_target: float
     corner_weight: float
-    rejected: np.ndarray
+    rejected: IndexArray
     phase: Optional[float]
     noise_spread: float
     support: Tuple[float, float]
-    left_out: np.ndarray
+    left_out: IndexArray
     offset: Optional[float]
     efficiency: Optional[float]
     finding: str
@@ -148,7 +153,7 @@ class Result:
     def _of(cls, fields: Fields, again: Callable[[], Fields]) -> "Result":
         numbers = dict(zip(_NUMBERS, fields.numbers(*_NUMBERS)))
         first, last = fields.array("support")
-        return cls(**{
+        values: Dict[str, Any] = {
             **numbers,
             **{name: int(numbers[name]) for name in _COUNTS},
             **{name: None if math.isnan(numbers[name]) else numbers[name] for name in _OPTIONAL},
@@ -164,7 +169,8 @@ class Result:
             "rejected": fields.array("rejected").astype(np.intp),
             "_fields": fields,
             "_again": again,
-        })
+        }
+        return cls(**values)
 
     def __getstate__(self) -> Dict[str, Any]:
         # The toolkit's result stays in its process; what needs it elsewhere inverts again.
@@ -182,14 +188,34 @@ class Result:
     def __repr__(self) -> str:
         return (f"<vorin.Result {self.kernel}, {self.t.size} samples, {self.grid.size} grid "
                 f"values: log mean {self.log_mean:.4g}, weight {self.weight:.4g}, "
-                f"{self.status_text}>")
+                f"{self.outcome}>")
+
+    def __eq__(self, other: object) -> bool:
+        return isinstance(other, Result) and equal_fields(self, other)
+
+    def __hash__(self) -> int:
+        return fields_hash(self)
 
     def _repr_html_(self) -> str:
         """A small picture and a table, which a notebook shows for the name of a result."""
         return result_html(self)
 
     @property
-    def residual(self) -> np.ndarray:
+    def outcome(self) -> str:
+        """How the inversion went, in a sentence.
+
+        Unlike ``success`` and ``status_text`` it tells a success from one whose target was
+        relaxed: where no fit comes as close as the noise allows, the closest fit takes the
+        place of the noise, and the distribution is that of another noise than was given.
+        """
+        if not self.success or math.isnan(self.relaxed_target):
+            return self.status_text
+        return (f"{self.status_text} with a relaxed target: no fit of the binned samples comes "
+                f"closer than {self.relaxed_target:.4g}, which took the place of the noise "
+                f"({self.noise:.4g})")
+
+    @property
+    def residual(self) -> FloatArray:
         """y - fit, of shape (nf,)."""
         return self.y - self.fit
 
@@ -240,7 +266,7 @@ class Result:
         """
         return measures.percentiles(self.grid, self.distribution, *percents, band=band)
 
-    def cumulative(self) -> np.ndarray:
+    def cumulative(self) -> FloatArray:
         """The sum of the amplitudes up to and with that of each grid value, of shape (ng,)."""
         return measures.cumulative(self.grid, self.distribution)
 
@@ -249,12 +275,61 @@ class Result:
         """How far the result is to be trusted; see :func:`vorin.bootstrap`."""
         return bootstrap(self, n, seed, workers=workers, progress=progress)
 
+    def lcurve(self) -> "LCurve":
+        """The L-curve of the inversion; see :func:`vorin.lcurve`."""
+        from .lcurves import of_result  # which itself needs results
+
+        return of_result(self)
+
+    @overload
     def plot(self, path: Any = None, *, truth: Any = None, band: Optional[Bootstrap] = None,
-             title: Optional[str] = None) -> "Figure":
+             title: Optional[str] = None, ax: None = None) -> "Figure": ...
+
+    @overload
+    def plot(self, path: Any = None, *, truth: Any = None, band: Optional[Bootstrap] = None,
+             title: Optional[str] = None, ax: "Axes") -> "Axes": ...
+
+    def plot(self, path: Any = None, *, truth: Any = None, band: Optional[Bootstrap] = None,
+             title: Optional[str] = None, ax: Any = None) -> Any:
         """Draws decay and fit, the residual, and the distribution; see :func:`vorin.plot`."""
         from .plotting import plot  # so that matplotlib is required for pictures only
 
-        return plot(self, path, truth=truth, band=band, title=title)
+        return plot(self, path, truth=truth, band=band, title=title, ax=ax)
+
+    def plot_decay(self, path: Any = None, *, ax: Any = None) -> "Axes":
+        """Draws the samples and the fit over time.
+
+        Parameters
+        ----------
+        path : path-like, optional
+            Writes the picture there, as PNG, PDF or SVG by its ending.
+        ax : matplotlib.axes.Axes, optional
+            Draws there; in a figure of its own without it.
+
+        Returns
+        -------
+        matplotlib.axes.Axes
+        """
+        from .plotting import plot_decay
+
+        return plot_decay(self, path, ax=ax)
+
+    def plot_residual(self, path: Any = None, *, ax: Any = None) -> "Axes":
+        """Draws y - fit over time. Otherwise as :meth:`plot_decay`."""
+        from .plotting import plot_residual
+
+        return plot_residual(self, path, ax=ax)
+
+    def plot_distribution(self, path: Any = None, *, truth: Any = None,
+                          band: Optional[Bootstrap] = None, ax: Any = None) -> "Axes":
+        """Draws the amplitude per decade over the logarithm of the grid.
+
+        ``truth`` and ``band`` are those of :func:`vorin.plot`, the rest as for
+        :meth:`plot_decay`.
+        """
+        from .plotting import plot_distribution
+
+        return plot_distribution(self, path, truth=truth, band=band, ax=ax)
 
     def to_dataframe(self) -> Any:
         """The distribution as a pandas DataFrame: ``amplitude`` and ``cumulative`` by grid value."""

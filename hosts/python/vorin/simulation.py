@@ -7,6 +7,7 @@ from typing import Any, NamedTuple, Optional, Sequence, Tuple
 import numpy as np
 
 from . import checks
+from .arrays import FloatArray
 from .data import real_array
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
@@ -16,10 +17,10 @@ from .toolkit import Settings, address, job, named
 class Simulation(NamedTuple):
     """A computed decay and its truth."""
 
-    t: np.ndarray  #: sample times in s, shape (nf,)
-    y: np.ndarray  #: samples, shape (nf,)
-    grid: np.ndarray  #: grid of the truth in s, shape (ng,)
-    distribution: np.ndarray  #: true amplitudes, shape (ng,)
+    t: FloatArray  #: sample times in s, shape (nf,)
+    y: FloatArray  #: samples, shape (nf,)
+    grid: FloatArray  #: grid of the truth in s, shape (ng,)
+    distribution: FloatArray  #: true amplitudes, shape (ng,)
     noise: float  #: standard deviation of the noise
 
     @property
@@ -53,6 +54,12 @@ def simulate(t: Any = None, peaks: Optional[Sequence[Tuple[float, float, float]]
     -------
     Simulation
         Named tuple of t, y, grid, distribution and noise.
+
+    Examples
+    --------
+    >>> made = vorin.simulate([0.0, 0.1], [(0.05, 0.1, 3.0)], noise=0.0)
+    >>> round(float(made.y[0]), 6), f"{made.log_mean:.3f}"
+    (3.0, '0.050')
     """
     if not isinstance(kernel, str):
         raise InputTypeError(f"kernel is of type {type(kernel).__name__}; a name is required")
@@ -72,7 +79,7 @@ def simulate(t: Any = None, peaks: Optional[Sequence[Tuple[float, float, float]]
                       fields.array("distribution"), fields.number("noise"))
 
 
-def _given(rows: Optional[np.ndarray]) -> Tuple[Any, int]:
+def _given(rows: Optional[FloatArray]) -> Tuple[Any, int]:
     return (None, 0) if rows is None else (address(rows), len(rows))
 
 
@@ -82,7 +89,7 @@ def _sigma(noise: Any) -> str:
     return repr(float(noise))
 
 
-def _peak(index: int, peak: Any) -> np.ndarray:
+def _peak(index: int, peak: Any) -> FloatArray:
     where = f"peaks[{index}]"
     row = real_array(where, peak)
     if row.size != 3:

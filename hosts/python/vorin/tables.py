@@ -2,9 +2,11 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Iterable, Mapping, Union
+from typing import TYPE_CHECKING, Any, Iterable, List, Mapping, Optional, Sequence, Tuple, Union
 
-from .errors import InputTypeError
+import numpy as np
+
+from .errors import InputTypeError, InputValueError
 
 if TYPE_CHECKING:
     from .result import Result
@@ -18,29 +20,82 @@ def to_dataframe(results: Union[Mapping[Any, Any], Iterable[Any]]) -> Any:
 
     Parameters
     ----------
-    results : mapping or iterable of Result
+    results : mapping, iterable or array of Result
         What :func:`vorin.invert_many` returned. Where it kept an exception in a result's place,
         the row has its sentence as ``status_text`` and no numbers.
 
     Returns
     -------
     pandas.DataFrame
-        Indexed by the keys of the mapping, or from 0.
+        Indexed by the keys of the mapping, by the indices of an array, or from 0.
     """
     import pandas
 
-    names = list(results) if isinstance(results, Mapping) else None
-    values = list(results.values()) if isinstance(results, Mapping) else list(results)
+    values, names, shape = _listed(results)
     rows = []
     for value in values:
         if isinstance(value, Exception):
             rows.append({"success": False, "status_text": str(value)})
-        elif hasattr(value, "distribution"):
-            rows.append({name: getattr(value, name) for name in _COLUMNS})
         else:
-            raise InputTypeError(f"results holds a {type(value).__name__}; results of vorin.invert "
-                                 "are required")
-    return pandas.DataFrame(rows, index=names, columns=list(_COLUMNS))
+            rows.append({name: getattr(value, name) for name in _COLUMNS})
+    index = names if shape is None else pandas.MultiIndex.from_tuples(list(np.ndindex(*shape)))
+    return pandas.DataFrame(rows, index=index, columns=list(_COLUMNS))
+
+
+def _listed(results: Any) -> Tuple[List[Any], Optional[List[Any]], Optional[Tuple[int, ...]]]:
+    """Results in order, and their names or the shape of their array."""
+    names = list(results) if isinstance(results, Mapping) else None
+    shape = results.shape if isinstance(results, np.ndarray) and results.ndim > 1 else None
+    values = list(results.values() if isinstance(results, Mapping) else
+                  results.reshape(-1) if shape is not None else results)
+    for value in values:
+        if not isinstance(value, Exception) and not hasattr(value, "distribution"):
+            raise InputTypeError(f"results holds a {type(value).__name__}; results of "
+                                 "vorin.invert are required")
+    return values, names, shape
+
+
+def to_xarray(results: Union[Mapping[Any, Any], Iterable[Any]], dims: Optional[Sequence[str]] = None
+              ) -> Any:
+    """Results of many decays as an xarray Dataset.
+
+    Parameters
+    ----------
+    results : mapping, iterable or array of Result
+        What :func:`vorin.invert_many` returned, on one grid. Where it kept an exception in a
+        result's place, the numbers are not-a-number and ``status_text`` is its sentence.
+    dims : sequence of str, optional
+        The names of the dimensions of the decays; "decay" for a list or a mapping, "x0", "x1",
+        ... for an array.
+
+    Returns
+    -------
+    xarray.Dataset
+        ``distribution`` over the decays and ``grid``, and a variable for each column of
+        :func:`vorin.to_dataframe`.
+    """
+    import xarray
+
+    values, names, shape = _listed(results)
+    sizes = (len(values),) if shape is None else shape
+    if dims is None:
+        dims = ("decay",) if shape is None else tuple(f"x{k}" for k in range(len(shape)))
+    if isinstance(dims, str) or len(dims) != len(sizes):
+        raise InputValueError(f"dims is {dims!r}; {len(sizes)} names are required")
+    good = [value for value in values if not isinstance(value, Exception)]
+    if not good:
+        raise InputValueError("results holds no result; all decays failed")
+    grid = good[0].grid
+    if not all(np.array_equal(value.grid, grid) for value in good):
+        raise InputValueError("the results are on different grids; invert them with one grid=")
+    nothing = np.full(grid.size, np.nan)
+    rows = [nothing if isinstance(value, Exception) else value.distribution for value in values]
+    table = to_dataframe(results)
+    return xarray.Dataset(
+        {"distribution": ((*dims, "grid"), np.array(rows).reshape(*sizes, grid.size)),
+         **{name: (tuple(dims), table[name].to_numpy().reshape(sizes)) for name in _COLUMNS}},
+        coords={"grid": ("grid", grid, {"units": _units(good[0])[2]}),
+                **({} if names is None else {dims[0]: names})})
 
 
 def distribution_frame(result: "Result") -> Any:
@@ -55,7 +110,7 @@ def dataset(result: "Result") -> Any:
     """Decay, fit and distribution as an xarray Dataset with the measures as attributes."""
     import xarray
 
-    quantity = ("b value", "s/m2", "m2/s") if result.kernel == "diffusion" else ("time", "s", "s")
+    quantity = _units(result)
     values = xarray.Dataset(
         {"y": ("t", result.y), "fit": ("t", result.fit), "residual": ("t", result.residual),
          "distribution": ("grid", result.distribution),
@@ -64,6 +119,11 @@ def dataset(result: "Result") -> Any:
                 "grid": ("grid", result.grid, {"units": quantity[2]})})
     values.attrs.update({name: _plain(getattr(result, name)) for name in ("kernel",) + _COLUMNS})
     return values
+
+
+def _units(result: "Result") -> Tuple[str, str, str]:
+    """What the samples are over, its unit, and that of the grid."""
+    return ("b value", "s/m2", "m2/s") if result.kernel == "diffusion" else ("time", "s", "s")
 
 
 def _plain(value: Any) -> Any:

@@ -17,6 +17,7 @@ from typing import Any, Callable, Dict, Iterator, List, Optional, Sequence
 
 import numpy as np
 
+from .arrays import FloatArray, Numbers
 from .errors import InputValueError, LibraryNotFound, VorinError
 from .loading import NUMERICAL, TOOLKIT, find_toolkit, load
 
@@ -108,7 +109,7 @@ def call(name: str, *arguments: Any) -> None:
     raise VorinError(sentence)
 
 
-def address(array: np.ndarray) -> ctypes.c_void_p:
+def address(array: FloatArray) -> ctypes.c_void_p:
     """Where the numbers of a contiguous float64 array stand."""
     return ctypes.c_void_p(array.ctypes.data)
 
@@ -182,7 +183,8 @@ class Fields(_Handle):
 
     def texts(self, name: str) -> List[str]:
         """All texts of a list."""
-        found, result = ctypes.c_char_p(), []
+        found = ctypes.c_char_p()
+        result: List[str] = []
         try:
             while True:
                 call("vorin_result_text_at", self.raw, name.encode(), len(result),
@@ -191,7 +193,7 @@ class Fields(_Handle):
         except KeyError:
             return result
 
-    def array(self, name: str) -> np.ndarray:
+    def array(self, name: str) -> FloatArray:
         """Numbers, over the memory of the result."""
         start, count = ctypes.c_void_p(), ctypes.c_int64()
         call("vorin_result_array", self.raw, name.encode(), ctypes.byref(start),
@@ -200,7 +202,7 @@ class Fields(_Handle):
             return np.empty(0)
         memory = (ctypes.c_double * count.value).from_address(start.value)
         memory._owner = self  # type: ignore[attr-defined]
-        return np.frombuffer(memory, dtype=np.float64)
+        return np.frombuffer(memoryview(memory), dtype=np.float64)
 
 
 def job(name: str, *arguments: Any) -> Fields:

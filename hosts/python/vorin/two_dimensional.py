@@ -4,11 +4,12 @@ from __future__ import annotations
 
 import math
 from dataclasses import asdict, dataclass, field
-from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence, Tuple, cast
+from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence, Tuple, cast, overload
 
 import numpy as np
 
 from . import checks
+from .arrays import FloatArray, equal_fields, fields_hash
 from .bootstrapping import _whole_seed
 from .data import _numbers, _shaped, real_array
 from .errors import InputTypeError, InputValueError
@@ -17,6 +18,7 @@ from .options import _text_or_number
 from .toolkit import Fields, Settings, address, call, job, named, watched_job
 
 if TYPE_CHECKING:
+    from matplotlib.axes import Axes
     from matplotlib.figure import Figure
 
 Interval = Tuple[float, float]
@@ -134,14 +136,14 @@ class Result2D:
         The largest share first; ``peaks(smallest_share)`` lists those above another limit.
     """
 
-    t1: np.ndarray
-    t2: np.ndarray
-    D: np.ndarray
-    grid1: np.ndarray
-    grid2: np.ndarray
-    distribution: np.ndarray
-    projection1: np.ndarray
-    projection2: np.ndarray
+    t1: FloatArray
+    t2: FloatArray
+    D: FloatArray
+    grid1: FloatArray
+    grid2: FloatArray
+    distribution: FloatArray
+    projection1: FloatArray
+    projection2: FloatArray
     kernels: Tuple[str, str]
     status: int
     status_text: str
@@ -173,7 +175,8 @@ class Result2D:
         values["phase"] = None if math.isnan(values["phase"]) else values["phase"]
         grids = {name: fields.array(name) for name in ("grid1", "grid2")}
         shape = (grids["grid1"].size, grids["grid2"].size)
-        return cls(**values, **grids, t1=again.t1, t2=again.t2,
+        values.update(grids)
+        return cls(**values, t1=again.t1, t2=again.t2,
                    D=fields.array("samples").reshape(again.t1.size, again.t2.size),
                    distribution=fields.array("distribution").reshape(shape),
                    projection1=fields.array("projection1"),
@@ -198,20 +201,26 @@ class Result2D:
                 f"{self.t2.size} samples, {self.grid1.size} x {self.grid2.size} map: weight "
                 f"{self.weight:.4g}, {self.status_text}>")
 
+    def __eq__(self, other: object) -> bool:
+        return isinstance(other, Result2D) and equal_fields(self, other)
+
+    def __hash__(self) -> int:
+        return fields_hash(self)
+
     @property
     def both_are_times(self) -> bool:
         """True where the ratio of positions is one of relaxation times."""
         return all(name in SYMBOLS for name in self.kernels)
 
     @property
-    def fit(self) -> np.ndarray:
+    def fit(self) -> FloatArray:
         """K1 F K2', of shape (n1, n2)."""
         values = np.empty((self.t1.size, self.t2.size))
         call("vorin_fit2d", self._inverted().raw, address(values))
         return values
 
     @property
-    def residual(self) -> np.ndarray:
+    def residual(self) -> FloatArray:
         """D - fit, of shape (n1, n2)."""
         return self.D - self.fit
 
@@ -225,8 +234,8 @@ class Result2D:
         names = ("position1", "position2", "share", "log_mean1", "log_mean2", "width1", "width2",
                  "at_grid_end")
         columns = [fields.array(f"peak_{name}").tolist() for name in names]
-        return [Peak2D(*row[:-1], bool(row[-1]),
-                       row[0] / row[1] if self.both_are_times else None)
+        return [Peak2D(**dict(zip(names[:-1], row)), at_grid_end=bool(row[-1]),
+                       ratio=row[0] / row[1] if self.both_are_times else None)
                 for row in zip(*columns)]
 
     def _map(self) -> Tuple[Any, ...]:
@@ -298,11 +307,18 @@ class Result2D:
         return Bootstrap2D(int(fields.number("replicates")), _spreads(fields, "peak"),
                            _spreads(fields, "region"))
 
-    def plot(self, path: Any = None, *, title: Optional[str] = None) -> "Figure":
+    @overload
+    def plot(self, path: Any = None, *, title: Optional[str] = None,
+             ax: None = None) -> "Figure": ...
+
+    @overload
+    def plot(self, path: Any = None, *, title: Optional[str] = None, ax: "Axes") -> "Axes": ...
+
+    def plot(self, path: Any = None, *, title: Optional[str] = None, ax: Any = None) -> Any:
         """Draws the map with both projections; see :func:`vorin.plot2d`."""
         from .two_dimensional_plot import plot2d  # so that matplotlib is needed for pictures only
 
-        return plot2d(self, path, title=title)
+        return plot2d(self, path, title=title, ax=ax)
 
     def to_dict(self) -> Dict[str, Any]:
         """Everything as plain numbers, texts and lists, for ``json.dumps``.
@@ -407,10 +423,10 @@ class _Again:
     """An inversion that can be run once more, also after a way through pickle."""
 
     options: Dict[str, Any]
-    t1: np.ndarray
-    t2: np.ndarray
-    real: np.ndarray
-    imaginary: Optional[np.ndarray]
+    t1: FloatArray
+    t2: FloatArray
+    real: FloatArray
+    imaginary: Optional[FloatArray]
 
     def run(self, progress: Optional[Callable[[float], None]]) -> Fields:
         """The toolkit's result."""
@@ -449,11 +465,11 @@ def _pair(kernels: Any) -> Tuple[Any, Any]:
     return given[0], given[1]
 
 
-def _axes(t1: Any, t2: Any) -> Tuple[np.ndarray, np.ndarray]:
+def _axes(t1: Any, t2: Any) -> Tuple[FloatArray, FloatArray]:
     return real_array("t1", t1), real_array("t2", t2)
 
 
-def _matrix(t1: Any, t2: Any, D: Any) -> Tuple[np.ndarray, Optional[np.ndarray]]:
+def _matrix(t1: Any, t2: Any, D: Any) -> Tuple[FloatArray, Optional[FloatArray]]:
     numbers = _shaped("D", _numbers("D", D), 2)
     if numbers.shape != (np.size(t1), np.size(t2)):
         raise InputValueError(f"D has shape {numbers.shape}; t1 has {np.size(t1)} values, one for "

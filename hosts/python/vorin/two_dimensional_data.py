@@ -8,6 +8,7 @@ from typing import Any, NamedTuple, Optional, Sequence, Tuple, Union
 import numpy as np
 
 from . import checks
+from .arrays import FloatArray
 from .data import real_array
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
@@ -21,20 +22,20 @@ PathLike = Union[str, "os.PathLike[str]"]
 class Data2D(NamedTuple):
     """The samples of a two-dimensional experiment."""
 
-    t1: np.ndarray  #: first axis, of shape (n1,)
-    t2: np.ndarray  #: second axis, of shape (n2,)
-    D: np.ndarray  #: samples, of shape (n1, n2); complex where there are two channels
+    t1: FloatArray  #: first axis, of shape (n1,)
+    t2: FloatArray  #: second axis, of shape (n2,)
+    D: FloatArray  #: samples, of shape (n1, n2); complex where there are two channels
 
 
 class Simulation2D(NamedTuple):
     """Computed two-dimensional data and their truth."""
 
-    t1: np.ndarray  #: first axis, of shape (n1,)
-    t2: np.ndarray  #: second axis, of shape (n2,)
-    D: np.ndarray  #: samples, of shape (n1, n2)
-    grid1: np.ndarray  #: first axis of the truth, of shape (g1,)
-    grid2: np.ndarray  #: second axis of the truth, of shape (g2,)
-    distribution: np.ndarray  #: true amplitudes, of shape (g1, g2)
+    t1: FloatArray  #: first axis, of shape (n1,)
+    t2: FloatArray  #: second axis, of shape (n2,)
+    D: FloatArray  #: samples, of shape (n1, n2)
+    grid1: FloatArray  #: first axis of the truth, of shape (g1,)
+    grid2: FloatArray  #: second axis of the truth, of shape (g2,)
+    distribution: FloatArray  #: true amplitudes, of shape (g1, g2)
     noise: float  #: standard deviation of the noise
 
 
@@ -127,13 +128,14 @@ def simulate2d(t1: Any, t2: Any, peaks: Sequence[Tuple[float, float, float, floa
 
 def _file(name: str, path: Any) -> Union[str, bytes]:
     try:
-        return os.fspath(path)
+        found: Union[str, bytes] = os.fspath(path)
     except TypeError:
         raise InputTypeError(f"{name} is of type {type(path).__name__}; the name of a file is "
                              "needed") from None
+    return found
 
 
-def _peak(index: int, peak: Any) -> np.ndarray:
+def _peak(index: int, peak: Any) -> FloatArray:
     row = real_array(f"peaks[{index}]", peak)
     if row.size != 4:
         raise InputValueError(f"peaks[{index}] is {peak!r}; two positions, width in decades and "

@@ -2,13 +2,13 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Optional, Tuple
+from typing import TYPE_CHECKING, Any, Optional, Tuple, overload
 
 import numpy as np
 
-from .errors import InputValueError
+from .arrays import FloatArray
 from .measures import per_decade
-from .plotting import _BLUE, _DARK, _RED, _plain, _pyplot, _target
+from .plotting import _BLUE, _DARK, _RED, _drawn, _plain, _pyplot, _target, _write
 from .toolkit import job
 from .two_dimensional import SYMBOLS
 
@@ -23,7 +23,18 @@ _LEAST = 0.005  # of the highest cell: where the shading begins
 _RATIOS = (1.0, 10.0, 100.0)
 
 
-def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None) -> "Figure":
+@overload
+def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None,
+           ax: None = None) -> "Figure": ...
+
+
+@overload
+def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None,
+           ax: "Axes") -> "Axes": ...
+
+
+def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None,
+           ax: Any = None) -> Any:
     """Draws a map: shading and contours, both projections at the sides, the peaks.
 
     Where both axes are times, lines mark a ratio of 1, 10 and 100.
@@ -36,17 +47,25 @@ def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None)
         Writes the picture there, as PNG, PDF or SVG by its ending.
     title : str, optional
         Above the picture; weight and standard error without it.
+    ax : matplotlib.axes.Axes, optional
+        Draws the map alone, there.
 
     Returns
     -------
-    matplotlib.figure.Figure
-        Made through pyplot, so that a notebook shows it; closed there once it is written.
+    matplotlib.figure.Figure or matplotlib.axes.Axes
+        A figure made through pyplot, so that a notebook shows it; closed there once it is
+        written. With ``ax`` these axes.
 
     Raises
     ------
     VorinError
         When matplotlib is not installed.
     """
+    if ax is not None:
+        axes = _drawn(path, ax, lambda given: _labelled_map(given, result))
+        if title is not None:
+            axes.set_title(title)
+        return axes
     target = _target(path)
     pyplot = _pyplot()
     figure = pyplot.figure(figsize=(7.6, 7.6))
@@ -54,22 +73,19 @@ def plot2d(result: "Result2D", path: Any = None, *, title: Optional[str] = None)
                                hspace=0.06, wspace=0.06, left=0.12, right=0.97, top=0.92,
                                bottom=0.09)
     axes = figure.add_subplot(grid[1, 0])
+    _labelled_map(axes, result)
+    _projections(figure, grid, axes, result)
+    figure.suptitle(title if title is not None else _title(result), fontsize="large", y=0.97)
+    _write(figure, target)
+    return figure
+
+
+def _labelled_map(axes: "Axes", result: "Result2D") -> None:
     first, second = _axis(result, 0), _axis(result, 1)
-    y, x = result.grid1 / first[1], result.grid2 / second[1]
-    _draw_map(axes, result, x, y, (second[1], first[1]))
+    _draw_map(axes, result, result.grid2 / second[1], result.grid1 / first[1],
+              (second[1], first[1]))
     axes.set_ylabel(first[0])
     axes.set_xlabel(second[0])
-    _projections(figure, grid, axes, result, x, y)
-    figure.suptitle(title if title is not None else _title(result), fontsize="large", y=0.97)
-    if target is not None:
-        try:
-            figure.savefig(target, dpi=120)
-        except OSError as error:
-            raise InputValueError(f"path {target!r}: the picture can't be written "
-                                  f"({error.strerror})") from None
-        finally:
-            pyplot.close(figure)
-    return figure
 
 
 def _axis(result: "Result2D", index: int) -> Tuple[str, float]:
@@ -81,7 +97,7 @@ def _axis(result: "Result2D", index: int) -> Tuple[str, float]:
     return fields.text("grid_label"), fields.number("grid_unit_size")
 
 
-def _draw_map(axes: "Axes", result: "Result2D", x: np.ndarray, y: np.ndarray,
+def _draw_map(axes: "Axes", result: "Result2D", x: FloatArray, y: FloatArray,
               sizes: Any) -> None:
     highest = float(np.max(result.distribution))
     if highest > 0.0:
@@ -112,14 +128,14 @@ def _draw_map(axes: "Axes", result: "Result2D", x: np.ndarray, y: np.ndarray,
     _plain(axes)
 
 
-def _logarithmic(levels: np.ndarray) -> Any:
+def _logarithmic(levels: FloatArray) -> Any:
     from matplotlib.colors import LogNorm
 
     return LogNorm(float(levels[0]), float(levels[-1]))
 
 
-def _projections(figure: "Figure", grid: Any, axes: "Axes", result: "Result2D", x: np.ndarray,
-                 y: np.ndarray) -> None:
+def _projections(figure: "Figure", grid: Any, axes: "Axes", result: "Result2D") -> None:
+    y, x = result.grid1 / _axis(result, 0)[1], result.grid2 / _axis(result, 1)[1]
     above = figure.add_subplot(grid[0, 0], sharex=axes)
     beside = figure.add_subplot(grid[1, 1], sharey=axes)
     over2 = per_decade(result.grid2, result.projection2)
