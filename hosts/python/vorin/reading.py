@@ -93,7 +93,7 @@ def read(path: Union[str, "os.PathLike[str]"], *, columns: Optional[str] = None,
     Parameters
     ----------
     path : path-like
-        FILE, or FILE:PATH for an array inside a container.
+        ``FILE``, or ``FILE:PATH`` for an array inside a container.
     columns : str, optional
         "X,Y" or, for complex data, "X,Y,IM": numbers from 1, or names of the header.
     time_unit : str, optional
