@@ -64,6 +64,10 @@ foreach(_package IN ITEMS libopenblas-serial-dev libcli11-dev libfmt-dev zlib1g-
   endif()
 endforeach()
 
+if(TARGET vorin_containers)
+  # A program that only the toolkit runs; it looks for it here from bin/ and lib/.
+  install(TARGETS vorin_containers RUNTIME DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/vorin")
+endif()
 if(TARGET vorin)
   install(TARGETS vorin RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
   # Where each shell looks for completions; the folders differ, and so do the names.

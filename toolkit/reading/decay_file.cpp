@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <optional>
 
 #include "toolkit/reading/decay_columns.hpp"
@@ -169,21 +168,9 @@ namespace {
 
 /// Throws UserError for what is known by its first bytes, but not read.
 void refuseUnread(const FileBytes& file) {
-  struct Kind {
-    std::string_view start;
-    std::string_view sentence;
-  };
-  constexpr std::array<Kind, 4> kinds{{
-      {"\x89HDF\r\n\x1a\n",
-       "this is an HDF5 file, which is not read; write its arrays as .npz or CSV"},
-      {"MATLAB 7", "this is a MATLAB file of version 7.3, which is not read; write it as CSV"},
-      {"MATLAB 5", "this is a MATLAB file, which is not read; write it as CSV"},
-      {"\xD0\xCF\x11\xE0", "this is an old workbook (.xls); save it as .xlsx or CSV"},
-  }};
-  for (const Kind& kind : kinds) {
-    if (file.content.compare(0, kind.start.size(), kind.start) == 0) {
-      throw UserError(fmt::format("{}: {}", file.name, kind.sentence));
-    }
+  if (std::string_view(file.content).starts_with("\xD0\xCF\x11\xE0")) {
+    throw UserError(
+        fmt::format("{}: this is an old workbook (.xls); save it as .xlsx or CSV", file.name));
   }
 }
 
@@ -216,6 +203,9 @@ std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& forma
   const Location location = locationOf(path);
   FileBytes bytes = readFileBytes(location.file);
   if (const ColumnsFound columns = readNumpy({bytes, location.file, format}, location.inner)) {
+    return decaysIn(*columns, format);
+  }
+  if (const ColumnsFound columns = readContainer({bytes, location.file, format}, location.inner)) {
     return decaysIn(*columns, format);
   }
   if (isArchive(bytes.content) && location.file != "-") {

@@ -7,6 +7,9 @@
 #include <cstdlib>
 
 #include "support/child.hpp"
+#ifdef VORIN_READ_CONTAINERS
+#include "support/container_files.hpp"
+#endif
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
@@ -69,6 +72,120 @@ DecayFormatText headerLines(const char* text) {
 }
 DecayFormatText spacing(const char* text, const char* chosen = "") {
   return {chosen, "", "", text};
+}
+
+/// A case whose file a library writes, by `write` at a path.
+template <class Write>
+Case written(const char* what, const Write& write, const DecayFormatText& options = {}) {
+  const TemporaryFolder folder;
+  write(folder / "f");
+  return {what, test::contentOf(folder / "f"), options};
+}
+
+/// HDF5 and MATLAB files; none where they are not read.
+std::vector<Case> containerCases() {
+#ifdef VORIN_READ_CONTAINERS
+  using test::H5;
+  using test::Mat;
+  const std::vector<double> rows{0.001, 5, 0.002, 4};
+  return {
+      written("HDF5, times beside the signal",
+              [](const auto& path) {
+                const H5 file(path);
+                file.group("scan");
+                file.put("scan/time", {1, 2}, {2});
+                file.text("scan/time", "units", "ms");
+                file.put("scan/signal", {5, 4}, {2}, H5T_IEEE_F32BE, true);
+                file.put("scan/gain", {3}, {1});
+              }),
+      written("HDF5, rows of two numbers",
+              [&](const auto& path) {
+                H5(path).put("decay", rows, {2, 2});
+              }),
+      written("HDF5, a table with named columns",
+              [&](const auto& path) { H5(path).pairs("run", "t", "y", rows); }),
+      written("HDF5, complex numbers",
+              [](const auto& path) {
+                const H5 file(path);
+                file.put("TE_us", {1000, 2000}, {2}, H5T_STD_I32LE);
+                file.pairs("z", "r", "i", {5, 1, 4, 1});
+              }),
+      written("MATLAB 5",
+              [](const auto& path) {
+                const Mat file(path, MAT_FT_MAT5);
+                file.put("t", {0.001, 0.002}, 1, true);
+                file.put("signal", {5, 4}, 2, true);
+              }),
+      written("MATLAB 4",
+              [](const auto& path) {
+                const Mat file(path, MAT_FT_MAT4);
+                file.put("A", {0.001, 0.002, 5, 4}, 2);
+              }),
+      written("MATLAB 7.3",
+              [](const auto& path) {
+                const Mat file(path, MAT_FT_MAT73);
+                file.put("tau_ms", {1, 2}, 1);
+                file.put("y", {5, 4}, 1);
+              }),
+  };
+#else
+  return {};
+#endif
+}
+
+/// HDF5 and MATLAB files that are refused.
+std::vector<Case> refusedContainers() {
+#ifdef VORIN_READ_CONTAINERS
+  using test::H5;
+  using test::Mat;
+  return {
+      written("HDF5 of two decays",
+              [](const auto& path) {
+                const H5 file(path);
+                for (const char* group : {"a", "b"}) {
+                  file.group(group);
+                  file.put((std::string(group) + "/t").c_str(), {1, 2}, {2});
+                  file.put((std::string(group) + "/y").c_str(), {5, 4}, {2});
+                }
+              }),
+      written("HDF5, decays as rows",
+              [](const auto& path) {
+                const H5 file(path);
+                file.put("t", {1, 2, 3}, {3});
+                file.put("voxels", {6, 5, 4, 3, 2, 1}, {2, 3});
+              }),
+      written("HDF5, two units",
+              [](const auto& path) {
+                const H5 file(path);
+                file.put("t_us", {1, 2}, {2});
+                file.text("t_us", "units", "ms");
+                file.put("y", {5, 4}, {2});
+              }),
+      written("HDF5, samples alone",
+              [](const auto& path) {
+                H5(path).put("y", {5, 4}, {2});
+              }),
+      written("HDF5, a cube",
+              [](const auto& path) {
+                H5(path).put("y", std::vector<double>(8, 1.0), {2, 2, 2});
+              }),
+      written("HDF5 without arrays", [](const auto& path) { H5(path).group("empty"); }),
+      written("MATLAB, three vectors",
+              [](const auto& path) {
+                const Mat file(path, MAT_FT_MAT5);
+                for (const char* name : {"a", "b", "c"}) {
+                  file.put(name, {5, 4, 3}, 1);
+                }
+              }),
+      {"MATLAB, cut off", written("",
+                                  [](const auto& path) {
+                                    Mat(path, MAT_FT_MAT5).put("y", {5, 4}, 1);
+                                  })
+                              .content.substr(0, 150)},
+  };
+#else
+  return {};
+#endif
 }
 
 /// All of these hold 5 at 1 ms and 4 at 2 ms.
@@ -188,7 +305,7 @@ std::vector<Case> refusedCases() {
       {"gzip that unfolds to much", gzip(zeros(80'000'000))},
       {"damaged archive", std::string("PK\x03\x04\x14\0\6\0", 8)},
       {"an old workbook", "\xD0\xCF\x11\xE0 and more"},
-      {"HDF5", "\x89HDF\r\n\x1a\n and more"},
+      {"damaged HDF5", "\x89HDF\r\n\x1a\n and more"},
       {"an endless line", std::string(1'000'001, '7')},
       {"a GeoSpec map", "[GITData]\nTestType=106\n[Data]\n1\t0\t2\t3\n1\t1\t2\t3\n"},
       {"GeoSpec diffusion", "[GITData]\nTestType=105\n[Data]\n1\t0\t2\t3\n2\t0\t2\t3\n"},
@@ -224,6 +341,10 @@ std::string optionsText(const Case& row) {
 std::string shown(const std::string& content) {
   if (content.starts_with("\x1F\x8B")) {
     return "(packed)";  // the bytes are those of a version of zlib
+  }
+  if (content.size() > 32 && (content.starts_with("\x89HDF") || content.starts_with("MATLAB") ||
+                              content.starts_with(std::string_view("\0\0\0\0", 4)))) {
+    return "(binary)";  // as the libraries of the format write them
   }
   constexpr std::size_t most = 48;
   std::string text = cell(content.substr(0, most));
@@ -283,13 +404,21 @@ std::string refusedRow(const Case& row) {
 
 std::string tables() {
   std::string text = "| what | file | options | what is told |\n| --- | --- | --- | --- |\n";
-  for (const Case& row : readCases()) {
+  std::vector<Case> read = readCases();
+  for (const Case& row : containerCases()) {
+    read.push_back(row);
+  }
+  for (const Case& row : read) {
     text += readRow(row) + "\n";
   }
   text +=
       "\n## What is refused\n\nEach with exit status 2 and one sentence, and nothing is "
       "written.\n\n| what | file | options | sentence |\n| --- | --- | --- | --- |\n";
-  for (const Case& row : refusedCases()) {
+  std::vector<Case> refused = refusedCases();
+  for (const Case& row : refusedContainers()) {
+    refused.push_back(row);
+  }
+  for (const Case& row : refused) {
     text += refusedRow(row) + "\n";
   }
   return text;
