@@ -30,19 +30,25 @@ void addGroup(CLI::App& line, const std::string& heading, Options& options) {
   }
 }
 
-/// The options that change results, as they were given.
-std::string settingsText(const CLI::App& line) {
+constexpr const char* outputGroup = "What is left";
+
+GivenOptions givenOptions(const CLI::App& line) {
   constexpr std::array<std::string_view, 4> others{"--jobs", "--resume", "--keep-going",
                                                    "--no-picture"};
-  std::string text = queryText("VERS");
+  GivenOptions given{queryText("VERS"), {}};
   for (const CLI::Option* option : line.get_options()) {
     const std::string name = option->get_name();
-    if (option->nonpositional() && option->count() > 0 &&
-        std::find(others.begin(), others.end(), name) == others.end()) {
-      text += fmt::format("\n{} {}", name, fmt::join(option->results(), " "));
+    if (!option->nonpositional() || option->count() == 0 ||
+        std::find(others.begin(), others.end(), name) != others.end()) {
+      continue;
+    }
+    const std::string values = fmt::format("{}", fmt::join(option->results(), " "));
+    given.resultText += fmt::format("\n{} {}", name, values);
+    if (option->get_group() != outputGroup) {
+      given.ofInversion.emplace_back(name, values);
     }
   }
-  return text;
+  return given;
 }
 
 constexpr const char* exampleRows =
@@ -51,6 +57,8 @@ constexpr const char* exampleRows =
     "      T2 distribution of an echo train: two columns, seconds and amplitude\n"
     "  vorin invert train.csv --out t2.csv --plot t2.pdf\n"
     "      the same, with the distribution and a picture in files\n"
+    "  vorin invert train.csv --cutoff 33ms --bootstrap 200 --report plug7.pdf\n"
+    "      a report to file: figure, bound and free fluid with intervals, checks, settings\n"
     "  vorin invert recovery.txt --kernel t1-saturation --time-unit ms\n"
     "      T1 from a recovery whose times are in milliseconds\n"
     "  vorin invert train.csv --columns time,re,im --noise quadrature\n"
@@ -74,9 +82,9 @@ Command addInvertCommand(CLI::App& program) {
   addGroup(*line, "What is read", options->input);
   addGroup(*line, "How it is inverted", options->method);
   addGroup(*line, "What is reported", options->measures);
-  addGroup(*line, "What is left", options->output);
+  addGroup(*line, outputGroup, options->output);
   line->footer(exampleRows);
-  return {line, [options, line] { return runInvert(*options, settingsText(*line)); }};
+  return {line, [options, line] { return runInvert(*options, givenOptions(*line)); }};
 }
 
 }  // namespace vorin::toolkit

@@ -118,6 +118,7 @@ struct OutputOptions {
   std::string table;
   std::string plot;
   std::string plotLCurve;
+  std::string report;
   std::string log;
   std::string title;
   std::string amplitudeLabel;
@@ -205,6 +206,7 @@ class InvertOutputs {
   Targets fit_;
   Targets plot_;
   Targets plotLCurve_;
+  Targets report_;
   Targets log_;
   Targets jsonEach_;
   std::filesystem::path jsonOfAll_;
@@ -225,7 +227,13 @@ struct InvertOptions {
   OutputOptions output;
 };
 
-/// Does what the options say. `settings` is a text that is the same for runs whose results are.
-ExitStatus runInvert(const InvertOptions& options, const std::string& settings);
+/// The options as they were given, by name.
+struct GivenOptions {
+  std::string resultText;  ///< all that change files, and the version: the same for equal files
+  std::vector<std::pair<std::string, std::string>> ofInversion;  ///< without what is written where
+};
+
+/// Does what the options say.
+ExitStatus runInvert(const InvertOptions& options, const GivenOptions& given);
 
 }  // namespace vorin::toolkit

@@ -12,6 +12,7 @@
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/json_report.hpp"
 #include "toolkit/writing/picture.hpp"
+#include "toolkit/writing/sample_report.hpp"
 
 namespace vorin::toolkit {
 
@@ -48,9 +49,12 @@ void OutputOptions::addTo(CLI::App& line) {
   addOption(line, "--plot-lcurve", plotLCurve, "FILE.png",
             "Draw the L-curve, its corner and the weight of the result;\n"
             "also FILE.svg, FILE.pdf");
-  addOption(line, "--title", title, "TEXT", "The title of pictures of --plot");
+  addOption(line, "--report", report, "FILE.html",
+            "Write a report of the sample: picture, results, checks of the residual,\n"
+            "settings and versions on paper size; also FILE.pdf");
+  addOption(line, "--title", title, "TEXT", "The title of pictures of --plot and of reports");
   addOption(line, "--amplitude-label", amplitudeLabel, "TEXT",
-            "What the amplitudes in pictures of --plot are called");
+            "What the amplitudes in pictures are called");
   addOption(line, "--size", size, "WIDTHxHEIGHT",
             "The size of pictures of --plot in pixels of 1/96 inch (default 1000x1050)");
   addOption(line, "--dpi", dpi, "N",
@@ -144,7 +148,7 @@ void InvertOutputs::findJournal(const OutputOptions& options) {
   const bool oneJson = !options.json.empty() && jsonEach_.empty() && !jsonToOutput_;
   for (const std::string& name :
        {options.table, oneJson ? options.json : std::string(), options.out, options.fit,
-        options.json, options.plot, options.plotLCurve, options.log}) {
+        options.json, options.report, options.plot, options.plotLCurve, options.log}) {
     if (!name.empty() && name != "-") {
       journal_ = fs::absolute(name + ".unfinished");
       return;
@@ -166,6 +170,7 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
   fit_ = announceEach(options.fit, "--fit", inputs);
   plot_ = announceEach(options.plot, "--plot", inputs);
   plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", inputs);
+  report_ = announceEach(options.report, "--report", inputs);
   log_ = announceEach(options.log, "--log", inputs);
   // One file holds all decays unless its name asks for one each.
   if (options.json.find(stemMark) != std::string::npos) {
@@ -182,6 +187,9 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
   }
   if (!plotLCurve_.empty()) {
     requireGnuplot(options.plotLCurve, "--plot-lcurve");
+  }
+  if (!report_.empty()) {
+    requireReport(options.report, "--report");
   }
 }
 
@@ -201,6 +209,7 @@ DecayOutputs InvertOutputs::outputsOf(std::size_t index, const Inversion& invers
   if (curve) {
     add(plotLCurve_, [&] { return drawLCurve(plotLCurve_[index], scratch, *curve, context.name); });
   }
+  add(report_, [&] { return sampleReport(report_[index], scratch, inversion, context); });
   add(log_, [&] { return contentOf(logIn(scratch)); });
   add(jsonEach_, [&] { return jsonObject(inversion, context) + "\n"; });
   if (!jsonOfAll_.empty() || jsonToOutput_) {
@@ -242,7 +251,8 @@ void InvertOutputs::restore(std::size_t index, BatchRow row, std::string json) {
 }
 
 bool InvertOutputs::written(std::size_t index) const {
-  const std::array<const Targets*, 6> all{&out_, &fit_, &plot_, &plotLCurve_, &log_, &jsonEach_};
+  const std::array<const Targets*, 7> all{&out_,    &fit_, &plot_,    &plotLCurve_,
+                                          &report_, &log_, &jsonEach_};
   return std::all_of(all.begin(), all.end(), [&](const Targets* targets) {
     std::error_code error;
     return targets->empty() || fs::exists((*targets)[index], error);

@@ -100,6 +100,7 @@ struct Run {
   BatchLayout layout;
   std::optional<Distribution> truth;
   PictureStyle picture;
+  std::vector<std::pair<std::string, std::string>> given;  ///< the options of the inversion
 };
 
 void showOne(const Inversion& inversion, const ReportContext& context, bool noPicture) {
@@ -131,6 +132,7 @@ ReportContext contextOf(const Input& input, const Run& run) {
   context.picture = run.picture;
   context.measures = run.layout.measures;
   context.amplitudeUnit = run.calibration.unit;
+  context.settings = run.given;
   return context;
 }
 
@@ -344,13 +346,14 @@ std::string stampsOf(const InvertOptions& options) {
 
 }  // namespace
 
-ExitStatus runInvert(const InvertOptions& options, const std::string& settings) {
+ExitStatus runInvert(const InvertOptions& options, const GivenOptions& given) {
   // Everything that can be wrong is looked at before any work is done.
   Run run;
   run.settings = settingsFrom(options.method);
   run.bandRequest = bootstrapFrom(options.method);
   run.calibration = calibrationFrom(options.measures);
   run.picture = pictureStyle(options.output);
+  run.given = given.ofInversion;
   calibrate(run.calibration, run.settings);
   const std::size_t threads = jobCount(options.output.jobs);
   const bool keepGoing = options.output.keepGoing;
@@ -371,7 +374,7 @@ ExitStatus runInvert(const InvertOptions& options, const std::string& settings) 
   if (inputs.size() == 1 && inputs.front().trouble.empty()) {
     return invertOne(inputs.front(), run, outputs, threads, options.output.noPicture);
   }
-  Batch batch(inputs, run, outputs, settings + stampsOf(options));
+  Batch batch(inputs, run, outputs, given.resultText + stampsOf(options));
   if (options.output.resume) {
     batch.resume();
   }

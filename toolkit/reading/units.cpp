@@ -77,6 +77,32 @@ std::string withShortExponent(std::string text) {
   return text;
 }
 
+/// A text of quantityText() as in print.
+std::string typeset(std::string text) {
+  constexpr std::array<std::string_view, 10> raised{
+      "\xE2\x81\xB0", "\xC2\xB9",     "\xC2\xB2",     "\xC2\xB3",     "\xE2\x81\xB4",
+      "\xE2\x81\xB5", "\xE2\x81\xB6", "\xE2\x81\xB7", "\xE2\x81\xB8", "\xE2\x81\xB9"};
+  const std::size_t blank = text.rfind(' ');
+  std::string number = text.substr(0, blank);
+  std::string unit = blank == std::string::npos ? "" : text.substr(blank);
+  if (const std::size_t e = number.find('e'); e != std::string::npos) {
+    std::string exponent;
+    for (const char c : number.substr(e + 1)) {
+      exponent += c == '-' ? "\xE2\x81\xBB"
+                  : std::isdigit(static_cast<unsigned char>(c)) != 0
+                      ? raised[static_cast<std::size_t>(c - '0')]
+                      : "";
+    }
+    number = number.substr(0, e) + " \xC3\x97 10" + exponent;
+  }
+  if (unit == " us") {
+    unit = " \xC2\xB5s";
+  } else if (const std::size_t square = unit.find("m2"); square != std::string::npos) {
+    unit.replace(square, 2, "m\xC2\xB2");
+  }
+  return number + unit;
+}
+
 }  // namespace
 
 std::string_view quantityName(Quantity quantity) {
@@ -159,7 +185,10 @@ double toSi(double value, double size) {
   return size < 1.0 ? value / std::round(1.0 / size) : value * size;
 }
 
-std::string quantityText(double value, Quantity quantity) {
+std::string quantityText(double value, Quantity quantity, UnitStyle style) {
+  if (style == UnitStyle::typeset) {
+    return typeset(quantityText(value, quantity));
+  }
   if (quantity == Quantity::time) {
     return timeText(value);
   }

@@ -39,9 +39,13 @@ std::string unitList(Quantity quantity);
 /// it, "1ms", "0.5 s", "2e-9". Nothing for anything else.
 std::optional<double> parseQuantity(std::string_view text, Quantity quantity);
 
+/// How units are written: in ASCII for terminals and files ("us", "2.30e-9 m2/s"), or as in print
+/// for pictures and reports ("µs", "2.30 × 10⁻⁹ m²/s").
+enum class UnitStyle { plain, typeset };
+
 /// A value in SI units with three significant places, for reading: "22.9 ms", "2.30e-9 m2/s";
 /// b values have four and are in s/mm2.
-std::string quantityText(double value, Quantity quantity);
+std::string quantityText(double value, Quantity quantity, UnitStyle style = UnitStyle::plain);
 
 /// The unit of an axis whose largest value is `largest`, and SI units in one of it.
 struct AxisUnit {

@@ -238,7 +238,8 @@ set output
       decadeTics("y", inversion.grid1, first, false), yrange);
   constexpr int pictureWidth = 900;
   constexpr int pictureHeight = 900;
-  return runGnuplot(picture, scratch, script, pictureWidth, pictureHeight);
+  return runGnuplot(picture, gnuplotTerminal(picture, pictureWidth, pictureHeight), scratch,
+                    script);
 }
 
 }  // namespace vorin::toolkit

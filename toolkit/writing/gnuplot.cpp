@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -54,6 +55,15 @@ int runIn(const fs::path& folder) {
 }
 
 }  // namespace
+
+void requireGnuplotInstalled(const fs::path& picture, std::string_view option) {
+  if (std::system("command -v gnuplot >/dev/null 2>&1") != 0) {
+    throw UserError(
+        fmt::format("{} {}: gnuplot, which draws the picture, is not installed; install the "
+                    "package gnuplot-nox",
+                    option, picture.string()));
+  }
+}
 
 std::string shortName(const std::string& path) {
   constexpr std::size_t longest = 34;
@@ -113,13 +123,11 @@ std::string scriptQuoted(std::string_view text) {
   return result + "'";
 }
 
-std::string runGnuplot(const fs::path& picture, const PrivateFolder& scratch,
-                       std::string_view script, int width, int height, int dpi, double textScale) {
+std::string runGnuplot(const fs::path& picture, std::string_view terminal,
+                       const PrivateFolder& scratch, std::string_view script) {
   {
     std::ofstream file(scratch.path() / "picture.gp");
-    file << "set terminal " << gnuplotTerminal(picture, width, height, dpi, textScale)
-         << "\nset output 'picture.out'\n"
-         << script;
+    file << "set terminal " << terminal << "\nset output 'picture.out'\n" << script;
   }
   if (const int status = runIn(scratch.path()); status != 0) {
     std::error_code error;

@@ -9,6 +9,9 @@
 
 namespace vorin::toolkit {
 
+/// Throws UserError, which names `option`, unless gnuplot can be run.
+void requireGnuplotInstalled(const std::filesystem::path& picture, std::string_view option);
+
 /// The terminal that draws the kind of `picture` (.png, .svg, .pdf) at a size given in pixels.
 /// Texts are `textScale` times as large as usual. PNG has `dpi` in place of 96 pixels to an inch,
 /// so that it is sharper at the same size.
@@ -21,12 +24,11 @@ std::string shortName(const std::string& path);
 /// `text` inside single quotes of a script, control characters as '?'.
 std::string scriptQuoted(std::string_view text);
 
-/// Runs `script` behind a terminal of this size in `scratch`, and returns the content of the file
-/// it draws. Any number of threads may call, each with a folder of its own. gnuplot is in a
-/// process group of its own, so that Ctrl-C in a terminal does not end it half way. Throws
-/// UserError, which names `picture`, when gnuplot fails.
-std::string runGnuplot(const std::filesystem::path& picture, const PrivateFolder& scratch,
-                       std::string_view script, int width, int height, int dpi = 96,
-                       double textScale = 1.0);
+/// Runs `script` with `terminal` in `scratch`, and returns the content of the file it draws. Any
+/// number of threads may call, each with a folder of its own. gnuplot is in a process group of its
+/// own, so that Ctrl-C in a terminal does not end it half way. Throws UserError, which names
+/// `picture`, when gnuplot fails.
+std::string runGnuplot(const std::filesystem::path& picture, std::string_view terminal,
+                       const PrivateFolder& scratch, std::string_view script);
 
 }  // namespace vorin::toolkit

@@ -22,7 +22,7 @@ namespace {
 std::string meanText(double mean, const AxisUnit& unit, Quantity quantity) {
   return quantity == Quantity::diffusion
              ? fmt::format("{} \xC3\x97 {}", significant(mean / unit.size, 3), unit.name)
-             : quantityText(mean, quantity);
+             : quantityText(mean, quantity, UnitStyle::typeset);
 }
 
 std::string titleText(const Inversion& inversion, const ReportContext& context) {
@@ -48,8 +48,7 @@ void setLabels(PictureContent& content, const ReportContext& context) {
 
 }  // namespace
 
-std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
-                        const Inversion& inversion, const ReportContext& context) {
+PictureContent pictureContent(const Inversion& inversion, const ReportContext& context) {
   const PictureAxes axes =
       pictureAxes(context.kernel, context.decay.time.back(), inversion.distribution.time.back());
   PictureContent content;
@@ -73,7 +72,12 @@ std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
   if (const double mean = logMean(inversion.distribution); !std::isnan(mean)) {
     content.logMean = meanText(mean, axes.grid, gridQuantity(context.kernel));
   }
-  return drawPicture(picture, scratch, content);
+  return content;
+}
+
+std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
+                        const Inversion& inversion, const ReportContext& context) {
+  return drawPicture(picture, scratch, pictureContent(inversion, context));
 }
 
 }  // namespace vorin::toolkit

@@ -10,7 +10,7 @@
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/writing/gnuplot.hpp"
-#include "toolkit/writing/log_tics.hpp"
+#include "toolkit/writing/picture_parts.hpp"
 
 namespace vorin::toolkit {
 
@@ -32,17 +32,6 @@ Axis axisOf(const std::vector<double>& values, double roomBelow, double roomAbov
   // A curve of no height still needs an axis.
   const double length = std::max(std::log(*most / *least), 0.01);
   return {*least * std::exp(-roomBelow * length), *most * std::exp(roomAbove * length)};
-}
-
-std::string ticsText(char axisName, const Axis& axis) {
-  std::string text = fmt::format("set {}tics (", axisName);
-  std::string comma;
-  constexpr double gap = 0.07;  // of the axis: what a label takes
-  for (double value : logTics(axis.from, axis.to, gap)) {
-    text += fmt::format("{}'{:.4g}' {:.10g}", comma, value, value);
-    comma = ", ";
-  }
-  return text + ")\n";
 }
 
 /// The weight beside each point that has room for it. The free side of a falling curve is its
@@ -70,6 +59,9 @@ std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
   }
   return text;
 }
+
+constexpr double gapAcross = 0.09;  // of the axis: what a label takes
+constexpr double gapUp = 0.05;
 
 constexpr std::string_view commonScript = R"(set encoding utf8
 set border 3 lw 1 lc rgb '#404040'
@@ -106,7 +98,8 @@ std::string drawLCurve(const fs::path& picture, const PrivateFolder& scratch, co
   std::string script(commonScript);
   script += fmt::format("set xrange [{:.10g}:{:.10g}]\nset yrange [{:.10g}:{:.10g}]\n", x.from,
                         x.to, y.from, y.to);
-  script += ticsText('x', x) + ticsText('y', y) + labels(curve, x, y);
+  script += logTicsScript('x', x.from, x.to, gapAcross) + logTicsScript('y', y.from, y.to, gapUp) +
+            labels(curve, x, y);
   script += fmt::format(
       "set title {} noenhanced font ',14'\n",
       scriptQuoted(fmt::format("{}: L-curve, weights beside their points", shortName(name))));
@@ -119,7 +112,8 @@ set output
       significant(corner.weight, 3), significant(curve.used.weight, 3));
   constexpr int pictureWidth = 1000;
   constexpr int pictureHeight = 700;
-  return runGnuplot(picture, scratch, script, pictureWidth, pictureHeight);
+  return runGnuplot(picture, gnuplotTerminal(picture, pictureWidth, pictureHeight), scratch,
+                    script);
 }
 
 }  // namespace vorin::toolkit

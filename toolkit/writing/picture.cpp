@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <numeric>
@@ -17,7 +16,7 @@
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/gnuplot.hpp"
-#include "toolkit/writing/log_tics.hpp"
+#include "toolkit/writing/picture_parts.hpp"
 
 namespace vorin::toolkit {
 
@@ -25,89 +24,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// True where the times spread over two decades or more: a linear axis would hide the start.
-bool hasLogAxis(const PictureContent& content) {
-  return content.time.front() > 0.0 && content.time.back() >= 100.0 * content.time.front();
+double largestResidual(const PictureContent& content) {
+  double largest = 0.0;
+  for (std::size_t i = 0; i < content.fit.size(); ++i) {
+    largest = std::max(largest, std::fabs(content.amplitude[i] - content.fit[i]));
+  }
+  return largest;
 }
 
-/// The samples that can be seen: of those which share a narrow column of the picture the ones
-/// with the least and the greatest amplitude and residual. All of them where they are few.
-std::vector<std::size_t> seenSamples(const PictureContent& content) {
-  constexpr std::size_t columns = 2000;
-  constexpr std::size_t few = 4 * columns;
-  const std::vector<double>& t = content.time;
-  std::vector<std::size_t> seen;
-  if (t.size() <= few) {
-    seen.resize(t.size());
-    std::iota(seen.begin(), seen.end(), std::size_t{0});
-    return seen;
-  }
-  const bool logAxis = hasLogAxis(content);
-  const auto place = [&](double time) { return logAxis ? std::log(time) : time; };
-  const double perColumn = (place(t.back()) - place(t.front())) / static_cast<double>(columns);
-  const auto columnOf = [&](std::size_t i) {
-    return static_cast<std::size_t>((place(t[i]) - place(t.front())) / perColumn);
-  };
-  const auto amplitude = [&](std::size_t i) { return content.amplitude[i]; };
-  const auto residual = [&](std::size_t i) {
-    return content.fit.empty() ? 0.0 : content.amplitude[i] - content.fit[i];
-  };
-  for (std::size_t first = 0; first < t.size();) {
-    std::array<std::size_t, 4> kept{first, first, first, first};
-    std::size_t next = first;
-    for (const std::size_t column = columnOf(first); next < t.size() && columnOf(next) == column;
-         ++next) {
-      kept[0] = amplitude(next) < amplitude(kept[0]) ? next : kept[0];
-      kept[1] = amplitude(next) > amplitude(kept[1]) ? next : kept[1];
-      kept[2] = residual(next) < residual(kept[2]) ? next : kept[2];
-      kept[3] = residual(next) > residual(kept[3]) ? next : kept[3];
-    }
-    std::sort(kept.begin(), kept.end());
-    seen.insert(seen.end(), kept.begin(), std::unique(kept.begin(), kept.end()));
-    first = std::max(next, first + 1);
-  }
-  return seen;
+/// Of the axis of a linear decay; a logarithmic one writes powers at its tics.
+AxisPower timePower(const PictureContent& content) {
+  return needsLogAxis(content.time) ? AxisPower{}
+                                    : powerFor(content.time.back() / content.timeUnit);
 }
 
-/// A power of ten by which an axis is divided, so that its labels stay short and of one kind.
-struct Power {
-  double size = 1.0;
-  std::string text;  ///< "10^{9} "; empty for 1
-};
-
-Power powerFor(double largest) {
-  constexpr double shortest = 1e-3;
-  constexpr double longest = 1e5;
-  if (!(largest > 0.0) || !std::isfinite(largest) || (largest >= shortest && largest < longest)) {
-    return {};
-  }
-  const int exponent = 3 * static_cast<int>(std::floor(std::log10(largest) / 3.0));
-  return {std::pow(10.0, exponent), fmt::format("10^{{{}}} \xC3\x97 ", exponent)};
-}
-
-/// A label with its power before it, for gnuplot's enhanced text: its own signs are escaped.
-std::string withPower(const Power& power, std::string_view label) {
-  std::string text;
-  for (const char c : label) {
-    if (std::string_view("^_{}@&~\\").find(c) != std::string_view::npos) {
-      text += '\\';
-    }
-    text += c;
-  }
-  return power.text.empty() ? text : power.text + text;
-}
-
-/// The labelled values of a logarithmic x axis.
-std::string logTicsText(double from, double to) {
-  constexpr double gap = 0.06;  // of the axis: what a label takes
-  std::string text = "set xtics (";
-  for (double value : logTics(from, to, gap)) {
-    text += fmt::format("{}'{:g}' {:.10g}", text.back() == '(' ? "" : ", ", value, value);
-  }
-  return text + ")\n";
-}
-
-Power densityPower(const PictureContent& content) {
+AxisPower densityPower(const PictureContent& content) {
   double largest = largestMagnitude(perDecade(content.distribution));
   if (content.truth) {
     largest = std::max(largest, largestMagnitude(perDecade(*content.truth)));
@@ -119,12 +50,14 @@ Power densityPower(const PictureContent& content) {
 void writeData(const PictureContent& content, const fs::path& folder) {
   std::ofstream decay(folder / "decay.dat");
   const double size = powerFor(largestMagnitude(content.amplitude)).size;
-  for (std::size_t i : seenSamples(content)) {
+  const double residualSize = powerFor(largestResidual(content)).size;
+  const double timeUnit = content.timeUnit * timePower(content).size;
+  for (std::size_t i : seenSamples(content.time, content.amplitude, content.fit)) {
     const double amplitude = content.amplitude[i] / size;
-    decay << fmt::format("{:.8g} {:.8g}", content.time[i] / content.timeUnit, amplitude);
+    decay << fmt::format("{:.8g} {:.8g}", content.time[i] / timeUnit, amplitude);
     if (!content.fit.empty()) {
       decay << fmt::format(" {:.8g} {:.8g}", content.fit[i] / size,
-                           amplitude - content.fit[i] / size);
+                           (content.amplitude[i] - content.fit[i]) / residualSize);
     }
     decay << '\n';
   }
@@ -162,25 +95,23 @@ void writeData(const PictureContent& content, const fs::path& folder) {
   }
 }
 
+constexpr double labelGap = 0.06;  // of the axis: what a label takes
+
 /// The script's settings that all panels share.
 constexpr std::string_view commonScript = R"(set encoding utf8
 set border 3 lw 1 lc rgb '#404040'
 set tics nomirror out scale 0.6 textcolor rgb '#202020'
 set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
-set lmargin at screen 0.13
-set rmargin at screen 0.90
 set key at graph 1, 1.02 right bottom horizontal reverse Left noenhanced samplen 3 width 1
 set autoscale yfix
 set offsets 0, 0, graph 0.03, graph 0.03
-set multiplot
 )";
 
-double largestResidual(const PictureContent& content) {
-  double largest = 0.0;
-  for (std::size_t i = 0; i < content.fit.size(); ++i) {
-    largest = std::max(largest, std::fabs(content.amplitude[i] - content.fit[i]));
-  }
-  return largest;
+/// Where a panel lies: parts of the picture's height, within its place on the page.
+std::string rows(const PicturePlace& place, double bottom, double top) {
+  const double height = place.top - place.bottom;
+  return fmt::format("set tmargin at screen {:.5g}\nset bmargin at screen {:.5g}\n",
+                     place.bottom + top * height, place.bottom + bottom * height);
 }
 
 /// The greatest of 1, 2 and 5 times a power of ten that is not above `limit`.
@@ -191,12 +122,13 @@ double roundStep(double limit) {
 }
 
 /// The panel of the decay and, under it, that of the residual if there is a fit.
-std::string decayPanels(const PictureContent& content) {
+std::string decayPanels(const PictureContent& content, const PicturePlace& place) {
   const std::vector<double>& t = content.time;
-  const double unit = content.timeUnit;
+  const AxisPower powerOfTime = timePower(content);
+  const double unit = content.timeUnit * powerOfTime.size;
   const bool hasFit = !content.fit.empty();
-  const bool logAxis = hasLogAxis(content);
-  const Power power = powerFor(largestMagnitude(content.amplitude));
+  const bool logAxis = needsLogAxis(t);
+  const AxisPower power = powerFor(largestMagnitude(content.amplitude));
   const bool crowded = t.size() > 300;
   std::string script = fmt::format("{} logscale x\n", logAxis ? "set" : "unset");
   script += logAxis
@@ -205,28 +137,32 @@ std::string decayPanels(const PictureContent& content) {
                 : fmt::format("set xrange [{:.6g}:{:.6g}]\n", t.front() / unit, t.back() / unit);
   const std::string points =
       crowded ? "pt 7 ps 0.45 lc rgb '#800072b2'" : "pt 7 ps 0.8 lc rgb '#0072b2'";
-  const std::string axis = fmt::format("set format x '%g'\nset xlabel {} offset 0,0.3\n",
-                                       scriptQuoted(content.timeAxis));
-  script += fmt::format(R"(set tmargin at screen 0.92
-set bmargin at screen {0}
-{1}set ylabel {3}
+  // %g would write some decades in digits and others as powers.
+  constexpr double shortest = 1e-4;
+  constexpr double longest = 1e6;
+  const bool plain = !logAxis || (t.front() / unit >= shortest && t.back() / unit < longest);
+  const std::string axis =
+      fmt::format("set format x '{}'\nset xlabel {} offset 0,0.3\n", plain ? "%g" : "10^{%T}",
+                  scriptQuoted(withPower(powerOfTime, content.timeAxis)));
+  script +=
+      fmt::format(R"({0}{1}set ylabel {3}
 plot 'decay.dat' using 1:2 with points {2} title 'measured')",
-                        hasFit ? "0.625" : "0.495", hasFit ? "set format x ''\n" : axis, points,
-                        scriptQuoted(withPower(power, content.amplitudeLabel)));
+                  rows(place, hasFit ? 0.625 : 0.495, 0.92), hasFit ? "set format x ''\n" : axis,
+                  points, scriptQuoted(withPower(power, content.amplitudeLabel)));
   if (!hasFit) {
     return script + "\nunset title\nset offsets 0, 0, 0, 0\n";
   }
+  const AxisPower residualPower = powerFor(largestResidual(content));
   script += fmt::format(R"(, \
      'decay.dat' using 1:3 with lines lw 2 lc rgb '#d55e00' title 'fit'
 unset title
-set tmargin at screen 0.595
-set bmargin at screen 0.495
-set offsets 0, 0, 0, 0
-{}set ylabel 'residual'
+{}set offsets 0, 0, 0, 0
+{}set ylabel {}
 set ytics autofreq
 )",
-                        axis);
-  const double limit = largestResidual(content) / power.size;
+                        rows(place, 0.495, 0.595), axis,
+                        scriptQuoted(withPower(residualPower, "residual")));
+  const double limit = largestResidual(content) / residualPower.size;
   if (limit > 0.0) {
     script += fmt::format("set yrange [{:.6g}:{:.6g}]\nset ytics {:.6g}\n", -1.15 * limit,
                           1.15 * limit, roundStep(limit));
@@ -237,12 +173,10 @@ set ytics autofreq
   return script;
 }
 
-std::string distributionPanel(const PictureContent& content) {
+std::string distributionPanel(const PictureContent& content, const PicturePlace& place) {
   const std::vector<double>& T = content.distribution.time;
-  std::string script =
-      fmt::format(R"(set tmargin at screen 0.375
-set bmargin at screen 0.075
-set logscale x
+  std::string script = fmt::format(
+      R"({}set logscale x
 set xrange [{:.6g}:{:.6g}]
 set yrange [0:*]
 set format x '%g'
@@ -254,10 +188,10 @@ set y2tics 0,25,100 nomirror
 set y2label 'cumulative (%)'
 set border 11 lw 1 lc rgb '#404040'
 )",
-                  T.front() / content.gridUnit, T.back() / content.gridUnit,
-                  scriptQuoted(content.distributionAxis),
-                  scriptQuoted(withPower(densityPower(content), content.densityLabel)),
-                  logTicsText(T.front() / content.gridUnit, T.back() / content.gridUnit));
+      rows(place, 0.075, 0.375), T.front() / content.gridUnit, T.back() / content.gridUnit,
+      scriptQuoted(content.distributionAxis),
+      scriptQuoted(withPower(densityPower(content), content.densityLabel)),
+      logTicsScript('x', T.front() / content.gridUnit, T.back() / content.gridUnit, labelGap));
   // Without a band the area below the curve is filled, with one the band alone.
   std::string plots =
       content.bandLower.empty()
@@ -289,7 +223,7 @@ set border 11 lw 1 lc rgb '#404040'
     plots += fmt::format(", NaN with lines lw 1.5 dt 4 lc rgb '#d55e00' title 'log mean {}'",
                          content.logMean);
   }
-  return script + plots + "\nunset multiplot\nset output\n";
+  return script + plots + '\n';
 }
 
 /// Texts shrink and grow with the picture, whose margins are parts of it.
@@ -316,24 +250,32 @@ void requireGnuplot(const fs::path& picture, std::string_view option) {
     throw UserError(
         fmt::format("{} {}: the name must end in .png, .svg or .pdf", option, picture.string()));
   }
-  if (std::system("command -v gnuplot >/dev/null 2>&1") != 0) {
-    throw UserError(
-        fmt::format("{} {}: gnuplot, which draws the picture, is not installed; install the "
-                    "package gnuplot-nox",
-                    option, picture.string()));
-  }
+  requireGnuplotInstalled(picture, option);
+}
+
+std::string picturePanels(const fs::path& folder, const PictureContent& content,
+                          const PicturePlace& place) {
+  writeData(content, folder);
+  constexpr double left = 0.13;
+  constexpr double right = 0.90;
+  const double width = place.right - place.left;
+  return fmt::format("{}set lmargin at screen {:.5g}\nset rmargin at screen {:.5g}\n{}{}",
+                     commonScript, place.left + left * width, place.left + right * width,
+                     decayPanels(content, place), distributionPanel(content, place));
 }
 
 std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
                         const PictureContent& content) {
-  writeData(content, scratch.path());
   const std::string script = fmt::format(
-      "{}set title {} noenhanced font ',{:.3g}' offset 0,0.8\n{}{}", commonScript,
+      "set multiplot\nset title {} noenhanced font ',{:.3g}' offset 0,0.8\n{}"
+      "unset multiplot\nset output\n",
       scriptQuoted(content.title),
       titleSize(content) * (picture.extension() == ".svg" ? textScale(content.style) : 1.0),
-      decayPanels(content), distributionPanel(content));
-  return runGnuplot(picture, scratch, script, content.style.width, content.style.height,
-                    content.style.dpi, textScale(content.style));
+      picturePanels(scratch.path(), content, {}));
+  const PictureStyle& style = content.style;
+  return runGnuplot(
+      picture, gnuplotTerminal(picture, style.width, style.height, style.dpi, textScale(style)),
+      scratch, script);
 }
 
 }  // namespace vorin::toolkit

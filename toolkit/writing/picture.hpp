@@ -40,6 +40,23 @@ struct PictureContent {
   std::string logMean;  ///< of the distribution, as text; none leaves out its mark
 };
 
+/// The picture of an inversion.
+PictureContent pictureContent(const Inversion& inversion, const ReportContext& context);
+
+/// A part of a page, in parts of its width and height from the left and from below.
+struct PicturePlace {
+  double left = 0.0;
+  double bottom = 0.0;
+  double right = 1.0;
+  double top = 1.0;
+};
+
+/// Writes the data of `content` to `folder`, and returns the commands that draw it to a place of
+/// a page, which a multiplot is open for; sizes of text are those of the terminal. Without a title
+/// the room for it is left to the page.
+std::string picturePanels(const std::filesystem::path& folder, const PictureContent& content,
+                          const PicturePlace& place);
+
 /// Draws `content`, otherwise as below.
 std::string drawPicture(const std::filesystem::path& picture, const PrivateFolder& scratch,
                         const PictureContent& content);

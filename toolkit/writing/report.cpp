@@ -1,12 +1,10 @@
 #include "toolkit/writing/report.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <numbers>
 #include <string_view>
 
 #include "toolkit/measures/measures.hpp"
@@ -15,6 +13,7 @@
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/reading/units.hpp"
+#include "toolkit/writing/summary_lines.hpp"
 
 namespace vorin::toolkit {
 
@@ -22,55 +21,20 @@ namespace {
 
 using Lines = std::back_insert_iterator<std::string>;
 
+/// A line with its label. What follows in lines of its own is indented below it.
 void line(Lines out, std::string_view label, std::string_view text) {
-  fmt::format_to(out, "  {:<16}{}\n", label, text);
-}
-
-std::string noiseText(const Inversion& inversion) {
-  if (inversion.noiseOrigin != NoiseOrigin::none) {
-    return fmt::format("{} ({})", significant(inversion.noise), originText(inversion.noiseOrigin));
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  fmt::format_to(out, "  {:<16}{}\n", label, text.substr(0, end));
+  if (end < text.size()) {
+    line(out, "", text.substr(end + 1));
   }
-  return "not known";
 }
 
-std::string weightText(const Inversion& inversion) {
-  const std::string weight = significant(inversion.weight);
-  switch (inversion.mode) {
-    case WeightMode::fixed:
-      return inversion.passes == 0
-                 ? fmt::format("{} (given)", weight)
-                 : fmt::format("{} (given), {}", weight,
-                               inversion.passes == 1
-                                   ? "1 pass of the solver"
-                                   : fmt::format("{} passes of the solver", inversion.passes));
-    case WeightMode::corner:
-      return inversion.weight == inversion.cornerWeight
-                 ? fmt::format("{} (corner of the L-curve)", weight)
-                 : fmt::format("{} ({} times that of the L-curve's corner, {})", weight,
-                               significant(inversion.weight / inversion.cornerWeight, 3),
-                               significant(inversion.cornerWeight));
-    case WeightMode::automatic:
-      return fmt::format("{} (chosen from the data)", weight);
-    case WeightMode::noise:
-      break;
+void lines(Lines out, const std::vector<FoundLine>& told) {
+  for (const FoundLine& one : told) {
+    line(out, one.label, one.text);
   }
-  return fmt::format("{} after {} iteration{}", weight, inversion.weightSteps,
-                     inversion.weightSteps == 1 ? "" : "s");
 }
-
-std::string errorText(const Inversion& inversion) {
-  std::string text;
-  if (inversion.mode == WeightMode::noise) {
-    text = fmt::format("wanted {}, ", significant(inversion.wantedError));
-  }
-  return text +
-         fmt::format("reached {}; {} over all samples", significant(inversion.reachedError),
-                     significant(inversion.fitError)) +
-         (inversion.rejected.empty() ? "" : " kept");
-}
-
-/// What piles up at an end of the grid below this share is the decay's offset.
-constexpr double smallShare = 0.01;
 
 /// "(4.10 ms to 4.35 ms)", each end by `text`; nothing without an interval.
 template <class Text>
@@ -82,7 +46,6 @@ std::string intervalText(const Measure& measure, Text text) {
 
 void peakLines(Lines out, const std::vector<MeasuredPeak>& found, Quantity quantity) {
   const auto position = [&](double value) { return quantityText(value, quantity); };
-  double shareAtEnd = 0.0;
   for (const MeasuredPeak& peak : found) {
     line(
         out, &peak == &found.front() ? (found.size() == 1 ? "peak" : "peaks") : "",
@@ -94,11 +57,6 @@ void peakLines(Lines out, const std::vector<MeasuredPeak>& found, Quantity quant
            fmt::format("position{}, share{}, centre{}", intervalText(peak.position, position),
                        intervalText(peak.share, percentText), intervalText(peak.centre, position)));
     }
-    shareAtEnd += peak.atGridEnd ? peak.share.value : 0.0;
-  }
-  if (shareAtEnd > smallShare) {
-    line(out, "note",
-         "a peak is at the end of the grid: take a wider one (--grid) or a longer decay");
   }
 }
 
@@ -132,87 +90,6 @@ void percentileLines(Lines out, const Measures& measures, Quantity quantity) {
   }
 }
 
-std::string kernelText(const ReportContext& context) {
-  return context.kernel == Kernel::matrix ? "matrix " + inOneLine(context.kernelFile)
-                                          : std::string(kernelFormula(context.kernel));
-}
-
-/// What the summary says about the data themselves.
-void dataLines(Lines out, const Inversion& inversion, const ReportContext& context) {
-  const std::vector<double>& t = context.decay.time;
-  const Quantity abscissa = abscissaQuantity(context.kernel);
-  fmt::format_to(out, "{}: {} samples from {} to {}\n", inOneLine(context.name), t.size(),
-                 quantityText(t.front(), abscissa), quantityText(t.back(), abscissa));
-  for (const FoundLine& told : context.found) {
-    line(out, told.label, told.text);
-  }
-  if (context.phase) {
-    const std::string noise = context.decay.quadratureNoise
-                                  ? significant(*context.decay.quadratureNoise)
-                                  : std::string("0");
-    line(out, "phase",
-         fmt::format("complex data turned back by {:.2f} degrees, imaginary noise {}",
-                     *context.phase * 180.0 / std::numbers::pi, noise));
-  }
-  const std::vector<double>& grid = inversion.distribution.time;
-  const Quantity onGrid = gridQuantity(context.kernel);
-  line(out, "kernel",
-       fmt::format("{}, {} {} from {} to {}", kernelText(context), grid.size(),
-                   onGrid == Quantity::time        ? "times"
-                   : onGrid == Quantity::diffusion ? "coefficients"
-                                                   : "values",
-                   quantityText(grid.front(), onGrid), quantityText(grid.back(), onGrid)));
-}
-
-/// "sample 2 lies" or "samples 1, 2 lie", which counts the `places` from 1.
-std::string samplesLie(const std::vector<std::size_t>& places) {
-  std::vector<std::size_t> numbers;
-  std::transform(places.begin(), places.end(), std::back_inserter(numbers),
-                 [](std::size_t place) { return place + 1; });
-  return fmt::format("{} {} {}", places.size() == 1 ? "sample" : "samples",
-                     fmt::join(numbers, ", "), places.size() == 1 ? "lies" : "lie");
-}
-
-/// What the data decided beside noise and weight, and what they hint at.
-void choiceLines(Lines out, const Inversion& inversion, const ReportContext& context) {
-  const std::vector<double>& grid = inversion.distribution.time;
-  const Quantity onGrid = gridQuantity(context.kernel);
-  if (inversion.mode == WeightMode::automatic &&
-      (inversion.firstColumn > 0 || inversion.lastColumn + 1 < grid.size())) {
-    line(out, "support",
-         fmt::format("{} to {}, where the data hold signal",
-                     quantityText(grid[inversion.firstColumn], onGrid),
-                     quantityText(grid[inversion.lastColumn], onGrid)));
-  }
-  if (inversion.offset) {
-    line(out, "baseline", fmt::format("{} beside the curve", significant(*inversion.offset)));
-  }
-  if (inversion.efficiency) {
-    line(out, "efficiency", fmt::format("{:.3f} of the inversion", *inversion.efficiency));
-  }
-  if (!inversion.spoiled.empty()) {
-    line(out, "note",
-         fmt::format("{} off every curve: left out; more by hand (--skip N)",
-                     samplesLie(inversion.spoiled)));
-  }
-  if (!inversion.offCurve.empty()) {
-    line(out, "note",
-         fmt::format("{} off every curve; leave such out by --reject-outliers robust, or --skip N",
-                     samplesLie(inversion.offCurve)));
-  }
-  constexpr double uncertain = 0.15;
-  if (inversion.noiseSpread > uncertain) {
-    line(out, "note",
-         fmt::format("so few samples tell their noise to {:.0f} % only; give it if you know it "
-                     "(--noise)",
-                     100.0 * inversion.noiseSpread));
-  }
-  if (inversion.finding.kind != FindingKind::none &&
-      (succeeded(inversion) || !inversion.finding.fatal())) {
-    line(out, "note", findingText(inversion.finding));
-  }
-}
-
 /// The log mean with its interval and the true one.
 void logMeanLines(Lines out, double mean, const ReportContext& context) {
   const Quantity onGrid = gridQuantity(context.kernel);
@@ -224,7 +101,7 @@ void logMeanLines(Lines out, double mean, const ReportContext& context) {
                      quantityText(context.band->logMeanLower, onGrid),
                      quantityText(context.band->logMeanUpper, onGrid), context.band->replicates));
     if (context.band->intervalTooNarrow) {
-      line(out, "", "too narrow: a broad peak may be several, which noise alone does not show");
+      line(out, "", tooNarrowText());
     }
   }
   if (context.truth) {
@@ -253,45 +130,21 @@ std::string amplitudeText(double amplitude, std::string_view unit) {
   return significant(amplitude) + (unit.empty() ? "" : fmt::format(" {}", unit));
 }
 
-std::string partName(double from, double to, Quantity quantity) {
+std::string partName(double from, double to, Quantity quantity, UnitStyle style) {
   if (!(from > 0.0)) {
-    return "below " + quantityText(to, quantity);
+    return "below " + quantityText(to, quantity, style);
   }
-  return std::isinf(to)
-             ? "above " + quantityText(from, quantity)
-             : fmt::format("{} to {}", quantityText(from, quantity), quantityText(to, quantity));
+  return std::isinf(to) ? "above " + quantityText(from, quantity, style)
+                        : fmt::format("{} to {}", quantityText(from, quantity, style),
+                                      quantityText(to, quantity, style));
 }
 
 std::string summary(const Inversion& inversion, const ReportContext& context) {
   std::string text;
   const Lines out = std::back_inserter(text);
-  dataLines(out, inversion, context);
-  line(out, "status", fmt::format("{} ({})", statusText(inversion), inversion.status));
-  line(out, "noise", noiseText(inversion));
-  if (const std::optional<double> ratio = signalToNoise(inversion, context.decay)) {
-    line(out, "signal to noise", significant(*ratio, 3));
-  }
-  if (inversion.soughtOutliers) {
-    const std::size_t count = inversion.rejected.size();
-    line(out, "outliers",
-         fmt::format("{} of {} samples left out", count == 0 ? "none" : std::to_string(count),
-                     context.decay.time.size()));
-    constexpr std::size_t suspicious = 20;  // one in so many
-    if (count * suspicious > context.decay.time.size()) {
-      line(out, "note",
-           "these are many for outliers; --reject-outliers robust holds samples against another "
-           "fit");
-    }
-  }
-  line(out, "weight", weightText(inversion));
-  line(out, "standard error", errorText(inversion));
-  choiceLines(out, inversion, context);
-  if (inversion.relaxedTarget > 0.0) {
-    line(out, "note",
-         fmt::format("no fit of the binned samples comes closer than {}, which took the place of\n"
-                     "{:18}the noise; first samples off the curve may be the reason (--skip N)",
-                     significant(inversion.relaxedTarget), ""));
-  }
+  fmt::format_to(out, "{}: {}\n", inOneLine(context.name), sampleText(context));
+  lines(out, dataLines(inversion, context));
+  lines(out, inversionLines(inversion, context));
   const Measures measures = measuresOf(inversion, context);
   const auto amplitude = [&](double value) { return amplitudeText(value, context.amplitudeUnit); };
   line(out, "total amplitude",
@@ -305,6 +158,7 @@ std::string summary(const Inversion& inversion, const ReportContext& context) {
   percentileLines(out, measures, gridQuantity(context.kernel));
   partLines(out, measures, context);
   peakLines(out, measures.peaks, gridQuantity(context.kernel));
+  lines(out, measureNotes(measures));
   return text;
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
@@ -12,6 +13,7 @@
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/found.hpp"
+#include "toolkit/reading/units.hpp"
 
 namespace vorin::toolkit {
 
@@ -36,7 +38,10 @@ struct ReportContext {
   MeasureChoice measures{};             ///< which a report gives
   std::string amplitudeUnit{};          ///< of a calibration; empty: that of the data
   PictureStyle picture{};
+  UnitStyle units = UnitStyle::plain;
   std::vector<FoundLine> found{};  ///< what the reader of the file tells
+  /// What the user has set, by name, for the report of a sample.
+  std::vector<std::pair<std::string, std::string>> settings{};
 };
 
 /// The largest magnitude of the decay over the noise, or nothing without a noise.
@@ -46,7 +51,7 @@ std::optional<double> signalToNoise(const Inversion& inversion, const Decay& dec
 std::string amplitudeText(double amplitude, std::string_view unit);
 
 /// What a part between cutoffs is called: "below 3.00 ms", "3.00 ms to 33.0 ms", "above 33.0 ms".
-std::string partName(double from, double to, Quantity quantity);
+std::string partName(double from, double to, Quantity quantity, UnitStyle style = UnitStyle::plain);
 
 /// The summary for the terminal, lines ending in a newline.
 std::string summary(const Inversion& inversion, const ReportContext& context);
