@@ -1,15 +1,20 @@
 #!/usr/bin/env python3
-"""stage.py TARGET: puts the pages of the site together in the folder TARGET.
+"""stage.py TARGET [--without-notebooks]: puts the pages of the site together in the folder TARGET.
+stage.py TARGET --notebooks: only runs the notebooks and puts their pages there.
 
 The pages are those of docs/site, the Markdown of docs/ and the README, cut into its parts, the
 changelog, the manual page and the notebooks. Links are followed to where the pages are then, and
 headers that a page names are put beside them.
 """
 
+import importlib.util
+import os
 import re
 import shutil
 import subprocess
 import sys
+import tempfile
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -17,7 +22,7 @@ DOCS, SITE = ROOT / "docs", ROOT / "docs" / "site"
 README_PAGES = {"README.md": "index.md", "CHANGELOG.md": "changes.md"}
 
 
-def main(target: Path) -> None:
+def main(target: Path, with_notebooks: bool) -> None:
     """Puts all pages into `target`, which is made anew."""
     shutil.rmtree(target, ignore_errors=True)
     shutil.copytree(SITE, target, ignore=shutil.ignore_patterns("*.py", "__pycache__"))
@@ -31,7 +36,7 @@ def main(target: Path) -> None:
     changes = (ROOT / "CHANGELOG.md").read_text(encoding="utf-8")
     write(target / "changes.md", linked(changes.replace("# Changelog", "# Changes", 1), target, ""))
     write(target / "manual.md", manual())
-    write_notebooks(target)
+    write_list_of_notebooks(target, run_notebooks(target) if with_notebooks else [])
     name_links(target)
 
 
@@ -46,8 +51,11 @@ def name_links(target: Path) -> None:
         return match.group(0) if title is None else f"[{title}]({match.group(2)}{match.group(3)})"
 
     for page in pages:
-        write(page, re.sub(r"\[((?:docs/)?\w+\.md)\]\(([\w./]+\.md)((?:#[^)]*)?)\)", named,
-                           page.read_text(encoding="utf-8")))
+        text = page.read_text(encoding="utf-8")
+        for notebook in DOCS.glob("*.ipynb"):  # where it was not run, its place is the list
+            name = notebook.stem if f"{notebook.stem}.md" in titles else "notebooks"
+            text = text.replace(f"[{notebook.name}]({notebook.name})", f"[{name}.md]({name}.md)")
+        write(page, re.sub(r"\[((?:docs/)?\w+\.md)\]\(([\w./]+\.md)((?:#[^)]*)?)\)", named, text))
 
 
 def write(path: Path, text: str) -> None:
@@ -102,27 +110,43 @@ def manual() -> str:
         line.rstrip() for line in lines) + "\n```\n"
 
 
-def write_notebooks(target: Path) -> None:
-    """The notebooks, run, as pages with their pictures; a page that lists them."""
-    notebooks = sorted(DOCS.glob("*.ipynb"))
-    names = []
-    for notebook in notebooks:
-        try:
-            subprocess.run([sys.executable, "-m", "nbconvert", "--to", "markdown", "--execute",
-                            "--output-dir", target, notebook], capture_output=True, text=True,
-                           check=True, cwd=ROOT)
-        except subprocess.CalledProcessError as error:
-            if "No module named" in error.stderr:
-                continue
-            raise SystemExit(f"{notebook}: {error.stderr}") from None
-        names.append(notebook.stem)
-        page = target / f"{notebook.stem}.md"
-        write(page, linked(page.read_text(encoding="utf-8"), target, "../"))
+def run_notebooks(target: Path) -> "list[str]":
+    """The notebooks, run, as pages with their pictures; none where Jupyter is not installed."""
+    if not (importlib.util.find_spec("nbconvert") and importlib.util.find_spec("ipykernel")):
+        return []
+    with tempfile.TemporaryDirectory() as folder, ThreadPoolExecutor() as pool:
+        return list(pool.map(lambda notebook: run_notebook(notebook, Path(folder), target),
+                             sorted(DOCS.glob("*.ipynb"))))
+
+
+def write_list_of_notebooks(target: Path, names: "list[str]") -> None:
+    """The page that lists the notebooks."""
     listed = "\n".join(names)
     write(target / "notebooks.md", "# Notebooks\n\nEach can be opened in Jupyter: they are the "
           f"`.ipynb` files in `docs/`.\n\n```{{toctree}}\n:maxdepth: 1\n\n{listed}\n```\n"
           if names else "# Notebooks\n\nThey are the `.ipynb` files in `docs/`, for Jupyter.\n")
 
 
+def run_notebook(notebook: Path, folder: Path, target: Path) -> str:
+    """Runs a notebook in a copy of its surroundings, where it may leave files; its page's name."""
+    folder = folder / notebook.stem
+    (folder / "docs").mkdir(parents=True)
+    shutil.copytree(ROOT / "hosts" / "sample", folder / "hosts" / "sample")
+    copy = shutil.copy(notebook, folder / "docs")
+    # The notebook's own setting of pictures inside the page holds, not that of the caller.
+    environment = {name: value for name, value in os.environ.items() if name != "MPLBACKEND"}
+    run = subprocess.run([sys.executable, "-m", "nbconvert", "--to", "markdown", "--execute",
+                          "--output-dir", target, copy], capture_output=True, text=True,
+                         check=False, env=environment)
+    if run.returncode != 0:
+        raise SystemExit(f"{notebook.name} does not run:\n{run.stderr}")
+    page = target / f"{notebook.stem}.md"
+    write(page, page.read_text(encoding="utf-8").replace("![png](", "![picture]("))
+    return notebook.stem
+
+
 if __name__ == "__main__":
-    main(Path(sys.argv[1]))
+    if sys.argv[2:] == ["--notebooks"]:
+        Path(sys.argv[1]).mkdir(parents=True, exist_ok=True)
+        sys.exit(0 if run_notebooks(Path(sys.argv[1])) else 77)
+    main(Path(sys.argv[1]), sys.argv[2:] != ["--without-notebooks"])
