@@ -8,7 +8,6 @@
 #include <limits>
 #include <vector>
 
-#include "toolbox/aligned.hpp"
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/views.hpp"
@@ -28,59 +27,6 @@ constexpr double smallestPivot = 8.0 * std::numeric_limits<double>::epsilon();
 // Squared column norms whose roots are far from the limits of single precision.
 constexpr double smallestSquare = 1e-60;
 constexpr double largestSquare = 1e60;
-
-// [K d]'[K d], of n + 1 rows, summed over blocks of rows.
-class ExtendedGram {
- public:
-  ExtendedGram(int n, const float* K, int ldK, const float* d)
-      : n_(n),
-        K_{K, ldK},
-        d_(d),
-        packed_(area((size() + panelRows - 1) / panelRows * panelRows, blockRows)),
-        block_(area(size(), size())),
-        sum_(block_.size()) {}
-
-  int size() const { return n_ + 1; }
-  ColumnMajorView<const double> elements() const { return {sum_.data(), size()}; }
-
-  void add(int firstRow, int rows) {
-    for (int j = 0; j < size(); j += panelRows) {
-      pack(firstRow, rows, j, packed_.data() + area(j, rows));
-    }
-    kernels::table<double>().gramOfSingles(size(), rows, packed_.data(), block_.data());
-    std::transform(sum_.begin(), sum_.end(), block_.begin(), sum_.begin(), std::plus<>());
-  }
-
- private:
-  // The rows of the columns from j on, a panel of them; zeros past the last.
-  void pack(int firstRow, int rows, int j, double* out) const {
-    const float* columns[panelRows] = {};
-    for (int c = 0; c < panelRows && j + c < size(); ++c) {
-      const float* column = j + c < n_ ? K_.column(j + c) : d_;
-      columns[c] = column + firstRow;
-    }
-    if (columns[panelRows - 1] != nullptr) {
-      for (int i = 0; i < rows; ++i) {
-        for (int c = 0; c < panelRows; ++c) {
-          out[i * panelRows + c] = static_cast<double>(columns[c][i]);
-        }
-      }
-      return;
-    }
-    for (int i = 0; i < rows; ++i) {
-      for (int c = 0; c < panelRows; ++c) {
-        out[i * panelRows + c] = columns[c] != nullptr ? static_cast<double>(columns[c][i]) : 0.0;
-      }
-    }
-  }
-
-  int n_;
-  ColumnMajorView<const float> K_;
-  const float* d_;
-  AlignedVector<double> packed_;
-  std::vector<double> block_;
-  std::vector<double> sum_;
-};
 
 // Row by row, the rows of R over all columns and that of d. Row k is what column p of the
 // product has left after the rows before it, p being the column that has most left.
@@ -125,29 +71,86 @@ void factorPivoted(int n, int mostRows, ColumnMajorView<const double> product, P
 
 }  // namespace
 
-bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, PivotedFactor& out) {
-  out = PivotedFactor();
-  if (m < 1 || n < 1) {
-    return false;
-  }
-  ExtendedGram product(n, K, ldK, d);
+ExtendedGram::ExtendedGram(int m, int n, const float* K, int ldK, const float* d)
+    : n_(n),
+      K_(K),
+      ldK_(ldK),
+      d_(d),
+      packed_(area((size() + panelRows - 1) / panelRows * panelRows, blockRows)),
+      block_(area(size(), size())),
+      sum_(block_.size()) {
   for (int r = 0; r < m; r += blockRows) {
-    product.add(r, std::min(blockRows, m - r));
+    add(r, std::min(blockRows, m - r));
   }
-  const ColumnMajorView<const double> elements = product.elements();
+}
+
+const float* ExtendedGram::column(int j) const {
+  return j < n_ ? ColumnMajorView<const float>{K_, ldK_}.column(j) : d_;
+}
+
+void ExtendedGram::add(int firstRow, int rows) {
+  for (int j = 0; j < size(); j += panelRows) {
+    pack(firstRow, rows, j, packed_.data() + area(j, rows));
+  }
+  kernels::table<double>().gramOfSingles(size(), rows, packed_.data(), block_.data());
+  std::transform(sum_.begin(), sum_.end(), block_.begin(), sum_.begin(), std::plus<>());
+}
+
+// The rows of the columns from j on, a panel of them; zeros past the last.
+void ExtendedGram::pack(int firstRow, int rows, int j, double* out) const {
+  const float* columns[panelRows] = {};
+  for (int c = 0; c < panelRows && j + c < size(); ++c) {
+    columns[c] = column(j + c) + firstRow;
+  }
+  if (columns[panelRows - 1] != nullptr) {
+    for (int i = 0; i < rows; ++i) {
+      for (int c = 0; c < panelRows; ++c) {
+        out[i * panelRows + c] = static_cast<double>(columns[c][i]);
+      }
+    }
+    return;
+  }
+  for (int i = 0; i < rows; ++i) {
+    for (int c = 0; c < panelRows; ++c) {
+      out[i * panelRows + c] = columns[c] != nullptr ? static_cast<double>(columns[c][i]) : 0.0;
+    }
+  }
+}
+
+void ExtendedGram::leaveOut(int row) {
+  std::vector<double> elements(length(size()));
+  for (int j = 0; j < size(); ++j) {
+    elements[length(j)] = static_cast<double>(column(j)[row]);
+  }
+  double* sum = sum_.data();
+  for (const double other : elements) {
+    for (const double element : elements) {
+      *sum++ -= element * other;
+    }
+  }
+}
+
+bool ExtendedGram::factor(int mostRows, PivotedFactor& out) const {
+  out = PivotedFactor();
+  const ColumnMajorView<const double> elements{sum_.data(), size()};
   double largest = 0.0;
-  for (int j = 0; j <= n; ++j) {
+  for (int j = 0; j <= n_; ++j) {
     const double square = elements(j, j);
     if (!(square <= largestSquare)) {
       return false;
     }
-    largest = j < n ? std::max(largest, square) : largest;
+    largest = j < n_ ? std::max(largest, square) : largest;
   }
   if (!(largest >= smallestSquare)) {
     return false;
   }
-  factorPivoted(n, std::min(m, n), elements, out);
+  factorPivoted(n_, std::min(mostRows, n_), elements, out);
   return true;
+}
+
+bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, PivotedFactor& out) {
+  out = PivotedFactor();
+  return m >= 1 && n >= 1 && ExtendedGram(m, n, K, ldK, d).factor(m, out);
 }
 
 }  // namespace vorin::reduce

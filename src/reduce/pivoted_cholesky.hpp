@@ -15,6 +15,8 @@
 
 #include <vector>
 
+#include "toolbox/aligned.hpp"
+
 namespace vorin::reduce {
 
 struct PivotedFactor {
@@ -23,9 +25,37 @@ struct PivotedFactor {
   std::vector<double> projected;  ///< rank: Q'd
 };
 
+/// [K d]'[K d] of a kernel and its data, from which rows can be taken away again.
+class ExtendedGram {
+ public:
+  /// Of K (m x n, column-major, leading dimension ldK) and d (m), which stay the caller's and must
+  /// stay as they are.
+  ExtendedGram(int m, int n, const float* K, int ldK, const float* d);
+
+  /// Takes a row away. Its products are exact, so that what is left has the rounding of the whole.
+  void leaveOut(int row);
+
+  /// The factor of the rows that are left, at most `mostRows` of it. False, when a number is not
+  /// finite, and when squares or norms come near an end of the range of their precision.
+  bool factor(int mostRows, PivotedFactor& out) const;
+
+ private:
+  int size() const { return n_ + 1; }
+  const float* column(int j) const;
+  void add(int firstRow, int rows);
+  void pack(int firstRow, int rows, int j, double* out) const;
+
+  int n_;
+  const float* K_;
+  int ldK_;
+  const float* d_;
+  AlignedVector<double> packed_;
+  std::vector<double> block_;
+  std::vector<double> sum_;  ///< (n + 1) x (n + 1), column-major
+};
+
 /// Factors K (m x n, column-major, leading dimension ldK) and projects d (m). False, when there
-/// is nothing to factor, when a number is not finite, and when squares or norms come near an
-/// end of the range of their precision.
+/// is nothing to factor, and as ExtendedGram::factor().
 bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, PivotedFactor& out);
 
 }  // namespace vorin::reduce

@@ -136,6 +136,25 @@ TEST(PivotedCholesky, RowsAreAsNearToSingularVectorsAsThoseOfTheWholeKernel) {
   }
 }
 
+TEST(PivotedCholesky, RowsTakenAwayLeaveTheFactorOfTheOthers) {
+  // Small integers: sums and differences of their products are exact, so the factors are equal.
+  const std::vector<float> K = {1, 2, 3, 4, 5, 0, 1, 0, -1, 7};
+  const std::vector<float> d = {2, 0, 1, 1, 3};
+  const std::vector<float> kernelOfOthers = {1, 3, 4, 0, 0, -1};
+  const std::vector<float> dataOfOthers = {2, 1, 1};
+  vorin::reduce::ExtendedGram product(5, 2, K.data(), 5, d.data());
+  product.leaveOut(1);
+  product.leaveOut(4);
+  vorin::reduce::PivotedFactor left;
+  ASSERT_TRUE(product.factor(3, left));
+  vorin::reduce::PivotedFactor others;
+  ASSERT_TRUE(
+      vorin::reduce::pivotedCholesky(3, 2, kernelOfOthers.data(), 3, dataOfOthers.data(), others));
+  EXPECT_EQ(left.rank, others.rank);
+  EXPECT_EQ(left.transposed, others.transposed);
+  EXPECT_EQ(left.projected, others.projected);
+}
+
 TEST(PivotedCholesky, TheFactorHasTheKernelsProductsAndNoMoreRowsThanItsRank) {
   // Small integers, so that products are exact; the third column is the sum of the others.
   const std::vector<float> K = {1, 2, 3, 4, 0, 1, 0, -1, 1, 3, 3, 3};

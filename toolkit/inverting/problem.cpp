@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cfloat>
-#include <cmath>
 #include <cstddef>
 #include <utility>
 
@@ -16,7 +15,6 @@
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/model/matrix.hpp"
-#include "toolkit/model/median_deviation.hpp"
 
 namespace vorin::toolkit {
 
@@ -187,33 +185,6 @@ ReducedProblem Problem::reductionOf(const std::vector<float>& Y, std::vector<flo
           {reduced.K, reduced.K + rows * ng},
           {reduced.d, reduced.d + rows},
           reduced.rows};
-}
-
-std::vector<std::size_t> Problem::outliers(double threshold) const {
-  const auto nf = static_cast<std::int32_t>(Y_.size());
-  const auto ng = static_cast<std::int32_t>(G_.size());
-  const std::vector<double> A(K_->begin(), K_->end());
-  const std::vector<double> b(Y_.begin(), Y_.end());
-  std::vector<double> x(G_.size());
-  std::int32_t status = 0;
-  plsN_dll(A.data(), nf, ng, b.data(), x.data(), &status);
-  const std::vector<double> fit = fitOf(x);
-  std::vector<double> off(fit.size());
-  std::transform(b.begin(), b.end(), fit.begin(), off.begin(),
-                 [](double datum, double fitted) { return std::fabs(datum - fitted); });
-  constexpr double roundingLevel = 1e-6;  // of data of magnitude 1
-  const double noise = medianDeviation(off);
-  std::vector<std::size_t> found;
-  if (!(noise > roundingLevel)) {
-    return found;  // computed data
-  }
-  const double limit = std::max(threshold * noise, 0.5 * *std::max_element(off.begin(), off.end()));
-  for (std::size_t i = 0; i < off.size(); ++i) {
-    if (off[i] >= limit) {
-      found.push_back(i);
-    }
-  }
-  return found;
 }
 
 }  // namespace vorin::toolkit

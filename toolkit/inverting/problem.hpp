@@ -80,12 +80,8 @@ class Problem {
   /// The d of reduced() for other amplitudes, in the unit of data(); not for compressed rows.
   std::vector<double> reducedData(const std::vector<float>& data) const;
 
-  /// Which of the samples lie off a non-negative fit without a penalty by `threshold` standard
-  /// deviations of the noise or more, numbered as in data(), rising. The noise is that of the
-  /// residual's median magnitude, of which outliers don't make much (Hampel, J. Am. Stat.
-  /// Assoc. 69, 383, 1974). A large outlier pulls the fit off its neighbours, so only those are
-  /// told that are at least half as far off as the farthest.
-  std::vector<std::size_t> outliers(double threshold) const;
+  /// The kernel, samples x grid, column-major.
+  const std::vector<float>& kernel() const { return *K_; }
 
  private:
   ReducedProblem reductionOf(const std::vector<float>& Y, std::vector<float> W,

@@ -14,6 +14,7 @@
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
+#include "toolkit/inverting/outliers.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
@@ -400,6 +401,57 @@ TEST(Outliers, AreFoundAndLeftOutWithEveryReduction) {
     // K f at a sample that was kept and has moved by two places, summed in double and single.
     EXPECT_NEAR(inversion.fit[300], without.fit[298], 1e-3);
   }
+}
+
+// Against fits of all samples that are left, in place of K'K with the others taken away: each round
+// leaves out those at least half as far off as the farthest, and the last finds none.
+TEST(Outliers, AreThoseOfFitsOfAllSamplesThatAreLeft) {
+  Decay decay = train(3);
+  for (std::size_t i = 0; i < decay.amplitude.size(); i += 23) {
+    decay.amplitude[i] += (i % 2 == 0 ? 1.0 : -1.0) * 0.2 * static_cast<double>(i % 31);
+  }
+  const LibraryJob job;
+  const InversionSettings settings = settingsFor(decay);
+  setKeys(settings);
+  const Problem whole(decay, settings);
+  constexpr double threshold = 4.0;
+  const std::size_t columns = settings.grid.size();
+  std::vector<std::size_t> expected;
+  for (bool more = true; more;) {
+    const Problem rest = whole.without(expected);
+    const std::vector<double> K(rest.kernel().begin(), rest.kernel().end());
+    const std::vector<double> d(rest.data().begin(), rest.data().end());
+    std::vector<double> f(columns);
+    std::int32_t status = 0;
+    plsN_dll(K.data(), static_cast<std::int32_t>(d.size()), static_cast<std::int32_t>(columns),
+             d.data(), f.data(), &status);
+    const std::vector<double> fit = rest.fitOf(f);
+    std::vector<double> off(d.size());
+    for (std::size_t i = 0; i < d.size(); ++i) {
+      off[i] = std::fabs(d[i] - fit[i]);
+    }
+    std::vector<double> rising = off;
+    std::sort(rising.begin(), rising.end());
+    constexpr double medianOfNormal = 0.6744897501960817;
+    const double noise = rising[rising.size() / 2] / medianOfNormal;
+    const double limit = std::max(threshold * noise, 0.5 * rising.back());
+    std::vector<std::size_t> next = expected;
+    std::size_t number = 0;
+    for (std::size_t i = 0; i < whole.data().size(); ++i) {
+      if (std::binary_search(expected.begin(), expected.end(), i)) {
+        continue;
+      }
+      if (off[number] >= limit) {
+        next.push_back(i);
+      }
+      ++number;
+    }
+    std::sort(next.begin(), next.end());
+    more = next.size() > expected.size();
+    expected = next;
+  }
+  EXPECT_GT(expected.size(), 20U);
+  EXPECT_EQ(outliers(whole, threshold), expected);
 }
 
 // The library's way: VorinyC5_s with L2MO at 1 and L2NS at the limit.

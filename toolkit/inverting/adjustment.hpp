@@ -1,0 +1,29 @@
+// What is settled before an inversion: a constant and an efficiency that are given or fitted, and
+// the settings by which the choice of the weight sees the data.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "toolkit/inverting/inversion.hpp"
+
+namespace vorin::toolkit {
+
+/// Decay and settings without a given or fitted constant and efficiency.
+struct Adjustment {
+  Adjusted solved;
+  std::optional<double> offset;
+  std::optional<double> efficiency;
+};
+
+/// Fits what `settings` asks for, or takes what it gives.
+Adjustment adjust(const Decay& decay, const InversionSettings& settings);
+
+/// What choose() sees: bins, not compressed rows, which have no order in time. At one weight the
+/// distribution is the same for both.
+InversionSettings uncompressed(const InversionSettings& settings);
+
+/// The kernel of `settings`, by name also where its own matrix has been given.
+Kernel knownKernel(const InversionSettings& settings, const std::vector<double>& time);
+
+}  // namespace vorin::toolkit
