@@ -237,3 +237,32 @@ def test_measures_of_a_result_with_its_bootstrap():
     assert median.interval[0] <= median.interval[1]
     assert result.cumulative()[-1] == pytest.approx(result.total)
     assert result.log_mean < result.mean
+
+
+def test_a_file_system_on_which_nothing_may_run_is_named(tmp_path, monkeypatch):
+    import os
+    import types
+    from vorin import loading
+    flags = types.SimpleNamespace(f_flag=os.ST_NOEXEC | os.ST_RDONLY)
+    monkeypatch.setattr(os, "statvfs", lambda _path: flags)
+    (tmp_path / "libvorin_toolkit.so").write_bytes(b"no library")
+    with pytest.raises(vorin.LibraryNotFound, match="mounted with noexec, .*; install the package"):
+        loading.load(tmp_path / "libvorin_toolkit.so")
+    flags.f_flag = os.ST_RDONLY
+    with pytest.raises(vorin.LibraryNotFound, match="a library built for this machine"):
+        loading.load(tmp_path / "libvorin_toolkit.so")
+
+
+def test_inversions_need_no_home_and_no_temporary_folder(tmp_path):
+    import os
+    import subprocess
+    code = ("import vorin; d = vorin.simulate(seed=1); r = vorin.invert(d); r.bootstrap(20); "
+            "r.lcurve(); vorin.Library().close()")
+    path = os.path.dirname(os.path.dirname(vorin.__file__))
+    # Nobody can make a file in /proc, not even root.
+    run = subprocess.run([sys.executable, "-B", "-c", code], capture_output=True, text=True,
+                         check=False, cwd=tmp_path, env={
+                             "PYTHONPATH": path, "HOME": "/proc", "TMPDIR": "/proc",
+                             "VORIN_LIBRARY": str(vorin.find_library())})
+    assert run.returncode == 0, run.stderr
+    assert not list(tmp_path.iterdir())

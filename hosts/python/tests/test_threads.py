@@ -2,6 +2,7 @@
 
 import functools
 import multiprocessing
+import threading
 from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
@@ -74,11 +75,49 @@ def test_logs_of_threads_do_not_mix(decays, tmp_path):
         assert float(weight) == k + 1.0
 
 
-def test_processes_give_the_same_bits(decays):
+@pytest.mark.parametrize("start", ["fork", "spawn"])
+def test_processes_give_the_same_bits(decays, start):
     expected = [vorin.invert(d.t, d.y) for d in decays[:4]]
-    with multiprocessing.get_context("fork").Pool(2) as pool:
+    with multiprocessing.get_context(start).Pool(2) as pool:
         answers = pool.starmap(_distribution, [(d.t, d.y) for d in decays[:4]])
     assert all(np.array_equal(w.distribution, a) for w, a in zip(expected, answers))
+
+
+def test_a_process_forked_while_threads_invert_gives_the_same_bits(decays):
+    expected = [vorin.invert(d.t, d.y).distribution for d in decays[:4]]
+    done = threading.Event()
+
+    def busy():
+        while not done.is_set():
+            vorin.invert(decays[5].t, decays[5].y)
+
+    threads = [threading.Thread(target=busy) for _ in range(3)]
+    for thread in threads:
+        thread.start()
+    try:
+        with multiprocessing.get_context("fork").Pool(2) as pool:
+            answers = pool.starmap_async(_distribution, [(d.t, d.y) for d in decays[:4]]).get(60)
+    finally:
+        done.set()
+        for thread in threads:
+            thread.join()
+    assert all(np.array_equal(a, b) for a, b in zip(expected, answers))
+
+
+def test_thirty_two_threads_give_the_bits_of_one(decays):
+    jobs = [(k, w) for k in range(len(decays)) for w in (0.1, 1.0, 10.0)]
+    alone = [vorin.invert(decays[k].t, decays[k].y, weight=w) for k, w in jobs]
+    with ThreadPoolExecutor(32) as pool:
+        found = list(pool.map(lambda job: vorin.invert(decays[job[0]].t, decays[job[0]].y,
+                                                       weight=job[1]), jobs))
+    assert found == alone
+
+
+def test_a_result_goes_on_in_another_process(decays):
+    result = vorin.invert(decays[0].t, decays[0].y)
+    with multiprocessing.get_context("fork").Pool(1) as pool:
+        assert pool.apply(vorin.bootstrap, (result, 20)) == result.bootstrap(20)
+        assert pool.apply(vorin.lcurve, (result,)) == result.lcurve()
 
 
 def _distribution(t, y):

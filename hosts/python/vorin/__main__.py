@@ -4,7 +4,7 @@ import os
 import sys
 
 from .errors import LibraryNotFound
-from .loading import find_program, with_runtime
+from .loading import find_program, forbids_programs, with_runtime
 
 
 def main() -> int:
@@ -15,7 +15,9 @@ def main() -> int:
     except LibraryNotFound as error:
         print(f"python -m vorin: {error}", file=sys.stderr)
     except OSError as error:
-        print(f"python -m vorin: {program} can't be run ({error.strerror})", file=sys.stderr)
+        advice = forbids_programs(program)
+        print(f"python -m vorin: {program} can't be run ({error.strerror})"
+              f"{'' if advice is None else f'; {advice}'}", file=sys.stderr)
     return 2
 
 

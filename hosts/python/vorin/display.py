@@ -48,6 +48,11 @@ def _grid_unit(result: "Result") -> Tuple[str, float]:
     return axes.text("grid_unit"), axes.number("grid_unit_size")
 
 
+def _short(value: float) -> str:
+    """Three places, and no exponent where the number stays short without one."""
+    return f"{value:.0f}" if 1e3 <= value < 1e6 else f"{value:.3g}"
+
+
 def _picture(result: "Result") -> str:
     """The amplitude per decade over the logarithm of the grid, as SVG."""
     density = per_decade(result.grid, result.distribution)
@@ -60,7 +65,7 @@ def _picture(result: "Result") -> str:
     y = floor - (floor - 2.0) * density / highest
     points = " ".join(f"{a:.1f},{b:.1f}" for a, b in zip(x, y))
     unit, size = _grid_unit(result)
-    ends = [f"{value / size:.3g} {unit}".rstrip() for value in (result.grid[0], result.grid[-1])]
+    ends = [f"{_short(value / size)} {unit}".rstrip() for value in (result.grid[0], result.grid[-1])]
     return (f'<svg width="{_WIDTH}" height="{_HEIGHT}" viewBox="0 0 {_WIDTH} {_HEIGHT}" '
             f'role="img" aria-label="distribution">'
             f'<polygon points="0,{floor} {points} {_WIDTH},{floor}" fill="#2d5d9b" '

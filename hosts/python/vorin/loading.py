@@ -174,8 +174,21 @@ def load(path: Path) -> ctypes.CDLL:
         _load_runtime()
         return ctypes.CDLL(str(path))
     except OSError as error:
-        raise LibraryNotFound(f"{path}: it can't be loaded ({error}); give the file of a library "
-                              "built for this machine") from error
+        advice = forbids_programs(path) or "give the file of a library built for this machine"
+        raise LibraryNotFound(f"{path}: it can't be loaded ({error}); {advice}") from error
+
+
+def forbids_programs(path: Path) -> Optional[str]:
+    """What to do where no program or library may run from the file system of a file."""
+    flag: int = getattr(os, "ST_NOEXEC", 0)
+    try:
+        forbidden = os.statvfs(path).f_flag & flag
+    except (OSError, AttributeError):  # not on every system
+        return None
+    if not forbidden:
+        return None
+    return ("its file system is mounted with noexec, from which nothing may run; install the "
+            "package elsewhere")
 
 
 def unload(handle: ctypes.CDLL) -> None:
