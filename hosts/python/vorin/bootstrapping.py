@@ -119,6 +119,12 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     -------
     Bootstrap
 
+    References
+    ----------
+    .. [1] B. Efron, Bootstrap methods: another look at the jackknife, Ann. Stat. 7 (1979) 1.
+    .. [2] For b as the estimate of a bias: A. C. Davison, D. V. Hinkley, Bootstrap Methods and
+       their Application, Cambridge 1997, section 2.2.
+
     Examples
     --------
     >>> decay = vorin.simulate(seed=1)
@@ -128,12 +134,6 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     True
     >>> band == vorin.bootstrap(result, 50, seed=7, workers=3)
     True
-
-    References
-    ----------
-    .. [1] B. Efron, Bootstrap methods: another look at the jackknife, Ann. Stat. 7 (1979) 1.
-    .. [2] For b as the estimate of a bias: A. C. Davison, D. V. Hinkley, Bootstrap Methods and
-       their Application, Cambridge 1997, section 2.2.
     """
     settings = Settings(replicates=str(checks.number("n", n, "i")), seed=str(_whole_seed(seed)),
                         threads=worker_count(workers, _MOST_THREADS))

@@ -17,6 +17,13 @@ def log_grid(start: float, stop: float, count: int) -> FloatArray:
 
     Both ends are exact.
 
+    Parameters
+    ----------
+    start, stop : float
+        The ends, above 0.
+    count : int
+        How many values, 2 or more.
+
     Returns
     -------
     numpy.ndarray of shape (count,), float64
@@ -36,6 +43,13 @@ def default_grid(t: FloatArray, kernel: str = "t2") -> FloatArray:
 
     Outside this range the samples do not distinguish a relaxation time from its
     neighbours. For ``kernel="diffusion"`` the range is that of the reciprocals.
+
+    Parameters
+    ----------
+    t : array_like of shape (nf,)
+        Sample times in s, or b-values in s/m^2.
+    kernel : str
+        A name, as of :func:`vorin.invert`.
 
     Returns
     -------

@@ -109,6 +109,13 @@ def invert(
     -------
     Result
 
+    Raises
+    ------
+    InputValueError, InputTypeError
+        For arguments that can't be used; they are a ValueError and a TypeError.
+    LibraryNotFound
+        When there is no shared library; see :func:`vorin.find_toolkit`.
+
     See Also
     --------
     invert_many, lcurve, Result.bootstrap
@@ -123,13 +130,6 @@ def invert(
     ['9 ms', '87 ms']
     >>> bool(abs(result.log_mean / decay.log_mean - 1) < 0.02)
     True
-
-    Raises
-    ------
-    InputValueError, InputTypeError
-        For arguments that can't be used; they are a ValueError and a TypeError.
-    LibraryNotFound
-        When there is no shared library; see :func:`vorin.find_toolkit`.
     """
     options = {"kernel": kernel, "grid": grid, "method": method, "weight": weight,
                "noise": noise, "baseline": baseline,

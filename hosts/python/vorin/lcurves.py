@@ -78,7 +78,13 @@ class LCurve:
         return plot_lcurve(self, path, ax=ax)
 
     def to_dataframe(self) -> Any:
-        """A pandas DataFrame: ``residual_norm`` and ``solution_norm`` by weight."""
+        """The curve as a table.
+
+        Returns
+        -------
+        pandas.DataFrame
+            ``residual_norm`` and ``solution_norm`` by weight.
+        """
         import pandas
 
         return pandas.DataFrame({"residual_norm": self.residual_norms,
@@ -86,7 +92,12 @@ class LCurve:
                                 index=pandas.Index(self.weights, name="weight"))
 
     def to_dict(self) -> Dict[str, Any]:
-        """The fields as plain numbers and lists, for ``json.dumps``."""
+        """The fields as plain numbers and lists, for ``json.dumps``.
+
+        Returns
+        -------
+        dict
+        """
         return {name: value.tolist() if hasattr(value, "tolist") else value
                 for name, value in self.__dict__.items()}
 

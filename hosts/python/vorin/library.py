@@ -287,6 +287,15 @@ class Library:
     def get(self, key: str) -> Union[float, str]:
         """The value of a key: a text where it is a text or a choice, otherwise a number.
 
+        Parameters
+        ----------
+        key : str
+            Four characters at most, in any case.
+
+        Returns
+        -------
+        float or str
+
         Raises
         ------
         InputValueError
@@ -301,7 +310,15 @@ class Library:
         return answer.value
 
     def set(self, key: str, value: Union[float, str]) -> None:
-        """Sets a key to a number or a text. Read-only keys stay as they are."""
+        """Sets a key to a number or a text. Read-only keys stay as they are.
+
+        Parameters
+        ----------
+        key : str
+            Four characters at most, in any case.
+        value : float or str
+            A text for the keys that hold a text or a choice.
+        """
         self.get(key)
         if isinstance(value, str):
             self.VorinSQC("S", key, value)

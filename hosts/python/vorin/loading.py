@@ -116,7 +116,19 @@ def find_library(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
 def find_toolkit(path: Union[str, "os.PathLike[str]", None] = None) -> Path:
     """The file of the toolkit, on which all functions of this package run.
 
-    As :func:`find_library`, with the two environment variables exchanged.
+    Parameters
+    ----------
+    path : path-like, optional
+        As for :func:`find_library`, with the two environment variables exchanged.
+
+    Returns
+    -------
+    pathlib.Path
+
+    Raises
+    ------
+    LibraryNotFound
+        When there is no file at ``path``, or in none of the places.
     """
     return _find(TOOLKIT, path)
 

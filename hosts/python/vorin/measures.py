@@ -106,7 +106,17 @@ def mean(grid: Any, distribution: Any) -> float:
 
 
 def log_mean(grid: Any, distribution: Any) -> float:
-    """exp(sum f ln T / sum f), in the unit of the grid; nan where the total is 0."""
+    """exp(sum f ln T / sum f), in the unit of the grid; nan where the total is 0.
+
+    Parameters
+    ----------
+    grid, distribution : array_like of shape (ng,)
+        The distribution.
+
+    Returns
+    -------
+    float
+    """
     return _measured(grid, distribution, 0.0).number("log_mean")
 
 
@@ -117,6 +127,17 @@ def peaks(grid: Any, distribution: Any, smallest_share: float = 0.005) -> List[P
     of the parabola through the maximum and its neighbours over the logarithm of the grid.
     The amplitude at a minimum between two peaks goes to both in equal parts. A peak on one
     grid value has a width of 0.
+
+    Parameters
+    ----------
+    grid, distribution : array_like of shape (ng,)
+        The distribution.
+    smallest_share : float
+        Peaks that hold less of the total are left out.
+
+    Returns
+    -------
+    list of Peak
     """
     return peaks_of(_measured(grid, distribution, smallest_share))
 

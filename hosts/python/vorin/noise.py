@@ -35,16 +35,16 @@ def difference_noise(t: Any, y: Any) -> Optional[float]:
         In the unit of ``y``; None with fewer than 5 samples after time 0, and where the
         differences vanish, as for computed data.
 
+    References
+    ----------
+    .. [1] T. Gasser, L. Sroka, C. Jennen-Steinmetz, Residual variance and residual pattern
+       in nonlinear regression, Biometrika 73 (1986) 625.
+
     Examples
     --------
     >>> decay = vorin.simulate(noise=0.5, seed=1)
     >>> bool(abs(vorin.difference_noise(decay.t, decay.y) / 0.5 - 1) < 0.06)
     True
-
-    References
-    ----------
-    .. [1] T. Gasser, L. Sroka, C. Jennen-Steinmetz, Residual variance and residual pattern
-       in nonlinear regression, Biometrika 73 (1986) 625.
     """
     times, amplitudes = real_array("t", t), real_array("y", y)
     if times.size != amplitudes.size:

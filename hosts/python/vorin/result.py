@@ -259,6 +259,13 @@ class Result:
     def percentiles(self, *percents: Any, band: Optional[Bootstrap] = None) -> List[Percentile]:
         """The values at and below which ``percents`` (10, 50 and 90) % of the total lie.
 
+        Parameters
+        ----------
+        *percents : float or sequence of float
+            Above 0 and below 100.
+        band : Bootstrap, optional
+            Of this result; adds the 68 % intervals.
+
         Returns
         -------
         list of Percentile
@@ -267,16 +274,36 @@ class Result:
         return measures.percentiles(self.grid, self.distribution, *percents, band=band)
 
     def cumulative(self) -> FloatArray:
-        """The sum of the amplitudes up to and with that of each grid value, of shape (ng,)."""
+        """The sum of the amplitudes up to and with that of each grid value.
+
+        Returns
+        -------
+        numpy.ndarray of shape (ng,)
+        """
         return measures.cumulative(self.grid, self.distribution)
 
     def bootstrap(self, n: int = 200, seed: int = 1, *, workers: Optional[int] = None,
                   progress: Optional[Callable[[int], None]] = None) -> Bootstrap:
-        """How far the result is to be trusted; see :func:`vorin.bootstrap`."""
+        """How far the result is to be trusted; see :func:`vorin.bootstrap`.
+
+        Parameters
+        ----------
+        n, seed, workers, progress
+            As of :func:`vorin.bootstrap`.
+
+        Returns
+        -------
+        Bootstrap
+        """
         return bootstrap(self, n, seed, workers=workers, progress=progress)
 
     def lcurve(self) -> "LCurve":
-        """The L-curve of the inversion; see :func:`vorin.lcurve`."""
+        """The L-curve of the inversion; see :func:`vorin.lcurve`.
+
+        Returns
+        -------
+        LCurve
+        """
         from .lcurves import of_result  # which itself needs results
 
         return of_result(self)
@@ -291,7 +318,17 @@ class Result:
 
     def plot(self, path: Any = None, *, truth: Any = None, band: Optional[Bootstrap] = None,
              title: Optional[str] = None, ax: Any = None) -> Any:
-        """Draws decay and fit, the residual, and the distribution; see :func:`vorin.plot`."""
+        """Draws decay and fit, the residual, and the distribution; see :func:`vorin.plot`.
+
+        Parameters
+        ----------
+        path, truth, band, title, ax
+            As of :func:`vorin.plot`.
+
+        Returns
+        -------
+        matplotlib.figure.Figure or matplotlib.axes.Axes
+        """
         from .plotting import plot  # so that matplotlib is required for pictures only
 
         return plot(self, path, truth=truth, band=band, title=title, ax=ax)
@@ -315,7 +352,17 @@ class Result:
         return plot_decay(self, path, ax=ax)
 
     def plot_residual(self, path: Any = None, *, ax: Any = None) -> "Axes":
-        """Draws y - fit over time. Otherwise as :meth:`plot_decay`."""
+        """Draws y - fit over time.
+
+        Parameters
+        ----------
+        path, ax
+            As of :meth:`plot_decay`.
+
+        Returns
+        -------
+        matplotlib.axes.Axes
+        """
         from .plotting import plot_residual
 
         return plot_residual(self, path, ax=ax)
@@ -324,25 +371,53 @@ class Result:
                           band: Optional[Bootstrap] = None, ax: Any = None) -> "Axes":
         """Draws the amplitude per decade over the logarithm of the grid.
 
-        ``truth`` and ``band`` are those of :func:`vorin.plot`, the rest as for
-        :meth:`plot_decay`.
+        Parameters
+        ----------
+        path, truth, band
+            As of :func:`vorin.plot`.
+        ax : matplotlib.axes.Axes, optional
+            As of :meth:`plot_decay`.
+
+        Returns
+        -------
+        matplotlib.axes.Axes
         """
         from .plotting import plot_distribution
 
         return plot_distribution(self, path, truth=truth, band=band, ax=ax)
 
     def to_dataframe(self) -> Any:
-        """The distribution as a pandas DataFrame: ``amplitude`` and ``cumulative`` by grid value."""
+        """The distribution as a table.
+
+        Returns
+        -------
+        pandas.DataFrame
+            ``amplitude`` and ``cumulative`` by grid value.
+        """
         return distribution_frame(self)
 
     def to_xarray(self) -> Any:
-        """Decay, fit and distribution as an xarray Dataset with the measures as attributes."""
+        """Decay, fit and distribution with the measures as attributes.
+
+        Returns
+        -------
+        xarray.Dataset
+        """
         return dataset(self)
 
     def to_dict(self, band: Optional[Bootstrap] = None) -> Dict[str, Any]:
         """Everything as plain numbers, texts and lists, for ``json.dumps``.
 
         The names are those of the command's JSON output; what is not a number is None.
+
+        Parameters
+        ----------
+        band : Bootstrap, optional
+            Of this result; added under "bootstrap".
+
+        Returns
+        -------
+        dict
         """
         values: Dict[str, Any] = {
             "kernel": self.kernel,

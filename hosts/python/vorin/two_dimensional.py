@@ -315,7 +315,17 @@ class Result2D:
     def plot(self, path: Any = None, *, title: Optional[str] = None, ax: "Axes") -> "Axes": ...
 
     def plot(self, path: Any = None, *, title: Optional[str] = None, ax: Any = None) -> Any:
-        """Draws the map with both projections; see :func:`vorin.plot2d`."""
+        """Draws the map with both projections; see :func:`vorin.plot2d`.
+
+        Parameters
+        ----------
+        path, title, ax
+            As of :func:`vorin.plot2d`.
+
+        Returns
+        -------
+        matplotlib.figure.Figure or matplotlib.axes.Axes
+        """
         from .two_dimensional_plot import plot2d  # so that matplotlib is needed for pictures only
 
         return plot2d(self, path, title=title, ax=ax)
