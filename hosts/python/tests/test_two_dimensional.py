@@ -254,3 +254,33 @@ def test_everything_public_is_described():
         assert inspect.getdoc(getattr(vorin, name)) and name in vorin.__all__
     for parameter in inspect.signature(vorin.invert2d).parameters:
         assert parameter in inspect.getdoc(vorin.invert2d)
+
+
+def test_a_notebook_shows_both_projections_and_the_peaks(result):
+    import xml.etree.ElementTree as xml
+    tree = xml.fromstring(result._repr_html_())
+    lines = [line.attrib["points"].split() for line in tree.iter("polyline")]
+    assert [len(line) for line in lines] == [30, 31]
+    for line, grid, projection in zip(lines, (result.grid1, result.grid2),
+                                      (result.projection1, result.projection2)):
+        height = np.array([102.0 - float(point.split(",")[1]) for point in line])
+        # Both grids are evenly spaced in their logarithm; places are written to a tenth.
+        assert height == pytest.approx(100.0 * projection / projection.max(), abs=0.06)
+    cells = [["".join(cell.itertext()) for cell in row] for row in tree.iter("tr")]
+    assert [name for name, _ in cells].count("peak") == len(result.peaks)
+    # 60 % at T1 = 500 ms and T2 = 300 ms.
+    first = next(value for name, value in cells if name == "peak").split(", ")
+    assert float(first[2].rstrip(" %")) == pytest.approx(60.0, abs=1.0)
+    assert float(first[3].removeprefix("ratio ")) == pytest.approx(5.0 / 3.0, rel=0.05)
+
+
+def test_a_map_as_a_table_and_a_data_set(result):
+    pytest.importorskip("pandas", reason="skipped: pandas is not installed")
+    table = result.to_dataframe()
+    assert np.array_equal(table.to_numpy(), result.distribution)
+    assert np.array_equal(table.index, result.grid1) and np.array_equal(table.columns, result.grid2)
+    pytest.importorskip("xarray", reason="skipped: xarray is not installed")
+    data = result.to_xarray()
+    assert np.allclose(data["D"] - data["fit"], result.residual, rtol=0.0, atol=1e-12)
+    assert np.array_equal(data["distribution"].sum("grid2"), result.distribution.sum(axis=1))
+    assert data["grid2"].attrs["units"] == "s" and data.attrs["total"] == result.total

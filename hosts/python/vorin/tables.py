@@ -10,9 +10,13 @@ from .errors import InputTypeError, InputValueError
 
 if TYPE_CHECKING:
     from .result import Result
+    from .two_dimensional import Result2D
 
 _COLUMNS = ("success", "status", "status_text", "finding", "noise", "signal_to_noise", "weight",
             "standard_error", "fit_error", "total", "log_mean", "mean")
+
+_MAP_NUMBERS = ("success", "status", "status_text", "noise", "weight", "standard_error", "total",
+                "log_mean1", "log_mean2")
 
 
 def to_dataframe(results: Union[Mapping[Any, Any], Iterable[Any]]) -> Any:
@@ -118,6 +122,33 @@ def dataset(result: "Result") -> Any:
         coords={"t": ("t", result.t, {"units": quantity[1], "long_name": quantity[0]}),
                 "grid": ("grid", result.grid, {"units": quantity[2]})})
     values.attrs.update({name: _plain(getattr(result, name)) for name in ("kernel",) + _COLUMNS})
+    return values
+
+
+def map_frame(result: "Result2D") -> Any:
+    """A map as a pandas DataFrame."""
+    import pandas
+
+    return pandas.DataFrame(result.distribution, index=pandas.Index(result.grid1, name="grid1"),
+                            columns=pandas.Index(result.grid2, name="grid2"))
+
+
+def map_dataset(result: "Result2D") -> Any:
+    """Samples, fit and map as an xarray Dataset with the measures as attributes."""
+    import xarray
+
+    units = [("s/m2", "m2/s") if kernel == "diffusion" else ("s", "s")
+             for kernel in result.kernels]
+    values = xarray.Dataset(
+        {"D": (("t1", "t2"), result.D), "fit": (("t1", "t2"), result.fit),
+         "distribution": (("grid1", "grid2"), result.distribution),
+         "projection1": ("grid1", result.projection1),
+         "projection2": ("grid2", result.projection2)},
+        coords={f"{name}{k + 1}": (f"{name}{k + 1}", getattr(result, f"{name}{k + 1}"),
+                                   {"units": units[k][part]})
+                for k in range(2) for part, name in enumerate(("t", "grid"))})
+    values.attrs.update({name: _plain(getattr(result, name)) for name in _MAP_NUMBERS})
+    values.attrs["kernels"] = ", ".join(result.kernels)
     return values
 
 

@@ -12,9 +12,11 @@ from . import checks
 from .arrays import FloatArray, equal_fields, fields_hash
 from .bootstrapping import _whole_seed
 from .data import _numbers, _shaped, real_array
+from .display import map_html
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
 from .options import _text_or_number
+from .tables import map_dataset, map_frame
 from .toolkit import Fields, Settings, address, call, job, named, watched_job
 
 if TYPE_CHECKING:
@@ -201,6 +203,10 @@ class Result2D:
                 f"{self.t2.size} samples, {self.grid1.size} x {self.grid2.size} map: weight "
                 f"{self.weight:.4g}, {self.status_text}>")
 
+    def _repr_html_(self) -> str:
+        """Both projections and a table, which a notebook shows for the name of a result."""
+        return map_html(self)
+
     def __eq__(self, other: object) -> bool:
         return isinstance(other, Result2D) and equal_fields(self, other)
 
@@ -329,6 +335,25 @@ class Result2D:
         from .two_dimensional_plot import plot2d  # so that matplotlib is needed for pictures only
 
         return plot2d(self, path, title=title, ax=ax)
+
+    def to_dataframe(self) -> Any:
+        """The map as a table.
+
+        Returns
+        -------
+        pandas.DataFrame
+            A row for each value of ``grid1``, a column for each of ``grid2``.
+        """
+        return map_frame(self)
+
+    def to_xarray(self) -> Any:
+        """Samples, fit and map with the measures as attributes.
+
+        Returns
+        -------
+        xarray.Dataset
+        """
+        return map_dataset(self)
 
     def to_dict(self) -> Dict[str, Any]:
         """Everything as plain numbers, texts and lists, for ``json.dumps``.
