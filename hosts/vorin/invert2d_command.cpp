@@ -10,6 +10,7 @@
 
 #include "commands.hpp"
 #include "invert_options.hpp"
+#include "picture_options.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/reading/files.hpp"
 #include "toolkit/reading/text.hpp"
@@ -87,6 +88,7 @@ struct Invert2dOptions {
   std::string fit;
   std::string json;
   std::string plot;
+  PictureOptions picture;
 };
 
 /// Everything that is needed before work begins.
@@ -145,6 +147,7 @@ Job jobFrom(const Invert2dOptions& options) {
                                                : fmt::format("{}: {}", job.context.name, sentence));
   }
   job.context.phase = job.map.phase;
+  job.context.picture = pictureStyle(options.picture);
   return job;
 }
 
@@ -264,6 +267,7 @@ Command addInvert2dCommand(CLI::App& program) {
   add("--json", options->json, "FILE|-",
       "Write all results as JSON; - is standard output, which then gets\nnothing else");
   add("--plot", options->plot, "FILE.png", "Draw the map; also FILE.svg, FILE.pdf");
+  options->picture.addTo(*line, "900x900", false);
   return {line, [options] { return runInvert2d(*options); }};
 }
 

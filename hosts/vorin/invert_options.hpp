@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "add_option.hpp"
+#include "picture_options.hpp"
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/measures/bootstrap.hpp"
@@ -26,15 +28,9 @@
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/batch_table.hpp"
 #include "toolkit/writing/report.hpp"
+#include "toolkit/writing/together_picture.hpp"
 
 namespace vorin::toolkit {
-
-/// Adds an option whose value is a word, a number or a name: the help shows `type` for it.
-template <class Value>
-CLI::Option* addOption(CLI::App& line, const std::string& name, Value& value,
-                       const std::string& type, const std::string& text) {
-  return line.add_option(name, value, text)->type_name(type);
-}
 
 /// Adds the options that say how the file of a decay is read.
 void addReadingOptions(CLI::App& line, DecayFormatText& format);
@@ -120,10 +116,8 @@ struct OutputOptions {
   std::string plotLCurve;
   std::string report;
   std::string log;
-  std::string title;
-  std::string amplitudeLabel;
-  std::string size;
-  std::string dpi;
+  std::string together;
+  PictureOptions picture;
   std::string jobs;
   bool keepGoing = false;
   bool resume = false;
@@ -132,9 +126,6 @@ struct OutputOptions {
   void addTo(CLI::App& line);
 };
 
-/// How the pictures look. Throws UserError for bad options.
-PictureStyle pictureStyle(const OutputOptions& options);
-
 /// Where an inversion writes the library's log before it is put in its place.
 std::filesystem::path logIn(const PrivateFolder& scratch);
 
@@ -142,7 +133,8 @@ std::filesystem::path logIn(const PrivateFolder& scratch);
 struct DecayOutputs {
   std::vector<std::pair<std::filesystem::path, std::string>> files;  ///< target and content
   BatchRow row;
-  std::string json;  ///< its object, where a file about all decays has it
+  std::string json;                    ///< its object, where a file about all decays has it
+  std::optional<TogetherCurve> curve;  ///< where one picture has all decays
 };
 
 /// The files that inversions leave: looked at before any work is done, written as soon as
@@ -174,6 +166,9 @@ class InvertOutputs {
   void writeWhole();
   /// The same, unless it has taken much of the time so far.
   void writeWholeAtTimes();
+  /// Draws the picture of all decays that could be inverted, where one is asked for; `context` is
+  /// that of any.
+  void drawAll(const ReportContext& context);
   /// Prints the JSON that goes to standard output.
   void print() const;
 
@@ -194,6 +189,7 @@ class InvertOutputs {
   using Targets = std::vector<std::filesystem::path>;
   Targets announceEach(const std::string& name, std::string_view option,
                        const std::vector<Input>& inputs);
+  void announcePlot(const OutputOptions& options, const std::vector<Input>& inputs);
   void protectInputs(const OutputOptions& options, const InputOptions& input);
   void findJournal(const OutputOptions& options);
   /// All JSON objects that are done.
@@ -211,6 +207,9 @@ class InvertOutputs {
   Targets jsonEach_;
   std::filesystem::path jsonOfAll_;
   std::filesystem::path table_;
+  std::filesystem::path plotOfAll_;
+  Arrangement arrangement_ = Arrangement::overlay;
+  std::vector<std::optional<TogetherCurve>> curves_;
   std::filesystem::path journal_;
   bool jsonToOutput_ = false;
   std::vector<std::string> jsonObjects_;  ///< of those that go into one file; empty: not done

@@ -11,6 +11,7 @@
 #include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/writing/json_report.hpp"
+#include "toolkit/writing/lcurve_picture.hpp"
 #include "toolkit/writing/picture.hpp"
 #include "toolkit/writing/sample_report.hpp"
 
@@ -52,13 +53,10 @@ void OutputOptions::addTo(CLI::App& line) {
   addOption(line, "--report", report, "FILE.html",
             "Write a report of the sample: picture, results, checks of the residual,\n"
             "settings and versions on paper size; also FILE.pdf");
-  addOption(line, "--title", title, "TEXT", "The title of pictures of --plot and of reports");
-  addOption(line, "--amplitude-label", amplitudeLabel, "TEXT",
-            "What the amplitudes in pictures are called");
-  addOption(line, "--size", size, "WIDTHxHEIGHT",
-            "The size of pictures of --plot in pixels of 1/96 inch (default 1000x1050)");
-  addOption(line, "--dpi", dpi, "N",
-            "Pixels to an inch of a PNG of --plot, 48 to 1200 (default 96)");
+  addOption(line, "--together", together, "overlay|stack",
+            "One picture by --plot of all decays: their distributions from one line,\n"
+            "or each above the one before; 24 decays at most");
+  picture.addTo(line, "1000x1050", true);
   addOption(line, "--table", table, "FILE.csv", "Write a row of results for each decay");
   addOption(line, "--log", log, "FILE", "Keep the library's log");
   addOption(line, "--truth", truth, "FILE.csv",
@@ -73,40 +71,6 @@ void OutputOptions::addTo(CLI::App& line) {
   line.add_flag("--resume", resume,
                 "Go on with the batch that the same command began and that was\n"
                 "interrupted");
-}
-
-PictureStyle pictureStyle(const OutputOptions& options) {
-  PictureStyle style;
-  style.title = options.title;
-  style.amplitudeLabel = options.amplitudeLabel;
-  constexpr long long shortest = 300;
-  constexpr long long longest = 5000;
-  if (!options.size.empty()) {
-    const std::size_t cross = std::min(options.size.find('x'), options.size.size());
-    const auto width = parseInteger(options.size.substr(0, cross));
-    const auto height =
-        parseInteger(cross < options.size.size() ? options.size.substr(cross + 1) : "");
-    if (!width || !height || std::min(*width, *height) < shortest ||
-        std::max(*width, *height) > longest) {
-      throw UserError(
-          fmt::format("--size {}: two whole numbers from {} to {} are required, as "
-                      "1000x1050",
-                      inQuotes(options.size), shortest, longest));
-    }
-    style.width = static_cast<int>(*width);
-    style.height = static_cast<int>(*height);
-  }
-  if (!options.dpi.empty()) {
-    constexpr long long coarsest = 48;
-    constexpr long long finest = 1200;
-    const auto dpi = parseInteger(options.dpi);
-    if (!dpi || *dpi < coarsest || *dpi > finest) {
-      throw UserError(fmt::format("--dpi {}: a whole number from {} to {} is required",
-                                  inQuotes(options.dpi), coarsest, finest));
-    }
-    style.dpi = static_cast<int>(*dpi);
-  }
-  return style;
 }
 
 InvertOutputs::Targets InvertOutputs::announceEach(const std::string& name, std::string_view option,
@@ -168,7 +132,7 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
   protectInputs(options, input);
   out_ = announceEach(options.out, "--out", inputs);
   fit_ = announceEach(options.fit, "--fit", inputs);
-  plot_ = announceEach(options.plot, "--plot", inputs);
+  announcePlot(options, inputs);
   plotLCurve_ = announceEach(options.plotLCurve, "--plot-lcurve", inputs);
   report_ = announceEach(options.report, "--report", inputs);
   log_ = announceEach(options.log, "--log", inputs);
@@ -182,7 +146,7 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
     table_ = files_.announce(options.table, "--table");
   }
   findJournal(options);
-  if (!plot_.empty()) {
+  if (!options.plot.empty()) {
     requireGnuplot(options.plot, "--plot");
   }
   if (!plotLCurve_.empty()) {
@@ -191,6 +155,27 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
   if (!report_.empty()) {
     requireReport(options.report, "--report");
   }
+}
+
+void InvertOutputs::announcePlot(const OutputOptions& options, const std::vector<Input>& inputs) {
+  if (options.together.empty()) {
+    plot_ = announceEach(options.plot, "--plot", inputs);
+    return;
+  }
+  if (options.together != "overlay" && options.together != "stack") {
+    throw UserError(
+        fmt::format("--together {}: write overlay or stack", inQuotes(options.together)));
+  }
+  if (options.plot.empty()) {
+    throw UserError("--together: it is about the picture of --plot, which is not asked for");
+  }
+  if (inputs.size() > mostTogether) {
+    throw UserError(fmt::format("--together {}: there are {} decays; one picture shows {} at most",
+                                options.together, inputs.size(), mostTogether));
+  }
+  arrangement_ = options.together == "stack" ? Arrangement::stack : Arrangement::overlay;
+  plotOfAll_ = files_.announce(options.plot, "--plot");
+  curves_.resize(inputs.size());
 }
 
 DecayOutputs InvertOutputs::outputsOf(std::size_t index, const Inversion& inversion,
@@ -207,13 +192,16 @@ DecayOutputs InvertOutputs::outputsOf(std::size_t index, const Inversion& invers
   add(fit_, [&] { return fitCsv(inversion, context); });
   add(plot_, [&] { return drawPicture(plot_[index], scratch, inversion, context); });
   if (curve) {
-    add(plotLCurve_, [&] { return drawLCurve(plotLCurve_[index], scratch, *curve, context.name); });
+    add(plotLCurve_, [&] { return drawLCurve(plotLCurve_[index], scratch, *curve, context); });
   }
   add(report_, [&] { return sampleReport(report_[index], scratch, inversion, context); });
   add(log_, [&] { return contentOf(logIn(scratch)); });
   add(jsonEach_, [&] { return jsonObject(inversion, context) + "\n"; });
   if (!jsonOfAll_.empty() || jsonToOutput_) {
     outputs.json = jsonObject(inversion, context);
+  }
+  if (!plotOfAll_.empty()) {
+    outputs.curve = togetherCurve(inversion, context);
   }
   outputs.row = batchRow(inversion, context);
   return outputs;
@@ -233,7 +221,24 @@ void InvertOutputs::write(std::size_t index, DecayOutputs outputs) {
     files_.write(target, content);
   }
   files_.commit();
+  if (outputs.curve) {
+    curves_[index] = std::move(outputs.curve);
+  }
   restore(index, std::move(outputs.row), std::move(outputs.json));
+}
+
+void InvertOutputs::drawAll(const ReportContext& context) {
+  std::vector<TogetherCurve> done;
+  for (const std::optional<TogetherCurve>& curve : curves_) {
+    if (curve) {
+      done.push_back(*curve);
+    }
+  }
+  if (!done.empty()) {
+    const PrivateFolder scratch;
+    files_.write(plotOfAll_, drawTogether(plotOfAll_, scratch, done, arrangement_, context));
+    files_.commit();
+  }
 }
 
 void InvertOutputs::writeWholeAtTimes() {
@@ -251,6 +256,9 @@ void InvertOutputs::restore(std::size_t index, BatchRow row, std::string json) {
 }
 
 bool InvertOutputs::written(std::size_t index) const {
+  if (!plotOfAll_.empty()) {
+    return false;  // the curves of a decay are in no file
+  }
   const std::array<const Targets*, 7> all{&out_,    &fit_, &plot_,    &plotLCurve_,
                                           &report_, &log_, &jsonEach_};
   return std::all_of(all.begin(), all.end(), [&](const Targets* targets) {

@@ -183,6 +183,7 @@ ExitStatus invertOne(const Input& input, Run& run, InvertOutputs& outputs, std::
   });
   bar.reset();
   outputs.write(0, outputs.outputsOf(0, result.inversion, result.context, result.curve, scratch));
+  outputs.drawAll(result.context);
   outputs.writeWhole();
   outputs.print();
   if (!outputs.takesStandardOutput()) {
@@ -240,6 +241,7 @@ class Batch {
       std::fflush(stdout);
       StopOnSignal::passOn();
     }
+    outputs_.drawAll(contextOf(inputs_.front(), run_));
     if (journal_) {
       journal_->end();
     }
@@ -352,7 +354,7 @@ ExitStatus runInvert(const InvertOptions& options, const GivenOptions& given) {
   run.settings = settingsFrom(options.method);
   run.bandRequest = bootstrapFrom(options.method);
   run.calibration = calibrationFrom(options.measures);
-  run.picture = pictureStyle(options.output);
+  run.picture = pictureStyle(options.output.picture);
   run.given = given.ofInversion;
   calibrate(run.calibration, run.settings);
   const std::size_t threads = jobCount(options.output.jobs);

@@ -82,6 +82,83 @@ TEST(Picture, LabelsOfANarrowGridAndOfGreatAmplitudesStayApart) {
   EXPECT_EQ(picture.find("e+0"), std::string::npos);
 }
 
+TEST(Picture, OfSeveralDecaysHasALegendWithEach) {
+  const TemporaryFolder folder;
+  std::vector<std::string> words{"invert"};
+  for (const char* name : {"a.csv", "b<2>.csv", "c.csv"}) {
+    writeFile(folder / name, contentOf(sampleFile));
+    words.emplace_back(name);
+  }
+  words.insert(words.end(),
+               {"--weight", "1", "--cutoff", "33ms", "--plot", "all.svg", "--together"});
+  std::vector<std::string> overlay = words;
+  overlay.emplace_back("overlay");
+  ASSERT_EQ(runProgram(folder.path(), overlay).status, 0);
+  std::string picture = contentOf(folder / "all.svg");
+  for (const char* text : {">3 decays<", ">a.csv<", ">b&lt;2>.csv<", ">c.csv<", ">cutoff<",
+                           ">amplitude per decade<"}) {
+    EXPECT_NE(picture.find(text), std::string::npos) << text;
+  }
+  std::vector<std::string> stack = words;
+  stack.insert(stack.end(), {"stack", "--title", "Plugs", "--calibrate", "100pu=100"});
+  ASSERT_EQ(runProgram(folder.path(), stack).status, 0);
+  picture = contentOf(folder / "all.svg");
+  EXPECT_NE(picture.find(">Plugs<"), std::string::npos);
+  EXPECT_NE(picture.find(">amplitude per decade (pu), each "), std::string::npos);
+}
+
+TEST(Picture, TogetherNeedsAPictureAndAWord) {
+  const TemporaryFolder folder;
+  const Outcome word =
+      runProgram(folder.path(), {"invert", sampleFile, "--plot", "a.svg", "--together", "both"});
+  EXPECT_EQ(word.status, 2);
+  EXPECT_NE(word.err.find("--together \"both\": write overlay or stack"), std::string::npos);
+  const Outcome none = runProgram(folder.path(), {"invert", sampleFile, "--together", "stack"});
+  EXPECT_EQ(none.status, 2);
+  EXPECT_NE(none.err.find("--plot, which is not asked for"), std::string::npos);
+  EXPECT_FALSE(fs::exists(folder / "a.svg"));
+}
+
+TEST(Picture, OfAnLCurveHasItsTitleUnitAndSize) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(runProgram(folder.path(),
+                       {"invert", sampleFile, "--weight", "1", "--plot-lcurve", "l.svg", "--title",
+                        "Plug 7", "--size", "800x560", "--calibrate", "100pu=100"})
+                .status,
+            0);
+  const std::string picture = contentOf(folder / "l.svg");
+  EXPECT_NE(picture.find(">Plug 7<"), std::string::npos);
+  EXPECT_NE(picture.find("|K f - d| (pu)<"), std::string::npos);
+  EXPECT_NE(picture.find("viewBox=\"0 0 800 560\""), std::string::npos);
+}
+
+TEST(Picture, UnitsAndPowersHaveOneStyle) {
+  const TemporaryFolder folder;
+  std::string rows;
+  for (int i = 0; i < 100; ++i) {
+    rows += fmt::format("{},{}\n", 20000.0 * i, 100.0 * std::exp(-i / 25.0) + (i % 3 - 1));
+  }
+  writeFile(folder / "slow.csv", rows);
+  ASSERT_NE(
+      runProgram(folder.path(), {"invert", "slow.csv", "--noise", "0.8", "--plot", "p.svg"}).status,
+      2);
+  const std::string slow = contentOf(folder / "p.svg");
+  EXPECT_NE(slow.find("time (s) / 10"), std::string::npos);
+  EXPECT_EQ(slow.find(">500000<"), std::string::npos);
+  rows.clear();
+  for (int i = 1; i <= 100; ++i) {
+    rows += fmt::format("{},{}\n", 20e-6 * i, 100.0 * std::exp(-i / 25.0) + (i % 3 - 1));
+  }
+  writeFile(folder / "fast.csv", rows);
+  ASSERT_NE(
+      runProgram(folder.path(), {"invert", "fast.csv", "--noise", "0.8", "--plot", "p.svg"}).status,
+      2);
+  const std::string fast = contentOf(folder / "p.svg");
+  EXPECT_NE(fast.find(">time (\xC2\xB5s)<"), std::string::npos);
+  EXPECT_NE(fast.find(" \xC2\xB5s<"), std::string::npos);  // of the log mean
+  EXPECT_EQ(fast.find(" us<"), std::string::npos);
+}
+
 TEST(Picture, BadSizesAreRefused) {
   const TemporaryFolder folder;
   for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{

@@ -3,13 +3,10 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
-#include <string>
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/model/decay.hpp"
-#include "toolkit/reading/files.hpp"
 
 namespace vorin::toolkit {
 
@@ -34,11 +31,5 @@ struct LCurve {
 /// Throws UserError where these weights are not positive numbers: a first fit without residual or
 /// without signal.
 LCurve lCurve(const Decay& decay, const InversionSettings& settings, const Inversion& inversion);
-
-/// Draws the curve in `scratch` and returns the file's
-/// content; its kind (.png, .svg, .pdf) is that of `picture`, and `name` stands in its title.
-/// Throws UserError when gnuplot fails.
-std::string drawLCurve(const std::filesystem::path& picture, const PrivateFolder& scratch,
-                       const LCurve& curve, const std::string& name);
 
 }  // namespace vorin::toolkit

@@ -86,12 +86,10 @@ std::string typeset(std::string text) {
   std::string number = text.substr(0, blank);
   std::string unit = blank == std::string::npos ? "" : text.substr(blank);
   if (const std::size_t e = number.find('e'); e != std::string::npos) {
-    std::string exponent;
-    for (const char c : number.substr(e + 1)) {
-      exponent += c == '-' ? "\xE2\x81\xBB"
-                  : std::isdigit(static_cast<unsigned char>(c)) != 0
-                      ? raised[static_cast<std::size_t>(c - '0')]
-                      : "";
+    const long long power = parseInteger(number.substr(e + 1)).value_or(0);
+    std::string exponent = power < 0 ? "\xE2\x81\xBB" : "";
+    for (const char c : fmt::format("{}", power < 0 ? -power : power)) {
+      exponent += raised[static_cast<std::size_t>(c - '0')];
     }
     number = number.substr(0, e) + " \xC3\x97 10" + exponent;
   }

@@ -88,7 +88,8 @@ std::string axisTitle(Kernel kernel) {
   const std::string name(gridName(kernel));
   return quantity == Quantity::time || siUnit(quantity).empty()
              ? name
-             : fmt::format("{} ({})", name, siUnit(quantity));
+             : fmt::format("{} ({})", name,
+                           quantity == Quantity::diffusion ? "m\xC2\xB2/s" : siUnit(quantity));
 }
 
 /// Contours of the shading, in a file of their own.
@@ -111,7 +112,7 @@ set surface
 }
 
 /// The lines on which the two times are equal, and 10 and 100 times each other.
-std::string ratioLines(const MapInversion& inversion) {
+std::string ratioLines(const MapInversion& inversion, const Canvas& canvas) {
   const double left = std::log10(inversion.grid2.front());
   const double right = std::log10(inversion.grid2.back());
   const double bottom = std::log10(inversion.grid1.front());
@@ -126,14 +127,14 @@ std::string ratioLines(const MapInversion& inversion) {
     }
     script += fmt::format(
         "set arrow {} from {:.6g},{:.6g} to {:.6g},{:.6g} nohead lw {} dt {} lc rgb '#707070' "
-        "front\nset label {} '{}' at {:.6g},{:.6g} right offset -0.4,0.2 tc rgb '#606060' font "
-        "',10' front\n",
+        "front\nset label {} '{}' at {:.6g},{:.6g} right offset -0.4,0.2 tc rgb '#606060' {} "
+        "front\n",
         index + 1, from, from + decades, to, to + decades, decades == 0 ? 1.4 : 0.9,
         decades == 0 ? 1 : 2, index + 1,
         decades == 0   ? "1"
         : decades == 1 ? "10"
                        : "100",
-        to, to + decades);
+        to, to + decades, canvas.font(10.0));
     ++index;
   }
   return script;
@@ -151,6 +152,7 @@ unset colorbox
 
 std::string drawMap(const fs::path& picture, const ScratchFolder& scratch,
                     const MapInversion& inversion, const MapContext& context) {
+  const Canvas canvas(picture, context.picture, {900, 900});
   const MapView map{inversion.grid1, inversion.grid2, inversion.distribution};
   writeMap(inversion);
   writeProjection("projection1.dat", inversion.grid1, projection1(map));
@@ -172,7 +174,6 @@ std::string drawMap(const fs::path& picture, const ScratchFolder& scratch,
                   std::log10(inversion.grid1.back()));
   const Quantity first = gridQuantity(context.kernel1);
   const Quantity second = gridQuantity(context.kernel2);
-  constexpr std::size_t longestName = 50;
   std::string script(scriptHead);
   if (largest > 0.0) {
     script += contourScript(largest);
@@ -191,17 +192,23 @@ set cbrange [0:{:.7g}]
                         scriptQuoted(axisTitle(context.kernel2)),
                         scriptQuoted(axisTitle(context.kernel1)), largest > 0.0 ? largest : 1.0);
   if (bothAreTimes(context)) {
-    script += ratioLines(inversion);
+    script += ratioLines(inversion, canvas);
   }
   script += "plot 'map.dat' using 1:2:3 with image pixels";
   if (largest > 0.0) {
     script += ", 'contours.dat' using 1:2 with lines lw 0.8 lc rgb '#12345a'";
   }
   if (!peaks.empty()) {
-    script +=
+    script += fmt::format(
         ", 'peaks.dat' using 1:2 with points pt 2 ps 1.1 lw 2 lc rgb '#c8500a'"
-        ", '' using 1:2:3 with labels left offset 1,0.9 tc rgb '#a03c00' font ',11'";
+        ", '' using 1:2:3 with labels left offset 1,0.9 tc rgb '#a03c00' {}",
+        canvas.font(11.0));
   }
+  const std::string title = context.picture.title.empty()
+                                ? fmt::format("{}: weight {}{}", shortName(context.name),
+                                              significant(inversion.weight, 3),
+                                              succeeded(inversion) ? "" : " (unsuccessful)")
+                                : context.picture.title;
   // Projections beside the map: on top over the second axis, at the right over the first.
   script += fmt::format(
       R"(
@@ -217,7 +224,7 @@ unset xlabel
 unset ylabel
 unset ytics
 {}set yrange [0:*]
-set title {} noenhanced font ',13' offset 0,0.3
+set title {} noenhanced {} offset 0,0.3
 plot 'projection2.dat' using 1:2 with filledcurves y1=0 fs solid 0.35 noborder lc rgb '#5a9bcb', '' using 1:2 with lines lw 1.6 lc rgb '#21639f'
 unset title
 set border 2
@@ -231,15 +238,9 @@ plot 'projection1.dat' using 2:1 with filledcurves x1=0 fs solid 0.35 noborder l
 unset multiplot
 set output
 )",
-      decadeTics("x", inversion.grid2, second, false),
-      scriptQuoted(fmt::format("{:.{}}: weight {}{}", fs::path(context.name).filename().string(),
-                               longestName, significant(inversion.weight, 3),
-                               succeeded(inversion) ? "" : " (unsuccessful)")),
+      decadeTics("x", inversion.grid2, second, false), scriptQuoted(title), canvas.titleFont(title),
       decadeTics("y", inversion.grid1, first, false), yrange);
-  constexpr int pictureWidth = 900;
-  constexpr int pictureHeight = 900;
-  return runGnuplot(picture, gnuplotTerminal(picture, pictureWidth, pictureHeight), scratch,
-                    script);
+  return runGnuplot(picture, canvas.terminal(), scratch, script);
 }
 
 }  // namespace vorin::toolkit

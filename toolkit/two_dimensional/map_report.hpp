@@ -8,6 +8,7 @@
 #include "toolkit/two_dimensional/map_bootstrap.hpp"
 #include "toolkit/two_dimensional/map_inversion.hpp"
 #include "toolkit/two_dimensional/map_measures.hpp"
+#include "toolkit/writing/picture_style.hpp"
 
 namespace vorin::toolkit {
 
@@ -21,6 +22,7 @@ struct MapContext {
   std::optional<double> phase;  ///< radians
   std::vector<MapRegion> regions;
   std::optional<MapBootstrap> bootstrap;
+  PictureStyle picture;
 };
 
 /// True when both axes are times, so that the ratio of positions is one of relaxation times.

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -87,26 +88,44 @@ std::string shortName(const std::string& path) {
   return name.substr(0, first) + ".." + name.substr(last);
 }
 
-std::string gnuplotTerminal(const fs::path& picture, int width, int height, int dpi,
-                            double textScale) {
-  const std::string kind = picture.extension().string();
-  if (kind == ".svg") {
+Canvas::Canvas(const fs::path& picture, const PictureStyle& style, PictureSize usual)
+    : kind_(picture.extension().string()),
+      size_(style.size.value_or(usual)),
+      dpi_(style.dpi),
+      textScale_(std::min(static_cast<double>(size_.width) / usual.width,
+                          static_cast<double>(size_.height) / usual.height)) {}
+
+std::string Canvas::terminal() const {
+  if (kind_ == ".svg") {
     // Its fontscale leaves margins as they are, and texts outside of them are not drawn.
     constexpr double svgSize = 15.0;
-    return fmt::format("svg size {},{} dynamic background 'white' font 'DejaVu Sans,{:.4g}'", width,
-                       height, svgSize * textScale);
+    return fmt::format("svg size {},{} dynamic background 'white' font 'DejaVu Sans,{:.4g}'",
+                       size_.width, size_.height, svgSize * textScale_);
   }
-  if (kind == ".pdf") {
+  if (kind_ == ".pdf") {
     constexpr double perCentimetre = 50.0;
     return fmt::format("pdfcairo size {:.4g}cm,{:.4g}cm font 'DejaVu Sans,11' fontscale {:.4g}",
-                       width / perCentimetre, height / perCentimetre, textScale);
+                       size_.width / perCentimetre, size_.height / perCentimetre, textScale_);
   }
   constexpr double usual = 96.0;
-  const double scale = dpi / usual;
+  const double scale = dpi_ / usual;
   return fmt::format(
       "pngcairo size {:.0f},{:.0f} font 'DejaVu Sans,12' fontscale {:.4g} linewidth {:.4g} "
       "pointscale {:.4g}",
-      width * scale, height * scale, textScale * scale, scale, scale);
+      size_.width * scale, size_.height * scale, textScale_ * scale, scale, scale);
+}
+
+std::string Canvas::font(double points) const {
+  // Other terminals scale the sizes of a script themselves.
+  return fmt::format("font ',{:.3g}'", points * (kind_ == ".svg" ? textScale_ : 1.0));
+}
+
+std::string Canvas::titleFont(std::string_view title) const {
+  constexpr double usual = 15.0;
+  constexpr double smallest = 4.0;
+  constexpr double widthOfLetter = 0.9;  // pixels for each point of the size, on average
+  const double letters = std::max(1.0, static_cast<double>(title.size()));
+  return font(std::clamp(size_.width / textScale_ / (letters * widthOfLetter), smallest, usual));
 }
 
 std::string scriptQuoted(std::string_view text) {
@@ -123,11 +142,36 @@ std::string scriptQuoted(std::string_view text) {
   return result + "'";
 }
 
+namespace {
+
+/// `script` without characters that the font of the pictures may not have, which the PDF terminal
+/// would draw as boxes of the size of the page. U+FFFD takes their place.
+std::string withKnownLetters(std::string_view script) {
+  std::string result;
+  for (std::size_t at = 0; at < script.size();) {
+    std::size_t end = at + 1;
+    while (end < script.size() && (static_cast<unsigned char>(script[end]) & 0xC0U) == 0x80U) {
+      ++end;
+    }
+    const std::string_view letter = script.substr(at, end - at);
+    // As bytes of UTF-8: up to Arabic (U+06FF), and from U+1E00 to U+27BF Latin with marks, Greek,
+    // punctuation, powers, arrows, mathematics and symbols.
+    const bool known = letter.size() == 1 || (letter.size() == 2 && letter < "\xDC") ||
+                       (letter.size() == 3 && letter >= "\xE1\xB8\x80" && letter < "\xE2\x9F");
+    result += known ? letter : "\xEF\xBF\xBD";
+    at = end;
+  }
+  return result;
+}
+
+}  // namespace
+
 std::string runGnuplot(const fs::path& picture, std::string_view terminal,
                        const PrivateFolder& scratch, std::string_view script) {
   {
     std::ofstream file(scratch.path() / "picture.gp");
-    file << "set terminal " << terminal << "\nset output 'picture.out'\n" << script;
+    file << "set terminal " << terminal << "\nset output 'picture.out'\n"
+         << (terminal.starts_with("pdf") ? withKnownLetters(script) : std::string(script));
   }
   if (const int status = runIn(scratch.path()); status != 0) {
     std::error_code error;

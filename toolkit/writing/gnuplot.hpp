@@ -6,17 +6,33 @@
 #include <string_view>
 
 #include "toolkit/reading/files.hpp"
+#include "toolkit/writing/picture_style.hpp"
 
 namespace vorin::toolkit {
 
 /// Throws UserError, which names `option`, unless gnuplot can be run.
 void requireGnuplotInstalled(const std::filesystem::path& picture, std::string_view option);
 
-/// The terminal that draws the kind of `picture` (.png, .svg, .pdf) at a size given in pixels.
-/// Texts are `textScale` times as large as usual. PNG has `dpi` in place of 96 pixels to an inch,
-/// so that it is sharper at the same size.
-std::string gnuplotTerminal(const std::filesystem::path& picture, int width, int height,
-                            int dpi = 96, double textScale = 1.0);
+/// What a picture is drawn on: a kind of file (.png, .svg, .pdf, by the name of `picture`) of a
+/// size, `usual` unless the style has another. Texts grow and shrink with the size, and PNG has the
+/// style's pixels to an inch, so that it is sharper at the same size.
+class Canvas {
+ public:
+  Canvas(const std::filesystem::path& picture, const PictureStyle& style, PictureSize usual);
+
+  /// For runGnuplot().
+  std::string terminal() const;
+  /// "font ',10'" for a text of another size than that of the labels.
+  std::string font(double points) const;
+  /// The same for a title; a long one is smaller, so that it does not reach past the edge.
+  std::string titleFont(std::string_view title) const;
+
+ private:
+  std::string kind_;
+  PictureSize size_;
+  int dpi_;
+  double textScale_;
+};
 
 /// The file name of `path` for a title: at most 34 characters, of a longer one both ends.
 std::string shortName(const std::string& path);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/reading/numbers.hpp"
@@ -34,19 +35,19 @@ std::string titleText(const Inversion& inversion, const ReportContext& context) 
          (succeeded(inversion) ? "" : fmt::format(" (unsuccessful, status {})", inversion.status));
 }
 
-/// The labels of the amplitude axes.
-void setLabels(PictureContent& content, const ReportContext& context) {
+}  // namespace
+
+AmplitudeLabels amplitudeLabels(const ReportContext& context) {
   const std::string& own = context.picture.amplitudeLabel;
   if (!own.empty()) {
-    content.amplitudeLabel = own;
-    content.densityLabel = own + " per decade";
-  } else if (!context.amplitudeUnit.empty()) {
-    content.amplitudeLabel = fmt::format("amplitude ({})", context.amplitudeUnit);
-    content.densityLabel = fmt::format("amplitude per decade ({})", context.amplitudeUnit);
+    return {own, own + " per decade"};
   }
+  if (!context.amplitudeUnit.empty()) {
+    return {fmt::format("amplitude ({})", context.amplitudeUnit),
+            fmt::format("amplitude per decade ({})", context.amplitudeUnit)};
+  }
+  return {"amplitude (unit of the data)", "amplitude per decade"};
 }
-
-}  // namespace
 
 PictureContent pictureContent(const Inversion& inversion, const ReportContext& context) {
   const PictureAxes axes =
@@ -64,7 +65,9 @@ PictureContent pictureContent(const Inversion& inversion, const ReportContext& c
   }
   content.cutoffs = context.measures.cutoffs;
   content.style = context.picture;
-  setLabels(content, context);
+  AmplitudeLabels labels = amplitudeLabels(context);
+  content.amplitudeLabel = std::move(labels.amplitude);
+  content.densityLabel = std::move(labels.density);
   content.timeUnit = axes.abscissa.size;
   content.gridUnit = axes.grid.size;
   content.timeAxis = axes.abscissaLabel;

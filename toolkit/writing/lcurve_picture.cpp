@@ -1,4 +1,5 @@
-// The picture of an L-curve.
+#include "toolkit/writing/lcurve_picture.hpp"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <iterator>
 #include <utility>
 
-#include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/writing/gnuplot.hpp"
 #include "toolkit/writing/picture_parts.hpp"
@@ -36,7 +36,7 @@ Axis axisOf(const std::vector<double>& values, double roomBelow, double roomAbov
 
 /// The weight beside each point that has room for it. The free side of a falling curve is its
 /// upper right. A label that would cover an earlier one or the key is omitted.
-std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
+std::string labels(const LCurve& curve, const Axis& x, const Axis& y, const Canvas& canvas) {
   constexpr double pictureWidth = 0.10;
   constexpr double pictureHeight = 0.045;
   const auto placeOf = [&](const LCurvePoint& point) {
@@ -53,8 +53,8 @@ std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
     if (free) {
       placed.push_back(placeOf(point));
       text += fmt::format(
-          "set label '{}' at {:.10g},{:.10g} left offset 0.7,0.6 font ',10' tc rgb '#505050'\n",
-          significant(point.weight, 3), point.residualNorm, point.solutionNorm);
+          "set label '{}' at {:.10g},{:.10g} left offset 0.7,0.6 {} tc rgb '#505050'\n",
+          significant(point.weight, 3), point.residualNorm, point.solutionNorm, canvas.font(10.0));
     }
   }
   return text;
@@ -63,20 +63,22 @@ std::string labels(const LCurve& curve, const Axis& x, const Axis& y) {
 constexpr double gapAcross = 0.09;  // of the axis: what a label takes
 constexpr double gapUp = 0.05;
 
-constexpr std::string_view commonScript = R"(set encoding utf8
-set border 3 lw 1 lc rgb '#404040'
-set logscale xy
-set tics nomirror out scale 0.6 textcolor rgb '#202020'
-set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
+constexpr std::string_view curveScript = R"(set logscale xy
 set key at graph 1, 0.99 right top reverse Left noenhanced samplen 2 width 1 spacing 1.2
-set xlabel 'norm of the residual, |K f - d| (unit of the data)'
-set ylabel 'norm of the distribution, |f| (unit of the data)'
 )";
+
+/// What the norms are in, behind their names.
+std::string normUnit(const ReportContext& context) {
+  const std::string& own = context.picture.amplitudeLabel;
+  return !own.empty()                     ? ": " + own
+         : !context.amplitudeUnit.empty() ? fmt::format(" ({})", context.amplitudeUnit)
+                                          : " (unit of the data)";
+}
 
 }  // namespace
 
 std::string drawLCurve(const fs::path& picture, const PrivateFolder& scratch, const LCurve& curve,
-                       const std::string& name) {
+                       const ReportContext& context) {
   std::vector<double> residualNorms{curve.used.residualNorm};
   std::vector<double> solutionNorms{curve.used.solutionNorm};
   std::string rows;
@@ -95,14 +97,22 @@ std::string drawLCurve(const fs::path& picture, const PrivateFolder& scratch, co
   writePoint("used.dat", curve.used);
   const Axis x = axisOf(residualNorms, 0.05, 0.13);
   const Axis y = axisOf(solutionNorms, 0.06, 0.10);
-  std::string script(commonScript);
+  const std::string title =
+      context.picture.title.empty()
+          ? fmt::format("{}: L-curve, weights beside their points", shortName(context.name))
+          : context.picture.title;
+  const std::string unit = normUnit(context);
+  const Canvas canvas(picture, context.picture, {1000, 700});
+  std::string script =
+      fmt::format("{}{}set xlabel {} noenhanced\nset ylabel {} noenhanced\n", panelScript,
+                  curveScript, scriptQuoted(fmt::format("norm of the residual, |K f - d|{}", unit)),
+                  scriptQuoted(fmt::format("norm of the distribution, |f|{}", unit)));
   script += fmt::format("set xrange [{:.10g}:{:.10g}]\nset yrange [{:.10g}:{:.10g}]\n", x.from,
                         x.to, y.from, y.to);
   script += logTicsScript('x', x.from, x.to, gapAcross) + logTicsScript('y', y.from, y.to, gapUp) +
-            labels(curve, x, y);
-  script += fmt::format(
-      "set title {} noenhanced font ',14'\n",
-      scriptQuoted(fmt::format("{}: L-curve, weights beside their points", shortName(name))));
+            labels(curve, x, y, canvas);
+  script +=
+      fmt::format("set title {} noenhanced {}\n", scriptQuoted(title), canvas.titleFont(title));
   script += fmt::format(
       R"(plot 'points.dat' with linespoints lw 1.6 pt 7 ps 0.8 lc rgb '#0072b2' title 'the 17 weights of the search', \
      'corner.dat' with points pt 6 ps 2.4 lw 2 lc rgb '#303030' title 'corner: {}', \
@@ -110,10 +120,7 @@ std::string drawLCurve(const fs::path& picture, const PrivateFolder& scratch, co
 set output
 )",
       significant(corner.weight, 3), significant(curve.used.weight, 3));
-  constexpr int pictureWidth = 1000;
-  constexpr int pictureHeight = 700;
-  return runGnuplot(picture, gnuplotTerminal(picture, pictureWidth, pictureHeight), scratch,
-                    script);
+  return runGnuplot(picture, canvas.terminal(), scratch, script);
 }
 
 }  // namespace vorin::toolkit

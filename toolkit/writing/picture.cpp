@@ -97,12 +97,9 @@ void writeData(const PictureContent& content, const fs::path& folder) {
 
 constexpr double labelGap = 0.06;  // of the axis: what a label takes
 
-/// The script's settings that all panels share.
-constexpr std::string_view commonScript = R"(set encoding utf8
-set border 3 lw 1 lc rgb '#404040'
-set tics nomirror out scale 0.6 textcolor rgb '#202020'
-set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
-set key at graph 1, 1.02 right bottom horizontal reverse Left noenhanced samplen 3 width 1
+/// The script's settings beside those of all panels.
+constexpr std::string_view commonScript =
+    R"(set key at graph 1, 1.02 right bottom horizontal reverse Left noenhanced samplen 3 width 1
 set autoscale yfix
 set offsets 0, 0, graph 0.03, graph 0.03
 )";
@@ -112,13 +109,6 @@ std::string rows(const PicturePlace& place, double bottom, double top) {
   const double height = place.top - place.bottom;
   return fmt::format("set tmargin at screen {:.5g}\nset bmargin at screen {:.5g}\n",
                      place.bottom + top * height, place.bottom + bottom * height);
-}
-
-/// The greatest of 1, 2 and 5 times a power of ten that is not above `limit`.
-double roundStep(double limit) {
-  const double power = std::pow(10.0, std::floor(std::log10(limit)));
-  const double digit = limit / power;
-  return power * (digit >= 5.0 ? 5.0 : digit >= 2.0 ? 2.0 : 1.0);
 }
 
 /// The panel of the decay and, under it, that of the residual if there is a fit.
@@ -226,22 +216,6 @@ set border 11 lw 1 lc rgb '#404040'
   return script + plots + '\n';
 }
 
-/// Texts shrink and grow with the picture, whose margins are parts of it.
-double textScale(const PictureStyle& style) {
-  const PictureStyle usual;
-  return std::min(static_cast<double>(style.width) / usual.width,
-                  static_cast<double>(style.height) / usual.height);
-}
-
-/// A long title is written smaller, so that it does not reach past the edge.
-double titleSize(const PictureContent& content) {
-  constexpr double usual = 15.0;
-  constexpr double widthOfLetter = 0.9;  // pixels for each point of the size, on average
-  const double letters = std::max(1.0, static_cast<double>(content.title.size()));
-  return std::clamp(content.style.width / textScale(content.style) / (letters * widthOfLetter), 4.0,
-                    usual);
-}
-
 }  // namespace
 
 void requireGnuplot(const fs::path& picture, std::string_view option) {
@@ -259,23 +233,21 @@ std::string picturePanels(const fs::path& folder, const PictureContent& content,
   constexpr double left = 0.13;
   constexpr double right = 0.90;
   const double width = place.right - place.left;
-  return fmt::format("{}set lmargin at screen {:.5g}\nset rmargin at screen {:.5g}\n{}{}",
-                     commonScript, place.left + left * width, place.left + right * width,
-                     decayPanels(content, place), distributionPanel(content, place));
+  return fmt::format("{}{}set lmargin at screen {:.5g}\nset rmargin at screen {:.5g}\n{}{}",
+                     panelScript, commonScript, place.left + left * width,
+                     place.left + right * width, decayPanels(content, place),
+                     distributionPanel(content, place));
 }
 
 std::string drawPicture(const fs::path& picture, const PrivateFolder& scratch,
                         const PictureContent& content) {
+  const Canvas canvas(picture, content.style, {1000, 1050});
   const std::string script = fmt::format(
-      "set multiplot\nset title {} noenhanced font ',{:.3g}' offset 0,0.8\n{}"
-      "unset multiplot\nset output\n",
-      scriptQuoted(content.title),
-      titleSize(content) * (picture.extension() == ".svg" ? textScale(content.style) : 1.0),
+      "set multiplot\nset title {} noenhanced {} offset 0,0.8\n{}unset multiplot\n"
+      "set output\n",
+      scriptQuoted(content.title), canvas.titleFont(content.title),
       picturePanels(scratch.path(), content, {}));
-  const PictureStyle& style = content.style;
-  return runGnuplot(
-      picture, gnuplotTerminal(picture, style.width, style.height, style.dpi, textScale(style)),
-      scratch, script);
+  return runGnuplot(picture, canvas.terminal(), scratch, script);
 }
 
 }  // namespace vorin::toolkit

@@ -34,11 +34,18 @@ struct PictureContent {
   std::string timeAxis;          ///< "time (ms)"
   std::string distributionAxis;  ///< "relaxation time T2 (ms)"
   std::vector<double> cutoffs;   ///< marked by lines
-  std::string amplitudeLabel = "amplitude (unit of the data)";
-  std::string densityLabel = "amplitude per decade";
+  std::string amplitudeLabel;
+  std::string densityLabel;
   PictureStyle style;
   std::string logMean;  ///< of the distribution, as text; none leaves out its mark
 };
+
+/// What the axes of amplitudes are called.
+struct AmplitudeLabels {
+  std::string amplitude;
+  std::string density;  ///< per decade
+};
+AmplitudeLabels amplitudeLabels(const ReportContext& context);
 
 /// The picture of an inversion.
 PictureContent pictureContent(const Inversion& inversion, const ReportContext& context);

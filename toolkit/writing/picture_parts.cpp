@@ -57,7 +57,7 @@ AxisPower powerFor(double largest) {
     return {};
   }
   const int exponent = 3 * static_cast<int>(std::floor(std::log10(largest) / 3.0));
-  return {std::pow(10.0, exponent), fmt::format("10^{{{}}} \xC3\x97 ", exponent)};
+  return {std::pow(10.0, exponent), fmt::format(" / 10^{{{}}}", exponent)};
 }
 
 std::string withPower(const AxisPower& power, std::string_view label) {
@@ -68,7 +68,22 @@ std::string withPower(const AxisPower& power, std::string_view label) {
     }
     text += c;
   }
-  return power.text.empty() ? text : power.text + text;
+  return text + power.text;
+}
+
+double roundStep(double limit) {
+  const double power = std::pow(10.0, std::floor(std::log10(limit)));
+  const double digit = limit / power;
+  return power * (digit >= 5.0 ? 5.0 : digit >= 2.0 ? 2.0 : 1.0);
+}
+
+double roundStepAbove(double limit) {
+  if (!(limit > 0.0)) {
+    return 1.0;
+  }
+  const double power = std::pow(10.0, std::floor(std::log10(limit)));
+  const double digit = limit / power;
+  return power * (digit <= 1.0 ? 1.0 : digit <= 2.0 ? 2.0 : digit <= 5.0 ? 5.0 : 10.0);
 }
 
 std::string logTicsScript(char axis, double from, double to, double gap) {

@@ -22,13 +22,26 @@ std::vector<std::size_t> seenSamples(const std::vector<double>& time,
 /// A power of ten by which an axis is divided, so that its labels stay short and of one kind.
 struct AxisPower {
   double size = 1.0;
-  std::string text;  ///< "10^{9} "; empty for 1
+  std::string text;  ///< " / 10^{9}", which follows the label; empty for 1
 };
 
 AxisPower powerFor(double largest);
 
-/// A label with its power before it, for gnuplot's enhanced text: its own signs are escaped.
+/// A label with its power behind it, for gnuplot's enhanced text: its own signs are escaped.
 std::string withPower(const AxisPower& power, std::string_view label);
+
+/// The greatest of 1, 2 and 5 times a power of ten that is not above `limit`, above 0.
+double roundStep(double limit);
+
+/// The least of them that is not below it.
+double roundStepAbove(double limit);
+
+/// Borders, tics and grid of every panel.
+inline constexpr std::string_view panelScript = R"(set encoding utf8
+set border 3 lw 1 lc rgb '#404040'
+set tics nomirror out scale 0.6 textcolor rgb '#202020'
+set grid xtics ytics lt 1 lw 0.6 lc rgb '#e2e2e2'
+)";
 
 /// The labelled values of a logarithmic axis: "set xtics (...)". `gap` is what a label takes of the
 /// axis. Values from 100000 on and below 0.001 are powers of ten throughout, so that one axis has

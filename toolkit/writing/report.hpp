@@ -14,17 +14,9 @@
 #include "toolkit/model/distribution.hpp"
 #include "toolkit/reading/found.hpp"
 #include "toolkit/reading/units.hpp"
+#include "toolkit/writing/picture_style.hpp"
 
 namespace vorin::toolkit {
-
-/// How pictures look where the user says so.
-struct PictureStyle {
-  std::string title;           ///< empty: name, weight and standard error
-  std::string amplitudeLabel;  ///< of both axes; empty: "amplitude" and its unit
-  int width = 1000;            ///< pixels of 1/96 inch
-  int height = 1050;
-  int dpi = 96;  ///< of a PNG
-};
 
 /// What a report says beside the numbers of the inversion itself.
 struct ReportContext {

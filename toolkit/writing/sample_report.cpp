@@ -22,7 +22,7 @@ std::string svgOf(const fs::path& report, const PrivateFolder& scratch,
   const std::string script = "set multiplot\n" +
                              picturePanels(scratch.path(), content, withoutTitle) +
                              "unset multiplot\nset output\n";
-  return runGnuplot(report, gnuplotTerminal("picture.svg", width, height), scratch, script);
+  return runGnuplot(report, Canvas("picture.svg", {}, {width, height}).terminal(), scratch, script);
 }
 
 }  // namespace

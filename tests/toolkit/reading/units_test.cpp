@@ -43,5 +43,14 @@ TEST(Units, ValuesReadInTheUnitThatSuitsThem) {
   EXPECT_EQ(quantityText(12.3, Quantity::plain), "12.3");
 }
 
+TEST(Units, InPrintHaveGreekLettersAndPowers) {
+  EXPECT_EQ(quantityText(66.7e-6, Quantity::time, UnitStyle::typeset), "66.7 \xC2\xB5s");
+  EXPECT_EQ(quantityText(5e5, Quantity::time, UnitStyle::typeset), "5 \xC3\x97 10\xE2\x81\xB5 s");
+  EXPECT_EQ(quantityText(2.3e-9, Quantity::diffusion, UnitStyle::typeset),
+            "2.30 \xC3\x97 10\xE2\x81\xBB\xE2\x81\xB9 m\xC2\xB2/s");
+  EXPECT_EQ(quantityText(1.5e9, Quantity::bValue, UnitStyle::typeset), "1500 s/mm\xC2\xB2");
+  EXPECT_EQ(quantityText(0.25, Quantity::plain, UnitStyle::typeset), "0.25");
+}
+
 }  // namespace
 }  // namespace vorin::toolkit
