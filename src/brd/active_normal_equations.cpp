@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
@@ -10,6 +11,18 @@
 
 namespace vorin::brd {
 namespace {
+
+// Of a few elements, where a call would take longer than the copy.
+void copyFew(const double* source, int count, double* target) {
+  constexpr int chunk = 4;
+  int i = 0;
+  for (; i + chunk <= count; i += chunk) {
+    std::memcpy(target + i, source + i, chunk * sizeof(double));
+  }
+  for (; i < count; ++i) {
+    target[i] = source[i];
+  }
+}
 
 double clipped(double value) {
   return value <= 0.0 ? 0.0 : value;
@@ -47,10 +60,10 @@ void ActiveNormalEquations::gatherBlock() {
     for (int k = 0; k < own.length; ++k) {
       const double* source = KtK.column(own.first + k);
       double* target = block.column(own.offset + k);
-      std::copy_n(source + own.first + k, own.length - k, target + own.offset + k);
+      copyFew(source + own.first + k, own.length - k, target + own.offset + k);
       for (std::size_t next = r + 1; next < ranges_.size(); ++next) {
         const ColumnRange range = ranges_[next];
-        std::copy_n(source + range.first, range.length, target + range.offset);
+        copyFew(source + range.first, range.length, target + range.offset);
       }
       target[own.offset + k] += weight_;
     }

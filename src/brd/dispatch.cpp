@@ -55,8 +55,12 @@ void solveConverted(System<Working>& system, Iteration iterate, Working freshDua
                  [](Working value) { return static_cast<Caller>(value); });
 }
 
-void vrBRD_s_up(Problem<float>& problem, float* f, float weight, const Report<float>& report) {
-  solveConverted(problem.doublePrecision(), vrBRD_w_d, freshDualDouble, f, weight, report);
+void vrBRD_s_up(Problem<float>& problem, float* f, float weight, Failure failure,
+                const Report<float>& report) {
+  const auto iterate = [failure](System<double>& system, double* workF, double* workC, double w) {
+    return vrBRD_w_d(system, workF, workC, w, failure);
+  };
+  solveConverted(problem.doublePrecision(), iterate, freshDualDouble, f, weight, report);
 }
 
 void vrBRD_d_down(Problem<double>& problem, double* f, double weight,
@@ -80,7 +84,7 @@ bool iteratesInSinglePrecision() {
 }
 
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
-             std::int32_t& status) {
+             std::int32_t& status, Failure failure) {
   const Report<float> report{rss, rssSlope, status};
   switch (routeOf(params::queryInteger("BRDA"))) {
     case Route::singlePrecision:
@@ -90,7 +94,7 @@ void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& r
       vrBRD_s_qp(problem, f, weight, rss, rssSlope, status);
       break;
     case Route::doublePrecision:
-      vrBRD_s_up(problem, f, weight, report);
+      vrBRD_s_up(problem, f, weight, failure, report);
       break;
   }
 }

@@ -24,8 +24,9 @@ bool iteratesInSinglePrecision();
 ///       other routes neither read nor write it.
 ///   status  0, or 1 when the iteration ran out of passes or stalled; on the third
 ///           route a QpStatus
+///   failure  what happens to f, rss and rssSlope of a solve that reaches the limit of passes
 void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
-             std::int32_t& status);
+             std::int32_t& status, Failure failure = Failure::reported);
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
              double& rssSlope, std::int32_t& status);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "brd/pass_control.hpp"
+#include "params/log.hpp"
 #include "params/store.hpp"
 
 namespace vorin::brd {
@@ -60,41 +61,59 @@ Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weigh
 
 namespace {
 
-/// Makes the passes that need no system of their own, and the first that does where there were
-/// any; false where there are none.
-bool makePredictedPasses(System<double>& system, PassControl<double>& control, double* f, double* c,
-                         double weight) {
+/// Makes the passes that need no system of their own; false where there are none. The mask of the
+/// pass that follows them is in f.
+bool makePredictedPasses(System<double>& system, PassControl<double>& control, double* f,
+                         const double* c, double weight) {
   const PassPrediction* const prediction =
-      system.predictPasses(f, c, weight, control.tolerance(), control.mostPasses());
+      system.predictPasses(f, c, weight, control.tolerance(),
+                           control.mostPasses() - control.passes(), params::logIsOpen());
   if (prediction == nullptr) {
     return false;
   }
-  system.factor(f, weight);
-  system.solveData(system.newDual());
-  system.distributionOfData(system.newDual(), f);
   for (const double step : prediction->steps()) {
     control.endPass(step);
   }
-  std::copy(system.newDual(), system.newDual() + system.m(), c);
   return true;
+}
+
+/// The new dual vector and distribution for the mask of f.
+void solvePass(System<double>& system, double* f, double weight) {
+  system.factor(f, weight);
+  system.solveData(system.newDual());
+  system.distributionOfData(system.newDual(), f);
+}
+
+/// Makes the one pass that is left.
+Solution<double> failWithoutNumbers(PassControl<double>& control) {
+  control.endPass(control.tolerance());
+  params::setReal("CITE", static_cast<float>(control.passes()));
+  return {0.0, 0.0, control.status()};
 }
 
 }  // namespace
 
-Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight) {
+Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight,
+                           Failure failure) {
   PassControl<double> control(weight);
   clipAtZero(system.n(), f);
   if (control.needsPass()) {
-    bool solved = makePredictedPasses(system, control, f, c, weight);
-    while (!solved || control.again()) {
-      // The same columns again have the same solution.
-      if (!system.factor(f, weight) || !solved) {
-        system.solveData(system.newDual());
-        system.distributionOfData(system.newDual(), f);
+    bool solved = false;
+    do {
+      if (solved && system.sameMask(f, weight)) {
+        takeStep(system, control, c);  // the same columns again have the same solution
+      } else if (makePredictedPasses(system, control, f, c, weight)) {
+        if (failure == Failure::discarded && control.passes() + 1 == control.mostPasses()) {
+          return failWithoutNumbers(control);
+        }
+        solvePass(system, f, weight);
+        std::copy(system.newDual(), system.newDual() + system.m(), c);
+      } else {
+        solvePass(system, f, weight);
+        takeStep(system, control, c);
       }
-      takeStep(system, control, c);
       solved = true;
-    }
+    } while (control.again());
     // The products with c are summed from small terms, and are nearer to K'c than what a pass
     // takes from its solution.
     system.distributionFromDual(c, f);

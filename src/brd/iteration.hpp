@@ -17,7 +17,9 @@ namespace vorin::brd {
 Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weight);
 
 /// Double precision. Starts from f (n, in and out) clipped at 0; c (m, in and out)
-/// is only compared with in the first pass.
-Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight);
+/// is only compared with in the first pass. A failure that is discarded may leave any f, c and
+/// residual.
+Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight,
+                           Failure failure = Failure::reported);
 
 }  // namespace vorin::brd

@@ -1,9 +1,12 @@
 #include "brd/pass_prediction.hpp"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 #include <cstddef>
 #include <numeric>
 
+#include "brd/weight_range.hpp"
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
 
@@ -15,8 +18,62 @@ namespace {
 constexpr double stepMargin = 4.0;
 constexpr double roundingShare = 1e-10;
 
+// Inverses are updated where a solve is as exact as this, while the ratio of the determinants says
+// that no update has cost more than this factor, and signs are taken from them where no element is
+// nearer to zero than this share of the largest of b.
+constexpr double updateRounding = 1e-9;
+constexpr double mostGrowth = 1e3;
+constexpr double certainShare = 1e-9;
+
+constexpr std::size_t wordBits = 64;
+
+std::size_t words(int columns) {
+  return (length(columns) + wordBits - 1) / wordBits;
+}
+
+// Bits of the positive elements.
+void takeSigns(std::size_t n, const double* values, std::vector<std::uint64_t>& mask) {
+  for (std::size_t word = 0; word < mask.size(); ++word) {
+    const std::size_t first = word * wordBits;
+    const std::size_t count = std::min(wordBits, n - first);
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      bits |= std::uint64_t{values[first + i] > 0.0 ? 1U : 0U} << i;
+    }
+    mask[word] = bits;
+  }
+}
+
+// The numbers of the columns with a bit in chosen(word), rising.
+template <class Chosen>
+void listColumns(std::size_t count, const Chosen& chosen, std::vector<int>& columns) {
+  columns.clear();
+  for (std::size_t word = 0; word < count; ++word) {
+    for (std::uint64_t bits = chosen(word); bits != 0; bits &= bits - 1) {
+      columns.push_back(static_cast<int>(word * wordBits) + std::countr_zero(bits));
+    }
+  }
+}
+
+template <class Chosen>
+int countColumns(std::size_t count, const Chosen& chosen) {
+  int sum = 0;
+  for (std::size_t word = 0; word < count; ++word) {
+    sum += std::popcount(chosen(word));
+  }
+  return sum;
+}
+
 double sumOfSquares(const AlignedVector<double>& values) {
   return std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
+}
+
+double largestMagnitude(int n, const double* values) {
+  double largest = 0.0;
+  for (int i = 0; i < n; ++i) {
+    largest = std::max(largest, std::fabs(values[i]));
+  }
+  return largest;
 }
 
 }  // namespace
@@ -24,117 +81,169 @@ double sumOfSquares(const AlignedVector<double>& values) {
 PassPrediction::PassPrediction(const RankFactor& factor, const double* b)
     : factor_(factor),
       b_(b),
-      mask_(length(factor.columns)),
+      largestDatum_(largestMagnitude(factor.columns, b)),
+      mask_(words(factor.columns)),
       earlierMask_(mask_),
-      block_(factor.square.size()),
-      factors_(factor.square.size()),
-      pivots_(length(factor.padded)),
       right_(length(factor.columns)),
       y_(length(factor.padded)),
       earlierY_(length(factor.padded)),
-      values_(length(factor.paddedColumns)) {}
+      values_(length(factor.paddedColumns)),
+      block_(factor.square.size()),
+      factors_(factor.square.size()),
+      pivots_(length(factor.padded)),
+      inverse_(factor.square.size()),
+      work_(length(factor.padded)) {
+  columns_.reserve(length(factor.columns));
+}
 
-// R_A R_A' of the columns with f > 0: from R R' where most are, from nothing where few are.
 void PassPrediction::begin(const double* f) {
-  active_.clear();
-  leaving_.clear();
-  for (int i = 0; i < factor_.columns; ++i) {
-    mask_[length(i)] = f[i] > 0.0 ? 1 : 0;
-    (f[i] > 0.0 ? active_ : leaving_).push_back(i);
-  }
+  takeSigns(length(factor_.columns), f, mask_);
   steps_.clear();
   masks_.clear();
-  if (leaving_.size() <= active_.size()) {
-    block_ = factor_.square;
-    change(static_cast<int>(leaving_.size()), leaving_.data(), -1.0);
-  } else {
-    std::fill(block_.begin(), block_.end(), 0.0);
-    change(static_cast<int>(active_.size()), active_.data(), 1.0);
+  hasInverse_ = false;
+}
+
+void PassPrediction::addToBlock(const std::vector<int>& columns, double sign) {
+  kernels::table<double>().addOuterProducts(factor_.padded, static_cast<int>(columns.size()),
+                                            columns.data(), factor_.byColumns.data(), sign,
+                                            block_.data());
+}
+
+// Makes the block that of the present mask: from what it is, from nothing, or from R R', whichever
+// takes the fewest columns.
+void PassPrediction::bringBlock() {
+  const std::size_t count = mask_.size();
+  const int active = countColumns(count, [&](std::size_t w) { return mask_[w]; });
+  const int inactive = factor_.columns - active;
+  const int changes =
+      blockMask_.empty()
+          ? factor_.columns
+          : countColumns(count, [&](std::size_t w) { return mask_[w] ^ blockMask_[w]; });
+  if (changes > std::min(active, inactive)) {
+    const bool fromAll = inactive <= active;
+    blockMask_.assign(count, 0);
+    if (fromAll) {
+      block_ = factor_.square;
+      blockMask_.assign(count, ~std::uint64_t{0});
+      if (const std::size_t rest = length(factor_.columns) % wordBits; rest != 0) {
+        blockMask_.back() = (std::uint64_t{1} << rest) - 1;
+      }
+    } else {
+      std::fill(block_.begin(), block_.end(), 0.0);
+    }
   }
+  const auto leaving = [&](std::size_t w) { return blockMask_[w] & ~mask_[w]; };
+  listColumns(count, leaving, columns_);
+  addToBlock(columns_, -1.0);
+  const auto entering = [&](std::size_t w) { return mask_[w] & ~blockMask_[w]; };
+  listColumns(count, entering, columns_);
+  addToBlock(columns_, 1.0);
+  blockMask_ = mask_;
 }
 
-void PassPrediction::change(int count, const int* columns, double sign) {
-  kernels::table<double>().addOuterProducts(factor_.padded, count, columns,
-                                            factor_.byColumns.data(), sign, block_.data());
-}
-
-void PassPrediction::solvePass(double weight) {
+void PassPrediction::factorPass() {
   const auto& kernel = kernels::table<double>();
   const int rows = factor_.padded;
-  std::transform(active_.begin(), active_.end(), right_.begin(),
+  bringBlock();
+  listColumns(
+      mask_.size(), [&](std::size_t w) { return mask_[w]; }, columns_);
+  std::transform(columns_.begin(), columns_.end(), right_.begin(),
                  [this](int i) { return b_[length(i)]; });
-  kernel.combineColumns(rows, static_cast<int>(active_.size()), active_.data(),
+  kernel.combineColumns(rows, static_cast<int>(columns_.size()), columns_.data(),
                         factor_.byColumns.data(), right_.data(), y_.data());
   factors_ = block_;
   for (int k = 0; k < rows; ++k) {
-    factors_[area(rows, k) + length(k)] += weight;
+    factors_[area(rows, k) + length(k)] += weight_;
   }
   kernel.cholesky(rows, rows, factors_.data(), pivots_.data());
   kernel.choleskySolve(rows, rows, factors_.data(), y_.data());
-  kernel.combineRows(rows, factor_.paddedColumns, factor_.byRows.data(), y_.data(), values_.data());
+  hasInverse_ = false;
+  formValues();
+}
+
+// Takes y from that of the pass before. False where it is not told well so.
+bool PassPrediction::updatePass() {
+  const auto& kernel = kernels::table<double>();
+  const int rows = factor_.padded;
+  if (!hasInverse_) {
+    // The block is that of the pass before, which was factored.
+    inverse_ = block_;
+    for (int j = 0; j < rows; ++j) {
+      double* column = inverse_.data() + area(rows, j);
+      column[j] += weight_;
+      for (int i = j + 1; i < rows; ++i) {
+        inverse_[area(rows, i) + length(j)] = column[i];
+      }
+    }
+    kernel.invert(factor_.rank, rows, inverse_.data());
+    hasInverse_ = true;
+    growth_ = 1.0;
+  }
+  const auto changed = [&](std::size_t w) { return mask_[w] ^ earlierMask_[w]; };
+  listColumns(mask_.size(), changed, columns_);
+  y_ = earlierY_;
+  for (const int i : columns_) {
+    const bool enters = (mask_[length(i) / wordBits] >> (length(i) % wordBits) & 1U) != 0;
+    const double share = kernel.updateInverse(
+        factor_.rank, rows, factor_.byColumns.data() + area(factor_.padded, i), enters ? 1.0 : -1.0,
+        b_[length(i)], growth_ / mostGrowth, y_.data(), inverse_.data(), work_.data());
+    if (!(share > growth_ / mostGrowth)) {
+      return false;
+    }
+    growth_ = share < 1.0 ? growth_ / share : growth_;
+  }
+  formValues();
+  return signsAreCertain();
+}
+
+void PassPrediction::formValues() {
+  kernels::table<double>().combineRows(factor_.rank, factor_.paddedColumns, factor_.byRows.data(),
+                                       y_.data(), values_.data());
   for (int i = 0; i < factor_.columns; ++i) {
     values_[length(i)] = b_[length(i)] - values_[length(i)];
   }
 }
 
-double PassPrediction::squaredStep(double weight) const {
+bool PassPrediction::signsAreCertain() const {
+  const double least = certainShare * largestDatum_;
+  unsigned uncertain = 0;
+  for (int i = 0; i < factor_.columns; ++i) {
+    uncertain |= std::fabs(values_[length(i)]) > least ? 0U : 1U;
+  }
+  return uncertain == 0U;
+}
+
+void PassPrediction::solvePass() {
+  const double trace = factor_.largest * factor_.columns;
+  const auto changed = [&](std::size_t w) { return mask_[w] ^ earlierMask_[w]; };
+  const bool updates = !steps_.empty() && relativeRounding(weight_, trace) < updateRounding &&
+                       2 * countColumns(mask_.size(), changed) <= factor_.rank;
+  if (!updates || !updatePass()) {
+    factorPass();
+  }
+}
+
+double PassPrediction::squaredStep() const {
   double sum = 0.0;
   for (std::size_t k = 0; k < y_.size(); ++k) {
     const double change = y_[k] - earlierY_[k];
     sum += change * change;
   }
-  return sum / (weight * weight);
+  return sum / (weight_ * weight_);
 }
 
 // Takes the columns with positive values for the next pass; false where they are the same.
 bool PassPrediction::takeMask() {
-  const std::size_t columns = mask_.size();
   std::swap(earlierMask_, mask_);
-  const double* values = values_.data();
-  for (std::size_t i = 0; i < columns; ++i) {
-    mask_[i] = values[i] > 0.0 ? 1 : 0;
-  }
-  if (mask_ == earlierMask_) {
-    return false;
-  }
-  active_.assign(columns, 0);
-  entering_.assign(columns, 0);
-  leaving_.assign(columns, 0);
-  std::size_t active = 0;
-  std::size_t entering = 0;
-  std::size_t leaving = 0;
-  // Without branches, which these signs would often mislead.
-  for (std::size_t i = 0; i < columns; ++i) {
-    active_[active] = entering_[entering] = leaving_[leaving] = static_cast<int>(i);
-    active += mask_[i] != 0 ? 1 : 0;
-    entering += mask_[i] > earlierMask_[i] ? 1 : 0;
-    leaving += mask_[i] < earlierMask_[i] ? 1 : 0;
-  }
-  active_.resize(active);
-  entering_.resize(entering);
-  leaving_.resize(leaving);
-  if (entering_.size() + leaving_.size() > active_.size()) {
-    std::fill(block_.begin(), block_.end(), 0.0);
-    change(static_cast<int>(active_.size()), active_.data(), 1.0);
-  } else {
-    change(static_cast<int>(leaving_.size()), leaving_.data(), -1.0);
-    change(static_cast<int>(entering_.size()), entering_.data(), 1.0);
-  }
-  return true;
-}
-
-void PassPrediction::keepFirstValues(double weight) {
-  firstActive_ = active_;
-  firstValues_.resize(active_.size());
-  std::transform(active_.begin(), active_.end(), firstValues_.begin(),
-                 [&](int i) { return values_[length(i)] / weight; });
+  takeSigns(length(factor_.columns), values_.data(), mask_);
+  return mask_ != earlierMask_;
 }
 
 // The earlier pass that had the present mask after the same mask as now; 0 where none had.
 int PassPrediction::earlierTurn() const {
-  const auto n = static_cast<std::ptrdiff_t>(mask_.size());
+  const auto count = static_cast<std::ptrdiff_t>(mask_.size());
   const int pass = static_cast<int>(steps_.size()) + 1;
-  const auto maskOf = [&](std::ptrdiff_t number) { return masks_.begin() + (number - 1) * n; };
+  const auto maskOf = [&](std::ptrdiff_t number) { return masks_.begin() + (number - 1) * count; };
   for (int earlier = pass - 2; earlier > 1; --earlier) {
     if (std::equal(mask_.begin(), mask_.end(), maskOf(earlier)) &&
         std::equal(earlierMask_.begin(), earlierMask_.end(), maskOf(earlier - 1))) {
@@ -158,15 +267,16 @@ void PassPrediction::repeatTurns(int turn, int last) {
 bool PassPrediction::run(double weight, double tolerance, int mostPasses, const double* f) {
   // The passes that are left to the solve begin with this one at the latest.
   const int last = mostPasses - 1;
+  weight_ = weight;
   begin(f);
   while (static_cast<int>(steps_.size()) < last) {
     masks_.insert(masks_.end(), mask_.begin(), mask_.end());
-    solvePass(weight);
+    solvePass();
     double step = 0.0;
     if (steps_.empty()) {
-      keepFirstValues(weight);
+      firstValues_.assign(values_.begin(), values_.end());
     } else {
-      step = squaredStep(weight);
+      step = squaredStep();
       const double rounding = roundingShare * roundingShare * sumOfSquares(y_) / (weight * weight);
       if (!(step > stepMargin * tolerance + rounding)) {
         // Whether this is the last pass is for the solve to find, from the one before on.
@@ -187,12 +297,30 @@ bool PassPrediction::run(double weight, double tolerance, int mostPasses, const 
   return steps_.size() > 1;
 }
 
+PassPrediction::FirstPass PassPrediction::firstPass() const {
+  FirstPass first;
+  listColumns(
+      mask_.size(), [&](std::size_t w) { return masks_[w]; }, first.active);
+  first.values.resize(first.active.size());
+  std::transform(first.active.begin(), first.active.end(), first.values.begin(),
+                 [&](int i) { return firstValues_[length(i)] / weight_; });
+  return first;
+}
+
+double PassPrediction::leastFirstStep(double norm) const {
+  const double largest = largestMagnitude(factor_.columns, firstValues_.data());
+  const double least = largest / (weight_ * std::sqrt(factor_.largest)) - norm;
+  return least > 0.0 ? least * least : 0.0;
+}
+
 bool PassPrediction::takeFirstStep(double step, double tolerance, double* f) {
   if (!(step > stepMargin * tolerance)) {
     return false;
   }
   steps_.front() = step;
-  std::copy(mask_.begin(), mask_.end(), f);
+  for (int i = 0; i < factor_.columns; ++i) {
+    f[i] = (mask_[length(i) / wordBits] >> (length(i) % wordBits) & 1U) != 0 ? 1.0 : 0.0;
+  }
   return true;
 }
 

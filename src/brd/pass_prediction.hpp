@@ -6,6 +6,8 @@
 //     K'c = (b - R'y) / w,   (R_A R_A' + w I) y = R_A b_A
 // by the Woodbury identity (Henderson and Searle, SIAM Rev. 23, 53, 1981), a system of as many
 // unknowns as R has rows. From pass to pass R_A R_A' changes by the columns that enter or leave.
+// Where these are few, y follows from the inverse of the pass before by Sherman and Morrison's
+// formula (Ann. Math. Statist. 21, 124, 1950), a column at a time; else the system is factored.
 // With the columns Q of K = Q R the step between two passes is c' - c = Q (y - y') / w.
 //
 // The solve then goes on, with the arithmetic of its own, from the first pass that these numbers
@@ -14,6 +16,7 @@
 // own, and cost or save it a pass.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "brd/rank_factor.hpp"
@@ -32,9 +35,15 @@ class PassPrediction {
   /// False where not one pass is settled. The step of the first pass is left to takeFirstStep().
   bool run(double weight, double tolerance, int mostPasses, const double* f);
 
-  /// K'c of the first pass over its active columns, and these.
-  const std::vector<double>& firstValues() const { return firstValues_; }
-  const std::vector<int>& firstActive() const { return firstActive_; }
+  struct FirstPass {
+    std::vector<int> active;     ///< its columns, rising
+    std::vector<double> values;  ///< K'c of these
+  };
+  FirstPass firstPass() const;
+
+  /// A bound from below of the squared step of the dual vector in the first pass, from a vector of
+  /// that norm: the new one has |c| >= |(K'c)_i| / |K_i|.
+  double leastFirstStep(double norm) const;
 
   /// Takes the squared step of the dual vector in the first pass, and gives the mask (1 or 0) of
   /// the first pass that is left to the solve in f. False, with f as it was, where the solve could
@@ -45,33 +54,45 @@ class PassPrediction {
   const std::vector<double>& steps() const { return steps_; }
 
  private:
+  using Mask = std::vector<std::uint64_t>;  ///< a bit for each column, zeros behind them
+
   void begin(const double* f);
-  void change(int count, const int* columns, double sign);
-  void solvePass(double weight);
-  double squaredStep(double weight) const;
+  void solvePass();
+  void factorPass();
+  bool updatePass();
+  void formValues();
+  bool signsAreCertain() const;
+  void bringBlock();
+  void addToBlock(const std::vector<int>& columns, double sign);
+  double squaredStep() const;
   bool takeMask();
-  void keepFirstValues(double weight);
   int earlierTurn() const;
   void repeatTurns(int turn, int last);
 
   const RankFactor& factor_;
   const double* b_;
-  std::vector<char> masks_;        ///< of the passes so far, one after the other
-  std::vector<char> mask_;         ///< of the present pass
-  std::vector<char> earlierMask_;  ///< of the pass before
-  std::vector<int> active_;
-  std::vector<int> entering_;
-  std::vector<int> leaving_;
-  AlignedVector<double> block_;    ///< R_A R_A', lower triangle
-  AlignedVector<double> factors_;  ///< of that with the weight
-  std::vector<double> pivots_;
-  std::vector<double> right_;  ///< b_A
+  double largestDatum_;  ///< of b
+  double weight_ = 0;
+  Mask masks_;        ///< of the passes so far, one after the other
+  Mask mask_;         ///< of the present pass
+  Mask earlierMask_;  ///< of the pass before
+  std::vector<int> columns_;
+  std::vector<double> right_;  ///< elements of b
   AlignedVector<double> y_;
   AlignedVector<double> earlierY_;
   AlignedVector<double> values_;  ///< w K'c
-  std::vector<double> steps_;
   std::vector<double> firstValues_;
-  std::vector<int> firstActive_;
+  std::vector<double> steps_;
+
+  Mask blockMask_;  ///< the columns A that block_ has; empty where it has none of a mask
+  AlignedVector<double> block_;    ///< R_A R_A', lower triangle
+  AlignedVector<double> factors_;  ///< of that with the weight
+  std::vector<double> pivots_;
+
+  bool hasInverse_ = false;
+  double growth_ = 1.0;            ///< bound of what the updates of the inverse make of its errors
+  AlignedVector<double> inverse_;  ///< of R_A R_A' + w I for the pass before
+  AlignedVector<double> work_;
 };
 
 }  // namespace vorin::brd

@@ -34,7 +34,8 @@ bool formRows(int n, int mostRows, const double* KtK, RankFactor& factor) {
   for (int i = 0; i < n; ++i) {
     left[length(i)] = product(i, i);
   }
-  const double smallest = smallestPivot * *std::max_element(left.begin(), left.end());
+  factor.largest = *std::max_element(left.begin(), left.end());
+  const double smallest = smallestPivot * factor.largest;
   if (!(smallest > 0.0) || !std::isfinite(smallest)) {
     return false;
   }

@@ -15,6 +15,7 @@ struct RankFactor {
   int padded = 0;  ///< the same padded to kernels::rowPadding
   int columns = 0;
   int paddedColumns = 0;
+  double largest = 0.0;             ///< the largest squared column norm of K
   AlignedVector<double> byColumns;  ///< R, padded x columns, column-major, zeros in the padding
   AlignedVector<double> byRows;     ///< R, padded x paddedColumns, row-major, zeros in the padding
   AlignedVector<double> square;     ///< R R', the lower triangle of padded x padded

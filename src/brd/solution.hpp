@@ -11,6 +11,12 @@ enum SolveStatus : std::int32_t {
   solveFailed = 1,  ///< reached the limit of passes or of stalls
 };
 
+/// What a caller does with a solve that reaches the limit of passes.
+enum class Failure {
+  reported,  ///< reads all of it
+  discarded  ///< reads the status and the number of passes alone: no numbers need be computed
+};
+
 template <class Real>
 struct Solution {
   Real rss = 0;                          ///< w^2 (c . c), the residual sum of squares |K f - d|^2

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 #include <utility>
 
 #include "brd/weight_range.hpp"
@@ -17,6 +18,11 @@ namespace {
 // With more columns than this times the rows, K'K costs more to form than the m-by-m
 // systems of all passes, and n^2 elements of memory.
 constexpr std::ptrdiff_t mostColumnsPerRow = 4;
+
+template <class Real>
+Real norm(int m, const Real* c) {
+  return std::sqrt(std::inner_product(c, c + m, c, Real(0)));
+}
 
 }  // namespace
 
@@ -304,9 +310,27 @@ void System<Real>::solveDual(const Real* c, bool isMaskOfC, Real* x) {
   solve(c, x);
 }
 
+// The squared step of the dual vector from the caller's c in the first predicted pass.
+template <class Real>
+Real System<Real>::firstStep(const Real* c, Real weight) {
+  Real step = 0;
+  if constexpr (hasOtherForms) {
+    const PassPrediction::FirstPass first = prediction_->firstPass();
+    kernels::table<Real>().combineColumns(m_, static_cast<int>(first.active.size()),
+                                          first.active.data(), K_, first.values.data(),
+                                          newDual_.data());
+    for (int j = 0; j < m_; ++j) {
+      const Real change = c[j] - (d_[j] - newDual_[length(j)]) / weight;
+      step += change * change;
+    }
+  }
+  return step;
+}
+
 template <class Real>
 const PassPrediction* System<Real>::predictPasses(Real* f, const Real* c, Real weight,
-                                                  Real tolerance, int mostPasses) {
+                                                  Real tolerance, int mostPasses,
+                                                  bool stepsAreRead) {
   if constexpr (hasOtherForms) {
     if (!kernel_->isFinite() || !weightAllowsPrediction(weight, kernel_->meanSquare()) ||
         n_ > mostColumnsPerRow * m_ || kernel_->rankFactor() == nullptr) {
@@ -319,18 +343,13 @@ const PassPrediction* System<Real>::predictPasses(Real* f, const Real* c, Real w
       return nullptr;
     }
     // The first step is from the caller's c, which may be where the solve ends.
-    const std::vector<int>& active = prediction_->firstActive();
-    kernels::table<Real>().combineColumns(m_, static_cast<int>(active.size()), active.data(), K_,
-                                          prediction_->firstValues().data(), newDual_.data());
-    Real step = 0;
-    for (int j = 0; j < m_; ++j) {
-      const Real change = c[j] - (d_[j] - newDual_[length(j)]) / weight;
-      step += change * change;
+    const Real least = stepsAreRead ? Real(0) : prediction_->leastFirstStep(norm(m_, c));
+    if (prediction_->takeFirstStep(least, tolerance, f) ||
+        prediction_->takeFirstStep(firstStep(c, weight), tolerance, f)) {
+      return &*prediction_;
     }
-    return prediction_->takeFirstStep(step, tolerance, f) ? &*prediction_ : nullptr;
-  } else {
-    return nullptr;
   }
+  return nullptr;
 }
 
 template <class Real>

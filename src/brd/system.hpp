@@ -53,6 +53,9 @@ class System {
   /// weight are the same; returns true then.
   bool factor(const Real* f, Real weight);
 
+  /// True where `factor` would find the mask of `f` and the weight of its last call.
+  bool sameMask(const Real* f, Real weight) const;
+
   /// Factors K diag(mask) K' + w I for any diagonal `mask` (n), all columns included.
   void factorMask(const Real* mask, Real weight);
 
@@ -76,9 +79,10 @@ class System {
 
   /// The passes of a solve at `weight` from f and c that are settled without their systems, given
   /// its tolerance and its limit of passes; null where none is. What they leave to the solve is as
-  /// PassPrediction::run() says, and c (m) is only compared with.
+  /// PassPrediction::run() says, and c (m) is only compared with. Unless `stepsAreRead` the first
+  /// step may be any number above the tolerance.
   const PassPrediction* predictPasses(Real* f, const Real* c, Real weight, Real tolerance,
-                                      int mostPasses);
+                                      int mostPasses, bool stepsAreRead = true);
 
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
@@ -95,7 +99,6 @@ class System {
   };
 
   bool canSquare(Real weight) const;
-  bool sameMask(const Real* f, Real weight) const;
   void storeMask(const Real* f, Real weight);
   bool selectNormalEquations();
   bool factorByCholesky();
@@ -106,6 +109,7 @@ class System {
   void factorGByLu();
   void solve(const Real* right, Real* x);
   void project(const Real* x, Real* out) const;
+  Real firstStep(const Real* c, Real weight);
 
   std::shared_ptr<const KernelForms<Real>> kernel_;
   int m_;

@@ -44,18 +44,52 @@ constexpr std::array<PackedKey, keyTable.size()> packKeys() {
 
 constexpr std::array<PackedKey, keyTable.size()> packedKeys = packKeys();
 
+// Keys are told apart by their first two characters for the most part: those that share the group
+// of a key are compared with it one after the other. Every key has two characters or more.
+constexpr std::size_t groupCount = 64;
+constexpr std::size_t groupOf(std::uint32_t key) {
+  constexpr unsigned firstShift = 24;
+  constexpr unsigned secondShift = 16;
+  constexpr std::uint32_t character = 0xFF;
+  constexpr std::uint32_t spread = 29;
+  return ((key >> firstShift) * spread + (key >> secondShift & character)) % groupCount;
+}
+
+// The first row of each group, and behind each row the next one of its group; keyTable.size() where
+// there is none.
+struct KeyGroups {
+  std::array<std::uint8_t, groupCount> first{};
+  std::array<std::uint8_t, keyTable.size()> next{};
+};
+
+constexpr KeyGroups groupKeys() {
+  constexpr auto none = static_cast<std::uint8_t>(keyTable.size());
+  KeyGroups groups;
+  groups.first.fill(none);
+  for (std::size_t i = keyTable.size(); i-- > 0;) {
+    std::uint8_t& first = groups.first[groupOf(packedKeys[i].key)];
+    groups.next[i] = first;
+    first = static_cast<std::uint8_t>(i);
+  }
+  return groups;
+}
+
+constexpr KeyGroups keyGroups = groupKeys();
+
 }  // namespace
 
 std::size_t findKey(std::string_view key) {
-  std::array<char, keyLength> upper;
-  fillField(upper, key);
-  for (char& c : upper) {
-    c = ToUpperCase(c);
+  std::uint32_t wanted = 0;
+  for (std::size_t i = 0; i < keyLength; ++i) {
+    constexpr unsigned characterBits = 8;
+    const char c = i < key.size() ? ToUpperCase(key[i]) : ' ';
+    wanted = wanted << characterBits | static_cast<unsigned char>(c);
   }
-  const std::uint32_t wanted = packed({upper.data(), upper.size()});
-  const auto found = std::ranges::find_if(
-      packedKeys, [wanted](const PackedKey& row) { return (wanted & row.compared) == row.key; });
-  return static_cast<std::size_t>(found - packedKeys.begin());
+  std::size_t row = keyGroups.first[groupOf(wanted)];
+  while (row < packedKeys.size() && (wanted & packedKeys[row].compared) != packedKeys[row].key) {
+    row = keyGroups.next[row];
+  }
+  return row;
 }
 
 }  // namespace vorin::params

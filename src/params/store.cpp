@@ -148,6 +148,10 @@ void setQueryInteger(char mode, std::string_view key, std::int32_t& value,
 
 float queryReal(std::string_view key) noexcept {
   float value = 0;
+  const std::size_t index = findKey(key);
+  if (index < keyTable.size() && keyTable[index].holdsNumber()) {
+    return block().number(index);
+  }
   std::int32_t status = 0;
   setQuery('Q', key, nullptr, 0, value, status);
   return value;

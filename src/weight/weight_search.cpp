@@ -80,6 +80,7 @@ class Search {
   float insideLimits(float wnew);
   bool touchedLimitTooOften();
   bool endAfterFailure();
+  bool discardsFailure() const;
   void restore();
 
   brd::Problem<float>& problem_;
@@ -132,7 +133,8 @@ void Search::begin(float given, float sigwant) {
 // and the distribution then stand as they are to be returned.
 bool Search::iterate() {
   iter_ += 1.0f;
-  brd::vrBRD_s(problem_, f_, c_, w_, rss_, rssSlope_, status_);
+  brd::vrBRD_s(problem_, f_, c_, w_, rss_, rssSlope_, status_,
+               discardsFailure() ? brd::Failure::discarded : brd::Failure::reported);
   signow_ = std::sqrt(rss_ / static_cast<float>(problem_.m()));
   const float wnew = insideLimits(status_ == 0 ? afterGoodSolve() : riseAfterFailure * w_);
   const float conv = (rss_ - target_) / rss_;
@@ -203,6 +205,13 @@ bool Search::touchedLimitTooOften() {
     return true;
   }
   return false;
+}
+
+// True where a failure of the solve at hand ends the search with the last good solve, and nobody
+// reads its numbers: no limit is touched, and there is no log.
+bool Search::discardsFailure() const {
+  const float risen = riseAfterFailure * w_;
+  return saved_.exists && risen > set_.wlo && risen < set_.whi && !params::logIsOpen();
 }
 
 // After a good solve a failure ends the search with that solve. Before one the weight

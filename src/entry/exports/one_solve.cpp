@@ -37,7 +37,8 @@ void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float*
                               const float* weight, float* rss, float* rssSlope,
                               int32_t* status) noexcept {
   const vorin::entry::FlushOnReturn flush;
-  solveOnce(vorin::brd::vrBRD_s, m, n, K, d, f, 1.0f, weight, rss, rssSlope, status);
+  const auto dispatch = [](auto&&... arguments) { vorin::brd::vrBRD_s(arguments...); };
+  solveOnce(dispatch, m, n, K, d, f, 1.0f, weight, rss, rssSlope, status);
 }
 
 void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d, double* f,

@@ -75,8 +75,8 @@ struct Table {
                      Real* size);
 
   /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n,
-  /// column-major, leading dimension ld >= n), in place. What is above the diagonal is not read
-  /// and is changed. pivots (n): the diagonal before its roots are taken; where one
+  /// column-major, leading dimension ld >= n), in place. What is above the diagonal and what is
+  /// behind row n of a column is not read and is changed. pivots (n): the diagonal before its roots are taken; where one
   /// isn't positive the factor is none from there on. Plain form, for j = 0 .. n-1:
   ///   for (i = j .. n-1) for (k = 0 .. j-1) L(i, j) -= L(i, k) * L(j, k);
   ///   pivots[j] = L(j, j);  L(j, j) = sqrt(L(j, j));
@@ -95,6 +95,26 @@ struct Table {
   ///   for (k = 0 .. count-1) S(i, j) += A(i, columns[k]) * (factor * A(j, columns[k]));
   void (*addOuterProducts)(int n, int count, const int* columns, const Real* A, Real factor,
                            Real* S);
+
+  /// Replaces the matrix A (n x n, both triangles, column-major, leading dimension ld, a multiple of
+  /// rowPadding) by its inverse, without exchanges: for a positive definite one. Plain form, for
+  /// k = 0 .. n-1:
+  ///   p = 1 / A(k, k);  for (j != k) { s = A(k, j) * p;
+  ///                                    for (i != k) A(i, j) -= A(i, k) * s;  A(k, j) = s; }
+  ///   for (i != k) A(i, k) *= -p;  A(k, k) = p;
+  /// Rows from n to ld are changed alike.
+  void (*invert)(int n, int ld, Real* A);
+
+  /// From the inverse M (n x n, leading dimension ld, a multiple of rowPadding, zeros in the
+  /// padding) of a matrix S, and y = M g, those of S + sign u u' and g + sign datum u, by Sherman
+  /// and Morrison's formula. u, y and v (ld, zeros in the padding of u and y); sign is 1 or -1; v is
+  /// work space. Returns 1 + sign u'M u, the ratio of the determinants; nothing is changed unless
+  /// that is above `least`. Plain form, the sums of products being those of each fourth element
+  /// from four starts, added as (0 + 1) + (2 + 3):
+  ///   v = M u;  share = 1 + sign * u'v;  factor = sign / share;
+  ///   step = factor * (datum - u'y);  y[i] += v[i] * step;  M(i, j) -= v[i] * (factor * v[j]);
+  Real (*updateInverse)(int n, int ld, const Real* u, Real sign, Real datum, Real least, Real* y,
+                        Real* M, Real* v);
 };
 
 /// The kernels at the level in use.

@@ -86,6 +86,11 @@ void System<Real>::distributionFromDual(const Real* c, Real* f) {
 }
 
 template <class Real>
+bool System<Real>::sameMask(const Real* /*f*/, Real /*weight*/) const {
+  return false;
+}
+
+template <class Real>
 bool System<Real>::factor(const Real* f, Real weight) {
   for (int i = 0; i < n_; ++i) {
     mask_[static_cast<std::size_t>(i)] = f[i] > Real(0) ? Real(1) : f[i];
@@ -146,7 +151,8 @@ void System<Real>::solveDual(const Real* c, bool /*isMaskOfC*/, Real* x) {
 
 template <class Real>
 const PassPrediction* System<Real>::predictPasses(Real* /*f*/, const Real* /*c*/, Real /*weight*/,
-                                                  Real /*tolerance*/, int /*mostPasses*/) {
+                                                  Real /*tolerance*/, int /*mostPasses*/,
+                                                  bool /*stepsAreRead*/) {
   return nullptr;
 }
 
