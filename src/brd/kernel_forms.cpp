@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <numeric>
 #include <type_traits>
@@ -16,21 +18,18 @@
 namespace vorin::brd {
 namespace {
 
-// The columns of K as rows of panels, for the gram kernel: one row of K fills a cache line
-// in each panel.
+// An exponent of ones, that of infinities and NaN, carries into the sign when one is added to it.
+// In integers and without an exit, so that the loop vectorises.
 template <class Real>
-AlignedVector<Real> packTransposed(int m, int padded, const Real* byRows) {
-  constexpr int rows = kernels::panelRows<Real>;
-  static_assert(kernels::rowPadding<Real> == rows);
-  AlignedVector<Real> packed(area(padded, m));
-  const ColumnMajorView<const Real> rowsOfK{byRows, padded};
-  for (int j = 0; j < m; ++j) {
-    for (int i = 0; i < padded; i += rows) {
-      const ColumnMajorView<Real> panel{packed.data() + area(i, m), rows};
-      std::copy_n(&rowsOfK(i, j), rows, panel.column(j));
-    }
+bool allFinite(const AlignedVector<Real>& values) {
+  using Bits = std::conditional_t<sizeof(Real) == sizeof(double), std::uint64_t, std::uint32_t>;
+  constexpr Bits sign = Bits{1} << (std::numeric_limits<Bits>::digits - 1);
+  constexpr Bits leastExponent = std::bit_cast<Bits>(std::numeric_limits<Real>::min());
+  Bits carried = 0;
+  for (const Real value : values) {
+    carried |= (std::bit_cast<Bits>(value) & ~sign) + leastExponent;
   }
-  return packed;
+  return (carried & sign) == 0;
 }
 
 template <class Real>
@@ -44,14 +43,14 @@ constexpr int paddedTo(int n) {
 template <class Real>
 KernelForms<Real>::KernelForms(int m, int n, const Real* K)
     : m_(std::max(m, 0)), n_(std::max(n, 0)), paddedColumns_(paddedTo<Real>(n_)), K_(K) {
-  copyByRows();
+  formPanels();
   formMeanSquare();
 }
 
 template <class Real>
 KernelForms<Real>::KernelForms(int m, int n, AlignedVector<Real> K)
     : m_(m), n_(n), paddedColumns_(paddedTo<Real>(n_)), own_(std::move(K)), K_(own_.data()) {
-  copyByRows();
+  formPanels();
   formMeanSquare();
 }
 
@@ -69,30 +68,26 @@ std::shared_ptr<const KernelForms<Real>> KernelForms<Real>::converted(int m, int
   return forms;
 }
 
-// Columns are read in groups, side by side: one row of a group is a cache line.
 template <class Real>
-void KernelForms<Real>::copyByRows() {
-  constexpr int group = kernels::rowPadding<Real>;
-  // One row at least, of zeros: the kernels form the addresses of its elements even for an
-  // empty kernel.
-  byRows_.resize(area(std::max(m_, 1), paddedColumns_));
-  std::fill_n(byRows_.begin(), paddedColumns_, Real(0));
+void KernelForms<Real>::formPanels() {
+  static_assert(kernels::rowPadding<Real> == kernels::panelRows<Real>);
+  constexpr int width = kernels::panelRows<Real>;
+  panels_.resize(area(m_, paddedColumns_));
   const ColumnMajorView<const Real> K{K_, m_};
-  const ColumnMajorView<Real> transposed{byRows_.data(), paddedColumns_};
-  unsigned notFinite = 0;
-  for (int i0 = 0; i0 < n_; i0 += group) {
-    const int filled = std::min(group, n_ - i0);
-    for (int j = 0; j < m_; ++j) {
-      Real* out = &transposed(i0, j);
-      std::fill(out + filled, out + group, Real(0));
-      for (int i = 0; i < filled; ++i) {
-        const Real value = K(j, i0 + i);
-        notFinite |= std::abs(value) <= std::numeric_limits<Real>::max() ? 0U : 1U;
-        out[i] = value;
+  for (int i0 = 0; i0 < n_; i0 += width) {
+    Real* out = panels_.data() + area(i0, m_);
+    if (i0 + width <= n_) {
+      kernels::table<Real>().transpose(m_, width, K.column(i0), m_, out, width);
+      continue;
+    }
+    std::fill_n(out, area(m_, width), Real(0));
+    for (int i = i0; i < n_; ++i) {
+      for (int j = 0; j < m_; ++j) {
+        out[j * width + i - i0] = K(j, i);
       }
     }
   }
-  finite_ = notFinite == 0U;
+  finite_ = allFinite(panels_);
 }
 
 template <class Real>
@@ -101,11 +96,12 @@ void KernelForms<Real>::formMeanSquare() {
     // A sum for each column of a group, which do not wait for each other.
     constexpr int group = kernels::rowPadding<Real>;
     std::array<double, group> sums{};
-    const std::ptrdiff_t elements = std::ptrdiff_t{paddedColumns_} * m_;
-    for (std::ptrdiff_t first = 0; first < elements; first += group) {
-      for (std::ptrdiff_t i = 0; i < group; ++i) {
-        const double value = byRows_[length(first + i)];
-        sums[length(i)] += value * value;
+    for (int j = 0; j < m_; ++j) {
+      for (int i0 = 0; i0 < paddedColumns_; i0 += group) {
+        const double* row = panels_.data() + area(i0, m_) + area(j, group);
+        for (std::size_t i = 0; i < group; ++i) {
+          sums[i] += row[i] * row[i];
+        }
       }
     }
     meanSquare_ = std::accumulate(sums.begin(), sums.end(), 0.0) / std::max(n_, 1);
@@ -119,7 +115,7 @@ const Real* KernelForms<Real>::gram() const {
       gram_.resize(area(n_, n_));
       const auto& kernel = kernels::table<double>();
       const auto form = ofSingles_ ? kernel.gramOfSingles : kernel.gram;
-      form(n_, m_, packTransposed(m_, paddedColumns_, byRows()).data(), gram_.data());
+      form(n_, m_, panels_.data(), gram_.data());
     });
     return gram_.data();
   } else {

@@ -28,8 +28,10 @@ class KernelForms {
   int n() const { return n_; }
   const Real* K() const { return K_; }
 
-  /// K row-major, each row padded with zeros to paddedColumns() elements, one row at least.
-  const Real* byRows() const { return byRows_.data(); }
+  /// K in panels of kernels::panelRows columns, one after the other, each row-major; the last one
+  /// is padded with zeros to paddedColumns(). These are the rows of K' as the gram kernel reads
+  /// them.
+  const Real* panels() const { return panels_.data(); }
   int paddedColumns() const { return paddedColumns_; }
 
   /// True where no element of K is infinite or NaN.
@@ -47,7 +49,7 @@ class KernelForms {
 
  private:
   KernelForms(int m, int n, AlignedVector<Real> K);
-  void copyByRows();
+  void formPanels();
   void formMeanSquare();
 
   int m_;
@@ -56,7 +58,7 @@ class KernelForms {
   bool ofSingles_ = false;  ///< single precision can hold all elements
   AlignedVector<Real> own_;
   const Real* K_;
-  AlignedVector<Real> byRows_;
+  AlignedVector<Real> panels_;
   bool finite_ = true;
   double meanSquare_ = 0;
   mutable std::once_flag gramFormed_;

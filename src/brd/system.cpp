@@ -56,7 +56,8 @@ System<Real> System<Real>::converted(std::shared_ptr<const KernelForms<Real>> ke
 // out = K' x, with the padding of the kernel's rows.
 template <class Real>
 void System<Real>::project(const Real* x, Real* out) const {
-  kernels::table<Real>().combineRows(m_, kernel_->paddedColumns(), kernel_->byRows(), x, out);
+  kernels::table<Real>().combinePanels(m_, kernel_->paddedColumns() / kernels::panelRows<Real>,
+                                       kernel_->panels(), x, out);
 }
 
 template <class Real>

@@ -98,21 +98,16 @@ void ExtendedGram::add(int firstRow, int rows) {
 
 // The rows of the columns from j on, a panel of them; zeros past the last.
 void ExtendedGram::pack(int firstRow, int rows, int j, double* out) const {
-  const float* columns[panelRows] = {};
-  for (int c = 0; c < panelRows && j + c < size(); ++c) {
-    columns[c] = column(j + c) + firstRow;
-  }
-  if (columns[panelRows - 1] != nullptr) {
-    for (int i = 0; i < rows; ++i) {
-      for (int c = 0; c < panelRows; ++c) {
-        out[i * panelRows + c] = static_cast<double>(columns[c][i]);
-      }
-    }
+  if (j + panelRows <= n_) {
+    kernels::table<double>().transposeSingles(rows, panelRows, column(j) + firstRow, ldK_, out,
+                                              panelRows);
     return;
   }
-  for (int i = 0; i < rows; ++i) {
-    for (int c = 0; c < panelRows; ++c) {
-      out[i * panelRows + c] = columns[c] != nullptr ? static_cast<double>(columns[c][i]) : 0.0;
+  std::fill_n(out, area(rows, panelRows), 0.0);
+  for (int c = 0; c < panelRows && j + c < size(); ++c) {
+    const float* values = column(j + c) + firstRow;
+    for (int i = 0; i < rows; ++i) {
+      out[i * panelRows + c] = static_cast<double>(values[i]);
     }
   }
 }

@@ -149,6 +149,79 @@ TYPED_TEST(KernelsTest, CombineRowsHasTheBitsOfThePlainSumAtEveryLevel) {
   }
 }
 
+TYPED_TEST(KernelsTest, CombinePanelsHasTheBitsOfThePlainSumAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  const int width = vorin::kernels::panelRows<Real>;
+  for (const int rows : {0, 1, 5, 57}) {
+    for (const int panels : {0, 1, 2, 3, 4, 5, 9, 13}) {
+      Uniform uniform(static_cast<std::uint64_t>(rows * 100 + panels));
+      std::vector<Real> A(area(panels * width, rows));  // A' of the product, column-major
+      std::vector<Real> x(static_cast<std::size_t>(rows));
+      for (Real& value : A) {
+        value = static_cast<Real>(uniform());
+      }
+      for (Real& value : x) {
+        value = static_cast<Real>(uniform());
+      }
+      const AlignedVector<Real> packed = pack(panels * width, rows, A);
+      std::vector<Real> expected(area(panels, width));
+      for (std::size_t i = 0; i < expected.size(); ++i) {
+        Real sum = 0;
+        for (int j = 0; j < rows; ++j) {
+          sum += A[area(panels * width, j) + i] * x[static_cast<std::size_t>(j)];
+        }
+        expected[i] = sum;
+      }
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        AlignedVector<Real> out(expected.size(), Real(-7));
+        vorin::kernels::table<Real>().combinePanels(rows, panels, packed.data(), x.data(),
+                                                    out.data());
+        EXPECT_EQ(std::vector<Real>(out.begin(), out.end()), expected)
+            << rows << " rows, " << panels << " panels at level " << static_cast<int>(level);
+      }
+    }
+  }
+}
+
+template <class Real, class From, class Kernel>
+void expectTransposes(Kernel kernel) {
+  for (const int rows : {0, 1, 3, 4, 7, 16, 33}) {
+    for (const int columns : {0, 4, 8, 16}) {
+      constexpr int spare = 3;
+      const int ldIn = rows + spare;
+      const int ldOut = columns + spare;
+      Uniform uniform(static_cast<std::uint64_t>(rows * 100 + columns));
+      std::vector<From> in(area(ldIn, columns));
+      for (From& value : in) {
+        value = static_cast<From>(uniform());
+      }
+      std::vector<Real> out(area(ldOut, rows), Real(-7));
+      std::vector<Real> expected = out;
+      for (int j = 0; j < rows; ++j) {
+        for (int i = 0; i < columns; ++i) {
+          expected[area(ldOut, j) + static_cast<std::size_t>(i)] =
+              static_cast<Real>(in[area(ldIn, i) + static_cast<std::size_t>(j)]);
+        }
+      }
+      kernel(rows, columns, in.data(), ldIn, out.data(), ldOut);
+      EXPECT_EQ(out, expected) << rows << " x " << columns;
+    }
+  }
+}
+
+TYPED_TEST(KernelsTest, TransposesAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const Level level : levels) {
+    SCOPED_TRACE(static_cast<int>(level));
+    vorin::kernels::useLevel(level);
+    expectTransposes<Real, Real>(vorin::kernels::table<Real>().transpose);
+    expectTransposes<Real, float>(vorin::kernels::table<Real>().transposeSingles);
+  }
+}
+
 TYPED_TEST(KernelsTest, CombineColumnsHasTheBitsOfThePlainSumAtEveryLevel) {
   using Real = TypeParam;
   const LevelGuard guard;
@@ -443,6 +516,126 @@ TYPED_TEST(KernelsTest, CholeskySolveHasTheBitsOfThePlainLoopsAndSolves) {
                  double(expected[static_cast<std::size_t>(j)]);
         }
         EXPECT_LE(std::abs(sum), 4.0 * n * double(std::numeric_limits<Real>::epsilon()) * 2.0);
+      }
+    }
+  }
+}
+
+// S = 3 I + B B' of n rows in a leading dimension that is padded, zeros in the padding.
+template <class Real>
+AlignedVector<Real> definite(int n, int ld, std::uint64_t seed) {
+  Uniform uniform(seed);
+  std::vector<Real> B(area(n, n));
+  for (Real& value : B) {
+    value = static_cast<Real>(uniform());
+  }
+  const std::vector<Real> square = plainGram(n, n, B);
+  AlignedVector<Real> S(area(ld, n), Real(0));
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < n; ++i) {
+      S[area(ld, j) + static_cast<std::size_t>(i)] =
+          square[area(n, j) + static_cast<std::size_t>(i)] + (i == j ? Real(3) : Real(0));
+    }
+  }
+  return S;
+}
+
+template <class Real>
+int paddedTo(int n) {
+  const int padding = vorin::kernels::rowPadding<Real>;
+  return (n + padding - 1) / padding * padding;
+}
+
+TYPED_TEST(KernelsTest, InvertHasTheSameBitsAtEveryLevelAndInverts) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  for (const int n : {0, 1, 5, 8, 15, 16, 33}) {
+    const int ld = paddedTo<Real>(n);
+    const AlignedVector<Real> S = definite<Real>(n, ld, static_cast<std::uint64_t>(n));
+    AlignedVector<Real> first;
+    for (const Level level : levels) {
+      vorin::kernels::useLevel(level);
+      AlignedVector<Real> M = S;
+      vorin::kernels::table<Real>().invert(n, ld, M.data());
+      first = first.empty() ? M : first;
+      EXPECT_EQ(M, first) << n << " at level " << static_cast<int>(level);
+    }
+    for (int j = 0; j < n; ++j) {
+      for (int i = 0; i < n; ++i) {
+        double sum = 0.0;
+        for (int k = 0; k < n; ++k) {
+          sum += static_cast<double>(S[area(ld, k) + static_cast<std::size_t>(i)]) *
+                 static_cast<double>(first[area(ld, j) + static_cast<std::size_t>(k)]);
+        }
+        EXPECT_NEAR(sum, i == j ? 1.0 : 0.0,
+                    1e3 * static_cast<double>(std::numeric_limits<Real>::epsilon()));
+      }
+    }
+  }
+}
+
+// A column is added and taken away again; what comes back is the inverse and the solution of the
+// matrix as it was, and between them those of the larger one.
+TYPED_TEST(KernelsTest, UpdateInverseFollowsTheMatrixAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  const double tolerance = 1e3 * static_cast<double>(std::numeric_limits<Real>::epsilon());
+  for (const int n : {1, 5, 8, 15, 33}) {
+    const int ld = paddedTo<Real>(n);
+    const auto size = static_cast<std::size_t>(ld);
+    const AlignedVector<Real> S = definite<Real>(n, ld, static_cast<std::uint64_t>(n));
+    Uniform uniform(static_cast<std::uint64_t>(n + 100));
+    AlignedVector<Real> u(size, Real(0));
+    AlignedVector<Real> y(size, Real(0));
+    for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+      u[i] = static_cast<Real>(uniform());
+      y[i] = static_cast<Real>(uniform());
+    }
+    constexpr Real datum = 2;
+    AlignedVector<Real> firstY;
+    AlignedVector<Real> firstM;
+    for (const Level level : levels) {
+      vorin::kernels::useLevel(level);
+      const auto& kernel = vorin::kernels::table<Real>();
+      AlignedVector<Real> M = S;
+      kernel.invert(n, ld, M.data());
+      const AlignedVector<Real> M0 = M;
+      AlignedVector<Real> yNow = y;
+      AlignedVector<Real> v(size);
+      const Real share = kernel.updateInverse(n, ld, u.data(), Real(1), datum, Real(0), yNow.data(),
+                                              M.data(), v.data());
+      EXPECT_GT(share, Real(1));
+      firstY = firstY.empty() ? yNow : firstY;
+      firstM = firstM.empty() ? M : firstM;
+      EXPECT_EQ(yNow, firstY);
+      EXPECT_EQ(M, firstM);
+      // (S + u u') y' = S y + datum u.
+      for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+        double left = 0.0;
+        double right = static_cast<double>(datum * u[i]);
+        for (std::size_t k = 0; k < static_cast<std::size_t>(n); ++k) {
+          const auto element = static_cast<double>(S[k * size + i]);
+          left += (element + static_cast<double>(u[i]) * static_cast<double>(u[k])) *
+                  static_cast<double>(yNow[k]);
+          right += element * static_cast<double>(y[k]);
+        }
+        EXPECT_NEAR(left, right, tolerance);
+      }
+      // A limit that the ratio does not pass leaves all as it is.
+      const AlignedVector<Real> kept = M;
+      EXPECT_LT(kernel.updateInverse(n, ld, u.data(), Real(-1), datum, Real(1), yNow.data(),
+                                     M.data(), v.data()),
+                Real(1));
+      EXPECT_EQ(M, kept);
+      EXPECT_EQ(yNow, firstY);
+      const Real back = kernel.updateInverse(n, ld, u.data(), Real(-1), datum, Real(0), yNow.data(),
+                                             M.data(), v.data());
+      EXPECT_NEAR(static_cast<double>(back * share), 1.0, tolerance);
+      for (std::size_t i = 0; i < M.size(); ++i) {
+        EXPECT_NEAR(static_cast<double>(M[i]), static_cast<double>(M0[i]), tolerance);
+      }
+      for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+        EXPECT_NEAR(static_cast<double>(yNow[i]), static_cast<double>(y[i]), tolerance);
       }
     }
   }

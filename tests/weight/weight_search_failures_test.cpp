@@ -39,6 +39,33 @@ TEST_F(TargSEFailures, FailureAfterAGoodSolveRestoresThatSolve) {
   EXPECT_NEAR(valueBehind(failed, " wnew=") / valueBehind(failed, " w="), 10.0, 1e-3);
 }
 
+// Without a log nobody reads the numbers of a failure that ends a search with the solve before it,
+// and they are not computed.
+TEST_F(TargSEFailures, AClosedLogChangesNothing) {
+  for (const float passes : {4.0f, 6.0f, 9.0f}) {
+    for (const float start : {1000.0f, 1.0f, 0.01f}) {
+      setNumber("MAXI", passes);
+      Workplace logged(laplaceProblem<float>(64, 40, 0.01, 5));
+      Workplace silent(laplaceProblem<float>(64, 40, 0.01, 5));
+      Searched expected;
+      float expectedPasses = 0.0f;
+      {
+        OpenLog log("TARGOPEN");
+        expected = search(logged, start, 1e-4f);
+        expectedPasses = getNumber("CITE");
+      }
+      const Searched out = search(silent, start, 1e-4f);
+      SCOPED_TRACE(testing::Message() << passes << " passes from " << start);
+      EXPECT_EQ(out.status, expected.status);
+      EXPECT_EQ(out.iter, expected.iter);
+      EXPECT_EQ(out.w, expected.w);
+      EXPECT_EQ(out.signow, expected.signow);
+      EXPECT_EQ(getNumber("CITE"), expectedPasses);
+      EXPECT_EQ(silent.f, logged.f);
+    }
+  }
+}
+
 TEST_F(TargSEFailures, FirstSolveFailsAndTheTenfoldWeightSucceeds) {
   setNumber("MAXI", 4.0f);
   OpenLog log("TARGRISE");

@@ -6,6 +6,8 @@
 // plain loop beside each declaration.
 #pragma once
 
+#include <cstddef>
+
 namespace vorin::kernels {
 
 /// Instruction-set levels, lowest first.
@@ -76,8 +78,9 @@ struct Table {
 
   /// The Cholesky factor of a symmetric matrix given by its lower triangle (n x n,
   /// column-major, leading dimension ld >= n), in place. What is above the diagonal and what is
-  /// behind row n of a column is not read and is changed. pivots (n): the diagonal before its roots are taken; where one
-  /// isn't positive the factor is none from there on. Plain form, for j = 0 .. n-1:
+  /// behind row n of a column is not read and is changed. pivots (n): the diagonal before its roots
+  /// are taken; where one isn't positive the factor is none from there on. Plain form, for j = 0 ..
+  /// n-1:
   ///   for (i = j .. n-1) for (k = 0 .. j-1) L(i, j) -= L(i, k) * L(j, k);
   ///   pivots[j] = L(j, j);  L(j, j) = sqrt(L(j, j));
   ///   for (i = j+1 .. n-1) L(i, j) /= L(j, j);
@@ -96,8 +99,8 @@ struct Table {
   void (*addOuterProducts)(int n, int count, const int* columns, const Real* A, Real factor,
                            Real* S);
 
-  /// Replaces the matrix A (n x n, both triangles, column-major, leading dimension ld, a multiple of
-  /// rowPadding) by its inverse, without exchanges: for a positive definite one. Plain form, for
+  /// Replaces the matrix A (n x n, both triangles, column-major, leading dimension ld, a multiple
+  /// of rowPadding) by its inverse, without exchanges: for a positive definite one. Plain form, for
   /// k = 0 .. n-1:
   ///   p = 1 / A(k, k);  for (j != k) { s = A(k, j) * p;
   ///                                    for (i != k) A(i, j) -= A(i, k) * s;  A(k, j) = s; }
@@ -107,14 +110,27 @@ struct Table {
 
   /// From the inverse M (n x n, leading dimension ld, a multiple of rowPadding, zeros in the
   /// padding) of a matrix S, and y = M g, those of S + sign u u' and g + sign datum u, by Sherman
-  /// and Morrison's formula. u, y and v (ld, zeros in the padding of u and y); sign is 1 or -1; v is
-  /// work space. Returns 1 + sign u'M u, the ratio of the determinants; nothing is changed unless
-  /// that is above `least`. Plain form, the sums of products being those of each fourth element
-  /// from four starts, added as (0 + 1) + (2 + 3):
+  /// and Morrison's formula. u, y and v (ld, zeros in the padding of u and y); sign is 1 or -1; v
+  /// is work space. Returns 1 + sign u'M u, the ratio of the determinants; nothing is changed
+  /// unless that is above `least`. Plain form, the sums of products being those of each fourth
+  /// element from four starts, added as (0 + 1) + (2 + 3):
   ///   v = M u;  share = 1 + sign * u'v;  factor = sign / share;
   ///   step = factor * (datum - u'y);  y[i] += v[i] * step;  M(i, j) -= v[i] * (factor * v[j]);
   Real (*updateInverse)(int n, int ld, const Real* u, Real sign, Real datum, Real least, Real* y,
                         Real* M, Real* v);
+
+  /// out = A'x for A (rows x panelRows * panels) whose row j of panel k is at
+  ///   packed[(k * rows + j) * panelRows], as gram takes A' . Plain form, for every i of panel k:
+  ///   sum = 0; for (j = 0 .. rows-1) sum += packed[(k * rows + j) * panelRows + i] * x[j];
+  ///   out[k * panelRows + i] = sum;
+  void (*combinePanels)(int rows, int panels, const Real* packed, const Real* x, Real* out);
+
+  /// out[j * ldOut + i] = in[i * ldIn + j] for j below `rows` and i below `columns`, a multiple of
+  /// 4; the second from single precision.
+  void (*transpose)(int rows, int columns, const Real* in, std::ptrdiff_t ldIn, Real* out,
+                    std::ptrdiff_t ldOut);
+  void (*transposeSingles)(int rows, int columns, const float* in, std::ptrdiff_t ldIn, Real* out,
+                           std::ptrdiff_t ldOut);
 };
 
 /// The kernels at the level in use.
