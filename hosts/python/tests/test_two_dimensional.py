@@ -284,3 +284,35 @@ def test_a_map_as_a_table_and_a_data_set(result):
     assert np.allclose(data["D"] - data["fit"], result.residual, rtol=0.0, atol=1e-12)
     assert np.array_equal(data["distribution"].sum("grid2"), result.distribution.sum(axis=1))
     assert data["grid2"].attrs["units"] == "s" and data.attrs["total"] == result.total
+
+
+def test_data_that_bring_their_axes_need_none_beside_them(data, result):
+    assert vorin.invert2d(data, **GRIDS) == result
+    pandas = pytest.importorskip("pandas", reason="skipped: pandas is not installed")
+    assert vorin.invert2d(pandas.DataFrame(data.D, index=data.t1, columns=data.t2),
+                          **GRIDS) == result
+    xarray = pytest.importorskip("xarray", reason="skipped: xarray is not installed")
+    array = xarray.DataArray(data.D, dims=("delay", "echo"),
+                             coords={"delay": data.t1, "echo": data.t2})
+    assert vorin.invert2d(array, **GRIDS) == result
+    in_ms = array.assign_coords(echo=("echo", 1e3 * data.t2, {"units": "ms"}))
+    for given in ((in_ms,), (data.t1, in_ms.coords["echo"], data.D)):
+        found = vorin.invert2d(*given, **GRIDS)
+        assert found.t2 == pytest.approx(data.t2, rel=1e-12)
+        assert found.total == pytest.approx(result.total, rel=1e-6)
+
+
+@pytest.mark.parametrize("given, message", [
+    ((T1, T2), "D is missing; give t1, t2 and D"),
+    ((T1,), "t2 and D are missing"),
+    (("data.csv",), "t1 is the name of a file; vorin.read2d reads it"),
+])
+def test_what_is_missing_is_named(given, message):
+    with pytest.raises(vorin.InputTypeError, match=message):
+        vorin.invert2d(*given)
+
+
+def test_masked_samples_of_a_map_are_refused(data):
+    masked = np.ma.masked_greater(data.D, 90.0)
+    with pytest.raises(vorin.InputValueError, match="D has masked elements"):
+        vorin.invert2d(data.t1, data.t2, masked)

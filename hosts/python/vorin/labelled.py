@@ -118,6 +118,32 @@ def _of_data_array(value: Any) -> Tuple[FloatArray, Any]:
     return times_along(value, value.dims[0]), value.values
 
 
+def triple(t1: Any, t2: Any, D: Any) -> Tuple[Any, Any, Any]:
+    """Both axes in s and the samples of two-dimensional data, given as three arrays or as one."""
+    if t2 is not None and D is not None:
+        first, second = (_in_seconds(name, t) if is_data_array(t) else _times(t)
+                         for name, t in (("t1", t1), ("t2", t2)))
+        return first, second, D
+    if t2 is not None or D is not None:
+        raise InputTypeError(f"{'t2' if t2 is None else 'D'} is missing; give t1, t2 and D, or "
+                             "what has all three")
+    if is_frame(t1):
+        return (_times_of_index("t1", t1.index), _times_of_index("the columns of t1", t1.columns),
+                t1.to_numpy())
+    if is_data_array(t1):
+        if len(t1.dims) != 2:
+            raise InputValueError(f"t1 has the dimensions {', '.join(map(str, t1.dims))}; two are "
+                                  "required")
+        return times_along(t1, t1.dims[0]), times_along(t1, t1.dims[1]), t1.values
+    if all(hasattr(t1, name) for name in ("t1", "t2", "D")):
+        return t1.t1, t1.t2, t1.D
+    if isinstance(t1, (str, bytes, os.PathLike)):
+        raise InputTypeError("t1 is the name of a file; vorin.read2d reads it, as in "
+                             "vorin.invert2d(vorin.read2d(name))")
+    raise InputTypeError("t2 and D are missing; give t1, t2 and D, or what has all three: a pandas "
+                         "DataFrame, an xarray DataArray, or what vorin.read2d returned")
+
+
 def times_along(value: Any, dimension: Hashable) -> FloatArray:
     """The times in s of an xarray DataArray along one of its dimensions."""
     if dimension not in value.coords:

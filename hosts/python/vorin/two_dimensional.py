@@ -8,7 +8,7 @@ from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence,
 
 import numpy as np
 
-from . import checks
+from . import checks, labelled
 from .arrays import FloatArray, equal_fields, fields_hash
 from .bootstrapping import _whole_seed
 from .data import _numbers, _shaped, real_array
@@ -385,8 +385,8 @@ class Result2D:
 
 def invert2d(
     t1: Any,
-    t2: Any,
-    D: Any,
+    t2: Any = None,
+    D: Any = None,
     *,
     kernels: Any = ("t1-inversion", "t2"),
     grid1: Any = None,
@@ -404,10 +404,13 @@ def invert2d(
     ----------
     t1 : array_like of shape (n1,)
         The first axis, that of the rows: recovery times or times of a first echo train in s,
-        b-values in s/m^2; rising from 0 or above.
-    t2 : array_like of shape (n2,)
+        b-values in s/m^2; rising from 0 or above. Without ``t2`` and ``D`` the data themselves:
+        what :func:`vorin.read2d` or :func:`vorin.simulate2d` returned, a pandas DataFrame whose
+        index and columns are the axes, or an xarray DataArray of two dimensions whose coordinates
+        are, in the units that their attributes ``units`` name.
+    t2 : array_like of shape (n2,), optional
         The second axis, that of the columns.
-    D : array_like of shape (n1, n2)
+    D : array_like of shape (n1, n2), optional
         Samples in any unit. Complex ones are turned by the constant phase that makes the
         sum of squares of the imaginary channel least, and the real channel is inverted.
     kernels : (first, second) or "FIRST,SECOND"
@@ -444,6 +447,7 @@ def invert2d(
        first kind with tensor product structure in 2 and 2.5 dimensions, IEEE Trans. Signal
        Process. 50 (2002) 1017.
     """
+    t1, t2, D = labelled.triple(t1, t2, D)
     options = {"kernels": _pair(kernels), "grid1": None if grid1 is None else as_grid(grid1),
                "grid2": None if grid2 is None else as_grid(grid2),
                "weight": _text_or_number("weight", weight, "\"noise\", \"corner\" or a number"),

@@ -63,7 +63,7 @@ def read2d(path: PathLike, *, kernels: Any = ("t1-inversion", "t2"),
     Returns
     -------
     Data2D
-        ``vorin.invert2d(*vorin.read2d("data.csv"))`` inverts it.
+        ``vorin.invert2d(vorin.read2d("data.csv"))`` inverts it.
 
     Raises
     ------
