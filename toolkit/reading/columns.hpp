@@ -67,6 +67,8 @@ class ColumnSource {
   /// The columns of abscissa, amplitude and imaginary channel, from 0, where the format tells
   /// them; empty where the user has to or the first two of two are meant.
   std::vector<std::size_t> roles;
+  /// Each column behind the first is a decay over it, unless the user chooses some.
+  bool takeAll = false;
   Found found;
 
  protected:

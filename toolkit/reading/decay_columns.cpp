@@ -132,6 +132,13 @@ Roles rolesOf(const ColumnSource& source, const DecayFormat& format) {
   if (format.columns) {
     return chosenRoles(source, *format.columns);
   }
+  if (source.takeAll) {
+    Roles roles{0, {}};
+    for (std::size_t column = 1; column < source.columns(); ++column) {
+      roles.decays.push_back({column, {}});
+    }
+    return roles;
+  }
   if (!source.roles.empty()) {
     Roles roles{source.roles[0], {{source.roles[1], {}}}};
     if (source.roles.size() > 2) {

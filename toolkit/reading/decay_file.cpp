@@ -215,12 +215,20 @@ std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& forma
                 fmt::format("{} and amplitude", quantityName(format.abscissa)), format.headerLines);
     return decaysIn(table, format);
   }
+  std::vector<FileDecay> zones;
+  for (const ZoneFound& zone : readStelar({bytes, location.file, format}, location.inner)) {
+    zones.push_back(std::move(decaysIn(*zone.columns, format).front()));
+    zones.back().column = zone.name;
+  }
+  if (!zones.empty()) {
+    return zones;
+  }
   if (!location.inner.empty()) {
     throw UserError(fmt::format("{}: {} is no container with arrays or sheets by name",
                                 inOneLine(path.string()), inOneLine(location.file.string())));
   }
   for (const auto& read : {readTecmag, readProspaBinary, readGeoSpec, readMinispec,
-                           readTopspinTable, readProspaText}) {
+                           readTopspinTable, readLas, readProspaText}) {
     if (const ColumnsFound columns = read({bytes, path, format})) {
       return decaysIn(*columns, format);
     }
@@ -234,9 +242,11 @@ std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& forma
 FileDecay readFileDecay(const fs::path& path, const DecayFormat& format) {
   std::vector<FileDecay> decays = readDecays(path, format);
   if (decays.size() != 1) {
-    throw UserError(fmt::format("{}: --columns {} choose {} decays; one is required here",
-                                inOneLine(path.string()), inQuotes(format.columns->text),
-                                decays.size()));
+    throw UserError(fmt::format(
+        "{}: {} {} decays; one is required here", inOneLine(path.string()),
+        format.columns ? fmt::format("--columns {} choose", inQuotes(format.columns->text))
+                       : "it holds",
+        decays.size()));
   }
   return std::move(decays.front());
 }

@@ -27,10 +27,11 @@ std::string decayCsv(const std::vector<FileDecay>& decays, Kernel kernel) {
   const std::vector<double>& times = decays.front().measured.decay.time;
   for (const FileDecay& decay : decays) {
     if (decay.measured.decay.time != times) {
-      throw UserError(fmt::format(
-          "{}: the columns {} and {} have other times, since rows without a number were left out; "
-          "write them one by one",
-          decay.file, inQuotes(decays.front().column), inQuotes(decay.column)));
+      throw UserError(
+          fmt::format("{}: {} and {} have other times (rows without a number are left out, and "
+                      "zones have delays "
+                      "of their own); write them one by one",
+                      decay.file, inQuotes(decays.front().column), inQuotes(decay.column)));
     }
   }
   const bool single = decays.size() == 1;

@@ -246,6 +246,12 @@ std::vector<Case> readCases() {
       {"TopSpin's points",
        "##TITLE= x\n##DATA TYPE= Relaxation Data\n##XYPOINTS= (XY..XY)\n"
        "2e-3, 4\n1e-3, 5\n##END=\n"},
+      {"Stelar",
+       "STELAR Data File\nZONE=\t1\nBS=\t1\nNBLK=\t2\nT1MX=\t0.001\nBGRD=\tLIN\n"
+       "BINI=\t(2*T1MX)\nBEND=\t0.001\nDATA=\n4\t0\n5\t0\n"},
+      {"LAS 3",
+       "~Version\nVERS. 3.0 : x\n~Curve\nDEPT.M : d\nE[1].ms : {A:1}\nE[2].ms : {A:2}\n"
+       "~ASCII\n1670 5 4\n"},
       {"numpy's .npy",
        npy("{'descr': '|u1', 'fortran_order': False, 'shape': (2, 2), }",
            std::string("\x01\x05\x02\x04", 4)),
@@ -309,6 +315,11 @@ std::vector<Case> refusedCases() {
       {"an endless line", std::string(1'000'001, '7')},
       {"a GeoSpec map", "[GITData]\nTestType=106\n[Data]\n1\t0\t2\t3\n1\t1\t2\t3\n"},
       {"GeoSpec diffusion", "[GITData]\nTestType=105\n[Data]\n1\t0\t2\t3\n2\t0\t2\t3\n"},
+      {"Stelar, version 2", "NMRD SEQUENCE NAME: x\n"},
+      {"Stelar without delays",
+       "STELAR Data File\nZONE=\t1\nBS=\t1\nNBLK=\t2\nDATA=\n4\t0\n5\t0\n"},
+      {"LAS 2",
+       "~Version\nVERS. 2.0 : x\n~Curve\nDEPT.M : d\nCBP1.V : b\n~ASCII\n1670 5\n1671 4\n"},
       {"a plot of Prospa", "SORPD1LP and more"},
       {"a cut .tnt", "TNT1.008TMAG and more"},
       {"a .npy of objects",

@@ -44,6 +44,19 @@ std::optional<ToldUnit> prospaUnit(const std::vector<double>& times,
 /// Tecmag .tnt: echo trains and one-parameter series.
 ColumnsFound readTecmag(const FormatInput& input);
 
+/// One of the series of a file, each with times of its own.
+struct ZoneFound {
+  std::string name;  ///< empty where it is the only one
+  ColumnsFound columns;
+};
+
+/// Stelar's data files of version 1, a series for each zone. `inner` is the number of one zone, or
+/// empty for all. Nothing for other files.
+std::vector<ZoneFound> readStelar(const FormatInput& input, const std::string& inner);
+
+/// LAS 3 with an echo array: a decay at each depth.
+ColumnsFound readLas(const FormatInput& input);
+
 /// TopSpin's tables of relaxation: ct1t2.txt and t1t2.dx.
 ColumnsFound readTopspinTable(const FormatInput& input);
 

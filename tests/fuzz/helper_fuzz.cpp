@@ -1,0 +1,112 @@
+// HDF5 and MATLAB files. The first byte says what the rest is: the answer of the program that reads
+// them, or changes to a file that the libraries of these formats wrote, which goes through that
+// program. Each is read or refused with a sentence that holds nothing that a terminal obeys.
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "../support/container_files.hpp"
+#include "bytes.hpp"
+#include "own_folder.hpp"
+#include "toolkit/reading/decay_columns.hpp"
+#include "toolkit/reading/decay_file.hpp"
+#include "toolkit/reading/formats/arrays.hpp"
+#include "toolkit/user_error.hpp"
+
+namespace {
+
+namespace toolkit = vorin::toolkit;
+using toolkit::test::H5;
+using toolkit::test::Mat;
+using vorin::fuzz::require;
+
+std::string contentOf(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::vector<std::string> templates() {
+  std::vector<std::string> files;
+  {
+    const H5 file("template");
+    file.group("g");
+    file.put("g/t", {1, 2, 3, 4}, {4}, H5T_IEEE_F64LE, true);
+    file.text("g/t", "units", "ms");
+    file.put("g/y", {8, 4, 2, 1}, {4}, H5T_STD_I16BE);
+    file.pairs("z", "r", "i", {8, -1, 4, -2, 2, -3, 1, -4});
+  }
+  files.push_back(contentOf("template"));
+  for (const mat_ft version : {MAT_FT_MAT4, MAT_FT_MAT5, MAT_FT_MAT73}) {
+    {
+      const Mat file("template", version);
+      file.put("t_ms", {1, 2, 3, 4}, 4);
+      file.put("y", {8, 4, 2, 1}, 1, true);
+    }
+    files.push_back(contentOf("template"));
+  }
+  return files;
+}
+
+void requireDecays(const std::vector<toolkit::FileDecay>& decays) {
+  for (const toolkit::FileDecay& decay : decays) {
+    const std::vector<double>& times = decay.measured.decay.time;
+    require(times.size() >= 2 && times.size() == decay.measured.decay.amplitude.size());
+    for (std::size_t i = 1; i < times.size(); ++i) {
+      require(std::isfinite(times[i]) && times[i - 1] < times[i]);
+    }
+  }
+}
+
+void requireSentence(const toolkit::UserError& error) {
+  for (const char c : std::string(error.what())) {
+    require(static_cast<unsigned char>(c) >= ' ' && c != 0x7f);
+  }
+}
+
+void readAnswer(std::string_view bytes) {
+  for (const char* inner : {"", "a", "/g"}) {
+    toolkit::containers::Content content;
+    toolkit::containers::decode(bytes, content);
+    try {
+      const auto columns =
+          toolkit::columnsOfContent(std::move(content), {"f", "HDF5", inner, {}, {}});
+      requireDecays(toolkit::decaysIn(*columns, {}));
+    } catch (const toolkit::UserError& error) {
+      requireSentence(error);
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const vorin::fuzz::OwnFolder folder;
+  static const int told = ::setenv("VORIN_CONTAINERS", VORIN_CONTAINERS_PROGRAM, 1);
+  static const std::vector<std::string> files = templates();
+  require(told == 0);
+  if (size == 0) {
+    return 0;
+  }
+  if (data[0] >= files.size()) {  // mostly: starting a program takes a thousand times as long
+    readAnswer({reinterpret_cast<const char*>(data) + 1, size - 1});
+    return 0;
+  }
+  std::string file = files[data[0]];
+  for (std::size_t at = 1; at + 2 < size; at += 3) {
+    const std::size_t place = 256U * data[at] + data[at + 1];
+    file[place % file.size()] = static_cast<char>(data[at + 2]);
+  }
+  std::ofstream("f.bin", std::ios::binary) << file;
+  for (const char* path : {"f.bin", "f.bin:/g/y"}) {
+    try {
+      requireDecays(toolkit::readDecays(path, {}));
+    } catch (const toolkit::UserError& error) {
+      requireSentence(error);
+    }
+  }
+  return 0;
+}
