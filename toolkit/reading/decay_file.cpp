@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <new>
 #include <optional>
 
 #include "toolkit/reading/decay_columns.hpp"
@@ -194,9 +195,7 @@ Location locationOf(const fs::path& path) {
   return {path, {}};
 }
 
-}  // namespace
-
-std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& format) {
+std::vector<FileDecay> decaysOf(const fs::path& path, const DecayFormat& format) {
   if (const ColumnsFound columns = readTopspinFolder(path, format)) {
     return decaysIn(*columns, format);
   }
@@ -237,6 +236,17 @@ std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& forma
   const TextFile file = textOf(std::move(bytes));
   const Table table = decayTable(file, quantityName(format.abscissa), format.headerLines);
   return decaysIn(table, format);
+}
+
+}  // namespace
+
+std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& format) {
+  try {
+    return decaysOf(path, format);
+  } catch (const std::bad_alloc&) {
+    throw UserError(
+        fmt::format("{}: there is not enough memory to read it", inOneLine(path.string())));
+  }
 }
 
 FileDecay readFileDecay(const fs::path& path, const DecayFormat& format) {

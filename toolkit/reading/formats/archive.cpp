@@ -59,40 +59,59 @@ std::string contentOfMember(void* archive, std::size_t left, const std::string& 
   return content;
 }
 
+/// Calls `use` with the name of each member, which can be read then.
+template <class Use>
+void forMembers(void* archive, const std::string& name, const Use& use) {
+  int status = unzGoToFirstFile(archive);
+  for (std::size_t count = 0; status == UNZ_OK; ++count) {
+    std::array<char, 512> member{};
+    unz_file_info64 info{};
+    if (count >= mostMembers ||
+        unzGetCurrentFileInfo64(archive, &info, member.data(), member.size() - 1, nullptr, 0,
+                                nullptr, 0) != UNZ_OK) {
+      failDamaged(name);
+    }
+    use(std::string(member.data()));
+    status = unzGoToNextFile(archive);
+  }
+  if (status != UNZ_END_OF_LIST_OF_FILE) {
+    failDamaged(name);
+  }
+}
+
+Archive opened(const std::filesystem::path& path, const std::string& name) {
+  Archive archive(unzOpen64(path.c_str()));
+  if (!archive) {
+    failDamaged(name);
+  }
+  return archive;
+}
+
 }  // namespace
 
 std::map<std::string, std::string> archiveMembers(const std::filesystem::path& path,
                                                   const std::string& name,
                                                   std::string_view ending) {
-  const Archive archive(unzOpen64(path.c_str()));
-  if (!archive) {
-    failDamaged(name);
-  }
+  const Archive archive = opened(path, name);
   std::error_code error;
   const std::uintmax_t packed = std::filesystem::file_size(path, error);
   std::size_t left = alwaysAllowed + plausibleRatio * static_cast<std::size_t>(error ? 0 : packed);
   std::map<std::string, std::string> members;
-  int status = unzGoToFirstFile(archive.get());
-  for (std::size_t count = 0; status == UNZ_OK; ++count) {
-    std::array<char, 512> member{};
-    unz_file_info64 info{};
-    if (count >= mostMembers ||
-        unzGetCurrentFileInfo64(archive.get(), &info, member.data(), member.size() - 1, nullptr, 0,
-                                nullptr, 0) != UNZ_OK) {
-      failDamaged(name);
-    }
-    const std::string_view memberName(member.data());
-    if (memberName.ends_with(ending)) {
+  forMembers(archive.get(), name, [&](const std::string& member) {
+    if (member.ends_with(ending)) {
       std::string content = contentOfMember(archive.get(), left, name);
       left -= content.size();
-      members.emplace(memberName, std::move(content));
+      members.emplace(member, std::move(content));
     }
-    status = unzGoToNextFile(archive.get());
-  }
-  if (status != UNZ_END_OF_LIST_OF_FILE) {
-    failDamaged(name);
-  }
+  });
   return members;
+}
+
+std::vector<std::string> archiveNames(const std::filesystem::path& path, const std::string& name) {
+  const Archive archive = opened(path, name);
+  std::vector<std::string> names;
+  forMembers(archive.get(), name, [&](const std::string& member) { names.push_back(member); });
+  return names;
 }
 
 #else
@@ -102,6 +121,11 @@ std::map<std::string, std::string> archiveMembers(const std::filesystem::path& /
                                                   std::string_view /*ending*/) {
   throw UserError(
       fmt::format("{}: this build does not read archives and workbooks; save it as CSV", name));
+}
+
+std::vector<std::string> archiveNames(const std::filesystem::path& /*path*/,
+                                      const std::string& /*name*/) {
+  return {};
 }
 
 #endif

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorin::toolkit {
 
@@ -13,6 +14,9 @@ namespace vorin::toolkit {
 /// for one with too many members, and for one that unfolds to more than decays do.
 std::map<std::string, std::string> archiveMembers(const std::filesystem::path& path,
                                                   const std::string& name, std::string_view ending);
+
+/// The names of all members. Throws UserError as above.
+std::vector<std::string> archiveNames(const std::filesystem::path& path, const std::string& name);
 
 /// True for content that begins as a zip archive does.
 bool isArchive(std::string_view content);

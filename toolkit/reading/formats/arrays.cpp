@@ -433,16 +433,24 @@ ColumnsFound readNumpy(const FormatInput& input, const std::string& inner) {
   if (members.empty()) {
     return nullptr;
   }
-  Arrays arrays;
-  for (const auto& [name, content] : members) {
-    const std::string shown = fmt::format("{}:{}", input.file.name, inOneLine(name));
+  ArrayFile file{input.file.name, "numpy's .npz", inner, {}, {}};
+  for (const auto& [member, content] : members) {
+    const std::string shown = fmt::format("{}:{}", input.file.name, inOneLine(member));
+    const std::string name = member.substr(0, member.size() - ending.size());
     if (!isNpyContent(content)) {
       throw UserError(fmt::format("{}: this member is no array of numpy's", shown));
     }
-    arrays.push_back({npyArray(content, shown), {}, {}});
-    arrays.back().name = name.substr(0, name.size() - ending.size());
+    try {
+      file.arrays.push_back({npyArray(content, shown), {}, {}});
+      file.arrays.back().name = name;
+    } catch (const UserError&) {
+      if (name == inner || members.size() == 1) {
+        throw;
+      }
+      file.others.push_back(name + " (no row or matrix of numbers)");  // settings, texts
+    }
   }
-  return columnsOfArrays({input.file.name, "numpy's .npz", inner, std::move(arrays)});
+  return columnsOfArrays(std::move(file));
 }
 
 }  // namespace vorin::toolkit

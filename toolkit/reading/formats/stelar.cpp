@@ -165,9 +165,9 @@ std::unique_ptr<ColumnSource> columnsOf(const Zone& zone, std::size_t zones,
   columns->roles = {0, 1};
   columns->found.plainText = false;
   columns->found.format = fmt::format(
-      "Stelar file, zone {} of {}{}, {} blocks of {} points, each reduced to one number",
+      "Stelar file, zone {} of {}{}, {} blocks of {} point{}, each reduced to one number",
       zone.number, zones, field ? fmt::format(" ({:g} MHz)", *field) : "", count,
-      zone.samples.size() / count);
+      zone.samples.size() / count, points == 1.0 ? "" : "s");
   return columns;
 }
 

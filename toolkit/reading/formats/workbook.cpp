@@ -90,10 +90,34 @@ std::string sheetMember(const Members& members, std::string& inner, const std::s
       fmt::format("{}: there is no sheet {}; there are {}", name, inQuotes(inner), names));
 }
 
+/// Throws UserError for an archive that is something else.
+void requireWorkbook(const std::vector<std::string>& members, const std::string& name) {
+  const auto has = [&](std::string_view member) {
+    return std::find(members.begin(), members.end(), member) != members.end();
+  };
+  if (has("xl/workbook.xml")) {
+    return;
+  }
+  if (has("mimetype") && has("content.xml")) {
+    throw UserError(
+        fmt::format("{}: this is an OpenDocument file; save its sheet as .xlsx or CSV", name));
+  }
+  constexpr std::size_t most = 5;
+  std::string list;
+  for (std::size_t i = 0; i < members.size() && i < most; ++i) {
+    list += (i == 0 ? "" : ", ") + inQuotes(members[i]);
+  }
+  throw UserError(fmt::format(
+      "{}: this zip archive is neither a workbook (.xlsx) nor arrays of numpy's (.npz); it holds "
+      "{}{}; take the file with the decay out of it",
+      name, list.empty() ? "nothing" : list, members.size() > most ? " ..." : ""));
+}
+
 }  // namespace
 
 std::string workbookText(const std::filesystem::path& path, const std::string& inner,
                          std::string& name) {
+  requireWorkbook(archiveNames(path, name), name);
   Members members = archiveMembers(path, name, ".xml");
   members.merge(archiveMembers(path, name, ".rels"));
   std::string sheetName = inner;
