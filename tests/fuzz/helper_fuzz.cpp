@@ -91,7 +91,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) {
     return 0;
   }
-  if (data[0] >= files.size()) {  // mostly: starting a program takes a thousand times as long
+  constexpr std::size_t oneChange = 4;
+  if (data[0] >= files.size() ||
+      size < oneChange) {  // mostly: starting a program takes a thousand times as long
     readAnswer({reinterpret_cast<const char*>(data) + 1, size - 1});
     return 0;
   }
@@ -101,12 +103,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file[place % file.size()] = static_cast<char>(data[at + 2]);
   }
   std::ofstream("f.bin", std::ios::binary) << file;
-  for (const char* path : {"f.bin", "f.bin:/g/y"}) {
-    try {
-      requireDecays(toolkit::readDecays(path, {}));
-    } catch (const toolkit::UserError& error) {
-      requireSentence(error);
-    }
+  try {
+    requireDecays(toolkit::readDecays(size % 2 == 0 ? "f.bin:/g/y" : "f.bin", {}));
+  } catch (const toolkit::UserError& error) {
+    requireSentence(error);
   }
   return 0;
 }
