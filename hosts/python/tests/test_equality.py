@@ -79,3 +79,17 @@ def test_a_map_is_drawn_on_given_axes():
     assert result.plot(ax=axes, title="a map") is axes
     assert axes.get_title() == "a map" and len(axes.figure.axes) == 1
     pyplot.close("all")
+
+
+def test_computed_data_are_equal_by_seed():
+    for make in (lambda seed: vorin.simulate(seed=seed),
+                 lambda seed: vorin.simulate2d([0.1, 1.0], [0.1, 0.2], [(0.3, 0.1, 0.1, 1.0)],
+                                               seed=seed)):
+        assert make(1) == make(1) == pickle.loads(pickle.dumps(make(1)))
+        assert make(1) != make(2) and not make(1) != make(1) and make(1) != tuple(make(1))
+
+
+def test_decays_of_one_file_are_equal(tmp_path):
+    for name, last in (("a.csv", 1), ("b.csv", 1), ("c.csv", 2)):
+        (tmp_path / name).write_text(f"0.1,5\n0.2,3\n0.3,{last}\n")
+    assert vorin.read("a.csv") == vorin.read("b.csv") != vorin.read("c.csv")

@@ -24,6 +24,11 @@ def equal_fields(one: Any, other: Any) -> bool:
                for field in fields(one) if not field.name.startswith("_"))
 
 
+def equal_tuples(one: Any, other: object) -> bool:
+    """True when all elements of two tuples of one type are equal, in the same sense."""
+    return type(one) is type(other) and all(map(_equal, one, other))  # type: ignore[call-overload]
+
+
 def _equal(a: Any, b: Any) -> bool:
     if isinstance(a, np.ndarray):
         return bool(np.array_equal(a, b, equal_nan=a.dtype.kind in "fc"))

@@ -7,7 +7,7 @@ from typing import Iterator, List, Optional, Tuple, Union
 
 import numpy as np
 
-from .arrays import FloatArray, Numbers
+from .arrays import FloatArray, Numbers, equal_tuples
 from .errors import InputTypeError, InputValueError
 from .toolkit import Fields, Settings, job
 
@@ -36,6 +36,12 @@ class ReadDecay(Tuple[FloatArray, Numbers]):
 
     def __new__(cls, t: FloatArray, y: Numbers) -> "ReadDecay":
         return super().__new__(cls, (t, y))  # type: ignore[arg-type]
+
+    def __eq__(self, other: object) -> bool:
+        return equal_tuples(self, other)
+
+    def __ne__(self, other: object) -> bool:
+        return not equal_tuples(self, other)
 
     @property
     def t(self) -> FloatArray:

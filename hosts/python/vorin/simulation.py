@@ -7,7 +7,7 @@ from typing import Any, NamedTuple, Optional, Sequence, Tuple
 import numpy as np
 
 from . import checks
-from .arrays import FloatArray
+from .arrays import FloatArray, equal_tuples
 from .data import real_array
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
@@ -22,6 +22,12 @@ class Simulation(NamedTuple):
     grid: FloatArray  #: grid of the truth in s, shape (ng,)
     distribution: FloatArray  #: true amplitudes, shape (ng,)
     noise: float  #: standard deviation of the noise
+
+    def __eq__(self, other: object) -> bool:
+        return equal_tuples(self, other)
+
+    def __ne__(self, other: object) -> bool:
+        return not equal_tuples(self, other)
 
     @property
     def log_mean(self) -> float:

@@ -8,7 +8,7 @@ from typing import Any, NamedTuple, Optional, Sequence, Tuple, Union
 import numpy as np
 
 from . import checks
-from .arrays import FloatArray
+from .arrays import FloatArray, equal_tuples
 from .data import real_array
 from .errors import InputTypeError, InputValueError
 from .grids import as_grid
@@ -26,6 +26,12 @@ class Data2D(NamedTuple):
     t2: FloatArray  #: second axis, of shape (n2,)
     D: FloatArray  #: samples, of shape (n1, n2); complex where there are two channels
 
+    def __eq__(self, other: object) -> bool:
+        return equal_tuples(self, other)
+
+    def __ne__(self, other: object) -> bool:
+        return not equal_tuples(self, other)
+
 
 class Simulation2D(NamedTuple):
     """Computed two-dimensional data and their truth."""
@@ -37,6 +43,12 @@ class Simulation2D(NamedTuple):
     grid2: FloatArray  #: second axis of the truth, of shape (g2,)
     distribution: FloatArray  #: true amplitudes, of shape (g1, g2)
     noise: float  #: standard deviation of the noise
+
+    def __eq__(self, other: object) -> bool:
+        return equal_tuples(self, other)
+
+    def __ne__(self, other: object) -> bool:
+        return not equal_tuples(self, other)
 
 
 def read2d(path: PathLike, *, kernels: Any = ("t1-inversion", "t2"),
