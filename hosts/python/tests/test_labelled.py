@@ -1,5 +1,7 @@
 """Decays with their times: pandas and xarray, dicts and tables; results as tables."""
 
+import sys
+
 import numpy as np
 import pytest
 
@@ -119,3 +121,18 @@ def test_a_result_as_a_dataset(decays):
     assert np.allclose(data["fit"] + data["residual"], result.y, rtol=1e-14, atol=0.0)
     assert data["distribution"].sum() == pytest.approx(result.total)
     assert data["t"].attrs["units"] == "s" and data.attrs["total"] == result.total
+
+
+@pytest.mark.parametrize("module, call", [
+    ("pandas", lambda result: result.to_dataframe()),
+    ("pandas", lambda result: vorin.to_dataframe([result])),
+    ("pandas", lambda result: result.lcurve().to_dataframe()),
+    ("xarray", lambda result: result.to_xarray()),
+    ("xarray", lambda result: vorin.to_xarray([result])),
+])
+def test_without_the_package_a_sentence_says_what_to_install(decays, monkeypatch, module, call):
+    t, rows = decays
+    result = vorin.invert(t, rows["a"])
+    monkeypatch.setitem(sys.modules, module, None)
+    with pytest.raises(vorin.VorinError, match=f"{module}, which holds .*python3-{module}"):
+        call(result)

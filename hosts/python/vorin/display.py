@@ -105,12 +105,14 @@ def _picture(grid: FloatArray, distribution: FloatArray, unit: str, size: float,
     points = " ".join(f"{a:.1f},{b:.1f}" for a, b in zip(x, y))
     ends = [f"{_short(value / size)} {unit}".rstrip() for value in (grid[0], grid[-1])]
     ends[0] = f"{symbol} {ends[0]}".strip()
-    return (f'<svg style="margin-right: 2em" width="{_WIDTH}" height="{_HEIGHT}" viewBox="0 0 {_WIDTH} {_HEIGHT}" '
+    return (f'<svg style="margin-right: 2em" width="{_WIDTH}" height="{_HEIGHT}" '
+            f'viewBox="0 0 {_WIDTH} {_HEIGHT}" '
             f'role="img" aria-label="distribution">'
             f'<polygon points="0,{floor} {points} {_WIDTH},{floor}" fill="#2d5d9b" '
             f'fill-opacity="0.25"/><polyline points="{points}" fill="none" stroke="#2d5d9b"/>'
             f'<line x1="0" y1="{floor}" x2="{_WIDTH}" y2="{floor}" stroke="currentColor"/>'
-            f'<text x="0" y="{_HEIGHT - 4}" font-size="11" fill="currentColor">{html.escape(ends[0])}</text>'
+            f'<text x="0" y="{_HEIGHT - 4}" font-size="11" fill="currentColor">'
+            f'{html.escape(ends[0])}</text>'
             f'<text x="{_WIDTH}" y="{_HEIGHT - 4}" font-size="11" fill="currentColor" '
             f'text-anchor="end">'
             f'{html.escape(ends[1])}</text></svg>')

@@ -9,6 +9,7 @@ from .arrays import FloatArray, equal_fields, fields_hash
 from .errors import InputTypeError
 from .inversion import invert
 from .result import Result
+from .tables import required
 from .toolkit import job
 
 if TYPE_CHECKING:
@@ -85,8 +86,7 @@ class LCurve:
         pandas.DataFrame
             ``residual_norm`` and ``solution_norm`` by weight.
         """
-        import pandas
-
+        pandas = required("pandas", "holds tables")
         return pandas.DataFrame({"residual_norm": self.residual_norms,
                                  "solution_norm": self.solution_norms},
                                 index=pandas.Index(self.weights, name="weight"))

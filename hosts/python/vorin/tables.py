@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Iterable, List, Mapping, Optional, Sequence, Tuple, Union
+import importlib
+from typing import (TYPE_CHECKING, Any, Dict, Iterable, List, Mapping, Optional, Sequence, Tuple,
+                    Union)
 
 import numpy as np
 
-from .errors import InputTypeError, InputValueError
+from .errors import InputTypeError, InputValueError, VorinError
 
 if TYPE_CHECKING:
     from .result import Result
@@ -17,6 +19,15 @@ _COLUMNS = ("success", "status", "status_text", "finding", "noise", "signal_to_n
 
 _MAP_NUMBERS = ("success", "status", "status_text", "noise", "weight", "standard_error", "total",
                 "log_mean1", "log_mean2")
+
+
+def required(module: str, purpose: str) -> Any:
+    """A module that only some functions need, loaded when one is called."""
+    try:
+        return importlib.import_module(module)
+    except ImportError:
+        raise VorinError(f"{module}, which {purpose}, is not installed; install the package "
+                         f"python3-{module}") from None
 
 
 def to_dataframe(results: Union[Mapping[Any, Any], Iterable[Any]]) -> Any:
@@ -33,8 +44,7 @@ def to_dataframe(results: Union[Mapping[Any, Any], Iterable[Any]]) -> Any:
     pandas.DataFrame
         Indexed by the keys of the mapping, by the indices of an array, or from 0.
     """
-    import pandas
-
+    pandas = required("pandas", "holds tables")
     values, names, shape = _listed(results)
     rows = []
     for value in values:
@@ -78,8 +88,7 @@ def to_xarray(results: Union[Mapping[Any, Any], Iterable[Any]], dims: Optional[S
         ``distribution`` over the decays and ``grid``, and a variable for each column of
         :func:`vorin.to_dataframe`.
     """
-    import xarray
-
+    xarray = required("xarray", "holds data sets")
     values, names, shape = _listed(results)
     sizes = (len(values),) if shape is None else shape
     if dims is None:
@@ -95,25 +104,23 @@ def to_xarray(results: Union[Mapping[Any, Any], Iterable[Any]], dims: Optional[S
     nothing = np.full(grid.size, np.nan)
     rows = [nothing if isinstance(value, Exception) else value.distribution for value in values]
     table = to_dataframe(results)
+    labels: Dict[str, Any] = {} if names is None else {dims[0]: names}
     return xarray.Dataset(
         {"distribution": ((*dims, "grid"), np.array(rows).reshape(*sizes, grid.size)),
          **{name: (tuple(dims), table[name].to_numpy().reshape(sizes)) for name in _COLUMNS}},
-        coords={"grid": ("grid", grid, {"units": _units(good[0])[2]}),
-                **({} if names is None else {dims[0]: names})})
+        coords={"grid": ("grid", grid, {"units": _units(good[0])[2]}), **labels})
 
 
 def distribution_frame(result: "Result") -> Any:
     """The distribution as a pandas DataFrame: amplitude and cumulative sum by grid value."""
-    import pandas
-
+    pandas = required("pandas", "holds tables")
     return pandas.DataFrame({"amplitude": result.distribution, "cumulative": result.cumulative()},
                             index=pandas.Index(result.grid, name="grid"))
 
 
 def dataset(result: "Result") -> Any:
     """Decay, fit and distribution as an xarray Dataset with the measures as attributes."""
-    import xarray
-
+    xarray = required("xarray", "holds data sets")
     quantity = _units(result)
     values = xarray.Dataset(
         {"y": ("t", result.y), "fit": ("t", result.fit), "residual": ("t", result.residual),
@@ -127,16 +134,14 @@ def dataset(result: "Result") -> Any:
 
 def map_frame(result: "Result2D") -> Any:
     """A map as a pandas DataFrame."""
-    import pandas
-
+    pandas = required("pandas", "holds tables")
     return pandas.DataFrame(result.distribution, index=pandas.Index(result.grid1, name="grid1"),
                             columns=pandas.Index(result.grid2, name="grid2"))
 
 
 def map_dataset(result: "Result2D") -> Any:
     """Samples, fit and map as an xarray Dataset with the measures as attributes."""
-    import xarray
-
+    xarray = required("xarray", "holds data sets")
     units = [("s/m2", "m2/s") if kernel == "diffusion" else ("s", "s")
              for kernel in result.kernels]
     values = xarray.Dataset(

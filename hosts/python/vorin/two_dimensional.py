@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import math
 from dataclasses import asdict, dataclass, field
-from typing import TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence, Tuple, cast, overload
+from typing import (TYPE_CHECKING, Any, Callable, Dict, List, Optional, Sequence, Tuple, cast,
+                    overload)
 
 import numpy as np
 
