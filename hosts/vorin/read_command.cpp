@@ -117,7 +117,9 @@ Command addReadCommand(CLI::App& program) {
       "  vorin read export.txt\n"
       "      what is in a file: format, columns, units, samples, spacing, phase\n"
       "  vorin read export.txt --columns time,re,im --out decay.csv\n"
-      "      as a plain file");
+      "      as a plain file\n"
+      "  vorin read run.h5:/scan/signal\n"
+      "      an array of an HDF5 file; of a MATLAB file by its name, run.mat:scan.signal");
   return {line, [options] { return runRead(*options); }};
 }
 

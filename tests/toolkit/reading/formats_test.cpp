@@ -122,6 +122,29 @@ TEST(Prospa, EveryTypeOfNumbersIsRead) {
   EXPECT_NE(refusal(folder / "p.1d", format).find("cut off"), std::string::npos);
 }
 
+TEST(Prospa, RowsOfAMatrixAreDecaysWhereTheyAreChosen) {
+  const TemporaryFolder folder;
+  std::string bytes = "SORPATAD1.1V";
+  for (const std::int32_t number : {501, 3, 2, 1, 1}) {  // complex, 3 samples, 2 rows
+    put(bytes, number);
+  }
+  for (const float number : {9.F, 1.F, 6.F, 2.F, 3.F, 3.F, 8.F, -1.F, 4.F, -2.F, 2.F, -3.F}) {
+    put(bytes, number);
+  }
+  writeFile(folder / "d.2d", bytes);
+  EXPECT_NE(refusal(folder / "d.2d").find("or take its rows as decays by --columns -,1..2"),
+            std::string::npos);
+  const DecayFormat format = readDecayFormat({"-,1..2", "", "", "200us"}, Quantity::time, "--");
+  const std::vector<FileDecay> decays = readDecays(folder / "d.2d", format);
+  ASSERT_EQ(decays.size(), 2U);
+  EXPECT_EQ(decays[0].measured.decay.amplitude, (Numbers{9, 6, 3}));
+  EXPECT_EQ(decays[1].measured.decay.amplitude, (Numbers{8, 4, 2}));
+  EXPECT_EQ(decays[1].measured.imaginary, (Numbers{-1, -2, -3}));
+  EXPECT_DOUBLE_EQ(decays[1].measured.decay.time[2], 600e-6);
+  writeFile(folder / "d.2d", bytes.substr(0, bytes.size() - 1));
+  EXPECT_NE(refusal(folder / "d.2d", format).find("cut off"), std::string::npos);
+}
+
 TEST(Topspin, ASeriesIsReadInBothByteOrdersAndWithPaddedRows) {
   const TemporaryFolder folder;
   for (const bool big : {false, true}) {

@@ -56,17 +56,25 @@ ColumnsFound readProspaBinary(const FormatInput& input) {
   if (!type || !count || !rows || !planes || *count < 1 || *rows < 1 || *planes < 1) {
     failCut(name, "Prospa file");
   }
-  if (*rows > 1 || *planes > 1) {
-    throw UserError(fmt::format(
-        "{}: this Prospa file holds a matrix of {} x {}; write it as text for vorin invert2d", name,
-        *rows, *count));
-  }
   enum Type { realFloat = 500, complexFloat, realDouble, xRealFloat, xComplexFloat };
   if (*type < realFloat || *type > xComplexFloat) {
     throw UserError(
         fmt::format("{}: this Prospa file has numbers of the unknown type {}", name, *type));
   }
-  const auto size = static_cast<std::size_t>(*count);
+  const bool chosen = input.format.columns && input.format.spacing;
+  if (*planes > 1 || (*rows > 1 && (!chosen || *type >= xRealFloat))) {
+    throw UserError(fmt::format(
+        "{}: this Prospa file holds a matrix of {} x {}; write it as text for vorin invert2d{}",
+        name, *rows, *count,
+        *planes > 1 ? ""
+                    : fmt::format(", or take its rows as decays by --columns -,1..{} and --spacing",
+                                  *rows)));
+  }
+  const auto length = static_cast<std::size_t>(*count);
+  if (static_cast<std::size_t>(*rows) > bytes.size() / length) {
+    failCut(name, "Prospa file");
+  }
+  const std::size_t size = length * static_cast<std::size_t>(*rows);
   const bool isComplex = *type == complexFloat || *type == xComplexFloat;
   const bool timed = *type == xRealFloat || *type == xComplexFloat;
   const std::size_t width = *type == realDouble ? 8 : 4;
@@ -104,7 +112,18 @@ ColumnsFound readProspaBinary(const FormatInput& input) {
     columns->add({"time", {std::move(times), {}}, unit});
     columns->roles = {0, 1};
   }
-  columns->add({"signal", std::move(numbers), {}});
+  if (size == length) {
+    columns->add({"signal", std::move(numbers), {}});
+    return columns;
+  }
+  for (std::size_t first = 0; first < size; first += length) {  // a decay in each row
+    const auto part = [first, length](const std::vector<double>& all) {
+      const auto from = all.begin() + static_cast<std::ptrdiff_t>(first);
+      return all.empty() ? std::vector<double>()
+                         : std::vector<double>(from, from + static_cast<std::ptrdiff_t>(length));
+    };
+    columns->add({"", {part(numbers.real), part(numbers.imaginary)}, {}});
+  }
   return columns;
 }
 
