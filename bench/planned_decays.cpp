@@ -3,16 +3,21 @@
 // and prints the processor time of a decay; then a bootstrap beside single inversions.
 // profiledDecays encloses the decays on the plan, for callgrind's --toggle-collect.
 //
-//   planned_decays [DECAYS [own]]   10000 unless given; "own": a noise estimated from each decay
+//   planned_decays [DECAYS [own | json | profile]]   10000 decays unless given
+//     own      a noise estimated from each decay
+//     json     the figures as a line of JSON
+//     profile  the decays on the plan alone
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <exception>
 #include <functional>
 #include <random>
+#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
@@ -74,24 +79,34 @@ double processorSeconds() {
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-/// Runs it, prints its processor time, and tells whether it gives `expected`, if there is any.
-bool timed(const char* what, std::size_t count, const Amplitudes& expected,
-           const std::function<void(Amplitudes&)>& run) {
+/// Processor times in milliseconds.
+struct Figures {
+  double single = 0.0;  ///< an inversion of its own
+  double oneThread = 0.0;
+  double twoThreads = 0.0;
+};
+
+/// Runs it and returns its processor time a decay in milliseconds. `same` becomes false where it
+/// does not give `expected`, as far as that goes.
+double timed(std::size_t count, const Amplitudes& expected,
+             const std::function<void(Amplitudes&)>& run, bool& same) {
   Amplitudes found(count);
   const double start = processorSeconds();
   run(found);
   const double each = 1e3 * (processorSeconds() - start) / static_cast<double>(count);
-  bool same = true;
   for (std::size_t k = 0; k < std::min(count, expected.size()); ++k) {
     same = same && found[k] == expected[k];
   }
-  std::printf("%-24s %7.4f ms of processor time each%s\n", what, each, same ? "" : "  OTHER BITS");
-  std::fflush(stdout);
-  return same;
+  return each;
 }
 
-/// A bootstrap of 200 replicates of a decay of 3000 samples, in units of its inversion.
-void timeBootstrap() {
+/// A bootstrap of 200 replicates of a decay of 3000 samples beside its inversion, in milliseconds.
+struct BootstrapFigures {
+  double single = 0.0;
+  double whole = 0.0;
+};
+
+BootstrapFigures timeBootstrap(vorin::toolkit::Method method) {
   constexpr int samples = 3000;
   constexpr int singles = 20;
   vorin::toolkit::Decay decay;
@@ -102,57 +117,82 @@ void timeBootstrap() {
     decay.time.push_back(t);
     decay.amplitude.push_back(0.3 * std::exp(-t / 0.01) + 0.7 * std::exp(-t / 0.1) + draw(engine));
   }
-  for (const auto method : {vorin::toolkit::Method::classic, vorin::toolkit::Method::automatic}) {
-    InversionSettings settings;
-    settings.method = method;
-    settings.grid = vorin::toolkit::LogGrid{1e-3, 1.0, 100}.times();
-    double start = processorSeconds();
-    vorin::toolkit::Inversion inversion;
-    for (int k = 0; k < singles; ++k) {
-      inversion = vorin::toolkit::invert(decay, settings);
-    }
-    const double single = (processorSeconds() - start) / singles;
-    start = processorSeconds();
-    const auto band = vorin::toolkit::bootstrap(decay, settings, inversion, {});
-    const double whole = processorSeconds() - start;
+  InversionSettings settings;
+  settings.method = method;
+  settings.grid = vorin::toolkit::LogGrid{1e-3, 1.0, 100}.times();
+  BootstrapFigures figures;
+  double start = processorSeconds();
+  vorin::toolkit::Inversion inversion;
+  for (int k = 0; k < singles; ++k) {
+    inversion = vorin::toolkit::invert(decay, settings);
+  }
+  figures.single = 1e3 * (processorSeconds() - start) / singles;
+  start = processorSeconds();
+  vorin::toolkit::bootstrap(decay, settings, inversion, {});
+  figures.whole = 1e3 * (processorSeconds() - start);
+  return figures;
+}
+
+void print(const Figures& decays, const BootstrapFigures& classic,
+           const BootstrapFigures& automatic, bool asJson) {
+  if (asJson) {
     std::printf(
-        "%s method, 3000 samples: an inversion %.3f ms, a bootstrap of %d %.1f ms, that of "
-        "%.0f inversions\n",
-        method == vorin::toolkit::Method::classic ? "classic" : "default", 1e3 * single,
-        band.replicates, 1e3 * whole, whole / single);
+        "{\"single\": %.9g, \"one thread\": %.9g, \"two threads\": %.9g, "
+        "\"bootstrap, classic\": %.9g, \"bootstrap, default\": %.9g}\n",
+        decays.single, decays.oneThread, decays.twoThreads, classic.whole / classic.single,
+        automatic.whole / automatic.single);
+    return;
+  }
+  std::printf("processor time of a decay, ms: single %.4f, one plan %.4f, on 2 threads %.4f\n",
+              decays.single, decays.oneThread, decays.twoThreads);
+  for (const auto& [name, figures] : {std::pair{"classic", classic}, {"default", automatic}}) {
+    std::printf(
+        "%s method, 3000 samples: an inversion %.3f ms, a bootstrap of 200 %.1f ms, that of %.0f "
+        "inversions\n",
+        name, figures.single, figures.whole, figures.whole / figures.single);
   }
 }
 
-int run(std::size_t count, bool ownNoise) {
+int run(std::size_t count, std::string_view mode) {
   InversionSettings settings;
   settings.method = vorin::toolkit::Method::classic;
   settings.grid = vorin::toolkit::LogGrid{1e-3, 1.0, 60}.times();
-  if (!ownNoise) {
+  if (mode != "own") {
     settings.noise = noise;
   }
   const Amplitudes decays = madeDecays(count);
   const InversionPlan plan(times(), settings);
+  if (mode == "profile") {
+    Amplitudes found(count);
+    profiledDecays(plan, decays, 0, count, found);
+    return 0;
+  }
   // Single inversions cost several times as much: a tenth of the decays is enough.
   const std::size_t few = count / 10;
   Amplitudes single(few);
   settings.matrix = plan.settings().matrix;
-  bool same = timed("single inversions", few, {}, [&](Amplitudes& found) {
+  Figures figures;
+  bool same = true;
+  const auto invertSingly = [&](Amplitudes& found) {
     for (std::size_t k = 0; k < few; ++k) {
-      single[k] = vorin::toolkit::invert({times(), decays[k]}, settings).distribution.amplitude;
+      found[k] = vorin::toolkit::invert({times(), decays[k]}, settings).distribution.amplitude;
     }
-    found = single;
-  });
-  same = timed("one plan, 1 thread", count, single,
-               [&](Amplitudes& found) { profiledDecays(plan, decays, 0, count, found); }) &&
-         same;
-  same =
-      timed("one plan, 2 threads", count, single,
-            [&](Amplitudes& found) {
-              const std::jthread other([&] { profiledDecays(plan, decays, 0, count / 2, found); });
-              profiledDecays(plan, decays, count / 2, count, found);
-            }) &&
-      same;
-  timeBootstrap();
+    single = found;
+  };
+  figures.single = timed(few, {}, invertSingly, same);
+  figures.oneThread = timed(
+      count, single, [&](Amplitudes& found) { profiledDecays(plan, decays, 0, count, found); },
+      same);
+  const auto onTwoThreads = [&](Amplitudes& found) {
+    const std::jthread other([&] { profiledDecays(plan, decays, 0, count / 2, found); });
+    profiledDecays(plan, decays, count / 2, count, found);
+  };
+  figures.twoThreads = timed(count, single, onTwoThreads, same);
+  print(figures, timeBootstrap(vorin::toolkit::Method::classic),
+        timeBootstrap(vorin::toolkit::Method::automatic), mode == "json");
+  if (!same) {
+    std::fprintf(stderr, "planned_decays: the plan gives other bits than single inversions\n");
+  }
   return same ? 0 : 1;
 }
 
@@ -161,7 +201,7 @@ int run(std::size_t count, bool ownNoise) {
 int main(int argc, char** argv) {
   try {
     const std::size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 10000;
-    return run(count, argc > 2 && std::strcmp(argv[2], "own") == 0);
+    return run(count, argc > 2 ? argv[2] : "");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "planned_decays: %s\n", error.what());
     return 2;

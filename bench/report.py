@@ -76,6 +76,54 @@ def shares_table(columns):
     return lines
 
 
+# What the default path and its neighbours are to reach against scipy: path, nf, ng, times.
+GOALS = [("noise", 1000, 100, 25), ("noise", 1000, 200, 35), ("corner", 1000, 100, 25),
+         ("C5 whole", 10000, 100, 10), ("fixed", 1000, 100, 10)]
+
+
+def goals_table(results):
+    lines = ["| | goal | this run |", "| --- | ---: | ---: |"]
+    for path, nf, ng, times in GOALS:
+        row = next((row for row in results["rows"] if (row["path"], row["nf"], row["ng"])
+                    == (path, nf, ng) and row["snr"] == 100.0), {})
+        reached = f"{ratio(row, 'scipy')}x" if row else "not run"
+        lines.append(f"| {path}, nf {nf}, ng {ng}, SNR 100, against scipy | {times}x | {reached} |")
+    many = results["many"]
+    planned = next(c for c in results["shares"] if c["path"] == "planned")
+    lines.append("| a decay of 56 samples on 60 grid times among many on a plan, one thread "
+                 f"| 0.06 ms | {many['one thread']:.3f} ms, {planned['millions']:.2f} million "
+                 "instructions |")
+    lines.append("| a bootstrap of 200 of 3000 samples, in single inversions | 60 "
+                 f"| {many['bootstrap, classic']:.1f} classic, "
+                 f"{many['bootstrap, default']:.1f} default |")
+    return lines
+
+
+# Million instructions of the same inversions with LU factors in each pass, with Cholesky factors
+# in each pass, and with the passes in few unknowns factored anew each time.
+EARLIER = {("noise", 1000): (15.2, 6.0, 3.8), ("noise", 10000): (15.4, 7.2, 6.6),
+           ("unpruned", 1000): (25.4, 13.8, 8.9), ("C5 pruned", 1000): (6.3, 5.3, 5.1),
+           ("C5 whole", 1000): (10.0, 8.9, 7.7), ("C5 whole", 10000): (63.0, 61.9, 50.0),
+           ("fixed", 1000): (4.4, 3.0, 2.5), ("corner", 1000): (36.4, 9.8, 9.6),
+           ("planned", 56): (None, None, 0.67)}
+
+
+def history_table(columns):
+    lines = ["| path | nf | LU in each pass | Cholesky in each pass | few unknowns, factored "
+             "| now | first / now |", "| --- | ---: | ---: | ---: | ---: | ---: | ---: |"]
+    for column in columns:
+        earlier = EARLIER.get((column["path"], column["nf"]))
+        if earlier is None:
+            continue
+        digits = 2 if column["millions"] < 1.0 else 1
+        first = next(value for value in earlier if value is not None)
+        cells = ["" if value is None else f"{value:.{digits}f}"
+                 for value in (*earlier, column["millions"])]
+        lines.append(f"| {column['path']} | {column['nf']} | " + " | ".join(cells)
+                     + f" | {first / column['millions']:.1f} |")
+    return lines
+
+
 def cpu_model():
     with open("/proc/cpuinfo") as text:
         for line in text:
@@ -174,6 +222,13 @@ def write(results, folder):
         "by_nf": "\n".join(growth_table(results["by_nf"])),
         "by_ng": "\n".join(growth_table(results["by_ng"])),
         "shares": "\n".join(shares_table(results["shares"])),
+        "history": "\n".join(history_table(results["shares"])),
+        "goals": "\n".join(goals_table(results)),
+        "single_ms": f"{results['many']['single']:.3f}",
+        "planned_ms": f"{results['many']['one thread']:.3f}",
+        "threads_ms": f"{results['many']['two threads']:.3f}",
+        "bootstrap_classic": f"{results['many']['bootstrap, classic']:.1f}",
+        "bootstrap_default": f"{results['many']['bootstrap, default']:.1f}",
         "summary": "\n".join(
             f"| {path} | {spread(rows, path, 'scipy')} | {spread(rows, path, 'reference')} |"
             for path in dict.fromkeys(row["path"] for row in rows)),

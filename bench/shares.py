@@ -14,7 +14,7 @@ STAGES = [
     ("SVD (LAPACK)", ["vorin::gesvd("], []),
     ("conversion to double, transposition", ["vorin::brd::KernelForms<double>::converted<float>("],
      []),
-    ("K'K", ["::gram<true, double>(", "::packTransposed<double>("],
+    ("K'K", ["::gram<true, double>("],
      ["vorin::reduce::pivotedCholesky("]),
     ("factor of K'K of few rows", ["vorin::brd::rankFactorOf("], []),
     ("passes in few unknowns", ["vorin::brd::PassPrediction::run("], []),
@@ -34,12 +34,13 @@ PATHS = {"noise": "noise", "unpruned": "unpruned", "C5 pruned": "C5-pruned",
          "C5 whole": "C5-whole", "fixed": "fixed", "corner": "corner"}
 
 
-def inclusive_costs(one_inversion, path, nf):
+def inclusive_costs(function, command):
+    """Instructions of each function, what it calls included, while `function` runs."""
     with tempfile.TemporaryDirectory() as folder:
         counts = os.path.join(folder, "counts")
         subprocess.run(
-            ["valgrind", "--tool=callgrind", "--toggle-collect=profiledInversion",
-             f"--callgrind-out-file={counts}", one_inversion, PATHS[path], str(nf), "100", "100"],
+            ["valgrind", "--tool=callgrind", f"--toggle-collect={function}",
+             f"--callgrind-out-file={counts}", *command],
             check=True, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         text = subprocess.run(
             ["callgrind_annotate", "--inclusive=yes", "--threshold=100", "--auto=no", counts],
@@ -52,9 +53,8 @@ def inclusive_costs(one_inversion, path, nf):
     return costs
 
 
-def of_path(one_inversion, path, nf):
-    """Millions of instructions, and the share of each stage."""
-    costs = inclusive_costs(one_inversion, path, nf)
+def shares_of(costs):
+    """All instructions, and the share of each stage."""
 
     def cost(names):
         return sum(value for value, function in costs if any(name in function for name in names)
@@ -63,9 +63,22 @@ def of_path(one_inversion, path, nf):
     total = max(value for value, _ in costs)
     stages = {stage: max(0, cost(names) - cost(less)) / total for stage, names, less in STAGES}
     stages["everything else"] = max(0.0, 1.0 - sum(stages.values()))
+    return total, stages
+
+
+def of_path(one_inversion, path, nf):
+    total, stages = shares_of(inclusive_costs(
+        "profiledInversion", [one_inversion, PATHS[path], str(nf), "100", "100"]))
     return {"path": path, "nf": nf, "millions": total / 1e6, "stages": stages}
 
 
-def of_all_paths(one_inversion, samples):
+def of_planned_decay(planned_decays, count=400):
+    """The same for one decay of many on a plan, whose forms are not counted in full."""
+    total, stages = shares_of(inclusive_costs(
+        "profiledDecays", [planned_decays, str(count), "profile"]))
+    return {"path": "planned", "nf": 56, "millions": total / 1e6 / count, "stages": stages}
+
+
+def of_all_paths(one_inversion, planned_decays, samples):
     return [of_path(one_inversion, path, nf) for path in PATHS for nf in samples
-            if path != "unpruned" or nf == 1000]
+            if path != "unpruned" or nf == 1000] + [of_planned_decay(planned_decays)]

@@ -459,7 +459,8 @@ TYPED_TEST(KernelsTest, CholeskyHasTheBitsOfThePlainLoopsAtEveryLevel) {
                       std::memcmp(got.data(), pivots.data(),
                                   static_cast<std::size_t>(sound) * sizeof(Real)) == 0);
           EXPECT_TRUE(sound == n || !(got[static_cast<std::size_t>(sound)] > Real(0)));
-          EXPECT_TRUE(std::equal(L.end() - behind, L.end(), A.end() - behind)) << "behind the matrix";
+          EXPECT_TRUE(std::equal(L.end() - behind, L.end(), A.end() - behind))
+              << "behind the matrix";
         }
       }
     }
