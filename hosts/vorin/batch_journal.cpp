@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -38,7 +39,8 @@ Json jsonOf(const BatchRow& row) {
   return {{"samples", row.samples},     {"status", row.status},    {"success", row.success},
           {"advice", row.advice},       {"noise", row.noise},      {"weight", row.weight},
           {"error", row.standardError}, {"log_mean", row.logMean}, {"total", row.total},
-          {"peaks", row.peaks},         {"measures", measures}};
+          {"peaks", row.peaks},         {"measures", measures},    {"peak_list", row.peakList},
+          {"notes", row.notes}};
 }
 
 BatchRow rowOf(const Json& object) {
@@ -53,6 +55,11 @@ BatchRow rowOf(const Json& object) {
   row.logMean = numberOf(object.at("log_mean"));
   row.total = numberOf(object.at("total"));
   row.peaks = object.at("peaks").get<std::size_t>();
+  row.notes = object.at("notes").get<std::string>();
+  for (const Json& peak : object.at("peak_list")) {
+    row.peakList.emplace_back();
+    std::transform(peak.begin(), peak.end(), row.peakList.back().begin(), numberOf);
+  }
   for (const Json& measure : object.at("measures")) {
     row.measures.push_back(numberOf(measure));
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "command_line.hpp"
+#include "toolkit/model/kernel.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -40,6 +41,31 @@ std::vector<std::string> wordsOf(const std::string& type) {
   return words;
 }
 
+/// The words of an option whose type in the help is one name for all of them.
+std::vector<std::string> moreWords(const std::string& name, const std::string& type) {
+  if (name == "--kernel") {
+    std::vector<std::string> words;
+    for (Kernel kernel :
+         {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+      words.emplace_back(kernelName(kernel));
+    }
+    return words;
+  }
+  if (name == "--noise" && type == "SIGMA|HOW") {
+    return {"difference", "fit", "ridge", "scan", "quadrature"};
+  }
+  if (name == "--noise" && type == "HOW") {  // of a map
+    return {"projection", "quadrature"};
+  }
+  if (name == "--weight" && type == "HOW") {
+    return {"noise", "corner"};
+  }
+  if (name.starts_with("--time-unit")) {
+    return {"s", "ms", "us", "ns", "s/m2", "s/cm2", "s/mm2", "ms/um2"};
+  }
+  return {};
+}
+
 /// The help of an option in one short line without characters that a shell could read.
 std::string shortText(const std::string& help) {
   std::string text = help.substr(0, help.find_first_of(".:;("));
@@ -68,6 +94,8 @@ std::vector<Completion> completionsOf(const CLI::App& line) {
     one.takesValue = option->get_items_expected_max() > 0;
     one.type = option->get_type_name();
     one.words = wordsOf(one.type);
+    const std::vector<std::string> more = moreWords(one.names.front(), one.type);
+    one.words.insert(one.words.end(), more.begin(), more.end());
     result.push_back(std::move(one));
   }
   return result;

@@ -39,7 +39,7 @@ CLI::Option* addOptionalValue(CLI::App& line, const std::string& name, std::stri
 }  // namespace
 
 void MethodOptions::addTo(CLI::App& line) {
-  addOption(line, "--method", method, "HOW",
+  addOption(line, "--method", method, "automatic|classic",
             "automatic (default): range, noise and weight are chosen from the data,\n"
             "and data that the kernel can't describe are told; classic: the library\n"
             "looks on the whole grid for the weight at which the fit misses the\n"
@@ -60,7 +60,7 @@ void MethodOptions::addTo(CLI::App& line) {
             "quadrature (the imaginary channel). Default: from the residual of the\n"
             "closest fit; --method classic: from second differences of neighbouring\n"
             "samples, outliers and the start of the decay apart");
-  addOption(line, "--prune", prune, "HOW",
+  addOption(line, "--prune", prune, "log|linear|none",
             "Bins in which samples are averaged before the inversion: log\n"
             "(default), linear, or none");
   addOption(line, "--prune-points", prunePoints, "N", "Number of bins, 10 to 5000 (default 200)");

@@ -146,6 +146,7 @@ InvertOutputs::InvertOutputs(const OutputOptions& options, const InputOptions& i
     table_ = files_.announce(options.table, "--table");
   }
   findJournal(options);
+  files_.removeLeftovers();
   if (!options.plot.empty()) {
     requireGnuplot(options.plot, "--plot");
   }

@@ -151,5 +151,61 @@ TEST(Completion, BashCompletesOptionsAndWords) {
   EXPECT_EQ(completed("vorin invert c.b", 2), "c.bash\n");
 }
 
+bool isInstalled(const std::string& program) {
+  return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+TEST(Completion, FishCompletesOptionsAndWords) {
+  if (!isInstalled("fish")) {
+    GTEST_SKIP() << "fish is not installed";
+  }
+  const TemporaryFolder folder;
+  writeFile(folder / "vorin.fish", runProgram(folder.path(), {"completion", "fish"}).out);
+  const auto completed = [&](const std::string& line) {
+    const std::string run = fmt::format(
+        "cd {} && HOME={} fish --no-config -c 'source vorin.fish; complete -C \"{}\"' >answer.txt",
+        folder.path().string(), folder.path().string(), line);
+    EXPECT_EQ(std::system(run.c_str()), 0);
+    return contentOf(folder / "answer.txt");
+  };
+  EXPECT_EQ(completed("vorin sim").substr(0, 9), "simulate\t");
+  EXPECT_EQ(completed("vorin invert --keep").substr(0, 13), "--keep-going\t");
+  EXPECT_EQ(completed("vorin invert --weight cor").substr(0, 7), "corner\t");
+  EXPECT_EQ(completed("vorin invert --prune lin").substr(0, 7), "linear\t");
+  EXPECT_EQ(completed("vorin invert --kernel diff").substr(0, 10), "diffusion\t");
+}
+
+TEST(Completion, ZshCompletesOptionsAndWords) {
+  if (!isInstalled("zsh")) {
+    GTEST_SKIP() << "zsh is not installed";
+  }
+  const TemporaryFolder folder;
+  writeFile(folder / "_vorin", runProgram(folder.path(), {"completion", "zsh"}).out);
+  // An interactive shell behind a terminal of zsh's own; control-X shows what stands in the line.
+  writeFile(folder / "run.zsh", fmt::format(R"(zmodload zsh/zpty
+zpty -b shell zsh -f -i
+zpty -w shell 'PS1=READY; fpath=({} $fpath); autoload -Uz compinit; compinit -u -D; show() {{ print -r -- "LINE<$BUFFER>"; BUFFER= }}; zle -N show; bindkey "^X" show'
+zpty -r -m shell seen '*READY*READY*'
+for line in "$@"; do
+  zpty -w -n shell "$line"$'\t\C-X'
+  zpty -r -m shell seen '*LINE<*>*'
+  print -r -- "$seen"
+done
+zpty -d shell
+)",
+                                            folder.path().string()));
+  const std::string run = fmt::format(
+      "cd {} && timeout 20 zsh -f run.zsh 'vorin invert --keep-g' 'vorin invert --weight cor' "
+      "'vorin invert --prune lin' 'vorin simulate2' >answer.txt 2>&1",
+      folder.path().string());
+  ASSERT_EQ(std::system(run.c_str()), 0) << contentOf(folder / "answer.txt");
+  const std::string answer = contentOf(folder / "answer.txt");
+  for (const char* line :
+       {"LINE<vorin invert --keep-going >", "LINE<vorin invert --weight corner >",
+        "LINE<vorin invert --prune linear >", "LINE<vorin simulate2d >"}) {
+    EXPECT_NE(answer.find(line), std::string::npos) << line << " is not in\n" << answer;
+  }
+}
+
 }  // namespace
 }  // namespace vorin::toolkit::test

@@ -61,10 +61,11 @@ TEST(InvertBatch, TableAndJsonTellTheSame) {
   ASSERT_EQ(all.size(), 3U);
   std::string table =
       "file,samples,status,success,noise,weight,standard_error,log_mean_s,total,peaks,mean_s,"
-      "p10_s,p50_s,p90_s,message\n";
+      "p10_s,p50_s,p90_s,message,notes,peak_positions_s,peak_centres_s,peak_widths,peak_shares,"
+      "peak_amounts\n";
   for (const Json& one : all) {
     table += fmt::format(
-        "{},{},{},{},{:.8g},{:.8g},{:.8g},{:.8g},{:.8g},{},{:.8g},{:.8g},{:.8g},{:.8g},\n",
+        "{},{},{},{},{:.8g},{:.8g},{:.8g},{:.8g},{:.8g},{},{:.8g},{:.8g},{:.8g},{:.8g},,",
         one["file"].get<std::string>(), one["samples"].get<int>(), one["status"].get<int>(),
         one["success"].get<bool>(), one["noise"].get<double>(), one["weight"].get<double>(),
         one["standard_error"].get<double>(), one["log_mean"].get<double>(),
@@ -72,6 +73,15 @@ TEST(InvertBatch, TableAndJsonTellTheSame) {
         one["percentiles"][0]["position"].get<double>(),
         one["percentiles"][1]["position"].get<double>(),
         one["percentiles"][2]["position"].get<double>());
+    EXPECT_TRUE(one["notes"].empty());
+    for (const char* field : {"position", "centre", "width", "share", "amount"}) {
+      const char* before = ",";
+      for (const Json& peak : one["peaks"]) {
+        table += fmt::format("{}{:.8g}", before, peak[field].get<double>());
+        before = " ";
+      }
+    }
+    table += '\n';
   }
   EXPECT_EQ(contentOf(folder / "table.csv"), table);
   EXPECT_NE(outcome.out.find("\n3 of 3 inversions successful\n"), std::string::npos);

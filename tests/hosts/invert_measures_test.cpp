@@ -47,7 +47,7 @@ TEST(InvertMeasures, ACutoffDividesWhatTheTruthDivides) {
       << outcome.out;
   EXPECT_NE(contentOf(folder / "table.csv")
                 .find(",amount_below_0.027_s,share_below_0.027_s,amount_above_0.027_s,"
-                      "share_above_0.027_s,message\n"),
+                      "share_above_0.027_s,message,notes,peak_positions_s,"),
             std::string::npos);
   // The column of --out is the running sum of its amplitudes and ends at the total.
   std::istringstream rows(contentOf(folder / "f.csv"));

@@ -95,6 +95,32 @@ std::map<std::string, std::string> filesOf(const fs::path& folder) {
   return files;
 }
 
+TEST(Leftovers, OfAKilledRunAreRemovedByTheNext) {
+  const TemporaryFolder folder;
+  // A process that is no more.
+  const pid_t gone = ::fork();
+  if (gone == 0) {
+    ::_exit(0);
+  }
+  ::waitpid(gone, nullptr, 0);
+  fs::create_directory(folder / "out");
+  const std::string left = fmt::format("out/.d_t2.csv.{}.part", gone);
+  const std::string ofLiving = fmt::format("out/.d_t2.csv.{}.part", ::getpid());
+  const std::string ofOthers = fmt::format("out/.other.csv.{}.part", gone);
+  for (const std::string& name : {left, ofLiving, ofOthers}) {
+    writeFile(folder / name, "half");
+  }
+  writeFile(folder / "d.csv", contentOf(std::string(VORIN_SAMPLE_DIR) + "/decay.csv"));
+  ASSERT_EQ(
+      runProgram(folder.path(), {"invert", "d.csv", "--weight", "1", "--out", "out/{}_t2.csv"})
+          .status,
+      0);
+  EXPECT_FALSE(fs::exists(folder / left));
+  EXPECT_TRUE(fs::exists(folder / ofLiving));
+  EXPECT_TRUE(fs::exists(folder / ofOthers));
+  EXPECT_TRUE(fs::exists(folder / "out/d_t2.csv"));
+}
+
 class Interrupted : public testing::TestWithParam<int> {};
 
 TEST_P(Interrupted, LeavesWhatIsDoneAndGoesOnToTheSameBytes) {

@@ -8,6 +8,7 @@
 #include <numeric>
 #include <optional>
 
+#include "toolkit/measures/bin_part.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
@@ -16,14 +17,6 @@
 namespace vorin::toolkit {
 
 namespace {
-
-/// The part of the bin from `left` to `right` that lies at and below `at`, all logarithms.
-double partBelow(double left, double right, double at) {
-  if (!(right > left)) {
-    return at > left ? 1.0 : at < left ? 0.0 : 0.5;  // one value without a neighbour
-  }
-  return std::clamp((at - left) / (right - left), 0.0, 1.0);
-}
 
 /// The values between commas, rising. `read` gives nothing for a text that is no value.
 template <class Read>

@@ -4,11 +4,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <optional>
 
+#include "toolkit/reading/numbers.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -85,6 +88,36 @@ fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
     announced_.insert(target);  // a device or a pipe may take several
   }
   return target;
+}
+
+void OutputFiles::removeLeftovers() const {
+  std::set<fs::path> folders;
+  for (const fs::path& target : announced_) {
+    folders.insert(target.parent_path());
+  }
+  constexpr std::string_view ending = ".part";
+  for (const fs::path& folder : folders) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+      // ".NAME.PROCESS.part"
+      const std::string name = entry->path().filename().string();
+      if (name.front() != '.' || !name.ends_with(ending)) {
+        continue;
+      }
+      const std::string body = name.substr(1, name.size() - 1 - ending.size());
+      const std::size_t dot = body.rfind('.');
+      const std::optional<long long> process =
+          dot == std::string::npos ? std::nullopt : parseInteger(body.substr(dot + 1));
+      constexpr long long mostProcesses = 1LL << 30;
+      if (process && *process > 0 && *process < mostProcesses &&
+          announced_.contains(folder / body.substr(0, dot)) &&
+          ::kill(static_cast<pid_t>(*process), 0) != 0 && errno == ESRCH) {
+        std::error_code ignored;
+        fs::remove(entry->path(), ignored);
+      }
+    }
+  }
 }
 
 void OutputFiles::write(const fs::path& target, std::string_view content) {

@@ -29,6 +29,10 @@ class OutputFiles {
   std::filesystem::path announce(const std::filesystem::path& path, std::string_view option,
                                  const std::filesystem::path& input = {});
 
+  /// Removes what runs that were killed have left in the folders of the announced files: temporary
+  /// files for them of processes that are no more.
+  void removeLeftovers() const;
+
   /// Keeps `content` for `target`, which announce() returned. Throws UserError when it
   /// can't be written.
   void write(const std::filesystem::path& target, std::string_view content);

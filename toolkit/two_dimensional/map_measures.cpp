@@ -6,6 +6,9 @@
 #include <limits>
 #include <numeric>
 
+#include "toolkit/measures/bin_part.hpp"
+#include "toolkit/measures/cumulative.hpp"
+
 namespace vorin::toolkit {
 
 namespace {
@@ -127,15 +130,16 @@ struct Moments {
   }
 };
 
-/// The part of the interval of grid value `at` that lies between `from` and `to`.
-double partInside(const std::vector<double>& grid, std::size_t at, double from, double to) {
-  const auto half = [&](std::size_t low) { return 0.5 * std::log(grid[low + 1] / grid[low]); };
-  const double here = std::log(grid[at]);
-  const double left = here - half(at == 0 ? 0 : at - 1);
-  const double right = here + half(at + 1 == grid.size() ? at - 1 : at);
-  const double inside = std::min(right, std::log(std::max(to, 1e-300))) -
-                        std::max(left, std::log(std::max(from, 1e-300)));
-  return std::clamp(inside / (right - left), 0.0, 1.0);
+/// The part of the bin of each grid value that lies between `from` and `to`.
+std::vector<double> partsInside(const std::vector<double>& grid, double from, double to) {
+  const std::vector<double> edges = logBinEdges(grid);
+  std::vector<double> parts;
+  parts.reserve(grid.size());
+  for (std::size_t k = 0; k < grid.size(); ++k) {
+    parts.push_back(partBelow(edges[k], edges[k + 1], std::log(to)) -
+                    partBelow(edges[k], edges[k + 1], std::log(from)));
+  }
+  return parts;
 }
 
 }  // namespace
@@ -231,10 +235,10 @@ std::vector<MapPeak> mapPeaks(const MapView& map, double smallestShare, std::vec
 std::vector<double> cellParts(const MapView& map, const MapRegion& region) {
   std::vector<double> parts;
   parts.reserve(map.amplitude.size());
-  for (std::size_t i = 0; i < map.grid1.size(); ++i) {
-    const double part = partInside(map.grid1, i, region.from1, region.to1);
-    for (std::size_t k = 0; k < map.grid2.size(); ++k) {
-      parts.push_back(part * partInside(map.grid2, k, region.from2, region.to2));
+  const std::vector<double> along2 = partsInside(map.grid2, region.from2, region.to2);
+  for (const double part : partsInside(map.grid1, region.from1, region.to1)) {
+    for (const double other : along2) {
+      parts.push_back(part * other);
     }
   }
   return parts;

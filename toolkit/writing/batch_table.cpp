@@ -10,6 +10,7 @@
 #include "toolkit/measures/report_measures.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
+#include "toolkit/writing/summary_lines.hpp"
 
 namespace vorin::toolkit {
 
@@ -56,6 +57,17 @@ std::string_view unitSuffix(Kernel kernel) {
                                                        : "";
 }
 
+/// A column that lists a number of each peak, with blanks between them.
+struct PeakColumn {
+  std::string_view name;
+  bool onGrid;  ///< in the unit of the grid
+};
+constexpr std::array<PeakColumn, 5> peakColumns{{{"peak_positions", true},
+                                                 {"peak_centres", true},
+                                                 {"peak_widths", false},
+                                                 {"peak_shares", false},
+                                                 {"peak_amounts", false}}};
+
 /// Calls `visit` with the name and the value of each measure that has a column, in the order of
 /// the columns: the mean, the percentiles, amount and share of each part.
 template <class Visit>
@@ -90,6 +102,13 @@ BatchRow batchRow(const Inversion& inversion, const ReportContext& context) {
   row.logMean = measures.logMean.value;
   row.total = measures.total.value;
   row.peaks = measures.peaks.size();
+  for (const MeasuredPeak& peak : measures.peaks) {
+    row.peakList.push_back({peak.position.value, peak.centre.value, peak.width.value,
+                            peak.share.value, peak.amount.value});
+  }
+  for (const std::string& note : allNotes(inversion, context, measures)) {
+    row.notes.append(row.notes.empty() ? "" : "; ").append(inOneLine(note));
+  }
   visitMeasures(measures, [&](const std::string&, const Measure& measure) {
     row.measures.push_back(measure.value);
     if (measure.interval) {
@@ -205,7 +224,12 @@ std::string batchCsv(const std::vector<BatchRow>& rows, const BatchLayout& layou
   for (const std::string& column : columns) {
     text.append(1, ',').append(column);
   }
-  text += ",message\n";
+  text += ",message,notes";
+  for (const PeakColumn& column : peakColumns) {
+    fmt::format_to(std::back_inserter(text), ",{}{}", column.name,
+                   column.onGrid ? unitSuffix(layout.kernel) : "");
+  }
+  text += '\n';
   for (const BatchRow& row : rows) {
     const std::string file = csvField(inOneLine(row.file));
     if (row.inverted) {
@@ -219,7 +243,15 @@ std::string batchCsv(const std::vector<BatchRow>& rows, const BatchLayout& layou
     } else {
       text += fmt::format("{},,,false,,,,,,", file) + std::string(columns.size(), ',');
     }
-    fmt::format_to(std::back_inserter(text), ",{}\n", row.success ? "" : csvField(row.advice));
+    fmt::format_to(std::back_inserter(text), ",{},{}", row.success ? "" : csvField(row.advice),
+                   csvField(row.notes));
+    for (std::size_t k = 0; k < peakColumns.size(); ++k) {
+      text += ',';
+      for (const std::array<double, 5>& peak : row.peakList) {
+        text.append(&peak == &row.peakList.front() ? "" : " ").append(csvNumber(peak[k]));
+      }
+    }
+    text += '\n';
   }
   return text;
 }

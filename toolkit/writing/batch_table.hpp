@@ -1,6 +1,7 @@
 // Several inversions in one table, a row a decay.
 #pragma once
 
+#include <array>
 #include <limits>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ struct BatchRow {
   double logMean = unknown;
   double total = unknown;
   std::size_t peaks = 0;
+  /// Of each peak position, centre, width, share and amount.
+  std::vector<std::array<double, 5>> peakList{};
+  std::string notes{};           ///< the remarks on data and inversion, with "; " between them
   std::vector<double> measures;  ///< as BatchLayout lists them; none where not inverted
 };
 

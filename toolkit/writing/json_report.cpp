@@ -5,6 +5,7 @@
 
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/distribution.hpp"
+#include "toolkit/writing/summary_lines.hpp"
 
 namespace vorin::toolkit {
 
@@ -82,6 +83,7 @@ void addChoice(Json& object, const Inversion& inversion) {
   object["offset"] = numberOrNull(inversion.offset);
   object["efficiency"] = numberOrNull(inversion.efficiency);
   object["finding"] = textOrNull(findingWord(inversion.finding.kind));
+  object["finding_text"] = textOrNull(findingText(inversion.finding));
 }
 
 }  // namespace
@@ -150,6 +152,7 @@ std::string jsonObject(const Inversion& inversion, const ReportContext& context)
   };
   addChoice(object, inversion);
   const Measures measures = measuresOf(inversion, context);
+  object["notes"] = allNotes(inversion, context, measures);
   object["amplitude_unit"] =
       context.amplitudeUnit.empty() ? Json(nullptr) : Json(context.amplitudeUnit);
   object["total"] = measures.total.value;

@@ -104,17 +104,44 @@ TEST(Report, ThePhaseIsToldInDegrees) {
   EXPECT_TRUE(example.summaryHolds("turned back by 90.00 degrees, imaginary noise 0.25\n"));
 }
 
+TEST(Report, NotesAndFindingsAreInJsonAndTheRow) {
+  Example example;
+  example.context.found = {
+      {"format", "text"}, {"note", "1 row left out"}, {"note", "times sorted"}};
+  example.inversion.finding = {FindingKind::structure};
+  const auto json = nlohmann::json::parse(jsonObject(example.inversion, example.context));
+  EXPECT_EQ(json["notes"][0], "1 row left out");
+  EXPECT_EQ(json["notes"][1], "times sorted");
+  EXPECT_EQ(json["finding"], "structure");
+  EXPECT_EQ(json["finding_text"], findingText(example.inversion.finding));
+  const BatchRow row = batchRow(example.inversion, example.context);
+  EXPECT_EQ(row.notes.substr(0, 28), "1 row left out; times sorted");
+  ASSERT_EQ(row.peakList.size(), 2U);
+  EXPECT_EQ(row.peakList[0][3], 0.25);  // 1 of 4
+  EXPECT_EQ(row.peakList[1][4], 3.0);
+  example.inversion.finding = {};
+  EXPECT_TRUE(nlohmann::json::parse(jsonObject(example.inversion, example.context))["finding_text"]
+                  .is_null());
+}
+
 TEST(BatchTable, WhatSeparatesFieldsIsQuoted) {
   BatchRow row;
   row.file = "a,\"b\".csv";
   row.noise = std::numeric_limits<double>::quiet_NaN();
   const BatchLayout layout{Kernel::diffusion, {{1e-10}, {}}, false, false};
   row.measures = {1e-9, 2.0, 0.25, 6.0, 0.75};
-  EXPECT_EQ(batchCsv({row}, layout),
-            "file,samples,status,success,noise,weight,standard_error,log_mean_m2_s,total,peaks,"
-            "mean_m2_s,amount_below_1e-10_m2_s,share_below_1e-10_m2_s,amount_above_1e-10_m2_s,"
-            "share_above_1e-10_m2_s,message\n"
-            "\"a,\"\"b\"\".csv\",0,0,true,,,,,,0,1e-09,2,0.25,6,0.75,\n");
+  row.peaks = 2;
+  row.peakList = {{1e-10, 1.5e-10, 0.1, 0.25, 2.0}, {2e-9, 3e-9, 0.2, 0.75, 6.0}};
+  row.notes = "rows sorted; times, averaged";
+  EXPECT_EQ(
+      batchCsv({row}, layout),
+      "file,samples,status,success,noise,weight,standard_error,log_mean_m2_s,total,peaks,"
+      "mean_m2_s,amount_below_1e-10_m2_s,share_below_1e-10_m2_s,amount_above_1e-10_m2_s,"
+      "share_above_1e-10_m2_s,message,notes,peak_positions_m2_s,peak_centres_m2_s,peak_widths,peak_"
+      "shares,"
+      "peak_amounts\n"
+      "\"a,\"\"b\"\".csv\",0,0,true,,,,,,2,1e-09,2,0.25,6,0.75,,\"rows sorted; times, averaged\","
+      "1e-10 2e-09,1.5e-10 3e-09,0.1 0.2,0.25 0.75,2 6\n");
 }
 
 TEST(BatchTable, AFailureIsARowWithItsSentence) {
@@ -124,7 +151,7 @@ TEST(BatchTable, AFailureIsARowWithItsSentence) {
   const std::string first = csv.substr(0, csv.find('\n'));
   const std::string second = csv.substr(first.size() + 1);
   EXPECT_EQ(second, "bad.csv,,,false,,,,,,," + std::string(6 * 3, ',') +
-                        "\"bad.csv, line 2: \"\"x\"\" is no number\"\n");
+                        "\"bad.csv, line 2: \"\"x\"\" is no number\",,,,,,\n");
   // As many commas as the header has; two of the row's are inside quotes.
   EXPECT_EQ(std::count(first.begin(), first.end(), ','),
             std::count(second.begin(), second.end(), ',') - 1);
