@@ -15,6 +15,7 @@
 #include "invert_options.hpp"
 #include "jobs.hpp"
 #include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/model/kernel.hpp"
 #include "toolkit/writing/batch_table.hpp"
@@ -25,31 +26,6 @@
 namespace vorin::toolkit {
 
 namespace {
-
-/// The kernel of one decay after another. Decays of one shape share theirs, on whatever thread
-/// they are inverted, so that many of them cost no more than their inversions.
-class KernelByShape {
- public:
-  std::shared_ptr<const std::vector<float>> of(const Input& input) {
-    if (input.matrix) {
-      return input.matrix;
-    }
-    const std::lock_guard guard(guard_);
-    if (!matrix_ || times_ != input.decay.time || grid_ != input.grid) {
-      times_ = input.decay.time;
-      grid_ = input.grid;
-      matrix_ = std::make_shared<const std::vector<float>>(
-          kernelMatrix(input.kernel, times_, input.grid));
-    }
-    return matrix_;
-  }
-
- private:
-  std::mutex guard_;
-  std::vector<double> times_;
-  std::vector<double> grid_;
-  std::shared_ptr<const std::vector<float>> matrix_;
-};
 
 /// The table of several decays, shown as it grows, in the order of the decays.
 class GrowingTable {
@@ -144,14 +120,15 @@ struct Inverted {
   std::optional<LCurve> curve;
 };
 
-Inverted inverted(const Input& input, const Run& run, KernelByShape& kernels,
+Inverted inverted(const Input& input, const Run& run, SharedKernel& kernels,
                   const InvertOutputs& outputs, const PrivateFolder& scratch,
                   const std::function<void(int)>& progress) {
   Inverted result{run.settings, {}, contextOf(input, run), {}};
   InversionSettings& settings = result.settings;
   settings.kernel = input.kernel;
   settings.grid = input.grid;
-  settings.matrix = kernels.of(input);
+  settings.matrix =
+      input.matrix ? input.matrix : kernels.of(input.kernel, input.decay.time, input.grid);
   if (outputs.wantsLog()) {
     settings.logFile = logIn(scratch).string();
   }
@@ -169,7 +146,7 @@ Inverted inverted(const Input& input, const Run& run, KernelByShape& kernels,
 
 ExitStatus invertOne(const Input& input, Run& run, InvertOutputs& outputs, std::size_t threads,
                      bool noPicture) {
-  KernelByShape kernels;
+  SharedKernel kernels;
   const PrivateFolder scratch;
   std::optional<ProgressBar> bar;
   if (run.bandRequest) {
@@ -309,7 +286,7 @@ class Batch {
   const Run& run_;
   InvertOutputs& outputs_;
   GrowingTable table_;
-  KernelByShape kernels_;
+  SharedKernel kernels_;
   std::optional<BatchJournal> journal_;
   std::map<std::string, DoneDecay> done_;
   std::mutex guard_;

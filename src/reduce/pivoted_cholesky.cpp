@@ -10,7 +10,6 @@
 
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
-#include "toolbox/views.hpp"
 
 namespace vorin::reduce {
 namespace {
@@ -71,52 +70,43 @@ void factorPivoted(int n, int mostRows, ColumnMajorView<const double> product, P
 
 }  // namespace
 
-ExtendedGram::ExtendedGram(int m, int n, const float* K, int ldK, const float* d)
+ExtendedGram::ExtendedGram(int n)
     : n_(n),
-      K_(K),
-      ldK_(ldK),
-      d_(d),
       packed_(area((size() + panelRows - 1) / panelRows * panelRows, blockRows)),
       block_(area(size(), size())),
-      sum_(block_.size()) {
-  for (int r = 0; r < m; r += blockRows) {
-    add(r, std::min(blockRows, m - r));
+      sum_(block_.size()) {}
+
+void ExtendedGram::add(int m, const float* K, int ldK, const float* d) {
+  for (int first = 0; first < m; first += blockRows) {
+    const int rows = std::min(blockRows, m - first);
+    for (int j = 0; j < size(); j += panelRows) {
+      pack({K + first, std::ptrdiff_t{ldK}}, d + first, rows, j, packed_.data() + area(j, rows));
+    }
+    kernels::table<double>().gramOfSingles(size(), rows, packed_.data(), block_.data());
+    std::transform(sum_.begin(), sum_.end(), block_.begin(), sum_.begin(), std::plus<>());
   }
 }
 
-const float* ExtendedGram::column(int j) const {
-  return j < n_ ? ColumnMajorView<const float>{K_, ldK_}.column(j) : d_;
-}
-
-void ExtendedGram::add(int firstRow, int rows) {
-  for (int j = 0; j < size(); j += panelRows) {
-    pack(firstRow, rows, j, packed_.data() + area(j, rows));
-  }
-  kernels::table<double>().gramOfSingles(size(), rows, packed_.data(), block_.data());
-  std::transform(sum_.begin(), sum_.end(), block_.begin(), sum_.begin(), std::plus<>());
-}
-
-// The rows of the columns from j on, a panel of them; zeros past the last.
-void ExtendedGram::pack(int firstRow, int rows, int j, double* out) const {
+// Rows of the columns from j on, a panel of them; zeros past the last.
+void ExtendedGram::pack(ColumnMajorView<const float> K, const float* d, int rows, int j,
+                        double* out) const {
   if (j + panelRows <= n_) {
-    kernels::table<double>().transposeSingles(rows, panelRows, column(j) + firstRow, ldK_, out,
-                                              panelRows);
+    kernels::table<double>().transposeSingles(rows, panelRows, K.column(j), static_cast<int>(K.ld),
+                                              out, panelRows);
     return;
   }
   std::fill_n(out, area(rows, panelRows), 0.0);
   for (int c = 0; c < panelRows && j + c < size(); ++c) {
-    const float* values = column(j + c) + firstRow;
+    const float* values = j + c < n_ ? K.column(j + c) : d;
     for (int i = 0; i < rows; ++i) {
       out[i * panelRows + c] = static_cast<double>(values[i]);
     }
   }
 }
 
-void ExtendedGram::leaveOut(int row) {
-  std::vector<double> elements(length(size()));
-  for (int j = 0; j < size(); ++j) {
-    elements[length(j)] = static_cast<double>(column(j)[row]);
-  }
+void ExtendedGram::takeAway(const float* row, float datum) {
+  std::vector<double> elements(row, row + n_);
+  elements.push_back(static_cast<double>(datum));
   double* sum = sum_.data();
   for (const double other : elements) {
     for (const double element : elements) {
@@ -145,7 +135,12 @@ bool ExtendedGram::factor(int mostRows, PivotedFactor& out) const {
 
 bool pivotedCholesky(int m, int n, const float* K, int ldK, const float* d, PivotedFactor& out) {
   out = PivotedFactor();
-  return m >= 1 && n >= 1 && ExtendedGram(m, n, K, ldK, d).factor(m, out);
+  if (m < 1 || n < 1) {
+    return false;
+  }
+  ExtendedGram product(n);
+  product.add(m, K, ldK, d);
+  return product.factor(m, out);
 }
 
 }  // namespace vorin::reduce

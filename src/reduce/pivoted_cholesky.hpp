@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "toolbox/aligned.hpp"
+#include "toolbox/views.hpp"
 
 namespace vorin::reduce {
 
@@ -25,15 +26,19 @@ struct PivotedFactor {
   std::vector<double> projected;  ///< rank: Q'd
 };
 
-/// [K d]'[K d] of a kernel and its data, from which rows can be taken away again.
+/// [K d]'[K d] of a kernel and its data, to which rows are added and from which they can be taken
+/// away again.
 class ExtendedGram {
  public:
-  /// Of K (m x n, column-major, leading dimension ldK) and d (m), which stay the caller's and must
-  /// stay as they are.
-  ExtendedGram(int m, int n, const float* K, int ldK, const float* d);
+  /// Of no rows and n columns.
+  explicit ExtendedGram(int n);
 
-  /// Takes a row away. Its products are exact, so that what is left has the rounding of the whole.
-  void leaveOut(int row);
+  /// Adds the rows of K (m x n, column-major, leading dimension ldK) and d (m).
+  void add(int m, const float* K, int ldK, const float* d);
+
+  /// Takes away a row (n) and its datum. Its products are exact, so that what is left has the
+  /// rounding of the whole.
+  void takeAway(const float* row, float datum);
 
   /// The factor of the rows that are left, at most `mostRows` of it. False, when a number is not
   /// finite, and when squares or norms come near an end of the range of their precision.
@@ -41,14 +46,9 @@ class ExtendedGram {
 
  private:
   int size() const { return n_ + 1; }
-  const float* column(int j) const;
-  void add(int firstRow, int rows);
-  void pack(int firstRow, int rows, int j, double* out) const;
+  void pack(ColumnMajorView<const float> K, const float* d, int rows, int j, double* out) const;
 
   int n_;
-  const float* K_;
-  int ldK_;
-  const float* d_;
   AlignedVector<double> packed_;
   std::vector<double> block_;
   std::vector<double> sum_;  ///< (n + 1) x (n + 1), column-major

@@ -142,9 +142,12 @@ TEST(PivotedCholesky, RowsTakenAwayLeaveTheFactorOfTheOthers) {
   const std::vector<float> d = {2, 0, 1, 1, 3};
   const std::vector<float> kernelOfOthers = {1, 3, 4, 0, 0, -1};
   const std::vector<float> dataOfOthers = {2, 1, 1};
-  vorin::reduce::ExtendedGram product(5, 2, K.data(), 5, d.data());
-  product.leaveOut(1);
-  product.leaveOut(4);
+  vorin::reduce::ExtendedGram product(2);
+  product.add(5, K.data(), 5, d.data());
+  for (const std::size_t i : {1U, 4U}) {
+    const std::vector<float> row = {K[i], K[5 + i]};
+    product.takeAway(row.data(), d[i]);
+  }
   vorin::reduce::PivotedFactor left;
   ASSERT_TRUE(product.factor(3, left));
   vorin::reduce::PivotedFactor others;

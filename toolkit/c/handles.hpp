@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/inverting/preparation.hpp"
 #include "toolkit/reading/csv.hpp"
 #include "toolkit/reading/units.hpp"
@@ -44,11 +45,8 @@ struct vorin_settings {
   std::map<std::string, vorin::toolkit::Matrix, std::less<>> matrices;
   std::vector<std::pair<std::string, std::string>> keys;  ///< of the library, in order
 
-  /// The matrix of a kernel by name. The last one is kept, so that many decays of one shape
-  /// cost one; any number of threads may ask.
-  std::shared_ptr<const std::vector<float>> kernelMatrix(vorin::toolkit::Kernel kernel,
-                                                         const std::vector<double>& times,
-                                                         const std::vector<double>& grid) const;
+  /// The matrices of kernels by name, which any number of threads may ask for.
+  vorin::toolkit::SharedKernel& kernels() const { return kernels_; }
 
   /// The text of a setting; empty where it is not set.
   const std::string& text(std::string_view name) const;
@@ -67,14 +65,7 @@ struct vorin_settings {
   vorin::toolkit::InversionSettings method() const;
 
  private:
-  struct KeptMatrix {
-    vorin::toolkit::Kernel kernel = vorin::toolkit::Kernel::t2;
-    std::vector<double> times;
-    std::vector<double> grid;
-    std::shared_ptr<const std::vector<float>> values;
-  };
-  mutable std::mutex guard_;
-  mutable KeptMatrix kept_;
+  mutable vorin::toolkit::SharedKernel kernels_;
 };
 
 /// Fields by name, in the order in which they were added.

@@ -103,7 +103,7 @@ std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredD
   job->settings.matrix = job->input.matrix;
   if (job->settings.matrix == nullptr) {
     job->settings.matrix =
-        settings.kernelMatrix(kernel.kernel, job->input.decay.time, job->input.grid);
+        settings.kernels().of(kernel.kernel, job->input.decay.time, job->input.grid);
   }
   job->settings.grid = job->input.grid;
   LogFile log(settings.text("log"));

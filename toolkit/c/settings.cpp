@@ -174,24 +174,6 @@ std::vector<double> vorin_settings::grid(std::string_view name, Quantity quantit
                          : vorin::toolkit::parseGrid(written, name, quantity).times();
 }
 
-std::shared_ptr<const std::vector<float>> vorin_settings::kernelMatrix(
-    vorin::toolkit::Kernel kernel, const std::vector<double>& times,
-    const std::vector<double>& grid) const {
-  {
-    const std::lock_guard guard(guard_);
-    if (kept_.values != nullptr && kept_.kernel == kernel && kept_.times == times &&
-        kept_.grid == grid) {
-      return kept_.values;
-    }
-  }
-  auto made =
-      std::make_shared<const std::vector<float>>(vorin::toolkit::kernelMatrix(kernel, times, grid));
-  KeptMatrix fresh{kernel, times, grid, made};
-  const std::lock_guard guard(guard_);
-  kept_ = std::move(fresh);
-  return made;
-}
-
 KernelChoice vorin_settings::kernel(std::string_view setting,
                                     vorin::toolkit::Kernel standard) const {
   const auto matrix = matrices.find(setting);

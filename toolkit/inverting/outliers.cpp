@@ -12,16 +12,24 @@ namespace vorin::toolkit {
 namespace {
 
 /// The search for outliers of one problem. It keeps K'K, from which it takes what it leaves out, so
-/// that no round but the first passes over the kernel.
+/// that no round but the first passes over the whole kernel.
 class OutlierSearch {
  public:
   explicit OutlierSearch(const Problem& problem)
       : problem_(problem),
         rows_(problem.data().size()),
-        columns_(problem.kernel().size() / rows_),
-        product_(static_cast<int>(rows_), static_cast<int>(columns_), problem.kernel().data(),
-                 static_cast<int>(rows_), problem.data().data()),
-        isLeft_(rows_, false) {}
+        product_(static_cast<int>(problem.kernel().columns())),
+        isLeft_(rows_, false) {
+    constexpr std::size_t blockRows = 4096;
+    std::vector<float> buffer;
+    std::size_t leading = 0;
+    for (std::size_t first = 0; first < rows_; first += blockRows) {
+      const std::size_t count = std::min(blockRows, rows_ - first);
+      const float* const K = problem.kernel().rowsFrom(first, count, buffer, leading);
+      product_.add(static_cast<int>(count), K, static_cast<int>(leading),
+                   problem.data().data() + first);
+    }
+  }
 
   /// The outliers among the samples that are not left out.
   std::vector<std::size_t> found(double threshold) const {
@@ -58,9 +66,16 @@ class OutlierSearch {
   }
 
   void leaveOut(const std::vector<std::size_t>& samples) {
+    std::vector<float> buffer;
+    std::vector<float> row(problem_.kernel().columns());
+    std::size_t leading = 0;
     for (const std::size_t i : samples) {
+      const float* const K = problem_.kernel().rowsFrom(i, 1, buffer, leading);
+      for (std::size_t j = 0; j < row.size(); ++j) {
+        row[j] = K[j * leading];
+      }
+      product_.takeAway(row.data(), problem_.data()[i]);
       isLeft_[i] = true;
-      product_.leaveOut(static_cast<int>(i));
     }
     left_ += samples.size();
   }
@@ -85,7 +100,6 @@ class OutlierSearch {
 
   const Problem& problem_;
   std::size_t rows_;
-  std::size_t columns_;
   std::size_t left_ = 0;
   reduce::ExtendedGram product_;
   std::vector<bool> isLeft_;

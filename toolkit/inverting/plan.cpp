@@ -7,6 +7,7 @@
 #include "toolbox/instance.hpp"
 #include "toolkit/inverting/classic.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
+#include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
@@ -27,8 +28,7 @@ InversionPlan::InversionPlan(std::vector<double> times, const InversionSettings&
     : times_(std::move(times)), settings_(settings), shares_(isClassic(settings)) {
   settings_.logFile.clear();
   if (!settings_.matrix) {
-    settings_.matrix = std::make_shared<const std::vector<float>>(
-        kernelMatrix(settings_.kernel, times_, settings_.grid));
+    settings_.matrix = SharedKernel().of(settings_.kernel, times_, settings_.grid);
   }
   const LibraryJob job;
   setKeys(settings_);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
+#include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/model/decay.hpp"
 
 namespace vorin::toolkit {
@@ -36,6 +37,9 @@ std::vector<float> pruningAbscissae(const std::vector<double>& times);
 
 /// What planned() shares.
 struct PlannedKernel;
+
+/// The bins of a kernel that is not kept as a matrix, which the problems of its samples share.
+class PrunedKernel;
 
 class Problem {
  public:
@@ -80,25 +84,28 @@ class Problem {
   /// The d of reduced() for other amplitudes, in the unit of data(); not for compressed rows.
   std::vector<double> reducedData(const std::vector<float>& data) const;
 
-  /// The kernel, samples x grid, column-major.
-  const std::vector<float>& kernel() const { return *K_; }
+  /// The kernel, samples x grid.
+  const KernelSource& kernel() const { return kernel_; }
 
  private:
+  void shareBins();
   ReducedProblem reductionOf(const std::vector<float>& Y, std::vector<float> W,
                              std::int32_t ng) const;
   Solution solveAlone(const std::vector<float>& Y) const;
   Solution solvePlanned(const std::vector<float>& Y, bool withFit) const;
+  Solution solveBins(const std::vector<float>& Y) const;
 
   double scale_ = 1.0;
-  bool compressed_;                              ///< by VorinyC5_s in place of Voriny_s
-  std::shared_ptr<const std::vector<float>> K_;  ///< kernel, samples x grid times, column-major
-  std::vector<float> T_;                         ///< abscissae for the pruning
-  std::vector<double> amplitude_;                ///< in the unit of the data
-  std::vector<float> Y_;                         ///< scaled amplitudes
-  std::vector<float> G_;                         ///< grid times
-  std::size_t firstColumn_ = 0;                  ///< of the grid, for solve() and reduced()
+  bool compressed_;  ///< by VorinyC5_s in place of Voriny_s
+  KernelSource kernel_;
+  std::vector<float> T_;           ///< abscissae for the pruning
+  std::vector<double> amplitude_;  ///< in the unit of the data
+  std::vector<float> Y_;           ///< scaled amplitudes
+  std::vector<float> G_;           ///< grid times
+  std::size_t firstColumn_ = 0;    ///< of the grid, for solve() and reduced()
   std::size_t columns_ = 0;
   std::shared_ptr<const PlannedKernel> plan_;  ///< of these samples and columns; null: none
+  std::shared_ptr<PrunedKernel> bins_;         ///< where the kernel is no matrix
 };
 
 }  // namespace vorin::toolkit

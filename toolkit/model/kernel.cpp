@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -99,12 +100,18 @@ double kernelValue(Kernel kernel, double t, double T) {
 
 std::vector<float> kernelMatrix(Kernel kernel, const std::vector<double>& times,
                                 const std::vector<double>& relaxationTimes) {
-  std::vector<float> matrix;
-  matrix.reserve(times.size() * relaxationTimes.size());
+  // A long decay has faded in half of its columns' elements: there exp(-x) is 0 in single
+  // precision, and what it is taken from stays as it is.
+  constexpr double faded = 105.0;
+  const bool recovers = kernel == Kernel::t1Saturation || kernel == Kernel::t1Inversion;
+  const float end = recovers ? 1.0F : 0.0F;
+  std::vector<float> matrix(times.size() * relaxationTimes.size());
+  auto column = matrix.begin();
   for (double T : relaxationTimes) {
-    for (double t : times) {
-      matrix.push_back(static_cast<float>(kernelValue(kernel, t, T)));
-    }
+    column = std::transform(times.begin(), times.end(), column, [kernel, T, end](double t) {
+      const double x = kernel == Kernel::diffusion ? t * T : t / T;
+      return x > faded ? end : static_cast<float>(kernelValue(kernel, t, T));
+    });
   }
   return matrix;
 }

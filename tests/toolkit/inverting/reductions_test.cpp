@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -419,7 +421,8 @@ TEST(Outliers, AreThoseOfFitsOfAllSamplesThatAreLeft) {
   std::vector<std::size_t> expected;
   for (bool more = true; more;) {
     const Problem rest = whole.without(expected);
-    const std::vector<double> K(rest.kernel().begin(), rest.kernel().end());
+    const std::vector<float>& matrix = *rest.kernel().matrix();
+    const std::vector<double> K(matrix.begin(), matrix.end());
     const std::vector<double> d(rest.data().begin(), rest.data().end());
     std::vector<double> f(columns);
     std::int32_t status = 0;
@@ -452,6 +455,43 @@ TEST(Outliers, AreThoseOfFitsOfAllSamplesThatAreLeft) {
   }
   EXPECT_GT(expected.size(), 20U);
   EXPECT_EQ(outliers(whole, threshold), expected);
+}
+
+// A kernel of more elements than are kept is computed a column at a time; given as a matrix, the
+// same kernel takes the way of every other.
+TEST(LargeKernels, GiveTheBitsOfTheirMatrix) {
+  constexpr int samples = 168000;
+  std::vector<double> times;
+  for (int i = 1; i <= samples; ++i) {
+    times.push_back(4e-6 * i);
+  }
+  Decay decay = simulatedDecay(Kernel::t2, trueDistribution, times, noiseLevel, 5);
+  decay.amplitude[0] += 40.0;
+  decay.amplitude[80000] -= 20.0;
+  InversionSettings settings;
+  settings.grid = gridFor(decay.time).times();
+  ASSERT_GT(times.size() * settings.grid.size(), std::size_t{1} << 24U);
+  InversionSettings withMatrix = settings;
+  withMatrix.matrix = std::make_shared<const std::vector<float>>(
+      kernelMatrix(settings.kernel, decay.time, settings.grid));
+  for (const Method method : {Method::automatic, Method::classic}) {
+    for (InversionSettings* either : {&settings, &withMatrix}) {
+      either->method = method;
+      either->rejection = Rejection::robust;
+      either->rejectBeyond =
+          method == Method::automatic ? std::optional<double>(6.0) : std::nullopt;
+    }
+    const Inversion computed = invert(decay, settings);
+    const Inversion kept = invert(decay, withMatrix);
+    EXPECT_EQ(computed.distribution.amplitude, kept.distribution.amplitude);
+    EXPECT_EQ(computed.weight, kept.weight);
+    EXPECT_EQ(computed.noise, kept.noise);
+    EXPECT_EQ(computed.status, kept.status);
+    EXPECT_EQ(computed.rejected, kept.rejected);
+    EXPECT_EQ(computed.passes, kept.passes);
+    EXPECT_LT(relativeDistance(computed.fit, kept.fit), 1e-6);
+    EXPECT_NEAR(computed.fitError / kept.fitError, 1.0, 1e-6);
+  }
 }
 
 // The library's way: VorinyC5_s with L2MO at 1 and L2NS at the limit.

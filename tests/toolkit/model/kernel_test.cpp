@@ -43,6 +43,20 @@ TEST(Kernel, MatrixIsStoredByColumns) {
   EXPECT_FLOAT_EQ(matrix[5], std::exp(-1.0F));  // t = 2, T = 2
 }
 
+TEST(Kernel, MatrixHasTheValuesOfTheKernelAlsoWhereItHasFaded) {
+  std::vector<double> times;
+  for (int i = 0; i <= 600; ++i) {
+    times.push_back(80.0 + 0.1 * i);
+  }
+  for (const Kernel kernel :
+       {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+    const std::vector<float> matrix = kernelMatrix(kernel, times, {1.0});
+    for (std::size_t i = 0; i < times.size(); ++i) {
+      EXPECT_EQ(matrix[i], static_cast<float>(kernelValue(kernel, times[i], 1.0))) << times[i];
+    }
+  }
+}
+
 TEST(Kernel, DecayIsTheSumOverRelaxationTimes) {
   const std::vector<double> decay = decayOf(Kernel::t2, {0.0, 1.0}, {1.0, 2.0}, {3.0, 4.0});
   EXPECT_DOUBLE_EQ(decay[0], 7.0);
