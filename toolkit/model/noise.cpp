@@ -53,13 +53,13 @@ double rootMeanSquare(const std::vector<double>& values) {
 }
 
 /// The standard deviation of `values` without those beyond four of it, corrected
-/// for what a normal variate loses by that cut.
-double clippedDeviation(const std::vector<double>& values) {
+/// for what a normal variate loses by that cut. Values up to `zero` are the rounding of 0.
+double clippedDeviation(const std::vector<double>& values, double zero) {
   constexpr double cut = 4.0;
   constexpr double varianceInside = 0.998929;  // of N(0, 1) cut at 4: 1 - 8 phi(4) / P(|z| < 4)
   constexpr int mostRounds = 20;
   double deviation = medianDeviation(values);
-  for (int round = 0; round < mostRounds && deviation > 0.0; ++round) {
+  for (int round = 0; round < mostRounds && deviation > zero; ++round) {
     std::vector<double> inside;
     std::copy_if(values.begin(), values.end(), std::back_inserter(inside),
                  [&](double value) { return std::fabs(value) <= cut * deviation; });
@@ -69,15 +69,16 @@ double clippedDeviation(const std::vector<double>& values) {
     }
     deviation = next;
   }
-  // Most differences are exactly 0 (coarsely rounded data): there is nothing to clip by.
-  return deviation > 0.0 ? deviation : rootMeanSquare(values);
+  // Most differences are 0 (coarsely rounded data): there is nothing to clip by.
+  return deviation > zero ? deviation : rootMeanSquare(values);
 }
 
 }  // namespace
 
 double residualDeviation(const std::vector<double>& residual) {
   constexpr std::size_t enoughToClip = 100;
-  return residual.size() < enoughToClip ? rootMeanSquare(residual) : clippedDeviation(residual);
+  return residual.size() < enoughToClip ? rootMeanSquare(residual)
+                                        : clippedDeviation(residual, 0.0);
 }
 
 std::optional<double> differenceNoise(const Decay& decay) {
@@ -103,8 +104,9 @@ std::optional<double> differenceNoise(const Decay& decay) {
   if (differences.size() < fewestDifferences) {
     return std::nullopt;
   }
-  const double noise = clippedDeviation(differences);
   const double largest = largestMagnitude(decay.amplitude);
+  constexpr double rounding = 1e-13;  // of the difference of equal samples, a few units of 2e-16
+  const double noise = clippedDeviation(differences, rounding * largest);
   // Less than this is the curve's own bend or the rounding of single precision, in
   // which the library works; no fit could be held against it.
   constexpr double noNoiseLevel = 1e-6;

@@ -237,6 +237,19 @@ TEST(Choice, DropsWhatNoiseMakesBesideTheSignal) {
   EXPECT_LE(spurious, 2);
 }
 
+// A digitiser's step of 1 adds the variance 1/12 of a uniform variate.
+TEST(Choice, CoarselyRoundedSamplesAreInverted) {
+  Decay decay = lineDecay(train(4e-4, 3000), 0.0, 200.0, 0.3, 0.3);
+  for (double& amplitude : decay.amplitude) {
+    amplitude = std::round(amplitude);
+  }
+  const Inversion inversion = inverted(decay, Kernel::t2);
+  EXPECT_TRUE(succeeded(inversion)) << statusText(inversion);
+  EXPECT_NEAR(inversion.noise / std::sqrt(0.3 * 0.3 + 1.0 / 12.0), 1.0,
+              3.0 * inversion.noiseSpread);
+  EXPECT_NEAR(logMean(inversion.distribution) / 0.3, 1.0, 0.01);
+}
+
 TEST(Choice, ClassicIsTheLibrarysSearch) {
   const Decay decay = lineDecay(train(2e-4, 1000), 0.0, 100.0, 0.05, 1.0);
   InversionSettings settings = settingsOf(decay, Kernel::t2);

@@ -89,6 +89,19 @@ TEST(Noise, ComputedDataAndAFewSamplesHaveNone) {
   EXPECT_FALSE(differenceNoise({{1.0, 2.0}, {3.0, 1.0}}));
 }
 
+// A digitiser's steps that are coarser than the noise leave most neighbours equal, whose differences
+// in logarithmic time are rounding.
+TEST(Noise, CoarselyRoundedSamplesHaveNoise) {
+  for (const double noise : {0.0, 0.3}) {
+    Decay decay =
+        simulatedDecay(Kernel::t2, trueDistribution, evenTimes(4e-4, 4e-4, 3000), noise, 2);
+    for (double& amplitude : decay.amplitude) {
+      amplitude = std::round(amplitude);
+    }
+    EXPECT_TRUE(differenceNoise(decay)) << noise;
+  }
+}
+
 TEST(Noise, AStraightLineInLogTimeLeavesNothing) {
   Decay decay;
   for (int i = 1; i <= 60; ++i) {
