@@ -18,7 +18,7 @@
  *   Results               vorin_result_free, vorin_result_field, vorin_result_number,
  *                         vorin_result_numbers, vorin_result_text, vorin_result_text_at,
  *                         vorin_result_array
- *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve
+ *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve, vorin_write_report
  *   Maps over two axes    vorin_invert2d, vorin_fit2d, vorin_bootstrap2d,
  *                         vorin_measures2d, vorin_share2d, vorin_simulate2d,
  *                         vorin_read2d
@@ -308,18 +308,20 @@ typedef int32_t(VORIN_TOOLKIT_CALL* vorin_progress)(void* user, int64_t done, in
  * where w is chosen from the data with the range of the grid outside which F is 0, given,
  * or sought by the noise or by the corner of the L-curve. Complex data are turned by one
  * phase, and their real channel is inverted. Data that the kernel can't describe are told
- * by "finding" and "finding_text", which are empty otherwise.
+ * by "finding" and "finding_text", which are empty otherwise. With the setting "calibrate"
+ * ("100pu=1234.5": an amplitude of 1234.5 in the data is 100 pu) all amplitudes of the
+ * result are in that unit.
  *
  * Numbers of the result: "status" (of vorin.h), "success", "samples", "weight", "noise",
  * "signal_to_noise", "wanted_standard_error", "standard_error", "fit_error",
  * "iterations", "passes", "relaxed_target", "corner_weight", "phase", "noise_spread"
  * (relative standard deviation of the noise), "offset" (beside the curve), "efficiency"
  * (of the inversion), "total", "log_mean". Texts: "kernel", "weight_origin",
- * "noise_origin", "status_text", "finding", "finding_text". Arrays: "time", "amplitude"
- * (as inverted), "grid", "distribution", "fit", "rejected" (indices from 0), "left_out"
- * (those of them that lie off every curve at the start of an echo train), "support" (the
- * first and the last grid value of the range), and, an element for each peak,
- * "peak_position", "peak_width", "peak_share",
+ * "noise_origin", "status_text", "finding", "finding_text", "amplitude_unit" (of "calibrate"; empty
+ * without). List of texts: "notes" (remarks, a sentence each). Arrays: "time", "amplitude" (as
+ * inverted), "grid", "distribution", "fit", "rejected" (indices from 0), "left_out" (those of them
+ * that lie off every curve at the start of an echo train), "support" (the first and the last grid
+ * value of the range), and, an element for each peak, "peak_position", "peak_width", "peak_share",
  * "peak_at_grid_end".
  *
  *   settings   in   the handle; null for all defaults
@@ -378,6 +380,25 @@ VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_bootstrap(
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message,
              int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Writes the report of an inversion, for paper: its picture, results, peaks, checks of the
+ * residual, remarks, settings and versions. The name ends in .html (one page that needs no
+ * other file) or .pdf; the file appears whole or not at all. gnuplot draws the picture and
+ * has to be installed.
+ *
+ * Settings: "name" (of the sample; "decay"), "title", "amplitude_label", "cutoff" and
+ * "percentiles" (which measures beside total, means and peaks).
+ *
+ *   inversion  in   a result of vorin_invert
+ *   bootstrap  in   a result of vorin_bootstrap for it, whose intervals are told, or null
+ *   settings   in   the handle; null for all defaults
+ *   path       in   of the file
+ *   message    out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_write_report(
+    const vorin_result* inversion, const vorin_result* bootstrap, const vorin_settings* settings,
+    const char* path, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Maps over two axes

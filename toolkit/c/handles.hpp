@@ -20,6 +20,10 @@
 #include "toolkit/reading/units.hpp"
 #include "toolkit/vorin_toolkit.h"
 
+namespace vorin::toolkit {
+struct Band;
+}
+
 namespace vorin::toolkit::c {
 
 /// A setting that is none of the method (settingTexts()): the job that takes it reads it.
@@ -85,6 +89,8 @@ struct vorin_result {
   std::vector<Field> fields;
   /// Of an inversion: what later jobs on it need; see inversionOf().
   std::shared_ptr<const vorin::toolkit::c::Inverted> inverted;
+  /// Of a bootstrap, for a report.
+  std::shared_ptr<const vorin::toolkit::Band> band;
   /// The same of an inversion of two-dimensional data.
   std::shared_ptr<const vorin::toolkit::c::InvertedMap> map;
 };

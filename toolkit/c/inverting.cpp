@@ -6,10 +6,12 @@
 #include "toolkit/c/job.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/measures/bootstrap.hpp"
+#include "toolkit/measures/calibration.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/writing/json_report.hpp"
 #include "toolkit/writing/report.hpp"
+#include "toolkit/writing/summary_lines.hpp"
 
 namespace vorin::toolkit::c {
 
@@ -82,11 +84,36 @@ std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {
   result->add("status_text", inSettingNames(statusText(inversion)));
   result->add("finding", std::string(findingWord(inversion.finding.kind)));
   result->add("finding_text", inSettingNames(findingText(inversion.finding)));
+  result->add("amplitude_unit", job->amplitudeUnit);
+  const ReportContext context{"", job->input.decay, job->settings.kernel};
+  std::vector<std::string> notes = allNotes(inversion, context, measuresOf(inversion, context));
+  std::transform(notes.begin(), notes.end(), notes.begin(), inSettingNames);
+  result->add("notes", std::move(notes));
   addSamples(*result, *job);
   constexpr double smallestShare = 0.005;
   addMeasures(*result, inversion.distribution, smallestShare);
   result->inverted = std::move(job);
   return result;
+}
+
+/// What the host has set, for a report.
+std::vector<std::pair<std::string, std::string>> givenSettings(const vorin_settings& settings) {
+  std::vector<std::pair<std::string, std::string>> given;
+  for (const auto& [name, text] : settings.texts) {
+    if (!text.empty() && name != "log") {
+      given.emplace_back(name, text);
+    }
+  }
+  for (const auto& [name, list] : settings.arrays) {
+    given.emplace_back(name, fmt::format("{} values", list.size()));
+  }
+  for (const auto& [name, matrix] : settings.matrices) {
+    given.emplace_back(name, fmt::format("a matrix of {} x {}", matrix.rows, matrix.columns));
+  }
+  for (const auto& [key, value] : settings.keys) {
+    given.emplace_back("key." + key, value);
+  }
+  return given;
 }
 
 std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredDecay measured) {
@@ -106,6 +133,13 @@ std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredD
         settings.kernels().of(kernel.kernel, job->input.decay.time, job->input.grid);
   }
   job->settings.grid = job->input.grid;
+  if (const std::string& text = settings.text("calibrate"); !text.empty()) {
+    const Calibration calibration = parseCalibration(text, "calibrate");
+    calibrate(calibration, job->input.decay);
+    calibrate(calibration, job->settings);
+    job->amplitudeUnit = calibration.unit;
+  }
+  job->given = givenSettings(settings);
   LogFile log(settings.text("log"));
   job->settings.logFile = log.temporary();
   job->inversion = invert(job->input.decay, job->settings);
@@ -176,6 +210,7 @@ int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* set
     vorin::toolkit::Band band =
         vorin::toolkit::bootstrap(job.input.decay, job.settings, job.inversion, request);
     auto made = std::make_unique<vorin_result>();
+    made->band = std::make_shared<const vorin::toolkit::Band>(band);
     made->add("replicates", static_cast<double>(band.replicates));
     made->add("log_mean_lower", band.logMeanLower);
     made->add("log_mean_upper", band.logMeanUpper);

@@ -3,6 +3,8 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "toolkit/c/handles.hpp"
 #include "toolkit/inverting/inversion.hpp"
@@ -34,6 +36,8 @@ struct Inverted {
   Prepared input;
   InversionSettings settings;
   Inversion inversion;
+  std::string amplitudeUnit;                               ///< of a calibration
+  std::vector<std::pair<std::string, std::string>> given;  ///< what the host has set
 };
 
 /// What vorin_invert kept in `result`. Throws UserError for a result of another job.

@@ -43,7 +43,7 @@ CASES = [
     (["--reject-outliers", "robust,2.5"], {"reject_outliers": ("robust", 2.5)}),
 ]
 #: What Python calls differently: the options of the command in a sentence are its arguments.
-TEXTS = ("status_text",)
+TEXTS = ("status_text", "finding_text", "notes")
 
 
 def json_of(program, *arguments):

@@ -42,6 +42,7 @@ def invert(
     skip: int = 0,
     settings: Optional[Mapping[str, Union[float, str]]] = None,
     log: Union[str, "os.PathLike[str]", None] = None,
+    calibrate: Optional[str] = None,
 ) -> Result:
     """Turns a decay into a distribution of relaxation times.
 
@@ -104,6 +105,9 @@ def invert(
         largest magnitude is 1.
     log : path-like, optional
         Keeps the library's log there.
+    calibrate : str, optional
+        The unit of all amplitudes of the result: "100pu=1234.5" says that an amplitude of 1234.5
+        in ``y`` is 100 pu. ``noise`` and ``baseline`` stay in the unit of ``y``.
 
     Returns
     -------
@@ -135,7 +139,8 @@ def invert(
                "noise": noise, "baseline": baseline,
                "inversion_efficiency": inversion_efficiency, "prune": prune,
                "prune_points": prune_points, "compress": compress,
-               "reject_outliers": reject_outliers, "skip": skip, "settings": settings, "log": log}
+               "reject_outliers": reject_outliers, "skip": skip, "settings": settings, "log": log,
+               "calibrate": calibrate}
     return _inverted(settings_from(**options), options, t, y)
 
 

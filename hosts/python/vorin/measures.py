@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from dataclasses import asdict, dataclass
+from dataclasses import asdict, dataclass, replace
 from typing import TYPE_CHECKING, Any, Dict, List, Optional, Tuple, Union
 
 import numpy as np
@@ -29,10 +29,22 @@ class Peak:
     at_grid_end: bool  #: the distribution rises up to the first or last grid value
     centre: float  #: centre of gravity of its part in the logarithm, in the unit of the grid
     amount: float  #: the sum of the amplitudes of its part
+    position_interval: Optional[Interval] = None  #: by a bootstrap, as the four below
+    centre_interval: Optional[Interval] = None
+    width_interval: Optional[Interval] = None
+    share_interval: Optional[Interval] = None
+    amount_interval: Optional[Interval] = None
 
     def to_dict(self) -> Dict[str, Union[float, bool]]:
-        """The fields by name."""
-        return asdict(self)
+        """The fields by name, the ends of intervals as the command's JSON has them."""
+        values: Dict[str, Union[float, bool]] = {}
+        for name, value in asdict(self).items():
+            if not name.endswith("_interval"):
+                values[name] = value
+            elif value is not None:
+                head = name[:-len("_interval")]
+                values[f"{head}_lower"], values[f"{head}_upper"] = value
+        return values
 
 
 @dataclass(frozen=True)
@@ -120,7 +132,8 @@ def log_mean(grid: Any, distribution: Any) -> float:
     return _measured(grid, distribution, 0.0).number("log_mean")
 
 
-def peaks(grid: Any, distribution: Any, smallest_share: float = 0.005) -> List[Peak]:
+def peaks(grid: Any, distribution: Any, smallest_share: float = 0.005,
+          band: Optional["Bootstrap"] = None) -> List[Peak]:
     """The peaks of a distribution by rising position, without those of a smaller share.
 
     A run of equal values is one maximum when both sides fall. The position is the vertex
@@ -134,12 +147,25 @@ def peaks(grid: Any, distribution: Any, smallest_share: float = 0.005) -> List[P
         The distribution.
     smallest_share : float
         Peaks that hold less of the total are left out.
+    band : Bootstrap, optional
+        Of the inversion; adds the 68 % intervals. That of a peak is the interval of its part of
+        the grid, whatever peaks a replicate has there.
 
     Returns
     -------
     list of Peak
     """
-    return peaks_of(_measured(grid, distribution, smallest_share))
+    found = peaks_of(_measured(grid, distribution, smallest_share))
+    if band is None:
+        return found
+    # The toolkit gives intervals to all peaks from its own smallest share on.
+    fields = _reported(grid, distribution, np.empty(0), np.empty(0), band)
+    positions = fields.array("peak_position").tolist()
+    ends = {name: _ends(fields, f"peak_{name}", band)
+            for name in ("position", "centre", "width", "share", "amount")}
+    return [replace(peak, **{f"{name}_interval": ends[name][positions.index(peak.position)]
+                             for name in ends})
+            if peak.position in positions else peak for peak in found]
 
 
 def peaks_of(fields: Fields) -> List[Peak]:

@@ -20,7 +20,8 @@ from .toolkit import Settings
 
 def settings_from(kernel: Any, grid: Any, method: Any, weight: Any, noise: Any, baseline: Any,
                   inversion_efficiency: Any, prune: Any, prune_points: Any, compress: Any,
-                  reject_outliers: Any, skip: Any, settings: Any, log: Any) -> Settings:
+                  reject_outliers: Any, skip: Any, settings: Any, log: Any,
+                  calibrate: Any = None) -> Settings:
     """The settings of an inversion."""
     made = Settings()
     _set_kernel(made, kernel)
@@ -48,6 +49,11 @@ def settings_from(kernel: Any, grid: Any, method: Any, weight: Any, noise: Any, 
     made.set("reject_outliers", _outliers(reject_outliers))
     made.set("skip", checks.number("skip", skip, "i"))
     _set_keys(made, settings)
+    if calibrate is not None:
+        if not isinstance(calibrate, str):
+            raise InputTypeError(f"calibrate is of type {type(calibrate).__name__}; a text such as "
+                                 "\"100pu=1234.5\" is required")
+        made.set("calibrate", calibrate)
     if log is not None:
         made.set("log", os.path.abspath(os.fspath(log)))
     return made

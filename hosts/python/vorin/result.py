@@ -13,6 +13,7 @@ from .arrays import FloatArray, IndexArray, equal_fields, fields_hash
 from .bootstrapping import Bootstrap, bootstrap
 from .display import result_html
 from .measures import Part, Peak, Percentile
+from .reports import write_report
 from .tables import dataset, distribution_frame
 from .toolkit import Fields
 
@@ -29,7 +30,8 @@ _NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_s
             "phase", "noise_spread", "offset", "efficiency", "total", "log_mean", "mean")
 _COUNTS = ("status", "iterations", "passes")
 _OPTIONAL = ("phase", "offset", "efficiency")  # None where the toolkit has not-a-number
-_TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text", "finding", "finding_text")
+_TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text", "finding", "finding_text",
+          "amplitude_unit")
 
 
 @dataclass(frozen=True, repr=False, eq=False)
@@ -95,6 +97,10 @@ class Result:
         "noise too large", "noise too small", "corner lost".
     finding_text : str
         The same as a sentence that says what to do.
+    amplitude_unit : str
+        The unit that ``calibrate`` names; empty without one.
+    notes : list of str
+        Remarks on data and inversion, a sentence each.
     kernel : str
         The kernel's name; "own" for a matrix of the caller's.
     status_text : str
@@ -139,6 +145,8 @@ class Result:
     efficiency: Optional[float]
     finding: str
     finding_text: str
+    amplitude_unit: str
+    notes: List[str]
     kernel: str
     status_text: str
     success: bool
@@ -159,6 +167,7 @@ class Result:
             **{name: None if math.isnan(numbers[name]) else numbers[name] for name in _OPTIONAL},
             **{name: fields.text(name) for name in _TEXTS},
             "success": numbers["success"] == 1.0,
+            "notes": fields.texts("notes"),
             "left_out": fields.array("left_out").astype(np.intp),
             "support": (float(first), float(last)),
             "t": fields.array("time"),
@@ -219,22 +228,47 @@ class Result:
         """y - fit, of shape (nf,)."""
         return self.y - self.fit
 
-    def peaks(self, smallest_share: float = 0.005) -> List[Peak]:
+    def peaks(self, smallest_share: float = 0.005, *,
+              band: Optional[Bootstrap] = None) -> List[Peak]:
         """The peaks of the distribution by rising position.
 
         Parameters
         ----------
         smallest_share : float
             Peaks that hold less of the total are left out.
+        band : Bootstrap, optional
+            Of this result; adds the 68 % intervals.
 
         Returns
         -------
         list of Peak
             Each with ``position`` (unit of the grid), ``width`` (standard deviation in
             decades), ``share`` (of the total), ``at_grid_end``, ``centre`` (centre of gravity in
-            the logarithm) and ``amount``.
+            the logarithm) and ``amount``, and with ``band`` the interval of each but
+            ``at_grid_end``: ``position_interval`` and so on.
         """
-        return measures.peaks(self.grid, self.distribution, smallest_share)
+        return measures.peaks(self.grid, self.distribution, smallest_share, band)
+
+    def report(self, path: Any, *, cutoffs: Any = (), percentiles: Any = (),
+               bootstrap: int = 0, seed: int = 1, **texts: str) -> None:
+        """Writes a report for paper: picture, results, checks of the residual, settings, versions.
+
+        gnuplot draws the picture and has to be installed.
+
+        Parameters
+        ----------
+        path : path-like
+            Of the file; it ends in .html (one page that needs no other file) or .pdf.
+        cutoffs, percentiles : float or sequence of float
+            Which are told beside total, means and peaks; cutoffs in the unit of the grid.
+        bootstrap : int
+            Replicates of a bootstrap whose intervals are told; 0 for none.
+        seed : int
+            Of the bootstrap.
+        **texts : str
+            ``name`` of the sample, ``title`` of the report, ``amplitude_label`` of the axes.
+        """
+        write_report(self._inverted(), path, cutoffs, percentiles, bootstrap, seed, texts)
 
     def cutoffs(self, *values: Any, band: Optional[Bootstrap] = None) -> List[Part]:
         """Amount and share below, between and above values of the grid: bound and free fluid.
@@ -441,7 +475,9 @@ class Result:
             "offset": self.offset,
             "efficiency": self.efficiency,
             "finding": self.finding or None,
-            "amplitude_unit": None,
+            "finding_text": self.finding_text or None,
+            "notes": list(self.notes),
+            "amplitude_unit": self.amplitude_unit or None,
             "total": _finite(self.total),
             "log_mean": _finite(self.log_mean),
             "mean": _finite(self.mean),

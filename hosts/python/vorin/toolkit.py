@@ -42,6 +42,7 @@ _FUNCTIONS: Dict[str, Sequence[Any]] = {
     "vorin_invert": (_P, _P, _P, _P, _I, _P),
     "vorin_bootstrap": (_P, _P, _PROGRESS, _P, _P),
     "vorin_lcurve": (_P, _P),
+    "vorin_write_report": (_P, _P, _P, _S),
     "vorin_kernel_matrix": (_S, _P, _I, _P, _I, _P),
     "vorin_picture_axes": (_S, _D, _D, _P),
     "vorin_log_grid": (_D, _D, _I, _P),
