@@ -89,8 +89,8 @@ TEST(Noise, ComputedDataAndAFewSamplesHaveNone) {
   EXPECT_FALSE(differenceNoise({{1.0, 2.0}, {3.0, 1.0}}));
 }
 
-// A digitiser's steps that are coarser than the noise leave most neighbours equal, whose differences
-// in logarithmic time are rounding.
+// A digitiser's steps that are coarser than the noise leave most neighbours equal, whose
+// differences in logarithmic time are rounding.
 TEST(Noise, CoarselyRoundedSamplesHaveNoise) {
   for (const double noise : {0.0, 0.3}) {
     Decay decay =
