@@ -35,7 +35,7 @@ def test_the_page_runs_from_top_to_bottom_and_prints_what_it_shows(sample, tmp_p
             exec(compile(code, "docs/python.md", "exec"), scope)
         assert printed.getvalue() == shown
     assert {path.name for path in tmp_path.iterdir()} == {"hosts", "decay.png", "band.png",
-                                                         "lcurve.png"}
+                                                         "lcurve.png", "decay.html"}
 
 
 def test_the_readme_s_block_runs(sample, tmp_path):
