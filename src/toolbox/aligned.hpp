@@ -8,21 +8,20 @@
 #include <utility>
 #include <vector>
 
+#include "toolbox/kept_blocks.hpp"
+
 namespace vorin {
 
 template <class T>
 struct CacheLineAllocator {
   using value_type = T;
-  static constexpr std::align_val_t line{64};
 
   CacheLineAllocator() = default;
   template <class U>
   CacheLineAllocator(const CacheLineAllocator<U>& /*other*/) {}
 
-  T* allocate(std::size_t count) {
-    return static_cast<T*>(::operator new(count * sizeof(T), line));
-  }
-  void deallocate(T* address, std::size_t /*count*/) { ::operator delete(address, line); }
+  T* allocate(std::size_t count) { return static_cast<T*>(takeBlock(count * sizeof(T))); }
+  void deallocate(T* address, std::size_t count) { giveBlock(address, count * sizeof(T)); }
 
   // Not initialised: every element of these arrays is written before it is read.
   template <class U>
