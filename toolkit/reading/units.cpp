@@ -91,7 +91,7 @@ std::string typeset(std::string text) {
     for (const char c : fmt::format("{}", power < 0 ? -power : power)) {
       exponent += raised[static_cast<std::size_t>(c - '0')];
     }
-    number = number.substr(0, e) + " \xC3\x97 10" + exponent;
+    number.replace(e, std::string::npos, " \xC3\x97 10" + exponent);
   }
   if (unit == " us") {
     unit = " \xC2\xB5s";

@@ -53,8 +53,8 @@ ReportTable lineTable(std::string heading, const std::vector<FoundLine>& lines) 
 /// Total, means, percentiles and parts; with a bootstrap a column of intervals.
 class ResultRows {
  public:
-  explicit ResultRows(bool intervals) : intervals_(intervals) {
-    table_ = {"Results", {"measure", "value"}, {}};
+  explicit ResultRows(bool intervals)
+      : intervals_(intervals), table_{"Results", {"measure", "value"}, {}} {
     if (intervals) {
       table_.columns.emplace_back("68 % interval");
     }

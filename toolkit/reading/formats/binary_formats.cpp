@@ -118,9 +118,11 @@ ColumnsFound readProspaBinary(const FormatInput& input) {
   }
   for (std::size_t first = 0; first < size; first += length) {  // a decay in each row
     const auto part = [first, length](const std::vector<double>& all) {
+      if (all.empty()) {
+        return std::vector<double>();
+      }
       const auto from = all.begin() + static_cast<std::ptrdiff_t>(first);
-      return all.empty() ? std::vector<double>()
-                         : std::vector<double>(from, from + static_cast<std::ptrdiff_t>(length));
+      return std::vector<double>(from, from + static_cast<std::ptrdiff_t>(length));
     };
     columns->add({"", {part(numbers.real), part(numbers.imaginary)}, {}});
   }
