@@ -78,7 +78,7 @@ std::string withShortExponent(std::string text) {
 }
 
 /// A text of quantityText() as in print.
-std::string typeset(std::string text) {
+std::string typeset(const std::string& text) {
   constexpr std::array<std::string_view, 10> raised{
       "\xE2\x81\xB0", "\xC2\xB9",     "\xC2\xB2",     "\xC2\xB3",     "\xE2\x81\xB4",
       "\xE2\x81\xB5", "\xE2\x81\xB6", "\xE2\x81\xB7", "\xE2\x81\xB8", "\xE2\x81\xB9"};
