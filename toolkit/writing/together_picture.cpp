@@ -184,7 +184,8 @@ std::string drawTogether(const fs::path& picture, const PrivateFolder& scratch,
   // The legend stands between the panels, three names in a row.
   constexpr double rowHeight = 0.021;
   const std::size_t entries = curves.size() + (context.measures.cutoffs.empty() ? 0 : 1);
-  const double legend = rowHeight * static_cast<double>((entries + 2) / 3);
+  const std::size_t legendRows = (entries + 2) / 3;
+  const double legend = rowHeight * static_cast<double>(legendRows);
   constexpr double decayBottom = 0.60;
   constexpr double labels = 0.075;
   const std::string script = fmt::format(
