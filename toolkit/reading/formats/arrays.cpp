@@ -137,8 +137,9 @@ class NamedColumns : public NumberColumns {
     throw UserError(fmt::format(
         "{}: there are {}; say by --columns which hold {} and amplitude, for instance --columns "
         "{},{}",
-        name(), list_, abscissa, header().empty() || header()[0].empty() ? "1" : header()[0],
-        header().size() < 2 || header()[1].empty() ? "2" : header()[1]));
+        name(), list_, abscissa,
+        header().empty() || header()[0].empty() ? "1" : inOneLine(header()[0]),
+        header().size() < 2 || header()[1].empty() ? "2" : inOneLine(header()[1])));
   }
 
  private:
