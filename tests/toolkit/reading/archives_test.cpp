@@ -9,12 +9,14 @@
 #include <cstdlib>
 
 #include "support/child.hpp"
+#include "support/refusal.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
 namespace {
 
+using test::expectRefusal;
 using test::TemporaryFolder;
 using Numbers = std::vector<double>;
 namespace fs = std::filesystem;
@@ -27,20 +29,6 @@ bool runPython(const TemporaryFolder& folder, const std::string& script) {
   const bool done = std::system(command.c_str()) == 0;
   fs::remove(folder / "make.py");
   return done;
-}
-
-std::string refusal(const fs::path& path) {
-  try {
-    readDecays(path, {});
-  } catch (const UserError& error) {
-    return error.what();
-  }
-  return "read";
-}
-
-void expectRefusal(const fs::path& path, const std::string& part) {
-  const std::string sentence = refusal(path);
-  EXPECT_NE(sentence.find(part), std::string::npos) << sentence;
 }
 
 /// 8, 4, 2, 1 at 1 to 4 ms.

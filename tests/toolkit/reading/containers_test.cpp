@@ -9,34 +9,23 @@
 
 #include "support/child.hpp"
 #include "support/container_files.hpp"
+#include "support/refusal.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
 namespace {
 
+using test::expectRefusal;
 using test::H5;
 using test::Mat;
+using test::refusal;
 using test::TemporaryFolder;
 using Numbers = std::vector<double>;
 namespace fs = std::filesystem;
 
 /// The tests lie elsewhere in the build tree than the command and the library.
 const bool helperTold = ::setenv("VORIN_CONTAINERS", VORIN_CONTAINERS_PROGRAM, 1) == 0;
-
-std::string refusal(const fs::path& path, const DecayFormat& format = {}) {
-  try {
-    readDecays(path, format);
-  } catch (const UserError& error) {
-    return error.what();
-  }
-  return "read";
-}
-
-void expectRefusal(const fs::path& path, const std::string& part, const DecayFormat& format = {}) {
-  const std::string sentence = refusal(path, format);
-  EXPECT_NE(sentence.find(part), std::string::npos) << sentence;
-}
 
 fs::path within(const fs::path& file, const std::string& inner) {
   return file.string() + ":" + inner;

@@ -7,6 +7,7 @@
 #include <numbers>
 
 #include "support/child.hpp"
+#include "support/refusal.hpp"
 #include "toolkit/model/phase.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/user_error.hpp"
@@ -14,6 +15,7 @@
 namespace vorin::toolkit {
 namespace {
 
+using test::refusal;
 using test::TemporaryFolder;
 using test::writeFile;
 using Numbers = std::vector<double>;
@@ -21,15 +23,6 @@ namespace fs = std::filesystem;
 
 fs::path realFile(const char* name) {
   return fs::path(VORIN_MEASURED_DATA_DIR) / ".." / "instrument_files" / name;
-}
-
-std::string refusal(const fs::path& path, const DecayFormat& format = {}) {
-  try {
-    readDecays(path, format);
-  } catch (const UserError& error) {
-    return error.what();
-  }
-  return "read";
 }
 
 template <class Number>

@@ -5,6 +5,7 @@
 #include <complex>
 
 #include "support/child.hpp"
+#include "support/refusal.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/formats/blocks.hpp"
 #include "toolkit/user_error.hpp"
@@ -12,23 +13,10 @@
 namespace vorin::toolkit {
 namespace {
 
+using test::expectRefusal;
 using test::TemporaryFolder;
 using Numbers = std::vector<double>;
 namespace fs = std::filesystem;
-
-std::string refusal(const fs::path& path) {
-  try {
-    readDecays(path, {});
-  } catch (const UserError& error) {
-    return error.what();
-  }
-  return "read";
-}
-
-void expectRefusal(const fs::path& path, const std::string& part) {
-  const std::string sentence = refusal(path);
-  EXPECT_NE(sentence.find(part), std::string::npos) << sentence;
-}
 
 // Blocks that differ in a complex factor alone give these factors, times one number.
 TEST(Blocks, AmplitudesOfOneShapeAreItsFactors) {

@@ -112,7 +112,8 @@ pid_t start(const fs::path& path, const std::string& kind, const std::string& wa
   posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  // Whatever the caller ignores or blocks, the program ends when nobody reads its answer.
+  // The caller may ignore or block SIGPIPE; the program must end by it when its answer's pipe is
+  // closed.
   sigset_t none{};
   sigset_t pipe{};
   sigemptyset(&none);
