@@ -2,6 +2,7 @@
 // Debian's scipy is installed, which comes with some.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -41,6 +42,24 @@ void expectDecay(const fs::path& path, const DecayFormat& format = {}) {
     EXPECT_DOUBLE_EQ(decay.measured.decay.time[i], times[i]);
   }
   EXPECT_EQ(decay.measured.decay.amplitude, signal);
+}
+
+// Arrays none of which tells that it holds the times, with names that a terminal would obey: the
+// sentence proposes them for --columns.
+TEST(Hdf5, NamesOfArraysAreShownWithoutControlCharacters) {
+  const TemporaryFolder folder;
+  const fs::path path = folder / "a.h5";
+  {
+    const H5 file(path);
+    for (const char* name : {"a\x1b[2J", "b\x07", "c"}) {
+      file.put(name, signal, {4});
+    }
+  }
+  const std::string sentence = refusal(path);
+  EXPECT_NE(sentence.find("--columns"), std::string::npos) << sentence;
+  EXPECT_TRUE(std::none_of(sentence.begin(), sentence.end(), [](char c) {
+    return (c >= 0 && c < ' ') || c == 0x7f;
+  })) << sentence;
 }
 
 TEST(Hdf5, EveryStoredTypeIsRead) {
