@@ -3,20 +3,15 @@
 #include "params/log_file.hpp"
 
 #include <cstdio>
-#include <memory>
 #include <string>
 
+#include "params/rewritten_file.hpp"
 #include "params/text.hpp"
 #include "toolbox/instance.hpp"
 #include "toolbox/nrerror.hpp"
 
 namespace vorin::params {
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
 
 struct LogUnit {
   std::int32_t number = 100;
@@ -30,15 +25,20 @@ LogUnit& theUnit() {
 
 struct OpeningRow {
   std::string_view word;
-  const char* mode;
+  const char* mode;  ///< null: written anew, by openRewritten()
   bool atEnd;
 };
 
 // "r+" demands an existing file and cuts nothing off; "x" demands a missing one.
 constexpr OpeningRow openings[] = {
-    {"OLD", "r+", false},   {"UNKNOWN", "w", false}, {"NEW", "wx", false},
+    {"OLD", "r+", false},   {"UNKNOWN", nullptr, false}, {"NEW", "wx", false},
     {"APPEND", "r+", true}, {"", "r+", false},
 };
+
+File openedAs(const OpeningRow& opening, const std::string& name) {
+  return opening.mode == nullptr ? openRewritten(name)
+                                 : File(std::fopen(name.c_str(), opening.mode));
+}
 
 const OpeningRow* openingFor(std::string_view statusWord) {
   for (const OpeningRow& row : openings) {
@@ -80,7 +80,7 @@ void FOPEN(std::int32_t unit, std::string_view name, std::string_view statusWord
   }
   closeLogUnit();
   setRecordSink(&writeRecord);
-  theUnit().file.reset(std::fopen(std::string(trimmed(name)).c_str(), opening->mode));
+  theUnit().file = openedAs(*opening, std::string(trimmed(name)));
   std::FILE* const file = theUnit().file.get();
   if (file == nullptr || (opening->atEnd && std::fseek(file, 0, SEEK_END) != 0)) {
     closeLogUnit();

@@ -266,6 +266,18 @@ TEST_F(Log, AFileThatCannotBeOpenedCostsOnlyTheLines) {
   EXPECT_EQ(filesHere(), Lines{"FOLDER.log"});
 }
 
+// What docs/hosts.md tells hosts that read no log.
+TEST_F(Log, UnderTheNameOfTheRootFolderThereIsNone) {
+  setText("FLOG", "/");
+  setNumber("REPO", 4.0F);
+  EXPECT_EQ(logFileName(), "/");
+  VorinLogOpen(true);
+  EXPECT_FALSE(logIsOpen());
+  VorinLogLine("Vorin", "M", "message");
+  VorinLogOpen(false);
+  EXPECT_TRUE(filesHere().empty());
+}
+
 TEST_F(Log, AFailedOpeningClosesTheLogBeforeIt) {
   VorinLogOpen(true);
   setText("FLOG", "no/such/folder");
