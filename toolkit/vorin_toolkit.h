@@ -19,6 +19,9 @@
  *                         vorin_result_numbers, vorin_result_text, vorin_result_text_at,
  *                         vorin_result_array
  *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve, vorin_write_report
+ *   Maps of many decays   vorin_map_create, vorin_map_free, vorin_map_describe,
+ *                         vorin_map_invert, vorin_map_add_to_mean,
+ *                         vorin_map_shared_weight
  *   Maps over two axes    vorin_invert2d, vorin_fit2d, vorin_bootstrap2d,
  *                         vorin_measures2d, vorin_share2d, vorin_simulate2d,
  *                         vorin_read2d
@@ -78,6 +81,8 @@ extern "C" {
 typedef struct vorin_settings vorin_settings;
 /* The result of a job, by name. */
 typedef struct vorin_result vorin_result;
+/* What inverts very many decays at the same times. */
+typedef struct vorin_map vorin_map;
 
 /* ------------------------------------------------------------------------
  * Statuses and version
@@ -399,6 +404,128 @@ vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_write_report(
     const vorin_result* inversion, const vorin_result* bootstrap, const vorin_settings* settings,
     const char* path, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* ------------------------------------------------------------------------
+ * Maps of many decays
+ *
+ * The voxels of an image, the depths of a log, the profile of a core: very many decays at the
+ * same times. What they share is computed once; blocks of voxels go in, a row of samples for
+ * each, and arrays of what was found come out, an element for each voxel. All numbers of a
+ * voxel are those that vorin_invert gives for its samples, to the last bit. A voxel that can't
+ * be inverted has a status and not-a-number, and never ends the job.
+ *
+ * Settings: all of vorin_invert but "log", and "cutoff" (between the ranges of "share"),
+ * "distribution" ("on" keeps the distributions), "threshold" (voxels without a sample of this
+ * magnitude are left out), "threads" (1; 0 is one for each processor).
+ * ------------------------------------------------------------------------ */
+
+/* Statuses of voxels; vorin_map_describe tells them in words. */
+enum {
+  VORIN_TOOLKIT_VOXEL_OK = 0,
+  VORIN_TOOLKIT_VOXEL_MASKED = 1,          /* outside the mask */
+  VORIN_TOOLKIT_VOXEL_BELOW_THRESHOLD = 2, /* no sample is as large as the threshold */
+  VORIN_TOOLKIT_VOXEL_NOT_FINITE = 3,      /* a sample is infinite or not a number */
+  VORIN_TOOLKIT_VOXEL_ALL_ZERO = 4,        /* every sample is 0 */
+  VORIN_TOOLKIT_VOXEL_NO_NOISE = 5,        /* no noise to choose a weight by, and none is given */
+  VORIN_TOOLKIT_VOXEL_NOISE_TOO_LARGE = 6, /* the noise given is no less than the largest sample */
+  VORIN_TOOLKIT_VOXEL_NOT_CONVERGED = 7,   /* solver or weight search ran out of passes */
+  VORIN_TOOLKIT_VOXEL_WEIGHT_LIMIT = 8,    /* the search stopped at a limit of the weight */
+  VORIN_TOOLKIT_VOXEL_NO_SIGNAL = 9,       /* there is no signal above the noise */
+  VORIN_TOOLKIT_VOXEL_NOT_DESCRIBED = 10   /* the kernel can't describe the samples */
+};
+
+/* Prepares the inversion of voxels with samples at these times. The handle may be used by any
+ * number of threads at once.
+ *
+ *   settings  in   the handle; null for all defaults
+ *   times     in   samples numbers, rising from 0 or above
+ *   samples   in   by value, 2 or above
+ *   map       out  address of a handle; free it by vorin_map_free
+ *   message   out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT for settings that fit no voxel, or
+ *            VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_map_create(const vorin_settings* settings, const double* times, int64_t samples,
+                 vorin_map** map, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Frees a map. Its results stay valid.
+ *
+ *   map  in and out  the handle; null has no effect */
+VORIN_TOOLKIT_API void VORIN_TOOLKIT_CALL vorin_map_free(vorin_map* map) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Describes what a map takes and gives. Numbers of the result: "samples" (of a voxel), "points"
+ * (of the grid), "ranges" (of "share"; 0 without cutoffs), "keeps_distribution". Arrays: "grid",
+ * "range_edges" (0, the cutoffs, infinity; empty without cutoffs). Lists of texts: "status_words"
+ * and "status_meanings", by status from 0.
+ *
+ *   map      in   the handle
+ *   result   out  address of a handle; free it by vorin_result_free
+ *   message  out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_map_describe(const vorin_map* map, vorin_result** result, char* message,
+                   int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Inverts a block of voxels. Arrays of the result, an element for each voxel: "total",
+ * "log_mean", "weight", "noise", "signal_to_noise", "standard_error" (as of vorin_invert) and
+ * "status" (of this section); "share", voxels x ranges: the part of the total in each range; and,
+ * with the setting "distribution", "distribution", voxels x points. Both are row-major. The
+ * result does not depend on how voxels are divided into blocks, nor on the count of threads.
+ *
+ *   map       in   the handle
+ *   samples   in   voxels x samples numbers, row-major: the address of floats or doubles
+ *   bytes     in   of a number of samples, by value: 4 for floats, 8 for doubles
+ *   voxels    in   by value, 0 or above
+ *   mask      in   voxels numbers, 0 for what is not inverted; null for none
+ *   noise     in   voxels standard deviations of the noise in the unit of the data, above 0;
+ *                  not-a-number leaves a voxel to the settings; null for none
+ *   progress  in   called with the voxels done and their total; null for none
+ *   user      in   passed to progress
+ *   result    out  address of a handle; free it by vorin_result_free
+ *   message   out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT, VORIN_TOOLKIT_CANCELLED or
+ *            VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
+vorin_map_invert(const vorin_map* map, const void* samples, int32_t bytes, int64_t voxels,
+                 const uint8_t* mask, const double* noise, vorin_progress progress, void* user,
+                 vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Adds those voxels of a block that would be inverted (inside the mask, finite, not all 0, not
+ * below the threshold) to the sums of a mean decay, one after the other.
+ *
+ *   map      in   the handle
+ *   samples  in   as of vorin_map_invert
+ *   bytes    in   as of vorin_map_invert
+ *   voxels   in   as of vorin_map_invert
+ *   mask     in   as of vorin_map_invert
+ *   sums     in and out  a number for each sample of a voxel; begin with 0
+ *   count    in and out  the voxels that the sums hold; begin with 0
+ *   message  out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_map_add_to_mean(
+    const vorin_map* map, const void* samples, int32_t bytes, int64_t voxels, const uint8_t* mask,
+    double* sums, int64_t* count, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* One weight for all voxels: that at which vorin_invert inverts their mean decay. The mean has
+ * less noise than a voxel, and a weight by its own noise is smaller than that of a voxel; with
+ * the noise of one voxel as the setting "noise", the weight is the one for it.
+ *
+ *   settings  in   the handle; null for all defaults
+ *   times     in   samples numbers, as of vorin_map_create
+ *   mean      in   samples numbers, the mean decay
+ *   samples   in   by value, 2 or above
+ *   weight    out  the number for the setting "weight"; one that is set already is returned
+ *   message   out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT where the mean can't be inverted, or
+ *            VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_map_shared_weight(
+    const vorin_settings* settings, const double* times, const double* mean, int64_t samples,
+    double* weight, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Maps over two axes

@@ -22,21 +22,6 @@ double known(double value) {
   return value > 0.0 ? value : unknownValue;
 }
 
-/// The samples of a host, looked at as those of a file are. The first `skipped` amplitudes, which
-/// nobody will use, may be anything.
-MeasuredDecay measuredDecay(const double* times, const double* real, const double* imaginary,
-                            std::int64_t samples, std::size_t skipped) {
-  MeasuredDecay measured;
-  measured.decay.time = numbersAt(times, samples, 2, "t");
-  requireTimes(measured.decay.time);
-  measured.decay.amplitude = numbersAt(real, samples, 2, "y", skipped);
-  if (imaginary != nullptr) {
-    measured.imaginary = numbersAt(imaginary, samples, 2, "y", skipped);
-  }
-  requireSignal(measured, "y");
-  return measured;
-}
-
 void addSamples(vorin_result& result, const Inverted& job) {
   const Inversion& inversion = job.inversion;
   result.add("time", job.input.decay.time);
@@ -117,6 +102,37 @@ std::vector<std::pair<std::string, std::string>> givenSettings(const vorin_setti
 }
 
 std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredDecay measured) {
+  std::shared_ptr<Inverted> job = preparedJob(settings, std::move(measured));
+  if (const std::string& text = settings.text("calibrate"); !text.empty()) {
+    const Calibration calibration = parseCalibration(text, "calibrate");
+    calibrate(calibration, job->input.decay);
+    calibrate(calibration, job->settings);
+    job->amplitudeUnit = calibration.unit;
+  }
+  job->given = givenSettings(settings);
+  LogFile log(settings.text("log"));
+  job->settings.logFile = log.temporary();
+  job->inversion = invert(job->input.decay, job->settings);
+  log.commit();
+  return resultOf(std::move(job));
+}
+
+}  // namespace
+
+MeasuredDecay measuredDecay(const double* times, const double* real, const double* imaginary,
+                            std::int64_t samples, std::size_t skipped) {
+  MeasuredDecay measured;
+  measured.decay.time = numbersAt(times, samples, 2, "t");
+  requireTimes(measured.decay.time);
+  measured.decay.amplitude = numbersAt(real, samples, 2, "y", skipped);
+  if (imaginary != nullptr) {
+    measured.imaginary = numbersAt(imaginary, samples, 2, "y", skipped);
+  }
+  requireSignal(measured, "y");
+  return measured;
+}
+
+std::shared_ptr<Inverted> preparedJob(const vorin_settings& settings, MeasuredDecay measured) {
   const KernelChoice kernel = settings.kernel();
   auto job = std::make_shared<Inverted>();
   job->settings = settings.method();
@@ -133,23 +149,12 @@ std::unique_ptr<vorin_result> inverted(const vorin_settings& settings, MeasuredD
         settings.kernels().of(kernel.kernel, job->input.decay.time, job->input.grid);
   }
   job->settings.grid = job->input.grid;
-  if (const std::string& text = settings.text("calibrate"); !text.empty()) {
-    const Calibration calibration = parseCalibration(text, "calibrate");
-    calibrate(calibration, job->input.decay);
-    calibrate(calibration, job->settings);
-    job->amplitudeUnit = calibration.unit;
-  }
-  job->given = givenSettings(settings);
-  LogFile log(settings.text("log"));
-  job->settings.logFile = log.temporary();
-  job->inversion = invert(job->input.decay, job->settings);
-  log.commit();
-  return resultOf(std::move(job));
+  return job;
 }
 
-/// "threads" as a count, 0 for one for each processor.
-int threadCount(const std::string& text) {
+int threadCount(const vorin_settings& settings) {
   constexpr int mostThreads = 1024;
+  const std::string& text = settings.text("threads");
   if (text.empty()) {
     return 1;
   }
@@ -160,8 +165,6 @@ int threadCount(const std::string& text) {
   }
   return static_cast<int>(*count);
 }
-
-}  // namespace
 
 const Inverted& inversionOf(const vorin_result* result) {
   requireAddress(result, "inversion");
@@ -199,7 +202,7 @@ int32_t vorin_bootstrap(const vorin_result* inversion, const vorin_settings* set
     const std::string& replicates = given.text("replicates");
     vorin::toolkit::BootstrapSettings request = vorin::toolkit::readBootstrap(
         replicates.empty() ? "200" : replicates, given.text("seed"), "replicates");
-    request.threads = c::threadCount(given.text("threads"));
+    request.threads = c::threadCount(given);
     if (progress != nullptr) {
       request.progress = [&](int done) {
         if (progress(user, done, request.replicates) != 0) {

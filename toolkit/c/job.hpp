@@ -1,7 +1,9 @@
 // What a job of the C boundary runs on, and what an inversion keeps for later jobs on it.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -39,6 +41,17 @@ struct Inverted {
   std::string amplitudeUnit;                               ///< of a calibration
   std::vector<std::pair<std::string, std::string>> given;  ///< what the host has set
 };
+
+/// The decay of a host's arrays, looked at as those of a file are. The first `skipped` amplitudes,
+/// which nobody will use, may be anything.
+MeasuredDecay measuredDecay(const double* times, const double* real, const double* imaginary,
+                            std::int64_t samples, std::size_t skipped);
+
+/// A decay with the settings that it is to be inverted by, all but log and calibration.
+std::shared_ptr<Inverted> preparedJob(const vorin_settings& settings, MeasuredDecay measured);
+
+/// The setting "threads": 1 where it is not set, 0 for one for each processor.
+int threadCount(const vorin_settings& settings);
 
 /// What vorin_invert kept in `result`. Throws UserError for a result of another job.
 const Inverted& inversionOf(const vorin_result* result);

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::string_view keyPrefix = "key.";
 
-constexpr std::array<c::JobSetting, 28> jobSettings{{
+constexpr std::array<c::JobSetting, 30> jobSettings{{
     {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
      "what one value of the grid adds to a sample"},
     {"grid", "FROM:TO:N, or a list", "by the times of the samples",
@@ -33,13 +33,16 @@ constexpr std::array<c::JobSetting, 28> jobSettings{{
     {"log", "FILE", "no log", "the file for the numerical library's log"},
     {"replicates", "N", "200", "replicates of a bootstrap, 20 to 100000"},
     {"seed", "N", "1", "of the noise that a bootstrap or a simulation draws"},
-    {"threads", "N", "1", "threads of a bootstrap; 0 is one for each processor"},
+    {"threads", "N", "1", "threads of a bootstrap or a map; 0 is one for each processor"},
+    {"distribution", "on|off", "off", "keep the distribution of each voxel of a map"},
+    {"threshold", "A", "none", "voxels of a map without a sample of this magnitude are left out"},
     {"calibrate", "AMOUNTUNIT=AMPLITUDE", "the unit of the data",
      "the unit of all amplitudes: 100pu=1234.5 says that 1234.5 in the data is 100 pu"},
     {"name", "TEXT", "decay", "of the sample in a report"},
     {"title", "TEXT", "the name", "of a report"},
     {"amplitude_label", "TEXT", "amplitude and its unit", "of the axes in a report"},
-    {"cutoff", "T[,T...]", "none", "a report has amount and share below, between and above them"},
+    {"cutoff", "T[,T...]", "none",
+     "a report has amount and share below, between and above them, a map the share"},
     {"percentiles", "P[,P...]", "10,50,90", "a report has where P % of the total lie at or below"},
     {"columns", "X,Y[,IM]", "1,2",
      "the columns of a file: numbers from 1, or names of its header; X,A..B for many decays"},

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
@@ -15,6 +16,10 @@ class MeanDecay {
  public:
   /// Of voxels with so many samples, skipped ones included.
   explicit MeanDecay(std::size_t samples) : sums_(samples) {}
+
+  /// Goes on with the sums of so many voxels.
+  MeanDecay(std::vector<double> sums, std::size_t voxels)
+      : sums_(std::move(sums)), voxels_(voxels) {}
 
   /// Adds the voxels that `inverter` would invert: inside the mask, finite, not all 0, not below
   /// the threshold.

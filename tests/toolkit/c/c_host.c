@@ -61,6 +61,12 @@ __extension__ ENTRY(vorin_measures2d);
 __extension__ ENTRY(vorin_share2d);
 __extension__ ENTRY(vorin_simulate2d);
 __extension__ ENTRY(vorin_read2d);
+__extension__ ENTRY(vorin_map_create);
+__extension__ ENTRY(vorin_map_free);
+__extension__ ENTRY(vorin_map_describe);
+__extension__ ENTRY(vorin_map_invert);
+__extension__ ENTRY(vorin_map_add_to_mean);
+__extension__ ENTRY(vorin_map_shared_weight);
 
 static void load_all(void) {
   LOAD(vorin_toolkit_version);
@@ -99,6 +105,12 @@ static void load_all(void) {
   LOAD(vorin_share2d);
   LOAD(vorin_simulate2d);
   LOAD(vorin_read2d);
+  LOAD(vorin_map_create);
+  LOAD(vorin_map_free);
+  LOAD(vorin_map_describe);
+  LOAD(vorin_map_invert);
+  LOAD(vorin_map_add_to_mean);
+  LOAD(vorin_map_shared_weight);
 }
 
 static void expect(int holds, const char* what, int line) {
@@ -129,6 +141,12 @@ static int32_t VORIN_TOOLKIT_CALL stop_at_five(void* user, int64_t done, int64_t
   int64_t* const last = (int64_t*)user;
   *last = done;
   return done >= 5 && total == 2000 ? 1 : 0;
+}
+
+static int32_t VORIN_TOOLKIT_CALL stop_at_three(void* user, int64_t done, int64_t total) {
+  int64_t* const last = (int64_t*)user;
+  *last = done;
+  return total == 3 ? 1 : 0;
 }
 
 static void model(double* t, double* grid) {
@@ -375,6 +393,88 @@ static void maps(void) {
   p_vorin_settings_free(settings);
 }
 
+/* Three voxels, one of them masked: what vorin_invert gives for each, from floats and doubles. */
+static void voxels(const double* t) {
+  enum { VOXELS = 3 };
+  const uint8_t mask[VOXELS] = {1, 0, 1};
+  const double noise[VOXELS] = {NAN, NAN, 0.5};
+  const double peak[3] = {0.05, 0.1, 10.0};
+  double samples[VOXELS * SAMPLES];
+  float floats[VOXELS * SAMPLES];
+  double sums[SAMPLES] = {0.0};
+  double mean[SAMPLES];
+  double weight = 0.0;
+  int64_t count = 0;
+  int64_t done = 0;
+  vorin_settings* settings = NULL;
+  vorin_map* map = NULL;
+  vorin_result* result = NULL;
+  vorin_result* other = NULL;
+  const char* text = NULL;
+  OK(p_vorin_settings_create(&settings, TELL));
+  for (int voxel = 0; voxel < VOXELS; ++voxel) {
+    OK(p_vorin_settings_set_number(settings, "seed", (double)(voxel + 1), TELL));
+    OK(p_vorin_simulate(settings, t, SAMPLES, peak, 1, &result, TELL));
+    memcpy(samples + voxel * SAMPLES, array(result, "amplitude", SAMPLES),
+           SAMPLES * sizeof *samples);
+    p_vorin_result_free(result);
+  }
+  for (int i = 0; i < VOXELS * SAMPLES; ++i) {
+    floats[i] = (float)samples[i];
+  }
+  OK(p_vorin_settings_set_text(settings, "cutoff", "33ms", TELL));
+  OK(p_vorin_settings_set_text(settings, "distribution", "on", TELL));
+  OK(p_vorin_settings_set_text(settings, "grid", "1ms:1s:40", TELL));
+  OK(p_vorin_settings_set_number(settings, "threads", 2.0, TELL));
+  OK(p_vorin_map_create(settings, t, SAMPLES, &map, TELL));
+  OK(p_vorin_map_describe(map, &result, TELL));
+  EXPECT(number(result, "samples") == SAMPLES && number(result, "points") == 40.0);
+  EXPECT(number(result, "ranges") == 2.0 && number(result, "keeps_distribution") == 1.0);
+  EXPECT(array(result, "range_edges", 3)[1] == 0.033);
+  OK(p_vorin_result_text_at(result, "status_words", VORIN_TOOLKIT_VOXEL_MASKED, &text, TELL));
+  EXPECT(strcmp(text, "masked") == 0);
+  p_vorin_result_free(result);
+
+  OK(p_vorin_map_invert(map, samples, 8, VOXELS, mask, NULL, NULL, NULL, &result, TELL));
+  EXPECT(array(result, "status", VOXELS)[1] == VORIN_TOOLKIT_VOXEL_MASKED);
+  EXPECT(isnan(array(result, "total", VOXELS)[1]));
+  OK(p_vorin_invert(settings, t, samples + 2 * SAMPLES, NULL, SAMPLES, &other, TELL));
+  EXPECT(array(result, "log_mean", VOXELS)[2] == number(other, "log_mean"));
+  EXPECT(array(result, "signal_to_noise", VOXELS)[2] == number(other, "signal_to_noise"));
+  EXPECT(memcmp(array(result, "distribution", VOXELS * 40) + 80, array(other, "distribution", 40),
+                40 * sizeof(double)) == 0);
+  EXPECT(array(result, "share", VOXELS * 2)[4] + array(result, "share", VOXELS * 2)[5] > 0.999);
+  p_vorin_result_free(other);
+  OK(p_vorin_map_invert(map, floats, 4, VOXELS, NULL, noise, NULL, NULL, &other, TELL));
+  EXPECT(fabs(array(other, "total", VOXELS)[0] / array(result, "total", VOXELS)[0] - 1.0) < 1e-4);
+  EXPECT(array(other, "noise", VOXELS)[2] == 0.5 && array(other, "status", VOXELS)[1] == 0.0);
+  p_vorin_result_free(other);
+  p_vorin_result_free(result);
+  EXPECT(p_vorin_map_invert(map, samples, 8, VOXELS, NULL, NULL, stop_at_three, &done, &result,
+                            TELL) == VORIN_TOOLKIT_CANCELLED);
+  EXPECT(done == VOXELS && result == NULL);
+  EXPECT(p_vorin_map_invert(map, samples, 2, VOXELS, NULL, NULL, NULL, NULL, &result, TELL) ==
+         VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(p_vorin_map_invert(map, NULL, 8, VOXELS, NULL, NULL, NULL, NULL, &result, TELL) ==
+         VORIN_TOOLKIT_BAD_INPUT);
+
+  OK(p_vorin_map_add_to_mean(map, samples, 8, VOXELS, mask, sums, &count, TELL));
+  EXPECT(count == 2 && sums[7] == samples[7] + samples[2 * SAMPLES + 7]);
+  for (int i = 0; i < SAMPLES; ++i) {
+    mean[i] = sums[i] / (double)count;
+  }
+  OK(p_vorin_map_shared_weight(settings, t, mean, SAMPLES, &weight, TELL));
+  OK(p_vorin_invert(settings, t, mean, NULL, SAMPLES, &other, TELL));
+  EXPECT(weight == number(other, "weight"));
+  p_vorin_result_free(other);
+  p_vorin_map_free(map);
+  OK(p_vorin_settings_set_text(settings, "log", "some.log", TELL));
+  EXPECT(p_vorin_map_create(settings, t, SAMPLES, &map, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(map == NULL && strncmp(message, "log:", 4) == 0);
+  p_vorin_map_free(NULL);
+  p_vorin_settings_free(settings);
+}
+
 int main(int argc, char** argv) {
   double t[SAMPLES];
   double grid[POINTS];
@@ -393,6 +493,7 @@ int main(int argc, char** argv) {
   model(t, grid);
   jobs(t, grid);
   maps();
+  voxels(t);
   OK(p_vorin_keys(&result, TELL));
   OK(p_vorin_result_text_at(result, "key", 0, &text, TELL));
   EXPECT(strlen(text) > 0);
