@@ -56,7 +56,11 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/hosts/sample/" DESTINATION "${VORIN_DOC
   FILES_MATCHING PATTERN "*.csv")
 
 # Code of these is inside the binaries, and their licences ask for their notices beside them.
-foreach(_package IN ITEMS libopenblas-serial-dev libcli11-dev libfmt-dev zlib1g-dev
+set(_lapack_package libopenblas-serial-dev)
+if(VORIN_LAPACK STREQUAL "eigen")
+  set(_lapack_package libeigen3-dev)
+endif()
+foreach(_package IN ITEMS ${_lapack_package} libcli11-dev libfmt-dev zlib1g-dev
     libminizip-dev libpugixml-dev)
   if(EXISTS "/usr/share/doc/${_package}/copyright")
     install(FILES "/usr/share/doc/${_package}/copyright"

@@ -11,7 +11,7 @@ struct Chosen {
   Table<double> inDouble;
 };
 
-Chosen choose(Level level) {
+Chosen choose([[maybe_unused]] Level level) {
 #if defined(VORIN_HAVE_X86_LEVELS)
   if (level == Level::avx512) {
     return {level, avx512::tableFloat(), avx512::tableDouble()};
