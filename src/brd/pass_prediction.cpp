@@ -96,6 +96,12 @@ PassPrediction::PassPrediction(const RankFactor& factor, const double* b)
   columns_.reserve(length(factor.columns));
 }
 
+void PassPrediction::takeData(const double* b) {
+  b_ = b;
+  largestDatum_ = largestMagnitude(factor_.columns, b);
+  blockMask_.clear();
+}
+
 void PassPrediction::begin(const double* f) {
   takeSigns(length(factor_.columns), f, mask_);
   steps_.clear();

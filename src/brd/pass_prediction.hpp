@@ -29,6 +29,9 @@ class PassPrediction {
   /// Borrows the factor and b (paddedColumns of it, zeros in the padding).
   PassPrediction(const RankFactor& factor, const double* b);
 
+  /// Takes another b, and predicts then as a new object does.
+  void takeData(const double* b);
+
   /// Predicts the passes of a solve at `weight` from the mask of f (n), whose elements are 0 or
   /// above, but the last two of
   /// `mostPasses`. Masks that come back in turn are taken to go on so.

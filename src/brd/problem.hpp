@@ -73,6 +73,18 @@ class Problem {
   /// Borrows the kernel, which other problems may use at the same time.
   Problem(const ProblemKernel<Real>& kernel, const Real* d) : kernel_(&kernel), d_(d) {}
 
+  /// Goes on with other data (m), which stay the caller's, on the same kernel and arrays.
+  void takeData(const Real* d) {
+    d_ = d;
+    if (single_) {
+      single_->takeData(d);
+    }
+    if (double_) {
+      double_->takeData(d);
+    }
+    program_.reset();
+  }
+
   int m() const { return kernel_->m(); }
   int n() const { return kernel_->n(); }
   const Real* K() const { return kernel_->K(); }

@@ -32,6 +32,11 @@ class System {
   template <class Other>
   static System converted(std::shared_ptr<const KernelForms<Real>> kernel, const Other* d);
 
+  /// Takes other data (m), borrowed or converted as at construction; what depends on the kernel
+  /// alone and the arrays stay. Solves then have the bits of a new system.
+  template <class Other>
+  void takeData(const Other* d);
+
   int m() const { return m_; }
   int n() const { return n_; }
   const Real* K() const { return K_; }
@@ -128,6 +133,7 @@ class System {
   Form form_ = Form::lu;
   std::optional<ActiveNormalEquations> normalEquations_;
   std::optional<PassPrediction> prediction_;
+  bool predictsOtherData_ = false;  ///< prediction_ still has the data before
   AlignedVector<Real> packed_;      // the active columns in panels of rows, for the gram kernel
   AlignedVector<Real> G_;           // m x m; its factors after `factor`
   AlignedVector<Real> allColumnG_;  // G with all columns active, empty until the first use

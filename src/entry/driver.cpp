@@ -73,8 +73,12 @@ reduce::Reduction plainReduction(const Inversion& job) {
 
 void invertReduced(const brd::ProblemKernel<float>& kernel, bool pruned, const float* d, float* F,
                    std::int32_t& status) {
-  params::setReal("WREF", kernel.meanSquaredColumnNorm());
   brd::Problem<float> problem(kernel, d);
+  invertReduced(problem, pruned, F, status);
+}
+
+void invertReduced(brd::Problem<float>& problem, bool pruned, float* F, std::int32_t& status) {
+  params::setReal("WREF", problem.meanSquaredColumnNorm());
   weight::Vorin_SEtoW(problem, F, status);
   // Required: only without pruning does the reference go back to 1 after the call; with
   // pruning a host can read it.

@@ -38,6 +38,9 @@ reduce::Reduction plainReduction(const Inversion& job);
 void invertReduced(const brd::ProblemKernel<float>& kernel, bool pruned, const float* d, float* F,
                    std::int32_t& status);
 
+/// The same for a problem that its caller keeps.
+void invertReduced(brd::Problem<float>& problem, bool pruned, float* F, std::int32_t& status);
+
 /// T, W, G and FIT for a host of the six-argument entries: the point index, ones, a
 /// placeholder grid from 1 to 10, and scratch.
 class DefaultArrays {

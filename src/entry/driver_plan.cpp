@@ -1,5 +1,7 @@
 #include "entry/driver_plan.hpp"
 
+#include <algorithm>
+
 #include "entry/driver.hpp"
 #include "reduce/reduction.hpp"
 #include "toolbox/extent.hpp"
@@ -34,17 +36,22 @@ void DriverPlan::prune() {
 }
 
 void DriverPlan::invert(const float* Y, float* F, float* FIT, std::int32_t& status) const {
-  if (bins_) {
-    std::vector<float> d(length(bins_->count()));
-    if (!d.empty()) {
-      bins_->apply(Y, d.data());
-    }
-    invertReduced(*kernel_, true, d.data(), F, status);
-  } else {
-    invertReduced(*kernel_, false, Y, F, status);
+  Solver(*this).invert(Y, F, FIT, status);
+}
+
+DriverPlan::Solver::Solver(const DriverPlan& plan)
+    : plan_(plan), d_(length(plan.kernel_->m())), problem_(*plan.kernel_, d_.data()) {}
+
+void DriverPlan::Solver::invert(const float* Y, float* F, float* FIT, std::int32_t& status) {
+  if (!plan_.bins_) {
+    std::copy_n(Y, d_.size(), d_.begin());
+  } else if (!d_.empty()) {
+    plan_.bins_->apply(Y, d_.data());
   }
+  problem_.takeData(d_.data());
+  invertReduced(problem_, plan_.bins_.has_value(), F, status);
   if (FIT != nullptr) {
-    formFit(nf_, ng_, K_, F, FIT);
+    formFit(plan_.nf_, plan_.ng_, plan_.K_, F, FIT);
   }
 }
 

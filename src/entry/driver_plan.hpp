@@ -28,6 +28,9 @@ class DriverPlan {
   /// instance of its own.
   void invert(const float* Y, float* F, float* FIT, std::int32_t& status) const;
 
+  /// What inverts decay after decay on one thread.
+  class Solver;
+
  private:
   void prune();
 
@@ -38,6 +41,22 @@ class DriverPlan {
   std::optional<reduce::PrunePlan> bins_;
   std::vector<float> prunedKernel_;
   std::optional<brd::ProblemKernel<float>> kernel_;  ///< reduced
+};
+
+/// Keeps the arrays of its solves from one decay to the next. The plan stays the caller's.
+class DriverPlan::Solver {
+ public:
+  explicit Solver(const DriverPlan& plan);
+  Solver(const Solver&) = delete;
+  Solver& operator=(const Solver&) = delete;
+
+  /// As DriverPlan::invert().
+  void invert(const float* Y, float* F, float* FIT, std::int32_t& status);
+
+ private:
+  const DriverPlan& plan_;
+  std::vector<float> d_;  ///< reduced data
+  brd::Problem<float> problem_;
 };
 
 }  // namespace vorin::entry

@@ -33,11 +33,20 @@ double rootMeanSquareDifference(const std::vector<float>& a, const std::vector<f
   return std::sqrt(sum / static_cast<double>(a.size() - left.size()));
 }
 
-std::vector<double> toDouble(const std::vector<float>& values, double factor) {
-  std::vector<double> result(values.size());
+void toDouble(const std::vector<float>& values, double factor, std::vector<double>& result) {
+  result.resize(values.size());
   std::transform(values.begin(), values.end(), result.begin(),
                  [&](float value) { return static_cast<double>(value) * factor; });
-  return result;
+}
+
+/// As new, but for the memory of its arrays.
+void clearInversion(Inversion& inversion) {
+  Inversion fresh;
+  fresh.distribution = std::move(inversion.distribution);
+  fresh.distribution.amplitude.clear();
+  fresh.fit = std::move(inversion.fit);
+  fresh.fit.clear();
+  inversion = std::move(fresh);
 }
 
 }  // namespace
@@ -79,18 +88,29 @@ bool outOfReach(const Inversion& inversion) {
 }
 
 Inversion solveByKeys(const Problem& problem, const InversionSettings& settings) {
-  const double scale = problem.scale();
-  const Solution solution = problem.solve(problem.data());
   Inversion result;
+  solveByKeys(problem, settings, Fit::formed, result);
+  return result;
+}
+
+void solveByKeys(const Problem& problem, const InversionSettings& settings, Fit fit,
+                 Inversion& result) {
+  const double scale = problem.scale();
+  const Solution solution =
+      fit == Fit::formed ? problem.solve(problem.data()) : problem.solveWithoutFit(problem.data());
+  clearInversion(result);
   result.status = solution.status;
-  result.distribution = {settings.grid, toDouble(solution.F, scale)};
-  result.fit = toDouble(solution.FIT, scale);
+  result.distribution.time = settings.grid;
+  toDouble(solution.F, scale, result.distribution.amplitude);
   result.mode = currentMode();
   result.weight = static_cast<double>(queryNumber("CWEI"));
   result.reachedError = static_cast<double>(queryNumber("CSE")) * scale;
   result.rejected = solution.rejected;
-  result.fitError =
-      rootMeanSquareDifference(problem.data(), solution.FIT, solution.rejected) * scale;
+  if (fit == Fit::formed) {
+    toDouble(solution.FIT, scale, result.fit);
+    result.fitError =
+        rootMeanSquareDifference(problem.data(), solution.FIT, solution.rejected) * scale;
+  }
   result.weightSteps = static_cast<int>(std::lround(queryNumber("CWIT")));
   if (queryNumber("BRDA") != 3.0F) {  // the quadratic program has no passes
     result.passes = static_cast<int>(std::lround(queryNumber("CITE")));
@@ -101,11 +121,17 @@ Inversion solveByKeys(const Problem& problem, const InversionSettings& settings)
   if (result.mode == WeightMode::corner) {
     result.cornerWeight = result.weight / cornerFactor();
   }
-  return result;
 }
 
 Inversion searchWeight(const Problem& problem, const KnownNoise& noise,
                        const InversionSettings& settings) {
+  Inversion result;
+  searchWeight(problem, noise, settings, Fit::formed, result);
+  return result;
+}
+
+void searchWeight(const Problem& problem, const KnownNoise& noise,
+                  const InversionSettings& settings, Fit fit, Inversion& result) {
   const double scale = problem.scale();
   setKeys(settings);
   if (noise.value) {
@@ -113,7 +139,7 @@ Inversion searchWeight(const Problem& problem, const KnownNoise& noise,
   } else if (needsNoise(settings)) {
     throw NoNoise();
   }
-  Inversion result = solveByKeys(problem, settings);
+  solveByKeys(problem, settings, fit, result);
   result.noise = noise.value.value_or(0.0);
   result.noiseOrigin = noise.value ? noise.origin : NoiseOrigin::none;
   if (const float used = queryNumber("CSIG");
@@ -123,16 +149,15 @@ Inversion searchWeight(const Problem& problem, const KnownNoise& noise,
   }
   if (noise.value && result.noiseOrigin == noise.origin && outOfReach(result)) {
     const double closest = result.reachedError;
-    const Inversion first = std::move(result);
+    const KnownNoise first{result.noise, result.noiseOrigin};
     setText("NALG", "NONE");
     setNoise(closest / scale);
-    result = solveByKeys(problem, settings);
-    result.noise = first.noise;
-    result.noiseOrigin = first.noiseOrigin;
+    solveByKeys(problem, settings, fit, result);
+    result.noise = *first.value;
+    result.noiseOrigin = first.origin;
     result.relaxedTarget = closest;
   }
   result.lastColumn = settings.grid.size() - 1;
-  return result;
 }
 
 Inversion invertClassic(const Decay& decay, const Problem& problem,

@@ -20,13 +20,27 @@ struct KnownNoise {
 KnownNoise knownNoise(const Decay& decay, const Problem& problem,
                       const InversionSettings& settings);
 
+/// Whether an inversion has its fit and the error of that.
+enum class Fit {
+  formed,
+  skipped  ///< `fit` is empty and `fitError` 0
+};
+
 /// One solve with the keys as they stand in the thread's store, in the unit of the data.
 Inversion solveByKeys(const Problem& problem, const InversionSettings& settings);
+
+/// The same into `result`, whose arrays are used again.
+void solveByKeys(const Problem& problem, const InversionSettings& settings, Fit fit,
+                 Inversion& result);
 
 /// The library's search for the weight, or its solve at a given one. Works on the thread's
 /// instance, whose keys it sets. Throws NoNoise where the search has no noise to aim at.
 Inversion searchWeight(const Problem& problem, const KnownNoise& noise,
                        const InversionSettings& settings);
+
+/// The same into `result`, whose arrays are used again.
+void searchWeight(const Problem& problem, const KnownNoise& noise,
+                  const InversionSettings& settings, Fit fit, Inversion& result);
 
 /// The same with the noise that `problem`, which is that of all samples of `decay`, shows.
 Inversion invertClassic(const Decay& decay, const Problem& problem,

@@ -42,11 +42,15 @@ struct InversionPlan::Worker::State {
   explicit State(const InversionPlan& of)
       : plan(&of), settings(of.settings_), decay{of.times_, {}} {
     instance.logFile = "";
+    if (of.problem_) {
+      problem.emplace(of.problem_->forOneThread());
+    }
   }
 
   const InversionPlan* plan;
-  InversionSettings settings;  ///< with the noise of the present decay
-  Decay decay;                 ///< the present one
+  InversionSettings settings;      ///< with the noise of the present decay
+  Decay decay;                     ///< the present one
+  std::optional<Problem> problem;  ///< of the present one; none where nothing is shared
   Instance instance;
 };
 
@@ -55,30 +59,55 @@ InversionPlan::Worker::~Worker() = default;
 
 PlannedInversion InversionPlan::Worker::invert(const std::vector<double>& amplitude,
                                                std::optional<double> noise) {
-  const double largest = largestMagnitude(amplitude);
+  PlannedInversion result;
+  invertInto(amplitude, noise, true, result);
+  return result;
+}
+
+void InversionPlan::Worker::invertWithoutFit(const std::vector<double>& amplitude,
+                                             std::optional<double> noise,
+                                             PlannedInversion& result) {
+  invertInto(amplitude, noise, false, result);
+}
+
+void InversionPlan::Worker::invertInto(const std::vector<double>& amplitude,
+                                       std::optional<double> noise, bool withFit,
+                                       PlannedInversion& result) {
+  const auto fail = [&](DecayFailure failure) { result = {failure, {}}; };
   if (!std::all_of(amplitude.begin(), amplitude.end(),
                    [](double value) { return std::isfinite(value); })) {
-    return {DecayFailure::notFinite, {}};
+    return fail(DecayFailure::notFinite);
   }
+  const double largest = largestMagnitude(amplitude);
   if (!(largest > 0.0)) {
-    return {DecayFailure::allZero, {}};
+    return fail(DecayFailure::allZero);
   }
   InversionSettings& settings = state_->settings;
   settings.noise = noise ? noise : state_->plan->settings_.noise;
   if (settings.noise && !(*settings.noise < largest)) {
-    return {DecayFailure::noiseTooLarge, {}};
+    return fail(DecayFailure::noiseTooLarge);
   }
-  state_->decay.amplitude = amplitude;
+  Decay& decay = state_->decay;
+  decay.amplitude = amplitude;
+  Inversion& inversion = result.inversion;
   try {
-    if (!state_->plan->shares_) {
-      return {DecayFailure::none, toolkit::invert(state_->decay, settings)};
+    if (state_->problem) {
+      const InstanceScope scope(state_->instance);
+      requireUsable(decay, settings);
+      Problem& problem = *state_->problem;
+      problem.takeAmplitudes(amplitude);
+      searchWeight(problem, knownNoise(decay, problem, settings), settings,
+                   withFit ? Fit::formed : Fit::skipped, inversion);
+    } else {
+      inversion = toolkit::invert(decay, settings);
+      if (!withFit) {
+        inversion.fit.clear();
+        inversion.fitError = 0.0;
+      }
     }
-    const InstanceScope scope(state_->instance);
-    requireUsable(state_->decay, settings);
-    const Problem problem = state_->plan->problem_->withAmplitudes(amplitude);
-    return {DecayFailure::none, invertClassic(state_->decay, problem, settings)};
+    result.failure = DecayFailure::none;
   } catch (const NoNoise&) {
-    return {DecayFailure::noNoise, {}};
+    fail(DecayFailure::noNoise);
   }
 }
 

@@ -66,7 +66,16 @@ class InversionPlan::Worker {
   PlannedInversion invert(const std::vector<double>& amplitude,
                           std::optional<double> noise = std::nullopt);
 
+  /// The same into `result`, whose arrays are used again, and without the fit: `fit` is empty and
+  /// `fitError` 0, all else has the bits of invert(). For decays of which only the distribution and
+  /// its numbers are kept.
+  void invertWithoutFit(const std::vector<double>& amplitude, std::optional<double> noise,
+                        PlannedInversion& result);
+
  private:
+  void invertInto(const std::vector<double>& amplitude, std::optional<double> noise, bool withFit,
+                  PlannedInversion& result);
+
   struct State;
   std::unique_ptr<State> state_;
 };

@@ -111,6 +111,11 @@ struct PlannedKernel {
   entry::DriverPlan driver;
 };
 
+struct PlannedArrays {
+  explicit PlannedArrays(const PlannedKernel& plan) : solver(plan.driver) {}
+  entry::DriverPlan::Solver solver;
+};
+
 std::vector<float> pruningAbscissae(const std::vector<double>& times) {
   std::vector<double> abscissae = times;
   if (abscissae.front() < static_cast<double>(FLT_MIN)) {
@@ -142,10 +147,15 @@ void Problem::shareBins() {
 
 Problem Problem::withAmplitudes(const std::vector<double>& amplitude) const {
   Problem result = *this;
-  result.scale_ = largestMagnitude(amplitude);
-  result.amplitude_ = amplitude;
-  result.Y_ = toSingle(amplitude, result.scale_);
+  result.takeAmplitudes(amplitude);
   return result;
+}
+
+void Problem::takeAmplitudes(const std::vector<double>& amplitude) {
+  scale_ = largestMagnitude(amplitude);
+  amplitude_ = amplitude;
+  std::transform(amplitude.begin(), amplitude.end(), Y_.begin(),
+                 [this](double value) { return static_cast<float>(value / scale_); });
 }
 
 Problem Problem::within(std::size_t first, std::size_t last) const {
@@ -153,6 +163,7 @@ Problem Problem::within(std::size_t first, std::size_t last) const {
   result.firstColumn_ = first;
   result.columns_ = last - first + 1;
   result.plan_.reset();
+  result.arrays_.reset();
   return result;
 }
 
@@ -163,6 +174,7 @@ Problem Problem::without(const std::vector<std::size_t>& left) const {
   }
   const std::size_t rows = Y_.size();
   result.plan_.reset();
+  result.arrays_.reset();
   result.kernel_ = kernel_.without(left);
   result.T_ = withoutRows(T_, rows, left);
   result.shareBins();
@@ -193,6 +205,12 @@ Problem Problem::planned() const {
     result.plan_ = std::make_shared<const PlannedKernel>(kernel_.matrix(), T_,
                                                          firstColumn_ * Y_.size(), columns_);
   }
+  return result;
+}
+
+Problem Problem::forOneThread() const {
+  Problem result = *this;
+  result.arrays_ = plan_ ? std::make_shared<PlannedArrays>(*plan_) : nullptr;
   return result;
 }
 
@@ -227,8 +245,13 @@ Solution Problem::solvePlanned(const std::vector<float>& Y, bool withFit) const 
   Solution result;
   result.F.resize(G_.size());
   result.FIT.resize(withFit ? Y.size() : 0);
-  plan_->driver.invert(Y.data(), result.F.data() + firstColumn_,
-                       withFit ? result.FIT.data() : nullptr, result.status);
+  float* const F = result.F.data() + firstColumn_;
+  float* const FIT = withFit ? result.FIT.data() : nullptr;
+  if (arrays_) {
+    arrays_->solver.invert(Y.data(), F, FIT, result.status);
+  } else {
+    plan_->driver.invert(Y.data(), F, FIT, result.status);
+  }
   return result;
 }
 

@@ -38,6 +38,9 @@ std::vector<float> pruningAbscissae(const std::vector<double>& times);
 /// What planned() shares.
 struct PlannedKernel;
 
+/// The arrays of forOneThread().
+struct PlannedArrays;
+
 /// The bins of a kernel that is not kept as a matrix, which the problems of its samples share.
 class PrunedKernel;
 
@@ -59,6 +62,9 @@ class Problem {
   /// The same times and kernel with the amplitudes of another decay.
   Problem withAmplitudes(const std::vector<double>& amplitude) const;
 
+  /// Becomes that problem.
+  void takeAmplitudes(const std::vector<double>& amplitude);
+
   /// The problem whose distribution is 0 outside the grid's elements first .. last. Only
   /// solve() and reduced() know of it, and reduced() has the columns inside alone.
   Problem within(std::size_t first, std::size_t last) const;
@@ -67,6 +73,10 @@ class Problem {
   /// once and kept by all copies of the result. The keys that say how samples are pruned must
   /// stay as they are now. A problem that is compressed stays as it is.
   Problem planned() const;
+
+  /// The same problem for one thread, whose solves use the same arrays again and again. Its copies
+  /// share them.
+  Problem forOneThread() const;
 
   /// Inverts `Y` (as data(), and as long) with the keys as they stand in the store.
   Solution solve(const std::vector<float>& Y) const;
@@ -105,6 +115,7 @@ class Problem {
   std::size_t firstColumn_ = 0;    ///< of the grid, for solve() and reduced()
   std::size_t columns_ = 0;
   std::shared_ptr<const PlannedKernel> plan_;  ///< of these samples and columns; null: none
+  std::shared_ptr<PlannedArrays> arrays_;      ///< on that plan; null: those of a solve are its own
   std::shared_ptr<PrunedKernel> bins_;         ///< where the kernel is no matrix
 };
 
