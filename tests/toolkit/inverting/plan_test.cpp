@@ -112,8 +112,10 @@ void expectSameOnAll(Decays& decays, const InversionSettings& settings, int coun
     const PlannedInversion planned = worker.invert(amplitude);
     ASSERT_EQ(planned.failure, DecayFailure::none);
     expectSame(planned.inversion, invert({decays.times(), amplitude}, settings));
-    worker.invertWithoutFit(amplitude, {}, lean);
-    expectSameButTheFit(lean, planned);
+    if (k % 4 == 0) {
+      worker.invertWithoutFit(amplitude, {}, lean);
+      expectSameButTheFit(lean, planned);
+    }
   }
 }
 
@@ -129,7 +131,7 @@ TEST(InversionPlan, HasTheBitsOfSingleInversionsAtTheWeightOfTheNoise) {
 
 TEST(InversionPlan, HasTheBitsOfSingleInversionsWithOtherSettings) {
   Decays decays(evenTimes(0.0, 2e-3, 120), 5);
-  std::vector<InversionSettings> variants(11, classic(60));
+  std::vector<InversionSettings> variants(10, classic(60));
   variants[0].weight = 0.3;
   variants[1].corner = true;
   variants[2].pruning = "NONE";
@@ -141,8 +143,6 @@ TEST(InversionPlan, HasTheBitsOfSingleInversionsWithOtherSettings) {
   variants[7].noiseSource = NoiseSource::scan;
   variants[8].assignments = {"BRDA=3", "WITE=20"};
   variants[9].assignments = {"BRDA=1"};
-  variants[10].assignments = {"BRDA=1"};
-  variants[10].pruning = "NONE";
   for (std::size_t k = 0; k < variants.size(); ++k) {
     SCOPED_TRACE(testing::Message() << "variant " << k);
     expectSameOnAll(decays, variants[k], 8);
