@@ -15,6 +15,8 @@ from .kernels import kernel_matrix
 from .lcurves import LCurve, lcurve
 from .library import Library
 from .loading import find_library, find_toolkit
+from .map_result import MapResult
+from .maps import invert_map
 from .measures import Part, Peak, Percentile, log_mean, peaks
 from .noise import difference_noise
 from .plotting import plot
@@ -28,11 +30,10 @@ from .two_dimensional_plot import plot2d
 
 __all__ = [
     "Bootstrap", "Bootstrap2D", "Data2D", "InputTypeError", "InputValueError", "LCurve", "Library",
-    "LibraryNotFound", "Part", "Peak", "Peak2D", "Percentile", "ReadDecay", "Result", "Result2D",
-    "Simulation", "Simulation2D", "Spread2D", "VorinError", "bootstrap", "default_grid",
+    "LibraryNotFound", "MapResult", "Part", "Peak", "Peak2D", "Percentile", "ReadDecay", "Result",
+    "Result2D", "Simulation", "Simulation2D", "Spread2D", "VorinError", "bootstrap", "default_grid",
     "difference_noise", "find_library", "find_toolkit", "invert", "invert2d", "invert_many",
-    "kernel_matrix", "lcurve", "log_grid", "log_mean", "peaks", "plot", "plot2d", "read", "read2d",
-    "read_all", "simulate", "simulate2d", "to_dataframe",
-    "to_xarray",
+    "invert_map", "kernel_matrix", "lcurve", "log_grid", "log_mean", "peaks", "plot", "plot2d",
+    "read", "read2d", "read_all", "simulate", "simulate2d", "to_dataframe", "to_xarray",
 ]
 __version__ = "10.56"

@@ -16,7 +16,8 @@ from .toolkit import Settings
 if TYPE_CHECKING:
     from .result import Result
 
-_MOST_THREADS = 1024
+#: That the toolkit takes.
+MOST_THREADS = 1024
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -136,7 +137,7 @@ def bootstrap(result: "Result", n: int = 200, seed: int = 1, *, workers: Optiona
     True
     """
     settings = Settings(replicates=str(checks.number("n", n, "i")), seed=str(_whole_seed(seed)),
-                        threads=worker_count(workers, _MOST_THREADS))
+                        threads=worker_count(workers, MOST_THREADS))
     with toolkit.named("replicates", "n"):
         fields = toolkit.bootstrap(result._inverted(), settings, progress)
     replicates, lower, upper, too_narrow, factor = fields.numbers(
@@ -153,12 +154,12 @@ def _whole_seed(seed: Any) -> int:
     return int(seed)
 
 
-def worker_count(workers: Optional[int], jobs: int) -> int:
-    """How many threads serve ``jobs`` jobs."""
+def worker_count(workers: Optional[int], jobs: int, name: str = "workers") -> int:
+    """How many threads serve ``jobs`` jobs, when the argument ``name`` is ``workers``."""
     if workers is not None:
-        threads: int = checks.number("workers", workers, "i")
+        threads: int = checks.number(name, workers, "i")
         if threads < 1:
-            raise InputValueError(f"workers is {threads}; a whole number of 1 or above is required")
+            raise InputValueError(f"{name} is {threads}; a whole number of 1 or above is required")
     elif hasattr(os, "sched_getaffinity"):  # not on every system
         threads = len(os.sched_getaffinity(0))
     else:

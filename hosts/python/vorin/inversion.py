@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import os
-import threading
 from concurrent.futures import ThreadPoolExecutor
 from typing import (Any, Callable, Dict, Iterable, List, Literal, Mapping, Optional, Sequence,
                     Tuple, Union, overload)
@@ -17,11 +16,11 @@ from .data import Samples, samples
 from .errors import InputTypeError, InputValueError
 from .many import decays_of
 from .options import settings_from
+from .progress import Counter, Progress
 from .result import Result
 from .toolkit import Fields, Settings, address, job
 
 GridArgument = Union[FloatArray, Sequence[float], Tuple[float, float, int], None]
-Progress = Union[bool, Callable[[int], None], None]
 
 
 def invert(
@@ -243,7 +242,7 @@ def invert_many(t: Any, decays: Any = None, *, axis: Union[int, str] = -1,
         raise InputValueError("log: several inversions would write one file; invert one by one to "
                               "keep logs")
     many = decays_of(t, decays, axis)
-    options = {**_DEFAULTS, **_known(options)}
+    options = {**DEFAULTS, **known(options)}
     made = settings_from(**options)
 
     def one(decay: Tuple[Any, Any]) -> Any:
@@ -254,10 +253,15 @@ def invert_many(t: Any, decays: Any = None, *, axis: Union[int, str] = -1,
                 raise
             return error
 
-    with _Counter(progress, len(many.decays)) as counter:
-        results = _mapped(lambda decay: counter.counted(one(decay)), many.decays,
+    with Counter(progress, len(many.decays), "decay") as counter:
+        results = _mapped(lambda decay: _counted(counter, one(decay)), many.decays,
                           worker_count(workers, len(many.decays)))
     return many.put_together(results)
+
+
+def _counted(counter: Counter, result: Any) -> Any:
+    counter.add(1)
+    return result
 
 
 def _mapped(function: Callable[[Any], Any], rows: List[Any], threads: int) -> List[Any]:
@@ -267,44 +271,14 @@ def _mapped(function: Callable[[Any], Any], rows: List[Any], threads: int) -> Li
         return list(pool.map(function, rows))
 
 
-class _Counter:
-    """Tells how many decays are done."""
-
-    def __init__(self, progress: Progress, total: int):
-        self._call = progress if callable(progress) else None
-        self._bar: Any = None
-        self._done = 0
-        self._lock = threading.Lock()
-        if progress is True:
-            try:
-                from tqdm.auto import tqdm
-            except ImportError:
-                return
-            self._bar = tqdm(total=total, unit="decay")
-
-    def __enter__(self) -> "_Counter":
-        return self
-
-    def __exit__(self, *_: object) -> None:
-        if self._bar is not None:
-            self._bar.close()
-
-    def counted(self, result: Any) -> Any:
-        with self._lock:
-            self._done += 1
-            if self._call is not None:
-                self._call(self._done)
-            if self._bar is not None:
-                self._bar.update()
-        return result
+#: The options of :func:`vorin.invert`.
+DEFAULTS: Dict[str, Any] = dict(invert.__kwdefaults__ or {})
 
 
-_DEFAULTS: Dict[str, Any] = dict(invert.__kwdefaults__ or {})
-
-
-def _known(options: Mapping[str, Any]) -> Mapping[str, Any]:
+def known(options: Mapping[str, Any]) -> Mapping[str, Any]:
+    """``options``, each of which :func:`vorin.invert` has."""
     for name in options:
-        if name not in _DEFAULTS:
+        if name not in DEFAULTS:
             raise InputTypeError(f"{name}: vorin.invert has no such option; its options are "
-                                 f"{', '.join(_DEFAULTS)}")
+                                 f"{', '.join(DEFAULTS)}")
     return options

@@ -151,6 +151,28 @@ def times_along(value: Any, dimension: Hashable) -> FloatArray:
     return _in_seconds("t", value.coords[dimension])
 
 
+def seconds(t: Any) -> Any:
+    """Times alone, in s: an array, time differences, or a DataArray with a unit."""
+    return _in_seconds("t", t) if is_data_array(t) else _times(t)
+
+
+def axis_position(name: str, array: Any, axis: Any) -> int:
+    """The axis of the argument ``name``, counted from 0; of a DataArray it may be given by name."""
+    dims = list(array.dims) if is_data_array(array) else []
+    if isinstance(axis, str) and dims:
+        if axis not in dims:
+            raise InputValueError(f"axis is {axis!r}; the dimensions are "
+                                  f"{', '.join(map(str, dims))}")
+        return dims.index(axis)
+    if isinstance(axis, bool) or not isinstance(axis, (int, np.integer)):
+        raise InputTypeError(f"axis is {axis!r}; a whole number is required")
+    count: int = array.ndim
+    if not -count <= axis < count:
+        raise InputValueError(f"axis is {axis}; {name} has {count} dimensions, so {-count} to "
+                              f"{count - 1} are possible")
+    return int(axis) % count
+
+
 def columns(frame: Any) -> Tuple[FloatArray, Dict[Hashable, Any]]:
     """Times and decays of a table, by the names of its columns."""
     decays = {name: _values(frame.iloc[:, i]) for i, name in enumerate(frame.columns)}

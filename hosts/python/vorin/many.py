@@ -34,10 +34,8 @@ def decays_of(t: Any, decays: Any, axis: Union[int, str] = -1) -> Many:
         return _with_their_times(t, axis)
     if labelled.is_frame(decays):
         decays = labelled.columns(decays)[1]
-    elif labelled.is_data_array(decays):
-        return _of_array(t, decays.values, _position(decays, axis))
-    elif isinstance(decays, np.ndarray):
-        return _of_array(t, decays, _whole(axis))
+    elif labelled.is_data_array(decays) or isinstance(decays, np.ndarray):
+        return _of_array(t, "decays", decays, axis)
     if isinstance(decays, Mapping):
         return Many([(t, _present(row)) for row in decays.values()], list(decays))
     try:
@@ -57,8 +55,8 @@ def _with_their_times(t: Any, axis: Union[int, str]) -> Many:
         times, columns = labelled.columns(t)
         return Many([(times, row) for row in columns.values()], list(columns))
     if labelled.is_data_array(t) and len(t.dims) > 1:
-        position = _position(t, axis)
-        many = _of_array(labelled.times_along(t, t.dims[position]), t.values, position)
+        position = labelled.axis_position("t", t, axis)
+        many = _of_array(labelled.times_along(t, t.dims[position]), "t", t, axis)
         return many if many.shape is not None else many._replace(names=_labels(t, position))
     if isinstance(t, Mapping) and all(labelled.has_times(decay) for decay in t.values()):
         return Many([(decay, None) for decay in t.values()], list(t))
@@ -78,33 +76,14 @@ def _labels(array: Any, position: int) -> Optional[List[Hashable]]:
     return labels if len(set(labels)) == len(labels) else None
 
 
-def _of_array(t: Any, decays: Any, axis: int) -> Many:
+def _of_array(t: Any, name: str, decays: Any, axis: Union[int, str]) -> Many:
     if decays.ndim < 2:
-        raise InputValueError(f"decays has shape {decays.shape}; 2 dimensions or more are "
+        raise InputValueError(f"{name} has shape {decays.shape}; 2 dimensions or more are "
                               "required, and vorin.invert takes a single decay")
-    if not -decays.ndim <= axis < decays.ndim:
-        raise InputValueError(f"axis is {axis}; decays has {decays.ndim} dimensions, so "
-                              f"{-decays.ndim} to {decays.ndim - 1} are possible")
-    rows = np.moveaxis(decays, axis, -1)
+    rows = np.moveaxis(np.asarray(decays), labelled.axis_position(name, decays, axis), -1)
     samples = rows.shape[-1]
     if np.ndim(t) == 1 and np.size(t) != samples and np.size(t) in decays.shape:
-        raise InputValueError(f"decays has {samples} samples along axis {axis} and t has "
+        raise InputValueError(f"{name} has {samples} samples along axis {axis} and t has "
                               f"{np.size(t)}; axis={decays.shape.index(np.size(t))} fits")
     shape = None if decays.ndim == 2 else rows.shape[:-1]
     return Many([(t, row) for row in rows.reshape(-1, samples)], shape=shape)
-
-
-def _whole(axis: Union[int, str]) -> int:
-    if isinstance(axis, bool) or not isinstance(axis, (int, np.integer)):
-        raise InputTypeError(f"axis is {axis!r}; a whole number is required")
-    return int(axis)
-
-
-def _position(array: Any, axis: Union[int, str]) -> int:
-    if not isinstance(axis, str):
-        position = _whole(axis)
-        return position + len(array.dims) if position < 0 else position
-    if axis not in array.dims:
-        raise InputValueError(f"axis is {axis!r}; the dimensions are "
-                              f"{', '.join(map(str, array.dims))}")
-    return int(list(array.dims).index(axis))

@@ -69,7 +69,8 @@ def _set_kernel(made: Settings, kernel: Any) -> None:
         made.set("kernel", real_array("kernel", kernel, dimensions=2))
 
 
-def _number(name: str, value: Any, words: str) -> float:
+def number_option(name: str, value: Any, words: str) -> float:
+    """A number, no truth value; ``words`` tell what is required."""
     if isinstance(value, (bool, np.bool_)) or not isinstance(value, numbers.Real):
         raise InputTypeError(f"{name} is of type {type(value).__name__}; {words} is required")
     return float(value)
@@ -78,7 +79,7 @@ def _number(name: str, value: Any, words: str) -> float:
 def _text_or_number(name: str, value: Any, words: str) -> Any:
     if isinstance(value, str) and value:
         return value
-    return _number(name, value, words)
+    return number_option(name, value, words)
 
 
 def _compression(compress: Any) -> Optional[str]:
@@ -101,8 +102,8 @@ def _outliers(reject: Any) -> Optional[str]:
     if isinstance(reject, str):
         return reject
     if isinstance(reject, tuple) and len(reject) == 2 and isinstance(reject[0], str):
-        return f"{reject[0]},{_number('reject_outliers', reject[1], words)!r}"
-    return repr(_number("reject_outliers", reject, words))
+        return f"{reject[0]},{number_option('reject_outliers', reject[1], words)!r}"
+    return repr(number_option("reject_outliers", reject, words))
 
 
 def _set_keys(made: Settings, settings: Any) -> None:
@@ -116,5 +117,5 @@ def _set_keys(made: Settings, settings: Any) -> None:
             raise InputTypeError(f"settings: the key {key!r} is not a text; keys are texts such as "
                                  "'MAXI'")
         if not isinstance(value, str):
-            value = _number(f"settings[{key!r}]", value, "a number or a text")
+            value = number_option(f"settings[{key!r}]", value, "a number or a text")
         made.set(f"key.{key.strip().upper()}", value)

@@ -26,8 +26,9 @@ def required(module: str, purpose: str) -> Any:
     try:
         return importlib.import_module(module)
     except ImportError:
-        raise VorinError(f"{module}, which {purpose}, is not installed; install the package "
-                         f"python3-{module}") from None
+        package = module.partition(".")[0]
+        raise VorinError(f"{package}, which {purpose}, is not installed; install the package "
+                         f"python3-{package}") from None
 
 
 def to_dataframe(results: Union[Mapping[Any, Any], Iterable[Any]]) -> Any:

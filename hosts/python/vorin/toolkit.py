@@ -27,6 +27,7 @@ _MESSAGE_SIZE = 4096
 _PROGRESS = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_int64, ctypes.c_int64)
 
 _P, _I, _D, _S = ctypes.c_void_p, ctypes.c_int64, ctypes.c_double, ctypes.c_char_p
+_N = ctypes.c_int32
 #: The arguments of each function but for the message and its size, which come last.
 _FUNCTIONS: Dict[str, Sequence[Any]] = {
     "vorin_settings_create": (_P,),
@@ -43,6 +44,11 @@ _FUNCTIONS: Dict[str, Sequence[Any]] = {
     "vorin_bootstrap": (_P, _P, _PROGRESS, _P, _P),
     "vorin_lcurve": (_P, _P),
     "vorin_write_report": (_P, _P, _P, _S),
+    "vorin_map_create": (_P, _P, _I, _P),
+    "vorin_map_describe": (_P, _P),
+    "vorin_map_invert": (_P, _P, _N, _I, _P, _P, _PROGRESS, _P, _P),
+    "vorin_map_add_to_mean": (_P, _P, _N, _I, _P, _P, _P),
+    "vorin_map_shared_weight": (_P, _P, _P, _I, _P),
     "vorin_kernel_matrix": (_S, _P, _I, _P, _I, _P),
     "vorin_picture_axes": (_S, _D, _D, _P),
     "vorin_log_grid": (_D, _D, _I, _P),
@@ -73,7 +79,7 @@ def _load(path: Path) -> ctypes.CDLL:
             function = getattr(library, name)
             function.argtypes = (*arguments, ctypes.c_void_p, ctypes.c_int64)
             function.restype = ctypes.c_int32
-        for name in ("vorin_settings_free", "vorin_result_free"):
+        for name in ("vorin_settings_free", "vorin_result_free", "vorin_map_free"):
             getattr(library, name).argtypes = (ctypes.c_void_p,)
             getattr(library, name).restype = None
     except AttributeError as error:
@@ -110,8 +116,8 @@ def call(name: str, *arguments: Any) -> None:
     raise VorinError(sentence)
 
 
-def address(array: FloatArray) -> ctypes.c_void_p:
-    """Where the numbers of a contiguous float64 array stand."""
+def address(array: Numbers) -> ctypes.c_void_p:
+    """Where the numbers of a contiguous array stand, float64 unless a function says otherwise."""
     return ctypes.c_void_p(array.ctypes.data)
 
 
@@ -158,6 +164,17 @@ class Settings(_Handle):
             call("vorin_settings_set_array", self.raw, key, address(values), values.size)
         else:
             call("vorin_settings_set_number", self.raw, key, float(value))
+
+
+class Map(_Handle):
+    """What inverts blocks of voxels."""
+
+    free = "vorin_map_free"
+
+    def __init__(self, settings: Settings, times: FloatArray):
+        raw = ctypes.c_void_p()
+        call("vorin_map_create", settings.raw, address(times), times.size, ctypes.byref(raw))
+        super().__init__(raw)
 
 
 class Fields(_Handle):
