@@ -101,6 +101,7 @@ class VoxelInverter::Lane {
   InversionPlan::Worker worker;
   std::vector<double> row;        ///< a voxel's samples in the unit of the data
   std::vector<double> amplitude;  ///< those that are not skipped, calibrated
+  PlannedInversion planned;       ///< of the present voxel
 };
 
 struct VoxelInverter::State {
@@ -163,7 +164,8 @@ void VoxelInverter::State::invertVoxel(const VoxelInverter& inverter, Lane& lane
   if (!block.noise.empty() && !std::isnan(block.noise[voxel])) {
     noise = block.noise[voxel] * factor;
   }
-  const PlannedInversion planned = lane.worker.invert(lane.amplitude, noise);
+  lane.worker.invertWithoutFit(lane.amplitude, noise, lane.planned);
+  const PlannedInversion& planned = lane.planned;
   status = planned.failure == DecayFailure::none ? toolkit::statusOf(planned.inversion)
                                                  : statusOf(planned.failure);
   if (status == VoxelStatus::ok) {
