@@ -139,6 +139,40 @@ TEST(Threads, ABootstrapDoesNotDependOnTheCountOfThreads) {
   vorin_settings_free(settings);
 }
 
+/// The log means of a map of `voxels` decays, one behind the other, on `threads` threads.
+std::vector<double> mapOf(const std::vector<double>& samples, int64_t voxels, double threads) {
+  vorin_settings* settings = settingsOf(0);
+  EXPECT_EQ(vorin_settings_set_number(settings, "threads", threads, nullptr, 0), VORIN_TOOLKIT_OK);
+  vorin_map* map = nullptr;
+  EXPECT_EQ(vorin_map_create(settings, theDecays().t.data(), sampleCount, &map, nullptr, 0),
+            VORIN_TOOLKIT_OK);
+  vorin_result* result = nullptr;
+  EXPECT_EQ(vorin_map_invert(map, samples.data(), 8, voxels, nullptr, nullptr, nullptr, nullptr,
+                             &result, nullptr, 0),
+            VORIN_TOOLKIT_OK);
+  const double* values = nullptr;
+  int64_t count = 0;
+  EXPECT_EQ(vorin_result_array(result, "log_mean", &values, &count, nullptr, 0), VORIN_TOOLKIT_OK);
+  std::vector<double> found(values, values + count);
+  vorin_result_free(result);
+  vorin_map_free(map);
+  vorin_settings_free(settings);
+  return found;
+}
+
+TEST(Threads, AMapDoesNotDependOnTheCountOfThreads) {
+  constexpr int64_t voxels = 160;
+  std::vector<double> samples;
+  for (std::size_t k = 0; k < voxels; ++k) {
+    const std::vector<double>& y = theDecays().y[k];
+    samples.insert(samples.end(), y.begin(), y.end());
+  }
+  const std::vector<double> alone = mapOf(samples, voxels, 1.0);
+  EXPECT_EQ(alone.size(), static_cast<std::size_t>(voxels));
+  EXPECT_EQ(mapOf(samples, voxels, 2.0), alone);
+  EXPECT_EQ(mapOf(samples, voxels, 8.0), alone);
+}
+
 TEST(Threads, AJobLeavesNoLog) {
   const auto before = std::filesystem::exists("Vorin.log");
   ASSERT_FALSE(before) << "left by something else";
