@@ -47,7 +47,9 @@ target_link_libraries(vorin_light_optimisation INTERFACE vorin_unoptimised_under
 # shared one; builds for development, and tests, link the shared library.
 add_library(vorin_format INTERFACE)
 if(VORIN_BUILD_HOSTS)
-  find_package(fmt REQUIRED)
+  if(NOT TARGET fmt::fmt)
+    find_package(fmt REQUIRED)
+  endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Debug")
     target_link_libraries(vorin_format INTERFACE fmt::fmt)
   else()

@@ -60,7 +60,7 @@
 
 #if defined(_WIN32)
 #if defined(VORIN_BUILDING_LIBRARY)
-#define VORIN_API __declspec(dllexport)
+#define VORIN_API /* a definition file lists the exports, under both their names */
 #else
 #define VORIN_API __declspec(dllimport)
 #endif

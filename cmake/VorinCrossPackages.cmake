@@ -1,0 +1,45 @@
+# The header-only packages in a cross build. Debian has them in /usr/include, among the headers of
+# the building machine's own C library, which the other machine's compiler must not see: a folder of
+# the build tree holds links to those that we use.
+#
+#   vorin_header_package(TARGET FOLDER)   an imported target TARGET whose headers are included
+#                                         as <FOLDER/...>
+
+function(vorin_header_package target folder)
+  set(_headers "${PROJECT_BINARY_DIR}/headers/${folder}")
+  if(NOT EXISTS "/usr/include/${folder}")
+    message(FATAL_ERROR "/usr/include/${folder} is missing: run script/bootstrap")
+  endif()
+  file(MAKE_DIRECTORY "${_headers}")
+  file(CREATE_LINK "/usr/include/${folder}" "${_headers}/${folder}" SYMBOLIC)
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${_headers}")
+endfunction()
+
+vorin_header_package(fmt::fmt fmt)
+vorin_header_package(nlohmann_json::nlohmann_json nlohmann)
+vorin_header_package(CLI11::CLI11 CLI)
+
+# GoogleTest is compiled from the sources that its package brings. Its programs run on an emulator,
+# which takes longer to start than most tests run: a whole program is one test.
+macro(vorin_cross_googletest)
+  add_library(vorin_gtest STATIC EXCLUDE_FROM_ALL
+    /usr/src/googletest/googletest/src/gtest-all.cc
+    /usr/src/googletest/googletest/src/gtest_main.cc)
+  target_include_directories(vorin_gtest SYSTEM
+    PUBLIC "$<BUILD_INTERFACE:/usr/src/googletest/googletest/include>"
+    PRIVATE /usr/src/googletest/googletest)
+  add_library(GTest::gtest ALIAS vorin_gtest)
+  add_library(GTest::gtest_main ALIAS vorin_gtest)
+  function(gtest_discover_tests target)
+    cmake_parse_arguments(PARSE_ARGV 1 _of "" "WORKING_DIRECTORY;DISCOVERY_TIMEOUT" "PROPERTIES")
+    if(NOT _of_WORKING_DIRECTORY)
+      set(_of_WORKING_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}")
+    endif()
+    add_test(NAME ${target} COMMAND ${target} --gtest_brief=1
+      WORKING_DIRECTORY "${_of_WORKING_DIRECTORY}")
+    if(_of_PROPERTIES)
+      set_tests_properties(${target} PROPERTIES ${_of_PROPERTIES})
+    endif()
+  endfunction()
+endmacro()
