@@ -18,6 +18,7 @@
 #include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/model/kernel.hpp"
+#include "toolkit/system/console.hpp"
 #include "toolkit/writing/batch_table.hpp"
 #include "toolkit/writing/progress.hpp"
 #include "toolkit/writing/report.hpp"

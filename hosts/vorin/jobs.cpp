@@ -1,10 +1,8 @@
 #include "jobs.hpp"
 
 #include <fmt/format.h>
-#include <sched.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <csignal>
 #include <exception>
@@ -13,28 +11,21 @@
 #include <thread>
 #include <vector>
 
+#include "stop_signals.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
+#include "toolkit/system/process.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
 
 namespace {
 
-constexpr std::array<int, 3> stopSignals{SIGINT, SIGTERM, SIGHUP};
-
 std::atomic<int> signalReceived = 0;
 static_assert(std::atomic<int>::is_always_lock_free);  // as a handler needs it
 
 extern "C" void rememberSignal(int signal) {
   signalReceived = signal;
-}
-
-std::size_t processorCount() {
-  cpu_set_t allowed;
-  CPU_ZERO(&allowed);
-  const int count = ::sched_getaffinity(0, sizeof allowed, &allowed) == 0 ? CPU_COUNT(&allowed) : 1;
-  return static_cast<std::size_t>(std::max(1, count));
 }
 
 /// The exception of the least job so far.
@@ -66,26 +57,11 @@ class FirstFailure {
 
 StopOnSignal::StopOnSignal() {
   signalReceived = 0;
-  struct sigaction action = {};
-  action.sa_handler = &rememberSignal;
-  action.sa_flags = static_cast<int>(SA_RESETHAND | static_cast<unsigned>(SA_RESTART));
-  for (int signal : stopSignals) {
-    struct sigaction before = {};
-    ::sigaction(signal, nullptr, &before);
-    if (before.sa_handler != SIG_IGN) {  // nohup and background jobs of a script stay as they are
-      ::sigaction(signal, &action, nullptr);
-    }
-  }
+  catchStops(&rememberSignal);
 }
 
 StopOnSignal::~StopOnSignal() {
-  for (int signal : stopSignals) {
-    struct sigaction before = {};
-    ::sigaction(signal, nullptr, &before);
-    if (before.sa_handler == &rememberSignal) {
-      std::signal(signal, SIG_DFL);
-    }
-  }
+  releaseStops(&rememberSignal);
 }
 
 int StopOnSignal::received() {

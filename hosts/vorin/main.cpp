@@ -15,6 +15,7 @@
 #include "command_line.hpp"
 #include "commands.hpp"
 #include "toolkit/inverting/library.hpp"
+#include "toolkit/system/console.hpp"
 
 namespace {
 
@@ -45,7 +46,7 @@ int run(int argc, char** argv) {
       vorin::toolkit::addKeysCommand(program),      vorin::toolkit::addManualCommand(program),
       vorin::toolkit::addCompletionCommand(program)};
   const std::vector<std::string> words =
-      vorin::toolkit::withCommand(program, std::vector<std::string>(argv + 1, argv + argc));
+      vorin::toolkit::withCommand(program, vorin::toolkit::commandWords(argc, argv));
   try {
     program.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // the last one first
   } catch (const CLI::Success& request) {
@@ -67,6 +68,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  vorin::toolkit::prepareConsole();
   try {
     return run(argc, argv);
   } catch (const std::bad_alloc&) {

@@ -7,6 +7,7 @@
 
 #include "params/rewritten_file.hpp"
 #include "params/text.hpp"
+#include "toolbox/file_name.hpp"
 #include "toolbox/instance.hpp"
 #include "toolbox/nrerror.hpp"
 
@@ -37,7 +38,7 @@ constexpr OpeningRow openings[] = {
 
 File openedAs(const OpeningRow& opening, const std::string& name) {
   return opening.mode == nullptr ? openRewritten(name)
-                                 : File(std::fopen(name.c_str(), opening.mode));
+                                 : File(openFile(name, opening.mode));
 }
 
 const OpeningRow* openingFor(std::string_view statusWord) {

@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#else
+#include "toolbox/file_name.hpp"
 #endif
 
 namespace vorin::params {
@@ -63,7 +65,7 @@ void CloseFile::operator()(std::FILE* file) const {
 #else
 
 File openRewritten(const std::string& name) {
-  return {std::fopen(name.c_str(), "w"), CloseFile{true}};
+  return {openFile(name, "w"), CloseFile{true}};
 }
 
 void CloseFile::operator()(std::FILE* file) const {

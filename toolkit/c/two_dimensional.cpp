@@ -10,6 +10,7 @@
 #include "toolkit/c/handles.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/reading/units.hpp"
+#include "toolkit/system/folders.hpp"
 #include "toolkit/two_dimensional/map_bootstrap.hpp"
 #include "toolkit/two_dimensional/map_checks.hpp"
 #include "toolkit/two_dimensional/map_measures.hpp"
@@ -386,7 +387,7 @@ int32_t vorin_read2d(const char* path, const vorin_settings* settings, vorin_res
     c::requireAddress(path, "path");
     const vorin_settings defaults;
     vorin::toolkit::MeasuredMap measured =
-        vorin::toolkit::readMap(path, c::formatOf(c::orDefaults(settings, defaults)));
+        vorin::toolkit::readMap(vorin::toolkit::pathOf(path), c::formatOf(c::orDefaults(settings, defaults)));
     auto made = std::make_unique<vorin_result>();
     made->add("times1", std::move(measured.data.times1));
     made->add("times2", std::move(measured.data.times2));

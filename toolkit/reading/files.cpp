@@ -1,17 +1,16 @@
 #include "toolkit/reading/files.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <optional>
 
 #include "toolkit/reading/numbers.hpp"
+#include "toolkit/system/folders.hpp"
+#include "toolkit/system/process.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -74,7 +73,7 @@ fs::path OutputFiles::announce(const fs::path& path, std::string_view option,
   if (!fs::is_directory(folder, error)) {
     throw fail(fmt::format("{} is no folder; give another name", folder.string()));
   }
-  if (folder != target.parent_path() && ::access(folder.c_str(), W_OK) != 0) {
+  if (folder != target.parent_path() && !canWriteInto(folder)) {
     throw fail(
         fmt::format("no folder can be made in {} ({})", folder.string(), std::strerror(errno)));
   }
@@ -112,7 +111,7 @@ void OutputFiles::removeLeftovers() const {
       constexpr long long mostProcesses = 1LL << 30;
       if (process && *process > 0 && *process < mostProcesses &&
           announced_.contains(folder / body.substr(0, dot)) &&
-          ::kill(static_cast<pid_t>(*process), 0) != 0 && errno == ESRCH) {
+          !processExists(*process)) {
         std::error_code ignored;
         fs::remove(entry->path(), ignored);
       }
@@ -132,7 +131,7 @@ void OutputFiles::write(const fs::path& target, std::string_view content) {
   }
   const fs::path temporary =
       target.parent_path() /
-      fmt::format(".{}.{}.part", target.filename().string(), static_cast<long>(::getpid()));
+      fmt::format(".{}.{}.part", target.filename().string(), processId());
   staged_.push_back({temporary, target});
   writeAll(temporary, target, content);
 }
@@ -151,14 +150,15 @@ void OutputFiles::commit() {
 PrivateFolder::PrivateFolder() {
   std::error_code error;
   const fs::path base = fs::temp_directory_path(error);
-  std::string name = ((error ? fs::path("/tmp") : base) / "vorin-XXXXXX").string();
-  if (::mkdtemp(name.data()) == nullptr) {
+  const fs::path place = error ? fs::path("/tmp") : base;
+  const fs::path folder = makePrivateFolder(place);
+  if (folder.empty()) {
     throw UserError(
         fmt::format("{}: no folder for temporary files can be made here ({}); set "
-                    "TMPDIR to a folder where it can",
-                    fs::path(name).parent_path().string(), std::strerror(errno)));
+                    "{} to a folder where it can",
+                    place.string(), std::strerror(errno), temporaryFolderVariable));
   }
-  path_ = fs::absolute(name);
+  path_ = fs::absolute(folder);
 }
 
 PrivateFolder::~PrivateFolder() {

@@ -1,19 +1,12 @@
 #include "toolkit/writing/gnuplot.hpp"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 
 #include "toolkit/reading/text.hpp"
+#include "toolkit/system/process.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -22,47 +15,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Runs gnuplot on picture.gp in `folder`, with its messages in picture.log. 0 for success, an
-/// error number where it could not be run.
-int runIn(const fs::path& folder) {
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addchdir_np(&files, folder.c_str());
-  posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  constexpr mode_t ownerOnly = 0600;
-  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "picture.log",
-                                   O_WRONLY | O_CREAT | O_TRUNC, ownerOnly);
-  posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-  std::string program = "gnuplot";
-  std::string script = "picture.gp";
-  std::array<char*, 3> words{program.data(), script.data(), nullptr};
-  pid_t child = 0;
-  int result = ::posix_spawnp(&child, "gnuplot", &files, &attributes, words.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&files);
-  if (result != 0) {
-    return result;
-  }
-  int status = 0;
-  while (::waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) {
-      return errno;
-    }
-  }
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : ECANCELED;
-}
+#if defined(_WIN32)
+constexpr std::string_view howToInstall = "install it, or add its folder to PATH";
+#else
+constexpr std::string_view howToInstall = "install the package gnuplot-nox";
+#endif
 
 }  // namespace
 
 void requireGnuplotInstalled(const fs::path& picture, std::string_view option) {
-  if (std::system("command -v gnuplot >/dev/null 2>&1") != 0) {
-    throw UserError(
-        fmt::format("{} {}: gnuplot, which draws the picture, is not installed; install the "
-                    "package gnuplot-nox",
-                    option, picture.string()));
+  if (findProgram("gnuplot").empty()) {
+    throw UserError(fmt::format("{} {}: gnuplot, which draws the picture, is not installed; {}",
+                                option, picture.string(), howToInstall));
   }
 }
 
@@ -173,12 +137,15 @@ std::string runGnuplot(const fs::path& picture, std::string_view terminal,
     file << "set terminal " << terminal << "\nset output 'picture.out'\n"
          << (terminal.starts_with("pdf") ? withKnownLetters(script) : std::string(script));
   }
-  if (const int status = runIn(scratch.path()); status != 0) {
+  const std::string log = "picture.log";
+  const std::string failure =
+      runProgram(findProgram("gnuplot"), {"picture.gp"}, scratch.path(), log);
+  if (!failure.empty()) {
     std::error_code error;
-    const fs::path log = scratch.path() / "picture.log";
-    throw UserError(fmt::format(
-        "{}: gnuplot could not draw the picture: {}", picture.string(),
-        fs::exists(log, error) ? std::string(trimmed(contentOf(log))) : std::strerror(status)));
+    const std::string messages =
+        fs::exists(scratch.path() / log, error) ? contentOf(scratch.path() / log) : "";
+    throw UserError(fmt::format("{}: gnuplot could not draw the picture: {}", picture.string(),
+                                trimmed(messages).empty() ? failure : trimmed(messages)));
   }
   return contentOf(scratch.path() / "picture.out");
 }

@@ -1,12 +1,13 @@
 #include "toolkit/writing/progress.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <utility>
+
+#include "toolkit/system/console.hpp"
 
 namespace vorin::toolkit {
 
@@ -34,7 +35,7 @@ ProgressBar::ProgressBar(std::string label, int total, int before)
     : label_(std::move(label)),
       total_(std::max(total, 1)),
       before_(before),
-      terminal_(::isatty(STDERR_FILENO) == 1),
+      terminal_(errorsAreOnTerminal()),
       start_(std::chrono::steady_clock::now()) {}
 
 ProgressBar::~ProgressBar() {

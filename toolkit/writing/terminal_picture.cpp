@@ -1,7 +1,6 @@
 #include "toolkit/writing/terminal_picture.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -127,10 +126,6 @@ TerminalStyle terminalStyle() {
   const std::string_view terminal = environment("TERM");
   style.colour = environment("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb";
   return style;
-}
-
-bool outputIsTerminal() {
-  return ::isatty(STDOUT_FILENO) == 1;
 }
 
 std::string terminalPicture(const Distribution& distribution, Kernel kernel,

@@ -17,9 +17,6 @@ struct TerminalStyle {
 /// (LC_ALL, LC_CTYPE, LANG), NO_COLOR (https://no-color.org) and TERM.
 TerminalStyle terminalStyle();
 
-/// True when standard output is a terminal.
-bool outputIsTerminal();
-
 /// Bars over the logarithm of the grid, 60 columns by 8 lines, under them an axis with
 /// its decades. Nothing for an empty distribution. The height is the amplitude per decade.
 std::string terminalPicture(const Distribution& distribution, Kernel kernel,
