@@ -7,9 +7,9 @@ extern "C" {
 using StopHandler = void (*)(int signal);
 }
 
-/// Lets `handler` take each of them once: SIGINT (Ctrl-C), SIGTERM and SIGHUP, and on Windows SIGINT,
-/// SIGTERM and SIGBREAK. What the starter of the program wants ignored (nohup, background jobs of a
-/// script) stays so.
+/// Lets `handler` take each of them once: SIGINT (Ctrl-C), SIGTERM and SIGHUP, and on Windows
+/// SIGINT, SIGTERM and SIGBREAK. What the starter of the program wants ignored (nohup, background
+/// jobs of a script) stays so.
 void catchStops(StopHandler handler);
 
 /// Gives those back that `handler` still waits for.

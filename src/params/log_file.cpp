@@ -37,8 +37,7 @@ constexpr OpeningRow openings[] = {
 };
 
 File openedAs(const OpeningRow& opening, const std::string& name) {
-  return opening.mode == nullptr ? openRewritten(name)
-                                 : File(openFile(name, opening.mode));
+  return opening.mode == nullptr ? openRewritten(name) : File(openFile(name, opening.mode));
 }
 
 const OpeningRow* openingFor(std::string_view statusWord) {

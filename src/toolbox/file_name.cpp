@@ -17,8 +17,8 @@ namespace vorin {
 std::wstring wideName(std::string_view name) {
   const int length = static_cast<int>(name.size());
   // Text of a code page with a letter above 127 is hardly ever valid UTF-8.
-  for (const auto& [page, flags] : {std::pair<UINT, DWORD>{CP_UTF8, MB_ERR_INVALID_CHARS},
-                                    std::pair<UINT, DWORD>{CP_ACP, 0}}) {
+  for (const auto& [page, flags] :
+       {std::pair<UINT, DWORD>{CP_UTF8, MB_ERR_INVALID_CHARS}, std::pair<UINT, DWORD>{CP_ACP, 0}}) {
     const int count = MultiByteToWideChar(page, flags, name.data(), length, nullptr, 0);
     if (count > 0) {
       std::wstring wide(static_cast<std::size_t>(count), L'\0');

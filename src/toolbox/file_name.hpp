@@ -9,8 +9,8 @@ namespace vorin {
 
 /// std::fopen of `name` with the modes "w", "wx" and "r+", alike on every system: what is written
 /// stays as it is (a line ends in "\n" on Windows, too), and "x" demands a missing file. A name is
-/// bytes to most systems. On Windows it is UTF-8 where it is valid UTF-8, else text in the code page
-/// of the process, which is what hosts of the narrow interfaces there have.
+/// bytes to most systems. On Windows it is UTF-8 where it is valid UTF-8, else text in the code
+/// page of the process, which is what hosts of the narrow interfaces there have.
 std::FILE* openFile(const std::string& name, const char* mode);
 
 #if defined(_WIN32)

@@ -245,8 +245,8 @@ static void keepText(const char* name, const char* text, int count) {
 static float K[NF * NG], Y[NF], T[NF], W[NF], G[NG];
 static double Kd[NF * NG], Yd[NF];
 
-/* Decays of times 2^(j/2) on even samples, by multiplication alone, so that the arrays have the same
- * bits everywhere; the data are two components and noise of 0.01. */
+/* Decays of times 2^(j/2) on even samples, by multiplication alone, so that the arrays have the
+ * same bits everywhere; the data are two components and noise of 0.01. */
 static void prepare(void) {
   uint32_t state = 1;
   for (int j = 0; j < NG; ++j) {
@@ -264,8 +264,8 @@ static void prepare(void) {
     state = state * 1664525u + 1013904223u;
     T[i] = (float)(i + 1);
     W[i] = 1.0f;
-    Y[i] = 3.0f * K[i + 5 * NF] + K[i + 11 * NF] +
-           0.02f * ((float)(state >> 8) / 16777216.0f - 0.5f);
+    Y[i] =
+        3.0f * K[i + 5 * NF] + K[i + 11 * NF] + 0.02f * ((float)(state >> 8) / 16777216.0f - 0.5f);
     Yd[i] = (double)Y[i];
   }
 }
@@ -308,10 +308,10 @@ static void outcome(const char* name, const float* F, int32_t status) {
 }
 
 static void inversions(void) {
-  static const char* const six[] = {"Vorin_s", "vorin_s_cdecl", "VorinC_s", "VorinC2_s",
-                                    "VorinC4_s", "VorinC5_s"};
-  static const char* const twelve[] = {"Voriny_s", "VorinyC_s", "VorinyC2_s", "VorinyC3_s",
-                                       "VorinyC4_s", "VorinyC5_s"};
+  static const char* const six[] = {"Vorin_s",   "vorin_s_cdecl", "VorinC_s",
+                                    "VorinC2_s", "VorinC4_s",     "VorinC5_s"};
+  static const char* const twelve[] = {"Voriny_s",   "VorinyC_s",  "VorinyC2_s",
+                                       "VorinyC3_s", "VorinyC4_s", "VorinyC5_s"};
   const int32_t nf = NF;
   const int32_t ng = NG;
   for (int k = 0; k < 6; ++k) {
@@ -381,13 +381,13 @@ static void pruning(void) {
   static float P[BINS * NF], kPruned[BINS * NG];
   float y[BINS] = {0}, t[BINS] = {0}, norm[BINS] = {0};
   int32_t count = 0, status = -1;
-  call("VorinPruneZ", "iiipppiiiipppppp", NF, NF, BINS, Y, T, W, 1, -1, 16, 1, &count, y, t, norm, P,
-       &status);
+  call("VorinPruneZ", "iiipppiiiipppppp", NF, NF, BINS, Y, T, W, 1, -1, 16, 1, &count, y, t, norm,
+       P, &status);
   keepSingles("VorinPruneZ", y, BINS);
   keep("VorinPruneZ:count", 0, (double)count);
   count = 0;
-  call("VorinPrune", "iiiippppiiiippppppp", NG, NF, NF, BINS, Y, T, K, W, 1, -1, 16, 1, &count, y, t,
-       kPruned, norm, P, &status);
+  call("VorinPrune", "iiiippppiiiippppppp", NG, NF, NF, BINS, Y, T, K, W, 1, -1, 16, 1, &count, y,
+       t, kPruned, norm, P, &status);
   keepSingles("VorinPrune", kPruned, BINS);
   keep("VorinPrune:count", 0, (double)count);
   count = 0;
@@ -423,8 +423,8 @@ static void compression(void) {
   call("VorinCompSVD2_s", "iiiippripppppp", NF, NG, NF, NG, copy, Y, 1e-4, 6, &count, Kc, dc, V, S,
        &status);
   keepSingles("VorinCompSVD2_s", S, 6);
-  call("VorinCompSVD3_s", "ppppppppppppppp", &mode, &length, &m, &n, &m, &n, K, Y, &threshold, &most,
-       &count, Kc, dc, scratch, &status);
+  call("VorinCompSVD3_s", "ppppppppppppppp", &mode, &length, &m, &n, &m, &n, K, Y, &threshold,
+       &most, &count, Kc, dc, scratch, &status);
   keepSingles("VorinCompSVD3_s", scratch, 6);
   call("VorinCompSVD3z_s", "pppppppppppppppp", &mode, &m, &n, &m, &n, K, Y, &threshold, &most,
        &count, Kc, dc, U, V, S, &status);
@@ -482,8 +482,8 @@ static void textAndSums(void) {
   keep("sadd_dp_dll", 0, sumOfReals);
 }
 
-/* Compares with the list of another machine: a number may be off by 1e-4 of the largest of its name,
- * which is some hundred roundings of single precision. */
+/* Compares with the list of another machine: a number may be off by 1e-4 of the largest of its
+ * name, which is some hundred roundings of single precision. */
 static void compare(const char* list) {
   char name[48];
   int index, k = 0;
@@ -519,15 +519,17 @@ static void compare(const char* list) {
   if (k != numberCount) {
     fail("the lists don't have the same length", list);
   }
-  printf("%d of %d numbers have the same bits; the largest difference is %.1e of the largest value "
-         "of its array (%s)\n",
-         same, k, worst, worstName);
+  printf(
+      "%d of %d numbers have the same bits; the largest difference is %.1e of the largest value "
+      "of its array (%s)\n",
+      same, k, worst, worstName);
 }
 
 int main(int argc, char** argv) {
   int passes = 1;
   if (argc < 3) {
-    fail("two arguments are required, LIBRARY and TABLE, and a list of numbers is allowed", "usage");
+    fail("two arguments are required, LIBRARY and TABLE, and a list of numbers is allowed",
+         "usage");
   }
   loadLibrary(argv[1]);
   findExports(argv[2]);

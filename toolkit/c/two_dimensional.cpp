@@ -386,8 +386,8 @@ int32_t vorin_read2d(const char* path, const vorin_settings* settings, vorin_res
   return c::making(result, message, message_size, [&] {
     c::requireAddress(path, "path");
     const vorin_settings defaults;
-    vorin::toolkit::MeasuredMap measured =
-        vorin::toolkit::readMap(vorin::toolkit::pathOf(path), c::formatOf(c::orDefaults(settings, defaults)));
+    vorin::toolkit::MeasuredMap measured = vorin::toolkit::readMap(
+        vorin::toolkit::pathOf(path), c::formatOf(c::orDefaults(settings, defaults)));
     auto made = std::make_unique<vorin_result>();
     made->add("times1", std::move(measured.data.times1));
     made->add("times2", std::move(measured.data.times2));

@@ -110,8 +110,7 @@ void OutputFiles::removeLeftovers() const {
           dot == std::string::npos ? std::nullopt : parseInteger(body.substr(dot + 1));
       constexpr long long mostProcesses = 1LL << 30;
       if (process && *process > 0 && *process < mostProcesses &&
-          announced_.contains(folder / body.substr(0, dot)) &&
-          !processExists(*process)) {
+          announced_.contains(folder / body.substr(0, dot)) && !processExists(*process)) {
         std::error_code ignored;
         fs::remove(entry->path(), ignored);
       }
@@ -130,8 +129,7 @@ void OutputFiles::write(const fs::path& target, std::string_view content) {
     throw cannotWrite(target, error.message());
   }
   const fs::path temporary =
-      target.parent_path() /
-      fmt::format(".{}.{}.part", target.filename().string(), processId());
+      target.parent_path() / fmt::format(".{}.{}.part", target.filename().string(), processId());
   staged_.push_back({temporary, target});
   writeAll(temporary, target, content);
 }

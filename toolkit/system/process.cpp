@@ -1,10 +1,11 @@
 // The search of PATH, which differs in few characters from system to system.
+#include "toolkit/system/process.hpp"
+
 #include <array>
 #include <cstdlib>
 #include <string_view>
 
 #include "toolkit/system/folders.hpp"
-#include "toolkit/system/process.hpp"
 
 namespace vorin::toolkit {
 

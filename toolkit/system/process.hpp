@@ -24,7 +24,8 @@ std::filesystem::path findProgram(const std::string& name);
 /// Runs `program` with `arguments` in `folder` and waits for its end. Its standard input is empty,
 /// and its standard output and error go to the file `log` there. It has a group of processes of its
 /// own, so that Ctrl-C in a terminal does not end it. Returns nothing for an exit status of 0, else
-/// why it could not be run ("Permission denied"), or that it failed. Any number of threads may call.
+/// why it could not be run ("Permission denied"), or that it failed. Any number of threads may
+/// call.
 std::string runProgram(const std::filesystem::path& program,
                        const std::vector<std::string>& arguments,
                        const std::filesystem::path& folder, const std::string& log);

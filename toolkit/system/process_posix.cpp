@@ -32,8 +32,8 @@ int start(pid_t& child, const fs::path& program, const std::vector<std::string>&
   posix_spawn_file_actions_addchdir_np(&files, folder.c_str());
   posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   constexpr mode_t ownerOnly = 0600;
-  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, log.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, ownerOnly);
+  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                   ownerOnly);
   posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
