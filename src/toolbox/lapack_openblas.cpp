@@ -1,13 +1,12 @@
 // Calls of LAPACK by its Fortran symbols: every argument by address, character
 // arguments with a hidden length at the end.
-#include "toolbox/lapack.hpp"
-
 #include <algorithm>
 #include <cstddef>
 #include <vector>
 
 #include "toolbox/blas_buffers.hpp"
 #include "toolbox/convert.hpp"
+#include "toolbox/lapack.hpp"
 
 extern "C" {
 void sgetrf_(const int* m, const int* n, float* a, const int* lda, int* ipiv, int* info);
