@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <numeric>
 #include <type_traits>
@@ -24,10 +24,12 @@ template <class Real>
 bool allFinite(const AlignedVector<Real>& values) {
   using Bits = std::conditional_t<sizeof(Real) == sizeof(double), std::uint64_t, std::uint32_t>;
   constexpr Bits sign = Bits{1} << (std::numeric_limits<Bits>::digits - 1);
-  constexpr Bits leastExponent = std::bit_cast<Bits>(std::numeric_limits<Real>::min());
+  constexpr Bits leastExponent = Bits{1} << (std::numeric_limits<Real>::digits - 1);
   Bits carried = 0;
   for (const Real value : values) {
-    carried |= (std::bit_cast<Bits>(value) & ~sign) + leastExponent;
+    Bits bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    carried |= (bits & ~sign) + leastExponent;
   }
   return (carried & sign) == 0;
 }

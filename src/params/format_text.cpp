@@ -60,7 +60,7 @@ void StripBlanks(std::span<char> destination, std::int32_t* newLength, std::stri
 
 std::string formatFor(std::span<const double> values, std::int32_t width) {
   constexpr std::size_t formatWidth = 8;
-  if (std::ranges::all_of(values, isNearInteger)) {
+  if (std::all_of(values.begin(), values.end(), isNearInteger)) {
     return cutTo("(I" + std::to_string(width) + ')', formatWidth);
   }
   const std::int64_t places = std::int64_t{width} - 6;

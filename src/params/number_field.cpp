@@ -1,11 +1,12 @@
 // Number fields are made from a correctly rounded decimal expansion of the exact
-// binary value (std::to_chars, ties to even), so that what a field shows never
+// binary value (decimal_text.hpp, ties to even), so that what a field shows never
 // depends on the C library or the locale of the host.
 #include "params/number_field.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
+
+#include "params/decimal_text.hpp"
 
 namespace vorin::params {
 namespace {
@@ -18,12 +19,7 @@ struct Decimal {
 
 /// `magnitude` (finite, above 0) rounded to `places` (1 or more) significant places.
 Decimal significantPlaces(double magnitude, int places) {
-  constexpr std::size_t roomForPointAndExponent = 8;
-  std::string buffer(static_cast<std::size_t>(places) + roomForPointAndExponent, '\0');
-  const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), magnitude,
-                                     std::chars_format::scientific, places - 1);
-  buffer.resize(static_cast<std::size_t>(written.ptr - buffer.data()));
-
+  const std::string buffer = scientificText(magnitude, places - 1);
   Decimal result;
   const std::size_t mark = buffer.find('e');
   result.exponent = std::stoi(buffer.substr(mark + 1)) + 1;  // d.ddd becomes 0.dddd
@@ -107,11 +103,7 @@ std::string fixedField(double value, int width, int decimals) {
   if (decimals >= width) {
     return stars(width);  // not even the point and the decimals fit
   }
-  constexpr std::size_t digitsOfLargestDouble = 309;
-  std::string buffer(digitsOfLargestDouble + 2 + static_cast<std::size_t>(decimals), '\0');
-  const auto written = std::to_chars(buffer.data(), buffer.data() + buffer.size(), std::fabs(value),
-                                     std::chars_format::fixed, decimals);
-  buffer.resize(static_cast<std::size_t>(written.ptr - buffer.data()));
+  std::string buffer = fixedText(std::fabs(value), decimals);
   if (decimals == 0) {
     buffer += '.';
   }
@@ -177,10 +169,7 @@ std::string shortestText(Real value) {
   if (value == 0) {
     return "0";
   }
-  constexpr std::size_t longestShortForm = 32;
-  char buffer[longestShortForm];
-  const auto written = std::to_chars(buffer, buffer + longestShortForm, value);
-  return {buffer, written.ptr};
+  return shortestDecimalText(value);
 }
 
 }  // namespace

@@ -22,19 +22,21 @@ int choiceCode(float value) {
 }
 
 std::string_view storedByCode(const Choice& choice, int code) {
-  const auto row = std::ranges::find(choice.byCode, code, &CodeRow::code);
+  const auto row = std::find_if(choice.byCode.begin(), choice.byCode.end(),
+                                [code](const CodeRow& r) { return r.code == code; });
   return row == choice.byCode.end() ? choice.storedOtherwise : row->stored;
 }
 
 std::string_view storedByText(const Choice& choice, std::string_view text) {
-  const auto row = std::ranges::find_if(
-      choice.byText, [text](const TextRow& r) { return beginsNoCase(text, r.prefix); });
+  const auto row = std::find_if(choice.byText.begin(), choice.byText.end(),
+                                [text](const TextRow& r) { return beginsNoCase(text, r.prefix); });
   return row == choice.byText.end() ? choice.storedOtherwise : row->stored;
 }
 
 AnswerRow answerFor(const Choice& choice, std::string_view stored) {
-  const auto row = std::ranges::find_if(
-      choice.answers, [stored](const AnswerRow& r) { return stored.starts_with(r.prefix); });
+  const auto row =
+      std::find_if(choice.answers.begin(), choice.answers.end(),
+                   [stored](const AnswerRow& r) { return stored.starts_with(r.prefix); });
   return row == choice.answers.end() ? choice.answerOtherwise : *row;
 }
 
@@ -52,8 +54,9 @@ void set(std::string_view key, std::string_view text, float value) {
     case Kind::text:
       // Required: all text is stored in upper case, file names too.
       block().setText(index, trimmed(text));
-      std::ranges::transform(block().text(index), block().text(index).begin(),
-                             [](char c) { return ToUpperCase(c); });
+      for (char& c : block().text(index)) {
+        c = ToUpperCase(c);
+      }
       break;
     case Kind::choice: {
       const std::string_view given = trimmed(text);

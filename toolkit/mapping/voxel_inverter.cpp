@@ -9,7 +9,6 @@
 #include <exception>
 #include <limits>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -17,6 +16,7 @@
 #include "toolkit/measures/cumulative.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
+#include "toolkit/system/worker_threads.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -349,16 +349,14 @@ VoxelMaps VoxelInverter::invert(const VoxelBlock& block, const VoxelProgress& pr
   const std::size_t wanted =
       state.own.threads > 0 ? static_cast<std::size_t>(state.own.threads) : processors;
   const std::size_t most = std::max<std::size_t>(1, (block.voxels + chunkSize - 1) / chunkSize);
-  std::vector<std::jthread> others;
-  try {
-    for (std::size_t k = 1; k < std::min(wanted, most); ++k) {
-      others.emplace_back(work);
+  WorkerThreads others;
+  for (std::size_t k = 1; k < std::min(wanted, most); ++k) {
+    if (!others.start(work)) {
+      break;  // those that there are do it all
     }
-  } catch (const std::system_error&) {
-    // The system gives no more threads; those that there are do it all.
   }
   work();
-  others.clear();  // which waits for them
+  others.wait();
   chunks.rethrow();
   return maps;
 }

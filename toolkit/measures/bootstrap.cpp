@@ -19,6 +19,7 @@
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
+#include "toolkit/system/worker_threads.hpp"
 
 namespace vorin::toolkit {
 
@@ -93,12 +94,15 @@ class Replicates {
     const std::size_t wanted =
         options_.threads > 0 ? static_cast<std::size_t>(options_.threads) : processors;
     const std::size_t threads = std::clamp<std::size_t>(wanted, 1, count);
-    std::vector<std::jthread> others;
+    WorkerThreads others;
     for (std::size_t k = 1; k < threads; ++k) {
-      others.emplace_back([=, this] { runShare(count * k / threads, count * (k + 1) / threads); });
+      const auto share = [=, this] { runShare(count * k / threads, count * (k + 1) / threads); };
+      if (!others.start(share)) {
+        share();
+      }
     }
     runShare(0, count / threads);
-    others.clear();  // which waits for them
+    others.wait();
     if (failure_) {
       std::rethrow_exception(failure_);
     }

@@ -5,8 +5,8 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 
+#include "toolkit/reading/real_numbers.hpp"
 #include "toolkit/reading/text.hpp"
 
 namespace vorin::toolkit {
@@ -25,18 +25,7 @@ std::string_view numberBody(std::string_view text) {
 }  // namespace
 
 std::optional<double> parseNumber(std::string_view text) {
-  const std::string_view body = numberBody(text);
-  double value = 0.0;
-  const char* end = body.data() + body.size();
-  const auto [stop, error] = std::from_chars(body.data(), end, value);
-  if (stop != end || error == std::errc::invalid_argument) {
-    return std::nullopt;
-  }
-  if (error == std::errc::result_out_of_range) {
-    // from_chars does not tell too great from too small; strtod does.
-    value = std::strtod(std::string(body).c_str(), nullptr);
-  }
-  return value;
+  return realNumber(numberBody(text));
 }
 
 std::optional<long long> parseInteger(std::string_view text) {
