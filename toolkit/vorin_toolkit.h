@@ -321,7 +321,8 @@ typedef int32_t(VORIN_TOOLKIT_CALL* vorin_progress)(void* user, int64_t done, in
  * "signal_to_noise", "wanted_standard_error", "standard_error", "fit_error",
  * "iterations", "passes", "relaxed_target", "corner_weight", "phase", "noise_spread"
  * (relative standard deviation of the noise), "offset" (beside the curve), "efficiency"
- * (of the inversion), "total", "log_mean". Texts: "kernel", "weight_origin",
+ * (of the inversion), "flip" (refocusing angle of "t2-epg" in degrees), "total", "log_mean".
+ * Texts: "kernel", "weight_origin",
  * "noise_origin", "status_text", "finding", "finding_text", "amplitude_unit" (of "calibrate"; empty
  * without). List of texts: "notes" (remarks, a sentence each). Arrays: "time", "amplitude" (as
  * inverted), "grid", "distribution", "fit", "rejected" (indices from 0), "left_out" (those of them

@@ -45,8 +45,7 @@ std::vector<std::string> wordsOf(const std::string& type) {
 std::vector<std::string> moreWords(const std::string& name, const std::string& type) {
   if (name == "--kernel") {
     std::vector<std::string> words;
-    for (Kernel kernel :
-         {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+    for (Kernel kernel : namedKernels()) {
       words.emplace_back(kernelName(kernel));
     }
     return words;

@@ -23,16 +23,16 @@ namespace {
 
 KernelChoice kernelChoice(const InputOptions& options) {
   std::error_code error;
-  for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+  for (Kernel kernel : namedKernels()) {
     if (equalIgnoringCase(kernelName(kernel), options.kernel)) {
       return {kernel, {}, {}};
     }
   }
   if (!std::filesystem::exists(options.kernel, error)) {
     throw UserError(fmt::format(
-        "--kernel {}: there is no such kernel or file; write t2, t1-saturation, t1-inversion, "
-        "diffusion, or the name of a file with a matrix",
-        inQuotes(options.kernel)));
+        "--kernel {}: there is no such kernel or file; write {}, or the name of a file with a "
+        "matrix",
+        inQuotes(options.kernel), listOf(namedKernels())));
   }
   if (options.grid.empty()) {
     throw UserError(fmt::format(
@@ -118,8 +118,9 @@ void InputOptions::addTo(CLI::App& line) {
             "Leave out the first N samples: the first echoes of a train may lie\noff the curve");
   addOption(line, "--kernel", kernel, "NAME|FILE",
             "t2 (default): exp(-t/T2), t1-saturation: 1 - exp(-t/T1),\n"
-            "t1-inversion: 1 - 2 exp(-t/T1), diffusion: exp(-b D); or a file with\n"
-            "a matrix, a row a sample and a column a value of --grid");
+            "t1-inversion: 1 - 2 exp(-t/T1), diffusion: exp(-b D), t2-epg: echoes\n"
+            "behind incomplete refocusing (--flip); or a file with a matrix, a row\n"
+            "a sample and a column a value of --grid");
   addOption(line, "--grid", grid, "FROM:TO:N|FILE",
             "Relaxation times or diffusion coefficients: N values evenly spaced in\n"
             "their logarithm, in seconds (m2/s) or with a unit, 1ms:10s:100; or a\n"

@@ -72,6 +72,16 @@ void MethodOptions::addTo(CLI::App& line) {
                    "Leave out samples that a first fit misses by K standard deviations\n"
                    "of the noise or more (4 where no value is given): by the library's\n"
                    "ridge fit, with their bins; robust by an unpenalised fit, alone");
+  addOption(line, "--flip", flip, "A|estimate",
+            "Refocusing angle in degrees for --kernel t2-epg (default 180), or the\n"
+            "one at which a distribution comes closest to the decay");
+  addOption(line, "--t1", t1, "TIME",
+            "Longitudinal relaxation time for --kernel t2-epg (default 1s)");
+  addOption(line, "--echo-spacing", echoSpacing, "TIME",
+            "From echo to echo for --kernel t2-epg (default: the first time)");
+  line.add_flag("--rician", rician,
+                "The data are magnitudes, as images are: take away the floor that noise\n"
+                "leaves under them");
   addOption(line, "--bootstrap", bootstrap, "N",
             "Draw the noise N times anew from the residual and tell how far log mean\n"
             "and distribution spread (68 %); 200 is a fair number");
@@ -92,6 +102,10 @@ InversionSettings settingsFrom(const MethodOptions& options) {
   readSetting("compress", options.compress, settings);
   readSetting("prune", options.prune, settings);
   readSetting("reject-outliers", options.rejectOutliers, settings);
+  readSetting("flip", options.flip, settings);
+  readSetting("t1", options.t1, settings);
+  readSetting("echo-spacing", options.echoSpacing, settings);
+  readSetting("rician", options.rician ? "on" : "", settings);
   requireCompatible(settings);
   readSetting("prune-points", options.prunePoints, settings);
   settings.assignments = options.assignments;

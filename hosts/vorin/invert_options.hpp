@@ -76,6 +76,10 @@ struct MethodOptions {
   std::string prunePoints;
   std::string compress;
   std::string rejectOutliers;
+  std::string flip;
+  std::string t1;
+  std::string echoSpacing;
+  bool rician = false;
   std::string bootstrap;
   std::string seed;
   std::vector<std::string> assignments;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "commands.hpp"
+#include "toolkit/inverting/settings_text.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
@@ -50,6 +51,8 @@ struct SimulateOptions {
   std::string noise = fmt::format("{}", Defaults::noise);
   std::string seed = fmt::format("{}", Defaults::seed);
   std::string phase;  ///< empty: one channel
+  std::string flip;
+  std::string t1;
   std::string grid =
       fmt::format("{}:{}:{}", Defaults::grid.from, Defaults::grid.to, Defaults::grid.points);
   std::string out;
@@ -72,6 +75,12 @@ std::string commandText(const SimulateOptions& options) {
   text += options.times.empty() ? fmt::format(" --spacing {} --samples {}", options.spacingText(),
                                               options.samplesText())
                                 : " --times " + options.times;
+  if (!options.flip.empty()) {
+    text += " --flip " + options.flip;
+  }
+  if (!options.t1.empty()) {
+    text += " --t1 " + options.t1;
+  }
   text += fmt::format(" --noise {} --seed {}", options.noise, options.seed);
   if (!options.phase.empty()) {
     text += " --phase " + options.phase;
@@ -152,11 +161,28 @@ struct Simulation {
   std::uint64_t seed;
   std::optional<double> phase;  ///< radians
   std::vector<double> grid;
+  EchoTrain train;
 };
+
+/// The pulses of t2-epg. Throws UserError for bad options.
+EchoTrain trainFrom(const SimulateOptions& options, Kernel kernel) {
+  InversionSettings settings;
+  readSetting("flip", options.flip, settings);
+  readSetting("t1", options.t1, settings);
+  if (settings.estimatesFlip) {
+    throw UserError("--flip estimate: a computed decay needs the angle");
+  }
+  if (kernel != Kernel::t2Epg && !(options.flip.empty() && options.t1.empty())) {
+    throw UserError(fmt::format("--flip and --t1 with --kernel {}: they are those of t2-epg",
+                                kernelName(kernel)));
+  }
+  return settings.train;
+}
 
 /// Throws UserError for bad options.
 Simulation simulationFrom(const SimulateOptions& options) {
-  Simulation simulation{parseKernel(options.kernel, "--kernel"), {}, {}, 0.0, 0, {}, {}};
+  Simulation simulation{parseKernel(options.kernel, "--kernel"), {}, {}, 0.0, 0, {}, {}, {}};
+  simulation.train = trainFrom(options, simulation.kernel);
   for (const std::string& text : options.peaks) {
     simulation.peaks.push_back(parsePeak(text, "--peak", gridQuantity(simulation.kernel)));
   }
@@ -202,14 +228,15 @@ ExitStatus runSimulate(const SimulateOptions& options) {
   const fs::path truthFile =
       options.truth.empty() ? fs::path() : outputs.announce(options.truth, "--truth", {});
   const Distribution truth = distributionOf(simulation.peaks, simulation.grid);
-  outputs.write(out, simulation.phase
-                         ? channelsCsv(simulatedChannels(simulation.kernel, truth, simulation.times,
-                                                         simulation.noise, simulation.seed,
-                                                         *simulation.phase),
-                                       simulation.kernel, options)
-                         : decayCsv(simulatedDecay(simulation.kernel, truth, simulation.times,
-                                                   simulation.noise, simulation.seed),
-                                    simulation.kernel, options));
+  outputs.write(
+      out, simulation.phase
+               ? channelsCsv(
+                     simulatedChannels(simulation.kernel, truth, simulation.times, simulation.noise,
+                                       simulation.seed, *simulation.phase, simulation.train),
+                     simulation.kernel, options)
+               : decayCsv(simulatedDecay(simulation.kernel, truth, simulation.times,
+                                         simulation.noise, simulation.seed, simulation.train),
+                          simulation.kernel, options));
   if (!truthFile.empty()) {
     outputs.write(truthFile, truthCsv(truth, simulation.kernel, options));
   }
@@ -234,7 +261,10 @@ Command addSimulateCommand(CLI::App& program) {
                           const std::string& text) {
     return line->add_option(name, value, text)->type_name(type);
   };
-  add("--kernel", options->kernel, "NAME", "t2 (default), t1-saturation or t1-inversion");
+  add("--kernel", options->kernel, "NAME",
+      fmt::format("One of {} (default t2)", listOf(namedKernels())));
+  add("--flip", options->flip, "A", "Refocusing angle in degrees for t2-epg (default 180)");
+  add("--t1", options->t1, "TIME", "Longitudinal relaxation time for t2-epg (default 1s)");
   add("--peak", options->peaks, "T:WIDTH:AMPLITUDE",
       fmt::format("A peak normal in log10 T: centre in seconds or with a unit (8ms),\n"
                   "standard deviation in decades, total; may be repeated (default {})",

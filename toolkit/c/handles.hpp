@@ -105,6 +105,8 @@ inline const vorin_settings& orDefaults(const vorin_settings* settings,
 
 /// The kernel of that name. Throws UserError for a null address and for another name.
 Kernel namedKernel(const char* name);
+/// The same for one whose value is a formula of one time and one relaxation time.
+Kernel formulaKernel(const char* name);
 
 /// A number of `lowest` or above that the setting holds, or `standard` where it is not set.
 double numberSetting(const vorin_settings& settings, std::string_view name, double standard,

@@ -55,6 +55,7 @@ void addNumbers(vorin_result& result, const Inverted& job) {
   result.add("noise_spread", known(inversion.noiseSpread));
   result.add("offset", inversion.offset.value_or(unknownValue));
   result.add("efficiency", inversion.efficiency.value_or(unknownValue));
+  result.add("flip", inversion.flip.value_or(unknownValue));
 }
 
 std::unique_ptr<vorin_result> resultOf(std::shared_ptr<const Inverted> job) {

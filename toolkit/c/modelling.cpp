@@ -91,15 +91,21 @@ std::unique_ptr<vorin_result> simulated(const vorin_settings& settings,
   const double noise = numberSetting(settings, "sigma", SimulationDefaults::noise, 0.0);
   const std::uint64_t start = seedSetting(settings);
   const Distribution truth = distributionOf(peaks, grid);
+  const InversionSettings method = settings.method();
+  if (method.estimatesFlip) {
+    throw UserError("flip \"estimate\": a computed decay needs the angle");
+  }
   auto made = std::make_unique<vorin_result>();
   made->add("log_mean", logMean(truth));
   made->add("noise", noise);
   made->add("time", times);
   if (settings.text("phase").empty()) {
-    made->add("amplitude", simulatedDecay(kernel, truth, times, noise, start).amplitude);
+    made->add("amplitude",
+              simulatedDecay(kernel, truth, times, noise, start, method.train).amplitude);
   } else {
     const double phase = numberSetting(settings, "phase", 0.0, -std::numeric_limits<double>::max());
-    TwoChannels channels = simulatedChannels(kernel, truth, times, noise, start, phase);
+    TwoChannels channels =
+        simulatedChannels(kernel, truth, times, noise, start, phase, method.train);
     made->add("amplitude", std::move(channels.real));
     made->add("imaginary", std::move(channels.imaginary));
   }
@@ -122,7 +128,7 @@ int32_t vorin_kernel_matrix(const char* kernel, const double* times, int64_t sam
                             const double* grid, int64_t points, double* matrix, char* message,
                             int64_t message_size) noexcept {
   return c::guarded(message, message_size, [&] {
-    const Kernel named = c::namedKernel(kernel);
+    const Kernel named = c::formulaKernel(kernel);
     const std::vector<double> t = c::numbersAt(times, samples, 1, "t");
     const std::vector<double> T = c::numbersAt(grid, points, 1, "grid");
     c::requireAddress(matrix, "matrix");

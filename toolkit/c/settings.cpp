@@ -25,7 +25,7 @@ namespace {
 constexpr std::string_view keyPrefix = "key.";
 
 constexpr std::array<c::JobSetting, 30> jobSettings{{
-    {"kernel", "t2|t1-saturation|t1-inversion|diffusion, or a matrix", "t2",
+    {"kernel", "t2|t1-saturation|t1-inversion|diffusion|t2-epg, or a matrix", "t2",
      "what one value of the grid adds to a sample"},
     {"grid", "FROM:TO:N, or a list", "by the times of the samples",
      "the values that the distribution is over, rising from above 0"},
@@ -52,8 +52,9 @@ constexpr std::array<c::JobSetting, 30> jobSettings{{
     {"header_lines", "N", "found", "lines above the rows of numbers of a file"},
     {"sigma", "SIGMA", "0.2", "standard deviation of the noise of a computed decay"},
     {"phase", "RADIANS", "real data", "by which a computed decay is turned"},
-    {"kernel1", "as kernel", "t1-inversion", "the kernel of a map's first axis, the rows"},
-    {"kernel2", "as kernel", "t2", "the kernel of a map's second axis, the columns"},
+    {"kernel1", "as kernel, but t2-epg", "t1-inversion",
+     "the kernel of a map's first axis, the rows"},
+    {"kernel2", "as kernel, but t2-epg", "t2", "the kernel of a map's second axis, the columns"},
     {"grid1", "FROM:TO:N, or a list", "64 values by the times of the axis",
      "the values of a map's first axis, rising from above 0"},
     {"grid2", "FROM:TO:N, or a list", "64 values by the times of the axis",
@@ -192,7 +193,13 @@ KernelChoice vorin_settings::kernel(std::string_view setting,
             std::string(setting == "kernel" ? c::ownKernel : setting), matrix->second};
   }
   const std::string& name = text(setting);
-  return {name.empty() ? standard : vorin::toolkit::parseKernel(name, setting), {}, {}};
+  return {name.empty()
+              ? standard
+              : vorin::toolkit::parseKernel(name, setting,
+                                            setting == "kernel" ? vorin::toolkit::namedKernels()
+                                                                : vorin::toolkit::formulaKernels()),
+          {},
+          {}};
 }
 
 InversionSettings vorin_settings::method() const {
@@ -212,6 +219,11 @@ namespace vorin::toolkit::c {
 Kernel namedKernel(const char* name) {
   requireAddress(name, "kernel");
   return parseKernel(name, "kernel");
+}
+
+Kernel formulaKernel(const char* name) {
+  requireAddress(name, "kernel");
+  return parseKernel(name, "kernel", formulaKernels());
 }
 
 void requireTimes(const std::vector<double>& times) {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "toolkit/inverting/choice.hpp"
+#include "toolkit/inverting/flip_angle.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
@@ -25,9 +26,31 @@ std::shared_ptr<const std::vector<float>> incomplete(const std::vector<float>& K
   return result;
 }
 
+/// The refocusing angle that an inversion works with.
+std::optional<double> flipFor(const Decay& decay, const InversionSettings& settings) {
+  if (settings.kernel != Kernel::t2Epg) {
+    return std::nullopt;
+  }
+  if (!settings.estimatesFlip || settings.matrix) {
+    return settings.train.flip;
+  }
+  if (settings.flipAngles) {
+    return FlipAngles::angle(settings.flipAngles->closest(decay.amplitude));
+  }
+  const FlipAngles angles(settings.train, decay.time, settings.grid);
+  return FlipAngles::angle(angles.closest(decay.amplitude));
+}
+
 Adjusted applied(const Decay& decay, const InversionSettings& settings,
-                 const std::optional<double>& offset, const std::optional<double>& efficiency) {
+                 const std::optional<double>& offset, const std::optional<double>& efficiency,
+                 const std::optional<double>& flip) {
   Adjusted result{decay, settings};
+  if (flip && !settings.matrix) {
+    result.settings.train.flip = *flip;
+    result.settings.estimatesFlip = false;
+    result.settings.matrix = std::make_shared<const std::vector<float>>(
+        echoMatrix(result.settings.train, decay.time, settings.grid));
+  }
   if (weightIsChosen(settings) && rejectsInLibrary(settings)) {
     result.settings.rejectBeyond.reset();  // the library's outliers are left out, as others are
   }
@@ -68,8 +91,10 @@ Adjustment adjust(const Decay& decay, const InversionSettings& settings) {
     offset = settings.baseline->value;
   }
   const bool fitsOffset = settings.baseline && !offset;
+  const std::optional<double> flip = flipFor(decay, settings);
   if (fitsOffset || (settings.efficiency && !efficiency)) {
-    const InversionSettings plain = uncompressed(settings);
+    const InversionSettings plain =
+        uncompressed(applied(decay, settings, std::nullopt, std::nullopt, flip).settings);
     setKeys(plain);
     const Problem whole(decay, plain);
     const ChoiceInput input{whole, decay.time, plain.grid, plain.kernel};
@@ -79,15 +104,14 @@ Adjustment adjust(const Decay& decay, const InversionSettings& settings) {
       efficiency = std::clamp(closestEfficiency(input), 0.0, 1.0);
     }
   }
-  return {applied(decay, settings, offset, efficiency), offset, efficiency};
+  return {applied(decay, settings, offset, efficiency, flip), offset, efficiency, flip};
 }
 
 Kernel knownKernel(const InversionSettings& settings, const std::vector<double>& time) {
   if (settings.kernel != Kernel::matrix || !(settings.grid.front() > 0.0)) {
     return settings.kernel;
   }
-  for (const Kernel kernel :
-       {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+  for (const Kernel kernel : formulaKernels()) {
     constexpr float roundingLevel = 1e-6F;
     const std::vector<float> K = kernelMatrix(kernel, time, settings.grid);
     if (std::equal(K.begin(), K.end(), settings.matrix->begin(), settings.matrix->end(),
@@ -100,7 +124,13 @@ Kernel knownKernel(const InversionSettings& settings, const std::vector<double>&
 
 Adjusted adjusted(const Decay& decay, const InversionSettings& settings,
                   const Inversion& inversion) {
-  return applied(decay, settings, inversion.offset, inversion.efficiency);
+  Adjusted result =
+      applied(decay, settings, inversion.offset, inversion.efficiency, inversion.flip);
+  for (std::size_t i = 0; i < inversion.floor.size(); ++i) {
+    result.decay.amplitude[i] -= inversion.floor[i];
+  }
+  result.settings.magnitude = false;
+  return result;
 }
 
 }  // namespace vorin::toolkit

@@ -1,5 +1,5 @@
-// What is settled before an inversion: a constant and an efficiency that are given or fitted, and
-// the settings by which the choice of the weight sees the data.
+// What is settled before an inversion: a constant, an efficiency and a refocusing angle that are
+// given or fitted, and the settings by which the choice of the weight sees the data.
 #pragma once
 
 #include <optional>
@@ -9,11 +9,13 @@
 
 namespace vorin::toolkit {
 
-/// Decay and settings without a given or fitted constant and efficiency.
+/// Decay and settings without a given or fitted constant and efficiency, with the matrix of
+/// Kernel::t2Epg at its angle.
 struct Adjustment {
   Adjusted solved;
   std::optional<double> offset;
   std::optional<double> efficiency;
+  std::optional<double> flip;
 };
 
 /// Fits what `settings` asks for, or takes what it gives.

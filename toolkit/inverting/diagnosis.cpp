@@ -113,7 +113,8 @@ class Alternatives {
   }
 
   void addOtherKernels() {
-    if (input_.kernel == Kernel::matrix || input_.kernel == Kernel::diffusion) {
+    if (input_.kernel == Kernel::matrix || input_.kernel == Kernel::diffusion ||
+        input_.kernel == Kernel::t2Epg) {
       return;
     }
     for (const Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion}) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "toolkit/inverting/adjustment.hpp"
 #include "toolkit/inverting/choice.hpp"
@@ -17,6 +18,7 @@
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/matrix.hpp"
 #include "toolkit/model/noise.hpp"
+#include "toolkit/model/rice.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -32,6 +34,19 @@ void requireUsable(const Decay& decay, const InversionSettings& settings) {
     throw UserError(fmt::format(
         "--noise {:g} is no less than the largest amplitude, {:g}; give it in the unit of the data",
         *settings.noise, largest));
+  }
+  const EchoTrain plain;
+  const bool hasTrain = settings.estimatesFlip || settings.train.flip != plain.flip ||
+                        settings.train.t1 != plain.t1 || settings.train.spacing;
+  if (settings.kernel != Kernel::t2Epg && hasTrain) {
+    throw UserError(fmt::format(
+        "--flip, --t1 and --echo-spacing with --kernel {}: they are those of --kernel t2-epg",
+        kernelName(settings.kernel)));
+  }
+  if (settings.magnitude && settings.kernel == Kernel::t1Inversion) {
+    throw UserError(
+        "--rician with --kernel t1-inversion: magnitudes have lost the signs of an inversion "
+        "recovery; give the signs back, and leave --rician out");
   }
   if (!settings.noise && settings.noiseSource == NoiseSource::quadrature &&
       !decay.quadratureNoise) {
@@ -142,9 +157,8 @@ void tellResidualNoise(Inversion& inversion, const Choice& choice, double scale)
   }
 }
 
-}  // namespace
-
-Inversion invert(const Decay& original, const InversionSettings& originalSettings) {
+/// An inversion of data as they are.
+Inversion invertSignal(const Decay& original, const InversionSettings& originalSettings) {
   const LibraryJob job(originalSettings.logFile);
   requireUsable(original, originalSettings);
   const bool chosen = weightIsChosen(originalSettings);
@@ -200,10 +214,60 @@ Inversion invert(const Decay& original, const InversionSettings& originalSetting
   }
   result.offset = adjustment.offset;
   result.efficiency = adjustment.efficiency;
+  result.flip = adjustment.flip;
   for (double& value : result.fit) {
     value += adjustment.offset.value_or(0.0);
   }
   return result;
+}
+
+void requireMagnitudes(const Decay& decay) {
+  const auto negative = std::find_if(decay.amplitude.begin(), decay.amplitude.end(),
+                                     [](double value) { return value < 0.0; });
+  if (negative != decay.amplitude.end()) {
+    throw UserError(fmt::format(
+        "--rician: sample {} is {:g}, but magnitudes are 0 or above; leave --rician out for data "
+        "with signs",
+        negative - decay.amplitude.begin() + 1, *negative));
+  }
+}
+
+/// Magnitudes exceed their signal by what magnitudeExcess() says of it and of the noise. The
+/// signal is that of the fit, so that the excess is taken away in the mean: what a single sample
+/// says of its signal would leave part of the floor. The first excess is that of the samples.
+Inversion invertMagnitudes(const Decay& decay, InversionSettings settings) {
+  requireMagnitudes(decay);
+  settings.magnitude = false;
+  Inversion result = invertSignal(decay, settings);
+  if (!(result.noise > 0.0)) {
+    return result;  // a weight was given, and nothing says how large the floor is
+  }
+  const double noise = result.noise;
+  std::vector<double> signal = decay.amplitude;
+  std::transform(signal.begin(), signal.end(), signal.begin(),
+                 [&](double value) { return signalOfMagnitude(value, noise); });
+  Decay corrected = decay;
+  std::vector<double> floor(signal.size());
+  constexpr int rounds = 4;
+  for (int round = 0; round < rounds; ++round) {
+    for (std::size_t i = 0; i < signal.size(); ++i) {
+      floor[i] = magnitudeExcess(std::max(signal[i], 0.0), noise);
+      corrected.amplitude[i] = decay.amplitude[i] - floor[i];
+    }
+    result = invertSignal(corrected, settings);
+    signal = result.fit;
+  }
+  for (std::size_t i = 0; i < floor.size(); ++i) {
+    result.fit[i] += floor[i];
+  }
+  result.floor = std::move(floor);
+  return result;
+}
+
+}  // namespace
+
+Inversion invert(const Decay& decay, const InversionSettings& settings) {
+  return settings.magnitude ? invertMagnitudes(decay, settings) : invertSignal(decay, settings);
 }
 
 }  // namespace vorin::toolkit

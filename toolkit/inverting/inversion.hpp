@@ -17,6 +17,8 @@
 
 namespace vorin::toolkit {
 
+class FlipAngles;
+
 /// Compression of the (binned) samples by a truncated singular value decomposition.
 struct Compression {
   int rows = 20;        ///< most rows to keep
@@ -57,6 +59,10 @@ struct InversionSettings {
   /// shape share it, and Kernel::matrix needs it.
   std::shared_ptr<const std::vector<float>> matrix;
   Method method = Method::automatic;
+  EchoTrain train;             ///< t2Epg only
+  bool estimatesFlip = false;  ///< its angle is found from the decay, by FlipAngles
+  std::shared_ptr<const FlipAngles> flipAngles;  ///< shared by decays of one shape; may be null
+  bool magnitude = false;  ///< the data are absolute values, whose noise has a mean above 0
   std::optional<FittedOrGiven> baseline;    ///< a constant beside the curve, unit of the data
   std::optional<FittedOrGiven> efficiency;  ///< e of 1 - (1 + e) exp(-t/T), t1Inversion only
   std::optional<double> weight;             ///< a fixed weight; without it one is looked for
@@ -114,6 +120,8 @@ struct Inversion {
   double noiseSpread = 0.0;      ///< relative standard deviation of `noise`; 0 where not known
   std::optional<double> offset;  ///< the constant beside the curve, part of `fit`
   std::optional<double> efficiency;  ///< of the inversion pulse
+  std::optional<double> flip;        ///< refocusing angle in degrees, of t2Epg
+  std::vector<double> floor;         ///< of magnitudes: their excess over the signal, part of `fit`
   Finding finding;
 };
 

@@ -23,7 +23,7 @@ bool isKept(const std::vector<double>& times, const std::vector<double>& grid) {
 
 KernelMatrix SharedKernel::of(Kernel kernel, const std::vector<double>& times,
                               const std::vector<double>& grid) {
-  if (!isKept(times, grid)) {
+  if (kernel == Kernel::t2Epg || !isKept(times, grid)) {
     return nullptr;
   }
   {

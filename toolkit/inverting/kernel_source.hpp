@@ -18,7 +18,8 @@ using KernelMatrix = std::shared_ptr<const std::vector<float>>;
 /// share theirs, so that many of them cost no more than their inversions.
 class SharedKernel {
  public:
-  /// Null where the matrix would have more elements than are kept (64 megabytes).
+  /// Null where the matrix would have more elements than are kept (64 megabytes), and for
+  /// Kernel::t2Epg, whose matrix follows from more than times and grid.
   KernelMatrix of(Kernel kernel, const std::vector<double>& times, const std::vector<double>& grid);
 
  private:

@@ -16,7 +16,8 @@ double fastShare(const Inversion& inversion, Kernel kernel, double start) {
   const std::vector<double>& at = inversion.distribution.time;
   const std::size_t first = inversion.firstColumn;
   constexpr double nearRatio = 1.5;
-  if (kernel != Kernel::t2 || first + 1 >= f.size() || at[first] > nearRatio * start) {
+  if ((kernel != Kernel::t2 && kernel != Kernel::t2Epg) || first + 1 >= f.size() ||
+      at[first] > nearRatio * start) {
     return 0.0;
   }
   const bool pilesUp = f[first] > f[first + 1];

@@ -6,6 +6,7 @@
 
 #include "toolbox/instance.hpp"
 #include "toolkit/inverting/classic.hpp"
+#include "toolkit/inverting/flip_angle.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/inverting/library_job.hpp"
@@ -19,7 +20,8 @@ namespace {
 
 bool isClassic(const InversionSettings& settings) {
   return settings.method == Method::classic && !settings.compression && !settings.rejectBeyond &&
-         !settings.baseline && !settings.efficiency;
+         !settings.baseline && !settings.efficiency && !settings.estimatesFlip &&
+         !settings.magnitude;
 }
 
 }  // namespace
@@ -27,7 +29,15 @@ bool isClassic(const InversionSettings& settings) {
 InversionPlan::InversionPlan(std::vector<double> times, const InversionSettings& settings)
     : times_(std::move(times)), settings_(settings), shares_(isClassic(settings)) {
   settings_.logFile.clear();
-  if (!settings_.matrix) {
+  if (!settings_.matrix && settings_.kernel == Kernel::t2Epg) {
+    if (settings_.estimatesFlip) {
+      settings_.flipAngles =
+          std::make_shared<const FlipAngles>(settings_.train, times_, settings_.grid);
+    } else {
+      settings_.matrix = std::make_shared<const std::vector<float>>(
+          echoMatrix(settings_.train, times_, settings_.grid));
+    }
+  } else if (!settings_.matrix) {
     settings_.matrix = SharedKernel().of(settings_.kernel, times_, settings_.grid);
   }
   const LibraryJob job;
@@ -98,6 +108,9 @@ void InversionPlan::Worker::invertInto(const std::vector<double>& amplitude,
       problem.takeAmplitudes(amplitude);
       searchWeight(problem, knownNoise(decay, problem, settings), settings,
                    withFit ? Fit::formed : Fit::skipped, inversion);
+      if (settings.kernel == Kernel::t2Epg) {
+        inversion.flip = settings.train.flip;
+      }
     } else {
       inversion = toolkit::invert(decay, settings);
       if (!withFit) {

@@ -35,7 +35,8 @@ std::vector<float> toSingle(const std::vector<double>& values, double divisor = 
 /// are, and keys of which this side does not know.
 bool takesMatrix(const InversionSettings& settings, bool compressed) {
   return compressed || settings.pruning == "NONE" || !settings.logFile.empty() ||
-         !settings.assignments.empty() || settings.kernel == Kernel::matrix;
+         !settings.assignments.empty() || settings.kernel == Kernel::matrix ||
+         settings.kernel == Kernel::t2Epg;
 }
 
 KernelSource sourceFor(const Decay& decay, const InversionSettings& settings, bool compressed) {

@@ -198,7 +198,49 @@ void readEfficiency(const std::string& text, InversionSettings& settings) {
   settings.efficiency = FittedOrGiven{value};
 }
 
-constexpr std::array<SettingText, 9> settingTable{{
+/// "estimate" or an angle.
+void readFlip(const std::string& text, InversionSettings& settings) {
+  settings.train.flip = EchoTrain{}.flip;
+  settings.estimatesFlip = text == "estimate";
+  if (text.empty() || settings.estimatesFlip) {
+    return;
+  }
+  const std::optional<double> value = parseNumber(text);
+  if (!value || !(*value > 0.0 && *value <= 180.0)) {
+    throw UserError(fmt::format(
+        "--flip {}: write estimate or an angle above 0 and up to 180 degrees", inQuotes(text)));
+  }
+  settings.train.flip = *value;
+}
+
+double readTime(const std::string& text, std::string_view option) {
+  const std::optional<double> value = parseQuantity(text, Quantity::time);
+  if (!value || !(*value > 0.0)) {
+    throw UserError(fmt::format("{} {}: a time above 0 is required, in seconds or with a unit",
+                                option, inQuotes(text)));
+  }
+  return *value;
+}
+
+void readT1(const std::string& text, InversionSettings& settings) {
+  settings.train.t1 = text.empty() ? EchoTrain{}.t1 : readTime(text, "--t1");
+}
+
+void readEchoSpacing(const std::string& text, InversionSettings& settings) {
+  settings.train.spacing.reset();
+  if (!text.empty()) {
+    settings.train.spacing = readTime(text, "--echo-spacing");
+  }
+}
+
+void readMagnitude(const std::string& text, InversionSettings& settings) {
+  settings.magnitude = text == standardText;
+  if (!text.empty() && text != standardText && text != "off") {
+    throw UserError(fmt::format("--rician {}: write on or off", inQuotes(text)));
+  }
+}
+
+constexpr std::array<SettingText, 13> settingTable{{
     {"method", "automatic|classic", "automatic",
      "who chooses range, noise and weight: the data, or the library's search for 1.05 times the "
      "noise on the whole grid",
@@ -225,6 +267,14 @@ constexpr std::array<SettingText, 9> settingTable{{
      "leave out samples that a first fit misses by K standard deviations of the noise or more, by "
      "the library's ridge fit with their bins, or, with robust, alone; on is 4",
      &readRejection},
+    {"flip", "A|estimate", "180",
+     "refocusing angle of t2-epg in degrees, or found from the decay by the least misfit",
+     &readFlip},
+    {"t1", "TIME", "1s", "longitudinal relaxation time of t2-epg", &readT1},
+    {"echo-spacing", "TIME", "the first time", "from echo to echo of t2-epg", &readEchoSpacing},
+    {"rician", "on|off", "off",
+     "the data are magnitudes: the noise floor under them is taken away (Rice's distribution)",
+     &readMagnitude},
 }};
 
 bool isOptionLetter(char c) {
@@ -250,6 +300,11 @@ void requireCompatible(const InversionSettings& settings) {
   if (settings.baseline && settings.efficiency) {
     throw UserError(
         "--baseline with --inversion-efficiency: both are a constant beside the distribution; give "
+        "one of them");
+  }
+  if (settings.magnitude && settings.baseline) {
+    throw UserError(
+        "--rician with --baseline: the floor of magnitudes is the constant beside the curve; give "
         "one of them");
   }
   if (rejectsInLibrary(settings) && settings.pruning == "NONE") {

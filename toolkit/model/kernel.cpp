@@ -25,7 +25,7 @@ struct Row {
   Quantity grid;
 };
 
-constexpr std::array<Row, 5> kernelTable{{
+constexpr std::array<Row, 6> kernelTable{{
     {Kernel::t2, "t2", "exp(-t/T2)", "T2", "relaxation time T2", "t2_s", "time_s", Quantity::time,
      Quantity::time},
     {Kernel::t1Saturation, "t1-saturation", "1 - exp(-t/T1)", "T1", "relaxation time T1", "t1_s",
@@ -34,6 +34,8 @@ constexpr std::array<Row, 5> kernelTable{{
      "time_s", Quantity::time, Quantity::time},
     {Kernel::diffusion, "diffusion", "exp(-b D)", "D", "diffusion coefficient D", "d_m2_s",
      "b_s_m2", Quantity::bValue, Quantity::diffusion},
+    {Kernel::t2Epg, "t2-epg", "echoes of T2 by the extended phase graph", "T2",
+     "relaxation time T2", "t2_s", "time_s", Quantity::time, Quantity::time},
     {Kernel::matrix, "matrix", "matrix from a file", "the grid", "grid value", "grid", "time_s",
      Quantity::time, Quantity::plain},
 }};
@@ -44,16 +46,34 @@ const Row& rowOf(Kernel kernel) {
 
 }  // namespace
 
-Kernel parseKernel(std::string_view name, std::string_view option) {
-  for (const Row& row : kernelTable) {
-    if (equalIgnoringCase(row.name, name) && row.kernel != Kernel::matrix) {
-      return row.kernel;
+std::span<const Kernel> namedKernels() {
+  static constexpr std::array<Kernel, 5> kernels{
+      Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion, Kernel::t2Epg};
+  return kernels;
+}
+
+std::span<const Kernel> formulaKernels() {
+  return namedKernels().first(namedKernels().size() - 1);
+}
+
+std::string listOf(std::span<const Kernel> kernels) {
+  std::string list;
+  for (std::size_t i = 0; i < kernels.size(); ++i) {
+    list += i == 0 ? "" : i + 1 < kernels.size() ? ", " : " or ";
+    list += kernelName(kernels[i]);
+  }
+  return list;
+}
+
+Kernel parseKernel(std::string_view name, std::string_view option,
+                   std::span<const Kernel> kernels) {
+  for (const Kernel kernel : kernels) {
+    if (equalIgnoringCase(kernelName(kernel), name)) {
+      return kernel;
     }
   }
-  throw UserError(
-      fmt::format("{} {}: there is no such kernel; write t2, t1-saturation, t1-inversion or "
-                  "diffusion",
-                  option, inQuotes(name)));
+  throw UserError(fmt::format("{} {}: there is no such kernel; write {}", option, inQuotes(name),
+                              listOf(kernels)));
 }
 
 std::string_view kernelName(Kernel kernel) {
@@ -93,6 +113,7 @@ double kernelValue(Kernel kernel, double t, double T) {
     case Kernel::matrix:
       return 0.0;
     case Kernel::t2:
+    case Kernel::t2Epg:
       break;
   }
   return std::exp(-t / T);
@@ -118,8 +139,20 @@ std::vector<float> kernelMatrix(Kernel kernel, const std::vector<double>& times,
 
 std::vector<double> decayOf(Kernel kernel, const std::vector<double>& times,
                             const std::vector<double>& relaxationTimes,
-                            const std::vector<double>& amplitudes) {
+                            const std::vector<double>& amplitudes, const EchoTrain& train) {
   std::vector<double> decay(times.size(), 0.0);
+  if (kernel == Kernel::t2Epg) {
+    const std::vector<std::size_t> numbers = echoNumbers(train, times);
+    const std::size_t count = *std::max_element(numbers.begin(), numbers.end());
+    for (std::size_t k = 0; k < relaxationTimes.size(); ++k) {
+      const std::vector<double> echo =
+          echoes(train, train.spacing.value_or(times.front()), relaxationTimes[k], count);
+      for (std::size_t i = 0; i < times.size(); ++i) {
+        decay[i] += amplitudes[k] * echo[numbers[i] - 1];
+      }
+    }
+    return decay;
+  }
   for (std::size_t k = 0; k < relaxationTimes.size(); ++k) {
     for (std::size_t i = 0; i < times.size(); ++i) {
       decay[i] += amplitudes[k] * kernelValue(kernel, times[i], relaxationTimes[k]);

@@ -93,8 +93,8 @@ Distribution distributionOf(const std::vector<LogNormalPeak>& peaks,
 }
 
 Decay simulatedDecay(Kernel kernel, const Distribution& truth, const std::vector<double>& times,
-                     double noise, std::uint64_t seed) {
-  Decay decay{times, decayOf(kernel, times, truth.time, truth.amplitude)};
+                     double noise, std::uint64_t seed, const EchoTrain& train) {
+  Decay decay{times, decayOf(kernel, times, truth.time, truth.amplitude, train)};
   NormalNoise variates(seed);
   for (double& amplitude : decay.amplitude) {
     amplitude += noise * variates.next();
@@ -104,8 +104,8 @@ Decay simulatedDecay(Kernel kernel, const Distribution& truth, const std::vector
 
 TwoChannels simulatedChannels(Kernel kernel, const Distribution& truth,
                               const std::vector<double>& times, double noise, std::uint64_t seed,
-                              double phase) {
-  const std::vector<double> signal = decayOf(kernel, times, truth.time, truth.amplitude);
+                              double phase, const EchoTrain& train) {
+  const std::vector<double> signal = decayOf(kernel, times, truth.time, truth.amplitude, train);
   NormalNoise variates(seed);
   const auto channel = [&](double factor) {
     std::vector<double> values = signal;

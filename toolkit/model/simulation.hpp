@@ -61,9 +61,10 @@ std::vector<double> evenTimes(double spacing, long long samples);
 Distribution distributionOf(const std::vector<LogNormalPeak>& peaks,
                             const std::vector<double>& grid);
 
-/// The decay of `truth` at `times` with normal noise of standard deviation `noise`.
+/// The decay of `truth` at `times` with normal noise of standard deviation `noise`. `train` is that
+/// of Kernel::t2Epg.
 Decay simulatedDecay(Kernel kernel, const Distribution& truth, const std::vector<double>& times,
-                     double noise, std::uint64_t seed);
+                     double noise, std::uint64_t seed, const EchoTrain& train = {});
 
 /// A decay as a receiver with two channels gives it.
 struct TwoChannels {
@@ -77,6 +78,6 @@ struct TwoChannels {
 /// channel is that of simulatedDecay() with the same seed.
 TwoChannels simulatedChannels(Kernel kernel, const Distribution& truth,
                               const std::vector<double>& times, double noise, std::uint64_t seed,
-                              double phase);
+                              double phase, const EchoTrain& train = {});
 
 }  // namespace vorin::toolkit

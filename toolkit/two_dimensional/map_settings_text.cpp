@@ -61,7 +61,7 @@ constexpr std::array<MapSettingText, 2> textTable{{
 
 /// One of two kernels.
 KernelChoice parseOneKernel(std::string_view name, std::string_view option) {
-  for (Kernel kernel : {Kernel::t2, Kernel::t1Saturation, Kernel::t1Inversion, Kernel::diffusion}) {
+  for (Kernel kernel : formulaKernels()) {
     if (equalIgnoringCase(kernelName(kernel), name)) {
       return {kernel, {}, {}};
     }

@@ -82,6 +82,7 @@ void addChoice(Json& object, const Inversion& inversion) {
   object["left_out"] = inversion.spoiled;
   object["offset"] = numberOrNull(inversion.offset);
   object["efficiency"] = numberOrNull(inversion.efficiency);
+  object["flip"] = numberOrNull(inversion.flip);
   object["finding"] = textOrNull(findingWord(inversion.finding.kind));
   object["finding_text"] = textOrNull(findingText(inversion.finding));
 }

@@ -105,6 +105,14 @@ void choiceLines(Lines& lines, const Inversion& inversion, const ReportContext& 
   if (inversion.efficiency) {
     lines.push_back({"efficiency", fmt::format("{:.3f} of the inversion", *inversion.efficiency)});
   }
+  if (inversion.flip) {
+    lines.push_back(
+        {"flip", fmt::format("{:g} degrees, of the refocusing pulses", *inversion.flip)});
+  }
+  if (!inversion.floor.empty()) {
+    lines.push_back({"floor", fmt::format("of magnitudes, up to {} in the last samples",
+                                          significant(inversion.floor.back()))});
+  }
   if (!inversion.spoiled.empty()) {
     lines.push_back({noteLabel, fmt::format("{} off every curve: left out; more by hand (--skip N)",
                                             samplesLie(inversion.spoiled))});

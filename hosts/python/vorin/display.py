@@ -18,7 +18,8 @@ if TYPE_CHECKING:
 
 _WIDTH, _HEIGHT, _MARGIN = 360, 120, 18
 #: What the abscissa of each kernel's distribution is called.
-_SYMBOLS = {"t2": "T2", "t1-saturation": "T1", "t1-inversion": "T1", "diffusion": "D"}
+_SYMBOLS = {"t2": "T2", "t1-saturation": "T1", "t1-inversion": "T1", "diffusion": "D",
+            "t2-epg": "T2"}
 
 
 def result_html(result: "Result") -> str:

@@ -39,6 +39,10 @@ def invert(
     compress: Union[bool, int, Tuple[int, float], None] = None,
     reject_outliers: Union[bool, float, str, Tuple[str, float], None] = None,
     skip: int = 0,
+    flip: Union[str, float, None] = None,
+    t1: Optional[float] = None,
+    echo_spacing: Optional[float] = None,
+    rician: bool = False,
     settings: Optional[Mapping[str, Union[float, str]]] = None,
     log: Union[str, "os.PathLike[str]", None] = None,
     calibrate: Optional[str] = None,
@@ -59,7 +63,7 @@ def invert(
     y : array_like of shape (nf,), optional
         Samples in any unit. Complex ones are turned by the constant phase that makes the
         sum of squares of the imaginary channel least, and the real channel is inverted.
-    kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion"} or array of shape (nf, ng)
+    kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion", "t2-epg"} or array (nf, ng)
         exp(-t/T2), 1 - exp(-t/T1), 1 - 2 exp(-t/T1), exp(-b D), or a matrix of your own,
         whose columns belong to ``grid``.
     grid : array_like of shape (ng,) or (from, to, n), optional
@@ -99,6 +103,16 @@ def invert(
         without a penalty, and the sample alone.
     skip : int
         Leaves out so many samples at the start.
+    flip : "estimate" or float, optional
+        For "t2-epg", echoes behind incomplete refocusing: the refocusing angle in degrees
+        (180), or that at which a distribution comes closest to the decay.
+    t1 : float, optional
+        For "t2-epg": the longitudinal relaxation time in s (1).
+    echo_spacing : float, optional
+        For "t2-epg": the time in s from echo to echo, by default the first of ``t``.
+    rician : bool
+        The data are magnitudes, as images are; the floor that noise leaves under them is taken
+        away.
     settings : mapping, optional
         Keys of the library, such as ``{"MAXI": 200}``, set last. They apply to data whose
         largest magnitude is 1.
@@ -138,7 +152,8 @@ def invert(
                "noise": noise, "baseline": baseline,
                "inversion_efficiency": inversion_efficiency, "prune": prune,
                "prune_points": prune_points, "compress": compress,
-               "reject_outliers": reject_outliers, "skip": skip, "settings": settings, "log": log,
+               "reject_outliers": reject_outliers, "skip": skip, "flip": flip, "t1": t1,
+               "echo_spacing": echo_spacing, "rician": rician, "settings": settings, "log": log,
                "calibrate": calibrate}
     return _inverted(settings_from(**options), options, t, y)
 

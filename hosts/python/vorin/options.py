@@ -21,7 +21,8 @@ from .toolkit import Settings
 def settings_from(kernel: Any, grid: Any, method: Any, weight: Any, noise: Any, baseline: Any,
                   inversion_efficiency: Any, prune: Any, prune_points: Any, compress: Any,
                   reject_outliers: Any, skip: Any, settings: Any, log: Any,
-                  calibrate: Any = None) -> Settings:
+                  calibrate: Any = None, flip: Any = None, t1: Any = None,
+                  echo_spacing: Any = None, rician: Any = False) -> Settings:
     """The settings of an inversion."""
     made = Settings()
     _set_kernel(made, kernel)
@@ -48,6 +49,17 @@ def settings_from(kernel: Any, grid: Any, method: Any, weight: Any, noise: Any, 
     made.set("compress", _compression(compress))
     made.set("reject_outliers", _outliers(reject_outliers))
     made.set("skip", checks.number("skip", skip, "i"))
+    if flip is not None:
+        made.set("flip", _text_or_number("flip", flip, "\"estimate\" or a number of degrees"))
+    if t1 is not None:
+        made.set("t1", _number("t1", t1, "a time in s"))
+    if echo_spacing is not None:
+        made.set("echo_spacing", _number("echo_spacing", echo_spacing, "a time in s"))
+    if not isinstance(rician, (bool, np.bool_)):
+        raise InputTypeError(f"rician is of type {type(rician).__name__}; True or False is "
+                             "required")
+    if rician:
+        made.set("rician", "on")
     _set_keys(made, settings)
     if calibrate is not None:
         if not isinstance(calibrate, str):

@@ -27,9 +27,9 @@ if TYPE_CHECKING:
 _NUMBERS = ("status", "success", "weight", "noise", "signal_to_noise", "wanted_standard_error",
             "standard_error", "fit_error", "iterations", "passes", "relaxed_target",
             "corner_weight",
-            "phase", "noise_spread", "offset", "efficiency", "total", "log_mean", "mean")
+            "phase", "noise_spread", "offset", "efficiency", "flip", "total", "log_mean", "mean")
 _COUNTS = ("status", "iterations", "passes")
-_OPTIONAL = ("phase", "offset", "efficiency")  # None where the toolkit has not-a-number
+_OPTIONAL = ("phase", "offset", "efficiency", "flip")  # None where the toolkit has not-a-number
 _TEXTS = ("kernel", "weight_origin", "noise_origin", "status_text", "finding", "finding_text",
           "amplitude_unit")
 
@@ -91,6 +91,8 @@ class Result:
         The constant beside the curve, part of ``fit``, where ``baseline`` asked for one.
     efficiency : float or None
         That of the inversion, where ``inversion_efficiency`` asked for it.
+    flip : float or None
+        The refocusing angle of "t2-epg" in degrees.
     finding : str
         What is wrong with data or settings, in a word; empty for nothing: "empty",
         "negative", "other kernel", "magnitude", "offset", "efficiency", "structure", "too fast",
@@ -143,6 +145,7 @@ class Result:
     left_out: IndexArray
     offset: Optional[float]
     efficiency: Optional[float]
+    flip: Optional[float]
     finding: str
     finding_text: str
     amplitude_unit: str
@@ -474,6 +477,7 @@ class Result:
             "left_out": self.left_out.tolist(),
             "offset": self.offset,
             "efficiency": self.efficiency,
+            "flip": self.flip,
             "finding": self.finding or None,
             "finding_text": self.finding_text or None,
             "notes": list(self.notes),

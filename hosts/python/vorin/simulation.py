@@ -37,7 +37,8 @@ class Simulation(NamedTuple):
 
 def simulate(t: Any = None, peaks: Optional[Sequence[Tuple[float, float, float]]] = None, *,
              noise: Optional[float] = None, seed: int = 1, kernel: str = "t2",
-             grid: Any = None) -> Simulation:
+             grid: Any = None, flip: Optional[float] = None,
+             t1: Optional[float] = None) -> Simulation:
     """Computes a decay: peaks that are normal in log10 T, put through a kernel, with noise.
 
     Parameters
@@ -52,9 +53,13 @@ def simulate(t: Any = None, peaks: Optional[Sequence[Tuple[float, float, float]]
         default 0.2.
     seed : int
         Of the noise, the same on every machine. ``vorin simulate`` draws the same.
-    kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion"}
+    kernel : {"t2", "t1-saturation", "t1-inversion", "diffusion", "t2-epg"}
     grid : array_like of shape (ng,) or (from, to, n), optional
         Of the distribution; by default (1e-4, 10, 200).
+    flip : float, optional
+        Refocusing angle in degrees, for "t2-epg"; by default 180.
+    t1 : float, optional
+        Longitudinal relaxation time in s, for "t2-epg"; by default 1.
 
     Returns
     -------
@@ -74,6 +79,9 @@ def simulate(t: Any = None, peaks: Optional[Sequence[Tuple[float, float, float]]
         settings.set("grid", as_grid(grid))
     if noise is not None:
         settings.set("sigma", _sigma(noise))
+    for name, value in (("flip", flip), ("t1", t1)):
+        if value is not None:
+            settings.set(name, checks.number(name, value, "f"))
     times, rows = None, None
     if t is not None:
         times = real_array("t", t)
