@@ -107,6 +107,17 @@ Adjustment adjust(const Decay& decay, const InversionSettings& settings) {
   return {applied(decay, settings, offset, efficiency, flip), offset, efficiency, flip};
 }
 
+std::shared_ptr<const std::vector<float>> kernelFor(const Decay& decay,
+                                                    const InversionSettings& settings) {
+  const Adjusted withAngle =
+      applied(decay, settings, std::nullopt, std::nullopt, flipFor(decay, settings));
+  if (withAngle.settings.matrix) {
+    return withAngle.settings.matrix;
+  }
+  return std::make_shared<const std::vector<float>>(
+      kernelMatrix(settings.kernel, decay.time, settings.grid));
+}
+
 Kernel knownKernel(const InversionSettings& settings, const std::vector<double>& time) {
   if (settings.kernel != Kernel::matrix || !(settings.grid.front() > 0.0)) {
     return settings.kernel;

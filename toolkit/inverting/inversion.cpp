@@ -13,12 +13,12 @@
 #include "toolkit/inverting/late_findings.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
+#include "toolkit/inverting/magnitude_floor.hpp"
 #include "toolkit/inverting/outliers.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/matrix.hpp"
 #include "toolkit/model/noise.hpp"
-#include "toolkit/model/rice.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -232,31 +232,26 @@ void requireMagnitudes(const Decay& decay) {
   }
 }
 
-/// Magnitudes exceed their signal by what magnitudeExcess() says of it and of the noise. The
-/// signal is that of the fit, so that the excess is taken away in the mean: what a single sample
-/// says of its signal would leave part of the floor. The first excess is that of the samples.
+/// Magnitudes without their floor, which a noise tells: the given one, or that of an inversion of
+/// the magnitudes.
 Inversion invertMagnitudes(const Decay& decay, InversionSettings settings) {
+  requireUsable(decay, settings);
   requireMagnitudes(decay);
   settings.magnitude = false;
-  Inversion result = invertSignal(decay, settings);
-  if (!(result.noise > 0.0)) {
-    return result;  // a weight was given, and nothing says how large the floor is
-  }
-  const double noise = result.noise;
-  std::vector<double> signal = decay.amplitude;
-  std::transform(signal.begin(), signal.end(), signal.begin(),
-                 [&](double value) { return signalOfMagnitude(value, noise); });
-  Decay corrected = decay;
-  std::vector<double> floor(signal.size());
-  constexpr int rounds = 4;
-  for (int round = 0; round < rounds; ++round) {
-    for (std::size_t i = 0; i < signal.size(); ++i) {
-      floor[i] = magnitudeExcess(std::max(signal[i], 0.0), noise);
-      corrected.amplitude[i] = decay.amplitude[i] - floor[i];
+  double noise = settings.noise.value_or(0.0);
+  if (!settings.noise) {
+    Inversion first = invertSignal(decay, settings);
+    if (!(first.noise > 0.0)) {
+      return first;  // a weight was given, and nothing says how large the floor is
     }
-    result = invertSignal(corrected, settings);
-    signal = result.fit;
+    noise = first.noise;
   }
+  std::vector<double> floor = magnitudeFloor(decay, settings, noise);
+  Decay signal = decay;
+  for (std::size_t i = 0; i < floor.size(); ++i) {
+    signal.amplitude[i] -= floor[i];
+  }
+  Inversion result = invertSignal(signal, settings);
   for (std::size_t i = 0; i < floor.size(); ++i) {
     result.fit[i] += floor[i];
   }
