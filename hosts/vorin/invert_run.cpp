@@ -91,9 +91,11 @@ void showOne(const Inversion& inversion, const ReportContext& context, bool noPi
 /// names of files; among several decays the name is put first.
 void requireInvertible(const Input& input, const InversionSettings& settings, bool amongSeveral) {
   try {
-    requireUsable(input.decay, settings);
+    InversionSettings own = settings;
+    own.kernel = input.kernel;
+    requireUsable(input.decay, own);
     if (amongSeveral) {
-      requireNoise(input.decay, settings);  // a single one will show while it is inverted
+      requireNoise(input.decay, own);  // a single one will show while it is inverted
     }
   } catch (const UserError& error) {
     throw amongSeveral ? UserError(fmt::format("{}: {}", input.name, error.what())) : error;

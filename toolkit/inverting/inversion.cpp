@@ -43,10 +43,21 @@ void requireUsable(const Decay& decay, const InversionSettings& settings) {
         "--flip, --t1 and --echo-spacing with --kernel {}: they are those of --kernel t2-epg",
         kernelName(settings.kernel)));
   }
+  if (settings.kernel == Kernel::t2Epg && !settings.matrix && !decay.time.empty()) {
+    echoNumbers(settings.train, decay.time);
+  }
   if (settings.magnitude && settings.kernel == Kernel::t1Inversion) {
     throw UserError(
         "--rician with --kernel t1-inversion: magnitudes have lost the signs of an inversion "
         "recovery; give the signs back, and leave --rician out");
+  }
+  const auto negative = std::find_if(decay.amplitude.begin(), decay.amplitude.end(),
+                                     [](double value) { return value < 0.0; });
+  if (settings.magnitude && negative != decay.amplitude.end()) {
+    throw UserError(fmt::format(
+        "--rician: sample {} is {:g}, but magnitudes are 0 or above; leave --rician out for data "
+        "with signs",
+        negative - decay.amplitude.begin() + 1, *negative));
   }
   if (!settings.noise && settings.noiseSource == NoiseSource::quadrature &&
       !decay.quadratureNoise) {
@@ -221,48 +232,17 @@ Inversion invertSignal(const Decay& original, const InversionSettings& originalS
   return result;
 }
 
-void requireMagnitudes(const Decay& decay) {
-  const auto negative = std::find_if(decay.amplitude.begin(), decay.amplitude.end(),
-                                     [](double value) { return value < 0.0; });
-  if (negative != decay.amplitude.end()) {
-    throw UserError(fmt::format(
-        "--rician: sample {} is {:g}, but magnitudes are 0 or above; leave --rician out for data "
-        "with signs",
-        negative - decay.amplitude.begin() + 1, *negative));
-  }
-}
-
-/// Magnitudes without their floor, which a noise tells: the given one, or that of an inversion of
-/// the magnitudes.
-Inversion invertMagnitudes(const Decay& decay, InversionSettings settings) {
-  requireUsable(decay, settings);
-  requireMagnitudes(decay);
-  settings.magnitude = false;
-  double noise = settings.noise.value_or(0.0);
-  if (!settings.noise) {
-    Inversion first = invertSignal(decay, settings);
-    if (!(first.noise > 0.0)) {
-      return first;  // a weight was given, and nothing says how large the floor is
-    }
-    noise = first.noise;
-  }
-  std::vector<double> floor = magnitudeFloor(decay, settings, noise);
-  Decay signal = decay;
-  for (std::size_t i = 0; i < floor.size(); ++i) {
-    signal.amplitude[i] -= floor[i];
-  }
-  Inversion result = invertSignal(signal, settings);
-  for (std::size_t i = 0; i < floor.size(); ++i) {
-    result.fit[i] += floor[i];
-  }
-  result.floor = std::move(floor);
-  return result;
-}
-
 }  // namespace
 
 Inversion invert(const Decay& decay, const InversionSettings& settings) {
-  return settings.magnitude ? invertMagnitudes(decay, settings) : invertSignal(decay, settings);
+  if (!settings.magnitude) {
+    return invertSignal(decay, settings);
+  }
+  requireUsable(decay, settings);
+  InversionSettings plain = settings;
+  plain.magnitude = false;
+  return invertMagnitudes(decay, settings,
+                          [&](const Decay& signal) { return invertSignal(signal, plain); });
 }
 
 }  // namespace vorin::toolkit

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 #include "toolkit/inverting/adjustment.hpp"
 #include "toolkit/inverting/repeated_fit.hpp"
@@ -68,6 +69,29 @@ std::vector<double> magnitudeFloor(const Decay& decay, const InversionSettings& 
     signal = product(*matrix, fit.x(), rows);
   }
   return floor;
+}
+
+Inversion invertMagnitudes(const Decay& decay, const InversionSettings& settings,
+                           const std::function<Inversion(const Decay&)>& invertSignal) {
+  double noise = settings.noise.value_or(0.0);
+  if (!settings.noise) {
+    Inversion first = invertSignal(decay);
+    if (!(first.noise > 0.0)) {
+      return first;
+    }
+    noise = first.noise;
+  }
+  std::vector<double> floor = magnitudeFloor(decay, settings, noise);
+  Decay signal = decay;
+  for (std::size_t i = 0; i < floor.size(); ++i) {
+    signal.amplitude[i] -= floor[i];
+  }
+  Inversion result = invertSignal(signal);
+  for (std::size_t i = 0; i < result.fit.size(); ++i) {
+    result.fit[i] += floor[i];
+  }
+  result.floor = std::move(floor);
+  return result;
 }
 
 }  // namespace vorin::toolkit

@@ -1,6 +1,7 @@
 // The floor that noise leaves under magnitudes, found from the decay.
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "toolkit/inverting/inversion.hpp"
@@ -15,5 +16,12 @@ namespace vorin::toolkit {
 /// magnitudes where it is to be estimated.
 std::vector<double> magnitudeFloor(const Decay& decay, const InversionSettings& settings,
                                    double noise);
+
+/// Inverts magnitudes without their floor by `invertSignal`, which takes them for data with signs:
+/// the floor follows from the noise of `settings` or, where none is given, from that of an
+/// inversion of the magnitudes. Where that tells none either, since a weight is given, there is no
+/// floor.
+Inversion invertMagnitudes(const Decay& decay, const InversionSettings& settings,
+                           const std::function<Inversion(const Decay&)>& invertSignal);
 
 }  // namespace vorin::toolkit

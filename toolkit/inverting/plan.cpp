@@ -1,7 +1,9 @@
 #include "toolkit/inverting/plan.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <mutex>
 #include <utility>
 
 #include "toolbox/instance.hpp"
@@ -10,6 +12,7 @@
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/kernel_source.hpp"
 #include "toolkit/inverting/library_job.hpp"
+#include "toolkit/inverting/magnitude_floor.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/kernel.hpp"
@@ -20,31 +23,55 @@ namespace {
 
 bool isClassic(const InversionSettings& settings) {
   return settings.method == Method::classic && !settings.compression && !settings.rejectBeyond &&
-         !settings.baseline && !settings.efficiency && !settings.estimatesFlip &&
-         !settings.magnitude;
+         !settings.baseline && !settings.efficiency;
+}
+
+std::shared_ptr<const Problem> problemOfOnes(const std::vector<double>& times,
+                                             const InversionSettings& settings) {
+  const Decay ones{times, std::vector<double>(times.size(), 1.0)};
+  return std::make_shared<const Problem>(Problem(ones, settings).planned());
 }
 
 }  // namespace
 
+/// The problems of the angles that have occurred. The first thread that comes to an angle makes
+/// its own.
+struct InversionPlan::Angles {
+  const std::shared_ptr<const Problem>& at(std::size_t index, const std::vector<double>& times,
+                                           const InversionSettings& settings) const {
+    std::call_once(made.at(index), [&] {
+      InversionSettings own = settings;
+      own.matrix = settings.flipAngles->matrix(index);
+      const LibraryJob job;
+      setKeys(own);
+      problems.at(index) = problemOfOnes(times, own);
+    });
+    return problems[index];
+  }
+
+  mutable std::array<std::once_flag, FlipAngles::count> made;
+  mutable std::array<std::shared_ptr<const Problem>, FlipAngles::count> problems;
+};
+
 InversionPlan::InversionPlan(std::vector<double> times, const InversionSettings& settings)
     : times_(std::move(times)), settings_(settings), shares_(isClassic(settings)) {
   settings_.logFile.clear();
-  if (!settings_.matrix && settings_.kernel == Kernel::t2Epg) {
-    if (settings_.estimatesFlip) {
-      settings_.flipAngles =
-          std::make_shared<const FlipAngles>(settings_.train, times_, settings_.grid);
-    } else {
-      settings_.matrix = std::make_shared<const std::vector<float>>(
-          echoMatrix(settings_.train, times_, settings_.grid));
+  if (settings_.kernel == Kernel::t2Epg && settings_.estimatesFlip && !settings_.matrix) {
+    settings_.flipAngles =
+        std::make_shared<const FlipAngles>(settings_.train, times_, settings_.grid);
+    if (shares_) {
+      angles_ = std::make_shared<const Angles>();
     }
+  } else if (settings_.kernel == Kernel::t2Epg && !settings_.matrix) {
+    settings_.matrix = std::make_shared<const std::vector<float>>(
+        echoMatrix(settings_.train, times_, settings_.grid));
   } else if (!settings_.matrix) {
     settings_.matrix = SharedKernel().of(settings_.kernel, times_, settings_.grid);
   }
   const LibraryJob job;
   setKeys(settings_);
-  if (shares_) {
-    const Decay ones{times_, std::vector<double>(times_.size(), 1.0)};
-    problem_ = std::make_shared<const Problem>(Problem(ones, settings_).planned());
+  if (shares_ && !angles_) {
+    problem_ = problemOfOnes(times_, settings_);
   }
 }
 
@@ -55,12 +82,40 @@ struct InversionPlan::Worker::State {
     if (of.problem_) {
       problem.emplace(of.problem_->forOneThread());
     }
+    if (of.angles_) {
+      ofAngle.resize(FlipAngles::count);
+    }
+  }
+
+  /// The plan's problem, or that of the angle at which `amplitude` is fitted best.
+  Problem& problemFor(const std::vector<double>& amplitude) {
+    if (!plan->angles_) {
+      return *problem;
+    }
+    const std::size_t index = plan->settings_.flipAngles->closest(amplitude);
+    settings.train.flip = FlipAngles::angle(index);
+    std::optional<Problem>& own = ofAngle[index];
+    if (!own) {
+      own.emplace(plan->angles_->at(index, plan->times_, plan->settings_)->forOneThread());
+    }
+    return *own;
+  }
+
+  /// A decay of data with signs, on what the plan keeps.
+  void invertShared(const Decay& signal, Fit fit, Inversion& inversion) {
+    Problem& own = problemFor(signal.amplitude);
+    own.takeAmplitudes(signal.amplitude);
+    searchWeight(own, knownNoise(signal, own, settings), settings, fit, inversion);
+    if (settings.kernel == Kernel::t2Epg) {
+      inversion.flip = settings.train.flip;
+    }
   }
 
   const InversionPlan* plan;
   InversionSettings settings;      ///< with the noise of the present decay
   Decay decay;                     ///< the present one
   std::optional<Problem> problem;  ///< of the present one; none where nothing is shared
+  std::vector<std::optional<Problem>> ofAngle;  ///< where the angle is estimated
   Instance instance;
 };
 
@@ -101,15 +156,18 @@ void InversionPlan::Worker::invertInto(const std::vector<double>& amplitude,
   decay.amplitude = amplitude;
   Inversion& inversion = result.inversion;
   try {
-    if (state_->problem) {
+    if (state_->plan->shares_) {
       const InstanceScope scope(state_->instance);
       requireUsable(decay, settings);
-      Problem& problem = *state_->problem;
-      problem.takeAmplitudes(amplitude);
-      searchWeight(problem, knownNoise(decay, problem, settings), settings,
-                   withFit ? Fit::formed : Fit::skipped, inversion);
-      if (settings.kernel == Kernel::t2Epg) {
-        inversion.flip = settings.train.flip;
+      const Fit fit = withFit ? Fit::formed : Fit::skipped;
+      if (settings.magnitude) {
+        inversion = invertMagnitudes(decay, settings, [&](const Decay& signal) {
+          Inversion made;
+          state_->invertShared(signal, fit, made);
+          return made;
+        });
+      } else {
+        state_->invertShared(decay, fit, inversion);
       }
     } else {
       inversion = toolkit::invert(decay, settings);

@@ -33,7 +33,8 @@ class InversionPlan {
   InversionPlan(std::vector<double> times, const InversionSettings& settings);
 
   /// True where decays are inverted on what the plan keeps: Method::classic without compression,
-  /// outliers, baseline and efficiency. Any other settings take invert() for each decay, which
+  /// outliers, baseline and efficiency. Of a refocusing angle that is estimated it keeps that for
+  /// each angle that occurs. Any other settings take invert() for each decay, which
   /// shares the kernel's matrix alone.
   bool shares() const { return shares_; }
 
@@ -47,6 +48,8 @@ class InversionPlan {
   std::vector<double> times_;
   InversionSettings settings_;
   bool shares_ = false;
+  struct Angles;
+  std::shared_ptr<const Angles> angles_;          ///< where the refocusing angle is estimated
   std::shared_ptr<const class Problem> problem_;  ///< of ones; null where nothing is shared
 };
 

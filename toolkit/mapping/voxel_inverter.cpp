@@ -318,9 +318,13 @@ VoxelStatus VoxelInverter::look(const VoxelBlock& block, std::size_t voxel,
       },
       block.samples);
   double largest = 0.0;
+  const bool magnitude = state_->plan.settings().magnitude;
   for (std::size_t i = state_->own.skip; i < count; ++i) {
     if (!std::isfinite(samples[i])) {
       return VoxelStatus::notFinite;
+    }
+    if (magnitude && samples[i] < 0.0) {
+      return VoxelStatus::negative;
     }
     largest = std::max(largest, std::fabs(samples[i]));
   }

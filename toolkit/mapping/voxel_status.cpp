@@ -23,6 +23,7 @@ constexpr std::array<VoxelStatusText, voxelStatusCount> texts{{
     {"weight limit", "the weight search stopped at a limit of the weight"},
     {"no signal", "there is no signal above the noise"},
     {"not described", "the kernel can't describe the samples"},
+    {"negative", "a sample is below 0, which no magnitude is"},
 }};
 
 }  // namespace

@@ -24,10 +24,11 @@ enum class VoxelStatus : std::uint8_t {
   notConverged = 7,    ///< solver or weight search ran out of passes
   weightLimit = 8,     ///< the weight search stopped at a limit of the weight
   noSignal = 9,        ///< there is no signal above the noise
-  notDescribed = 10    ///< the kernel can't describe the samples
+  notDescribed = 10,   ///< the kernel can't describe the samples
+  negative = 11        ///< a sample is below 0, which no magnitude is
 };
 
-inline constexpr std::size_t voxelStatusCount = 11;
+inline constexpr std::size_t voxelStatusCount = 12;
 
 /// A status for people and programs.
 struct VoxelStatusText {
