@@ -84,6 +84,7 @@ PassPrediction::PassPrediction(const RankFactor& factor, const double* b)
       largestDatum_(largestMagnitude(factor.columns, b)),
       mask_(words(factor.columns)),
       earlierMask_(mask_),
+      nextMask_(mask_),
       right_(length(factor.columns)),
       y_(length(factor.padded)),
       earlierY_(length(factor.padded)),
@@ -198,25 +199,16 @@ bool PassPrediction::updatePass() {
     }
     growth_ = share < 1.0 ? growth_ / share : growth_;
   }
-  formValues();
-  return signsAreCertain();
+  return formValues();
 }
 
-void PassPrediction::formValues() {
-  kernels::table<double>().combineRows(factor_.rank, factor_.paddedColumns, factor_.byRows.data(),
-                                       y_.data(), values_.data());
-  for (int i = 0; i < factor_.columns; ++i) {
-    values_[length(i)] = b_[length(i)] - values_[length(i)];
-  }
-}
-
-bool PassPrediction::signsAreCertain() const {
-  const double least = certainShare * largestDatum_;
-  unsigned uncertain = 0;
-  for (int i = 0; i < factor_.columns; ++i) {
-    uncertain |= std::fabs(values_[length(i)]) > least ? 0U : 1U;
-  }
-  return uncertain == 0U;
+// Also takes their signs; false where one of them is not certain.
+bool PassPrediction::formValues() {
+  const auto& kernel = kernels::table<double>();
+  kernel.combineRows(factor_.rank, factor_.paddedColumns, factor_.byRows.data(), y_.data(),
+                     values_.data());
+  return kernel.subtractAndSign(factor_.columns, b_, certainShare * largestDatum_, values_.data(),
+                                nextMask_.data());
 }
 
 void PassPrediction::solvePass() {
@@ -241,7 +233,7 @@ double PassPrediction::squaredStep() const {
 // Takes the columns with positive values for the next pass; false where they are the same.
 bool PassPrediction::takeMask() {
   std::swap(earlierMask_, mask_);
-  takeSigns(length(factor_.columns), values_.data(), mask_);
+  std::swap(mask_, nextMask_);
   return mask_ != earlierMask_;
 }
 

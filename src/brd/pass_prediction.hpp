@@ -63,8 +63,7 @@ class PassPrediction {
   void solvePass();
   void factorPass();
   bool updatePass();
-  void formValues();
-  bool signsAreCertain() const;
+  bool formValues();
   void bringBlock();
   void addToBlock(const std::vector<int>& columns, double sign);
   double squaredStep() const;
@@ -79,6 +78,7 @@ class PassPrediction {
   Mask masks_;        ///< of the passes so far, one after the other
   Mask mask_;         ///< of the present pass
   Mask earlierMask_;  ///< of the pass before
+  Mask nextMask_;     ///< of the positive values
   std::vector<int> columns_;
   std::vector<double> right_;  ///< elements of b
   AlignedVector<double> y_;

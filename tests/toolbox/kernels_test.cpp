@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -634,6 +636,57 @@ TYPED_TEST(KernelsTest, UpdateInverseFollowsTheMatrixAtEveryLevel) {
       }
       for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
         EXPECT_NEAR(static_cast<double>(yNow[i]), static_cast<double>(y[i]), tolerance);
+      }
+    }
+  }
+}
+
+// Zeros of both signs, numbers at the limit and beside it, infinities and NaN, in every place.
+TYPED_TEST(KernelsTest, SubtractAndSignTellsTheSignsAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  constexpr Real least = Real(0.25);
+  const Real special[] = {Real(0),
+                          -Real(0),
+                          least,
+                          -least,
+                          std::nextafter(least, Real(1)),
+                          -std::nextafter(least, Real(1)),
+                          std::numeric_limits<Real>::denorm_min(),
+                          std::numeric_limits<Real>::infinity(),
+                          -std::numeric_limits<Real>::infinity(),
+                          std::numeric_limits<Real>::quiet_NaN()};
+  for (const int n : {0, 1, 7, 8, 9, 60, 63, 64, 65, 100, 128, 200}) {
+    for (int place = -1; place < n; ++place) {
+      Uniform uniform(static_cast<std::uint64_t>(n));
+      std::vector<Real> b(static_cast<std::size_t>(n));
+      std::vector<Real> product(b.size());
+      for (std::size_t i = 0; i < b.size(); ++i) {
+        b[i] = static_cast<Real>(uniform() + (i % 3 == 0 ? 2.0 : -3.0));
+        product[i] = static_cast<Real>(uniform() / 8.0);
+      }
+      if (place >= 0) {
+        const auto at = static_cast<std::size_t>(place);
+        b[at] = special[at % std::size(special)];
+        product[at] = Real(0);
+      }
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        std::vector<Real> values = product;
+        std::vector<std::uint64_t> positive(b.size() / 64 + 1, ~std::uint64_t{0});
+        const bool certain = vorin::kernels::table<Real>().subtractAndSign(
+            n, b.data(), least, values.data(), positive.data());
+        bool expected = true;
+        for (std::size_t i = 0; i < b.size(); ++i) {
+          const Real difference = b[i] - product[i];
+          EXPECT_TRUE(values[i] == difference || std::isnan(difference));
+          EXPECT_EQ(positive[i / 64] >> (i % 64) & 1U, difference > Real(0) ? 1U : 0U);
+          expected = expected && std::fabs(difference) > least;
+        }
+        EXPECT_EQ(certain, expected) << n << ' ' << place;
+        if (b.size() % 64 != 0) {
+          EXPECT_EQ(positive[b.size() / 64] >> (b.size() % 64), 0U);
+        }
       }
     }
   }

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace vorin::kernels {
 
@@ -131,6 +132,11 @@ struct Table {
                     std::ptrdiff_t ldOut);
   void (*transposeSingles)(int rows, int columns, const float* in, std::ptrdiff_t ldIn, Real* out,
                            std::ptrdiff_t ldOut);
+
+  /// values[i] = b[i] - values[i] for i below n, and bit i % 64 of positive[i / 64] tells whether
+  /// that is above 0; the bits from n on are 0. True where each magnitude is above `least`, which
+  /// is not negative. A NaN is neither positive nor above `least`.
+  bool (*subtractAndSign)(int n, const Real* b, Real least, Real* values, std::uint64_t* positive);
 };
 
 /// The kernels at the level in use.

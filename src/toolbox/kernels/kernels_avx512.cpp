@@ -2,6 +2,7 @@
 #include <immintrin.h>
 
 #include <cstddef>
+#include <cstdint>
 
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/kernels/levels.hpp"

@@ -1,5 +1,6 @@
 // The hot loops compiled for the instruction-set level `baseline`.
 #include <cstddef>
+#include <cstdint>
 
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/kernels/levels.hpp"
