@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <functional>
 #include <iterator>
 #include <limits>
 #include <vector>
@@ -72,18 +71,62 @@ void factorPivoted(int n, int mostRows, ColumnMajorView<const double> product, P
 
 ExtendedGram::ExtendedGram(int n)
     : n_(n),
-      packed_(area((size() + panelRows - 1) / panelRows * panelRows, blockRows)),
-      block_(area(size(), size())),
-      sum_(block_.size()) {}
+      packed_(area(panels() * panelRows, blockRows)),
+      tiles_(area(panels() * (panels() + 1) / 2, panelRows * panelRows)),
+      sum_(area(size(), size())) {}
+
+int ExtendedGram::panels() const {
+  return (size() + panelRows - 1) / panelRows;
+}
+
+// move(tile element, sum element) for the lower triangle and all of the tiles on the diagonal.
+template <class Move>
+void ExtendedGram::moveTiles(const Move& move) {
+  const ColumnMajorView<double> sum{sum_.data(), size()};
+  double* tile = tiles_.data();
+  for (int s0 = 0; s0 < size(); s0 += panelRows) {
+    for (int r0 = s0; r0 < size(); r0 += panelRows) {
+      for (int s = s0; s < std::min(s0 + panelRows, size()); ++s) {
+        for (int r = r0; r < std::min(r0 + panelRows, size()); ++r) {
+          move(tile[(s - s0) * panelRows + r - r0], sum(r, s), sum(s, r));
+        }
+      }
+      tile += panelRows * panelRows;
+    }
+  }
+}
 
 void ExtendedGram::add(int m, const float* K, int ldK, const float* d) {
+  std::fill(tiles_.begin(), tiles_.end(), 0.0);
+  moveTiles([](double& tile, double lower, double /*upper*/) { tile = lower; });
   for (int first = 0; first < m; first += blockRows) {
     const int rows = std::min(blockRows, m - first);
     for (int j = 0; j < size(); j += panelRows) {
       pack({K + first, std::ptrdiff_t{ldK}}, d + first, rows, j, packed_.data() + area(j, rows));
     }
-    kernels::table<double>().gramOfSingles(size(), rows, packed_.data(), block_.data());
-    std::transform(sum_.begin(), sum_.end(), block_.begin(), sum_.begin(), std::plus<>());
+    const int next = first + rows;
+    addPacked(rows, {K + next, std::ptrdiff_t{ldK}}, std::min(blockRows, m - next));
+  }
+  moveTiles([](double tile, double& lower, double& upper) { lower = upper = tile; });
+}
+
+// The product of each block is summed by itself and then added. The block that follows is fetched
+// meanwhile: a few lines of each column are too short a piece for the processor to see ahead.
+void ExtendedGram::addPacked(int rows, ColumnMajorView<const float> next, int nextRows) {
+  constexpr int line = 64 / static_cast<int>(sizeof(float));
+  constexpr int forReading = 0;
+  constexpr int soon = 2;
+  double* tiles = tiles_.data();
+  for (int q = 0; q < panels(); ++q) {
+    for (int j = q * panelRows; j < std::min((q + 1) * panelRows, n_); ++j) {
+      for (int i = 0; i < nextRows; i += line) {
+        __builtin_prefetch(next.column(j) + i, forReading, soon);
+      }
+    }
+    const int count = panels() - q;
+    kernels::table<double>().addPanelProducts(count, rows,
+                                              packed_.data() + area(q * panelRows, rows), tiles);
+    tiles += area(count, panelRows * panelRows);
   }
 }
 

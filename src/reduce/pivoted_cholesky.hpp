@@ -46,12 +46,16 @@ class ExtendedGram {
 
  private:
   int size() const { return n_ + 1; }
+  int panels() const;
   void pack(ColumnMajorView<const float> K, const float* d, int rows, int j, double* out) const;
+  void addPacked(int rows, ColumnMajorView<const float> next, int nextRows);
+  template <class Move>
+  void moveTiles(const Move& move);
 
   int n_;
   AlignedVector<double> packed_;
-  std::vector<double> block_;
-  std::vector<double> sum_;  ///< (n + 1) x (n + 1), column-major
+  AlignedVector<double> tiles_;  ///< of the lower triangle of sum_, panel of columns by panel
+  std::vector<double> sum_;      ///< (n + 1) x (n + 1), column-major
 };
 
 /// Factors K (m x n, column-major, leading dimension ldK) and projects d (m). False, when there

@@ -116,6 +116,43 @@ TYPED_TEST(KernelsTest, GramOfSinglesHasTheBitsOfThePlainSumAtEveryLevel) {
   }
 }
 
+// Of two blocks, whose products are summed each by itself.
+TYPED_TEST(KernelsTest, AddPanelProductsHasTheBitsOfThePlainSumsAtEveryLevel) {
+  using Real = TypeParam;
+  const LevelGuard guard;
+  constexpr int rows = vorin::kernels::panelRows<Real>;
+  for (const int panels : {1, 2, 3, 5}) {
+    for (const int columns : {0, 1, 5, 128}) {
+      const int m = panels * rows;
+      Uniform uniform(static_cast<std::uint64_t>(panels * 1000 + columns));
+      std::vector<Real> A(area(m, columns));
+      std::vector<Real> B(A.size());
+      for (std::size_t i = 0; i < A.size(); ++i) {
+        A[i] = static_cast<Real>(static_cast<float>(uniform()));
+        B[i] = static_cast<Real>(static_cast<float>(uniform()));
+      }
+      const std::vector<Real> first = plainGram(m, columns, A);
+      const std::vector<Real> second = plainGram(m, columns, B);
+      for (const Level level : levels) {
+        vorin::kernels::useLevel(level);
+        AlignedVector<Real> tiles(area(panels * rows, rows), Real(0));
+        const auto& kernel = vorin::kernels::table<Real>();
+        kernel.addPanelProducts(panels, columns, pack(m, columns, A).data(), tiles.data());
+        kernel.addPanelProducts(panels, columns, pack(m, columns, B).data(), tiles.data());
+        for (int r = 0; r < m; ++r) {
+          for (int s = 0; s < rows; ++s) {
+            const std::size_t place = static_cast<std::size_t>(r) + area(m, s);
+            const Real expected = Real(0) + first[place] + second[place];
+            EXPECT_EQ(tiles[static_cast<std::size_t>((r / rows * rows + s) * rows + r % rows)],
+                      expected)
+                << panels << " panels, " << columns << " columns, " << r << ' ' << s;
+          }
+        }
+      }
+    }
+  }
+}
+
 TYPED_TEST(KernelsTest, CombineRowsHasTheBitsOfThePlainSumAtEveryLevel) {
   using Real = TypeParam;
   const LevelGuard guard;

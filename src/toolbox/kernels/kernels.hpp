@@ -137,6 +137,13 @@ struct Table {
   /// that is above 0; the bits from n on are 0. True where each magnitude is above `least`, which
   /// is not negative. A NaN is neither positive nor above `least`.
   bool (*subtractAndSign)(int n, const Real* b, Real least, Real* values, std::uint64_t* positive);
+
+  /// Adds to tile k, for k below `panels`, the product of panel k with panel 0 transposed: panels
+  /// as gram takes them, of elements that single precision can hold, and tiles of panelRows x
+  /// panelRows, column-major, one after the other. Plain form, for every r and s of tile k:
+  ///   sum = 0; for (i = 0 .. columns-1) sum += panel_k(r, i) * panel_0(s, i);  tile_k(r, s) +=
+  ///   sum;
+  void (*addPanelProducts)(int panels, int columns, const Real* packed, Real* tiles);
 };
 
 /// The kernels at the level in use.
