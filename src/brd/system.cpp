@@ -53,20 +53,6 @@ System<Real> System<Real>::converted(std::shared_ptr<const KernelForms<Real>> ke
   return system;
 }
 
-template <class Real>
-template <class Other>
-void System<Real>::takeData(const Other* d) {
-  if constexpr (std::is_same_v<Other, Real>) {
-    d_ = d;
-  } else {
-    std::transform(d, d + ownData_.size(), ownData_.begin(),
-                   [](Other value) { return static_cast<Real>(value); });
-  }
-  projectedData_.clear();
-  factored_ = false;
-  predictsOtherData_ = true;
-}
-
 // out = K' x, with the padding of the kernel's rows.
 template <class Real>
 void System<Real>::project(const Real* x, Real* out) const {
@@ -393,11 +379,7 @@ template Solution<double> residualAndSlope(System<double>&, bool, double*, doubl
 template class System<double>;
 template System<double> System<double>::converted(std::shared_ptr<const KernelForms<double>>,
                                                   const float*);
-template void System<double>::takeData(const double*);
-template void System<double>::takeData(const float*);
 template class System<float>;
-template void System<float>::takeData(const float*);
-template void System<float>::takeData(const double*);
 template System<float> System<float>::converted(std::shared_ptr<const KernelForms<float>>,
                                                 const double*);
 

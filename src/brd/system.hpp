@@ -5,6 +5,7 @@
 // w weight, H the diagonal 0/1 matrix of the columns with f > 0, G = K H K'.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -141,6 +142,20 @@ class System {
   std::vector<Real> newDual_;
   std::vector<Real> secondSolution_;
 };
+
+template <class Real>
+template <class Other>
+void System<Real>::takeData(const Other* d) {
+  if constexpr (std::is_same_v<Other, Real>) {
+    d_ = d;
+  } else {
+    std::transform(d, d + ownData_.size(), ownData_.begin(),
+                   [](Other value) { return static_cast<Real>(value); });
+  }
+  projectedData_.clear();
+  factored_ = false;
+  predictsOtherData_ = true;
+}
 
 /// rss and its derivative for the dual vector c (m, in and out) of a solve, with the system
 /// that is factored. c is formed anew where the m-by-m system is needed for the sign of the
