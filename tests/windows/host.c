@@ -483,7 +483,7 @@ static void textAndSums(void) {
 }
 
 /* Compares with the list of another machine: a number may be off by 1e-4 of the largest of its
- * name, which is some hundred roundings of single precision. */
+ * name, which is ten roundings of single precision. */
 static void compare(const char* list) {
   char name[48];
   int index, k = 0;
@@ -506,7 +506,7 @@ static void compare(const char* list) {
     }
     off = numbers[k].value == value ? 0.0 : fabs(numbers[k].value - value) / scale;
     same += off == 0.0;
-    if (!(off <= 1e-4)) {
+    if (!(off <= 1e-6)) {
       printf("%s[%d]: %.9g instead of %.9g\n", name, index, numbers[k].value, value);
       fail("a number is too far off", name);
     }
