@@ -19,6 +19,7 @@ Command addInvertCommand(CLI::App& program);
 Command addInvert2dCommand(CLI::App& program);
 Command addKeysCommand(CLI::App& program);
 Command addManualCommand(CLI::App& program);
+Command addMapCommand(CLI::App& program);
 Command addReadCommand(CLI::App& program);
 Command addShowCommand(CLI::App& program);
 Command addSimulateCommand(CLI::App& program);

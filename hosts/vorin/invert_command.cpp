@@ -3,7 +3,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -30,27 +29,6 @@ void addGroup(CLI::App& line, const std::string& heading, Options& options) {
   }
 }
 
-constexpr const char* outputGroup = "What is left";
-
-GivenOptions givenOptions(const CLI::App& line) {
-  constexpr std::array<std::string_view, 4> others{"--jobs", "--resume", "--keep-going",
-                                                   "--no-picture"};
-  GivenOptions given{queryText("VERS"), {}};
-  for (const CLI::Option* option : line.get_options()) {
-    const std::string name = option->get_name();
-    if (!option->nonpositional() || option->count() == 0 ||
-        std::find(others.begin(), others.end(), name) != others.end()) {
-      continue;
-    }
-    const std::string values = fmt::format("{}", fmt::join(option->results(), " "));
-    given.resultText += fmt::format("\n{} {}", name, values);
-    if (option->get_group() != outputGroup) {
-      given.ofInversion.emplace_back(name, values);
-    }
-  }
-  return given;
-}
-
 constexpr const char* exampleRows =
     "Examples:\n"
     "  vorin invert train.csv\n"
@@ -75,6 +53,23 @@ constexpr const char* exampleRows =
 
 }  // namespace
 
+GivenOptions givenOptions(const CLI::App& line, const std::vector<std::string_view>& others) {
+  GivenOptions given{queryText("VERS"), {}};
+  for (const CLI::Option* option : line.get_options()) {
+    const std::string name = option->get_name();
+    if (!option->nonpositional() || option->count() == 0 ||
+        std::find(others.begin(), others.end(), name) != others.end()) {
+      continue;
+    }
+    const std::string values = fmt::format("{}", fmt::join(option->results(), " "));
+    given.resultText += fmt::format("\n{} {}", name, values);
+    if (option->get_group() != outputGroup) {
+      given.ofInversion.emplace_back(name, values);
+    }
+  }
+  return given;
+}
+
 Command addInvertCommand(CLI::App& program) {
   CLI::App* line =
       program.add_subcommand("invert", "Invert decays: two columns, time in seconds and amplitude");
@@ -84,7 +79,10 @@ Command addInvertCommand(CLI::App& program) {
   addGroup(*line, "What is reported", options->measures);
   addGroup(*line, outputGroup, options->output);
   line->footer(exampleRows);
-  return {line, [options, line] { return runInvert(*options, givenOptions(*line)); }};
+  return {line, [options, line] {
+            return runInvert(*options, givenOptions(*line, {"--jobs", "--resume", "--keep-going",
+                                                            "--no-picture"}));
+          }};
 }
 
 }  // namespace vorin::toolkit

@@ -21,28 +21,6 @@ namespace vorin::toolkit {
 
 namespace {
 
-KernelChoice kernelChoice(const InputOptions& options) {
-  std::error_code error;
-  for (Kernel kernel : namedKernels()) {
-    if (equalIgnoringCase(kernelName(kernel), options.kernel)) {
-      return {kernel, {}, {}};
-    }
-  }
-  if (!std::filesystem::exists(options.kernel, error)) {
-    throw UserError(fmt::format(
-        "--kernel {}: there is no such kernel or file; write {}, or the name of a file with a "
-        "matrix",
-        inQuotes(options.kernel), listOf(namedKernels())));
-  }
-  if (options.grid.empty()) {
-    throw UserError(fmt::format(
-        "--kernel {}: a matrix needs the grid values of its columns; give them by --grid "
-        "FROM:TO:N or --grid FILE",
-        options.kernel));
-  }
-  return {Kernel::matrix, options.kernel, readMatrix(options.kernel)};
-}
-
 /// A name for the files about one decay of `file`, which may hold several.
 std::string nameOfDecay(const std::string& file, const std::string& column) {
   if (column.empty()) {
@@ -90,6 +68,28 @@ Input unreadInput(const std::string& file, Kernel kernel, const std::string& tro
 
 }  // namespace
 
+KernelChoice kernelChoice(const std::string& kernelText, const std::string& grid) {
+  std::error_code error;
+  for (Kernel kernel : namedKernels()) {
+    if (equalIgnoringCase(kernelName(kernel), kernelText)) {
+      return {kernel, {}, {}};
+    }
+  }
+  if (!std::filesystem::exists(kernelText, error)) {
+    throw UserError(fmt::format(
+        "--kernel {}: there is no such kernel or file; write {}, or the name of a file with a "
+        "matrix",
+        inQuotes(kernelText), listOf(namedKernels())));
+  }
+  if (grid.empty()) {
+    throw UserError(fmt::format(
+        "--kernel {}: a matrix needs the grid values of its columns; give them by --grid "
+        "FROM:TO:N or --grid FILE",
+        kernelText));
+  }
+  return {Kernel::matrix, kernelText, readMatrix(kernelText)};
+}
+
 void addReadingOptions(CLI::App& line, DecayFormatText& format) {
   addOption(line, "--columns", format.columns, "X,Y[,IM]",
             "The columns of time, amplitude and, for complex data, the imaginary\n"
@@ -129,7 +129,7 @@ void InputOptions::addTo(CLI::App& line) {
 }
 
 std::vector<Input> readInputs(const InputOptions& options, bool keepGoing) {
-  const KernelChoice kernel = kernelChoice(options);
+  const KernelChoice kernel = kernelChoice(options.kernel, options.grid);
   const DecayFormat format = readDecayFormat(options.format, abscissaQuantity(kernel.kernel), "--");
   std::vector<double> grid;
   if (!options.grid.empty()) {

@@ -17,6 +17,7 @@
 #include "picture_options.hpp"
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/lcurve.hpp"
+#include "toolkit/inverting/preparation.hpp"
 #include "toolkit/measures/bootstrap.hpp"
 #include "toolkit/measures/calibration.hpp"
 #include "toolkit/measures/report_measures.hpp"
@@ -34,6 +35,10 @@ namespace vorin::toolkit {
 
 /// Adds the options that say how the file of a decay is read.
 void addReadingOptions(CLI::App& line, DecayFormatText& format);
+
+/// The kernel that `kernel` names, or the matrix in that file, which needs `grid`. Throws UserError
+/// for what is neither.
+KernelChoice kernelChoice(const std::string& kernel, const std::string& grid);
 
 /// What is read, as the user wrote it.
 struct InputOptions {
@@ -235,6 +240,12 @@ struct GivenOptions {
   std::string resultText;  ///< all that change files, and the version: the same for equal files
   std::vector<std::pair<std::string, std::string>> ofInversion;  ///< without what is written where
 };
+
+/// Those of `line` but for `others`, which change no result.
+GivenOptions givenOptions(const CLI::App& line, const std::vector<std::string_view>& others);
+
+/// The group of the options that say what is written where.
+inline constexpr const char* outputGroup = "What is left";
 
 /// Does what the options say.
 ExitStatus runInvert(const InvertOptions& options, const GivenOptions& given);

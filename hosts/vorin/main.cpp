@@ -41,6 +41,9 @@ int run(int argc, char** argv) {
   });
   const std::vector<Command> commands{
       vorin::toolkit::addInvertCommand(program),    vorin::toolkit::addInvert2dCommand(program),
+#ifdef VORIN_MAP_FILES
+      vorin::toolkit::addMapCommand(program),
+#endif
       vorin::toolkit::addReadCommand(program),      vorin::toolkit::addShowCommand(program),
       vorin::toolkit::addSimulateCommand(program),  vorin::toolkit::addSimulate2dCommand(program),
       vorin::toolkit::addKeysCommand(program),      vorin::toolkit::addManualCommand(program),

@@ -118,12 +118,8 @@ void OutputFiles::removeLeftovers() const {
   }
 }
 
-void OutputFiles::write(const fs::path& target, std::string_view content) {
+fs::path OutputFiles::stage(const fs::path& target) {
   std::error_code error;
-  if (fs::exists(target, error) && !fs::is_regular_file(target, error)) {
-    writeAll(target, target, content);  // a device or a pipe must not be replaced
-    return;
-  }
   fs::create_directories(target.parent_path(), error);
   if (error) {
     throw cannotWrite(target, error.message());
@@ -131,7 +127,16 @@ void OutputFiles::write(const fs::path& target, std::string_view content) {
   const fs::path temporary =
       target.parent_path() / fmt::format(".{}.{}.part", target.filename().string(), processId());
   staged_.push_back({temporary, target});
-  writeAll(temporary, target, content);
+  return temporary;
+}
+
+void OutputFiles::write(const fs::path& target, std::string_view content) {
+  std::error_code error;
+  if (fs::exists(target, error) && !fs::is_regular_file(target, error)) {
+    writeAll(target, target, content);  // a device or a pipe must not be replaced
+    return;
+  }
+  writeAll(stage(target), target, content);
 }
 
 void OutputFiles::commit() {

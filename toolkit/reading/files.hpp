@@ -33,6 +33,11 @@ class OutputFiles {
   /// files for them of processes that are no more.
   void removeLeftovers() const;
 
+  /// A temporary file for `target`, which announce() returned and which is no device, for callers
+  /// that write it part by part; commit() puts it in place. Makes its folder. Throws UserError where
+  /// that can't be.
+  std::filesystem::path stage(const std::filesystem::path& target);
+
   /// Keeps `content` for `target`, which announce() returned. Throws UserError when it
   /// can't be written.
   void write(const std::filesystem::path& target, std::string_view content);

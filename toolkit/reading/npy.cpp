@@ -22,13 +22,7 @@ namespace {
 
 constexpr std::string_view magic = "\x93NUMPY";
 constexpr std::size_t mostNumbers = 100'000'000;
-
-/// How the numbers are stored: "<f8" and so on.
-struct ElementType {
-  char kind = 'f';  ///< f, c, i, u or b
-  std::size_t size = 8;
-  bool swapped = false;  ///< of the other byte order than this machine's
-};
+constexpr long long mostExtent = 1LL << 50U;
 
 [[noreturn]] void fail(const std::string& name, std::string_view why) {
   throw UserError(fmt::format("{}: {}", name, why));
@@ -46,7 +40,7 @@ std::string_view valueOf(std::string_view header, std::string_view key) {
   return trimmed(rest.substr(0, rest.find(closing)));
 }
 
-ElementType elementType(std::string_view header, const std::string& name) {
+void readType(std::string_view header, const std::string& name, NpyHeader& type) {
   std::string_view text = valueOf(header, "'descr'");
   if (text.size() >= 2 && (text.front() == '\'' || text.front() == '"')) {
     text = text.substr(1, text.size() - 2);
@@ -57,12 +51,10 @@ ElementType elementType(std::string_view header, const std::string& name) {
     fail(name, fmt::format("the array holds {}; numbers are needed, such as float64 or complex128",
                            text.empty() ? "no numbers" : inOneLine(text.substr(0, 40))));
   }
-  ElementType type;
   type.kind = text[1];
   type.size = static_cast<std::size_t>(*parseInteger(std::string(text.substr(2))));
   constexpr bool littleHere = std::endian::native == std::endian::little;
   type.swapped = (text[0] == '>' && littleHere) || (text[0] == '<' && !littleHere);
-  return type;
 }
 
 std::vector<std::size_t> shapeOf(std::string_view header, const std::string& name) {
@@ -72,15 +64,11 @@ std::vector<std::size_t> shapeOf(std::string_view header, const std::string& nam
   while (!trimmed(text).empty()) {
     const std::size_t comma = text.find(',');
     const auto length = parseInteger(std::string(trimmed(text.substr(0, comma))));
-    if (!length || *length < 0 || *length > static_cast<long long>(mostNumbers)) {
+    if (!length || *length < 0 || *length > mostExtent) {
       fail(name, "the header of the array tells no shape");
     }
     shape.push_back(static_cast<std::size_t>(*length));
     text = comma == std::string_view::npos ? std::string_view() : text.substr(comma + 1);
-  }
-  if (shape.empty() || shape.size() > 2) {
-    fail(name,
-         fmt::format("the array has {} dimensions; a row or a matrix is needed", shape.size()));
   }
   return shape;
 }
@@ -152,16 +140,29 @@ NumberArray readNpy(const std::filesystem::path& path) {
   return npyArray(content, path.string());
 }
 
+NpyHeader npyHeader(std::string_view content, const std::string& name) {
+  const std::string_view header = headerOf(content, name);
+  NpyHeader result;
+  readType(header, name, result);
+  result.shape = shapeOf(header, name);
+  result.byColumns = valueOf(header, "'fortran_order'") == "True";
+  result.length = static_cast<std::size_t>(header.data() - content.data()) + header.size();
+  return result;
+}
+
 NumberArray npyArray(std::string_view content, const std::string& name) {
   NumberArray array;
   array.name = name;
-  const std::string_view header = headerOf(content, array.name);
-  const ElementType type = elementType(header, array.name);
-  array.shape = shapeOf(header, array.name);
-  const bool byColumns = valueOf(header, "'fortran_order'") == "True";
+  const NpyHeader type = npyHeader(content, name);
+  array.shape = type.shape;
+  if (array.shape.empty() || array.shape.size() > 2) {
+    fail(name, fmt::format("the array has {} dimensions; a row or a matrix is needed",
+                           array.shape.size()));
+  }
+  const bool byColumns = type.byColumns;
   const std::size_t rows = array.shape.front();
   const std::size_t columns = array.shape.size() == 2 ? array.shape.back() : 1;
-  const std::size_t start = content.find(header) + header.size();
+  const std::size_t start = type.length;
   if (columns > 0 && rows > mostNumbers / columns) {
     fail(array.name, "the array is too large");
   }

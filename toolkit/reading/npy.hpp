@@ -17,6 +17,20 @@ struct NumberArray {
   std::vector<double> imaginary;  ///< as many numbers; empty for an array of real ones
 };
 
+/// What the header of a file says of its array.
+struct NpyHeader {
+  char kind = 'f';         ///< f, c, i, u or b
+  std::size_t size = 8;    ///< bytes of a number
+  bool swapped = false;    ///< of the other byte order than this machine's
+  bool byColumns = false;  ///< the first axis is the fastest
+  std::vector<std::size_t> shape;
+  std::size_t length = 0;  ///< bytes in front of the numbers
+};
+
+/// The header at the start of `content`, of an array of one dimension or more. Throws UserError,
+/// which begins with `name`, for one that is cut and for arrays of anything but numbers.
+NpyHeader npyHeader(std::string_view content, const std::string& name);
+
 /// True when the file at `path` begins as such files do.
 bool isNpy(const std::filesystem::path& path);
 

@@ -5,6 +5,7 @@
 #include <link.h>
 #include <spawn.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
+#include <vector>
 
 #include "toolkit/reading/containers/stream.hpp"
 
@@ -103,8 +106,7 @@ int fileInMemory(std::string_view content) {
 }
 
 /// Starts `path` with the two descriptors; 0 where that fails.
-pid_t start(const fs::path& path, const std::string& kind, const std::string& wanted, int input,
-            int output) {
+pid_t start(const fs::path& path, std::vector<std::string> words, int input, int output) {
   posix_spawn_file_actions_t actions{};
   posix_spawnattr_t attributes{};
   posix_spawn_file_actions_init(&actions);
@@ -123,9 +125,11 @@ pid_t start(const fs::path& path, const std::string& kind, const std::string& wa
   posix_spawnattr_setsigdefault(&attributes, &pipe);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   std::string name = path.string();
-  std::string kindText = kind;
-  std::string wantedText = wanted;
-  std::array<char*, 4> arguments{name.data(), kindText.data(), wantedText.data(), nullptr};
+  std::vector<char*> arguments{name.data()};
+  for (std::string& word : words) {
+    arguments.push_back(word.data());
+  }
+  arguments.push_back(nullptr);
   pid_t child = 0;
   if (posix_spawn(&child, name.c_str(), &actions, &attributes, arguments.data(), environ) != 0) {
     child = 0;
@@ -171,7 +175,7 @@ HelperAnswer askHelper(std::string_view content, const std::string& kind,
   }
   Descriptor from(ends[0]);
   Descriptor to(ends[1]);
-  const pid_t child = start(path, kind, wanted, *input, *to);
+  const pid_t child = start(path, {kind, wanted}, *input, *to);
   if (child == 0) {
     return answer;
   }
@@ -184,6 +188,73 @@ HelperAnswer askHelper(std::string_view content, const std::string& kind,
   // The program begins its answer before it opens the file; the loader ends with 127 without one.
   answer.loaded = !answer.output.empty();
   return answer;
+}
+
+HelperProcess::HelperProcess(std::vector<std::string> arguments, int input) {
+  const fs::path path = helperPath();
+  found_ = !path.empty();
+  std::array<int, 2> answer{-1, -1};
+  std::array<int, 2> question{-1, -1};
+  // A socket in place of a pipe, which send() can write to without a signal.
+  if (!found_ || pipe2(answer.data(), O_CLOEXEC) != 0) {
+    return;
+  }
+  Descriptor to(answer[1]);
+  output_ = answer[0];
+  if (input < 0 && socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, question.data()) != 0) {
+    return;
+  }
+  const Descriptor from(question[1]);
+  input_ = question[0];
+  child_ = start(path, std::move(arguments), input < 0 ? *from : input, *to);
+}
+
+HelperProcess::~HelperProcess() {
+  if (child_ > 0) {
+    ::kill(child_, SIGKILL);
+    int status = 0;
+    while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {
+    }
+  }
+  for (const int number : {input_, output_}) {
+    if (number >= 0) {
+      ::close(number);
+    }
+  }
+}
+
+bool HelperProcess::send(const char* bytes, std::size_t count) {
+  while (count > 0) {
+    const ssize_t sent = ::send(input_, bytes, count, MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR) {
+      continue;
+    }
+    if (sent <= 0) {
+      return false;
+    }
+    bytes += sent;
+    count -= static_cast<std::size_t>(sent);
+  }
+  return true;
+}
+
+void HelperProcess::endInput() {
+  ::shutdown(input_, SHUT_WR);
+}
+
+std::size_t HelperProcess::receive(char* bytes, std::size_t count) {
+  std::size_t done = 0;
+  while (done < count) {
+    const ssize_t got = ::read(output_, bytes + done, count - done);
+    if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got <= 0) {
+      break;
+    }
+    done += static_cast<std::size_t>(got);
+  }
+  return done;
 }
 
 }  // namespace vorin::toolkit

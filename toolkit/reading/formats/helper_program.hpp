@@ -1,8 +1,10 @@
 // Runs vorin-containers, the program that reads HDF5 and MATLAB files (toolkit/reading/containers).
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorin::toolkit {
 
@@ -20,5 +22,33 @@ struct HelperAnswer {
 /// VORIN_CONTAINERS in the environment names.
 HelperAnswer askHelper(std::string_view content, const std::string& kind,
                        const std::string& wanted);
+
+/// The program while it works: bytes to its standard input and from its standard output.
+class HelperProcess {
+ public:
+  /// Starts the program with `arguments`. Its standard input is the open file `input`, or what
+  /// send() gives it where that is below 0. found() and running() tell how it went.
+  HelperProcess(std::vector<std::string> arguments, int input);
+  HelperProcess(const HelperProcess&) = delete;
+  HelperProcess& operator=(const HelperProcess&) = delete;
+  /// Ends the program where it still runs.
+  ~HelperProcess();
+
+  bool found() const { return found_; }
+  bool running() const { return child_ > 0; }
+
+  /// False where the program takes no more.
+  bool send(const char* bytes, std::size_t count);
+  /// No more will be sent.
+  void endInput();
+  /// The next bytes, fewer than `count` at the end of its output only.
+  std::size_t receive(char* bytes, std::size_t count);
+
+ private:
+  bool found_ = false;
+  int child_ = 0;
+  int input_ = -1;
+  int output_ = -1;
+};
 
 }  // namespace vorin::toolkit
