@@ -456,8 +456,8 @@ vorin_map_create(const vorin_settings* settings, const double* times, int64_t sa
 VORIN_TOOLKIT_API void VORIN_TOOLKIT_CALL vorin_map_free(vorin_map* map) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Describes what a map takes and gives. Numbers of the result: "samples" (of a voxel), "points"
- * (of the grid), "ranges" (of "share"; 0 without cutoffs), "keeps_distribution". Arrays: "grid",
- * "range_edges" (0, the cutoffs, infinity; empty without cutoffs). Lists of texts: "status_words"
+ * (of the grid), "ranges" (of "share"; 0 without cutoffs), "keeps_flip" (1 for the kernel
+ * "t2-epg"), "keeps_distribution". Arrays: "grid", "range_edges" (0, the cutoffs, infinity; empty without cutoffs). Lists of texts: "status_words"
  * and "status_meanings", by status from 0.
  *
  *   map      in   the handle
@@ -471,7 +471,7 @@ vorin_map_describe(const vorin_map* map, vorin_result** result, char* message,
 
 /* Inverts a block of voxels. Arrays of the result, an element for each voxel: "total",
  * "log_mean", "weight", "noise", "signal_to_noise", "standard_error" (as of vorin_invert) and
- * "status" (of this section); "share", voxels x ranges: the part of the total in each range; and,
+ * "status" (of this section); for the kernel "t2-epg" "flip" (degrees); "share", voxels x ranges: the part of the total in each range; and,
  * with the setting "distribution", "distribution", voxels x points. Both are row-major. The
  * result does not depend on how voxels are divided into blocks, nor on the count of threads.
  *
@@ -482,6 +482,9 @@ vorin_map_describe(const vorin_map* map, vorin_result** result, char* message,
  *   mask      in   voxels numbers, 0 for what is not inverted; null for none
  *   noise     in   voxels standard deviations of the noise in the unit of the data, above 0;
  *                  not-a-number leaves a voxel to the settings; null for none
+ *   flip      in   with the setting "flip" at "estimate": voxels refocusing angles in degrees,
+ *                  above 0 and below 360, taken to the nearest degree; of not-a-number the angle
+ *                  is estimated; null for none
  *   progress  in   called with the voxels done and their total; null for none
  *   user      in   passed to progress
  *   result    out  address of a handle; free it by vorin_result_free
@@ -491,8 +494,9 @@ vorin_map_describe(const vorin_map* map, vorin_result** result, char* message,
  *            VORIN_TOOLKIT_NO_MEMORY */
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
 vorin_map_invert(const vorin_map* map, const void* samples, int32_t bytes, int64_t voxels,
-                 const uint8_t* mask, const double* noise, vorin_progress progress, void* user,
-                 vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+                 const uint8_t* mask, const double* noise, const double* flip,
+                 vorin_progress progress, void* user, vorin_result** result, char* message,
+                 int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Adds those voxels of a block that would be inverted (inside the mask, finite, not all 0, not
  * below the threshold) to the sums of a mean decay, one after the other.

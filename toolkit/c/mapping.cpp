@@ -126,6 +126,7 @@ std::unique_ptr<vorin_result> resultOf(VoxelMaps maps) {
   result->add("signal_to_noise", std::move(maps.signalToNoise));
   result->add("standard_error", std::move(maps.standardError));
   result->add("status", std::move(status));
+  result->add("flip", std::move(maps.flip));
   result->add("share", std::move(maps.share));
   result->add("distribution", std::move(maps.distribution));
   return result;
@@ -137,6 +138,7 @@ std::unique_ptr<vorin_result> descriptionOf(const vorin_map& map) {
   result->add("samples", static_cast<double>(inverter.samples()));
   result->add("points", static_cast<double>(inverter.grid().size()));
   result->add("ranges", static_cast<double>(inverter.ranges()));
+  result->add("keeps_flip", inverter.keepsFlip() ? 1.0 : 0.0);
   result->add("keeps_distribution", map.keepsDistribution ? 1.0 : 0.0);
   result->add("grid", inverter.grid());
   result->add("range_edges", inverter.rangeEdges());
@@ -181,14 +183,17 @@ int32_t vorin_map_describe(const vorin_map* map, vorin_result** result, char* me
 }
 
 int32_t vorin_map_invert(const vorin_map* map, const void* samples, int32_t bytes, int64_t voxels,
-                         const uint8_t* mask, const double* noise, vorin_progress progress,
-                         void* user, vorin_result** result, char* message,
+                         const uint8_t* mask, const double* noise, const double* flip,
+                         vorin_progress progress, void* user, vorin_result** result, char* message,
                          int64_t message_size) noexcept {
   return c::making(result, message, message_size, [&] {
     c::requireAddress(map, "map");
     vorin::toolkit::VoxelBlock block = c::blockOf(*map->inverter, samples, bytes, voxels, mask);
     if (noise != nullptr) {
       block.noise = {noise, block.voxels};
+    }
+    if (flip != nullptr) {
+      block.flip = {flip, block.voxels};
     }
     vorin::toolkit::VoxelProgress told;
     if (progress != nullptr) {

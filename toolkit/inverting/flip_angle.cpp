@@ -1,5 +1,7 @@
 #include "toolkit/inverting/flip_angle.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "toolkit/inverting/repeated_fit.hpp"
@@ -36,8 +38,14 @@ std::shared_ptr<const std::vector<float>> FlipAngles::matrix(std::size_t index) 
   return at(index).matrix;
 }
 
+std::size_t FlipAngles::nearest(double degrees) {
+  const double folded = degrees > 180.0 ? 360.0 - degrees : degrees;
+  return static_cast<std::size_t>(std::lround(std::clamp(folded, 1.0, 180.0))) - 1;
+}
+
 std::size_t FlipAngles::closest(const std::vector<double>& amplitude) const {
   constexpr std::size_t coarse = 10;
+  constexpr std::size_t first = 89;  // 90 degrees
   RepeatedFit fit(grid_.size());
   std::vector<double> Ktd;
   constexpr double unknown = -1.0;
@@ -53,8 +61,7 @@ std::size_t FlipAngles::closest(const std::vector<double>& amplitude) const {
   };
   // From 180 degrees down, so that of equals the angle nearest to it is taken.
   std::size_t best = count - 1;
-  for (std::size_t k = 1; k * coarse < count; ++k) {
-    const std::size_t index = count - 1 - k * coarse;
+  for (std::size_t index = count - 1 - coarse; index >= first; index -= coarse) {
     if (explainedAt(index) > explainedAt(best)) {
       best = index;
     }
@@ -63,8 +70,7 @@ std::size_t FlipAngles::closest(const std::vector<double>& amplitude) const {
     for (bool better = true; better;) {
       better = false;
       for (const std::size_t other : {best + width, best - width}) {
-        // Below the first angle the number wraps to a very large one.
-        if (other < count && explainedAt(other) > explainedAt(best)) {
+        if (other >= first && other < count && explainedAt(other) > explainedAt(best)) {
           best = other;
           better = true;
         }

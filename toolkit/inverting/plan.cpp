@@ -92,7 +92,7 @@ struct InversionPlan::Worker::State {
     if (!plan->angles_) {
       return *problem;
     }
-    const std::size_t index = plan->settings_.flipAngles->closest(amplitude);
+    const std::size_t index = flip ? *flip : plan->settings_.flipAngles->closest(amplitude);
     settings.train.flip = FlipAngles::angle(index);
     std::optional<Problem>& own = ofAngle[index];
     if (!own) {
@@ -116,11 +116,26 @@ struct InversionPlan::Worker::State {
   Decay decay;                     ///< the present one
   std::optional<Problem> problem;  ///< of the present one; none where nothing is shared
   std::vector<std::optional<Problem>> ofAngle;  ///< where the angle is estimated
+  std::optional<std::size_t> flip;  ///< number of the angle that is given in place of an estimate
   Instance instance;
 };
 
 InversionPlan::Worker::Worker(const InversionPlan& plan) : state_(std::make_unique<State>(plan)) {}
 InversionPlan::Worker::~Worker() = default;
+
+void InversionPlan::Worker::setFlip(std::optional<double> degrees) {
+  const InversionSettings& ofPlan = state_->plan->settings_;
+  InversionSettings& settings = state_->settings;
+  state_->flip.reset();
+  settings.estimatesFlip = ofPlan.estimatesFlip;
+  settings.matrix = ofPlan.matrix;
+  if (degrees && ofPlan.estimatesFlip) {
+    state_->flip = FlipAngles::nearest(*degrees);
+    settings.estimatesFlip = false;
+    settings.train.flip = FlipAngles::angle(*state_->flip);
+    settings.matrix = ofPlan.flipAngles->matrix(*state_->flip);
+  }
+}
 
 PlannedInversion InversionPlan::Worker::invert(const std::vector<double>& amplitude,
                                                std::optional<double> noise) {

@@ -66,6 +66,10 @@ class InversionPlan::Worker {
   /// last bit; no log is written. `noise`, if there is one, takes the place of that of the
   /// settings, in the unit of the data. What invert() throws is told as a failure where it depends
   /// on the amplitudes.
+  /// Where the plan estimates refocusing angles: the next decays have this one, above 0 and below
+  /// 360 degrees, to the nearest degree; without a value theirs are estimated again.
+  void setFlip(std::optional<double> degrees);
+
   PlannedInversion invert(const std::vector<double>& amplitude,
                           std::optional<double> noise = std::nullopt);
 

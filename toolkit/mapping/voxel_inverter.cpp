@@ -77,7 +77,7 @@ VoxelStatus statusOf(DecayFailure failure) {
   return VoxelStatus::ok;
 }
 
-VoxelMaps emptyMaps(std::size_t voxels, std::size_t ranges, std::size_t points) {
+VoxelMaps emptyMaps(std::size_t voxels, std::size_t ranges, std::size_t points, bool flip) {
   const std::vector<double> unknowns(voxels, unknown);
   VoxelMaps maps;
   maps.voxels = voxels;
@@ -85,6 +85,7 @@ VoxelMaps emptyMaps(std::size_t voxels, std::size_t ranges, std::size_t points) 
                                          &maps.signalToNoise, &maps.standardError}) {
     *map = unknowns;
   }
+  maps.flip.assign(flip ? voxels : 0, unknown);
   maps.share.assign(voxels * ranges, unknown);
   maps.distribution.assign(voxels * points, unknown);
   maps.status.resize(voxels);
@@ -164,6 +165,10 @@ void VoxelInverter::State::invertVoxel(const VoxelInverter& inverter, Lane& lane
   if (!block.noise.empty() && !std::isnan(block.noise[voxel])) {
     noise = block.noise[voxel] * factor;
   }
+  if (plan.settings().estimatesFlip) {
+    const double flip = block.flip.empty() ? unknown : block.flip[voxel];
+    lane.worker.setFlip(std::isnan(flip) ? std::nullopt : std::optional(flip));
+  }
   lane.worker.invertWithoutFit(lane.amplitude, noise, lane.planned);
   const PlannedInversion& planned = lane.planned;
   status = planned.failure == DecayFailure::none ? toolkit::statusOf(planned.inversion)
@@ -184,6 +189,9 @@ void VoxelInverter::State::write(const Inversion& inversion, double largest, std
     maps.signalToNoise[voxel] = largest / inversion.noise;
   }
   maps.standardError[voxel] = inversion.reachedError;
+  if (inversion.flip) {
+    maps.flip[voxel] = *inversion.flip;
+  }
   if (!own.cutoffs.empty()) {
     const std::vector<Part> parts = partsBetween(distribution, own.cutoffs);
     for (std::size_t p = 0; p < parts.size(); ++p) {
@@ -278,6 +286,10 @@ std::size_t VoxelInverter::ranges() const {
   return state_->edges.empty() ? 0 : state_->edges.size() - 1;
 }
 
+bool VoxelInverter::keepsFlip() const {
+  return state_->plan.settings().kernel == Kernel::t2Epg;
+}
+
 void VoxelInverter::requireShape(const VoxelBlock& block) const {
   const std::size_t found =
       std::visit([](const auto& samples) { return samples.size(); }, block.samples);
@@ -296,6 +308,24 @@ void VoxelInverter::requireShape(const VoxelBlock& block) const {
         fmt::format("the noise has {} elements and the block {} voxels; one for each "
                     "is required",
                     block.noise.size(), block.voxels));
+  }
+  if (!block.flip.empty() && !state_->plan.settings().estimatesFlip) {
+    throw UserError(
+        "a refocusing angle for each voxel takes the place of an estimate; write --flip estimate "
+        "and --kernel t2-epg");
+  }
+  if (!block.flip.empty() && block.flip.size() != block.voxels) {
+    throw UserError(
+        fmt::format("the map of refocusing angles has {} elements and the block {} voxels; one for "
+                    "each is required",
+                    block.flip.size(), block.voxels));
+  }
+  for (std::size_t voxel = 0; voxel < block.flip.size(); ++voxel) {
+    const double flip = block.flip[voxel];
+    if (!(flip > 0.0 && flip < 360.0) && !std::isnan(flip)) {
+      throw UserError(fmt::format(
+          "flip[{}] is {:g}; angles above 0 and below 360 degrees are required", voxel, flip));
+    }
   }
   for (std::size_t voxel = 0; voxel < block.noise.size(); ++voxel) {
     const double noise = block.noise[voxel];
@@ -338,7 +368,8 @@ VoxelStatus VoxelInverter::look(const VoxelBlock& block, std::size_t voxel,
 VoxelMaps VoxelInverter::invert(const VoxelBlock& block, const VoxelProgress& progress) const {
   requireShape(block);
   State& state = *state_;
-  VoxelMaps maps = emptyMaps(block.voxels, ranges(), state.own.distribution ? grid().size() : 0);
+  VoxelMaps maps =
+      emptyMaps(block.voxels, ranges(), state.own.distribution ? grid().size() : 0, keepsFlip());
   Chunks chunks(block.voxels, progress);
   const auto work = [&] {
     chunks.run([&] {

@@ -44,6 +44,7 @@ class VoxelInverter {
   /// none without.
   const std::vector<double>& rangeEdges() const;
   std::size_t ranges() const;
+  bool keepsFlip() const;  ///< the maps have refocusing angles
 
   /// Inverts every voxel of `block`. Each number is that of invert() on the voxel's decay, to the
   /// last bit, whatever the block and the count of threads. Any number of threads may call at
@@ -56,7 +57,7 @@ class VoxelInverter {
   VoxelStatus look(const VoxelBlock& block, std::size_t voxel, std::vector<double>& samples) const;
 
   /// Throws UserError unless the arrays of `block` have the sizes that its count of voxels asks
-  /// for and each noise is above 0 or not a number.
+  /// for, each noise is above 0 or not a number, and each angle is one or not a number.
   void requireShape(const VoxelBlock& block) const;
 
  private:

@@ -20,6 +20,10 @@ struct VoxelBlock {
   /// Standard deviation of the noise of each voxel in the unit of the data, above 0; one that is
   /// not a number leaves it to the settings. Empty: all are left to the settings.
   std::span<const double> noise{};
+  /// Refocusing angle of each voxel in degrees, above 0 and below 360, to the nearest degree, for
+  /// Kernel::t2Epg whose settings estimate it; one that is not a number is estimated. Empty: all
+  /// are.
+  std::span<const double> flip{};
 };
 
 /// What is known of each voxel, in the order of the block. Where the status is not ok all numbers
@@ -33,6 +37,7 @@ struct VoxelMaps {
   std::vector<double> signalToNoise;  ///< largest magnitude over the noise
   std::vector<double> standardError;  ///< of the fit to the pruned points, unit of the data
   std::vector<double> share;          ///< voxels x ranges: the part of the total in each, 0 to 1
+  std::vector<double> flip;           ///< of Kernel::t2Epg, in degrees; otherwise empty
   std::vector<double> distribution;   ///< voxels x grid; empty unless it is asked for
   std::vector<VoxelStatus> status;
 };

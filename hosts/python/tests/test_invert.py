@@ -305,7 +305,7 @@ def test_a_result_as_plain_numbers(decay):
         "kernel", "status", "status_text", "success", "samples", "weight", "weight_origin",
         "noise", "noise_origin", "signal_to_noise", "wanted_standard_error", "standard_error",
         "fit_error", "iterations", "passes", "noise_spread", "support", "left_out", "offset",
-        "efficiency", "finding", "finding_text", "notes", "amplitude_unit", "total", "log_mean",
+        "efficiency", "flip", "finding", "finding_text", "notes", "amplitude_unit", "total", "log_mean",
         "mean", "percentiles", "cutoffs", "peaks", "grid", "distribution", "cumulative",
         "bootstrap"}
     assert values["wanted_standard_error"] is None and values["weight_origin"] == "given"

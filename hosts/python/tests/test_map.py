@@ -255,3 +255,38 @@ def test_empty_and_single_data(image):
     assert vorin.invert_map(T, image[:0], **CLASSIC).shape == (0, 6)
     single = vorin.invert_map(T, image[0, 0], **CLASSIC)
     assert single.shape == () and single.total == vorin.invert(T, image[0, 0], **CLASSIC).total
+
+
+def test_echoes_of_incomplete_pulses():
+    echoes = 0.01 * np.arange(1, 33)
+    decays = [vorin.simulate(echoes, [(0.02, 0.08, 20.0), (0.08, 0.08, 80.0)], noise=0.3,
+                             seed=k, kernel="t2-epg", flip=flip).y
+              for k, flip in enumerate((120.0, 150.0, 175.0))]
+    rows = np.array([*decays, decays[0]])
+    angles = np.array([np.nan, np.nan, np.nan, 123.0])
+    train = {**CLASSIC, "kernel": "t2-epg", "noise": 0.3, "grid": (0.008, 1.0, 40)}
+    maps = vorin.invert_map(echoes, rows, flip=angles, **train)
+    for k in range(3):
+        single = vorin.invert(echoes, rows[k], flip="estimate", **train)
+        assert maps.flip[k] == single.flip and maps.log_mean[k] == single.log_mean
+    assert abs(maps.flip[0] - 120.0) < 6.0 and abs(maps.flip[1] - 150.0) < 6.0
+    given = vorin.invert(echoes, rows[3], flip=123.0, **train)
+    assert maps.flip[3] == 123.0 and maps.total[3] == given.total
+    assert vorin.invert_map(T, np.ones((1, T.size)), **CLASSIC).flip is None
+    with pytest.raises(vorin.InputValueError, match="flip\\[0\\] is -1"):
+        vorin.invert_map(echoes, rows[:1], flip=np.array([-1.0]), **train)
+    with pytest.raises(vorin.InputValueError, match="they are those of kernel t2-epg"):
+        vorin.invert_map(T, np.ones((1, T.size)), flip=np.array([120.0]), **CLASSIC)
+
+
+def test_magnitudes():
+    clean = vorin.simulate(T, [(0.03, 0.1, 100.0)], noise=0.0).y
+    random = np.random.default_rng(3)
+    rows = np.hypot(clean + 4.0 * random.standard_normal((3, T.size)),
+                    4.0 * random.standard_normal((3, T.size)))
+    rows[2, 5] = -1.0
+    options = {**CLASSIC, "noise": 4.0, "rician": True}
+    maps = vorin.invert_map(T, rows, **options)
+    assert maps.counts == {"ok": 2, "negative": 1}
+    for k in range(2):
+        assert maps.total[k] == vorin.invert(T, rows[k], **options).total

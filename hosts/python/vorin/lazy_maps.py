@@ -11,7 +11,7 @@ import numpy as np
 
 from .arrays import FloatArray, Numbers
 from .tables import required
-from .voxels import NUMBERS, VoxelJob
+from .voxels import VoxelJob
 
 
 def is_dask(value: Any) -> bool:
@@ -30,7 +30,8 @@ def moved(values: Any, position: int) -> Any:
     return np.moveaxis(values, position, -1)
 
 
-def inverted(job: VoxelJob, rows: Any, mask: Any, noise: Any, shared: bool) -> Dict[str, Any]:
+def inverted(job: VoxelJob, rows: Any, mask: Any, noise: Any, flip: Any, shared: bool
+             ) -> Dict[str, Any]:
     """The maps as dask arrays, a task for each chunk of voxels."""
     array = _dask()
     rows = rows.rechunk({rows.ndim - 1: -1})  # a voxel's samples are inverted together
@@ -43,17 +44,17 @@ def inverted(job: VoxelJob, rows: Any, mask: Any, noise: Any, shared: bool) -> D
             return None, None
         return array.asarray(values).rechunk(rows.chunks[:-1]), voxels
 
-    width = len(NUMBERS) + sum(job.widths.values())
+    width = len(job.numbers) + sum(job.widths.values())
     weight: Tuple[Any, Any] = (None, None)
     if shared:
         weight = _shared_weight(job, rows, over_voxels(mask), voxels, samples, column), ()
     packed = array.blockwise(
         _packed, (*voxels, column), rows, (*voxels, samples), *over_voxels(mask),
-        *over_voxels(noise), *weight, job=job, new_axes={column: width}, concatenate=True,
+        *over_voxels(noise), *over_voxels(flip), *weight, job=job, new_axes={column: width}, concatenate=True,
         dtype=np.float64, meta=np.empty((0,) * rows.ndim), name=None)
-    maps: Dict[str, Any] = {name: packed[..., k] for k, name in enumerate(NUMBERS)}
+    maps: Dict[str, Any] = {name: packed[..., k] for k, name in enumerate(job.numbers)}
     maps["status"] = maps["status"].astype(np.uint8)
-    first = len(NUMBERS)
+    first = len(job.numbers)
     for name, columns in job.widths.items():
         maps[name] = packed[..., first:first + columns]
         first += columns
@@ -74,13 +75,13 @@ def _shared_weight(job: VoxelJob, rows: Any, mask: Tuple[Any, Any], voxels: Tupl
 
 
 def _packed(rows: Numbers, mask: Optional[Numbers], noise: Optional[FloatArray],
-            weight: Optional[FloatArray], job: VoxelJob) -> FloatArray:
+            flip: Optional[FloatArray], weight: Optional[FloatArray], job: VoxelJob) -> FloatArray:
     """All numbers of the voxels of a chunk."""
     shape = rows.shape[:-1]
     if weight is not None:
         job = job.at_weight(float(weight))
     flat = rows.reshape(-1, rows.shape[-1])
-    found = job.packed(flat, _flat(mask), _flat(noise))
+    found = job.packed(flat, _flat(mask), _flat(noise), _flat(flip))
     return found.reshape(*shape, found.shape[-1])
 
 

@@ -22,6 +22,7 @@ _ABOUT = {
     "signal_to_noise": "largest magnitude of the samples over the noise",
     "standard_error": "standard error of the fit to the pruned points",
     "status": "what became of the voxel",
+    "flip": "refocusing angle",
     "share": "part of the total in a range",
     "distribution": "amplitude at each value of the grid",
 }
@@ -53,6 +54,8 @@ class MapResult:
         Of the fit to the pruned points, in the unit of the data.
     status : numpy.ndarray of uint8
         0 where the voxel is inverted, else why not: an index of ``status_words``.
+    flip : numpy.ndarray or None
+        The refocusing angle in degrees; None for any kernel but "t2-epg".
     share : numpy.ndarray of shape (..., ranges) or None
         The part of the total in each range; None without cutoffs.
     distribution : numpy.ndarray of shape (..., ng) or None
@@ -74,6 +77,7 @@ class MapResult:
     signal_to_noise: Numbers
     standard_error: Numbers
     status: Numbers
+    flip: Optional[Numbers]
     share: Optional[Numbers]
     distribution: Optional[Numbers]
     grid: FloatArray
@@ -143,7 +147,8 @@ class MapResult:
                 raise InputValueError(f"a dimension of the data is named {name!r}, as one of the "
                                       "result; rename it")
         grid_unit = "m2/s" if self.kernel == "diffusion" else "s"
-        units = {**{name: unit for name in _IN_UNIT_OF_DATA}, "log_mean": grid_unit}
+        units = {**{name: unit for name in _IN_UNIT_OF_DATA}, "log_mean": grid_unit,
+                 "flip": "degree"}
         own = {"distribution": ("grid",), "share": ("range",)}
         variables = {}
         for name, values in self._maps().items():
@@ -244,7 +249,7 @@ class MapResult:
 
 
 def _result(values: Mapping[str, Any]) -> MapResult:
-    optional: Dict[str, Any] = {"share": None, "distribution": None}
+    optional: Dict[str, Any] = {"flip": None, "share": None, "distribution": None}
     return MapResult(**{**optional, **values})
 
 

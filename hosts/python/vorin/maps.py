@@ -15,7 +15,7 @@ from .inversion import DEFAULTS, known
 from .map_result import MapResult
 from .options import number_option
 from .progress import Counter, Progress
-from .voxels import NUMBERS, VoxelJob, require_numbers
+from .voxels import VoxelJob, require_numbers
 
 #: Bytes of samples and results that a block holds, about.
 _BLOCK_BYTES = 16 << 20
@@ -69,6 +69,9 @@ def invert_map(t: Any, data: Any = None, axis: Union[int, str] = -1, *, mask: An
         Called with the count of voxels done so far; True shows a bar of tqdm, if that is there.
     **settings
         Options of :func:`vorin.invert`: ``kernel``, ``grid``, ``method``, ``skip`` and others.
+        ``flip`` for "t2-epg" may also be an array of the shape of the voxels, a map of refocusing
+        angles in degrees, which are taken to the nearest degree; where it is not-a-number the
+        angle is estimated.
 
     Returns
     -------
@@ -102,16 +105,21 @@ def invert_map(t: Any, data: Any = None, axis: Union[int, str] = -1, *, mask: An
               number_option("threshold", threshold, "a number in the unit of the data"),
               "threads": threads}
     job = VoxelJob(image.times, options, extras)
-    of_voxels = {"mask": None if mask is None else _mask(image.of_voxels("mask", mask)),
-                 "noise": _noise_map(image.of_voxels("noise", noise)) if _is_map(noise) else None}
+    flip = settings.get("flip")
+    of_voxels = {"flip": _number_map("flip", image.of_voxels("flip", flip)) if _is_map(flip)
+                 else None,
+                 "mask": None if mask is None else _mask(image.of_voxels("mask", mask)),
+                 "noise": _number_map("noise", image.of_voxels("noise", noise)) if _is_map(noise)
+                 else None}
     shared = isinstance(weight, str) and weight == "shared"
     if lazy:
         if progress is not None and progress is not False:
             raise InputTypeError("progress: a dask array is inverted when the result is computed; "
                                  "dask.diagnostics.ProgressBar shows how far it is")
-        maps = lazy_maps.inverted(job, image.rows, of_voxels["mask"], of_voxels["noise"], shared)
+        maps = lazy_maps.inverted(job, image.rows, of_voxels["mask"], of_voxels["noise"],
+                                  of_voxels["flip"], shared)
     else:
-        maps = _inverted(job, image.rows, of_voxels["mask"], of_voxels["noise"], shared, progress)
+        maps = _inverted(job, image.rows, of_voxels, shared, progress)
     return image.labelled(MapResult._of(job, options["kernel"], maps))
 
 
@@ -129,6 +137,8 @@ def _options(settings: Mapping[str, Any], weight: Any, noise: Any, voxels: Tuple
         weight = "corner" if weight == "corner" else "noise"
     options["weight"] = weight
     options["noise"] = None if _is_map(noise) else noise
+    if _is_map(options["flip"]):
+        options["flip"] = "estimate"  # for the voxels that have no number of their own
     if isinstance(noise, str) and noise == "quadrature":
         raise InputValueError("noise is \"quadrature\"; a map has no imaginary channel: give a "
                               "number, an array for each voxel or another estimate")
@@ -156,10 +166,10 @@ def _mask(mask: Any) -> Any:
     return (mask != 0).astype(np.uint8)
 
 
-def _noise_map(noise: Any) -> Any:
-    if noise.dtype.kind not in "iuf":
-        raise InputTypeError(f"noise holds {noise.dtype} values; numbers are required")
-    return noise.astype(float)
+def _number_map(name: str, values: Any) -> Any:
+    if values.dtype.kind not in "iuf":
+        raise InputTypeError(f"{name} holds {values.dtype} values; numbers are required")
+    return values.astype(float)
 
 
 class _Image:
@@ -233,31 +243,32 @@ def _blocks(rows: Numbers, size: int) -> Iterator[Tuple[int, int, Numbers]]:
             yield first, last, rows[np.unravel_index(np.arange(first, last), shape)]
 
 
-def _inverted(job: VoxelJob, rows: Numbers, mask: Optional[Numbers], noise: Optional[FloatArray],
+def _inverted(job: VoxelJob, rows: Numbers, of_voxels: Mapping[str, Optional[Numbers]],
               shared: bool, progress: Progress) -> Dict[str, Numbers]:
     """The maps of an array in memory, or mapped into it, a block at a time."""
     shape = rows.shape[:-1]
     count = int(np.prod(shape))
-    each = 8 * (rows.shape[-1] + len(NUMBERS) + sum(job.widths.values()))
+    each = 8 * (rows.shape[-1] + len(job.numbers) + sum(job.widths.values()))
     size = int(np.clip(_BLOCK_BYTES // each, _FEWEST_VOXELS, _MOST_VOXELS))
-    flat_mask = None if mask is None else np.ascontiguousarray(mask).reshape(-1)
-    flat_noise = None if noise is None else np.ascontiguousarray(noise).reshape(-1)
+    flat = {name: None if values is None else np.ascontiguousarray(values).reshape(-1)
+            for name, values in of_voxels.items()}
 
-    def part(values: Optional[Numbers], first: int, last: int) -> Optional[Numbers]:
+    def part(name: str, first: int, last: int) -> Optional[Numbers]:
+        values = flat[name]
         return None if values is None else values[first:last]
 
     if shared:
         sums: Tuple[FloatArray, int] = (np.zeros(job.samples), 0)
         for first, last, block in _blocks(rows, size):
-            sums = job.add_to_mean(block, part(flat_mask, first, last), sums)
+            sums = job.add_to_mean(block, part("mask", first, last), sums)
         job = job.at_weight(job.shared_weight(mean_of(*sums)))
-    maps: Dict[str, Numbers] = {name: np.empty(count) for name in NUMBERS}
+    maps: Dict[str, Numbers] = {name: np.empty(count) for name in job.numbers}
     maps["status"] = np.empty(count, dtype=np.uint8)
     maps.update({name: np.empty((count, width)) for name, width in job.widths.items()})
     with Counter(progress, count, "voxel") as counter:
         for first, last, block in _blocks(rows, size):
-            found = job.invert(block, part(flat_mask, first, last), part(flat_noise, first, last),
-                               counter.beyond(first))
+            found = job.invert(block, part("mask", first, last), part("noise", first, last),
+                               part("flip", first, last), counter.beyond(first))
             for name, values in maps.items():
                 values[first:last] = found.array(name).reshape(values[first:last].shape)
     return {name: values.reshape((*shape, *values.shape[1:])) for name, values in maps.items()}

@@ -52,9 +52,9 @@ def settings_from(kernel: Any, grid: Any, method: Any, weight: Any, noise: Any, 
     if flip is not None:
         made.set("flip", _text_or_number("flip", flip, "\"estimate\" or a number of degrees"))
     if t1 is not None:
-        made.set("t1", _number("t1", t1, "a time in s"))
+        made.set("t1", number_option("t1", t1, "a time in s"))
     if echo_spacing is not None:
-        made.set("echo_spacing", _number("echo_spacing", echo_spacing, "a time in s"))
+        made.set("echo_spacing", number_option("echo_spacing", echo_spacing, "a time in s"))
     if not isinstance(rician, (bool, np.bool_)):
         raise InputTypeError(f"rician is of type {type(rician).__name__}; True or False is "
                              "required")

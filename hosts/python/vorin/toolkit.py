@@ -46,7 +46,7 @@ _FUNCTIONS: Dict[str, Sequence[Any]] = {
     "vorin_write_report": (_P, _P, _P, _S),
     "vorin_map_create": (_P, _P, _I, _P),
     "vorin_map_describe": (_P, _P),
-    "vorin_map_invert": (_P, _P, _N, _I, _P, _P, _PROGRESS, _P, _P),
+    "vorin_map_invert": (_P, _P, _N, _I, _P, _P, _P, _PROGRESS, _P, _P),
     "vorin_map_add_to_mean": (_P, _P, _N, _I, _P, _P, _P),
     "vorin_map_shared_weight": (_P, _P, _P, _I, _P),
     "vorin_kernel_matrix": (_S, _P, _I, _P, _I, _P),

@@ -14,8 +14,8 @@ from .errors import InputTypeError
 from .options import settings_from
 from .toolkit import Fields, Map, Settings, address, call, job, watched_job
 
-#: What each voxel has one number of, in the order of packed().
-NUMBERS = ("total", "log_mean", "weight", "noise", "signal_to_noise", "standard_error", "status")
+#: What each voxel has one number of, whatever the kernel.
+_NUMBERS = ("total", "log_mean", "weight", "noise", "signal_to_noise", "standard_error", "status")
 
 
 class VoxelJob:
@@ -37,6 +37,7 @@ class VoxelJob:
         self.grid: FloatArray = description.array("grid").copy()
         self.range_edges: FloatArray = description.array("range_edges").copy()
         self.status_words: List[str] = description.texts("status_words")
+        self._keeps_flip = bool(description.number("keeps_flip"))
         self.keeps_distribution = bool(description.number("keeps_distribution"))
 
     def __eq__(self, other: object) -> bool:
@@ -59,8 +60,13 @@ class VoxelJob:
         return max(self.range_edges.size - 1, 0)
 
     @property
+    def numbers(self) -> Tuple[str, ...]:
+        """What each voxel has one number of, in the order of packed()."""
+        return (*_NUMBERS, "flip") if self._keeps_flip else _NUMBERS
+
+    @property
     def widths(self) -> Dict[str, int]:
-        """How many numbers of each kind a voxel has, but for those of NUMBERS."""
+        """How many numbers of each kind a voxel has, but for ``numbers``."""
         kept = {"share": self.ranges,
                 "distribution": self.grid.size if self.keeps_distribution else 0}
         return {name: width for name, width in kept.items() if width > 0}
@@ -77,18 +83,20 @@ class VoxelJob:
         return VoxelJob(self._t, {**self._options, "weight": weight}, self._extras)
 
     def invert(self, rows: Numbers, mask: Optional[Numbers], noise: Optional[FloatArray],
+               flip: Optional[FloatArray],
                progress: Optional[Callable[[int, int], None]] = None) -> Fields:
         """A block of voxels, a row of samples each."""
         rows = plain(rows)
         made = _map_of(self)  # kept while it is at work, whatever else is made meanwhile
         return watched_job("vorin_map_invert", progress, made.raw, address(rows), rows.itemsize,
-                           len(rows), _address_or_none(mask), _address_or_none(noise))
+                           len(rows), _address_or_none(mask), _address_or_none(noise),
+                           _address_or_none(flip))
 
-    def packed(self, rows: Numbers, mask: Optional[Numbers], noise: Optional[FloatArray]
-               ) -> FloatArray:
+    def packed(self, rows: Numbers, mask: Optional[Numbers], noise: Optional[FloatArray],
+               flip: Optional[FloatArray]) -> FloatArray:
         """A block as an array with a row of all numbers for each voxel."""
-        fields = self.invert(rows, mask, noise)
-        columns = [fields.array(name)[:, None] for name in NUMBERS]
+        fields = self.invert(rows, mask, noise, flip)
+        columns = [fields.array(name)[:, None] for name in self.numbers]
         columns += [fields.array(name).reshape(len(rows), width)
                     for name, width in self.widths.items()]
         return np.concatenate(columns, axis=1)

@@ -435,7 +435,7 @@ static void voxels(const double* t) {
   EXPECT(strcmp(text, "masked") == 0);
   p_vorin_result_free(result);
 
-  OK(p_vorin_map_invert(map, samples, 8, VOXELS, mask, NULL, NULL, NULL, &result, TELL));
+  OK(p_vorin_map_invert(map, samples, 8, VOXELS, mask, NULL, NULL, NULL, NULL, &result, TELL));
   EXPECT(array(result, "status", VOXELS)[1] == VORIN_TOOLKIT_VOXEL_MASKED);
   EXPECT(isnan(array(result, "total", VOXELS)[1]));
   OK(p_vorin_invert(settings, t, samples + 2 * SAMPLES, NULL, SAMPLES, &other, TELL));
@@ -445,17 +445,17 @@ static void voxels(const double* t) {
                 40 * sizeof(double)) == 0);
   EXPECT(array(result, "share", VOXELS * 2)[4] + array(result, "share", VOXELS * 2)[5] > 0.999);
   p_vorin_result_free(other);
-  OK(p_vorin_map_invert(map, floats, 4, VOXELS, NULL, noise, NULL, NULL, &other, TELL));
+  OK(p_vorin_map_invert(map, floats, 4, VOXELS, NULL, noise, NULL, NULL, NULL, &other, TELL));
   EXPECT(fabs(array(other, "total", VOXELS)[0] / array(result, "total", VOXELS)[0] - 1.0) < 1e-4);
   EXPECT(array(other, "noise", VOXELS)[2] == 0.5 && array(other, "status", VOXELS)[1] == 0.0);
   p_vorin_result_free(other);
   p_vorin_result_free(result);
-  EXPECT(p_vorin_map_invert(map, samples, 8, VOXELS, NULL, NULL, stop_at_three, &done, &result,
+  EXPECT(p_vorin_map_invert(map, samples, 8, VOXELS, NULL, NULL, NULL, stop_at_three, &done, &result,
                             TELL) == VORIN_TOOLKIT_CANCELLED);
   EXPECT(done == VOXELS && result == NULL);
-  EXPECT(p_vorin_map_invert(map, samples, 2, VOXELS, NULL, NULL, NULL, NULL, &result, TELL) ==
+  EXPECT(p_vorin_map_invert(map, samples, 2, VOXELS, NULL, NULL, NULL, NULL, NULL, &result, TELL) ==
          VORIN_TOOLKIT_BAD_INPUT);
-  EXPECT(p_vorin_map_invert(map, NULL, 8, VOXELS, NULL, NULL, NULL, NULL, &result, TELL) ==
+  EXPECT(p_vorin_map_invert(map, NULL, 8, VOXELS, NULL, NULL, NULL, NULL, NULL, &result, TELL) ==
          VORIN_TOOLKIT_BAD_INPUT);
 
   OK(p_vorin_map_add_to_mean(map, samples, 8, VOXELS, mask, sums, &count, TELL));

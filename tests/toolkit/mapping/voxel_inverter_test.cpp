@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -125,6 +126,74 @@ TEST(VoxelInverter, HasTheBitsOfSingleInversionsWithTheNoiseOfTheirOwnFit) {
   InversionSettings settings = settingsOf(Method::classic);
   settings.noiseSource = NoiseSource::fit;
   EXPECT_GT(expectSameOnAll(settings, 200), 150U);
+}
+
+TEST(VoxelInverter, HasTheBitsOfSingleInversionsAtEstimatedAngles) {
+  InversionSettings settings = settingsOf(Method::classic);
+  settings.kernel = Kernel::t2Epg;
+  settings.estimatesFlip = true;
+  EXPECT_GT(expectSameOnAll(settings, 60), 50U);
+}
+
+TEST(VoxelInverter, HasTheBitsOfSingleInversionsOfMagnitudes) {
+  InversionSettings settings = settingsOf(Method::classic);
+  settings.magnitude = true;
+  std::vector<double> samples = manyVoxels(100, 0.03);
+  std::transform(samples.begin(), samples.end(), samples.begin(),
+                 [](double value) { return std::fabs(value); });
+  for (const std::optional<double> noise : {std::optional<double>(), std::optional(0.03)}) {
+    settings.noise = noise;
+    VoxelSettings own;
+    own.cutoffs = {0.02};
+    own.distribution = true;
+    const VoxelMaps maps = VoxelInverter(echoTimes(), settings, own).invert(blockOf(samples));
+    for (std::size_t voxel = 0; voxel < maps.voxels; ++voxel) {
+      const Decay decay = decayOf(samples, voxel);
+      if (noise && !(*noise < largestMagnitude(decay.amplitude))) {
+        EXPECT_EQ(maps.status[voxel], VoxelStatus::noiseTooLarge);
+        continue;
+      }
+      SCOPED_TRACE(testing::Message() << "voxel " << voxel);
+      expectSameVoxel(maps, voxel, invert(decay, settings), decay, own.cutoffs);
+    }
+  }
+  samples[3] = -samples[3];
+  EXPECT_EQ(VoxelInverter(echoTimes(), settings, {}).invert(blockOf(samples)).status[0],
+            VoxelStatus::negative);
+}
+
+TEST(VoxelInverter, TakesTheAngleOfEachVoxel) {
+  InversionSettings settings = settingsOf(Method::classic);
+  settings.kernel = Kernel::t2Epg;
+  settings.estimatesFlip = true;
+  const std::vector<double> samples = manyVoxels(4);
+  VoxelBlock block = blockOf(samples);
+  // 220 degrees have the echoes of 140; the last is estimated.
+  const std::vector<double> flip{30.0, 151.4, 220.0, unknown};
+  block.flip = flip;
+  const VoxelInverter inverter(echoTimes(), settings, {});
+  const VoxelMaps maps = inverter.invert(block);
+  const std::vector<double> expected{30.0, 151.0, 140.0};
+  for (std::size_t voxel = 0; voxel < 4; ++voxel) {
+    InversionSettings own = settings;
+    if (voxel < expected.size()) {
+      own.estimatesFlip = false;
+      own.train.flip = expected[voxel];
+    }
+    const Inversion single = invert(decayOf(samples, voxel), own);
+    EXPECT_EQ(maps.status[voxel], statusOf(single));
+    if (succeeded(single)) {
+      EXPECT_EQ(maps.flip[voxel], *single.flip);
+      EXPECT_EQ(maps.total[voxel], totalAmplitude(single.distribution));
+    }
+  }
+  // A lane forgets the angles of the block before.
+  const VoxelMaps estimated = inverter.invert(blockOf(samples));
+  settings.estimatesFlip = true;
+  for (std::size_t voxel = 0; voxel < 4; ++voxel) {
+    const Inversion single = invert(decayOf(samples, voxel), settings);
+    expectSame(estimated.flip[voxel], succeeded(single) ? *single.flip : unknown);
+  }
 }
 
 TEST(VoxelInverter, HasTheBitsOfSingleInversionsAtAFixedWeight) {
