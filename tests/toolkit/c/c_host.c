@@ -450,8 +450,8 @@ static void voxels(const double* t) {
   EXPECT(array(other, "noise", VOXELS)[2] == 0.5 && array(other, "status", VOXELS)[1] == 0.0);
   p_vorin_result_free(other);
   p_vorin_result_free(result);
-  EXPECT(p_vorin_map_invert(map, samples, 8, VOXELS, NULL, NULL, NULL, stop_at_three, &done, &result,
-                            TELL) == VORIN_TOOLKIT_CANCELLED);
+  EXPECT(p_vorin_map_invert(map, samples, 8, VOXELS, NULL, NULL, NULL, stop_at_three, &done,
+                            &result, TELL) == VORIN_TOOLKIT_CANCELLED);
   EXPECT(done == VOXELS && result == NULL);
   EXPECT(p_vorin_map_invert(map, samples, 2, VOXELS, NULL, NULL, NULL, NULL, NULL, &result, TELL) ==
          VORIN_TOOLKIT_BAD_INPUT);
