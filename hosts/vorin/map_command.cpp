@@ -38,8 +38,9 @@ void addInputOptions(CLI::App& line, MapOptions& options) {
             "Leave out voxels without a sample of this magnitude");
   addOption(line, "--kernel", options.kernel, "NAME|FILE",
             "t2 (default): exp(-t/T2), t1-saturation: 1 - exp(-t/T1),\n"
-            "t1-inversion: 1 - 2 exp(-t/T1), diffusion: exp(-b D); or a file with\n"
-            "a matrix, a row a sample and a column a value of --grid");
+            "t1-inversion: 1 - 2 exp(-t/T1), diffusion: exp(-b D), t2-epg: echoes\n"
+            "behind incomplete refocusing (--flip); or a file with a matrix, a row\n"
+            "a sample and a column a value of --grid");
   addOption(line, "--grid", options.grid, "FROM:TO:N|FILE",
             "Relaxation times or diffusion coefficients: N values evenly spaced in\n"
             "their logarithm, in seconds (m2/s) or with a unit, 1ms:10s:100; or a\n"
@@ -51,6 +52,9 @@ void addMethodOptions(CLI::App& line, MapOptions& options) {
   options.method.addTo(line);
   line.remove_option(line.get_option("--bootstrap"));
   line.remove_option(line.get_option("--seed"));
+  addOption(line, "--flip-map", options.flipMap, "FILE",
+            "A file of the same kind with the refocusing angle of each voxel in\n"
+            "degrees, for --kernel t2-epg; where it has none (0), --flip estimate");
   line.get_option("--weight")
       ->type_name("noise|corner|shared|W")
       ->description(

@@ -19,6 +19,7 @@ struct MapOptions {
   std::string skip;
   std::string mask;
   std::string threshold;
+  std::string flipMap;
   MethodOptions method;
   std::string cutoff;
   std::string calibrate;

@@ -100,6 +100,7 @@ std::optional<PartText> partFrom(const std::string& text) {
 struct Job {
   std::unique_ptr<Volume> volume;
   std::unique_ptr<Volume> mask;  ///< or none
+  std::unique_ptr<Volume> flip;  ///< refocusing angles, or none
   std::size_t skip = 0;
   std::vector<double> times;  ///< without the skipped ones
   Kernel kernel = Kernel::t2;
@@ -109,14 +110,17 @@ struct Job {
   bool quadrature = false;  ///< the noise is that of each voxel's imaginary channel
 };
 
-std::unique_ptr<Volume> openMask(const MapOptions& options, const Volume& volume,
-                                 const fs::path& scratch) {
-  if (options.mask.empty()) {
+/// A file with a number for each voxel of `volume`, which an option names; null where it names
+/// none.
+std::unique_ptr<Volume> openMap(const std::string& file, const std::string& option,
+                                std::string_view what, const Volume& volume,
+                                const fs::path& scratch) {
+  if (file.empty()) {
     return nullptr;
   }
   VolumeRequest request;
-  request.file = options.mask;
-  request.option = "--mask";
+  request.file = file;
+  request.option = option;
   request.withSamples = false;
   request.scratch = scratch;
   std::unique_ptr<Volume> mask = openVolume(request);
@@ -128,7 +132,7 @@ std::unique_ptr<Volume> openMask(const MapOptions& options, const Volume& volume
     return text;
   };
   if (mask->voxels() != volume.voxels() || mask->samples() != 1 || mask->isComplex()) {
-    throw UserError(fmt::format("--mask {}: the mask has {} voxels{}, but {} has {}", options.mask,
+    throw UserError(fmt::format("{} {}: the {} has {} voxels{}, but {} has {}", option, file, what,
                                 shapeText(mask->voxels()),
                                 mask->samples() != 1 ? " with several numbers each" : "",
                                 volume.name(), shapeText(volume.voxels())));
@@ -143,6 +147,12 @@ void prepareSettings(const MapOptions& options, const std::vector<double>& times
     method.weight.clear();
   }
   job.settings = settingsFrom(method);
+  if (!options.flipMap.empty()) {
+    if (!method.flip.empty() && method.flip != "estimate") {
+      throw UserError(fmt::format("--flip-map with --flip {}: give one of them", method.flip));
+    }
+    job.settings.estimatesFlip = true;
+  }
   const KernelChoice kernel = kernelChoice(options.kernel, options.grid);
   job.kernel = kernel.kernel;
   std::vector<double> grid;
@@ -181,7 +191,8 @@ Job jobFrom(const MapOptions& options) {
   settingsFrom(options.method.weight == "shared" ? MethodOptions{} : options.method);
   job.volume = openVolume(request);
   prepareSettings(options, sampleTimes(options.times, *job.volume, request.abscissa), job);
-  job.mask = openMask(options, *job.volume, scratch);
+  job.mask = openMap(options.mask, "--mask", "mask", *job.volume, scratch);
+  job.flip = openMap(options.flipMap, "--flip-map", "map of angles", *job.volume, scratch);
   job.voxels.threshold = threshold;
   job.voxels.distribution = options.distribution;
   job.voxels.threads = static_cast<int>(jobCount(options.jobs));
@@ -213,6 +224,9 @@ std::vector<MapArray> arraysOf(const Job& job, const VoxelInverter& inverter) {
       {"signal_to_noise", "", "largest magnitude over the noise"},
       {"standard_error", amplitude, "standard deviation of the fit's residual"},
   };
+  if (inverter.keepsFlip()) {
+    arrays.push_back({"flip", "degree", "refocusing angle"});
+  }
   const std::vector<double>& edges = inverter.rangeEdges();
   for (std::size_t k = 0; k < inverter.ranges(); ++k) {
     arrays.push_back(
@@ -238,6 +252,9 @@ MapBlock blockOf(VoxelMaps maps, std::size_t ranges, bool distribution) {
   for (std::vector<double>* const map : {&maps.total, &maps.logMean, &maps.weight, &maps.noise,
                                          &maps.signalToNoise, &maps.standardError}) {
     block.push_back(std::move(*map));
+  }
+  if (!maps.flip.empty()) {
+    block.push_back(std::move(maps.flip));
   }
   for (std::size_t k = 0; k < ranges; ++k) {
     std::vector<double> share(maps.voxels);
@@ -270,6 +287,13 @@ class BlockReader {
       std::transform(maskNumbers_.real.begin(), maskNumbers_.real.end(), mask_.begin(),
                      [](double value) { return value != 0.0 && !std::isnan(value) ? 1 : 0; });
     }
+    if (job_.flip) {
+      job_.flip->read(box, flipNumbers_);
+      // Maps of angles are 0 where nothing was measured.
+      for (double& angle : flipNumbers_.real) {
+        angle = angle > 0.0 && angle < 360.0 ? angle : std::numeric_limits<double>::quiet_NaN();
+      }
+    }
     dropSkipped(voxels);
     if (job_.volume->isComplex()) {
       turn(voxels);
@@ -279,6 +303,7 @@ class BlockReader {
     block.samples = std::span<const double>(numbers_.real);
     block.mask = mask_;
     block.noise = noise_;
+    block.flip = flipNumbers_.real;
     return block;
   }
 
@@ -327,15 +352,19 @@ class BlockReader {
   const Job& job_;
   VolumeNumbers numbers_;
   VolumeNumbers maskNumbers_;
+  VolumeNumbers flipNumbers_;
   std::vector<std::uint8_t> mask_;
   std::vector<double> noise_;
 };
 
-/// Announces which boxes are read, to the volume and the mask.
+/// Announces which boxes are read, to the volume and what comes with it.
 void expect(const Job& job, const Tiling& tiling, std::size_t first, std::size_t last) {
   job.volume->expect(tiling, first, last);
   if (job.mask) {
     job.mask->expect(tiling, first, last);
+  }
+  if (job.flip) {
+    job.flip->expect(tiling, first, last);
   }
 }
 
@@ -370,9 +399,11 @@ double meanWeight(const Job& job, const Tiling& tiling) {
 /// The times at which the files that are read were written last.
 std::string stampsOf(const MapOptions& options) {
   std::string text;
-  for (const std::string& file : {options.file.substr(0, options.file.rfind(':')), options.file,
-                                  options.mask, options.mask.substr(0, options.mask.rfind(':')),
-                                  options.kernel, options.grid, options.times.times}) {
+  for (const std::string& file :
+       {options.file.substr(0, options.file.rfind(':')), options.file, options.mask,
+        options.mask.substr(0, options.mask.rfind(':')), options.flipMap,
+        options.flipMap.substr(0, options.flipMap.rfind(':')), options.kernel, options.grid,
+        options.times.times}) {
     std::error_code error;
     if (fs::is_regular_file(file, error)) {
       text += "\n" + BatchJournal::key(file, file);
@@ -497,6 +528,9 @@ ExitStatus runMap(const MapOptions& options, const GivenOptions& given) {
   std::vector<std::string> inputs{containerName(options.file).file};
   if (!options.mask.empty()) {
     inputs.push_back(containerName(options.mask).file);
+  }
+  if (!options.flipMap.empty()) {
+    inputs.push_back(containerName(options.flipMap).file);
   }
   MapOutput output(options.out, head, inputs);
   const std::string partTarget = part ? partName(options.out, *part) : std::string();

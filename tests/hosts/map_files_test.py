@@ -527,3 +527,33 @@ def test_no_voxel_at_all_is_no_success(tmp_path):
     done = run(tmp_path, "map", "a.npy", "--times", times_text(), "--out", "a.npz", status=1)
     assert done.stdout.startswith("0 of 3 voxels inverted, 3 all zero\n")
     assert np.isnan(npz(tmp_path / "a.npz")["total"]).all()
+
+
+def test_refocusing_angles_estimated_and_from_a_map(tmp_path):
+    rows = []
+    for seed, flip in enumerate((120, 150, 120)):
+        run(tmp_path, "simulate", "--kernel", "t2-epg", "--flip", flip, "--spacing", "10ms",
+            "--samples", 32, "--noise", "0.3", "--seed", seed, "--peak", "20ms:0.08:20",
+            "--peak", "80ms:0.08:80", "--out", "s.csv")
+        rows.append(np.genfromtxt(tmp_path / "s.csv", delimiter=",", comments="#")[-32:, 1])
+    np.save(tmp_path / "a.npy", np.array(rows))
+    np.save(tmp_path / "angles.npy", np.array([0.0, 0.0, 123.4]))
+    options = ["--kernel", "t2-epg", "--noise", "0.3", "--method", "classic", "--grid", "8ms:1s:40"]
+    run(tmp_path, "map", "a.npy", "--spacing", "10ms", *options, "--flip-map", "angles.npy",
+        "--out", "a.npz")
+    maps = npz(tmp_path / "a.npz")
+    assert abs(maps["flip"][0] - 120) < 6 and abs(maps["flip"][1] - 150) < 6
+    assert maps["flip"][2] == 123
+    for k, flip in enumerate(("estimate", "estimate", 123)):
+        text = "".join(f"{0.01 * (n + 1)!r},{float(a)!r}\n" for n, a in enumerate(rows[k]))
+        (tmp_path / "one.csv").write_text(text)
+        single = json.loads(run(tmp_path, "invert", "one.csv", *options, "--flip", flip,
+                                "--json", "-").stdout)
+        assert maps["flip"][k] == single["flip"] and maps["total"][k] == single["total"]
+    np.save(tmp_path / "wrong.npy", np.zeros(4))
+    told = refusal(tmp_path, "map", "a.npy", "--spacing", "10ms", *options, "--flip-map",
+                   "wrong.npy", "--out", "b.npz")
+    assert "--flip-map wrong.npy: the map of angles has 4 voxels, but a.npy has 3" in told
+    told = refusal(tmp_path, "map", "a.npy", "--spacing", "10ms", "--flip-map", "angles.npy",
+                   "--out", "b.npz")
+    assert "they are those of --kernel t2-epg" in told
