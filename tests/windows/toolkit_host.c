@@ -2,8 +2,8 @@
  *
  *   toolkit_host LIBRARY COMMAND DECAY
  *
- * copies DECAY to a name with an umlaut, reads that by the toolkit, which gets the name as UTF-8 and
- * in the code page of the process, and lets the command invert it to distribution.csv. */
+ * copies DECAY to a name with an umlaut, reads that by the toolkit, which gets the name as UTF-8
+ * and in the code page of the process, and lets the command invert it to distribution.csv. */
 #include <process.h>
 #include <stdio.h>
 #include <string.h>
@@ -23,8 +23,8 @@ static int fails(const char* what) {
 /* The name in code page `page`; 0 where that does not have all its letters. */
 static int nameIn(UINT page, char* name, int size) {
   BOOL lost = FALSE;
-  return WideCharToMultiByte(page, 0, decay, -1, name, size, NULL,
-                             page == CP_UTF8 ? NULL : &lost) > 0 &&
+  return WideCharToMultiByte(page, 0, decay, -1, name, size, NULL, page == CP_UTF8 ? NULL : &lost) >
+             0 &&
          !lost;
 }
 

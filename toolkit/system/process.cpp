@@ -43,14 +43,14 @@ fs::path findProgram(const std::string& name) {
   const std::string folders = environment("PATH");
   for (std::size_t at = 0; at <= folders.size();) {
     const std::size_t end = std::min(folders.find(separator, at), folders.size());
-    const fs::path path = pathOf(folders.substr(at, end - at)) / file;
+    fs::path path = pathOf(folders.substr(at, end - at)) / file;
     if (isProgram(path)) {
       return path;
     }
     at = end + 1;
   }
   for (const char* const variable : installed) {
-    const fs::path path = pathOf(environment(variable)) / name / "bin" / file;
+    fs::path path = pathOf(environment(variable)) / name / "bin" / file;
     if (isProgram(path)) {
       return path;
     }

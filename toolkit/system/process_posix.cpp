@@ -41,6 +41,7 @@ int start(pid_t& child, const fs::path& program, const std::vector<std::string>&
   std::vector<std::string> texts{program.string()};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   std::vector<char*> words;
+  words.reserve(texts.size() + 1);
   for (std::string& text : texts) {
     words.push_back(text.data());
   }
