@@ -131,7 +131,8 @@ class Replicates {
     engine.discard(static_cast<unsigned long long>(first) * Y.size());
     for (std::size_t replicate = first; replicate < last && !stopped_; ++replicate) {
       for (std::size_t i = 0; i < Y.size(); ++i) {
-        Y[i] = static_cast<float>(parts_.fit[i] + parts_.residual[engine() % Y.size()]);
+        Y[i] = static_cast<float>(parts_.fit[i] +
+                                  parts_.residual[static_cast<std::size_t>(engine() % Y.size())]);
       }
       const Solution solution = problem_.solveWithoutFit(Y);
       if (solution.status == 0) {

@@ -107,7 +107,7 @@ MapBootstrap bootstrapMap(const MapData& data, const MapSettings& settings,
   MapBootstrap result;
   for (int replicate = 0; replicate < options.replicates; ++replicate) {
     for (std::size_t i = 0; i < drawn.size(); ++i) {
-      drawn[i] = fit[i] + residuals[engine() % residuals.size()];
+      drawn[i] = fit[i] + residuals[static_cast<std::size_t>(engine() % residuals.size())];
     }
     DualState state = begin;
     if (solveDual(problem, problem.compressed(drawn.data()), weight, searchGap, state)) {
