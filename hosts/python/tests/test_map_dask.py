@@ -100,6 +100,18 @@ def test_a_labelled_array_of_chunks_is_written_to_zarr(image, expected, tmp_path
                           equal_nan=True)
 
 
+def test_a_data_set_is_written_to_hdf5(image, expected, tmp_path):
+    xarray = pytest.importorskip("xarray", reason="skipped: xarray is not installed")
+    pytest.importorskip("h5netcdf", reason="skipped: h5netcdf is not installed")
+    for k, maps in enumerate((expected, vorin.invert_map(
+            T, arrays.from_array(image, chunks=(2, 8, 56)), **OPTIONS))):
+        maps.to_xarray(("y", "x")).to_netcdf(tmp_path / f"{k}.h5", engine="h5netcdf")
+        written = xarray.open_dataset(tmp_path / f"{k}.h5", engine="h5netcdf")
+        assert np.array_equal(written["distribution"], expected.distribution, equal_nan=True)
+        assert written["total"].attrs["long_name"] and written["grid"].attrs["units"] == "s"
+        written.close()
+
+
 def test_a_bar_of_ours_is_refused(image):
     with pytest.raises(vorin.InputTypeError, match="dask.diagnostics.ProgressBar"):
         vorin.invert_map(T, arrays.from_array(image, chunks=-1), progress=True)
