@@ -457,8 +457,8 @@ VORIN_TOOLKIT_API void VORIN_TOOLKIT_CALL vorin_map_free(vorin_map* map) VORIN_T
 
 /* Describes what a map takes and gives. Numbers of the result: "samples" (of a voxel), "points"
  * (of the grid), "ranges" (of "share"; 0 without cutoffs), "keeps_flip" (1 for the kernel
- * "t2-epg"), "keeps_distribution". Arrays: "grid", "range_edges" (0, the cutoffs, infinity; empty without cutoffs). Lists of texts: "status_words"
- * and "status_meanings", by status from 0.
+ * "t2-epg"), "keeps_distribution". Arrays: "grid", "range_edges" (0, the cutoffs, infinity; empty
+ * without cutoffs). Lists of texts: "status_words" and "status_meanings", by status from 0.
  *
  *   map      in   the handle
  *   result   out  address of a handle; free it by vorin_result_free
@@ -471,9 +471,10 @@ vorin_map_describe(const vorin_map* map, vorin_result** result, char* message,
 
 /* Inverts a block of voxels. Arrays of the result, an element for each voxel: "total",
  * "log_mean", "weight", "noise", "signal_to_noise", "standard_error" (as of vorin_invert) and
- * "status" (of this section); for the kernel "t2-epg" "flip" (degrees); "share", voxels x ranges: the part of the total in each range; and,
- * with the setting "distribution", "distribution", voxels x points. Both are row-major. The
- * result does not depend on how voxels are divided into blocks, nor on the count of threads.
+ * "status" (of this section); for the kernel "t2-epg" "flip" (degrees); "share", voxels x ranges:
+ * the part of the total in each range; and, with the setting "distribution", "distribution", voxels
+ * x points. Both are row-major. The result does not depend on how voxels are divided into blocks,
+ * nor on the count of threads.
  *
  *   map       in   the handle
  *   samples   in   voxels x samples numbers, row-major: the address of floats or doubles
@@ -492,11 +493,10 @@ vorin_map_describe(const vorin_map* map, vorin_result** result, char* message,
  *   message_size  in  as above
  *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT, VORIN_TOOLKIT_CANCELLED or
  *            VORIN_TOOLKIT_NO_MEMORY */
-VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL
-vorin_map_invert(const vorin_map* map, const void* samples, int32_t bytes, int64_t voxels,
-                 const uint8_t* mask, const double* noise, const double* flip,
-                 vorin_progress progress, void* user, vorin_result** result, char* message,
-                 int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_map_invert(
+    const vorin_map* map, const void* samples, int32_t bytes, int64_t voxels, const uint8_t* mask,
+    const double* noise, const double* flip, vorin_progress progress, void* user,
+    vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* Adds those voxels of a block that would be inverted (inside the mask, finite, not all 0, not
  * below the threshold) to the sums of a mean decay, one after the other.

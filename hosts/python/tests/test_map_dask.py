@@ -71,6 +71,14 @@ def test_mask_noise_and_axis_go_with_the_chunks(image):
     assert whole.counts["masked"] == 10
 
 
+def test_angles_go_with_the_chunks(image):
+    flips = np.linspace(100.0, 147.0, 48).reshape(6, 8)
+    options = {**CLASSIC, "kernel": "t2-epg", "noise": 0.01}
+    whole = vorin.invert_map(T, image, flip=flips, **options)
+    lazy = vorin.invert_map(T, arrays.from_array(image, chunks=(3, 4, 56)), flip=flips, **options)
+    assert lazy.compute() == whole and np.array_equal(whole.flip[0], flips[0])
+
+
 def test_one_weight_by_the_mean_of_all_chunks(image):
     whole = vorin.invert_map(T, image, weight="shared", noise=0.01, **CLASSIC)
     lazy = vorin.invert_map(T, arrays.from_array(image, chunks=(4, 5, 56)), weight="shared",
