@@ -57,7 +57,7 @@ def timed(run):
 def by_the_toolkit(made, rows):
     """One call of the C function, in which the package has no part."""
     found = toolkit.job("vorin_map_invert", made.raw, toolkit.address(rows), 8, len(rows), None,
-                        None, toolkit._PROGRESS(), None)
+                        None, None, toolkit._PROGRESS(), None)
     return {name: found.array(name) for name in ("total", "log_mean", "weight", "status")}
 
 

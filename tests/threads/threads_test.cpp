@@ -148,7 +148,7 @@ std::vector<double> mapOf(const std::vector<double>& samples, int64_t voxels, do
             VORIN_TOOLKIT_OK);
   vorin_result* result = nullptr;
   EXPECT_EQ(vorin_map_invert(map, samples.data(), 8, voxels, nullptr, nullptr, nullptr, nullptr,
-                             &result, nullptr, 0),
+                             nullptr, &result, nullptr, 0),
             VORIN_TOOLKIT_OK);
   const double* values = nullptr;
   int64_t count = 0;
