@@ -1,9 +1,9 @@
 # Headers that nearly every file includes, compiled once: half of the compile time of the tests
-# is <gtest/gtest.h>. clang-tidy's builds do without, so that a file which includes less than it
-# uses is found. So does a compiler cache, which keys on what a file includes: each tree's own
-# precompiled header would miss.
+# is <gtest/gtest.h>. clang-tidy does without (preset tidy), so that a file which includes less
+# than it uses is found. So does a compiler cache, which keys on what a file includes: each tree's
+# own precompiled header would miss.
 set(_precompile ON)
-if(VORIN_CLANG_TIDY OR CMAKE_CXX_COMPILER_LAUNCHER)
+if(CMAKE_CXX_COMPILER_LAUNCHER)
   set(_precompile OFF)
 endif()
 option(VORIN_PRECOMPILE "Compile common headers once" ${_precompile})
