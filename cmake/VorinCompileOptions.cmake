@@ -15,7 +15,9 @@ target_compile_options(vorin_warnings INTERFACE
 add_library(vorin_arithmetic INTERFACE)
 target_compile_options(vorin_arithmetic INTERFACE
   -ffp-contract=off -fno-fast-math -fno-unsafe-math-optimizations
-  -Wdouble-promotion)
+  -Wdouble-promotion
+  # clang says of targets without floating-point exceptions that these can't be turned off.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-unsupported-floating-point-opt>)
 
 add_library(vorin_sanitize INTERFACE)
 if(VORIN_SANITIZE OR VORIN_FUZZ)
