@@ -173,15 +173,15 @@ int main(int argc, char** argv) {
   }
   setNumber("REPO", 0);
   makeKernel(readDecay(argv[1]));
-  setNumber("SIG ", 0.3F);
+  setText("NALG", "UREG");
   run("default", Vorin_s);
   runInDouble();
   setText("PRMO", "NONE");
   run("unpruned", Vorin_s);
   setText("PRMO", "LOG");
-  setText("NALG", "UREG");
+  setText("NALG", "REG");
   run("noise", Vorin_s);
-  setText("NALG", "N");
+  setText("NALG", "UREG");
   setText("TARG", "2");
   run("corner", Vorin_s);
   setText("TARG", "WEIG");

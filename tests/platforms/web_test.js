@@ -1,0 +1,106 @@
+// The WebAssembly module in node against the command of this machine:
+//   node web_test.js FOLDER COMMAND SAMPLE [DATA]
+// FOLDER holds vorin_web.js and vorin_web.wasm; COMMAND is the program vorin; SAMPLE is the sample
+// decay and DATA a folder of measured ones. The module reads each file from its bytes and inverts
+// it; noise, weight, log mean, total and distribution have to be the command's. Both round alike but
+// for exp and log, which are another library's: the results agree to 1e-6 of their size.
+"use strict";
+const { execFileSync } = require("child_process");
+const fs = require("fs");
+const path = require("path");
+
+const [folder, command, sample, data] = process.argv.slice(2).map((p) => path.resolve(p));
+const create = require(path.join(folder, "vorin_web.js"));
+const { Vorin } = require(path.join(__dirname, "../../hosts/web/vorin.js"));
+const tolerance = 1e-6;
+let failures = 0;
+
+function expect(condition, what) {
+  if (!condition) {
+    failures += 1;
+    console.log(`failed: ${what}`);
+  }
+}
+
+function near(value, wanted, scale, what) {
+  expect(Math.abs(value - wanted) <= tolerance * Math.abs(scale) || value === wanted,
+    `${what}: ${value}, by the command ${wanted}`);
+}
+
+function refused(action, code, what) {
+  try {
+    action();
+    expect(false, `${what}: nothing was refused`);
+  } catch (error) {
+    expect(error.status === code && error.message.length > 10, `${what}: ${error}`);
+  }
+}
+
+function compare(vorin, file) {
+  const label = path.basename(file);
+  let report;
+  try {
+    report = execFileSync(command, ["invert", file, "--json", "-"], { stdio: ["ignore", "pipe", "ignore"] });
+  } catch (error) {
+    refused(() => {
+      const decay = vorin.readDecay(label, fs.readFileSync(file));
+      vorin.invert(decay.time, decay.amplitude, {}, decay.imaginary || null);
+    }, Vorin.status.badInput, `${label}, which the command refuses`);
+    return false;
+  }
+  const wanted = JSON.parse(report);
+  const decay = vorin.readDecay(label, fs.readFileSync(file));
+  const result = vorin.invert(decay.time, decay.amplitude, {}, decay.imaginary || null);
+  expect(result.status === wanted.status, `${label}: status ${result.status}, not ${wanted.status}`);
+  for (const field of ["noise", "weight", "total"]) {
+    near(result[field], wanted[field], wanted[field], `${label}: ${field}`);
+  }
+  if (wanted.log_mean !== undefined) {
+    const seconds = typeof wanted.log_mean === "number" ? wanted.log_mean : wanted.log_mean.value;
+    near(result.log_mean, seconds, seconds, `${label}: log_mean`);
+  }
+  const distribution = wanted.distribution;
+  expect(distribution.length === result.distribution.length, `${label}: points of the grid`);
+  const largest = Math.max(...distribution);
+  distribution.forEach((value, i) =>
+    near(result.distribution[i], value, largest, `${label}: distribution at ${i}`));
+  return true;
+}
+
+async function main() {
+  const wasmBinary = fs.readFileSync(path.join(folder, "vorin_web.wasm"));
+  const vorin = await Vorin.load(create, { wasmBinary });
+  let compared = compare(vorin, sample) ? 1 : 0;
+  const measured = data && fs.existsSync(data) ? fs.readdirSync(data).sort() : [];
+  for (const name of measured.filter((n) => n.endsWith(".csv")).slice(0, 12)) {
+    compared += compare(vorin, path.join(data, name)) ? 1 : 0;
+  }
+
+  // One sentence each, and the module goes on.
+  refused(() => vorin.readDecay("empty.csv", new Uint8Array(0)), Vorin.status.badInput, "an empty file");
+  refused(() => vorin.invert([1, 2], [1, 2], { nonsense: 1 }), Vorin.status.badInput, "an unknown setting");
+  const samples = 40000;
+  const times = Float64Array.from({ length: samples }, (_, i) => (i + 1) * 1e-4);
+  const decay = times.map((t) => 100 * Math.exp(-t / 0.1));
+  // A kernel of 40000 x 20000 numbers in double is 6.4 GB, more than the module may have.
+  refused(() => vorin.invert(times, decay, { grid: "1ms:10s:20000" }), Vorin.status.noMemory,
+    "memory for a grid of 20000 points");
+  compare(vorin, sample);
+
+  const bytes = fs.readFileSync(sample);
+  const read = vorin.readDecay("decay.csv", bytes);
+  let best = Infinity;
+  for (let i = 0; i < 20; ++i) {
+    const start = process.hrtime.bigint();
+    vorin.invert(read.time, read.amplitude);
+    best = Math.min(best, Number(process.hrtime.bigint() - start) / 1e6);
+  }
+  console.log(`web: ${compared} decays compared, ${failures} failures; module of ` +
+    `${wasmBinary.length} bytes, ${best.toFixed(2)} ms to invert the sample`);
+  process.exitCode = failures === 0 ? 0 : 1;
+}
+
+main().catch((error) => {
+  console.log(error);
+  process.exitCode = 1;
+});
