@@ -34,8 +34,8 @@ class OutputFiles {
   void removeLeftovers() const;
 
   /// A temporary file for `target`, which announce() returned and which is no device, for callers
-  /// that write it part by part; commit() puts it in place. Makes its folder. Throws UserError where
-  /// that can't be.
+  /// that write it part by part; commit() puts it in place. Makes its folder. Throws UserError
+  /// where that can't be.
   std::filesystem::path stage(const std::filesystem::path& target);
 
   /// Keeps `content` for `target`, which announce() returned. Throws UserError when it

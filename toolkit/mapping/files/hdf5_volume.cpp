@@ -24,8 +24,8 @@ class Hdf5Volume : public Volume {
  public:
   explicit Hdf5Volume(const VolumeRequest& request)
       : name_of_(containerName(request.file)), input_(OwnFile::toRead(name_of_.file)) {
-    name_ = request.file;
-    kind_ = VolumeKind::hdf5;
+    facts().name = request.file;
+    facts().kind = VolumeKind::hdf5;
     axisText_ = request.withSamples ? std::to_string(request.axis.value_or(-1)) : "-";
     try {
       takeDescription(Json::parse(described()), request);
@@ -36,15 +36,15 @@ class Hdf5Volume : public Volume {
 
   Extents tile(std::size_t about, std::size_t most) const override {
     if (std::count(chunk_.begin(), chunk_.end(), std::size_t{0}) > 0) {
-      return contiguousTile(voxels_, strides_, about);
+      return contiguousTile(facts().voxels, strides_, about);
     }
     // Whole chunks, several where they are small, the fastest axes first.
     Extents tile = chunk_;
     for (std::size_t axis = tile.size(); axis-- > 0;) {
       const std::size_t room = std::max<std::size_t>(about / countOf(tile), 1);
-      const std::size_t chunks = (voxels_[axis] + chunk_[axis] - 1) / chunk_[axis];
+      const std::size_t chunks = (facts().voxels[axis] + chunk_[axis] - 1) / chunk_[axis];
       tile[axis] *= std::min(room, chunks);
-      if (tile[axis] < voxels_[axis]) {
+      if (tile[axis] < facts().voxels[axis]) {
         break;
       }
     }
@@ -71,11 +71,11 @@ class Hdf5Volume : public Volume {
     if (!helper_ || next_ >= last_ || tiling_.box(next_).first != box.first ||
         tiling_.box(next_).extent != box.extent) {
       // A box out of turn: that is the whole of a small data set.
-      expect(Tiling(voxels_, voxels_), 0, 1);
+      expect(Tiling(facts().voxels, facts().voxels), 0, 1);
     }
-    const std::size_t count = box.count() * samples_;
+    const std::size_t count = box.count() * facts().samples;
     numbers.real.resize(count);
-    numbers.imaginary.resize(isComplex_ ? count : 0);
+    numbers.imaginary.resize(facts().isComplex ? count : 0);
     for (std::vector<double>* const channel : {&numbers.real, &numbers.imaginary}) {
       const std::size_t bytes = channel->size() * sizeof(double);
       if (helper_->receive(reinterpret_cast<char*>(channel->data()), bytes) != bytes) {
@@ -89,7 +89,7 @@ class Hdf5Volume : public Volume {
   UserError damaged() const {
     return UserError(fmt::format(
         "{}: this is an HDF5 file that is damaged or packed in a way that is not known here",
-        name_));
+        facts().name));
   }
 
   std::string described() {
@@ -98,7 +98,7 @@ class Hdf5Volume : public Volume {
       throw UserError(fmt::format(
           "{}: this is an HDF5 file; vorin-containers, the program of Vorin that reads it, {}; "
           "install it, with the Debian packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
-          name_, helper.found() ? "can't be run" : "is not installed"));
+          facts().name, helper.found() ? "can't be run" : "is not installed"));
     }
     constexpr std::size_t mostBytes = 300'000'000;
     std::string answer;
@@ -114,18 +114,19 @@ class Hdf5Volume : public Volume {
 
   void takeDescription(const Json& told, const VolumeRequest& request) {
     if (told.contains("error")) {
-      throw UserError(fmt::format("{}: {}", name_, inOneLine(told.at("error").get<std::string>())));
+      throw UserError(
+          fmt::format("{}: {}", facts().name, inOneLine(told.at("error").get<std::string>())));
     }
     path_ = told.at("path").get<std::string>();
     auto extents = told.at("extents").get<Extents>();
     chunk_ = told.at("chunk").get<Extents>();
-    isComplex_ = told.at("complex").get<bool>();
-    unit_ = told.at("unit").get<std::string>();
+    facts().isComplex = told.at("complex").get<bool>();
+    facts().unit = told.at("unit").get<std::string>();
     strides_ = rowMajorStrides(extents);
-    samples_ = 1;
+    facts().samples = 1;
     if (request.withSamples) {
       const auto axis = told.at("axis").get<std::ptrdiff_t>();
-      samples_ = extents.at(static_cast<std::size_t>(axis));
+      facts().samples = extents.at(static_cast<std::size_t>(axis));
       for (Extents* const list : {&extents, &chunk_, &strides_}) {
         list->erase(list->begin() + axis);
       }
@@ -133,16 +134,17 @@ class Hdf5Volume : public Volume {
       const auto unit = times.at("unit").get<std::string>();
       const std::optional<double> size = unitSize(unit, request.abscissa);
       for (const double value : times.at("values").get<std::vector<double>>()) {
-        times_.push_back(size ? toSi(value, *size) : value);
+        facts().times.push_back(size ? toSi(value, *size) : value);
       }
     }
-    voxels_ = std::move(extents);
+    facts().voxels = std::move(extents);
     for (const Json& axis : told.at("axes")) {
-      axes_.push_back({axis.at("name").get<std::string>(), axis.at("unit").get<std::string>(),
-                       axis.at("values").get<std::vector<double>>()});
+      facts().axes.push_back({axis.at("name").get<std::string>(),
+                              axis.at("unit").get<std::string>(),
+                              axis.at("values").get<std::vector<double>>()});
     }
     constexpr std::size_t mostNumbers = 100'000'000;
-    if (samples_ > mostNumbers) {
+    if (facts().samples > mostNumbers) {
       throw damaged();
     }
   }

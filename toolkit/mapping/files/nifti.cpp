@@ -119,7 +119,7 @@ NiftiHeader understood(const Header& header, bool swapped, bool isPair, std::siz
   }
   result.type = elementType(header.datatype, swapped, name);
   const auto bits = static_cast<long long>(header.bitpix);
-  if (bits != static_cast<long long>(8 * result.type.bytes())) {
+  if (bits != 8 * static_cast<long long>(result.type.bytes())) {
     fail(name, fmt::format("its header contradicts itself: data type {} has {} bits, not {}",
                            header.datatype, 8 * result.type.bytes(), bits));
   }

@@ -26,36 +26,36 @@ void requireSize(const std::string& name, const Extents& extents, const ElementT
 
 RawVolume::RawVolume(OwnFile file, std::string name, VolumeKind kind, RawLayout layout)
     : file_(std::move(file)), layout_(std::move(layout)) {
-  name_ = std::move(name);
-  kind_ = kind;
-  voxels_ = layout_.voxels;
-  samples_ = layout_.samples;
-  isComplex_ = layout_.type.isComplex;
-  axes_.resize(voxels_.size());
-  Extents all = voxels_;
-  if (samples_ != 1) {
-    all.push_back(samples_);
+  facts().name = std::move(name);
+  facts().kind = kind;
+  facts().voxels = layout_.voxels;
+  facts().samples = layout_.samples;
+  facts().isComplex = layout_.type.isComplex;
+  facts().axes.resize(facts().voxels.size());
+  Extents all = facts().voxels;
+  if (facts().samples != 1) {
+    all.push_back(facts().samples);
   }
   const std::uint64_t size = file_.size();
-  requireSize(name_, all, layout_.type, size - std::min(layout_.offset, size));
+  requireSize(facts().name, all, layout_.type, size - std::min(layout_.offset, size));
 }
 
 Extents RawVolume::tile(std::size_t about, std::size_t /*most*/) const {
-  return contiguousTile(voxels_, layout_.voxelStrides, about);
+  return contiguousTile(facts().voxels, layout_.voxelStrides, about);
 }
 
 void RawVolume::read(const VoxelBox& box, VolumeNumbers& numbers) {
-  const std::size_t parts = isComplex_ ? 2 : 1;
-  const std::size_t count = box.count() * samples_;
+  const std::size_t parts = facts().isComplex ? 2 : 1;
+  const std::size_t count = box.count() * facts().samples;
   numbers.real.resize(count);
-  numbers.imaginary.resize(isComplex_ ? count : 0);
+  numbers.imaginary.resize(facts().isComplex ? count : 0);
   const std::vector<std::size_t> strides = rowMajorStrides(box.extent);
   std::vector<CopiedAxis> axes;
-  for (std::size_t axis = 0; axis < voxels_.size(); ++axis) {
-    axes.push_back({box.first[axis], box.extent[axis], voxels_[axis], layout_.voxelStrides[axis],
-                    strides[axis] * samples_});
+  for (std::size_t axis = 0; axis < facts().voxels.size(); ++axis) {
+    axes.push_back({box.first[axis], box.extent[axis], facts().voxels[axis],
+                    layout_.voxelStrides[axis], strides[axis] * facts().samples});
   }
-  axes.push_back({0, samples_, samples_, layout_.sampleStride, 1});
+  axes.push_back({0, facts().samples, facts().samples, layout_.sampleStride, 1});
   visitRuns(std::move(axes), [&](const Run& run) {
     const std::size_t size = layout_.type.bytes();
     bytes_.resize(run.length * size);
@@ -64,7 +64,7 @@ void RawVolume::read(const VoxelBox& box, VolumeNumbers& numbers) {
     takeNumbers(bytes_.data(), numbers_.size(), layout_.type, numbers_.data());
     for (std::size_t i = 0; i < run.length; ++i) {
       numbers.real[run.at[i]] = layout_.slope * numbers_[parts * i] + layout_.intercept;
-      if (isComplex_) {
+      if (facts().isComplex) {
         numbers.imaginary[run.at[i]] = layout_.slope * numbers_[2 * i + 1];
       }
     }

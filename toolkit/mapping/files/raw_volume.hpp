@@ -31,10 +31,10 @@ class RawVolume : public Volume {
   Extents tile(std::size_t about, std::size_t most) const override;
   void read(const VoxelBox& box, VolumeNumbers& numbers) override;
 
-  void setTimes(std::vector<double> times) { times_ = std::move(times); }
+  void setTimes(std::vector<double> times) { facts().times = std::move(times); }
   void setNifti(std::string header, bool packed) {
-    niftiHeader_ = std::move(header);
-    isPacked_ = packed;
+    facts().niftiHeader = std::move(header);
+    facts().isPacked = packed;
   }
 
  private:

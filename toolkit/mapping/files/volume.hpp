@@ -38,11 +38,11 @@ class Volume {
   virtual ~Volume() = default;
 
   /// Lengths of the axes of voxels, the slowest first, and the count of samples of each.
-  const Extents& voxels() const { return voxels_; }
-  std::size_t samples() const { return samples_; }
-  bool isComplex() const { return isComplex_; }
-  const std::string& name() const { return name_; }
-  VolumeKind kind() const { return kind_; }
+  const Extents& voxels() const { return facts_.voxels; }
+  std::size_t samples() const { return facts_.samples; }
+  bool isComplex() const { return facts_.isComplex; }
+  const std::string& name() const { return facts_.name; }
+  VolumeKind kind() const { return facts_.kind; }
 
   /// Boxes of about `about` voxels, `most` where the file is read much faster by larger ones.
   virtual Extents tile(std::size_t about, std::size_t most) const = 0;
@@ -55,27 +55,35 @@ class Volume {
   virtual void read(const VoxelBox& box, VolumeNumbers& numbers) = 0;
 
   /// The times that the file itself tells, in SI units; none where it tells none.
-  const std::vector<double>& times() const { return times_; }
+  const std::vector<double>& times() const { return facts_.times; }
   /// The unit of the numbers as the file spells it, or nothing.
-  const std::string& unit() const { return unit_; }
+  const std::string& unit() const { return facts_.unit; }
   /// Names and positions of the axes of voxels, as many as there are.
-  const std::vector<VolumeAxis>& axes() const { return axes_; }
+  const std::vector<VolumeAxis>& axes() const { return facts_.axes; }
   /// The header of a NIfTI file in the byte order of this machine; empty for others.
-  const std::string& niftiHeader() const { return niftiHeader_; }
+  const std::string& niftiHeader() const { return facts_.niftiHeader; }
   /// True when the file is packed by gzip, as its maps will be.
-  bool isPacked() const { return isPacked_; }
+  bool isPacked() const { return facts_.isPacked; }
 
  protected:
-  Extents voxels_;
-  std::size_t samples_ = 0;
-  bool isComplex_ = false;
-  std::string name_;
-  VolumeKind kind_ = VolumeKind::npy;
-  std::vector<double> times_;
-  std::string unit_;
-  std::vector<VolumeAxis> axes_;
-  std::string niftiHeader_;
-  bool isPacked_ = false;
+  /// What the accessors tell, for those that open a volume to fill in.
+  struct Facts {
+    Extents voxels;
+    std::size_t samples = 0;
+    bool isComplex = false;
+    std::string name;
+    VolumeKind kind = VolumeKind::npy;
+    std::vector<double> times;
+    std::string unit;
+    std::vector<VolumeAxis> axes;
+    std::string niftiHeader;
+    bool isPacked = false;
+  };
+  Facts& facts() { return facts_; }
+  const Facts& facts() const { return facts_; }
+
+ private:
+  Facts facts_;
 };
 
 /// How a file is to be read.
