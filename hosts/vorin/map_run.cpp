@@ -457,7 +457,11 @@ void invertBlocks(const Job& job, const VoxelInverter& inverter, MapJournal& jou
       stopOnSignal();
       bar.show(barShare(done + more, all));
     });
-    journal.add(blockOf(std::move(maps), inverter.ranges(), job.voxels.distribution));
+    try {
+      journal.add(blockOf(std::move(maps), inverter.ranges(), job.voxels.distribution));
+    } catch (const UserError& error) {
+      throw UserError(fmt::format("{}; the same command with --resume goes on", error.what()));
+    }
     done += box.count();
   }
 }

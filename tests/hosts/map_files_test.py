@@ -161,6 +161,41 @@ def test_complex_data_are_turned_by_one_phase_a_voxel(tmp_path):
         assert maps["noise"][3] == wanted["noise"]
 
 
+def test_trains_of_echoes_with_an_angle_for_all_a_map_and_an_estimate(tmp_path):
+    data = np.abs(decays(4))
+    data[1:3] = data[0:1]
+    np.save(tmp_path / "a.npy", data)
+    np.save(tmp_path / "angle.npy", np.array([150.0, 120.0, 0.0, np.nan]))
+    words = ["map", "a.npy", "--times", times_text(), "--grid", GRID, "--kernel", "t2-epg", "--t1",
+             "2s", "--weight", "0.5"]
+    own = ["--kernel", "t2-epg", "--t1", "2s", "--weight", "0.5"]
+    run(tmp_path, *words, "--flip", "150", "--out", "one.npz")
+    one = npz(tmp_path / "one.npz")
+    assert set(one["flip"]) == {150.0}
+    compare(tmp_path, one, data, [(0,), (3,)], *own, "--flip", "150")
+    run(tmp_path, *words, "--flip-map", "angle.npy", "--out", "map.npz")
+    each = npz(tmp_path / "map.npz")
+    assert list(each["flip"][:2]) == [150.0, 120.0]
+    assert each["total"][0] == one["total"][0]
+    compare(tmp_path, each, data, [(1,)], *own, "--flip", "120")
+    compare(tmp_path, each, data, [(2,), (3,)], *own, "--flip", "estimate")
+    out = ["--out", "a.npz"]
+    assert "--flip 150: give one" in refusal(tmp_path, *words, "--flip", "150", "--flip-map",
+                                            "angle.npy", *out)
+    assert "t2-epg" in refusal(tmp_path, "map", "a.npy", "--times", times_text(), "--flip-map",
+                               "angle.npy", *out)
+
+
+def test_magnitudes_without_their_floor(tmp_path):
+    data = np.abs(decays(3))
+    np.save(tmp_path / "a.npy", data)
+    run(tmp_path, "map", "a.npy", "--times", times_text(), "--grid", GRID, "--rician", "--noise",
+        "4", "--out", "a.npz")
+    maps = npz(tmp_path / "a.npz")
+    assert maps["status"][0] == 0
+    compare(tmp_path, maps, data, [(0,)], "--rician", "--noise", "4")
+
+
 def test_shared_weight_is_that_of_the_mean_decay(tmp_path):
     data = decays(8)
     np.save(tmp_path / "a.npy", data)
@@ -350,7 +385,7 @@ def test_times_and_masks_that_do_not_fit(tmp_path):
                                                   "1ms,2ms,3ms", *out)
     backwards = ",".join(repr(float(x)) for x in TIMES[::-1])
     assert "times must rise" in refusal(tmp_path, "map", "a.npy", "--times", backwards, *out)
-    assert "the mask has 3 x 2 voxels, but a.npy has 2 x 3" in refusal(
+    assert "--mask m.npy: the mask has 3 x 2 voxels, but a.npy has 2 x 3" in refusal(
         tmp_path, "map", "a.npy", *t, "--mask", "m.npy", *out)
     assert "axes" in refusal(tmp_path, "map", "a.npy", *t, "--axis", "3", *out)
     assert "arrays" in refusal(tmp_path, "map", "a.npy", *t, "--out", "maps.h5")
