@@ -23,7 +23,7 @@ using Json = nlohmann::json;
 class Hdf5Volume : public Volume {
  public:
   explicit Hdf5Volume(const VolumeRequest& request)
-      : name_of_(containerName(request.file)), input_(OwnFile::toRead(name_of_.file)) {
+      : file_(containerName(request.file)), input_(OwnFile::toRead(file_.file)) {
     facts().name = request.file;
     facts().kind = VolumeKind::hdf5;
     axisText_ = request.withSamples ? std::to_string(request.axis.value_or(-1)) : "-";
@@ -93,7 +93,7 @@ class Hdf5Volume : public Volume {
   }
 
   std::string described() {
-    HelperProcess helper({"describe", name_of_.inner, axisText_}, input_.descriptor());
+    HelperProcess helper({"describe", file_.inner, axisText_}, input_.descriptor());
     if (!helper.found() || !helper.running()) {
       throw UserError(fmt::format(
           "{}: this is an HDF5 file; vorin-containers, the program of Vorin that reads it, {}; "
@@ -149,7 +149,7 @@ class Hdf5Volume : public Volume {
     }
   }
 
-  ContainerName name_of_;
+  ContainerName file_;
   OwnFile input_;
   std::string axisText_;
   std::string path_;

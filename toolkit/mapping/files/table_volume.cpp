@@ -120,6 +120,7 @@ class TableReader {
       return;
     }
     std::vector<double> numbers;
+    numbers.reserve(fields.size());
     for (const std::string_view field : fields) {
       numbers.push_back(numberIn(field, number));
     }
