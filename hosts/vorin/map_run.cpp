@@ -501,7 +501,7 @@ bool isFinished(const std::string& target, const MapHead& head) {
          journal.head().lastBlock == head.lastBlock && journal.isWhole();
 }
 
-void finishPart(MapJournal journal, const fs::path& unfinished, const std::string& target) {
+void finishPart(const MapJournal& journal, const fs::path& unfinished, const std::string& target) {
   journal.flush();
   std::error_code error;
   fs::rename(unfinished, target, error);
@@ -557,7 +557,7 @@ ExitStatus runMap(const MapOptions& options, const GivenOptions& given) {
     }
     invertBlocks(job, *inverter, *journal);
     if (part) {
-      finishPart(std::move(*journal), unfinished, partTarget);
+      finishPart(*journal, unfinished, partTarget);
       return ExitStatus::success;
     }
     std::vector<std::pair<std::string, MapJournal>> all;
