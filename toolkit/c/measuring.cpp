@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -142,8 +143,9 @@ std::optional<Band> bandAt(const double* replicates, std::int64_t count, std::in
   }
   Band band;
   band.intervalFactor = factor;
-  for (auto at = all.begin(); at != all.end(); at += points) {
-    band.distributions.emplace_back(at, at + points);
+  const auto width = static_cast<std::ptrdiff_t>(points);
+  for (auto at = all.begin(); at != all.end(); at += width) {
+    band.distributions.emplace_back(at, at + width);
   }
   return band;
 }
