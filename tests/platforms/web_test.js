@@ -38,16 +38,8 @@ function refused(action, code, what) {
 
 function compare(vorin, file) {
   const label = path.basename(file);
-  let report;
-  try {
-    report = execFileSync(command, ["invert", file, "--json", "-"], { stdio: ["ignore", "pipe", "ignore"] });
-  } catch (error) {
-    refused(() => {
-      const decay = vorin.readDecay(label, fs.readFileSync(file));
-      vorin.invert(decay.time, decay.amplitude, {}, decay.imaginary || null);
-    }, Vorin.status.badInput, `${label}, which the command refuses`);
-    return false;
-  }
+  const report = execFileSync(command, ["invert", file, "--json", "-"],
+    { stdio: ["ignore", "pipe", "ignore"] });
   const wanted = JSON.parse(report);
   const decay = vorin.readDecay(label, fs.readFileSync(file));
   const result = vorin.invert(decay.time, decay.amplitude, {}, decay.imaginary || null);
@@ -64,17 +56,15 @@ function compare(vorin, file) {
   const largest = Math.max(...distribution);
   distribution.forEach((value, i) =>
     near(result.distribution[i], value, largest, `${label}: distribution at ${i}`));
-  return true;
 }
 
 async function main() {
   const wasmBinary = fs.readFileSync(path.join(folder, "vorin_web.wasm"));
   const vorin = await Vorin.load(create, { wasmBinary });
-  let compared = compare(vorin, sample) ? 1 : 0;
   const measured = data && fs.existsSync(data) ? fs.readdirSync(data).sort() : [];
-  for (const name of measured.filter((n) => n.endsWith(".csv")).slice(0, 12)) {
-    compared += compare(vorin, path.join(data, name)) ? 1 : 0;
-  }
+  const trains = measured.filter((name) => name.endsWith("_cpmg.csv"));
+  const files = [sample, ...trains.map((name) => path.join(data, name))];
+  files.forEach((file) => compare(vorin, file));
 
   // One sentence each, and the module goes on.
   refused(() => vorin.readDecay("empty.csv", new Uint8Array(0)), Vorin.status.badInput, "an empty file");
@@ -82,9 +72,9 @@ async function main() {
   const samples = 40000;
   const times = Float64Array.from({ length: samples }, (_, i) => (i + 1) * 1e-4);
   const decay = times.map((t) => 100 * Math.exp(-t / 0.1));
-  // A kernel of 40000 x 20000 numbers in double is 6.4 GB, more than the module may have.
-  refused(() => vorin.invert(times, decay, { grid: "1ms:10s:20000" }), Vorin.status.noMemory,
-    "memory for a grid of 20000 points");
+  // A kernel of 40000 x 10000 numbers in double is 3.2 GB, more than the module may have.
+  refused(() => vorin.invert(times, decay, { grid: "1ms:10s:10000", weight: 1 }), Vorin.status.noMemory,
+    "memory for a grid of 10000 points");
   compare(vorin, sample);
 
   const bytes = fs.readFileSync(sample);
@@ -95,7 +85,7 @@ async function main() {
     vorin.invert(read.time, read.amplitude);
     best = Math.min(best, Number(process.hrtime.bigint() - start) / 1e6);
   }
-  console.log(`web: ${compared} decays compared, ${failures} failures; module of ` +
+  console.log(`web: ${files.length} decays compared, ${failures} failures; module of ` +
     `${wasmBinary.length} bytes, ${best.toFixed(2)} ms to invert the sample`);
   process.exitCode = failures === 0 ? 0 : 1;
 }
