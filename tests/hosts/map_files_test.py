@@ -5,6 +5,7 @@ The program is $VORIN_PROGRAM. Where nibabel or h5py is missing their tests are 
 """
 import json
 import os
+import resource
 import signal
 import struct
 import subprocess
@@ -592,3 +593,23 @@ def test_refocusing_angles_estimated_and_from_a_map(tmp_path):
     told = refusal(tmp_path, "map", "a.npy", "--spacing", "10ms", "--flip-map", "angles.npy",
                    "--out", "b.npz")
     assert "they are those of --kernel t2-epg" in told
+
+
+def test_a_disk_that_is_full_loses_nothing(tmp_path):
+    """A limit of the file's size refuses writes as a full disk does."""
+    data = decays(40, 50)
+    np.save(tmp_path / "a.npy", data)
+    options = ["--times", times_text(), "--grid", GRID, "--weight", "0.3", "--distribution"]
+    run(tmp_path, "map", "a.npy", *options, "--out", "whole.npz")
+
+    def limited():
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (200_000, resource.RLIM_INFINITY))
+
+    done = subprocess.run([PROGRAM, "map", "a.npy", *options, "--out", "b.npz"], cwd=tmp_path,
+                          capture_output=True, text=True, preexec_fn=limited)
+    assert done.returncode == 2 and done.stderr.count("\n") == 1
+    assert "b.npz.unfinished: the file can't be written" in done.stderr
+    assert not (tmp_path / "b.npz").exists()
+    run(tmp_path, "map", "a.npy", *options, "--out", "b.npz", "--resume")
+    assert (tmp_path / "b.npz").read_bytes() == (tmp_path / "whole.npz").read_bytes()
