@@ -16,19 +16,6 @@ namespace vorin::toolkit {
 
 namespace {
 
-/// Puts the options that `add` adds under a heading of their own in the help.
-template <class Options>
-void addGroup(CLI::App& line, const std::string& heading, Options& options) {
-  const std::vector<CLI::Option*> before = line.get_options();
-  options.addTo(line);
-  for (CLI::Option* option : line.get_options()) {
-    if (option->nonpositional() &&
-        std::find(before.begin(), before.end(), option) == before.end()) {
-      option->group(heading);
-    }
-  }
-}
-
 constexpr const char* exampleRows =
     "Examples:\n"
     "  vorin invert train.csv\n"
@@ -74,10 +61,10 @@ Command addInvertCommand(CLI::App& program) {
   CLI::App* line =
       program.add_subcommand("invert", "Invert decays: two columns, time in seconds and amplitude");
   const auto options = std::make_shared<InvertOptions>();
-  addGroup(*line, "What is read", options->input);
-  addGroup(*line, "How it is inverted", options->method);
-  addGroup(*line, "What is reported", options->measures);
-  addGroup(*line, outputGroup, options->output);
+  addGroup(*line, "What is read", [&] { options->input.addTo(*line); });
+  addGroup(*line, "How it is inverted", [&] { options->method.addTo(*line); });
+  addGroup(*line, "What is reported", [&] { options->measures.addTo(*line); });
+  addGroup(*line, outputGroup, [&] { options->output.addTo(*line); });
   line->footer(exampleRows);
   return {line, [options, line] {
             return runInvert(*options, givenOptions(*line, {"--jobs", "--resume", "--keep-going",

@@ -107,15 +107,7 @@ void addReadingOptions(CLI::App& line, DecayFormatText& format) {
             "Lines above the rows of numbers (default: they are found)");
 }
 
-void InputOptions::addTo(CLI::App& line) {
-  addOption(line, "FILE", files, "",
-            "Decays, each a text file with a row a sample: time, amplitude, below a\n"
-            "header of any length, or another file that vorin read knows; - is\n"
-            "standard input")
-      ->required();
-  addReadingOptions(line, format);
-  addOption(line, "--skip", skip, "N",
-            "Leave out the first N samples: the first echoes of a train may lie\noff the curve");
+void addKernelOptions(CLI::App& line, std::string& kernel, std::string& grid) {
   addOption(line, "--kernel", kernel, "NAME|FILE",
             "t2 (default): exp(-t/T2), t1-saturation: 1 - exp(-t/T1),\n"
             "t1-inversion: 1 - 2 exp(-t/T1), diffusion: exp(-b D), t2-epg: echoes\n"
@@ -126,6 +118,18 @@ void InputOptions::addTo(CLI::App& line) {
             "their logarithm, in seconds (m2/s) or with a unit, 1ms:10s:100; or a\n"
             "file whose first column lists them (default: a third of the first\n"
             "time to three times the last, 100; for diffusion its reciprocals)");
+}
+
+void InputOptions::addTo(CLI::App& line) {
+  addOption(line, "FILE", files, "",
+            "Decays, each a text file with a row a sample: time, amplitude, below a\n"
+            "header of any length, or another file that vorin read knows; - is\n"
+            "standard input")
+      ->required();
+  addReadingOptions(line, format);
+  addOption(line, "--skip", skip, "N",
+            "Leave out the first N samples: the first echoes of a train may lie\noff the curve");
+  addKernelOptions(line, kernel, grid);
 }
 
 std::vector<Input> readInputs(const InputOptions& options, bool keepGoing) {

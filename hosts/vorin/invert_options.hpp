@@ -36,6 +36,9 @@ namespace vorin::toolkit {
 /// Adds the options that say how the file of a decay is read.
 void addReadingOptions(CLI::App& line, DecayFormatText& format);
 
+/// --kernel and --grid.
+void addKernelOptions(CLI::App& line, std::string& kernel, std::string& grid);
+
 /// The kernel that `kernel` names, or the matrix in that file, which needs `grid`. Throws UserError
 /// for what is neither.
 KernelChoice kernelChoice(const std::string& kernel, const std::string& grid);

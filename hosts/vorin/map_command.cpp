@@ -1,5 +1,4 @@
 // vorin map IN --out OUT
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,16 +35,7 @@ void addInputOptions(CLI::App& line, MapOptions& options) {
             "A file of the same kind with a number a voxel: those of 0 are left out");
   addOption(line, "--threshold", options.threshold, "A",
             "Leave out voxels without a sample of this magnitude");
-  addOption(line, "--kernel", options.kernel, "NAME|FILE",
-            "t2 (default): exp(-t/T2), t1-saturation: 1 - exp(-t/T1),\n"
-            "t1-inversion: 1 - 2 exp(-t/T1), diffusion: exp(-b D), t2-epg: echoes\n"
-            "behind incomplete refocusing (--flip); or a file with a matrix, a row\n"
-            "a sample and a column a value of --grid");
-  addOption(line, "--grid", options.grid, "FROM:TO:N|FILE",
-            "Relaxation times or diffusion coefficients: N values evenly spaced in\n"
-            "their logarithm, in seconds (m2/s) or with a unit, 1ms:10s:100; or a\n"
-            "file whose first column lists them (default: a third of the first\n"
-            "time to three times the last, 100; for diffusion its reciprocals)");
+  addKernelOptions(line, options.kernel, options.grid);
 }
 
 void addMethodOptions(CLI::App& line, MapOptions& options) {
@@ -91,19 +81,6 @@ void addOutputOptions(CLI::App& line, MapOptions& options) {
             "option; there is no IN then");
 }
 
-/// Puts the options that `add` adds under a heading of their own in the help.
-template <class Add>
-void addGroup(CLI::App& line, const std::string& heading, MapOptions& options, Add add) {
-  const std::vector<CLI::Option*> before = line.get_options();
-  add(line, options);
-  for (CLI::Option* option : line.get_options()) {
-    if (option->nonpositional() &&
-        std::find(before.begin(), before.end(), option) == before.end()) {
-      option->group(heading);
-    }
-  }
-}
-
 constexpr const char* exampleRows =
     "Examples:\n"
     "  vorin map sub-01_MESE.nii.gz --mask brain.nii.gz --cutoff 40ms --out sub-01_\n"
@@ -127,9 +104,9 @@ Command addMapCommand(CLI::App& program) {
   CLI::App* line = program.add_subcommand(
       "map", "Invert every voxel of an image, a log or another volume of decays");
   const auto options = std::make_shared<MapOptions>();
-  addGroup(*line, "What is read", *options, addInputOptions);
-  addGroup(*line, "How it is inverted", *options, addMethodOptions);
-  addGroup(*line, outputGroup, *options, addOutputOptions);
+  addGroup(*line, "What is read", [&] { addInputOptions(*line, *options); });
+  addGroup(*line, "How it is inverted", [&] { addMethodOptions(*line, *options); });
+  addGroup(*line, outputGroup, [&] { addOutputOptions(*line, *options); });
   line->footer(exampleRows);
   return {line, [options, line] {
             return options->join.empty()
