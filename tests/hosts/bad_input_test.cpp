@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(
          "--skip \"few\": a whole number from 0 to 1 is required, so that 2 samples stay"},
         {"UnknownKernel", invert({"--kernel", "t3"}),
          "--kernel \"t3\": there is no such kernel or file; write t2, t1-saturation, t1-inversion, "
-         "diffusion, or the name of a file with a matrix"},
+         "diffusion or t2-epg, or the name of a file with a matrix"},
         {"UnknownPruning", invert({"--prune", "LOG"}),
          "--prune \"LOG\": write log, linear or none"},
         {"TooFewBins", invert({"--prune-points", "9"}),
