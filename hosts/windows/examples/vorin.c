@@ -3,10 +3,10 @@
  *   MinGW       gcc -I../include vorin.c ../lib/libVorin01056.dll.a -o example.exe
  *   Visual C++  cl /I..\include vorin.c ..\lib\Vorin01056.lib
  */
+#include "vorin.h"
+
 #include <math.h>
 #include <stdio.h>
-
-#include "vorin.h"
 
 enum { NF = 100, NG = 20 };
 
