@@ -124,7 +124,7 @@ fs::path OutputFiles::stage(const fs::path& target) {
   if (error) {
     throw cannotWrite(target, error.message());
   }
-  const fs::path temporary =
+  fs::path temporary =
       target.parent_path() / fmt::format(".{}.{}.part", target.filename().string(), processId());
   staged_.push_back({temporary, target});
   return temporary;

@@ -102,8 +102,14 @@ double numberAt(const char* bytes, char kind, std::size_t size, bool swapped) {
                      : numberAt<std::uint64_t>(bytes, swapped);
 }
 
-/// The length of the header, and where it begins: two bytes in version 1, four later.
-std::string_view headerOf(std::string_view content, const std::string& name) {
+/// Where the text of the header is.
+struct HeaderPlace {
+  std::size_t first = 0;
+  std::size_t length = 0;
+};
+
+/// Its length stands before it, in two bytes in version 1, in four later.
+HeaderPlace headerPlace(std::string_view content, const std::string& name) {
   constexpr std::size_t versionAt = 6;
   constexpr std::size_t lengthAt = 8;
   constexpr std::string_view cut = "the file is cut in its header";
@@ -118,7 +124,7 @@ std::string_view headerOf(std::string_view content, const std::string& name) {
   if (length > content.size() - lengthAt - bytes) {
     fail(name, cut);
   }
-  return content.substr(lengthAt + bytes, length);
+  return {lengthAt + bytes, length};
 }
 
 }  // namespace
@@ -141,12 +147,13 @@ NumberArray readNpy(const std::filesystem::path& path) {
 }
 
 NpyHeader npyHeader(std::string_view content, const std::string& name) {
-  const std::string_view header = headerOf(content, name);
+  const HeaderPlace place = headerPlace(content, name);
+  const std::string_view header = content.substr(place.first, place.length);
   NpyHeader result;
   readType(header, name, result);
   result.shape = shapeOf(header, name);
   result.byColumns = valueOf(header, "'fortran_order'") == "True";
-  result.length = static_cast<std::size_t>(header.data() - content.data()) + header.size();
+  result.length = place.first + place.length;
   return result;
 }
 
