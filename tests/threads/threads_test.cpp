@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/sanitizers.hpp"
 #include "toolbox/instance.hpp"
 #include "toolkit/inverting/inversion.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
@@ -23,7 +24,7 @@ namespace {
 
 constexpr int sampleCount = 24;
 constexpr int pointCount = 16;
-#if defined(__SANITIZE_THREAD__)
+#if VORIN_UNDER_THREAD_SANITIZER
 constexpr int decayCount = 300;
 #else
 constexpr int decayCount = 10000;
@@ -182,7 +183,7 @@ TEST(Threads, AJobLeavesNoLog) {
   EXPECT_FALSE(std::filesystem::exists("Vorin.log"));
 }
 
-#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+#if !VORIN_UNDER_THREAD_SANITIZER && !VORIN_UNDER_ADDRESS_SANITIZER
 TEST(Threads, AnInstanceCostsLessThanTwoMegabytes) {
   const vorin::toolkit::Decay decay{theDecays().t, theDecays().y[0]};
   vorin::toolkit::InversionSettings settings;

@@ -10,6 +10,7 @@
 
 #include "support/child.hpp"
 #include "support/refusal.hpp"
+#include "support/sanitizers.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -173,7 +174,7 @@ np.save("secret.npy", np.c_[t, t])
 // Each unfolds to 80 MB from less than 80 kB or announces much more; the program gets 400 MB of
 // address space and 5 s of processor time.
 TEST(Bombs, MemoryAndTimeAreBounded) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if VORIN_UNDER_ADDRESS_SANITIZER || VORIN_UNDER_THREAD_SANITIZER
   GTEST_SKIP() << "sanitizers reserve terabytes";
 #else
   const TemporaryFolder folder;
