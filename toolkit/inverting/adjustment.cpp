@@ -48,8 +48,10 @@ Adjusted applied(const Decay& decay, const InversionSettings& settings,
   if (flip && !settings.matrix) {
     result.settings.train.flip = *flip;
     result.settings.estimatesFlip = false;
-    result.settings.matrix = std::make_shared<const std::vector<float>>(
-        echoMatrix(result.settings.train, decay.time, settings.grid));
+    result.settings.matrix = settings.estimatesFlip && settings.flipAngles
+                                 ? settings.flipAngles->matrix(FlipAngles::nearest(*flip))
+                                 : std::make_shared<const std::vector<float>>(echoMatrix(
+                                       result.settings.train, decay.time, settings.grid));
   }
   if (weightIsChosen(settings) && rejectsInLibrary(settings)) {
     result.settings.rejectBeyond.reset();  // the library's outliers are left out, as others are

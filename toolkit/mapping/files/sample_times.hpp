@@ -19,8 +19,9 @@ struct TimesText {
 
 /// The times of the samples of `volume` in SI units, rising. Without a text they are those of the
 /// file: its own, or EchoTime (or EchoTimes, InversionTime) in the JSON file beside a NIfTI image,
-/// as the Brain Imaging Data Structure has it (bids-specification.readthedocs.io). Throws UserError
-/// where there are none, where they are not as many as samples, negative, or do not rise.
+/// as the Brain Imaging Data Structure names them (Gorgolewski et al., Sci. Data 3, 160044, 2016).
+/// Throws UserError where there are none, where they are not as many as samples, negative, or do
+/// not rise.
 std::vector<double> sampleTimes(const TimesText& text, const Volume& volume, Quantity quantity);
 
 }  // namespace vorin::toolkit
