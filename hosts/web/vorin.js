@@ -53,6 +53,60 @@
     }
   }
 
+  // Settings by name; free() at the end.
+  class Settings {
+    constructor(vorin, values) {
+      this.vorin = vorin;
+      vorin.withArena((arena) => {
+        this.handle = vorin.handleOf(arena, (...out) => vorin.module._vorin_settings_create(...out));
+      });
+      try {
+        Object.entries(values).forEach(([name, value]) => this.set(name, value));
+      } catch (error) {
+        this.free();
+        throw error;
+      }
+    }
+    set(name, value) {
+      const m = this.vorin.module;
+      this.vorin.withArena((arena) => {
+        const message = arena.take(messageSize);
+        const end = [message, BigInt(messageSize)];
+        const key = arena.text(name);
+        const code =
+          typeof value === "number"
+            ? m._vorin_settings_set_number(this.handle, key, value, ...end)
+            : typeof value === "string"
+              ? m._vorin_settings_set_text(this.handle, key, arena.text(value), ...end)
+              : m._vorin_settings_set_array(this.handle, key, arena.numbers(value),
+                  BigInt(value.length), ...end);
+        this.vorin.check(code, message);
+      });
+    }
+    free() {
+      this.vorin.module._vorin_settings_free(this.handle);
+      this.handle = 0;
+    }
+  }
+
+  // A result that later jobs need, until free(). Its fields stay.
+  class Kept {
+    constructor(vorin, handle) {
+      this.vorin = vorin;
+      this.handle = handle;
+      try {
+        this.fields = vorin.fieldsOf(handle);
+      } catch (error) {
+        this.free();
+        throw error;
+      }
+    }
+    free() {
+      this.vorin.module._vorin_result_free(this.handle);
+      this.handle = 0;
+    }
+  }
+
   class Vorin {
     // `create` is the function of vorin_web.js; `options` are Emscripten's, above all wasmBinary,
     // the bytes of vorin_web.wasm.
@@ -73,6 +127,22 @@
     // The decay or decays in the bytes of a file. `companions` holds by name the bytes of files
     // that lie beside it (parameters of a spectrometer). Nothing is kept.
     readDecay(name, bytes, settings = {}, companions = {}) {
+      return this.withFiles(name, bytes, companions, (path) =>
+        this.withSettings(settings, (handle, arena) =>
+          this.resultOf(arena, (...out) =>
+            this.module._vorin_read_decay(arena.text(path), handle, ...out))));
+    }
+
+    // Two-dimensional data in the bytes of a file.
+    read2d(name, bytes, settings = {}, companions = {}) {
+      return this.withFiles(name, bytes, companions, (path) =>
+        this.withSettings(settings, (handle, arena) =>
+          this.resultOf(arena, (...out) =>
+            this.module._vorin_read2d(arena.text(path), handle, ...out))));
+    }
+
+    // Runs `job` with the path of a file that holds `bytes`, beside its companions.
+    withFiles(name, bytes, companions, job) {
       const FS = this.module.FS;
       const written = [];
       try {
@@ -81,23 +151,27 @@
           FS.writeFile(path, content);
           written.push(path);
         }
-        const path = written[written.length - 1];
-        return this.withSettings(settings, (handle, arena) =>
-          this.resultOf(arena, (result, message) =>
-            this.module._vorin_read_decay(arena.text(path), handle, result, message, BigInt(messageSize))));
+        return job(written[written.length - 1]);
       } catch (error) {
         if (error instanceof VorinError) {
           error.message = error.message.split(`${folder}/`).join("");
         }
         throw error;
       } finally {
-        written.forEach((path) => FS.unlink(path));
+        written.forEach((path) => FS.analyzePath(path).exists && FS.unlink(path));
       }
     }
 
     // Times in seconds (m2 and s/m2 for diffusion), amplitudes, and for complex data those of the
     // imaginary channel.
     invert(times, real, settings = {}, imaginary = null) {
+      const inversion = this.openInversion(times, real, settings, imaginary);
+      inversion.free();
+      return inversion.fields;
+    }
+
+    // The same, kept for jobs on it until free(). `settings` may be what openSettings() returned.
+    openInversion(times, real, settings = {}, imaginary = null) {
       if (times.length !== real.length || (imaginary && imaginary.length !== real.length)) {
         throw new VorinError("times and amplitudes are of different lengths", status.badInput);
       }
@@ -105,55 +179,136 @@
         const second = imaginary ? arena.numbers(imaginary) : 0;
         const x = arena.numbers(times);
         const y = arena.numbers(real);
-        return this.resultOf(arena, (result, message) =>
-          this.module._vorin_invert(handle, x, y, second, BigInt(real.length), result, message,
-            BigInt(messageSize)));
+        return new Kept(this, this.handleOf(arena, (...out) =>
+          this.module._vorin_invert(handle, x, y, second, BigInt(real.length), ...out)));
       });
+    }
+
+    // The uncertainty of an inversion. `progress` is called with what is done and the total.
+    openBootstrap(inversion, settings = {}, progress = null) {
+      return this.withSettings(settings, (handle, arena) =>
+        this.withProgress(progress, (call) =>
+          new Kept(this, this.handleOf(arena, (...out) =>
+            this.module._vorin_bootstrap(inversion.handle, handle, call, 0, ...out)))));
+    }
+
+    lcurve(inversion) {
+      return this.withArena((arena) =>
+        this.resultOf(arena, (...out) => this.module._vorin_lcurve(inversion.handle, ...out)));
+    }
+
+    // Samples by rows, times1.length x times2.length.
+    openInversion2d(times1, times2, real, settings = {}, imaginary = null, progress = null) {
+      if (real.length !== times1.length * times2.length) {
+        throw new VorinError("samples and times are of different lengths", status.badInput);
+      }
+      return this.withSettings(settings, (handle, arena) => {
+        const second = imaginary ? arena.numbers(imaginary) : 0;
+        const [x1, x2, y] = [times1, times2, real].map((values) => arena.numbers(values));
+        return this.withProgress(progress, (call) =>
+          new Kept(this, this.handleOf(arena, (...out) =>
+            this.module._vorin_invert2d(handle, x1, BigInt(times1.length), x2,
+              BigInt(times2.length), y, second, call, 0, ...out))));
+      });
+    }
+
+    // Total, log mean, peaks, "per_decade" and "cumulative" of a distribution.
+    measures(grid, distribution, smallestShare = 0.005) {
+      return this.withArena((arena) => {
+        const [x, y] = [arena.numbers(grid), arena.numbers(distribution)];
+        return this.resultOf(arena, (...out) =>
+          this.module._vorin_measures(x, y, BigInt(grid.length), smallestShare, ...out));
+      });
+    }
+
+    // Labels and units of the axes of a picture.
+    pictureAxes(kernel, lastAbscissa, lastOnGrid) {
+      return this.withArena((arena) =>
+        this.resultOf(arena, (...out) =>
+          this.module._vorin_picture_axes(arena.text(kernel), lastAbscissa, lastOnGrid, ...out)));
+    }
+
+    // A computed decay: by default two peaks at 3000 times.
+    simulate(settings = {}) {
+      return this.withSettings(settings, (handle, arena) =>
+        this.resultOf(arena, (...out) => this.module._vorin_simulate(handle, 0, 0n, 0, 0n, ...out)));
+    }
+
+    // Computed two-dimensional data. Peaks are [centre1, centre2, decades, amplitude].
+    simulate2d(times1, times2, peaks, settings = {}) {
+      return this.withSettings(settings, (handle, arena) => {
+        const [x1, x2, rows] = [times1, times2, peaks.flat()].map((list) => arena.numbers(list));
+        return this.resultOf(arena, (...out) =>
+          this.module._vorin_simulate2d(handle, x1, BigInt(times1.length), x2,
+            BigInt(times2.length), rows, BigInt(peaks.length), ...out));
+      });
+    }
+
+    // All settings: lists "name", "takes", "default" and "meaning".
+    settingNames() {
+      return this.withArena((arena) =>
+        this.resultOf(arena, (...out) => this.module._vorin_setting_names(...out)));
+    }
+
+    // Settings that several calls use: what they compute by the way, such as kernels, is kept.
+    openSettings(settings) {
+      return new Settings(this, settings);
     }
 
     // Runs `job` with a handle of settings.
     withSettings(settings, job) {
-      const arena = new Arena(this.module);
-      const m = this.module;
-      const size = BigInt(messageSize);
-      const message = arena.take(messageSize);
-      const address = arena.take(4);
-      let handle = 0;
+      const made = settings instanceof Settings ? settings : new Settings(this, settings);
       try {
-        this.check(m._vorin_settings_create(address, message, size), message);
-        handle = m.HEAPU32[address / 4];
-        for (const [name, value] of Object.entries(settings)) {
-          const key = arena.text(name);
-          const code =
-            typeof value === "number"
-              ? m._vorin_settings_set_number(handle, key, value, message, size)
-              : typeof value === "string"
-                ? m._vorin_settings_set_text(handle, key, arena.text(value), message, size)
-                : m._vorin_settings_set_array(handle, key, arena.numbers(value),
-                    BigInt(value.length), message, size);
-          this.check(code, message);
-        }
-        return job(handle, arena);
+        return this.withArena((arena) => job(made.handle, arena));
       } finally {
-        if (handle !== 0) {
-          m._vorin_settings_free(handle);
+        if (made !== settings) {
+          made.free();
         }
+      }
+    }
+
+    withArena(job) {
+      const arena = new Arena(this.module);
+      try {
+        return job(arena);
+      } finally {
         arena.free();
+      }
+    }
+
+    // Runs `job` with the address of a function that calls `progress`; with none, with null.
+    withProgress(progress, job) {
+      if (!progress) {
+        return job(0);
+      }
+      const call = this.module.addFunction((user, done, total) => {
+        progress(Number(done), Number(total));
+        return 0;
+      }, "iijj");
+      try {
+        return job(call);
+      } finally {
+        this.module.removeFunction(call);
       }
     }
 
     // The result that `call` makes, as an object with a member for each field.
     resultOf(arena, call) {
-      const m = this.module;
+      const kept = new Kept(this, this.handleOf(arena, call));
+      kept.free();
+      return kept.fields;
+    }
+
+    // The handle that `call` makes; its last arguments are those for the handle and the message.
+    handleOf(arena, call) {
       const message = arena.take(messageSize);
       const address = arena.take(4);
-      this.check(call(address, message), message);
-      const handle = m.HEAPU32[address / 4];
-      try {
-        return this.fields(handle, arena);
-      } finally {
-        m._vorin_result_free(handle);
-      }
+      this.check(call(address, message, BigInt(messageSize)), message);
+      return this.module.HEAPU32[address / 4];
+    }
+
+    fieldsOf(handle) {
+      return this.withArena((arena) => this.fields(handle, arena));
     }
 
     fields(handle, arena) {
