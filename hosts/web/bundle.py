@@ -98,7 +98,8 @@ class Inputs:
 
     def __init__(self, page, module):
         self.folders = (page, HERE, module)
-        self.index = text_of(page / "index.html")
+        # Without comments: they would move the charset behind the bytes where browsers look for it.
+        self.index = re.sub(r"<!--.*?-->\n?", "", text_of(page / "index.html"), flags=re.DOTALL)
         self.styles = STYLE.findall(self.index)
         self.scripts = SCRIPT.findall(self.index)
         self.worker = text_of(self.find("worker.js"))

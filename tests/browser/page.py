@@ -26,7 +26,7 @@ ARGUMENTS = (
     "--disable-gpu", "--disable-dev-shm-usage", "--window-size=1280,900", "--lang=en",
     "--no-first-run", "--disable-background-networking", "--disable-component-update",
     "--disable-default-apps", "--disable-extensions", "--disable-sync",
-    "--proxy-bypass-list=<-loopback>",
+    "--proxy-bypass-list=<-loopback>", "about:blank",
 )
 
 # Runs ahead of the page's own scripts: keeps what must never happen.

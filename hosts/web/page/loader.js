@@ -2,11 +2,17 @@
 //
 // In the single file both are in the page: a script element "vorin-worker" of type text/plain
 // holds vorin_web.js, vorin.js and worker.js one behind the other, and "vorin-module" the bytes of
-// vorin_web.wasm in base64. In a folder for a server, all four lie beside the page.
+// vorin_web.wasm in base64, packed. In a folder for a server, all four lie beside the page.
+// See bundle.py.
 (function (page) {
   "use strict";
 
   let address = null;
+
+  // Pages with a policy take the address of a worker only from here.
+  const addresses = globalThis.trustedTypes
+    ? trustedTypes.createPolicy("vorin", { createScriptURL: (url) => url })
+    : { createScriptURL: (url) => url };
 
   function decoded(text) {
     const characters = atob(text.trim());
@@ -21,7 +27,11 @@
   page.moduleBytes = async function () {
     const inside = document.getElementById("vorin-module");
     if (inside) {
-      return decoded(inside.textContent);
+      const { packing } = inside.dataset;
+      const bytes = decoded(inside.textContent);
+      return packing
+        ? new Response(new Blob([bytes]).stream().pipeThrough(new DecompressionStream(packing))).arrayBuffer()
+        : bytes;
     }
     const answer = await fetch("vorin_web.wasm");
     if (!answer.ok) {
@@ -33,11 +43,11 @@
   page.newWorker = function () {
     const inside = document.getElementById("vorin-worker");
     if (!inside) {
-      return new Worker("worker.js");
+      return new Worker(addresses.createScriptURL("worker.js"));
     }
     if (!address) {
       address = URL.createObjectURL(new Blob([inside.textContent], { type: "text/javascript" }));
     }
-    return new Worker(address);
+    return new Worker(addresses.createScriptURL(address));
   };
 })((globalThis.VorinPage = globalThis.VorinPage || {}));
