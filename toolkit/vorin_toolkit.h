@@ -18,7 +18,8 @@
  *   Results               vorin_result_free, vorin_result_field, vorin_result_number,
  *                         vorin_result_numbers, vorin_result_text, vorin_result_text_at,
  *                         vorin_result_array
- *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve, vorin_write_report
+ *   Inversion             vorin_invert, vorin_bootstrap, vorin_lcurve, vorin_write_report,
+ *                         vorin_write_text
  *   Maps of many decays   vorin_map_create, vorin_map_free, vorin_map_describe,
  *                         vorin_map_invert, vorin_map_add_to_mean,
  *                         vorin_map_shared_weight
@@ -405,6 +406,32 @@ vorin_lcurve(const vorin_result* inversion, vorin_result** result, char* message
 VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_write_report(
     const vorin_result* inversion, const vorin_result* bootstrap, const vorin_settings* settings,
     const char* path, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
+
+/* Writes results as the texts of the command's files: a result with the text "text".
+ *
+ * The forms: "distribution" and "fit", CSV as of the options --out and --fit; "json", an
+ * object, or an array of several; "summary", that of the terminal; "table", CSV with a row for
+ * each inversion; "report", the page of vorin_write_report with a picture of the host. A map
+ * over two axes has "distribution", "json" and "summary".
+ *
+ * Settings: "title", "amplitude_label", "cutoff" and "percentiles", as of vorin_write_report.
+ *
+ *   form        in   the text's form
+ *   inversions  in   count results of vorin_invert, or one of vorin_invert2d
+ *   bootstraps  in   count results of vorin_bootstrap, each of the inversion of that place, or
+ *                    null; null for none at all
+ *   names       in   count texts, the names of the decays, or null for "decay"
+ *   count       in   by value, 1 or above; only "json" and "table" take several
+ *   picture     in   SVG for "report", placed in the page as it is; null for none
+ *   settings    in   the handle; null for all defaults
+ *   result      out  address of a handle; free it by vorin_result_free
+ *   message     out  as above
+ *   message_size  in  as above
+ *   returns  VORIN_TOOLKIT_OK, VORIN_TOOLKIT_BAD_INPUT or VORIN_TOOLKIT_NO_MEMORY */
+VORIN_TOOLKIT_API int32_t VORIN_TOOLKIT_CALL vorin_write_text(
+    const char* form, const vorin_result* const* inversions, const vorin_result* const* bootstraps,
+    const char* const* names, int64_t count, const char* picture, const vorin_settings* settings,
+    vorin_result** result, char* message, int64_t message_size) VORIN_TOOLKIT_NOEXCEPT;
 
 /* ------------------------------------------------------------------------
  * Maps of many decays

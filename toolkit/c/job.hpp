@@ -11,6 +11,10 @@
 #include "toolkit/c/handles.hpp"
 #include "toolkit/inverting/inversion.hpp"
 
+namespace vorin::toolkit {
+struct ReportContext;
+}
+
 namespace vorin::toolkit::c {
 
 /// The log of one job on its way to its place: it appears whole, after commit(), or not at all.
@@ -55,5 +59,10 @@ int threadCount(const vorin_settings& settings);
 
 /// What vorin_invert kept in `result`. Throws UserError for a result of another job.
 const Inverted& inversionOf(const vorin_result* result);
+
+/// What a report of `job` says beside its numbers. `bootstrap` may be null. Throws UserError for
+/// one of another inversion and for settings that can't be read.
+ReportContext contextOf(const Inverted& job, const vorin_result* bootstrap,
+                        const vorin_settings& settings);
 
 }  // namespace vorin::toolkit::c

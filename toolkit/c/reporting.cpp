@@ -8,8 +8,6 @@
 
 namespace vorin::toolkit::c {
 
-namespace {
-
 ReportContext contextOf(const Inverted& job, const vorin_result* bootstrap,
                         const vorin_settings& settings) {
   const std::string& name = settings.text("name");
@@ -37,8 +35,6 @@ ReportContext contextOf(const Inverted& job, const vorin_result* bootstrap,
   }
   return context;
 }
-
-}  // namespace
 
 }  // namespace vorin::toolkit::c
 

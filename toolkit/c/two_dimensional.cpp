@@ -8,29 +8,18 @@
 
 #include "toolkit/c/boundary.hpp"
 #include "toolkit/c/handles.hpp"
+#include "toolkit/c/map_job.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/reading/units.hpp"
 #include "toolkit/system/folders.hpp"
 #include "toolkit/two_dimensional/map_bootstrap.hpp"
 #include "toolkit/two_dimensional/map_checks.hpp"
 #include "toolkit/two_dimensional/map_measures.hpp"
-#include "toolkit/two_dimensional/map_preparation.hpp"
 #include "toolkit/two_dimensional/map_reading.hpp"
 #include "toolkit/two_dimensional/map_settings_text.hpp"
 #include "toolkit/two_dimensional/map_simulation.hpp"
 
 namespace vorin::toolkit::c {
-
-/// An inversion of two-dimensional data with all that it was made of.
-struct InvertedMap {
-  PreparedMap input;
-  MapInversion inversion;
-};
-
-namespace {
-
-/// Of a progress that is told as a part of 1.
-constexpr std::int64_t whole = 1000;
 
 const InvertedMap& mapOfResult(const vorin_result* result) {
   requireAddress(result, "inversion");
@@ -39,6 +28,11 @@ const InvertedMap& mapOfResult(const vorin_result* result) {
   }
   return *result->map;
 }
+
+namespace {
+
+/// Of a progress that is told as a part of 1.
+constexpr std::int64_t whole = 1000;
 
 /// The kernel and the grid of axis "1" or "2".
 MapAxis axisOf(const vorin_settings& settings, const std::string& axis, Kernel standard) {

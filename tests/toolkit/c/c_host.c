@@ -43,6 +43,7 @@ __extension__ ENTRY(vorin_result_array);
 __extension__ ENTRY(vorin_invert);
 __extension__ ENTRY(vorin_bootstrap);
 __extension__ ENTRY(vorin_lcurve);
+__extension__ ENTRY(vorin_write_text);
 __extension__ ENTRY(vorin_kernel_matrix);
 __extension__ ENTRY(vorin_picture_axes);
 __extension__ ENTRY(vorin_log_grid);
@@ -87,6 +88,7 @@ static void load_all(void) {
   LOAD(vorin_invert);
   LOAD(vorin_bootstrap);
   LOAD(vorin_lcurve);
+  LOAD(vorin_write_text);
   LOAD(vorin_kernel_matrix);
   LOAD(vorin_picture_axes);
   LOAD(vorin_log_grid);
@@ -231,6 +233,80 @@ static void reportMeasures(const vorin_result* inversion, const double* grid) {
   p_vorin_settings_free(settings);
 }
 
+/* The text of a form of one inversion, in a buffer that the next call overwrites. */
+static const char* written(const char* form, const vorin_result* inversion, const char* name,
+                           const char* picture) {
+  static char copy[65536];
+  const char* text = NULL;
+  vorin_result* result = NULL;
+  OK(p_vorin_write_text(form, &inversion, NULL, &name, 1, picture, NULL, &result, TELL));
+  OK(p_vorin_result_text(result, "text", &text, TELL));
+  EXPECT(strlen(text) < sizeof copy);
+  strcpy(copy, text);
+  p_vorin_result_free(result);
+  return copy;
+}
+
+/* The texts of the command's files hold the numbers of the result. */
+static void texts(const vorin_result* inversion, const double* grid) {
+  const double* const distribution = array(inversion, "distribution", POINTS);
+  const double total = number(inversion, "total");
+  const vorin_result* const both[2] = {inversion, inversion};
+  const char* const names[2] = {"first", "second"};
+  const char* line = written("distribution", inversion, NULL, NULL);
+  const char* text = NULL;
+  char* end = NULL;
+  vorin_result* result = NULL;
+  vorin_result* band = NULL;
+  vorin_settings* settings = NULL;
+  int i;
+  line = strchr(line, '\n') + 1; /* a comment, then the names of the columns */
+  for (i = 0; i < POINTS; ++i) {
+    line = strchr(line, '\n') + 1;
+    /* The CSV has eight places. */
+    EXPECT(fabs(strtod(line, &end) / grid[i] - 1.0) < 1e-7 && *end == ',');
+    EXPECT(fabs(strtod(end + 1, &end) - distribution[i]) < 1e-7 * total);
+  }
+  line = strchr(line, '\n') + 1;
+  EXPECT(*line == '\0');
+  line = strstr(written("json", inversion, "a", NULL), "\"total\":");
+  EXPECT(fabs(strtod(line + strlen("\"total\":"), NULL) / total - 1.0) < 1e-12);
+  EXPECT(strstr(written("fit", inversion, NULL, NULL), "residual") != NULL);
+  EXPECT(strncmp(written("summary", inversion, "core 7", NULL), "core 7: ", 8) == 0);
+  text = written("report", inversion, "<b>", "<svg><g></g></svg>");
+  EXPECT(strstr(text, "&lt;b&gt;") != NULL && strstr(text, "<b>") == NULL);
+  EXPECT(strstr(text, "<figure>\n<svg><g></g></svg></figure>") != NULL);
+
+  OK(p_vorin_settings_create(&settings, TELL));
+  OK(p_vorin_settings_set_text(settings, "cutoff", "20ms", TELL));
+  OK(p_vorin_write_text("table", both, NULL, names, 2, NULL, settings, &result, TELL));
+  OK(p_vorin_result_text(result, "text", &text, TELL));
+  EXPECT(strstr(text, "share_below_0.02_s") != NULL && strstr(text, "\nsecond,") != NULL);
+  p_vorin_result_free(result);
+  OK(p_vorin_write_text("json", both, NULL, names, 2, NULL, settings, &result, TELL));
+  OK(p_vorin_result_text(result, "text", &text, TELL));
+  EXPECT(text[0] == '[');
+  p_vorin_result_free(result);
+  OK(p_vorin_settings_set_number(settings, "replicates", 20.0, TELL));
+  OK(p_vorin_bootstrap(inversion, settings, NULL, NULL, &band, TELL));
+  {
+    const vorin_result* const one[2] = {band, NULL};
+    EXPECT(p_vorin_write_text("table", both, one, names, 2, NULL, NULL, &result, TELL) ==
+           VORIN_TOOLKIT_BAD_INPUT);
+    OK(p_vorin_write_text("distribution", both, one, names, 1, NULL, NULL, &result, TELL));
+  }
+  OK(p_vorin_result_text(result, "text", &text, TELL));
+  EXPECT(strstr(text, "lower") != NULL);
+  p_vorin_result_free(result);
+  EXPECT(p_vorin_write_text("fit", both, NULL, names, 2, NULL, NULL, &result, TELL) ==
+         VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(p_vorin_write_text("poem", both, NULL, names, 1, NULL, NULL, &result, TELL) ==
+         VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(result == NULL && strstr(message, "distribution") != NULL);
+  p_vorin_result_free(band);
+  p_vorin_settings_free(settings);
+}
+
 static void jobs(const double* t, const double* grid) {
   double y[SAMPLES];
   double matrix[SAMPLES * POINTS];
@@ -298,6 +374,7 @@ static void jobs(const double* t, const double* grid) {
   EXPECT(array(other, "cumulative", POINTS)[POINTS - 1] == number(result, "total"));
   p_vorin_result_free(other);
   reportMeasures(result, grid);
+  texts(result, grid);
   p_vorin_result_free(result);
   y[3] = NAN;
   EXPECT(p_vorin_invert(settings, t, y, NULL, SAMPLES, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
@@ -351,6 +428,12 @@ static void maps(void) {
   EXPECT(fabs(number(result, "log_mean1") - 0.3) < 0.03);
   OK(p_vorin_result_text(result, "kernel1", &text, TELL));
   EXPECT(strcmp(text, "t1-inversion") == 0);
+  text = strstr(written("json", result, NULL, NULL), "\"total\":");
+  EXPECT(fabs(strtod(text + strlen("\"total\":"), NULL) / number(result, "total") - 1.0) < 1e-12);
+  text = strchr(written("distribution", result, NULL, NULL), ',') + 1;
+  EXPECT(fabs(strtod(text, NULL) / array(result, "grid2", CELLS2)[0] - 1.0) < 1e-8);
+  EXPECT(p_vorin_write_text("table", (const vorin_result* const*)&result, NULL, NULL, 1, NULL, NULL,
+                            &other, TELL) == VORIN_TOOLKIT_BAD_INPUT);
   OK(p_vorin_fit2d(result, fit, TELL));
   for (i = 0; i < ROWS * COLUMNS; ++i) {
     const double rest = array(result, "samples", ROWS * (int64_t)COLUMNS)[i] - fit[i];
