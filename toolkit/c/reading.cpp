@@ -9,7 +9,6 @@
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
-#include "toolkit/system/folders.hpp"
 
 namespace vorin::toolkit::c {
 
@@ -43,8 +42,8 @@ int32_t vorin_read_decay(const char* path, const vorin_settings* settings, vorin
   return c::making(result, message, message_size, [&] {
     c::requireAddress(path, "path");
     const vorin_settings defaults;
-    std::vector<vorin::toolkit::FileDecay> decays = vorin::toolkit::readDecays(
-        vorin::toolkit::pathOf(path), c::formatOf(c::orDefaults(settings, defaults)));
+    std::vector<vorin::toolkit::FileDecay> decays =
+        vorin::toolkit::readDecays(path, c::formatOf(c::orDefaults(settings, defaults)));
     auto made = std::make_unique<vorin_result>();
     std::vector<std::string> names;
     std::vector<double> sizes;

@@ -3,7 +3,6 @@
 #include "toolkit/c/job.hpp"
 #include "toolkit/measures/cumulative.hpp"
 #include "toolkit/reading/files.hpp"
-#include "toolkit/system/folders.hpp"
 #include "toolkit/writing/sample_report.hpp"
 
 namespace vorin::toolkit::c {
@@ -51,7 +50,7 @@ int32_t vorin_write_report(const vorin_result* inversion, const vorin_result* bo
     const vorin_settings defaults;
     const auto context = c::contextOf(job, bootstrap, c::orDefaults(settings, defaults));
     vorin::toolkit::OutputFiles files;
-    const std::filesystem::path target = files.announce(vorin::toolkit::pathOf(path), "path");
+    const std::filesystem::path target = files.announce(path, "path");
     vorin::toolkit::requireReport(target, "path");
     const vorin::toolkit::PrivateFolder scratch;
     files.write(target, vorin::toolkit::sampleReport(target, scratch, job.inversion, context));

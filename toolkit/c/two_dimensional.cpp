@@ -11,7 +11,6 @@
 #include "toolkit/c/map_job.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/reading/units.hpp"
-#include "toolkit/system/folders.hpp"
 #include "toolkit/two_dimensional/map_bootstrap.hpp"
 #include "toolkit/two_dimensional/map_checks.hpp"
 #include "toolkit/two_dimensional/map_measures.hpp"
@@ -380,8 +379,8 @@ int32_t vorin_read2d(const char* path, const vorin_settings* settings, vorin_res
   return c::making(result, message, message_size, [&] {
     c::requireAddress(path, "path");
     const vorin_settings defaults;
-    vorin::toolkit::MeasuredMap measured = vorin::toolkit::readMap(
-        vorin::toolkit::pathOf(path), c::formatOf(c::orDefaults(settings, defaults)));
+    vorin::toolkit::MeasuredMap measured =
+        vorin::toolkit::readMap(path, c::formatOf(c::orDefaults(settings, defaults)));
     auto made = std::make_unique<vorin_result>();
     made->add("times1", std::move(measured.data.times1));
     made->add("times2", std::move(measured.data.times2));

@@ -1,14 +1,10 @@
-// Paths from texts, and what a folder allows.
+// What a folder allows, and folders for temporary files.
 #pragma once
 
 #include <filesystem>
 #include <string_view>
 
 namespace vorin::toolkit {
-
-/// The path of a file whose name a program hands in. On Windows that is UTF-8 where it is valid
-/// UTF-8, else text in the code page of the process; elsewhere bytes.
-std::filesystem::path pathOf(std::string_view name);
 
 /// Whether files can be made in `folder`; where they can't, errno says why.
 bool canWriteInto(const std::filesystem::path& folder);

@@ -10,10 +10,6 @@ namespace vorin::toolkit {
 
 namespace fs = std::filesystem;
 
-fs::path pathOf(std::string_view name) {
-  return name;
-}
-
 bool canWriteInto(const fs::path& folder) {
   return ::access(folder.c_str(), W_OK) == 0;
 }

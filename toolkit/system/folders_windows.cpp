@@ -4,16 +4,11 @@
 #include <random>
 #include <string>
 
-#include "toolbox/file_name.hpp"
 #include "toolkit/system/folders.hpp"
 
 namespace vorin::toolkit {
 
 namespace fs = std::filesystem;
-
-fs::path pathOf(std::string_view name) {
-  return wideName(name);
-}
 
 bool canWriteInto(const fs::path& /*folder*/) {
   return true;  // rights are lists here, which only the attempt evaluates as the system does

@@ -1,11 +1,10 @@
 // The search of PATH, which differs in few characters from system to system.
 #include "toolkit/system/process.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <string_view>
-
-#include "toolkit/system/folders.hpp"
 
 namespace vorin::toolkit {
 
@@ -43,14 +42,14 @@ fs::path findProgram(const std::string& name) {
   const std::string folders = environment("PATH");
   for (std::size_t at = 0; at <= folders.size();) {
     const std::size_t end = std::min(folders.find(separator, at), folders.size());
-    fs::path path = pathOf(folders.substr(at, end - at)) / file;
+    fs::path path = fs::path(folders.substr(at, end - at)) / file;
     if (isProgram(path)) {
       return path;
     }
     at = end + 1;
   }
   for (const char* const variable : installed) {
-    fs::path path = pathOf(environment(variable)) / name / "bin" / file;
+    fs::path path = fs::path(environment(variable)) / name / "bin" / file;
     if (isProgram(path)) {
       return path;
     }

@@ -66,6 +66,19 @@ TEST(OutputFiles, APipeIsWrittenToAndNotReplaced) {
   ::close(reader);
 }
 
+TEST(OutputFiles, HaveNamesInUtf8) {
+  // Letters of 2, 3 and 4 bytes; a path of the system's own text says what they are.
+  const std::string name = "\u00e4\u00df_\u6e2c_\U0001d6fd.csv";
+  const fs::path known(u"\u00e4\u00df_\u6e2c_\U0001d6fd.csv");
+  const TemporaryFolder folder;
+  OutputFiles outputs;
+  outputs.write(outputs.announce(folder / name, "--out", {}), "content");
+  outputs.commit();
+  EXPECT_EQ(folder.names(), std::vector<std::string>{name});
+  EXPECT_TRUE(fs::exists(folder.path() / known));
+  EXPECT_EQ(test::contentOf(folder.path() / known), "content");
+}
+
 TEST(OutputFiles, ALinkToTheInputIsTheInput) {
   const TemporaryFolder folder;
   test::writeFile(folder / "decay.csv", "1,2\n");
