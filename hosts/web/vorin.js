@@ -48,6 +48,11 @@
       this.module.HEAPF64.set(values, address / 8);
       return address;
     }
+    addresses(list) {
+      const address = this.take(4 * list.length);
+      this.module.HEAPU32.set(list, address / 4);
+      return address;
+    }
     free() {
       this.blocks.forEach((address) => this.module._free(address));
     }
@@ -209,6 +214,20 @@
           new Kept(this, this.handleOf(arena, (...out) =>
             this.module._vorin_invert2d(handle, x1, BigInt(times1.length), x2,
               BigInt(times2.length), y, second, call, 0, ...out))));
+      });
+    }
+
+    // A text of the command's files (see vorin_write_text) of `items`, each with an inversion, a
+    // bootstrap or null, and a name.
+    writeText(form, items, settings = {}, picture = null) {
+      return this.withSettings(settings, (handle, arena) => {
+        const inversions = arena.addresses(items.map((item) => item.inversion.handle));
+        const bands = arena.addresses(items.map((item) => (item.bootstrap ? item.bootstrap.handle : 0)));
+        const names = arena.addresses(items.map((item) => arena.text(item.name)));
+        const drawn = picture === null ? 0 : arena.text(picture);
+        return this.resultOf(arena, (...out) =>
+          this.module._vorin_write_text(arena.text(form), inversions, bands, names,
+            BigInt(items.length), drawn, handle, ...out)).text;
       });
     }
 

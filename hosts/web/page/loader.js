@@ -1,42 +1,53 @@
 // Where the worker and the WebAssembly module come from.
 //
-// In the single file a data block "vorin-bundle" holds the worker's text, the module's packed bytes,
-// the sample decay and the licences. In a folder for a server they are files beside the page.
+// In the single file both are in the page: a script element "vorin-worker" of type text/plain
+// holds vorin_web.js, vorin.js and worker.js one behind the other, and "vorin-module" the bytes of
+// vorin_web.wasm in base64, packed. In a folder for a server, all four lie beside the page.
+// See bundle.py.
 (function (page) {
   "use strict";
 
-  const inside = document.getElementById("vorin-bundle");
-  const bundle = inside ? JSON.parse(inside.textContent) : null;
-  const policy = globalThis.trustedTypes
-    ? trustedTypes.createPolicy("vorin", { createScriptURL: (address) => address })
-    : { createScriptURL: (address) => address };
-  let workerAddress = "worker.js";
-  if (bundle) {
-    const text = new Blob([bundle.worker], { type: "text/javascript" });
-    workerAddress = URL.createObjectURL(text);
-  }
+  let address = null;
 
-  async function fetched(name) {
-    const answer = await fetch(name);
-    if (!answer.ok) {
-      throw new Error(`${name} can't be read beside the page (${answer.status})`);
+  // Pages with a policy take the address of a worker only from here.
+  const addresses = globalThis.trustedTypes
+    ? trustedTypes.createPolicy("vorin", { createScriptURL: (url) => url })
+    : { createScriptURL: (url) => url };
+
+  function decoded(text) {
+    const characters = atob(text.trim());
+    const bytes = new Uint8Array(characters.length);
+    for (let i = 0; i < bytes.length; ++i) {
+      bytes[i] = characters.charCodeAt(i);
     }
-    return answer;
+    return bytes.buffer;
   }
 
-  async function unpacked(base64, packing) {
-    const characters = atob(base64);
-    const bytes = Uint8Array.from(characters, (character) => character.charCodeAt(0));
-    const stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream(packing));
-    return new Response(stream).arrayBuffer();
-  }
+  // The bytes of the module; the caller may give them away.
+  page.moduleBytes = async function () {
+    const inside = document.getElementById("vorin-module");
+    if (inside) {
+      const { packing } = inside.dataset;
+      const bytes = decoded(inside.textContent);
+      return packing
+        ? new Response(new Blob([bytes]).stream().pipeThrough(new DecompressionStream(packing))).arrayBuffer()
+        : bytes;
+    }
+    const answer = await fetch("vorin_web.wasm");
+    if (!answer.ok) {
+      throw new Error(`vorin_web.wasm can't be read beside the page (${answer.status})`);
+    }
+    return answer.arrayBuffer();
+  };
 
-  page.newWorker = () => new Worker(policy.createScriptURL(workerAddress));
-
-  page.moduleBytes = async () =>
-    bundle ? unpacked(bundle.module, bundle.packing) : (await fetched("vorin_web.wasm")).arrayBuffer();
-
-  page.sampleText = async () => (bundle ? bundle.sample : (await fetched("decay.csv")).text());
-
-  page.licences = async () => (bundle ? bundle.licences : (await fetched("LICENCES.txt")).text());
+  page.newWorker = function () {
+    const inside = document.getElementById("vorin-worker");
+    if (!inside) {
+      return new Worker(addresses.createScriptURL("worker.js"));
+    }
+    if (!address) {
+      address = URL.createObjectURL(new Blob([inside.textContent], { type: "text/javascript" }));
+    }
+    return new Worker(addresses.createScriptURL(address));
+  };
 })((globalThis.VorinPage = globalThis.VorinPage || {}));

@@ -1,1 +1,216 @@
-"use strict";
+// The four plots of decays: what they draw of the session, and what they tell under the cursor.
+(function (page) {
+  "use strict";
+
+  const plots = {};
+  const scaled = (values, size) => values.map((value) => value / size);
+  const look = (decay) => `colour${decay.colour}`;
+
+  // Decays whose axis is that of the selected one: times, or b values.
+  function together(decays) {
+    const last = decays[decays.length - 1];
+    const diffusion = (decay) => (decay.inversion ? decay.inversion.kernel : page.kernel()) === "diffusion";
+    return last ? decays.filter((decay) => diffusion(decay) === diffusion(last)) : [];
+  }
+
+  // Labels and units of the axes; asked of the toolkit where nothing is inverted yet.
+  function axesOf(decay) {
+    if (decay.inversion) {
+      return decay.inversion.axes;
+    }
+    const kernel = page.kernel();
+    if (decay.axes?.kernel !== kernel) {
+      const end = decay.time[decay.time.length - 1];
+      const own = (decay.axes = { kernel, abscissa_label: "", abscissa_unit: "", abscissa_unit_size: 1 });
+      page.engine.run("axes", { kernel, lastAbscissa: end, lastOnGrid: end }).then((axes) => {
+        Object.assign(own, axes);
+        page.drawPlots();
+      }, () => {});
+    }
+    return decay.axes;
+  }
+
+  const legendOf = (decays) =>
+    decays.length > 1 ? decays.map((decay) => ({ text: decay.name, look: look(decay) })) : [];
+
+  // What of a decay is inverted, or would be.
+  function samplesOf(decay) {
+    if (decay.inversion) {
+      return { x: decay.inversion.time, y: decay.inversion.amplitude };
+    }
+    return { x: decay.time, y: decay.amplitude };
+  }
+
+  function skippedOf(decay) {
+    const file = page.session.files.find((one) => one.id === decay.file);
+    const count = Number(file?.reading.skip || 0);
+    return { x: decay.time.slice(0, count), y: decay.amplitude.slice(0, count) };
+  }
+
+  function drawDecay(decays, axes) {
+    const size = axes.abscissa_unit_size;
+    const series = [];
+    for (const decay of decays) {
+      const { x, y } = samplesOf(decay);
+      series.push({ kind: "points", name: "amplitude", x: scaled(x, size), y, look: look(decay) });
+      const skipped = skippedOf(decay);
+      series.push({ kind: "points", name: "skipped", x: scaled(skipped.x, size), y: skipped.y, look: "left-out" });
+    }
+    for (const { inversion, colour } of decays.filter((decay) => decay.inversion)) {
+      const rejected = Array.from(inversion.rejected);
+      series.push({ kind: "points", name: "rejected", look: "left-out",
+        x: rejected.map((i) => inversion.time[i] / size), y: rejected.map((i) => inversion.amplitude[i]) });
+      series.push({ kind: "line", name: "fit", x: scaled(inversion.time, size), y: inversion.fit, look: `colour${colour} fit` });
+    }
+    const decay = decays[decays.length - 1];
+    const [own] = [samplesOf(decay)];
+    plots.decay.draw({ series, legend: legendOf(decays), x: { label: axes.abscissa_label },
+      y: { label: amplitudeLabel(decay) },
+      readout: (value) => {
+        const i = page.nearest(own.x, value * size);
+        const fit = decay.inversion ? `, fit ${page.amplitude(decay.inversion.fit[i])}` : "";
+        return `sample ${i + 1}: ${page.number(own.x[i] / size, 5)} ${axes.abscissa_unit}, amplitude ${page.amplitude(own.y[i])}${fit}`;
+      } });
+  }
+
+  const amplitudeLabel = (decay) =>
+    decay.inversion?.amplitude_unit ? `amplitude (${decay.inversion.amplitude_unit})` : "amplitude";
+
+  function drawResidual(decays, axes) {
+    const done = decays.filter((decay) => decay.inversion);
+    const size = axes.abscissa_unit_size;
+    const residual = ({ inversion }) => inversion.amplitude.map((value, i) => value - inversion.fit[i]);
+    const curves = done.map((decay) => ({ kind: "points", name: "residual", look: look(decay),
+      x: scaled(decay.inversion.time, size), y: residual(decay) }));
+    const { inversion } = done[done.length - 1];
+    const own = curves[curves.length - 1];
+    plots.residual.draw({ series: curves, x: { label: axes.abscissa_label }, y: { label: "residual" },
+      readout: (value) => {
+        const i = page.nearest(own.x, value);
+        return `sample ${i + 1}: ${page.number(own.x[i], 5)} ${axes.abscissa_unit}, residual ${page.amplitude(own.y[i])}`;
+      },
+      // Zero and one standard deviation of the noise to either side.
+      marks: (group, x, y) => [0, inversion.noise, -inversion.noise].filter(Number.isFinite).forEach((level) =>
+        group.append(page.makeSvg("path", { class: level === 0 ? "zero" : "noise-level",
+          d: `M${x.range[0]},${y.at(level).toFixed(1)}H${x.range[1]}` }))) });
+  }
+
+  function drawDistribution(decays) {
+    const done = decays.filter((decay) => decay.inversion);
+    const decay = done[done.length - 1];
+    const { axes, kernel } = decay.inversion;
+    const size = axes.grid_unit_size;
+    const series = [];
+    for (const one of done) {
+      const x = scaled(one.inversion.grid, size);
+      if (one === decay && one.bootstrap) {
+        series.push({ kind: "band", name: "band", x, lower: one.bootstrap.lower, upper: one.bootstrap.upper, look: look(one) });
+      }
+      if (one === decay) {
+        series.push({ kind: "area", name: "area", x, y: one.inversion.distribution, look: look(one) });
+      }
+      series.push({ kind: "line", name: "distribution", x, y: one.inversion.distribution, look: look(one) });
+    }
+    const own = decay.inversion;
+    series.push({ kind: "line", name: "cumulative", right: true, look: "cumulative",
+      x: scaled(own.grid, size), y: own.cumulative });
+    plots.distribution.draw({ series, legend: legendOf(done), x: { label: axes.grid_label },
+      y: { label: amplitudeLabel(decay) }, y2: { label: "cumulative" },
+      readout: (value) => {
+        const i = page.nearest(own.grid, value * size);
+        return `${page.gridValue(own.grid[i], kernel)}: amplitude ${page.amplitude(own.distribution[i])}, cumulative ${page.amplitude(own.cumulative[i])}` +
+          ` (${page.percent(own.cumulative[i] / own.total)})`;
+      },
+      marks: (group, x, y, plot) => {
+        drawPeaks(group, x, y, own, size);
+        page.drawCutoffs(group, x, y, plot, decay);
+      } });
+  }
+
+  // A mark at each peak, with its position; the table tells the rest.
+  function drawPeaks(group, x, y, inversion, size) {
+    let free = -Infinity;
+    inversion.peak_position.forEach((position, i) => {
+      const at = x.at(position / size);
+      if (at < x.range[0] || at > x.range[1]) {
+        return;
+      }
+      group.append(page.makeSvg("path", { class: "peak", d: `M${at.toFixed(1)},${y.range[0]}v6` }));
+      if (at - free > 74 && inversion.peak_share[i] > 0.02) {
+        free = at;
+        const height = inversion.distribution[page.nearest(inversion.grid, position)];
+        group.append(page.makeSvg("text", { class: "peak-label", "text-anchor": "middle", x: at.toFixed(1),
+          y: Math.max(y.range[1] + 14, y.at(height) - 7).toFixed(1), text: page.gridValue(position, inversion.kernel) }));
+      }
+    });
+  }
+
+  function drawLCurve(decay) {
+    const curve = decay.lcurve;
+    const { residual_norm, solution_norm, weight } = curve;
+    const dot = (group, x, y, px, py, kind, label) => {
+      group.append(page.makeSvg("circle", { class: kind, r: 5, cx: x.at(px).toFixed(1), cy: y.at(py).toFixed(1) }),
+        page.makeSvg("text", { class: "point-label", x: (x.at(px) + 9).toFixed(1), y: (y.at(py) - 8).toFixed(1), text: label }));
+    };
+    plots.lcurve.draw({
+      series: [{ kind: "line", name: "lcurve", x: residual_norm, y: solution_norm, look: look(decay) },
+        { kind: "points", name: "weights", x: residual_norm, y: solution_norm, look: `${look(decay)} large` },
+        // The present point belongs to the plot, wherever it lies.
+        { kind: "points", name: "present", x: [curve.used_residual_norm], y: [curve.used_solution_norm], look: "hidden" }],
+      x: { label: "norm of the residual" }, y: { label: "norm of the distribution" },
+      readout: (value) => {
+        const i = page.nearest(residual_norm, value);
+        return `weight ${page.number(weight[i])}: residual ${page.number(residual_norm[i], 4)}, distribution ${page.number(solution_norm[i], 4)}`;
+      },
+      marks: (group, x, y) => {
+        dot(group, x, y, residual_norm[curve.corner], solution_norm[curve.corner], "corner", "corner");
+        const [px, py] = presentPoint(decay);
+        dot(group, x, y, px, py, "present", `weight ${page.number(decay.inversion.weight)}`);
+      } });
+  }
+
+  // Where the inversion is on the curve. While the weight is being dragged the curve is that of the
+  // last inversion, and the point lies on it between the two weights beside.
+  function presentPoint({ lcurve, inversion }) {
+    if (inversion.weight === lcurve.used_weight) {
+      return [lcurve.used_residual_norm, lcurve.used_solution_norm];
+    }
+    const weights = lcurve.weight;
+    const i = Math.max(0, Math.min(weights.length - 2, weights.findIndex((weight) => weight > inversion.weight) - 1));
+    const part = Math.min(1, Math.max(0, Math.log(inversion.weight / weights[i]) / Math.log(weights[i + 1] / weights[i])));
+    return [lcurve.residual_norm, lcurve.solution_norm].map((list) => list[i] * (list[i + 1] / list[i]) ** part);
+  }
+
+  page.startPlots = () => {
+    plots.distribution = page.plot("plot-distribution", { logX: true, zeroY: true, height: 320 });
+    plots.decay = page.plot("plot-decay", { logX: false, height: 280 });
+    plots.residual = page.plot("plot-residual", { logX: false, fixedY: true, height: 200 });
+    plots.lcurve = page.plot("plot-lcurve", { logX: true, logY: true, height: 280 });
+    const draw = page.eachFrame(page.drawPlots);
+    ["decays", "selected", "inverted", "measured"].forEach((event) => page.on(event, draw));
+  };
+
+  page.drawPlots = () => {
+    const decay = page.selectedDecay();
+    const shown = together(page.shownDecays());
+    page.show("one", decay !== null);
+    if (!decay) {
+      Object.values(plots).forEach((plot) => plot.clear());
+      return;
+    }
+    const axes = axesOf(decay);
+    drawDecay(shown, axes);
+    if (decay.inversion) {
+      drawResidual(shown, axes);
+      drawDistribution(shown);
+    } else {
+      plots.residual.clear();
+      plots.distribution.clear();
+    }
+    if (decay.inversion && decay.lcurve) {
+      drawLCurve(decay);
+    } else {
+      plots.lcurve.clear();
+    }
+  };
+})((globalThis.VorinPage = globalThis.VorinPage || {}));

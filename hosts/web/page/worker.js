@@ -30,10 +30,14 @@
     }
   }
 
-  function invert(job) {
+  function opened(job, settings) {
     release(bootstraps, job.key);
-    const made = vorin.openInversion(job.time, job.amplitude, job.settings, job.imaginary);
-    return withCurves(keep(inversions, job.key, made));
+    const made = vorin.openInversion(job.time, job.amplitude, settings, job.imaginary);
+    return keep(inversions, job.key, made);
+  }
+
+  function invert(job) {
+    return { ...withCurves(opened(job, job.settings)), ...told(job) };
   }
 
   // The inversion at one weight by settings that stay: the kernel is computed once.
@@ -46,9 +50,23 @@
       dragged = { key, handle: vorin.openSettings(others) };
     }
     dragged.handle.set("weight", weight);
-    release(bootstraps, job.key);
-    const made = vorin.openInversion(job.time, job.amplitude, dragged.handle, job.imaginary);
-    return withCurves(keep(inversions, job.key, made));
+    return { ...withCurves(opened(job, dragged.handle)), ...told(job) };
+  }
+
+  // What is told of an inversion: the object of the command's JSON, and its summary.
+  function told(job) {
+    return { report: JSON.parse(text("json", [job], job.measures)),
+      summary: text("summary", [job], job.measures) };
+  }
+
+  // A text of the command's files, of inversions that are made again where they are gone.
+  function text(form, jobs, settings, picture = null) {
+    const items = jobs.map((job) => ({ name: job.name, inversion: inversionOf(job),
+      bootstrap: bootstraps.get(job.key) || null }));
+    // A table has intervals for all of its rows or for none.
+    const some = form === "table" && items.some((item) => item.bootstrap === null);
+    return vorin.writeText(form, some ? items.map((item) => ({ ...item, bootstrap: null })) : items,
+      settings, picture);
   }
 
   // An inversion with what its plots show beside it.
@@ -61,7 +79,7 @@
 
   function inversionOf(job) {
     if (!inversions.has(job.key)) {
-      invert(job);
+      opened(job, job.settings);
     }
     return inversions.get(job.key);
   }
@@ -69,7 +87,25 @@
   function bootstrap(job) {
     const made = vorin.openBootstrap(inversionOf(job), job.bootstrap, (done, total) =>
       self.postMessage({ id: job.id, kind: "progress", done, total }));
-    return keep(bootstraps, job.key, made);
+    return { band: keep(bootstraps, job.key, made), ...told(job) };
+  }
+
+  // An inversion of two-dimensional data; the last one is kept for its texts.
+  function invert2d(job) {
+    const made = vorin.openInversion2d(job.times1, job.times2, job.samples, job.settings,
+      job.imaginary, (done, total) => self.postMessage({ id: job.id, kind: "progress", done, total }));
+    const { samples, ...fields } = keep(inversions, "map", made);
+    const axes = [1, 2].map((axis) => {
+      const times = job[`times${axis}`];
+      const grid = fields[`grid${axis}`];
+      return vorin.pictureAxes(fields[`kernel${axis}`], times[times.length - 1], grid[grid.length - 1]);
+    });
+    return { ...fields, axes };
+  }
+
+  function mapText(job) {
+    return vorin.writeText(job.form, [{ name: job.name, inversion: inversions.get("map"), bootstrap: null }],
+      {}, null);
   }
 
   const jobs = {
@@ -86,13 +122,10 @@
     simulate: (job) => vorin.simulate(job.settings),
     simulate2d: (job) => vorin.simulate2d(job.times1, job.times2, job.peaks, job.settings),
     read2d: (job) => vorin.read2d(job.name, job.bytes, job.settings, job.companions),
-    invert2d: (job) => {
-      const made = vorin.openInversion2d(job.times1, job.times2, job.samples, job.settings,
-        job.imaginary, (done, total) =>
-          self.postMessage({ id: job.id, kind: "progress", done, total }));
-      made.free();
-      return made.fields;
-    },
+    invert2d,
+    mapText,
+    measure: told,
+    text: (job) => text(job.form, job.jobs, job.measures, job.picture),
   };
 
   async function load(bytes) {

@@ -1,0 +1,83 @@
+// Series as paths of SVG. What can't be seen is not drawn: of many samples in one column of pixels
+// the first, the least, the greatest and the last are left, so that a million of them are quick.
+(function (page) {
+  "use strict";
+
+  const fewest = 4000;
+
+  // The indices of the samples that are drawn.
+  function visible(xs, ys, x, y) {
+    const kept = [];
+    const inside = (i) => Number.isFinite(xs[i]) && Number.isFinite(ys[i]) &&
+      (!x.log || xs[i] > 0) && (!y.log || ys[i] > 0);
+    const few = xs.length <= fewest;
+    let column = NaN;
+    let group = null;
+    const close = () => {
+      if (group) {
+        kept.push(...[...new Set([group.first, group.least, group.greatest, group.last])].sort((a, b) => a - b));
+      }
+    };
+    for (let i = 0; i < xs.length; ++i) {
+      if (!inside(i)) {
+        continue;
+      }
+      if (few) {
+        kept.push(i);
+        continue;
+      }
+      const pixel = Math.round(x.at(xs[i]));
+      if (pixel < x.range[0] - 5 || pixel > x.range[1] + 5) {
+        continue;
+      }
+      if (pixel !== column) {
+        close();
+        column = pixel;
+        group = { first: i, least: i, greatest: i, last: i };
+      }
+      group.last = i;
+      group.least = ys[i] < ys[group.least] ? i : group.least;
+      group.greatest = ys[i] > ys[group.greatest] ? i : group.greatest;
+    }
+    close();
+    return kept;
+  }
+
+  const place = (scale, value) => {
+    const at = scale.at(value);
+    return (at > 1e5 ? 1e5 : at < -1e5 ? -1e5 : at).toFixed(1);
+  };
+
+  const pointsAt = (series, x, y, ys) =>
+    visible(series.x, ys, x, y).map((i) => `${place(x, series.x[i])},${place(y, ys[i])}`);
+
+  const path = (series, d, kind) =>
+    page.makeSvg("path", { d, class: `${kind} ${series.look || ""}`, "data-series": series.name });
+
+  const drawers = {
+    line: (series, x, y) => path(series, "M" + pointsAt(series, x, y, series.y).join("L"), "line"),
+    // Points without extent, which a round cap of the stroke makes dots.
+    points: (series, x, y) =>
+      path(series, pointsAt(series, x, y, series.y).map((point) => `M${point}h0`).join(""), "points"),
+    // From the curve down to the axis.
+    area: (series, x, y) => {
+      const points = pointsAt(series, x, y, series.y);
+      const foot = y.range[0].toFixed(1);
+      const ends = points.length > 0 ? [points[0], points[points.length - 1]].map((p) => p.split(",")[0]) : [];
+      return path(series, points.length > 0 ? `M${ends[0]},${foot}L${points.join("L")}L${ends[1]},${foot}Z` : "", "area");
+    },
+    band: (series, x, y) => {
+      const lower = pointsAt(series, x, y, series.lower).reverse();
+      return path(series, `M${pointsAt(series, x, y, series.upper).concat(lower).join("L")}Z`, "band");
+    },
+  };
+
+  // An element for a series { kind, x, y, look, name }; of a band, lower and upper.
+  page.curve = (series, x, y) => {
+    const element = drawers[series.kind](series, x, y);
+    if (/^M?Z?$/.test(element.getAttribute("d"))) {
+      element.setAttribute("d", "");
+    }
+    return element;
+  };
+})((globalThis.VorinPage = globalThis.VorinPage || {}));
