@@ -141,5 +141,10 @@
     ["decays", "selected", "inverted"].forEach((event) => page.on(event, page.adaptButtons));
     page.on("selected", () => drawLCurve().catch(() => {}));
   };
+  page.invertSelected = async (decay) => {
+    await invertOne(decay).catch(() => {});
+    page.complain(decay.complaint);
+    page.emit("inverted", decay);
+  };
   page.refreshLCurve = () => drawLCurve().catch(() => {});
 })((globalThis.VorinPage = globalThis.VorinPage || {}));

@@ -27,6 +27,8 @@
 
   function take(next) {
     map = next;
+    page.show("method", page.session.files.length > 0);
+    page.show("keep", page.session.files.length > 0);
     page.show("map", true);
     page.show("welcome", false);
     draw();
@@ -122,6 +124,10 @@
 
   page.startMap = () => {
     page.startMapPlot();
+    page.on("decays", () => {
+      page.show("method", true);
+      page.show("keep", true);
+    });
     page.el("example-map").addEventListener("click", openExample);
     page.el("map-run").addEventListener("click", invert);
     page.el("map-export-csv").addEventListener("click", () => saveText("distribution", "_map.csv", "text/csv"));

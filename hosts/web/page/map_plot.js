@@ -58,9 +58,11 @@
     for (const ratio of [1, 10, 100]) {
       const line = x.domain.map((value) => [x.at(value), y.at((value * sizes[1] * ratio) / sizes[0])]);
       group.append(page.makeSvg("path", { class: "ratio", d: `M${line.map((p) => p.map((v) => v.toFixed(1)).join(",")).join("L")}` }));
-      const [px, py] = line[0];
-      if (py < y.range[0] - 4 && py > y.range[1] + 20) {
-        group.append(page.makeSvg("text", { class: "ratio-label", x: (px + 6).toFixed(1), y: (py - 6).toFixed(1), text: ratio === 1 ? "1 : 1" : `${ratio} : 1` }));
+      // The label where the line leaves the plot, at the top or on the right.
+      const top = x.at((y.domain[1] * sizes[0]) / (ratio * sizes[1]));
+      const [px, py] = top < x.range[1] ? [top - 8, y.range[1] + 15] : [x.range[1] - 8, line[1][1] + 18];
+      if (px > x.range[0] + 40 && py < y.range[0]) {
+        group.append(page.makeSvg("text", { class: "ratio-label", "text-anchor": "end", x: px.toFixed(1), y: py.toFixed(1), text: `${ratio} : 1` }));
       }
     }
   }
@@ -87,7 +89,7 @@
   }
 
   page.startMapPlot = () => {
-    plot = page.plot("plot-map", { logX: true, logY: true, fixedX: true, fixedY: true, height: 480 });
+    plot = page.plot("plot-map", { logX: true, logY: true, fixedX: true, fixedY: true, tight: true, height: 480 });
   };
 
   page.drawMap = (inversion) => {

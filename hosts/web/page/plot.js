@@ -87,9 +87,10 @@
         const [low, high] = page.extent(lists, log);
         const from = !log && this.options.zeroY ? Math.min(0, low) : low;
         return this.options.zeroY && !log && from === 0 ? [0, high * 1.08 || 1]
-          : page.padded([log ? Math.max(low, high * 1e-6) : from, high], log);
+          : page.padded([log ? Math.max(low, high * 1e-6) : from, high], log, this.options.tight ? 0 : 0.05);
       };
-      const wholeX = page.padded(page.extent(series.flatMap((one) => [one.x]), this.logX), this.logX, 0.02);
+      const room = this.options.tight ? 0 : 0.02;
+      const wholeX = page.padded(page.extent(series.flatMap((one) => [one.x]), this.logX), this.logX, room);
       const wholeY = domainY(own("y", false), this.logY);
       const span = [margin.left, width - right];
       const x = page.scale(this.zoom ? this.zoom.x : wholeX, span, this.logX);

@@ -30,6 +30,12 @@
     return decay.axes;
   }
 
+  // What amplitudes are divided by, so that decays of different size can be compared.
+  const relative = (decays) => decays.length > 1 && page.el("relative").checked;
+  const totalOf = (decays) => (decay) => (relative(decays) ? decay.inversion.total : 1);
+  const largestOf = (decays) => (decay) =>
+    (relative(decays) ? Math.max(...page.extent([decay.amplitude], false).map(Math.abs)) || 1 : 1);
+
   const legendOf = (decays) =>
     decays.length > 1 ? decays.map((decay) => ({ text: decay.name, look: look(decay) })) : [];
 
@@ -49,23 +55,26 @@
 
   function drawDecay(decays, axes) {
     const size = axes.abscissa_unit_size;
+    const part = largestOf(decays);
     const series = [];
     for (const decay of decays) {
       const { x, y } = samplesOf(decay);
-      series.push({ kind: "points", name: "amplitude", x: scaled(x, size), y, look: look(decay) });
+      series.push({ kind: "points", name: "amplitude", x: scaled(x, size), y: scaled(y, part(decay)), look: look(decay) });
       const skipped = skippedOf(decay);
-      series.push({ kind: "points", name: "skipped", x: scaled(skipped.x, size), y: skipped.y, look: "left-out" });
+      series.push({ kind: "points", name: "skipped", look: "left-out", x: scaled(skipped.x, size),
+        y: scaled(skipped.y, part(decay)) });
     }
-    for (const { inversion, colour } of decays.filter((decay) => decay.inversion)) {
+    for (const one of decays.filter((decay) => decay.inversion)) {
+      const { inversion } = one;
       const rejected = Array.from(inversion.rejected);
-      series.push({ kind: "points", name: "rejected", look: "left-out",
-        x: rejected.map((i) => inversion.time[i] / size), y: rejected.map((i) => inversion.amplitude[i]) });
-      series.push({ kind: "line", name: "fit", x: scaled(inversion.time, size), y: inversion.fit, look: `colour${colour} fit` });
+      series.push({ kind: "points", name: "rejected", look: "left-out", x: rejected.map((i) => inversion.time[i] / size),
+        y: rejected.map((i) => inversion.amplitude[i] / part(one)) });
+      series.push({ kind: "line", name: "fit", look: "fit", x: scaled(inversion.time, size), y: scaled(inversion.fit, part(one)) });
     }
     const decay = decays[decays.length - 1];
-    const [own] = [samplesOf(decay)];
+    const own = samplesOf(decay);
     plots.decay.draw({ series, legend: legendOf(decays), x: { label: axes.abscissa_label },
-      y: { label: amplitudeLabel(decay) },
+      y: { label: relative(decays) ? "amplitude / largest" : amplitudeLabel(decay) },
       readout: (value) => {
         const i = page.nearest(own.x, value * size);
         const fit = decay.inversion ? `, fit ${page.amplitude(decay.inversion.fit[i])}` : "";
@@ -79,18 +88,21 @@
   function drawResidual(decays, axes) {
     const done = decays.filter((decay) => decay.inversion);
     const size = axes.abscissa_unit_size;
-    const residual = ({ inversion }) => inversion.amplitude.map((value, i) => value - inversion.fit[i]);
+    const part = largestOf(decays);
+    const residual = (decay) =>
+      decay.inversion.amplitude.map((value, i) => (value - decay.inversion.fit[i]) / part(decay));
     const curves = done.map((decay) => ({ kind: "points", name: "residual", look: look(decay),
       x: scaled(decay.inversion.time, size), y: residual(decay) }));
-    const { inversion } = done[done.length - 1];
+    const last = done[done.length - 1];
+    const noise = last.inversion.noise / part(last);
     const own = curves[curves.length - 1];
-    plots.residual.draw({ series: curves, x: { label: axes.abscissa_label }, y: { label: "residual" },
+    plots.residual.draw({ series: curves, x: { label: axes.abscissa_label }, y: { label: relative(decays) ? "residual / largest" : "residual" },
       readout: (value) => {
         const i = page.nearest(own.x, value);
-        return `sample ${i + 1}: ${page.number(own.x[i], 5)} ${axes.abscissa_unit}, residual ${page.amplitude(own.y[i])}`;
+        return `sample ${i + 1}: ${page.number(own.x[i], 5)} ${axes.abscissa_unit}, residual ${page.amplitude(own.y[i] * part(last))}`;
       },
       // Zero and one standard deviation of the noise to either side.
-      marks: (group, x, y) => [0, inversion.noise, -inversion.noise].filter(Number.isFinite).forEach((level) =>
+      marks: (group, x, y) => [0, noise, -noise].filter(Number.isFinite).forEach((level) =>
         group.append(page.makeSvg("path", { class: level === 0 ? "zero" : "noise-level",
           d: `M${x.range[0]},${y.at(level).toFixed(1)}H${x.range[1]}` }))) });
   }
@@ -100,35 +112,38 @@
     const decay = done[done.length - 1];
     const { axes, kernel } = decay.inversion;
     const size = axes.grid_unit_size;
+    const part = totalOf(done);
     const series = [];
     for (const one of done) {
       const x = scaled(one.inversion.grid, size);
+      const y = scaled(one.inversion.distribution, part(one));
       if (one === decay && one.bootstrap) {
-        series.push({ kind: "band", name: "band", x, lower: one.bootstrap.lower, upper: one.bootstrap.upper, look: look(one) });
+        series.push({ kind: "band", name: "band", x, look: look(one), lower: scaled(one.bootstrap.lower, part(one)),
+          upper: scaled(one.bootstrap.upper, part(one)) });
       }
       if (one === decay) {
-        series.push({ kind: "area", name: "area", x, y: one.inversion.distribution, look: look(one) });
+        series.push({ kind: "area", name: "area", x, y, look: look(one) });
       }
-      series.push({ kind: "line", name: "distribution", x, y: one.inversion.distribution, look: look(one) });
+      series.push({ kind: "line", name: "distribution", x, y, look: look(one) });
     }
     const own = decay.inversion;
     series.push({ kind: "line", name: "cumulative", right: true, look: "cumulative",
       x: scaled(own.grid, size), y: own.cumulative });
     plots.distribution.draw({ series, legend: legendOf(done), x: { label: axes.grid_label },
-      y: { label: amplitudeLabel(decay) }, y2: { label: "cumulative" },
+      y: { label: relative(done) ? "amplitude / total" : amplitudeLabel(decay) }, y2: { label: "cumulative" },
       readout: (value) => {
         const i = page.nearest(own.grid, value * size);
         return `${page.gridValue(own.grid[i], kernel)}: amplitude ${page.amplitude(own.distribution[i])}, cumulative ${page.amplitude(own.cumulative[i])}` +
           ` (${page.percent(own.cumulative[i] / own.total)})`;
       },
       marks: (group, x, y, plot) => {
-        drawPeaks(group, x, y, own, size);
+        drawPeaks(group, x, y, own, size, part(decay));
         page.drawCutoffs(group, x, y, plot, decay);
       } });
   }
 
   // A mark at each peak, with its position; the table tells the rest.
-  function drawPeaks(group, x, y, inversion, size) {
+  function drawPeaks(group, x, y, inversion, size, part) {
     let free = -Infinity;
     inversion.peak_position.forEach((position, i) => {
       const at = x.at(position / size);
@@ -138,7 +153,7 @@
       group.append(page.makeSvg("path", { class: "peak", d: `M${at.toFixed(1)},${y.range[0]}v6` }));
       if (at - free > 74 && inversion.peak_share[i] > 0.02) {
         free = at;
-        const height = inversion.distribution[page.nearest(inversion.grid, position)];
+        const height = inversion.distribution[page.nearest(inversion.grid, position)] / part;
         group.append(page.makeSvg("text", { class: "peak-label", "text-anchor": "middle", x: at.toFixed(1),
           y: Math.max(y.range[1] + 14, y.at(height) - 7).toFixed(1), text: page.gridValue(position, inversion.kernel) }));
       }
@@ -148,9 +163,9 @@
   function drawLCurve(decay) {
     const curve = decay.lcurve;
     const { residual_norm, solution_norm, weight } = curve;
-    const dot = (group, x, y, px, py, kind, label) => {
+    const dot = (group, x, y, px, py, kind, label, lower) => {
       group.append(page.makeSvg("circle", { class: kind, r: 5, cx: x.at(px).toFixed(1), cy: y.at(py).toFixed(1) }),
-        page.makeSvg("text", { class: "point-label", x: (x.at(px) + 9).toFixed(1), y: (y.at(py) - 8).toFixed(1), text: label }));
+        page.makeSvg("text", { class: "point-label", x: (x.at(px) + 9).toFixed(1), y: (y.at(py) + lower).toFixed(1), text: label }));
     };
     plots.lcurve.draw({
       series: [{ kind: "line", name: "lcurve", x: residual_norm, y: solution_norm, look: look(decay) },
@@ -163,9 +178,9 @@
         return `weight ${page.number(weight[i])}: residual ${page.number(residual_norm[i], 4)}, distribution ${page.number(solution_norm[i], 4)}`;
       },
       marks: (group, x, y) => {
-        dot(group, x, y, residual_norm[curve.corner], solution_norm[curve.corner], "corner", "corner");
+        dot(group, x, y, residual_norm[curve.corner], solution_norm[curve.corner], "corner", "corner", -8);
         const [px, py] = presentPoint(decay);
-        dot(group, x, y, px, py, "present", `weight ${page.number(decay.inversion.weight)}`);
+        dot(group, x, y, px, py, "present", `weight ${page.number(decay.inversion.weight)}`, py < solution_norm[curve.corner] ? -10 : -24);
       } });
   }
 
@@ -188,12 +203,13 @@
     plots.lcurve = page.plot("plot-lcurve", { logX: true, logY: true, height: 280 });
     const draw = page.eachFrame(page.drawPlots);
     ["decays", "selected", "inverted", "measured"].forEach((event) => page.on(event, draw));
+    page.el("relative").addEventListener("change", draw);
   };
 
   page.drawPlots = () => {
     const decay = page.selectedDecay();
     const shown = together(page.shownDecays());
-    page.show("one", decay !== null);
+    page.show("relative-part", shown.length > 1);
     if (!decay) {
       Object.values(plots).forEach((plot) => plot.clear());
       return;

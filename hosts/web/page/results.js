@@ -57,21 +57,23 @@
     const interval = band ? ` (${page.interval(band.log_mean_lower, band.log_mean_upper, grid)})` : "";
     const offset = Number.isFinite(inversion.offset) ? `, baseline ${page.amplitude(inversion.offset)}` : "";
     const phase = Number.isFinite(inversion.phase) ? `, phase ${((inversion.phase * 180) / Math.PI).toFixed(1)}°` : "";
-    return `Log mean ${grid(inversion.log_mean)}${interval}, total ${page.amplitude(inversion.total)}, ` +
-      `signal to noise ${page.number(inversion.signal_to_noise)}, weight ${page.number(inversion.weight)}${offset}${phase}. ` +
-      `${inversion.finding_text || inversion.status_text}`;
+    const status = inversion.finding_text || inversion.status_text;
+    return `${status[0].toUpperCase()}${status.slice(1)}. Log mean ${grid(inversion.log_mean)}${interval}, total ${page.amplitude(inversion.total)}, ` +
+      `signal to noise ${page.number(inversion.signal_to_noise)}, weight ${page.number(inversion.weight)}${offset}${phase}.`;
   }
 
   function drawOne() {
     const decay = page.selectedDecay();
     page.show("welcome", page.session.files.length === 0 && page.el("map").hidden);
-    if (!decay) {
+    const file = page.selectedFile();
+    page.show("one", file !== null);
+    if (!file) {
       return;
     }
-    page.el("one-heading").textContent = decay.name;
-    const { inversion, report } = decay;
-    page.el("verdict").textContent = inversion ? verdict(decay) : decay.complaint;
-    page.show("verdict", Boolean(inversion || decay.complaint));
+    const { inversion, report, name, complaint } = decay || { name: file.name, complaint: file.complaint };
+    page.el("one-heading").textContent = name;
+    page.el("verdict").textContent = inversion ? verdict(decay) : complaint;
+    page.show("verdict", Boolean(inversion || complaint));
     if (!inversion) {
       page.el("verdict").className = "bad";
     }

@@ -37,6 +37,9 @@
   // Powers of ten with a label, and between them, where there is room, 2 and 5, or marks alone.
   function logTicks([low, high], count) {
     const decades = Math.log10(high / low);
+    if (decades < 0.6) {
+      return linearTicks([low, high], count);
+    }
     const every = Math.max(1, Math.ceil(decades / count));
     const labelled = decades < 1.2 ? [1, 2, 3, 5, 7] : decades < 3 ? [1, 2, 5] : [1];
     const ticks = [];

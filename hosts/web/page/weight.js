@@ -1,5 +1,7 @@
 // The slider of the weight: while it is dragged the selected decay is inverted at each weight that
-// the worker has time for, and the plots follow.
+// the worker has time for, and the plots follow. These inversions are by the method "classic", which
+// solves once at a given weight, with the same distribution. When the slider is let go, the chosen
+// method inverts at its weight, which also looks for what the kernel can't describe.
 (function (page) {
   "use strict";
 
@@ -21,7 +23,8 @@
         wanted = null;
         const file = page.session.files.find((one) => one.id === decay.file);
         const settings = { ...page.inversionSettings(file), weight };
-        const result = await page.engine.run("drag", { ...page.jobOf(decay, settings), measures: page.measureSettings() });
+        const result = await page.engine.run("drag",
+          { ...page.jobOf(decay, { ...settings, method: "classic" }), measures: page.measureSettings() });
         page.takeInversion(decay, settings, result);
         page.emit("inverted", decay);
         // Measured by tests: from the event of the slider to the drawn plots.
@@ -41,15 +44,15 @@
     }
   }
 
-  // After the slider has been let go: the L-curve of what is shown now.
-  function finish() {
+  // After the slider has been let go: the whole inversion, and the L-curve with its point.
+  async function finish() {
     released = false;
+    page.emit("settings");
     const decay = page.selectedDecay();
     if (decay) {
-      decay.lcurve = null;
+      await page.invertSelected(decay);
       page.refreshLCurve();
     }
-    page.emit("settings");
   }
 
   function dragged() {
