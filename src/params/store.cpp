@@ -119,7 +119,7 @@ void reset() {
 }  // namespace
 
 void setQuery(char mode, std::string_view key, char* text, std::int32_t length, float& value,
-              std::int32_t& status) noexcept {
+              std::int32_t& status) {
   status = setQueryDone;
   const std::size_t characters = length > 0 ? static_cast<std::size_t>(length) : 0;
   switch (ToUpperCase(mode)) {
@@ -137,8 +137,7 @@ void setQuery(char mode, std::string_view key, char* text, std::int32_t length, 
   }
 }
 
-void setQueryInteger(char mode, std::string_view key, std::int32_t& value,
-                     std::int32_t& status) noexcept {
+void setQueryInteger(char mode, std::string_view key, std::int32_t& value, std::int32_t& status) {
   auto number = static_cast<float>(value);
   setQuery(mode, key, nullptr, 0, number, status);
   if (mode == 'Q') {
@@ -149,7 +148,7 @@ void setQueryInteger(char mode, std::string_view key, std::int32_t& value,
   }
 }
 
-float queryReal(std::string_view key) noexcept {
+float queryReal(std::string_view key) {
   float value = 0;
   const std::size_t index = findKey(key);
   if (index < keyTable.size() && keyTable[index].holdsNumber()) {
@@ -160,16 +159,16 @@ float queryReal(std::string_view key) noexcept {
   return value;
 }
 
-std::int32_t queryInteger(std::string_view key) noexcept {
+std::int32_t queryInteger(std::string_view key) {
   return truncateToInt(queryReal(key) + 0.5F);
 }
 
-void setReal(std::string_view key, float value) noexcept {
+void setReal(std::string_view key, float value) {
   std::int32_t status = 0;
   setQuery('S', key, nullptr, 0, value, status);
 }
 
-std::string_view storedText(std::string_view key) noexcept {
+std::string_view storedText(std::string_view key) {
   const std::size_t index = findKey(key);
   if (index == keyTable.size()) {
     return {};

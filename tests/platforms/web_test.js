@@ -12,6 +12,7 @@ const path = require("path");
 const [folder, command, sample, data] = process.argv.slice(2).map((p) => path.resolve(p));
 const create = require(path.join(folder, "vorin_web.js"));
 const { Vorin } = require(path.join(__dirname, "../../hosts/web/vorin.js"));
+const { tryWithLittleMemory } = require("./refused_memory.js");
 const tolerance = 1e-6;
 let failures = 0;
 
@@ -73,13 +74,23 @@ async function main() {
 
   const bytes = fs.readFileSync(sample);
   const read = vorin.readDecay("decay.csv", bytes);
+  const inverted = (settings) => vorin.invert(read.time, read.amplitude, settings).distribution;
+  const refusals = tryWithLittleMemory(vorin, Vorin.status.noMemory, {
+    default: () => inverted({}),
+    unpruned: () => inverted({ prune: "none" }),
+    corner: () => inverted({ weight: "corner" }),
+    compressed: () => inverted({ compress: "20,1e-6" }),
+    reading: () => vorin.readDecay("decay.csv", bytes).amplitude,
+  }, expect);
+  expect(refusals > 0, "no memory was refused");
   let best = Infinity;
   for (let i = 0; i < 20; ++i) {
     const start = process.hrtime.bigint();
     vorin.invert(read.time, read.amplitude);
     best = Math.min(best, Number(process.hrtime.bigint() - start) / 1e6);
   }
-  console.log(`web: ${files.length} decays compared, ${failures} failures; module of ` +
+  console.log(`web: ${files.length} decays compared, ${refusals} jobs without the memory that ` +
+    `they ask for, ${failures} failures; module of ` +
     `${wasmBinary.length} bytes, ${best.toFixed(2)} ms to invert the sample`);
   process.exitCode = failures === 0 ? 0 : 1;
 }

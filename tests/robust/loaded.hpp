@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -73,31 +74,53 @@ struct Answer {
 inline constexpr const char* resultKeys[] = {"CSTA", "CWEI", "CWIT", "CITE",
                                              "CSIG", "CSI2", "DSE ", "CSE "};
 
-/// Inverts a noisy decay of `m` samples on `n` grid times through VorinyC5_s; which one is
-/// told by the seed.
-inline Answer invert(const Loaded& library, int m, int n, std::uint64_t seed) {
-  const TestProblem<float> problem = laplaceProblem<float>(m, n, 0.01, seed);
-  const auto rows = static_cast<std::size_t>(m);
-  const auto columns = static_cast<std::size_t>(n);
-  std::vector<float> T(rows), W(rows), G(columns), F(columns), FIT(rows);
-  for (std::size_t i = 0; i < rows; ++i) {
-    T[i] = static_cast<float>(i + 1);
-  }
-  std::int32_t status = -1;
-  library.find<decltype(VorinyC5_s)>("VorinyC5_s")(m, n, &m, &n, problem.K.data(), T.data(),
-                                                   problem.d.data(), W.data(), G.data(), F.data(),
-                                                   FIT.data(), &status);
-  Answer answer;
-  answer.bits.push_back(static_cast<std::uint32_t>(status));
-  for (const std::vector<float>* part : {&F, &FIT, &W}) {
-    for (const float value : *part) {
-      answer.add(value);
+/// A noisy decay of `m` samples on `n` grid times, and room for all that an inversion of it
+/// answers, so that the call itself is all that asks for memory. The seed tells which decay it is.
+class Request {
+ public:
+  Request(int m, int n, std::uint64_t seed)
+      : m_(m),
+        n_(n),
+        problem_(laplaceProblem<float>(m, n, 0.01, seed)),
+        T_(static_cast<std::size_t>(m)),
+        W_(T_.size()),
+        G_(static_cast<std::size_t>(n)),
+        F_(G_.size()),
+        FIT_(T_.size()) {
+    for (std::size_t i = 0; i < T_.size(); ++i) {
+      T_[i] = static_cast<float>(i + 1);
     }
+    answer_.bits.reserve(1 + F_.size() + FIT_.size() + W_.size() + std::size(resultKeys));
   }
-  for (const char* key : resultKeys) {
-    answer.add(library.number(key));
+
+  /// Inverts it through VorinyC5_s of `library`; once.
+  const Answer& through(const Loaded& library) {
+    std::int32_t status = -1;
+    library.find<decltype(VorinyC5_s)>("VorinyC5_s")(m_, n_, &m_, &n_, problem_.K.data(), T_.data(),
+                                                     problem_.d.data(), W_.data(), G_.data(),
+                                                     F_.data(), FIT_.data(), &status);
+    answer_.bits.push_back(static_cast<std::uint32_t>(status));
+    for (const std::vector<float>* part : {&F_, &FIT_, &W_}) {
+      for (const float value : *part) {
+        answer_.add(value);
+      }
+    }
+    for (const char* key : resultKeys) {
+      answer_.add(library.number(key));
+    }
+    return answer_;
   }
-  return answer;
+
+ private:
+  int m_;
+  int n_;
+  TestProblem<float> problem_;
+  std::vector<float> T_, W_, G_, F_, FIT_;
+  Answer answer_;
+};
+
+inline Answer invert(const Loaded& library, int m, int n, std::uint64_t seed) {
+  return Request(m, n, seed).through(library);
 }
 
 }  // namespace vorin::test

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "toolkit/inverting/settings_text.hpp"
+#include "toolkit/refused_memory.hpp"
 #include "toolkit/user_error.hpp"
 #include "toolkit/vorin_toolkit.h"
 
@@ -52,6 +53,9 @@ std::int32_t guarded(char* message, std::int64_t size, Body body) noexcept {
   try {
     body();
     return VORIN_TOOLKIT_OK;
+  } catch (const RefusedMemory& error) {
+    copyText(error.what(), message, size);
+    return VORIN_TOOLKIT_NO_MEMORY;
   } catch (const UserError& error) {
     try {
       copyText(inSettingNames(error.what()), message, size);

@@ -1,16 +1,17 @@
 #include "toolkit/inverting/lcurve.hpp"
 
-#include <vorin.h>
-
 #include <algorithm>
 #include <cmath>
 
+#include "brd/dispatch.hpp"
+#include "brd/problem.hpp"
 #include "toolkit/inverting/inversion_keys.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
 #include "toolkit/inverting/problem.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/user_error.hpp"
+#include "weight/corner_search.hpp"
 
 namespace vorin::toolkit {
 
@@ -24,12 +25,13 @@ struct Solve {
 
 /// By the route that the corner search takes, without iterating: the store is set to it.
 Solve solveAt(const ReducedProblem& problem, double weight) {
+  brd::Problem<double> solved(problem.rows, problem.columns, problem.K.data(), problem.d.data());
   Solve result;
-  result.f.resize(static_cast<std::size_t>(problem.columns));
+  result.f.assign(static_cast<std::size_t>(problem.columns), 1.0);
+  std::vector<double> dual(static_cast<std::size_t>(problem.rows));
   double slope = 0.0;
   std::int32_t status = 0;
-  vrBRDw_dp_dll(problem.rows, problem.columns, problem.K.data(), problem.d.data(), result.f.data(),
-                &weight, &result.rss, &slope, &status);
+  brd::vrBRD_d(solved, result.f.data(), dual.data(), weight, result.rss, slope, status);
   return result;
 }
 
@@ -71,14 +73,9 @@ LCurvePoint pointAt(const ReducedProblem& problem, double weight, double scale) 
 
 /// The weight of the corner, by the library's own search.
 double cornerOf(const ReducedProblem& problem) {
+  brd::Problem<double> searched(problem.rows, problem.columns, problem.K.data(), problem.d.data());
   std::vector<double> f(static_cast<std::size_t>(problem.columns));
-  double weight = 0.0;
-  double rss = 0.0;
-  double slope = 0.0;
-  std::int32_t status = 0;
-  vorinTarget2_dp(problem.rows, problem.columns, problem.K.data(), problem.d.data(), f.data(),
-                  &weight, &rss, &slope, &status);
-  return weight;
+  return weight::searchCorner(searched, f.data()).w;
 }
 
 bool isWeight(double value) {

@@ -1,13 +1,13 @@
 #include "toolkit/inverting/library.hpp"
 
 #include <fmt/format.h>
-#include <vorin.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 
+#include "params/store.hpp"
 #include "toolkit/inverting/keys.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
@@ -18,16 +18,8 @@ namespace vorin::toolkit {
 namespace {
 
 constexpr std::size_t keyLength = 4;
-using Key = std::array<char, keyLength>;
 /// Room for the longest text slot.
 using Text = std::array<char, 256>;
-
-Key paddedKey(std::string_view key) {
-  Key padded;
-  padded.fill(' ');
-  std::copy_n(key.begin(), std::min(key.size(), padded.size()), padded.begin());
-  return padded;
-}
 
 struct Answer {
   float number = std::numeric_limits<float>::quiet_NaN();  ///< NaN where the key has none
@@ -38,10 +30,9 @@ Answer query(std::string_view key) {
   Answer answer;
   Text text;
   text.fill(' ');
-  const Key padded = paddedKey(key);
   const auto length = static_cast<std::int32_t>(text.size());
   std::int32_t status = 0;
-  vorinSQC99("Q", padded.data(), text.data(), &length, &answer.number, &status);
+  params::setQuery('Q', key, text.data(), length, answer.number, status);
   answer.text = trimmed({text.data(), text.size()});
   return answer;
 }
@@ -64,7 +55,7 @@ bool isAmong(std::string_view word, std::string_view words) {
 float queryNumber(std::string_view key) {
   float number = std::numeric_limits<float>::quiet_NaN();
   std::int32_t status = 0;
-  VorinSQR("Q", paddedKey(key).data(), &number, &status);
+  params::setQuery('Q', key, nullptr, 0, number, status);
   return number;
 }
 std::string queryText(std::string_view key) {
@@ -72,17 +63,15 @@ std::string queryText(std::string_view key) {
 }
 
 void setNumber(std::string_view key, float value) {
-  const Key padded = paddedKey(key);
-  std::int32_t status = 0;
-  VorinSQR("S", padded.data(), &value, &status);
+  params::setReal(key, value);
 }
 
 void setText(std::string_view key, std::string_view value) {
-  const Key padded = paddedKey(key);
   std::string text(value);
   const auto length = static_cast<std::int32_t>(text.size());
+  float undefinedNumber = 0.0F;
   std::int32_t status = 0;
-  VorinSQC("S", padded.data(), text.data(), &length, &status);
+  params::setQuery('S', key, text.data(), length, undefinedNumber, status);
 }
 
 std::string assign(std::string_view assignment, std::string_view option) {

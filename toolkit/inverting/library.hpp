@@ -1,5 +1,5 @@
-// The library's keys, as C++ values: a thin layer over the set and query entries
-// of vorin.h, with nothing kept on this side.
+// The library's keys, as C++ values: a thin layer over its store, with nothing kept on this side.
+// The exports would do the same, but memory that is refused inside them ends the process.
 #pragma once
 
 #include <string>

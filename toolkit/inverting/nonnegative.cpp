@@ -1,10 +1,9 @@
 #include "toolkit/inverting/nonnegative.hpp"
 
-#include <vorin.h>
-
 #include <algorithm>
 #include <cmath>
 
+#include "regress/penalised_fit.hpp"
 #include "toolbox/kernels/kernels.hpp"
 #include "toolkit/model/matrix.hpp"
 
@@ -18,6 +17,13 @@ double sumOfSquares(const std::vector<double>& values) {
     sum += value * value;
   }
   return sum;
+}
+
+std::vector<float> toSingle(const std::vector<double>& values) {
+  std::vector<float> result(values.size());
+  std::transform(values.begin(), values.end(), result.begin(),
+                 [](double value) { return static_cast<float>(value); });
+  return result;
 }
 
 /// The trace of (L L')^-1 with L lower (n x n, column-major): the sum of the squares of L^-1.
@@ -75,9 +81,15 @@ std::vector<double> residualOf(const ReducedProblem& problem, const std::vector<
 ClosestFit closestFit(const ReducedProblem& problem) {
   ClosestFit result;
   result.f.resize(static_cast<std::size_t>(problem.columns));
+  const std::vector<float> K = toSingle(problem.K);
+  const std::vector<float> d = toSingle(problem.d);
+  std::vector<float> f(result.f.size());
+  float norm = 0.0F;
   std::int32_t status = 0;
-  plsN_dll(problem.K.data(), problem.rows, problem.columns, problem.d.data(), result.f.data(),
-           &status);
+  regress::plsN_sp(denseColumns(K.data(), problem.rows, problem.columns),
+                   {d.data(), problem.rows, 1}, {f.data(), problem.columns, 1}, norm,
+                   regress::fitIterationLimit(problem.columns), status);
+  std::copy(f.begin(), f.end(), result.f.begin());
   result.residual = residualOf(problem, result.f);
   result.rss = sumOfSquares(result.residual);
   result.positive = static_cast<int>(

@@ -1,7 +1,5 @@
 #include "toolkit/inverting/problem.hpp"
 
-#include <vorin.h>
-
 #include <algorithm>
 #include <cfloat>
 #include <cstddef>
@@ -263,10 +261,21 @@ Solution Problem::solveAlone(const std::vector<float>& Y) const {
   result.F.resize(G_.size());
   result.FIT.resize(Y.size());
   std::vector<float> W(Y.size());
-  const auto driver = compressed_ ? &VorinyC5_s : &Voriny_s;
-  driver(nf, ng, &nf, &ng, kernel_.matrix()->data() + firstColumn_ * Y.size(), T_.data(), Y.data(),
-         W.data(), G_.data() + firstColumn_, result.F.data() + firstColumn_, result.FIT.data(),
-         &result.status);
+  // Not by the exports: memory that is refused inside them ends the process.
+  const entry::Inversion job{nf,
+                             ng,
+                             kernel_.matrix()->data() + firstColumn_ * Y.size(),
+                             T_.data(),
+                             Y.data(),
+                             W.data(),
+                             G_.data() + firstColumn_,
+                             result.F.data() + firstColumn_,
+                             result.FIT.data()};
+  if (compressed_) {
+    entry::invertCompressed(entry::variantC5, job, result.status);
+  } else {
+    entry::invert(job, result.status);
+  }
   for (std::size_t i = 0; i < W.size(); ++i) {
     if (W[i] > 1.0F) {
       result.rejected.push_back(i);

@@ -9,6 +9,7 @@
 #include <exception>
 #include <limits>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -133,7 +134,11 @@ struct VoxelInverter::State {
   void keep(Lane* used) {
     std::unique_ptr<Lane> lane(used);
     const std::lock_guard guard(lock);
-    lanes.push_back(std::move(lane));
+    try {
+      lanes.push_back(std::move(lane));
+    } catch (const std::bad_alloc&) {
+      lane.reset();  // the next block makes one of its own
+    }
   }
 
   void invertVoxel(const VoxelInverter& inverter, Lane& lane, const VoxelBlock& block,

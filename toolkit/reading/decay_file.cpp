@@ -13,6 +13,7 @@
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/table.hpp"
 #include "toolkit/reading/text.hpp"
+#include "toolkit/refused_memory.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -244,7 +245,7 @@ std::vector<FileDecay> readDecays(const fs::path& path, const DecayFormat& forma
   try {
     return decaysOf(path, format);
   } catch (const std::bad_alloc&) {
-    throw UserError(
+    throw RefusedMemory(
         fmt::format("{}: there is not enough memory to read it", inOneLine(path.string())));
   }
 }
