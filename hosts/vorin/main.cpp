@@ -50,6 +50,13 @@ int run(int argc, char** argv) {
       vorin::toolkit::addCompletionCommand(program)};
   const std::vector<std::string> words =
       vorin::toolkit::withCommand(program, vorin::toolkit::commandWords(argc, argv));
+#ifndef VORIN_MAP_FILES
+  if (!words.empty() && words.front() == "map") {
+    return complain(
+        "map: this build of vorin reads no images of voxels; use that for Linux, or the functions "
+        "vorin_map_create and vorin_map_invert of the toolkit");
+  }
+#endif
   try {
     program.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // the last one first
   } catch (const CLI::Success& request) {

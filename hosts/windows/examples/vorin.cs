@@ -27,8 +27,8 @@ static class Example
         VorinSQR("S", "SIG ", ref noise, ref status);
         Vorin_s(nf, ng, K, Y, F, ref status);
         VorinSQR("Q", "CWEI", ref weight, ref queried);
-        Console.WriteLine($"status {status}, weight {weight:e3}");
+        Console.WriteLine($"status {status}, weight {weight:0.000e+00}");
         for (int j = 0; j < ng; j++)
-            Console.WriteLine($"{2 * Math.Pow(1.4, j):f2} ms {F[j]:f4}");
+            Console.WriteLine($"{2 * Math.Pow(1.4, j),8:f2} ms {F[j],8:f4}");
     }
 }
