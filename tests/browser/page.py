@@ -61,9 +61,6 @@ class Page:
         self.driver.set_script_timeout(LIMIT)
         self.cdp("Page.addScriptToEvaluateOnNewDocument", source=RECORDER)
         self.cdp("Network.enable")
-        # The page has to work without a network.
-        self.cdp("Network.emulateNetworkConditions", offline=True, latency=0, downloadThroughput=0,
-                 uploadThroughput=0)
         self.requests = []
         self.dialogs = []
 
@@ -79,6 +76,11 @@ class Page:
 
     def run(self, script, *arguments):
         return self.driver.execute_script(script, *arguments)
+
+    def network(self, on):
+        """Without it the browser itself counts as offline; with it all requests meet the witness."""
+        self.cdp("Network.emulateNetworkConditions", offline=not on, latency=0, downloadThroughput=-1,
+                 uploadThroughput=-1)
 
     def until(self, condition, what, limit=LIMIT):
         """The first true value of a condition."""
@@ -191,8 +193,13 @@ class Page:
     def invert(self):
         """Presses the button and waits for the results."""
         self.click("#run")
-        self.ready("the inversion ends")
+        self.finished("the inversion ends")
         assert self.message() == ""
+
+    def finished(self, what):
+        """Nothing is left to do."""
+        self.until(lambda: self.state() == "ready" and not self.one("#cancel").is_displayed() and
+                   self.one("#run").is_enabled(), what)
 
     def results(self):
         """The table of results: an object for each row, numbers in full precision."""
