@@ -7,7 +7,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 PROGRAM = Path(os.environ.get("VORIN_PROGRAM", ROOT / "build/release/bin/vorin")).resolve()
 SAMPLE = ROOT / "hosts/sample/decay.csv"
-DATA = Path(os.environ.get("VORIN_MEASURED_DATA_DIR", "no-such-folder"))
+DATA = Path(os.environ.get("VORIN_MEASURED_DATA_DIR", ROOT.parent / "shared/data"))
 
 # The page runs the same code on the same bits, with the same roundings but for exp, log and pow,
 # which another C library computes there: last bits of the kernel differ.

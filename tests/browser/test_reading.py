@@ -1,11 +1,9 @@
 """Files come in as the command reads them, and what is wrong with them is said in its words."""
-import os
-from pathlib import Path
 
 import pytest
-from command import inversion, near, run, sentence
+from command import DATA, inversion, near, run, sentence
 
-INSTRUMENTS = Path(os.environ.get("VORIN_INSTRUMENT_FILES", "no-such-folder"))
+INSTRUMENTS = DATA.parent / "instrument_files"
 DECAY = [(0.001 * i, 100 * 0.98**i + 0.2 * (-1) ** (i * i // 3)) for i in range(1, 400)]
 
 
@@ -104,7 +102,7 @@ def test_a_bad_file_among_good_ones_costs_only_itself(page, folder):
     assert [row["total"] > 0 for row in page.results() if isinstance(row.get("total"), float)] == [True] * 3
 
 
-@pytest.mark.skipif(not INSTRUMENTS.is_dir(), reason="VORIN_INSTRUMENT_FILES is not set")
+@pytest.mark.skipif(not INSTRUMENTS.is_dir(), reason="there is no folder instrument_files beside the measured data")
 def test_files_of_instruments_are_read_as_by_the_command(page):
     for path in sorted(INSTRUMENTS.rglob("*")):
         if path.is_file() and path.suffix in (".tnt", ".dps", ".txt") and run("read", path).returncode == 0:
