@@ -48,22 +48,23 @@ def near(value, wanted, scale=None, relative=RELATIVE):
     return abs(value - wanted) <= relative * abs(wanted if scale is None else scale)
 
 
-def assert_same_inversion(found, wanted):
+def assert_same_inversion(found, wanted, relative=RELATIVE):
     """Noise, weight, log mean, total and distribution, found by the page and by the command."""
     for field in ("status", "success", "samples", "weight_origin", "noise_origin", "finding"):
         assert found[field] == wanted[field], field
     for field in ("noise", "weight", "log_mean", "total", "mean", "standard_error", "fit_error"):
-        assert near(found[field], wanted[field]), (field, found[field], wanted[field])
-    assert_same_distribution(found, wanted)
+        assert near(found[field], wanted[field], None, relative), (field, found[field], wanted[field])
+    assert_same_distribution(found, wanted, relative)
     assert len(found["peaks"]) == len(wanted["peaks"])
     for one, other in zip(found["peaks"], wanted["peaks"]):
-        assert near(one["position"], other["position"]) and near(one["share"], other["share"], 1)
+        assert near(one["position"], other["position"], None, relative)
+        assert near(one["share"], other["share"], 1, relative)
 
 
-def assert_same_distribution(found, wanted):
+def assert_same_distribution(found, wanted, relative=RELATIVE):
     largest = max(wanted["distribution"])
     assert largest > 0
     for field, scale in (("grid", None), ("distribution", largest), ("cumulative", wanted["total"])):
         assert len(found[field]) == len(wanted[field]) > 10, field
         for one, other in zip(found[field], wanted[field]):
-            assert near(one, other, scale), (field, one, other)
+            assert near(one, other, scale, relative), (field, one, other)

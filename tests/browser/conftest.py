@@ -29,7 +29,7 @@ def page(browser):
     assert browser.console_errors() == []
     assert browser.dialogs == []
     assert browser.witness.hosts() == []
-    assert [url for url in browser.requests if not url.startswith(("file:", "blob:", "data:"))] == []
+    assert [url for url in browser.requests if not url.startswith(("file:", "blob:", "data:", "chrome:"))] == []
 
 
 @pytest.fixture

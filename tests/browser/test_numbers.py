@@ -9,9 +9,9 @@ if not MEASURED:
     MEASURED = [pytest.param(None, None, marks=pytest.mark.skip("VORIN_MEASURED_DATA_DIR has no decays"))]
 
 
-def assert_row(row, wanted):
+def assert_row(row, wanted, relative=RELATIVE):
     for field in ("noise", "weight", "log_mean", "total"):
-        assert near(row[field], wanted[field]), (field, row[field], wanted[field])
+        assert near(row[field], wanted[field], relative=relative), (field, row[field], wanted[field])
 
 
 @pytest.mark.parametrize("path, kernel", [pytest.param(SAMPLE, "t2", id="sample"), *MEASURED])
@@ -27,7 +27,8 @@ def test_a_decay_dropped_chosen_and_pasted_gives_the_commands_numbers(page, path
         rows = page.results()
         assert len(rows) == count
         assert_row(rows[-1], wanted)
-        assert_same_inversion(page.kept_json("#export-json"), wanted)
+        kept = page.kept_json("#export-json")
+        assert_same_inversion(kept if count == 1 else kept[-1], wanted)
 
 
 def test_the_example_is_the_sample_of_the_command(page):
@@ -62,24 +63,31 @@ CHOICES = {
 }
 
 
+# Compressed rows rest on a singular value decomposition in single precision, by another library
+# in the page than in the command: the rows differ by its rounding, 6e-8 of the largest.
+OF_A_DECOMPOSITION = {"compression": 2e-5}
+
+
 @pytest.mark.parametrize("choice", CHOICES)
-def test_each_choice_is_the_commands_option(page, choice):
+def test_each_choice_is_the_commands_option(page, choice, folder):
     controls, options = CHOICES[choice]
-    page.choose(SAMPLE)
+    path = folder / "decay.csv"  # 2000 echoes are the most that pulses are computed for
+    path.write_text("\n".join(SAMPLE.read_text().splitlines()[:2000]) + "\n")
+    page.choose(path)
     page.arrived(1)
     for selector, value in controls:
         page.set(selector, value)
     page.finished("the settings are taken")
     page.invert()
-    wanted = inversion(SAMPLE, *options)
+    wanted = inversion(path, *options)
     found = page.kept_json("#export-json")
-    assert_row(page.results()[0], wanted)
-    assert_same_inversion(found, wanted)
-    assert found["weight_origin"] == wanted["weight_origin"]
+    relative = OF_A_DECOMPOSITION.get(choice, RELATIVE)
+    assert_row(page.results()[0], wanted, relative)
+    assert_same_inversion(found, wanted, relative)
     for one, other in zip(found["cutoffs"], wanted["cutoffs"], strict=True):
-        assert near(one["amount"], other["amount"], wanted["total"])
+        assert near(one["amount"], other["amount"], wanted["total"], relative)
     for one, other in zip(found["percentiles"], wanted["percentiles"], strict=True):
-        assert one["percent"] == other["percent"] and near(one["position"], other["position"])
+        assert one["percent"] == other["percent"] and near(one["position"], other["position"], None, relative)
 
 
 def test_dragging_the_weight_draws_the_commands_distribution(page):
