@@ -11,11 +11,19 @@
 
   // All files of a drop, those in folders too: { name, folder, file }.
   async function filesOf(transfer) {
-    const entries = [...(transfer.items || [])].map((item) => item.webkitGetAsEntry?.()).filter(Boolean);
-    if (entries.length === 0) {
-      return [...transfer.files].map((file) => ({ folder: "", file }));
-    }
+    // The entry of a file can't be read in a page that was itself opened as a file, so that files are
+    // taken as such. All of it is asked for before the first wait, after which the drop is forgotten.
     const found = [];
+    const entries = [];
+    for (const item of transfer.items) {
+      const entry = item.webkitGetAsEntry?.();
+      const file = item.kind === "file" ? item.getAsFile() : null;
+      if (entry?.isDirectory) {
+        entries.push(entry);
+      } else if (file) {
+        found.push({ folder: "", file });
+      }
+    }
     const visit = async (entry, folder) => {
       if (entry.isFile) {
         found.push({ folder, file: await new Promise((done, fail) => entry.file(done, fail)) });
@@ -33,7 +41,11 @@
       }
     };
     for (const entry of entries) {
-      await visit(entry, "");
+      try {
+        await visit(entry, "");
+      } catch {
+        throw new Error(`${entry.name}: this browser reads no folders here; drop the files that are in it`);
+      }
     }
     return found;
   }
