@@ -161,7 +161,8 @@
   }
 
   function drawLCurve(decay) {
-    const curve = decay.lcurve;
+    // As they are now: the plot is drawn again later, when the decay may have lost them.
+    const { lcurve: curve, inversion } = decay;
     const { residual_norm, solution_norm, weight } = curve;
     const dot = (group, x, y, px, py, kind, label, lower) => {
       group.append(page.makeSvg("circle", { class: kind, r: 5, cx: x.at(px).toFixed(1), cy: y.at(py).toFixed(1) }),
@@ -179,14 +180,14 @@
       },
       marks: (group, x, y) => {
         dot(group, x, y, residual_norm[curve.corner], solution_norm[curve.corner], "corner", "corner", -8);
-        const [px, py] = presentPoint(decay);
-        dot(group, x, y, px, py, "present", `weight ${page.number(decay.inversion.weight)}`, py < solution_norm[curve.corner] ? -10 : -24);
+        const [px, py] = presentPoint(curve, inversion);
+        dot(group, x, y, px, py, "present", `weight ${page.number(inversion.weight)}`, py < solution_norm[curve.corner] ? -10 : -24);
       } });
   }
 
   // Where the inversion is on the curve. While the weight is being dragged the curve is that of the
   // last inversion, and the point lies on it between the two weights beside.
-  function presentPoint({ lcurve, inversion }) {
+  function presentPoint(lcurve, inversion) {
     if (inversion.weight === lcurve.used_weight) {
       return [lcurve.used_residual_norm, lcurve.used_solution_norm];
     }
