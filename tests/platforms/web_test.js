@@ -59,6 +59,17 @@ function compare(vorin, file) {
     near(result.distribution[i], value, largest, `${label}: distribution at ${i}`));
 }
 
+// Decimal numbers of many lengths and powers: JavaScript's Number() is correctly rounded, too.
+function compareNumbers(vorin) {
+  const texts = Array.from({ length: 3000 }, (_, i) => {
+    const digits = String((i * 7919 + 1) * 1e6 + i * i * 31).padEnd(7 + (i % 13), String(i % 10));
+    return [`${digits.slice(0, 3)}.${digits.slice(3)}`, `${digits}e${(i % 50) - 30}`, digits][i % 3];
+  });
+  const rows = texts.map((text, i) => `${i + 1},${text}\n`).join("");
+  const { amplitude } = vorin.readDecay("numbers.csv", Buffer.from(rows), { columns: "1,2" });
+  texts.forEach((text, i) => expect(amplitude[i] === Number(text), `${text} is read as ${amplitude[i]}`));
+}
+
 async function main() {
   const wasmBinary = fs.readFileSync(path.join(folder, "vorin_web.wasm"));
   const vorin = await Vorin.load(create, { wasmBinary });
@@ -66,6 +77,7 @@ async function main() {
   const trains = measured.filter((name) => name.endsWith("_cpmg.csv"));
   const files = [sample, ...trains.map((name) => path.join(data, name))];
   files.forEach((file) => compare(vorin, file));
+  compareNumbers(vorin);
 
   // One sentence each, and the module goes on.
   refused(() => vorin.readDecay("empty.csv", new Uint8Array(0)), Vorin.status.badInput, "an empty file");
