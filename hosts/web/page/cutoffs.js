@@ -5,7 +5,7 @@
 
   let busy = false;
   let wanted = false;
-  let added = null;
+  let held = null;  // the number of the line that has the focus, which outlives a redraw
 
   // The places of the lines in SI units.
   const places = (decay) =>
@@ -63,6 +63,9 @@
 
   // The lines, with the share of each part beside them.
   page.drawCutoffs = (group, x, y, plot, decay) => {
+    if (!decay.inversion || !decay.report) {
+      return;  // drawn again after the decay has lost them
+    }
     const list = places(decay);
     const { kernel, axes } = decay.inversion;
     const size = axes.grid_unit_size;
@@ -80,8 +83,8 @@
         group.append(line(at, y, plot, { list, i, size, kernel }));
       }
     });
-    if (added !== null && group.querySelectorAll(".handle")[added]) {
-      group.querySelectorAll(".handle")[added].focus();
+    if (held !== null && group.querySelectorAll(".handle")[held]) {
+      group.querySelectorAll(".handle")[held].focus();
     }
   };
 
@@ -93,12 +96,13 @@
       page.makeSvg("path", { class: "cutoff", d: `M${at.toFixed(1)},${y.range[0]}V${y.range[1]}` }),
       page.makeSvg("circle", { class: "knob", cx: at.toFixed(1), cy: ((y.range[0] + y.range[1]) / 2).toFixed(1), r: 6 })]);
     const move = (value) => {
-      added = i;
+      held = i;
       setPlaces(list.map((other, k) => (k === i ? value : other)), kernel);
     };
     handle.addEventListener("pointerdown", (event) => {
-      event.preventDefault();
       event.stopPropagation();
+      held = i;
+      handle.focus();
       follow(plot, event.pointerId, (px) => move(plot.at.x.value(px) * size));
     });
     handle.addEventListener("keydown", (event) => {
@@ -106,18 +110,13 @@
       if (factor) {
         move(list[i] * factor);
       } else if (event.key === "Delete" || event.key === "Backspace") {
-        added = null;
+        held = null;
         setPlaces(list.filter((other, k) => k !== i), kernel);
       } else {
         return;
       }
       event.preventDefault();
       event.stopPropagation();
-    });
-    handle.addEventListener("blur", () => {
-      if (handle.isConnected) {
-        added = null;
-      }
     });
     return handle;
   }
@@ -148,12 +147,17 @@
   }
 
   page.startCutoffs = () => {
+    const release = ({ target }) => {
+      held = target.closest?.(".handle") ? held : null;
+    };
+    document.addEventListener("focusin", release);
+    document.addEventListener("pointerdown", release);
     const tools = page.el("plot-distribution").querySelector(".tools");
     tools.prepend(page.make("button", { type: "button", id: "add-cutoff", text: "add cutoff", onclick: add,
       "aria-label": "Add a cutoff at the log mean" }));
     for (const id of ["cutoff", "percentiles"]) {
       page.el(id).addEventListener("change", () => {
-        added = null;
+        held = null;
         measure();
       });
     }

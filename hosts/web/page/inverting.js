@@ -72,8 +72,7 @@
     }
   }
 
-  const invertAll = () => during(async () => {
-    const decays = [...page.session.decays];
+  const invertThese = (decays) => during(async () => {
     for (const [index, decay] of decays.entries()) {
       progress(decays.length > 1 ? index : null, decays.length,
         decays.length > 1 ? `decay ${index + 1} of ${decays.length}: ${decay.name}` : "inverting");
@@ -125,6 +124,8 @@
     const some = page.session.decays.some((one) => one.inversion);
     page.el("run").disabled = running || page.session.decays.length === 0;
     page.el("run").textContent = page.session.decays.length > 1 ? `Invert all ${page.session.decays.length}` : "Invert";
+    page.show("run-one", page.session.decays.length > 1);
+    page.el("run-one").disabled = running || !decay;
     page.el("bootstrap").disabled = running || !decay?.inversion;
     for (const id of ["csv", "fit", "svg", "png", "report"]) {
       page.el(`export-${id}`).disabled = !decay?.inversion;
@@ -135,7 +136,8 @@
   };
 
   page.startInverting = () => {
-    page.el("run").addEventListener("click", invertAll);
+    page.el("run").addEventListener("click", () => invertThese([...page.session.decays]));
+    page.el("run-one").addEventListener("click", () => invertThese([page.selectedDecay()]));
     page.el("bootstrap").addEventListener("click", bootstrap);
     page.el("cancel").addEventListener("click", () => page.engine.cancel());
     ["decays", "selected", "inverted"].forEach((event) => page.on(event, page.adaptButtons));

@@ -97,7 +97,8 @@
     });
     const place = page.el("map-verdict");
     place.className = !inversion ? "" : inversion.success ? "good" : "bad";
-    place.textContent = inversion ? inversion.status_text
+    const sentence = (text) => `${text[0].toUpperCase()}${text.slice(1)}.`;
+    place.textContent = inversion ? sentence(inversion.status_text)
       : `${data.times1.length} x ${data.times2.length} samples${data.imaginary ? ", complex" : ""}`;
     const grid = (value, axis) => page.gridValue(value, inversion[`kernel${axis}`]);
     page.el("map-results").tBodies[0].replaceChildren(...(inversion ? facts : []).map(([field, label, show]) =>

@@ -3,6 +3,7 @@
   "use strict";
 
   const gap = 8;
+  const commonWidth = 900;
   const sharper = 2;
   const looks = ["fill", "fill-opacity", "stroke", "stroke-width", "stroke-opacity", "stroke-dasharray",
     "stroke-linecap", "stroke-linejoin", "opacity", "font-family", "font-size", "font-weight", "text-anchor",
@@ -23,14 +24,23 @@
     return copy;
   }
 
-  // The plots of the figures one below the other.
+  // The plots of the figures one below the other; several of one width.
   page.pictureOf = (ids) => {
-    const drawings = ids.map((id) => page.el(id)).filter((figure) => !figure.hidden)
-      .map((figure) => figure.querySelector("svg.drawing")).filter((svg) => svg.childElementCount > 0);
+    const plots = ids.filter((id) => !page.el(id).hidden).map(page.plotOf);
+    const together = plots.length > 1 ? plots : [];
+    together.forEach((plot) => plot.paint(commonWidth));
+    try {
+      return assembled(plots.map((plot) => plot.svg));
+    } finally {
+      together.forEach((plot) => plot.paint());
+    }
+  };
+
+  function assembled(drawings) {
     const sizes = drawings.map((svg) => svg.viewBox.baseVal);
     const width = Math.max(...sizes.map((size) => size.width));
     const height = sizes.reduce((sum, size) => sum + size.height + gap, -gap);
-    const background = getComputedStyle(document.body).getPropertyValue("background-color");
+    const background = getComputedStyle(page.el("data")).getPropertyValue("background-color");
     const whole = page.makeSvg("svg", { xmlns: "http://www.w3.org/2000/svg", width, height,
       viewBox: `0 0 ${width} ${height}` },
       [page.makeSvg("rect", { width, height, fill: background })]);
@@ -42,7 +52,7 @@
       top += sizes[i].height + gap;
     });
     return { text: new XMLSerializer().serializeToString(whole), width, height };
-  };
+  }
 
   async function pngOf({ text, width, height }) {
     const address = URL.createObjectURL(new Blob([text], { type: "image/svg+xml" }));

@@ -74,9 +74,8 @@
       this.redraw();
     }
 
-    // The scales for the present size and content.
-    scales() {
-      const width = Math.max(260, this.figure.clientWidth - 2);
+    // The scales for the present content and a width in pixels.
+    scales(width) {
       const height = this.options.height || 280;
       const { series, y2 } = this.content;
       const right = y2 ? rightAxis : margin.right;
@@ -96,14 +95,16 @@
       const x = page.scale(this.zoom ? this.zoom.x : wholeX, span, this.logX);
       const y = page.scale(this.zoom?.y || wholeY, bottom, this.logY);
       const ySide = y2 ? page.scale(domainY(own("y", true), false), bottom, false) : null;
-      return { width, height, x, y, ySide };
+      return { height, x, y, ySide };
     }
 
-    paint() {
+    // Draws at the width of the figure, or for a picture at another.
+    paint(given) {
       if (!this.content || this.figure.hidden || this.figure.clientWidth === 0) {
         return;
       }
-      const { width, height, x, y, ySide } = (this.at = this.scales());
+      const width = given || Math.max(260, this.figure.clientWidth - 2);
+      const { height, x, y, ySide } = (this.at = this.scales(width));
       this.svg.setAttribute("viewBox", `0 0 ${width} ${height}`);
       this.svg.setAttribute("width", width);
       this.svg.setAttribute("height", height);
@@ -230,7 +231,12 @@
     }
   }
 
-  page.plot = (id, options) => new Plot(id, options);
+  const made = new Map();
+  page.plot = (id, options) => {
+    made.set(id, new Plot(id, options));
+    return made.get(id);
+  };
+  page.plotOf = (id) => made.get(id);
 
   // The index of the value of a rising list that is nearest to x.
   page.nearest = (list, x) => {

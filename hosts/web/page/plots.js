@@ -165,8 +165,11 @@
     const { lcurve: curve, inversion } = decay;
     const { residual_norm, solution_norm, weight } = curve;
     const dot = (group, x, y, px, py, kind, label, lower) => {
-      group.append(page.makeSvg("circle", { class: kind, r: 5, cx: x.at(px).toFixed(1), cy: y.at(py).toFixed(1) }),
-        page.makeSvg("text", { class: "point-label", x: (x.at(px) + 9).toFixed(1), y: (y.at(py) + lower).toFixed(1), text: label }));
+      const [cx, cy] = [x.at(px), y.at(py)];
+      const right = cx > 0.7 * x.range[1];  // no room for the label there
+      group.append(page.makeSvg("circle", { class: kind, r: 5, cx: cx.toFixed(1), cy: cy.toFixed(1) }),
+        page.makeSvg("text", { class: "point-label", "text-anchor": right ? "end" : "start", text: label,
+          x: (cx + (right ? -9 : 9)).toFixed(1), y: Math.max(cy + lower, y.range[1] + 12).toFixed(1) }));
     };
     plots.lcurve.draw({
       series: [{ kind: "line", name: "lcurve", x: residual_norm, y: solution_norm, look: look(decay) },

@@ -52,6 +52,7 @@
   function drawReading() {
     const file = page.selectedFile();
     page.show("reading-part", file !== null);
+    page.show("rows-part", file !== null);
     if (!file) {
       return;
     }
@@ -70,7 +71,7 @@
     page.el("reading-notes").replaceChildren(
       ...(found ? found.notes : []).map((text) => page.make("li", { text })));
     page.el("reading-part").querySelector("details").open ||= !found;
-    drawTable(file);
+    drawTables(file);
   }
 
   // The first lines of a text, in fields. Only for the eyes: the toolkit's reader decides.
@@ -86,20 +87,18 @@
       .map((line) => (separator ? line.split(separator) : line.trim().split(/\s+/)).slice(0, shownColumns));
   }
 
-  function drawTable(file) {
+  function drawTables(file) {
     const decay = page.selectedDecay();
     const raw = firstRows(file);
-    const table = page.el("preview");
-    if (file.found && decay) {
-      table.caption.textContent = "The first samples that were read; tick those that are left out";
-      drawSamples(table, file, decay);
-    }
+    page.show("raw-part", raw.length > 0);
+    page.show("preview-part", decay !== null);
     if (raw.length > 0) {
-      drawRaw(table, file, raw);
-    } else if (!file.found) {
-      table.tHead.replaceChildren();
-      table.tBodies[0].replaceChildren();
+      drawRaw(page.el("raw"), file, raw);
     }
+    if (decay) {
+      drawSamples(page.el("preview"), file, decay);
+    }
+    page.el("rows-part").querySelector("details").open ||= !file.found;
   }
 
   function drawSamples(table, file, decay) {
@@ -117,10 +116,11 @@
     page.fillTable(table, columns, rows);
   }
 
-  // The file's own first lines below, with what each column is taken for.
+  // The file's own first lines, with what each column is taken for.
   function drawRaw(table, file, raw) {
     const width = Math.max(...raw.map((row) => row.length));
-    const taken = (file.reading.columns || (file.found ? file.found.columns : "")).split(",").map(Number);
+    const taken = Array.from((file.found ? file.found.columns : "").matchAll(/(?:^|, )(\d+)/g),
+      (match) => Number(match[1]));
     const choices = Array.from({ length: width }, (_, column) => {
       const choice = page.make("select", { "aria-label": `Column ${column + 1} is` },
         roles.map((role) => page.make("option", { value: role, text: role || "not read" })));
@@ -128,17 +128,10 @@
       choice.addEventListener("change", () => assign(choices.map((one) => one.value)));
       return choice;
     });
-    const head = page.make("tr", { class: "raw" }, choices.map((choice, column) =>
-      page.make("th", { scope: "col" }, [page.make("span", { text: `column ${column + 1} ` }), choice])));
-    const rows = raw.map((fields) => page.make("tr", { class: "raw" },
-      Array.from({ length: width }, (_, i) => page.make("td", { text: (fields[i] || "").slice(0, 40) }))));
-    if (!file.found) {
-      table.caption.textContent = "The file's first lines; say what each column holds";
-      table.tHead.replaceChildren();
-      table.tBodies[0].replaceChildren();
-    }
-    table.tBodies[0].append(page.make("tr", { class: "raw" }, [page.make("th", {
-      colspan: String(Math.max(width, 4)), scope: "rowgroup", text: `${file.name}, first lines` })]), head, ...rows);
+    table.tHead.replaceChildren(page.make("tr", {}, choices.map((choice, column) =>
+      page.make("th", { scope: "col" }, [page.make("span", { text: `${column + 1} ` }), choice]))));
+    table.tBodies[0].replaceChildren(...raw.map((fields) => page.make("tr", {},
+      Array.from({ length: width }, (_, i) => page.make("td", { text: (fields[i] || "").slice(0, 40) })))));
   }
 
   function assign(chosen) {

@@ -67,6 +67,7 @@
     page.show("welcome", page.session.files.length === 0 && page.el("map").hidden);
     const file = page.selectedFile();
     page.show("one", file !== null);
+    page.el("one").querySelector(".plots").hidden = decay === null;
     if (!file) {
       return;
     }

@@ -87,9 +87,12 @@
       page.save("vorin_settings.json", JSON.stringify(present(), null, 2) + "\n", "application/json"));
     page.el("open-settings").addEventListener("change", open);
     addEventListener("hashchange", fromAddress);
-    ["settings", "selected", "decays"].forEach((event) => page.on(event, tellLink));
+    ["settings", "selected", "decays", "inverted", "measured"].forEach((event) => page.on(event, tellLink));
     document.addEventListener("change", tellLink);
+    page.el("link").addEventListener("focus", tellLink);
+    page.el("link").addEventListener("pointerenter", tellLink);
     page.el("link").addEventListener("click", () => {
+      tellLink();
       navigator.clipboard?.writeText(page.el("link").href).then(() => page.tell("link copied"), () => {});
     });
     fromAddress();
