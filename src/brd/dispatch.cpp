@@ -46,21 +46,24 @@ struct Report {
 // Runs `route` in another precision than the caller's: a cold start from f = 1.0,
 // with the caller's c left alone.
 template <class Working, class Caller, class Iteration>
-void solveConverted(System<Working>& system, Iteration iterate, Working freshDual, Caller* f,
+bool solveConverted(System<Working>& system, Iteration iterate, Working freshDual, Caller* f,
                     Caller weight, const Report<Caller>& report) {
   std::vector<Working> workF(static_cast<std::size_t>(system.n()), Working(1));
   std::vector<Working> workC(static_cast<std::size_t>(system.m()), freshDual);
-  report.take(iterate(system, workF.data(), workC.data(), static_cast<Working>(weight)));
+  const Solution<Working> solution =
+      iterate(system, workF.data(), workC.data(), static_cast<Working>(weight));
+  report.take(solution);
   std::transform(workF.begin(), workF.end(), f,
                  [](Working value) { return static_cast<Caller>(value); });
+  return solution.isDeferred;
 }
 
-void vrBRD_s_up(Problem<float>& problem, float* f, float weight, Failure failure,
+bool vrBRD_s_up(Problem<float>& problem, float* f, float weight, Reads reads,
                 const Report<float>& report) {
-  const auto iterate = [failure](System<double>& system, double* workF, double* workC, double w) {
-    return vrBRD_w_d(system, workF, workC, w, failure);
+  const auto iterate = [reads](System<double>& system, double* workF, double* workC, double w) {
+    return vrBRD_w_d(system, workF, workC, w, reads);
   };
-  solveConverted(problem.doublePrecision(), iterate, freshDualDouble, f, weight, report);
+  return solveConverted(problem.doublePrecision(), iterate, freshDualDouble, f, weight, report);
 }
 
 void vrBRD_d_down(Problem<double>& problem, double* f, double weight,
@@ -83,8 +86,8 @@ bool iteratesInSinglePrecision() {
   return routeOf(params::queryInteger("BRDA")) == Route::singlePrecision;
 }
 
-void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
-             std::int32_t& status, Failure failure) {
+bool vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
+             std::int32_t& status, Reads reads) {
   const Report<float> report{rss, rssSlope, status};
   switch (routeOf(params::queryInteger("BRDA"))) {
     case Route::singlePrecision:
@@ -94,9 +97,17 @@ void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& r
       vrBRD_s_qp(problem, f, weight, rss, rssSlope, status);
       break;
     case Route::doublePrecision:
-      vrBRD_s_up(problem, f, weight, failure, report);
-      break;
+      return vrBRD_s_up(problem, f, weight, reads, report);
   }
+  return false;
+}
+
+float completeSolve(Problem<float>& problem, float* f, float weight) {
+  std::vector<double> workF(f, f + problem.n());
+  const double rss = completeSolve(problem.doublePrecision(), workF.data(), double(weight));
+  std::transform(workF.begin(), workF.end(), f,
+                 [](double value) { return static_cast<float>(value); });
+  return static_cast<float>(rss);
 }
 
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,

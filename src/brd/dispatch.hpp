@@ -24,11 +24,17 @@ bool iteratesInSinglePrecision();
 ///       other routes neither read nor write it.
 ///   status  0, or 1 when the iteration ran out of passes or stalled; on the third
 ///           route a QpStatus
-///   failure  what happens to f, rss and rssSlope of a solve that reaches the limit of passes
-void vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
-             std::int32_t& status, Failure failure = Failure::reported);
+///   reads   what the caller reads of the solve
+/// Returns true where the solve is deferred: f then is the mask of its distribution (1 or 0), and
+/// completeSolve() makes the distribution of it.
+bool vrBRD_s(Problem<float>& problem, float* f, float* c, float weight, float& rss, float& rssSlope,
+             std::int32_t& status, Reads reads = {});
 void vrBRD_d(Problem<double>& problem, double* f, double* c, double weight, double& rss,
              double& rssSlope, std::int32_t& status);
+
+/// Replaces the mask f (n) that vrBRD_s has left at `weight` by the distribution, and returns its
+/// residual sum of squares.
+float completeSolve(Problem<float>& problem, float* f, float weight);
 
 /// The third route for a caller in single precision, whatever BRDA says.
 void vrBRD_s_qp(Problem<float>& problem, float* f, float weight, float& rss, float& rssSlope,

@@ -18,8 +18,14 @@ Solution<float> vrBRD_w_s(System<float>& system, float* f, float* c, float weigh
 
 /// Double precision. Starts from f (n, in and out) clipped at 0; c (m, in and out)
 /// is only compared with in the first pass. A failure that is discarded may leave any f, c and
-/// residual.
+/// residual. A success that is deferred may leave any c, and in f the mask of the distribution (1
+/// or 0), where its Solution says so; rss and its slope are then good to some 5e-8 of w times the
+/// slope. completeSolve() makes the distribution of it.
 Solution<double> vrBRD_w_d(System<double>& system, double* f, double* c, double weight,
-                           Failure failure = Failure::reported);
+                           Reads reads = {});
+
+/// Replaces the mask f (n) that a solve at `weight` has left by its distribution, and returns its
+/// residual sum of squares: both as a solve that is not deferred returns them. Nothing is logged.
+double completeSolve(System<double>& system, double* f, double weight);
 
 }  // namespace vorin::brd

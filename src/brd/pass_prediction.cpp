@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <numeric>
 
 #include "brd/weight_range.hpp"
@@ -108,6 +109,7 @@ void PassPrediction::begin(const double* f) {
   steps_.clear();
   masks_.clear();
   hasInverse_ = false;
+  repeats_ = false;
 }
 
 void PassPrediction::addToBlock(const std::vector<int>& columns, double sign) {
@@ -283,7 +285,11 @@ bool PassPrediction::run(double weight, double tolerance, int mostPasses, const 
       }
     }
     steps_.push_back(step);
-    if (static_cast<int>(steps_.size()) == last || !takeMask()) {
+    if (static_cast<int>(steps_.size()) == last) {
+      break;
+    }
+    if (!takeMask()) {
+      repeats_ = true;
       break;
     }
     if (const int turn = earlierTurn(); turn > 0) {
@@ -293,6 +299,55 @@ bool PassPrediction::run(double weight, double tolerance, int mostPasses, const 
     std::swap(y_, earlierY_);
   }
   return steps_.size() > 1;
+}
+
+// With A the mask, z = K_A'c the solution on it, M = R_A R_A' + w I and v = R_A z,
+//     rss = |d - K_A z|^2 = |d|^2 - 2 z'b + |v|^2,   d rss / d w = 2 (|z|^2 - v'M^-1 v).
+// y equals v but for the rounding of its solve, r = w (v - y) is the residual of that, and to first
+// order rss is larger by 2 r'M^-1 v for the y that has none. K'K = R'R + E changes rss by 3 |E|
+// |z|^2 at most, and w times the slope by as much twice.
+std::optional<PassPrediction::Residual> PassPrediction::residual(double squaredData) {
+  if (!repeats_) {
+    return {};
+  }
+  const auto& kernel = kernels::table<double>();
+  const int rows = factor_.padded;
+  listColumns(
+      mask_.size(), [&](std::size_t w) { return mask_[w]; }, columns_);
+  double dataShare = 0.0;
+  double square = 0.0;
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    const std::size_t i = length(columns_[k]);
+    const double z = values_[i] / weight_;
+    right_[k] = z;
+    dataShare += z * b_[i];
+    square += z * z;
+  }
+  kernel.combineColumns(rows, static_cast<int>(columns_.size()), columns_.data(),
+                        factor_.byColumns.data(), right_.data(), work_.data());
+  if (hasInverse_) {
+    kernel.combineRows(factor_.rank, rows, inverse_.data(), work_.data(), earlierY_.data());
+  } else {
+    earlierY_ = work_;
+    kernel.choleskySolve(rows, rows, factors_.data(), earlierY_.data());
+  }
+  double fitted = 0.0;
+  double correction = 0.0;
+  double shrunk = 0.0;
+  for (std::size_t k = 0; k < length(rows); ++k) {
+    fitted += work_[k] * work_[k];
+    correction += earlierY_[k] * (work_[k] - y_[k]);
+    shrunk += earlierY_[k] * work_[k];
+  }
+  constexpr double operations = 8.0;
+  const double rounding = operations * std::numeric_limits<double>::epsilon();
+  const double left = factor_.left + rounding * factor_.largest * factor_.columns;
+  Residual result{};
+  result.rss = squaredData - 2.0 * dataShare + fitted + 2.0 * weight_ * correction;
+  result.slope = 2.0 * (square - shrunk);
+  result.error = 3.0 * left * square + rounding * squaredData;
+  result.slopeError = 6.0 * left * square / weight_;
+  return result;
 }
 
 PassPrediction::FirstPass PassPrediction::firstPass() const {

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "brd/rank_factor.hpp"
@@ -53,6 +54,19 @@ class PassPrediction {
   /// end with its first pass.
   bool takeFirstStep(double step, double tolerance, double* f);
 
+  /// The residual sum of squares of the last pass and its derivative in the weight, and bounds of
+  /// their errors.
+  struct Residual {
+    double rss;
+    double slope;
+    double error;       ///< of rss
+    double slopeError;  ///< of the slope
+  };
+
+  /// Where the last run ended with a mask that repeats, so that a solve ends with the next pass:
+  /// what that has for a residual. `squaredData` is |d|^2. None elsewhere.
+  std::optional<Residual> residual(double squaredData);
+
   /// The squared steps of the dual vector in the passes up to and including that one.
   const std::vector<double>& steps() const { return steps_; }
 
@@ -75,10 +89,11 @@ class PassPrediction {
   const double* b_;
   double largestDatum_;  ///< of b
   double weight_ = 0;
-  Mask masks_;        ///< of the passes so far, one after the other
-  Mask mask_;         ///< of the present pass
-  Mask earlierMask_;  ///< of the pass before
-  Mask nextMask_;     ///< of the positive values
+  bool repeats_ = false;  ///< the last run ended with a mask that repeats
+  Mask masks_;            ///< of the passes so far, one after the other
+  Mask mask_;             ///< of the present pass
+  Mask earlierMask_;      ///< of the pass before
+  Mask nextMask_;         ///< of the positive values
   std::vector<int> columns_;
   std::vector<double> right_;  ///< elements of b
   AlignedVector<double> y_;

@@ -47,6 +47,9 @@ bool formRows(int n, int mostRows, const double* KtK, RankFactor& factor) {
   for (;; ++factor.rank) {
     const auto pivot = std::max_element(left.begin(), left.end());
     if (!(*pivot > smallest)) {
+      factor.left = std::accumulate(left.begin(), left.end(), 0.0, [](double sum, double value) {
+        return sum + std::fabs(value);
+      });
       return *pivot <= smallest;
     }
     if (factor.rank == mostRows) {

@@ -16,6 +16,7 @@ struct RankFactor {
   int columns = 0;
   int paddedColumns = 0;
   double largest = 0.0;             ///< the largest squared column norm of K
+  double left = 0.0;                ///< trace of K'K - R'R, a bound of its norm
   AlignedVector<double> byColumns;  ///< R, padded x columns, column-major, zeros in the padding
   AlignedVector<double> byRows;     ///< R, padded x paddedColumns, row-major, zeros in the padding
   AlignedVector<double> square;     ///< R R', the lower triangle of padded x padded

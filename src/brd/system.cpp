@@ -201,6 +201,12 @@ bool System<Real>::canSquare(Real weight) const {
 }
 
 template <class Real>
+bool System<Real>::allowsScout(Real weight) const {
+  return hasOtherForms && kernel_->isFinite() && n_ > 0 &&
+         weightAllowsScout(static_cast<double>(weight), kernel_->meanSquare());
+}
+
+template <class Real>
 bool System<Real>::factor(const Real* f, Real weight) {
   // The last pass of a solve and its closing system nearly always repeat the mask before.
   if (sameMask(f, weight)) {
@@ -208,7 +214,8 @@ bool System<Real>::factor(const Real* f, Real weight) {
   }
   storeMask(f, weight);
   if constexpr (hasOtherForms) {
-    if (canSquare(weight) && (selectNormalEquations() || factorByCholesky())) {
+    const bool squares = canSquare(weight);
+    if ((squares && selectNormalEquations()) || ((squares || scouts_) && factorByCholesky())) {
       return false;
     }
   }
@@ -354,6 +361,34 @@ const PassPrediction* System<Real>::predictPasses(Real* f, const Real* c, Real w
     }
   }
   return nullptr;
+}
+
+template <class Real>
+Real System<Real>::squaredData() {
+  if (!squaredData_) {
+    squaredData_ = std::inner_product(d_, d_ + m_, d_, Real(0));
+  }
+  return *squaredData_;
+}
+
+template <class Real>
+std::optional<Solution<Real>> System<Real>::predictedSolution(Real weight) {
+  if constexpr (hasOtherForms) {
+    // In units of w times the slope: what a Newton step on rss makes of an error.
+    constexpr double mostError = 5e-8;
+    if (!canSquare(weight)) {
+      return {};
+    }
+    const std::optional<PassPrediction::Residual> found = prediction_->residual(squaredData());
+    if (!found) {
+      return {};
+    }
+    const Real change = weight * found->slope;
+    if (found->error + weight * found->slopeError < mostError * change) {
+      return Solution<Real>{found->rss, found->slope, solveConverged, true};
+    }
+  }
+  return {};
 }
 
 template <class Real>

@@ -83,12 +83,35 @@ class System {
   /// begins anew.
   void factorByLu();
 
+  /// True where a Scout can tell how a solve at `weight` ends.
+  bool allowsScout(Real weight) const;
+
+  /// While it lives, systems that would be factored by LU are factored by Cholesky where that
+  /// succeeds. Only masks may be taken from their solutions.
+  class Scout {
+   public:
+    explicit Scout(System& system) : system_(system) { system_.scouts_ = true; }
+    ~Scout() {
+      system_.scouts_ = false;
+      system_.factored_ = false;
+    }
+    Scout(const Scout&) = delete;
+    Scout& operator=(const Scout&) = delete;
+
+   private:
+    System& system_;
+  };
+
   /// The passes of a solve at `weight` from f and c that are settled without their systems, given
   /// its tolerance and its limit of passes; null where none is. What they leave to the solve is as
   /// PassPrediction::run() says, and c (m) is only compared with. Unless `stepsAreRead` the first
   /// step may be any number above the tolerance.
   const PassPrediction* predictPasses(Real* f, const Real* c, Real weight, Real tolerance,
                                       int mostPasses, bool stepsAreRead = true);
+
+  /// rss and its slope for a solve at `weight` whose passes predictPasses() has told to the end,
+  /// where they are certain to nearly the digits of single precision; none elsewhere.
+  std::optional<Solution<Real>> predictedSolution(Real weight);
 
   /// Two work vectors of m elements for the iteration.
   Real* newDual() { return newDual_.data(); }
@@ -116,6 +139,7 @@ class System {
   void solve(const Real* right, Real* x);
   void project(const Real* x, Real* out) const;
   Real firstStep(const Real* c, Real weight);
+  Real squaredData();
 
   std::shared_ptr<const KernelForms<Real>> kernel_;
   int m_;
@@ -131,13 +155,15 @@ class System {
   std::vector<int> active_;  // the columns whose mask is not 0
   Real weight_ = 0;
   bool factored_ = false;
+  bool scouts_ = false;
   Form form_ = Form::lu;
   std::optional<ActiveNormalEquations> normalEquations_;
   std::optional<PassPrediction> prediction_;
-  bool predictsOtherData_ = false;  ///< prediction_ still has the data before
-  AlignedVector<Real> packed_;      // the active columns in panels of rows, for the gram kernel
-  AlignedVector<Real> G_;           // m x m; its factors after `factor`
-  AlignedVector<Real> allColumnG_;  // G with all columns active, empty until the first use
+  bool predictsOtherData_ = false;   ///< prediction_ still has the data before
+  std::optional<Real> squaredData_;  // |d|^2
+  AlignedVector<Real> packed_;       // the active columns in panels of rows, for the gram kernel
+  AlignedVector<Real> G_;            // m x m; its factors after `factor`
+  AlignedVector<Real> allColumnG_;   // G with all columns active, empty until the first use
   std::vector<std::int32_t> pivots_;
   std::vector<Real> newDual_;
   std::vector<Real> secondSolution_;
@@ -153,6 +179,7 @@ void System<Real>::takeData(const Other* d) {
                    [](Other value) { return static_cast<Real>(value); });
   }
   projectedData_.clear();
+  squaredData_.reset();
   factored_ = false;
   predictsOtherData_ = true;
 }

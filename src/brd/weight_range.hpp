@@ -22,6 +22,15 @@ inline bool weightAllowsPrediction(double weight, double meanSquare) {
   return weightIsInRange(weight, meanSquare) || weightIsInRange(reach * weight, meanSquare);
 }
 
+/// True for lower weights, down to 1e-9 times the mean squared column norm, at which Cholesky's
+/// factors of the m-by-m matrix tell the columns of the next pass as well as those by LU: their
+/// errors are of one size (Higham, Accuracy and Stability of Numerical Algorithms, 2nd ed., 2002,
+/// section 10.1).
+inline bool weightAllowsScout(double weight, double meanSquare) {
+  constexpr double reach = 1000.0;
+  return !weightAllowsPrediction(weight, meanSquare) && weightIsInRange(reach * weight, meanSquare);
+}
+
 /// A bound of the relative error of a solve with K_A'K_A + w I or K_A K_A' + w I: the rounding of a
 /// double times the condition number, which is at most 1 + trace(K'K) / w.
 inline double relativeRounding(double weight, double trace) {

@@ -49,6 +49,7 @@ struct Settings {
 // The last good solve. Until there is one, its distribution is not defined.
 struct SavedSolve {
   bool exists = false;
+  bool isDeferred = false;
   float w = 1.0f;
   float signow = 0.0f;
   float iter = 0.0f;
@@ -80,8 +81,10 @@ class Search {
   float insideLimits(float wnew);
   bool touchedLimitTooOften();
   bool endAfterFailure();
-  bool discardsFailure() const;
+  brd::Reads reads() const;
+  void complete();
   void restore();
+  float standardError(float rss) const;
 
   brd::Problem<float>& problem_;
   float* f_;
@@ -98,7 +101,8 @@ class Search {
   float iter_ = 0.0f;
   int loHits_ = 0;
   int hiHits_ = 0;
-  bool touched_ = false;  // a limit, in this iteration
+  bool touched_ = false;     // a limit, in this iteration
+  bool isDeferred_ = false;  // f_ has the mask of the distribution at w_
   SavedSolve saved_;
 };
 
@@ -133,9 +137,8 @@ void Search::begin(float given, float sigwant) {
 // and the distribution then stand as they are to be returned.
 bool Search::iterate() {
   iter_ += 1.0f;
-  brd::vrBRD_s(problem_, f_, c_, w_, rss_, rssSlope_, status_,
-               discardsFailure() ? brd::Failure::discarded : brd::Failure::reported);
-  signow_ = std::sqrt(rss_ / static_cast<float>(problem_.m()));
+  isDeferred_ = brd::vrBRD_s(problem_, f_, c_, w_, rss_, rssSlope_, status_, reads());
+  signow_ = standardError(rss_);
   const float wnew = insideLimits(status_ == 0 ? afterGoodSolve() : riseAfterFailure * w_);
   const float conv = (rss_ - target_) / rss_;
   log("I", [&] {
@@ -144,6 +147,7 @@ bool Search::iterate() {
            " conv=" + number(conv, 5);
   });
   if (touchedLimitTooOften()) {
+    complete();
     return true;
   }
   if (status_ == 1 || status_ == 2) {
@@ -152,6 +156,7 @@ bool Search::iterate() {
   if (set_.tolerance > std::abs(conv)) {
     log("I", [&] { return "Weight iteration succesful after " + count(iter_) + "iterations"; });
     status_ = searchConverged;
+    complete();
     return true;
   }
   if (iter_ > limit_) {
@@ -168,6 +173,7 @@ bool Search::iterate() {
 // wwant passes, since it is the second operand of each comparison.
 float Search::afterGoodSolve() {
   saved_.exists = true;
+  saved_.isDeferred = isDeferred_;
   saved_.w = w_;
   saved_.signow = signow_;
   saved_.iter = iter_;
@@ -207,11 +213,18 @@ bool Search::touchedLimitTooOften() {
   return false;
 }
 
-// True where a failure of the solve at hand ends the search with the last good solve, and nobody
-// reads its numbers: no limit is touched, and there is no log.
-bool Search::discardsFailure() const {
+// Only the solve that is returned needs its distribution. Where a failure of the solve at hand ends
+// the search with the last good solve, nobody reads its numbers: no limit is touched, and there is
+// no log.
+brd::Reads Search::reads() const {
   const float risen = riseAfterFailure * w_;
-  return saved_.exists && risen > set_.wlo && risen < set_.whi && !params::logIsOpen();
+  const bool isDiscarded =
+      saved_.exists && risen > set_.wlo && risen < set_.whi && !params::logIsOpen();
+  return {isDiscarded ? brd::Failure::discarded : brd::Failure::reported, brd::Success::deferred};
+}
+
+float Search::standardError(float rss) const {
+  return std::sqrt(rss / static_cast<float>(problem_.m()));
 }
 
 // After a good solve a failure ends the search with that solve. Before one the weight
@@ -241,9 +254,19 @@ void Search::restore() {
   // Without a good solve there is no distribution to go back to, and f stays.
   if (saved_.exists) {
     std::copy(saved_.f.begin(), saved_.f.end(), f_);
+    isDeferred_ = saved_.isDeferred;
   }
   w_ = saved_.w;
   signow_ = saved_.signow;
+  complete();
+}
+
+// Makes the distribution of a solve that is returned.
+void Search::complete() {
+  if (isDeferred_) {
+    signow_ = standardError(brd::completeSolve(problem_, f_, w_));
+    isDeferred_ = false;
+  }
 }
 
 }  // namespace

@@ -157,6 +157,16 @@ const PassPrediction* System<Real>::predictPasses(Real* /*f*/, const Real* /*c*/
 }
 
 template <class Real>
+std::optional<Solution<Real>> System<Real>::predictedSolution(Real /*weight*/) {
+  return {};
+}
+
+template <class Real>
+bool System<Real>::allowsScout(Real /*weight*/) const {
+  return false;
+}
+
+template <class Real>
 Solution<Real> residualAndSlope(System<Real>& system, bool isMaskOfC, Real* c, Real weight,
                                 std::int32_t status) {
   Real* x = system.secondSolution();
