@@ -4,20 +4,34 @@
 #   vorin_sanitize   sanitizers, when VORIN_SANITIZE or VORIN_FUZZ is on, and the counting of
 #                    lines, when VORIN_COVERAGE is
 
+# Microsoft's own compiler has not the vectors of GCC and clang in which the kernels are written.
+if(MSVC AND NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  message(FATAL_ERROR
+    "cl cannot compile the kernels: configure with -DCMAKE_C_COMPILER=clang-cl -DCMAKE_CXX_COMPILER=clang-cl, or build with mingw-w64")
+endif()
+
 add_library(vorin_warnings INTERFACE)
-target_compile_options(vorin_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-  $<$<BOOL:${VORIN_WERROR}>:-Werror>)
+if(MSVC)  # clang-cl, whose -Wall is every warning that there is
+  target_compile_options(vorin_warnings INTERFACE /W4 $<$<BOOL:${VORIN_WERROR}>:/WX>)
+else()
+  target_compile_options(vorin_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${VORIN_WERROR}>:-Werror>)
+endif()
 
 # A result must not depend on whether the CPU has fused multiply-add, so
 # contraction is off; fast-math would also reorder sums. -Wdouble-promotion
 # keeps double arithmetic from slipping into a single-precision path.
 add_library(vorin_arithmetic INTERFACE)
-target_compile_options(vorin_arithmetic INTERFACE
-  -ffp-contract=off -fno-fast-math -fno-unsafe-math-optimizations
-  -Wdouble-promotion
-  # clang says of targets without floating-point exceptions that these can't be turned off.
-  $<$<CXX_COMPILER_ID:Clang>:-Wno-unsupported-floating-point-opt>)
+if(MSVC)
+  target_compile_options(vorin_arithmetic INTERFACE /fp:precise /clang:-ffp-contract=off)
+else()
+  target_compile_options(vorin_arithmetic INTERFACE
+    -ffp-contract=off -fno-fast-math -fno-unsafe-math-optimizations
+    -Wdouble-promotion
+    # clang says of targets without floating-point exceptions that these can't be turned off.
+    $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-unsupported-floating-point-opt>)
+endif()
 
 add_library(vorin_sanitize INTERFACE)
 if(VORIN_SANITIZE OR VORIN_FUZZ)

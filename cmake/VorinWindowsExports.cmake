@@ -36,7 +36,7 @@ endfunction()
 # and for Microsoft's linker (NAME.lib), from a definition of its symbols. On 32 bit the symbol
 # NAME@BYTES asks the library for the plain NAME (dlltool -k).
 function(vorin_import_libraries target definition)
-  find_program(VORIN_DLLTOOL ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-dlltool REQUIRED)
+  find_program(VORIN_DLLTOOL NAMES ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32-dlltool dlltool REQUIRED)
   find_program(VORIN_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14 PATHS /usr/lib/llvm-14/bin)
   get_target_property(_name ${target} OUTPUT_NAME)
   set(_folder "${PROJECT_BINARY_DIR}/lib")
