@@ -81,6 +81,28 @@ TEST(DecimalText, NumbersAreReadBackToTheBit) {
   }
 }
 
+TEST(DecimalText, ShortNumbersAreReadAsByCharconv) {
+  std::mt19937_64 engine(12);
+  const auto below = [&](std::uint64_t end) { return engine() % end; };
+  for (int i = 0; i < 20000; ++i) {
+    std::string text = std::to_string(engine() >> below(60));
+    text = text.substr(0, 1 + below(17));
+    if (below(3) != 0) {
+      text.insert(below(text.size() + 1), ".");
+    }
+    if (below(2) != 0) {
+      text += (below(2) != 0 ? "e" : "E") + std::string(below(3) == 0 ? "-" : "") +
+              (below(8) == 0 ? "0" : "") + std::to_string(below(40));
+    }
+    double expected = 0.0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), expected);
+    ASSERT_EQ(read.ptr, text.data() + text.size()) << text;
+    EXPECT_EQ(vorin::toolkit::realNumber(text), expected) << text;
+    EXPECT_EQ(vorin::toolkit::realNumber("-" + text), -expected) << text;
+  }
+  EXPECT_TRUE(std::signbit(vorin::toolkit::realNumber("-0").value()));
+}
+
 TEST(DecimalText, OnlyWholeNumbersAreRead) {
   using vorin::toolkit::realNumber;
   EXPECT_EQ(realNumber("5."), 5.0);
