@@ -51,11 +51,11 @@ const times = [];
 (async () => {
   for (let i = 0; i < 25; ++i) {
     const start = performance.now();
-    await VorinPage.engine.run("invert", { key: decay.id, time: decay.time, amplitude: decay.amplitude, settings: {} });
+    await VorinPage.engine.run("invert", { key: decay.id, time: decay.time, amplitude: decay.amplitude, settings: {}, measures: {} });
     times.push(performance.now() - start);
   }
   done(times);
-})();
+})().catch((error) => done(String(error)));
 """
 
 
