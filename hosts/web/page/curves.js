@@ -5,12 +5,26 @@
 
   const fewest = 4000;
 
-  // The indices of the samples that are drawn.
+  // The indices of the samples that are drawn. Those of a long list are kept for the next redraw.
+  const known = new WeakMap();
   function visible(xs, ys, x, y) {
+    const key = [x.domain, x.range, x.log, y.log].join();
+    const before = known.get(ys);
+    if (before && before.xs === xs && before.key === key) {
+      return before.kept;
+    }
+    const kept = found(xs, ys, x, y);
+    if (xs.length > fewest) {
+      known.set(ys, { xs, key, kept });
+    }
+    return kept;
+  }
+
+  function found(xs, ys, x, y) {
     const kept = [];
+    const few = xs.length <= fewest;
     const inside = (i) => Number.isFinite(xs[i]) && Number.isFinite(ys[i]) &&
       (!x.log || xs[i] > 0) && (!y.log || ys[i] > 0);
-    const few = xs.length <= fewest;
     let column = NaN;
     let group = null;
     const close = () => {

@@ -3,7 +3,23 @@
   "use strict";
 
   const plots = {};
-  const scaled = (values, size) => values.map((value) => value / size);
+
+  // Values in another unit. Long lists are kept: each redraw asks for the same ones.
+  const kept = new WeakMap();
+  const long = 10000;
+  function scaled(values, size) {
+    if (size === 1) {
+      return values;
+    }
+    if (values.length < long) {
+      return values.map((value) => value / size);
+    }
+    if (kept.get(values)?.size !== size) {
+      kept.set(values, { size, result: values.map((value) => value / size) });
+    }
+    return kept.get(values).result;
+  }
+
   const look = (decay) => `colour${decay.colour}`;
 
   // Decays whose axis is that of the selected one: times, or b values.
@@ -59,7 +75,7 @@
     const series = [];
     for (const decay of decays) {
       const { x, y } = samplesOf(decay);
-      series.push({ kind: "points", name: "amplitude", x: scaled(x, size), y: scaled(y, part(decay)), look: look(decay) });
+      series.push({ kind: "points", name: "amplitude", look: look(decay), x: scaled(x, size), y: scaled(y, part(decay)) });
       const skipped = skippedOf(decay);
       series.push({ kind: "points", name: "skipped", look: "left-out", x: scaled(skipped.x, size),
         y: scaled(skipped.y, part(decay)) });
@@ -67,9 +83,10 @@
     for (const one of decays.filter((decay) => decay.inversion)) {
       const { inversion } = one;
       const rejected = Array.from(inversion.rejected);
+      const own = part(one);
       series.push({ kind: "points", name: "rejected", look: "left-out", x: rejected.map((i) => inversion.time[i] / size),
-        y: rejected.map((i) => inversion.amplitude[i] / part(one)) });
-      series.push({ kind: "line", name: "fit", look: "fit", x: scaled(inversion.time, size), y: scaled(inversion.fit, part(one)) });
+        y: rejected.map((i) => inversion.amplitude[i] / own) });
+      series.push({ kind: "line", name: "fit", look: "fit", x: scaled(inversion.time, size), y: scaled(inversion.fit, own) });
     }
     const decay = decays[decays.length - 1];
     const own = samplesOf(decay);
@@ -89,17 +106,16 @@
     const done = decays.filter((decay) => decay.inversion);
     const size = axes.abscissa_unit_size;
     const part = largestOf(decays);
-    const residual = (decay) =>
-      decay.inversion.amplitude.map((value, i) => (value - decay.inversion.fit[i]) / part(decay));
     const curves = done.map((decay) => ({ kind: "points", name: "residual", look: look(decay),
-      x: scaled(decay.inversion.time, size), y: residual(decay) }));
+      x: scaled(decay.inversion.time, size), y: scaled(decay.inversion.residual, part(decay)) }));
     const last = done[done.length - 1];
-    const noise = last.inversion.noise / part(last);
+    const lastSize = part(last);
+    const noise = last.inversion.noise / lastSize;
     const own = curves[curves.length - 1];
     plots.residual.draw({ series: curves, x: { label: axes.abscissa_label }, y: { label: relative(decays) ? "residual / largest" : "residual" },
       readout: (value) => {
         const i = page.nearest(own.x, value);
-        return `sample ${i + 1}: ${page.number(own.x[i], 5)} ${axes.abscissa_unit}, residual ${page.amplitude(own.y[i] * part(last))}`;
+        return `sample ${i + 1}: ${page.number(own.x[i], 5)} ${axes.abscissa_unit}, residual ${page.amplitude(own.y[i] * lastSize)}`;
       },
       // Zero and one standard deviation of the noise to either side.
       marks: (group, x, y) => [0, noise, -noise].filter(Number.isFinite).forEach((level) =>

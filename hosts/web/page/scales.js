@@ -62,11 +62,14 @@
     return `${factor}e${power}`;
   }
 
-  // The least and the greatest finite value of lists; above 0 alone for a logarithmic axis.
-  page.extent = (lists, log) => {
-    let low = Infinity;
-    let high = -Infinity;
-    for (const list of lists) {
+  // The ends of a list, [least, greatest] of its finite values, or of those above 0. Lists never
+  // change, so that their ends are kept.
+  const ends = { linear: new WeakMap(), log: new WeakMap() };
+  function endsOf(list, log) {
+    const known = log ? ends.log : ends.linear;
+    if (!known.has(list)) {
+      let low = Infinity;
+      let high = -Infinity;
       for (let i = 0; i < list.length; ++i) {
         const value = list[i];
         if (Number.isFinite(value) && (!log || value > 0)) {
@@ -74,7 +77,16 @@
           high = value > high ? value : high;
         }
       }
+      known.set(list, [low, high]);
     }
+    return known.get(list);
+  }
+
+  // The least and the greatest finite value of lists; above 0 alone for a logarithmic axis.
+  page.extent = (lists, log) => {
+    const all = lists.map((list) => endsOf(list, log));
+    const low = Math.min(...all.map((one) => one[0]));
+    const high = Math.max(...all.map((one) => one[1]));
     return low <= high ? [low, high] : log ? [1e-3, 1] : [0, 1];
   };
 

@@ -71,10 +71,11 @@
 
   // An inversion with what its plots show beside it.
   function withCurves(fields) {
-    const { per_decade, cumulative } = vorin.measures(fields.grid, fields.distribution);
+    const { cumulative } = vorin.measures(fields.grid, fields.distribution);
     const axes = vorin.pictureAxes(fields.kernel, fields.time[fields.time.length - 1],
       fields.grid[fields.grid.length - 1]);
-    return { ...fields, per_decade, cumulative, axes };
+    const residual = fields.amplitude.map((value, i) => value - fields.fit[i]);
+    return { ...fields, cumulative, residual, axes };
   }
 
   function inversionOf(job) {
