@@ -65,14 +65,29 @@
   const pointsAt = (series, x, y, ys) =>
     visible(series.x, ys, x, y).map((i) => `${place(x, series.x[i])},${place(y, ys[i])}`);
 
+  function bars(series, x, y) {
+    const columns = new Map();
+    for (const i of visible(series.x, series.y, x, y)) {
+      const at = Math.round(x.at(series.x[i]));
+      const [low, high] = columns.get(at) || [Infinity, -Infinity];
+      columns.set(at, [Math.min(low, series.y[i]), Math.max(high, series.y[i])]);
+    }
+    return Array.from(columns, ([at, [low, high]]) => `M${at},${place(y, low)}V${place(y, high)}`).join("");
+  }
+
   const path = (series, d, kind) =>
     page.makeSvg("path", { d, class: `${kind} ${series.look || ""}`, "data-series": series.name });
 
   const drawers = {
     line: (series, x, y) => path(series, "M" + pointsAt(series, x, y, series.y).join("L"), "line"),
-    // Points without extent, which a round cap of the stroke makes dots.
-    points: (series, x, y) =>
-      path(series, pointsAt(series, x, y, series.y).map((point) => `M${point}h0`).join(""), "points"),
+    // Points without extent, which a cap of the stroke makes squares; of a long list a bar in each
+    // column of pixels, from the least to the greatest.
+    points: (series, x, y) => {
+      if (series.x.length > fewest) {
+        return path(series, bars(series, x, y), "points");
+      }
+      return path(series, pointsAt(series, x, y, series.y).map((point) => `M${point}h0`).join(""), "points");
+    },
     // From the curve down to the axis.
     area: (series, x, y) => {
       const points = pointsAt(series, x, y, series.y);

@@ -200,7 +200,7 @@
       marks: (group, x, y) => {
         dot(group, x, y, residual_norm[curve.corner], solution_norm[curve.corner], "corner", "corner", -8);
         const [px, py] = presentPoint(curve, inversion);
-        dot(group, x, y, px, py, "present", `weight ${page.number(inversion.weight)}`, py < solution_norm[curve.corner] ? 18 : -24);
+        dot(group, x, y, px, py, "present", `weight ${page.number(inversion.weight)}`, py <= solution_norm[curve.corner] ? 18 : -24);
       } });
   }
 
