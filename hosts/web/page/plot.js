@@ -238,6 +238,11 @@
   };
   page.plotOf = (id) => made.get(id);
 
+  // On paper all plots have the width of the page.
+  const paper = 900;
+  addEventListener("beforeprint", () => made.forEach((plot) => plot.paint(paper)));
+  addEventListener("afterprint", () => made.forEach((plot) => plot.paint()));
+
   // The index of the value of a rising list that is nearest to x.
   page.nearest = (list, x) => {
     let low = 0;
