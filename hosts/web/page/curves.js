@@ -80,13 +80,13 @@
 
   const drawers = {
     line: (series, x, y) => path(series, "M" + pointsAt(series, x, y, series.y).join("L"), "line"),
-    // Points without extent, which a cap of the stroke makes squares; of a long list a bar in each
-    // column of pixels, from the least to the greatest.
+    // Points of next to no extent, which a cap of the stroke makes squares (without any they are lost
+    // on paper); of a long list a bar in each column of pixels, from the least to the greatest.
     points: (series, x, y) => {
       if (series.x.length > fewest) {
         return path(series, bars(series, x, y), "points");
       }
-      return path(series, pointsAt(series, x, y, series.y).map((point) => `M${point}h0`).join(""), "points");
+      return path(series, pointsAt(series, x, y, series.y).map((point) => `M${point}h.1`).join(""), "points");
     },
     // From the curve down to the axis.
     area: (series, x, y) => {
