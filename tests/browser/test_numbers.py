@@ -165,3 +165,20 @@ def test_several_decays_are_overlaid_and_listed(page, folder):
         assert_row(row, inversion(path))
     curves = page.run("return document.querySelectorAll('#plot-distribution svg path').length")
     assert curves >= 6
+
+
+def test_a_cutoff_line_is_dragged_with_its_shares(page):
+    page.choose(SAMPLE)
+    page.arrived(1)
+    page.set("#cutoff", "33ms")
+    page.invert()
+    knob = page.one("#plot-distribution .handle .knob")
+    page.run("arguments[0].scrollIntoView({block: 'center'})", knob)
+    ActionChains(page.driver).move_to_element(knob).click_and_hold().move_by_offset(-40, 0).release().perform()
+    page.until(lambda: page.one("#cutoff").get_property("value") != "33ms", "the line follows")
+    page.finished("the parts are measured")
+    cutoff = page.one("#cutoff").get_property("value")
+    wanted = inversion(SAMPLE, "--cutoff", cutoff)["cutoffs"]
+    assert wanted[0]["to"] < 0.033
+    shares = [float(cell.get_attribute("data-value")) for cell in page.all("#shares [data-field=share]")]
+    assert len(shares) == 2 and all(near(one, other["share"], 1) for one, other in zip(shares, wanted))

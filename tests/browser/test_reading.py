@@ -105,9 +105,14 @@ def test_a_bad_file_among_good_ones_costs_only_itself(page, folder):
 
 @pytest.mark.skipif(not INSTRUMENTS.is_dir(), reason="there is no folder instrument_files beside the measured data")
 def test_files_of_instruments_are_read_as_by_the_command(page):
-    for path in sorted(INSTRUMENTS.rglob("*")):
-        if path.is_file() and path.suffix in (".tnt", ".dps", ".txt") and run("read", path).returncode == 0:
-            before = len(page.decays())
-            page.drop(path)
-            page.until(lambda: len(page.decays()) > before or page.message(), f"an answer to {path.name}")
-            assert len(page.decays()) > before, (path.name, page.message())
+    paths = [path for path in sorted(INSTRUMENTS.rglob("*")) if path.suffix in (".tnt", ".dps", ".txt") and
+             run("read", path).returncode == 0]
+    assert paths
+    for path in paths:
+        before = len(page.decays())
+        page.drop(path)
+        page.until(lambda: len(page.decays()) > before or page.message(), f"an answer to {path.name}")
+        assert len(page.decays()) > before, (path.name, page.message())
+        shown = page.all("#decays .samples")[-1].text
+        wanted = re.search(r"(\d+) samples", run("read", path).stdout).group(1)
+        assert shown.split()[0] == wanted, path.name
