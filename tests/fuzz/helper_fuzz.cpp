@@ -1,6 +1,9 @@
 // HDF5 and MATLAB files. The first byte says what the rest is: the answer of the program that reads
-// them, or changes to a file that the libraries of these formats wrote, which goes through that
-// program. Each is read or refused with a sentence that holds nothing that a terminal obeys.
+// them, changes to a file that the libraries of these formats wrote, which goes through that
+// program as decays or as a volume, or what it is to write a file of maps from. Each is read or
+// refused with a sentence that holds nothing that a terminal obeys.
+#include <sys/wait.h>
+
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -12,6 +15,7 @@
 #include "../support/container_files.hpp"
 #include "bytes.hpp"
 #include "own_folder.hpp"
+#include "toolkit/mapping/files/volume.hpp"
 #include "toolkit/reading/decay_columns.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/reading/formats/arrays.hpp"
@@ -48,6 +52,13 @@ std::vector<std::string> templates() {
     }
     files.push_back(contentOf("template"));
   }
+  for (const bool packed : {false, true}) {  // for volumes
+    {
+      const H5 file("template");
+      file.put("v", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, {2, 2, 3}, H5T_IEEE_F32LE, packed);
+    }
+    files.push_back(contentOf("template"));
+  }
   return files;
 }
 
@@ -81,6 +92,34 @@ void readAnswer(std::string_view bytes) {
   }
 }
 
+void readVolume(const char* path) {
+  try {
+    toolkit::VolumeRequest request;
+    request.file = path;
+    request.scratch = ".";
+    const auto volume = toolkit::openVolume(request);
+    constexpr std::size_t boxVoxels = 4;
+    constexpr std::size_t mostBoxes = 10;
+    const toolkit::Tiling tiling(volume->voxels(), volume->tile(boxVoxels, boxVoxels));
+    volume->expect(tiling, 0, tiling.count());
+    toolkit::VolumeNumbers numbers;
+    for (std::size_t box = 0; box < tiling.count() && box < mostBoxes; ++box) {
+      volume->read(tiling.box(box), numbers);
+      require(numbers.real.size() == tiling.box(box).count() * volume->samples());
+    }
+  } catch (const toolkit::UserError& error) {
+    requireSentence(error);
+  }
+}
+
+/// The program that writes maps ends by itself, whatever it is told to write.
+void writeMaps(std::string_view told) {
+  std::ofstream("told", std::ios::binary) << told;
+  const int ending =
+      std::system("\"$VORIN_CONTAINERS\" maps maps.h5 <told >answer");  // NOLINT(cert-env33-c)
+  require(WIFEXITED(ending) && WEXITSTATUS(ending) == 0);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -92,6 +131,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   constexpr std::size_t oneChange = 4;
+  constexpr std::size_t firstOfVolumes = 4;
+  if (data[0] == files.size()) {
+    writeMaps({reinterpret_cast<const char*>(data) + 1, size - 1});
+    return 0;
+  }
   if (data[0] >= files.size() ||
       size < oneChange) {  // mostly: starting a program takes a thousand times as long
     readAnswer({reinterpret_cast<const char*>(data) + 1, size - 1});
@@ -103,6 +147,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file[place % file.size()] = static_cast<char>(data[at + 2]);
   }
   std::ofstream("f.bin", std::ios::binary) << file;
+  if (data[0] >= firstOfVolumes) {
+    readVolume(size % 2 == 0 ? "f.bin:/v" : "f.bin");
+    return 0;
+  }
   try {
     requireDecays(toolkit::readDecays(size % 2 == 0 ? "f.bin:/g/y" : "f.bin", {}));
   } catch (const toolkit::UserError& error) {
