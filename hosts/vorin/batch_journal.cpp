@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -57,8 +57,10 @@ BatchRow rowOf(const Json& object) {
   row.peaks = object.at("peaks").get<std::size_t>();
   row.notes = object.at("notes").get<std::string>();
   for (const Json& peak : object.at("peak_list")) {
-    row.peakList.emplace_back();
-    std::transform(peak.begin(), peak.end(), row.peakList.back().begin(), numberOf);
+    std::array<double, 5>& numbers = row.peakList.emplace_back();
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+      numbers[i] = numberOf(peak.at(i));  // throws where the file has fewer
+    }
   }
   for (const Json& measure : object.at("measures")) {
     row.measures.push_back(numberOf(measure));
@@ -78,6 +80,9 @@ std::map<std::string, DoneDecay> BatchJournal::read() const {
   std::string line;
   if (!stream || !std::getline(stream, line)) {
     return done;
+  }
+  if (stream.eof() && head_.starts_with(line)) {
+    return done;  // the run was interrupted, or the disk full, in the first line
   }
   if (line != head_) {
     throw UserError(fmt::format(

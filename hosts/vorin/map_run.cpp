@@ -468,7 +468,7 @@ void invertBlocks(const Job& job, const VoxelInverter& inverter, MapJournal& jou
 
 MapJournal journalFor(const fs::path& path, const MapHead& head, bool resume) {
   std::error_code error;
-  if (resume && fs::exists(path, error)) {
+  if (resume && fs::exists(path, error) && !MapJournal::endsInItsHead(path)) {
     MapJournal journal = MapJournal::open(path, false);
     if (!areOfOneMap(journal.head(), head) || journal.head().firstBlock != head.firstBlock ||
         journal.head().lastBlock != head.lastBlock) {

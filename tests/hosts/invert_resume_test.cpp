@@ -179,6 +179,19 @@ TEST(InvertResume, OtherOptionsAreRefused) {
   EXPECT_NE(outcome.err.find("is of a run with other options"), std::string::npos) << outcome.err;
 }
 
+TEST(InvertResume, AJournalThatEndsInItsFirstLineCountsAsNone) {
+  const TemporaryFolder folder;
+  const Words names = makeDecays(folder);
+  const Words words{"invert",  names[0], names[1],   "--weight", "1",
+                    "--table", "t.csv",  "--resume", "--jobs",   "1"};
+  writeFile(folder / "t.csv.unfinished", "{\"settings\":");
+  const Outcome outcome = runProgram(folder.path(), words);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(linesOf(folder / "t.csv"), 3U);
+  writeFile(folder / "t.csv.unfinished", "{\"settings\":\n");
+  EXPECT_EQ(runProgram(folder.path(), words).status, 2);
+}
+
 TEST(InvertResume, NeedsAFile) {
   const TemporaryFolder folder;
   const Words names = makeDecays(folder);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string_view>
 
 #include "toolkit/user_error.hpp"
@@ -17,6 +18,7 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr std::string_view mark = "VORINMAP";
+constexpr std::uint64_t longestHead = 1'000'000'000;
 
 std::uint32_t checksum(std::string_view bytes) {
   uLong sum = crc32_z(0, nullptr, 0);
@@ -33,6 +35,7 @@ std::string hexadecimal(const std::string& bytes) {
   return text;
 }
 
+/// Throws std::invalid_argument for what is not hexadecimal.
 std::string fromHexadecimal(const std::string& text) {
   std::string bytes;
   for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
@@ -125,6 +128,24 @@ std::size_t numbersAVoxel(const MapHead& head) {
   return count;
 }
 
+/// False for a head that no run writes: sizes whose products no number holds, a kind of volume
+/// that there is not, blocks that the volume has not.
+bool isUsable(const MapHead& head) {
+  constexpr std::size_t most = std::size_t{1} << 48U;  // voxels, and numbers of a voxel
+  constexpr auto lastKind = static_cast<int>(VolumeKind::table);
+  const auto kind = static_cast<int>(head.kind);
+  std::size_t numbers = 0;
+  for (const MapArray& array : head.arrays) {
+    if (array.numbers() > most - numbers) {
+      return false;
+    }
+    numbers += array.numbers();
+  }
+  return kind >= 0 && kind <= lastKind && head.tile.size() == head.voxels.size() &&
+         fitsIn(head.voxels, most) && fitsIn({countOf(head.voxels), numbers}, most) &&
+         head.firstBlock <= head.lastBlock && head.lastBlock <= head.tiling().count();
+}
+
 UserError noJournal(const std::string& name) {
   return UserError(fmt::format(
       "{}: this is no part or unfinished map of vorin map, or its start is damaged", name));
@@ -149,9 +170,6 @@ MapJournal::MapJournal(OwnFile file, MapHead head, std::uint64_t headBytes)
       numbersAVoxel_(numbersAVoxel(head_)),
       next_(head_.firstBlock) {
   starts_.push_back(headBytes);
-  for (std::size_t block = head_.firstBlock; block < head_.lastBlock; ++block) {
-    starts_.push_back(starts_.back() + recordBytes(block));
-  }
 }
 
 std::uint64_t MapJournal::recordBytes(std::size_t block) const {
@@ -172,10 +190,22 @@ MapJournal MapJournal::begin(const std::filesystem::path& path, const MapHead& h
   return {std::move(file), head, bytes.size()};
 }
 
+bool MapJournal::endsInItsHead(const std::filesystem::path& path) {
+  const OwnFile file = OwnFile::toRead(path);
+  std::uint64_t length = 0;
+  std::string start(mark.size() + sizeof length, '\0');
+  start.resize(file.readSome(0, start.data(), start.size()));
+  if (start.size() < mark.size() + sizeof length) {
+    return start.starts_with(mark) || mark.starts_with(start);
+  }
+  std::memcpy(&length, start.data() + mark.size(), sizeof length);
+  return start.starts_with(mark) && length <= longestHead &&
+         start.size() + length + sizeof(std::uint32_t) > file.size();
+}
+
 MapJournal MapJournal::open(const std::filesystem::path& path, bool onlyRead) {
   OwnFile file = onlyRead ? OwnFile::toRead(path) : OwnFile::toWrite(path, false);
   const std::uint64_t size = file.size();
-  constexpr std::uint64_t longestHead = 1'000'000'000;
   std::uint64_t length = 0;
   std::string start(mark.size() + sizeof length, '\0');
   if (file.readSome(0, start.data(), start.size()) != start.size() || !start.starts_with(mark)) {
@@ -195,17 +225,18 @@ MapJournal MapJournal::open(const std::filesystem::path& path, bool onlyRead) {
   }
   try {
     MapHead head = headOf(Json::parse(text));
-    if (head.tile.size() != head.voxels.size() || head.firstBlock > head.lastBlock ||
-        head.lastBlock > head.tiling().count()) {
+    if (!isUsable(head)) {
       throw noJournal(path.string());
     }
     MapJournal journal(std::move(file), std::move(head), headBytes);
     journal.findGoodRecords();
     if (!onlyRead) {
-      journal.file_.cut(journal.starts_[journal.next_ - journal.head_.firstBlock]);
+      journal.file_.cut(journal.starts_.back());
     }
     return journal;
   } catch (const Json::exception&) {
+    throw noJournal(path.string());
+  } catch (const std::invalid_argument&) {
     throw noJournal(path.string());
   }
 }
@@ -214,12 +245,12 @@ void MapJournal::findGoodRecords() {
   const std::uint64_t size = file_.size();
   std::string record;
   for (; next_ < head_.lastBlock; ++next_) {
-    const std::size_t at = next_ - head_.firstBlock;
-    if (starts_[at + 1] > size) {
+    const std::uint64_t bytes = recordBytes(next_);
+    if (bytes > size - starts_.back()) {
       return;
     }
-    record.resize(static_cast<std::size_t>(starts_[at + 1] - starts_[at]));
-    file_.read(starts_[at], record.data(), record.size());
+    record.resize(static_cast<std::size_t>(bytes));
+    file_.read(starts_.back(), record.data(), record.size());
     std::uint64_t number = 0;
     std::uint32_t sum = 0;
     std::memcpy(&number, record.data(), sizeof number);
@@ -228,13 +259,13 @@ void MapJournal::findGoodRecords() {
         sum != checksum(std::string_view(record).substr(0, record.size() - sizeof sum))) {
       return;
     }
+    starts_.push_back(starts_.back() + bytes);
   }
 }
 
 void MapJournal::add(const MapBlock& block) {
-  const std::size_t at = next_ - head_.firstBlock;
   std::string record;
-  record.reserve(static_cast<std::size_t>(starts_[at + 1] - starts_[at]));
+  record.reserve(static_cast<std::size_t>(recordBytes(next_)));
   const std::uint64_t number = next_;
   record.append(reinterpret_cast<const char*>(&number), sizeof number);
   for (const std::vector<double>& numbers : block) {
@@ -242,7 +273,8 @@ void MapJournal::add(const MapBlock& block) {
   }
   const std::uint32_t sum = checksum(record);
   record.append(reinterpret_cast<const char*>(&sum), sizeof sum);
-  file_.write(starts_[at], record.data(), record.size());
+  file_.write(starts_.back(), record.data(), record.size());
+  starts_.push_back(starts_.back() + record.size());
   ++next_;
 }
 

@@ -66,6 +66,9 @@ class MapJournal {
  public:
   /// Begins a journal; what is in the file is gone.
   static MapJournal begin(const std::filesystem::path& path, const MapHead& head);
+  /// True for the start of a journal without a whole head, as a run leaves it that is interrupted,
+  /// or that meets a full disk, at once.
+  static bool endsInItsHead(const std::filesystem::path& path);
   /// Opens one, to go on with it or to read it: what is behind the last good record is cut off,
   /// unless it is only read. Throws UserError for a file that is no journal.
   static MapJournal open(const std::filesystem::path& path, bool onlyRead);
@@ -90,7 +93,7 @@ class MapJournal {
   MapHead head_;
   Tiling tiling_;
   std::size_t numbersAVoxel_ = 0;
-  std::vector<std::uint64_t> starts_;  ///< of the records of the blocks from the head's first
+  std::vector<std::uint64_t> starts_;  ///< of the records that are there, and the end of the last
   std::size_t next_ = 0;
 };
 
