@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "toolbox/default_arithmetic.hpp"
 #include "toolkit/inverting/settings_text.hpp"
 #include "toolkit/refused_memory.hpp"
 #include "toolkit/user_error.hpp"
@@ -46,9 +47,11 @@ inline void copyText(std::string_view text, char* buffer, std::int64_t size) noe
   buffer[length] = '\0';
 }
 
-/// Runs `body` and turns what it throws into a status and a sentence.
+/// Runs `body` in the default floating-point environment, which threads that it starts inherit,
+/// and turns what it throws into a status and a sentence.
 template <class Body>
 std::int32_t guarded(char* message, std::int64_t size, Body body) noexcept {
+  const DefaultArithmetic arithmetic;
   copyText("", message, size);
   try {
     body();

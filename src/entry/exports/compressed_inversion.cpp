@@ -1,5 +1,6 @@
 // Section "Inversion after compression": the entries of the five compressed drivers.
 #include "entry/compressed_driver.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -18,21 +19,25 @@ extern "C" {
 
 void VORIN_CALL VorinC_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                          int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   invertWithDefaults(vorin::entry::variantC, nf, ng, K, Y, F, status);
 }
 
 void VORIN_CALL VorinC2_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                           int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   invertWithDefaults(vorin::entry::variantC2, nf, ng, K, Y, F, status);
 }
 
 void VORIN_CALL VorinC4_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                           int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   invertWithDefaults(vorin::entry::variantC4, nf, ng, K, Y, F, status);
 }
 
 void VORIN_CALL VorinC5_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                           int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   invertWithDefaults(vorin::entry::variantC5, nf, ng, K, Y, F, status);
 }
 
@@ -40,6 +45,7 @@ void VORIN_CALL VorinyC_s(int32_t nf, int32_t ng, const int32_t* /*nfAddress*/,
                           const int32_t* /*ngAddress*/, const float* K, const float* T,
                           const float* Y, float* W, const float* G, float* F, float* FIT,
                           int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::entry::invertCompressed(vorin::entry::variantC, {nf, ng, K, T, Y, W, G, F, FIT}, *status);
 }
 
@@ -47,6 +53,7 @@ void VORIN_CALL VorinyC2_s(int32_t nf, int32_t ng, const int32_t* /*nfAddress*/,
                            const int32_t* /*ngAddress*/, const float* K, const float* T,
                            const float* Y, float* W, const float* G, float* F, float* FIT,
                            int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::entry::invertCompressed(vorin::entry::variantC2, {nf, ng, K, T, Y, W, G, F, FIT}, *status);
 }
 
@@ -54,6 +61,7 @@ void VORIN_CALL VorinyC3_s(int32_t nf, int32_t ng, const int32_t* /*nfAddress*/,
                            const int32_t* /*ngAddress*/, const float* K, const float* T,
                            const float* Y, float* W, const float* G, float* F, float* FIT,
                            int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::entry::invertCompressed(vorin::entry::variantC3, {nf, ng, K, T, Y, W, G, F, FIT}, *status);
 }
 
@@ -61,6 +69,7 @@ void VORIN_CALL VorinyC4_s(int32_t nf, int32_t ng, const int32_t* /*nfAddress*/,
                            const int32_t* /*ngAddress*/, const float* K, const float* T,
                            const float* Y, float* W, const float* G, float* F, float* FIT,
                            int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::entry::invertCompressed(vorin::entry::variantC4, {nf, ng, K, T, Y, W, G, F, FIT}, *status);
 }
 
@@ -68,6 +77,7 @@ void VORIN_CALL VorinyC5_s(int32_t nf, int32_t ng, const int32_t* /*nfAddress*/,
                            const int32_t* /*ngAddress*/, const float* K, const float* T,
                            const float* Y, float* W, const float* G, float* F, float* FIT,
                            int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::entry::invertCompressed(vorin::entry::variantC5, {nf, ng, K, T, Y, W, G, F, FIT}, *status);
 }
 

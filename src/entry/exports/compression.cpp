@@ -4,6 +4,7 @@
 
 #include "reduce/reduction.hpp"
 #include "reduce/svd_compression.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -40,6 +41,7 @@ extern "C" {
 void VORIN_CALL VorinCompSVD_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, const float* K,
                                const float* d, float SVDT, int32_t SVDN, int32_t* count, float* Kc,
                                float* dc, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const Compression job{m, n, ldK, ldC, K, d, SVDT, SVDN, Kc, dc, n};
   vorin::reduce::compressInKeptArrays(job, *count, *status);
 }
@@ -47,6 +49,7 @@ void VORIN_CALL VorinCompSVD_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, c
 void VORIN_CALL VorinCompSVD2_s(int32_t m, int32_t n, int32_t ldK, int32_t ldC, float* K,
                                 const float* d, float SVDT, int32_t SVDN, int32_t* count, float* Kc,
                                 float* dc, float* V, float* S, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const Compression job{m, n, ldK, ldC, K, d, SVDT, SVDN, Kc, dc, n};
   vorin::reduce::compressInPlace(job, K, V, S, *count, *status);
 }
@@ -56,6 +59,7 @@ void VORIN_CALL VorinCompSVD3_s(const int32_t* mode, const int32_t* scratchLen, 
                                 const float* K, const float* d, const float* SVDT,
                                 const int32_t* SVDN, int32_t* count, float* Kc, float* dc,
                                 float* scratch, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
   vorin::reduce::compressInScratch(*mode, job, scratch, *scratchLen, *count, *status);
 }
@@ -65,6 +69,7 @@ void VORIN_CALL VorinCompSVD3z_s(const int32_t* mode, const int32_t* m, const in
                                  const float* d, const float* SVDT, const int32_t* SVDN,
                                  int32_t* count, float* Kc, float* dc, float* U, float* VT,
                                  float* S, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const Compression job{*m, *n, *ldK, *ldC, K, d, *SVDT, *SVDN, Kc, dc, *n};
   vorin::reduce::compress(*mode, job, {U, VT, S}, *count, *status);
 }
@@ -73,6 +78,7 @@ void VORIN_CALL VorinComp_s(int32_t n, int32_t nf, int32_t ldK, int32_t cap, con
                             const float* T, const float* K, const float* W, int32_t first,
                             int32_t /*last*/, int32_t want, int32_t pmode, float SVDT, int32_t SVDN,
                             int32_t* count, float* Yout, float* Kout, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::reduce::Reduction job;
   job.points = nf;
   job.columns = n;

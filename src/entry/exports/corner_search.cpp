@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -23,6 +24,7 @@ extern "C" {
 
 void VORIN_CALL vorinTarget2_sp(int32_t m, int32_t n, const float* K, const float* d, float* f,
                                 float* w, float* rss, float* rssSlope, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::brd::Problem<float> problem(m, n, K, d);
   std::vector<double> fDouble(static_cast<std::size_t>(std::max(n, 0)));
   report(vorin::weight::searchCorner(problem, fDouble.data()), w, rss, rssSlope, status);
@@ -33,6 +35,7 @@ void VORIN_CALL vorinTarget2_sp(int32_t m, int32_t n, const float* K, const floa
 void VORIN_CALL vorinTarget2_dp(int32_t m, int32_t n, const double* K, const double* d, double* f,
                                 double* w, double* rss, double* rssSlope,
                                 int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::brd::Problem<double> problem(m, n, K, d);
   report(vorin::weight::searchCorner(problem, f), w, rss, rssSlope, status);
 }

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "entry/driver.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 #include "weight/weight_driver.hpp"
 #include "weight/weight_search.hpp"
@@ -39,6 +40,7 @@ extern "C" {
 
 void VORIN_CALL Vorin_s(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                         int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   invertWithDefaults(nf, ng, K, Y, F, status);
 }
 
@@ -46,11 +48,13 @@ void VORIN_CALL Voriny_s(int32_t nf, int32_t ng, const int32_t* /*nfAddress*/,
                          const int32_t* /*ngAddress*/, const float* K, const float* T,
                          const float* Y, float* W, const float* G, float* F, float* FIT,
                          int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::entry::invert({nf, ng, K, T, Y, W, G, F, FIT}, *status);
 }
 
 void VORIN_CALL Vorin_d(int32_t nf, int32_t ng, const double* K, const double* Y, double* F,
                         int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const std::ptrdiff_t points = std::max(nf, 0);
   const std::vector<float> kernel = narrowed(K, points * std::max(ng, 0));
   const std::vector<float> data = narrowed(Y, points);
@@ -61,6 +65,7 @@ void VORIN_CALL Vorin_d(int32_t nf, int32_t ng, const double* K, const double* Y
 
 void VORIN_CDECL vorin_s_cdecl(int32_t nf, int32_t ng, const float* K, const float* Y, float* F,
                                int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   invertWithDefaults(nf, ng, K, Y, F, status);
 }
 

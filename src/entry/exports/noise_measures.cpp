@@ -1,6 +1,7 @@
 // Section "Noise measures": those that need no inversion.
 #include "entry/exports/flush_on_return.hpp"
 #include "regress/bvls.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 #include "weight/difference_noise.hpp"
 #include "weight/outliers.hpp"
@@ -18,6 +19,7 @@ static_assert(int{VORIN_SEROL_ITERATION_LIMIT} == int{vorin::regress::bvlsIterat
 extern "C" {
 
 float VORIN_CALL VorinSEDiff(int32_t order, int32_t count, const float* x) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   return vorin::weight::seDiff(order, count, x);
 }
 
@@ -25,6 +27,7 @@ void VORIN_CALL VorinSEROL(const float* thresh, const float* ridge, const int32_
                            const int32_t* m, const int32_t* n, const float* K, const float* y,
                            const float* W, float* x, float* flags, int32_t* nGood, int32_t* nBad,
                            void* /*spare*/, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   vorin::weight::serol({*thresh, *ridge, *lda, *m, *n, K, y, W, x, flags}, *nGood, *nBad, *status);
 }

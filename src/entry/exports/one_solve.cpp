@@ -7,6 +7,7 @@
 #include "brd/iteration.hpp"
 #include "brd/qp_solver.hpp"
 #include "entry/exports/flush_on_return.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -36,6 +37,7 @@ extern "C" {
 void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float* d, float* f,
                               const float* weight, float* rss, float* rssSlope,
                               int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   const auto dispatch = [](auto&&... arguments) { vorin::brd::vrBRD_s(arguments...); };
   solveOnce(dispatch, m, n, K, d, f, 1.0f, weight, rss, rssSlope, status);
@@ -44,6 +46,7 @@ void VORIN_CALL vrBRDw_sp_dll(int32_t m, int32_t n, const float* K, const float*
 void VORIN_CALL vrBRDw_dp_dll(int32_t m, int32_t n, const double* K, const double* d, double* f,
                               const double* weight, double* rss, double* rssSlope,
                               int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   solveOnce(vorin::brd::vrBRD_d, m, n, K, d, f, 0.0, weight, rss, rssSlope, status);
 }

@@ -3,6 +3,7 @@
 
 #include "reduce/prune_plan.hpp"
 #include "reduce/prune_variants.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -32,6 +33,7 @@ void VORIN_CALL VorinPruneZ(int32_t nPoints, int32_t ldPoints, int32_t maxBins, 
                             const float* t, const float* scale, int32_t prLo, int32_t /*prHi*/,
                             int32_t target, int32_t mode, int32_t* count, float* yPruned,
                             float* tSum, float* binNorm, float* P, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   *status = VORIN_PRUNE_DONE;
   const PrunePlan plan({nPoints, ldPoints, maxBins, t, scale, prLo, target, mode});
   *count = plan.count();
@@ -48,6 +50,7 @@ void VORIN_CALL VorinPrune(int32_t nCols, int32_t nPoints, int32_t ldPoints, int
                            int32_t prLo, int32_t /*prHi*/, int32_t target, int32_t mode,
                            int32_t* count, float* yPruned, float* tMean, float* kPruned,
                            float* binNorm, float* P, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   *status = VORIN_PRUNE_DONE;
   vorin::reduce::pruneScaled({nCols, nPoints, ldPoints, maxBins, y, t, k, scale, prLo, target, mode,
                               yPruned, tMean, kPruned, binNorm, P},
@@ -59,6 +62,7 @@ void VORIN_CALL VorinPrune2(int32_t nCols, int32_t nPoints, int32_t ldPoints, in
                             int32_t prLo, int32_t /*prHi*/, int32_t target, int32_t mode,
                             int32_t* count, float* yPruned, float* tMean, float* kPruned,
                             float* binNorm, float* P, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   *status = VORIN_PRUNE_DONE;
   vorin::reduce::pruneWhitened({nCols, nPoints, ldPoints, maxBins, y, t, k, scale, prLo, target,
                                 mode, yPruned, tMean, kPruned, binNorm, P},

@@ -9,6 +9,7 @@
 #include "entry/exports/flush_on_return.hpp"
 #include "regress/bvls.hpp"
 #include "regress/penalised_fit.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "toolbox/views.hpp"
 #include "vorin.h"
 
@@ -112,24 +113,28 @@ extern "C" {
 
 void VORIN_CALL plsN_dll(const double* A, int32_t m, int32_t n, const double* b, double* x,
                          int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   vorin::regress::fitN(A, m, n, b, x, *status);
 }
 
 void VORIN_CALL plsB_dll(const double* A, int32_t m, int32_t n, const double* b, double* x,
                          int32_t itmax, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   vorin::regress::fitB(A, m, n, b, x, itmax, *status);
 }
 
 void VORIN_CALL plsReg_DLL(const double* X, int32_t m, int32_t n, const double* y, double* x,
                            const double* lambda, int32_t K, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   vorin::regress::fitReg(X, m, n, y, x, lambda, K, *status);
 }
 
 void VORIN_CALL LUReg_DLL(const double* X, int32_t m, int32_t n, const double* y, double* x,
                           const double* lambda, int32_t K, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   const vorin::entry::FlushOnReturn flush;
   vorin::regress::fitLU(X, m, n, y, x, lambda, K, *status);
 }

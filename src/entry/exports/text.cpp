@@ -7,6 +7,7 @@
 #include <string>
 
 #include "params/format_text.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -25,21 +26,25 @@ extern "C" {
 
 void VORIN_CALL CHGetFormat_dp(const double* values, int32_t count, const int32_t* w, char* text,
                                const int32_t* len, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   *status = VORIN_FORMAT_DONE;
   giveText(text, *len, vorin::params::formatFor({values, lengthOf(count)}, *w));
 }
 
 void VORIN_CALL CHToString_dp(char* text, const double* value, const int32_t* len) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   giveText(text, *len, vorin::params::toText(*value));
 }
 
 void VORIN_CALL CHToString3_dp(char* text, const double* value, const int32_t* w, const int32_t* d,
                                const double* lower, const double* upper, const int32_t* fmin,
                                const int32_t* len) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   giveText(text, *len, vorin::params::toText(*value, {*w, *d, *lower, *upper, *fmin}));
 }
 
 void VORIN_CALL CHToString_i4b(char* text, const int32_t* value, const int32_t* len) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   giveText(text, *len, std::to_string(*value));
 }
 
