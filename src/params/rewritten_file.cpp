@@ -44,10 +44,12 @@ void cutWhereNothingWasWritten(std::FILE* file) {
 
 File openRewritten(const std::string& name) {
   constexpr mode_t asUmaskAllows = 0666;
-  const int number = open(name.c_str(), O_WRONLY | O_CREAT, asUmaskAllows);
+  // Without O_NONBLOCK the call would wait for a reader of a pipe, perhaps for ever.
+  const int number = open(name.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK, asUmaskAllows);
   if (number < 0) {
     return {};
   }
+  fcntl(number, F_SETFL, 0);
   std::FILE* const file = cutToOneByte(number) ? fdopen(number, "w") : nullptr;
   if (file == nullptr) {
     close(number);

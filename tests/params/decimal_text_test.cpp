@@ -103,6 +103,23 @@ TEST(DecimalText, ShortNumbersAreReadAsByCharconv) {
   EXPECT_TRUE(std::signbit(vorin::toolkit::realNumber("-0").value()));
 }
 
+TEST(DecimalText, BeyondTheRangeTheyAreInfiniteOrZero) {
+  using vorin::toolkit::realNumber;
+  const std::string zeros(400, '0');
+  for (const std::string& text :
+       {std::string("1.5e400"), "1" + zeros, "0.01" + zeros + "e999",
+        std::string("0.1e+99999999999999999999"), std::string(".0001e4000")}) {
+    EXPECT_EQ(realNumber(text), std::numeric_limits<double>::infinity()) << text;
+    EXPECT_EQ(realNumber("-" + text), -std::numeric_limits<double>::infinity()) << text;
+  }
+  for (const std::string& text :
+       {std::string("1.5e-400"), "0." + zeros + "1", "1" + zeros + "e-999",
+        std::string("123E-99999999999999999999")}) {
+    EXPECT_EQ(realNumber(text), 0.0) << text;
+    EXPECT_TRUE(std::signbit(realNumber("-" + text).value())) << text;
+  }
+}
+
 TEST(DecimalText, OnlyWholeNumbersAreRead) {
   using vorin::toolkit::realNumber;
   EXPECT_EQ(realNumber("5."), 5.0);

@@ -6,6 +6,7 @@
 // files, a device that is full, limits of the process.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -83,6 +84,14 @@ TEST_F(LogTrouble, ALinkThatLeadsNowhereOrToItself) {
   fs::create_symlink("LOOP.LOG", "LOOP.LOG");
   EXPECT_EQ(answerWithLog("NOWHERE.LOG"), expected);
   EXPECT_EQ(answerWithLog("LOOP.LOG"), expected);
+}
+
+TEST_F(LogTrouble, APipeThatNobodyReads) {
+  const Answer expected = untroubled();
+  ASSERT_EQ(mkfifo("PIPE.LOG", S_IRUSR | S_IWUSR), 0);
+  alarm(60);  // opening it would wait for a reader
+  EXPECT_EQ(answerWithLog("PIPE.LOG"), expected);
+  alarm(0);
 }
 
 TEST_F(LogTrouble, ACompactSaveFileThatCannotBeMade) {
