@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -15,8 +16,10 @@ class OwnFolder {
  public:
   OwnFolder() : home_(std::filesystem::current_path()) {
     const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = home_ / (std::string(info->test_suite_name()) + '-' + info->name() + '-' +
-                       std::to_string(getpid()));
+    std::string name = std::string(info->test_suite_name()) + '-' + info->name() + '-' +
+                       std::to_string(getpid());
+    std::replace(name.begin(), name.end(), '/', '-');  // of a test with parameters
+    folder_ = home_ / name;
     std::filesystem::remove_all(folder_);
     std::filesystem::create_directory(folder_);
     std::filesystem::current_path(folder_);
