@@ -124,11 +124,15 @@ class JobCalls {
          ++i) {
       const double* values = nullptr;
       double number = 0.0;
-      if (kind == VORIN_TOOLKIT_NUMBER &&
-          good(vorin_result_number(from, name, &number, text, sizeof text))) {
+      if (kind == VORIN_TOOLKIT_NUMBER) {
+        if (!good(vorin_result_number(from, name, &number, text, sizeof text))) {
+          return;
+        }
         answer.add(number);
-      } else if (kind == VORIN_TOOLKIT_ARRAY &&
-                 good(vorin_result_array(from, name, &values, &count, text, sizeof text))) {
+      } else if (kind == VORIN_TOOLKIT_ARRAY) {
+        if (!good(vorin_result_array(from, name, &values, &count, text, sizeof text))) {
+          return;
+        }
         for (std::int64_t k = 0; k < count; ++k) {
           answer.add(values[k]);
         }

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "params/store.hpp"
+#include "toolbox/default_arithmetic.hpp"
 #include "vorin.h"
 
 namespace {
@@ -40,21 +41,25 @@ extern "C" {
 
 void VORIN_CDECL vorinSQC99(const char* mode, const char* key, char* text, const int32_t* len,
                             float* value, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQuery(*mode, hostKey(key), text, *len, *value, *status);
 }
 
 void VORIN_CALL VorinSQR(const char* mode, const char* key, float* value,
                          int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQueryNumber(*mode, key, value, status);
 }
 
 void VORIN_CALL VorinSQR_s(const char* mode, const char* key, float* value,
                            int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQueryNumber(*mode, key, value, status);
 }
 
 void VORIN_CALL VorinSQR_d(const char* mode, const char* key, float* value,
                            int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   // Required: anything but an upper-case S queries, the reset letter included, and
   // the value is single in spite of the entry's name. Hosts are built on that.
   setQueryNumber(*mode == 'S' ? 'S' : 'Q', key, value, status);
@@ -62,25 +67,30 @@ void VORIN_CALL VorinSQR_d(const char* mode, const char* key, float* value,
 
 void VORIN_CALL VorinSQI(const char* mode, const char* key, int32_t* value,
                          int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   vorin::params::setQueryInteger(*mode, hostKey(key), *value, *status);
 }
 
 void VORIN_CALL VorinSQC(const char* mode, const char* key, char* text, const int32_t* len,
                          int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQueryText(*mode, key, text, *len, status);
 }
 
 void VORIN_CALL VorinSQC2(const char* mode, const char* key, char* text, int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQueryText(*mode, key, text, VORIN_SQC2_TEXT_LENGTH, status);
 }
 
 void VORIN_CDECL vorin_sqc_cdecl(const char* mode, const char* key, char* text, const int32_t* len,
                                  int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQueryText(*mode, key, text, *len, status);
 }
 
 void VORIN_CDECL vorin_sqr_cdecl(const char* mode, const char* key, float* value,
                                  int32_t* status) noexcept {
+  const vorin::DefaultArithmetic arithmetic;
   setQueryNumber(*mode, key, value, status);
 }
 
