@@ -16,8 +16,8 @@ class OwnFolder {
  public:
   OwnFolder() : home_(std::filesystem::current_path()) {
     const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string(info->test_suite_name()) + '-' + info->name() + '-' +
-                       std::to_string(getpid());
+    std::string name =
+        std::string(info->test_suite_name()) + '-' + info->name() + '-' + std::to_string(getpid());
     std::replace(name.begin(), name.end(), '/', '-');  // of a test with parameters
     folder_ = home_ / name;
     std::filesystem::remove_all(folder_);
