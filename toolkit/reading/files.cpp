@@ -136,7 +136,14 @@ void OutputFiles::write(const fs::path& target, std::string_view content) {
     writeAll(target, target, content);  // a device or a pipe must not be replaced
     return;
   }
-  writeAll(stage(target), target, content);
+  const fs::path temporary = stage(target);
+  try {
+    writeAll(temporary, target, content);
+  } catch (const UserError&) {
+    fs::remove(temporary, error);
+    staged_.pop_back();  // a batch commits what it has written so far
+    throw;
+  }
 }
 
 void OutputFiles::commit() {

@@ -1,0 +1,81 @@
+"""Disks that are full and folders that vanish while a batch or a map is written: disks.py PROGRAM.
+Each run ends with one sentence and without success, leaves no half-written file under its name,
+and goes on with --resume to the bytes of an untroubled run."""
+import os
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+
+import kills
+
+PROGRAM = kills.PROGRAM
+
+
+def limited(words, folder, most):
+    """Runs the program, whose files may have `most` bytes each; a write beyond that fails."""
+    def limit():
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        resource.setrlimit(resource.RLIMIT_FSIZE, (most, resource.RLIM_INFINITY))
+    return subprocess.run([PROGRAM, *words], cwd=folder, preexec_fn=limit, text=True,
+                          capture_output=True, timeout=300, check=False)
+
+
+def require_sentence(done, what):
+    assert done.returncode in (1, 2), (what, done.returncode, done.stderr)
+    lines = done.stderr.strip().split("\n")
+    assert len(lines) == 1 and lines[0].startswith("vorin: "), (what, done.stderr)
+
+
+def full_disk(what, words_into, folder):
+    whole = f"{what}_whole"
+    kills.run(words_into(whole), folder)
+    expected = kills.content_of(os.path.join(folder, whole))
+    largest = max(map(len, expected.values()))
+    refused = 0
+    for number, most in enumerate((0, 1, 100, 500, largest // 4, largest // 2, largest - 1)):
+        out = f"{what}_full{number}"
+        done = limited([*words_into(out), "--resume"], folder, most)
+        require_sentence(done, (what, most))
+        refused += 1
+        place = os.path.join(folder, out)
+        if os.path.isdir(place):
+            for name, content in kills.content_of(place).items():
+                # What grows line by line while a batch runs may end early, behind a whole line.
+                grows = what == "batch" and name in ("t.csv", "a.json")
+                assert name.endswith(".unfinished") or grows or content == expected[name], \
+                    (what, most, name)
+        kills.run([*words_into(out), "--resume"], folder)
+        assert kills.content_of(place) == expected, (what, most)
+    print(f"{what}: refused {refused} times for a full disk, the same bytes afterwards")
+
+
+def vanished_folder(what, words_into, folder):
+    """The output folder is removed, and a file is in its place."""
+    out = f"{what}_gone"
+    with open(os.path.join(folder, out), "wb"):
+        pass
+    done = limited(words_into(out), folder, resource.RLIM_INFINITY)
+    require_sentence(done, (what, "file in place of the folder"))
+    os.remove(os.path.join(folder, out))
+    child = subprocess.Popen([PROGRAM, *words_into(out)], cwd=folder, stderr=subprocess.PIPE,
+                             stdout=subprocess.DEVNULL, text=True)
+    while child.poll() is None:
+        shutil.rmtree(os.path.join(folder, out), ignore_errors=True)
+    err = child.communicate()[1]
+    # It may have been quicker, or have made the folder again.
+    assert child.returncode in (0, 1, 2) and err.count("\n") <= 1, (what, child.returncode, err)
+    print(f"{what}: a folder that vanishes: exit status {child.returncode}, {err.strip()!r}")
+
+
+def main():
+    with tempfile.TemporaryDirectory() as folder:
+        for what, words_into in kills.jobs(folder, 6):
+            full_disk(what, words_into, folder)
+            vanished_folder(what, words_into, folder)
+
+
+if __name__ == "__main__":
+    main()
