@@ -180,12 +180,12 @@
     // As they are now: the plot is drawn again later, when the decay may have lost them.
     const { lcurve: curve, inversion } = decay;
     const { residual_norm, solution_norm, weight } = curve;
-    const dot = (group, x, y, px, py, kind, label, lower) => {
+    const dot = (group, x, y, px, py, kind, label, higher) => {
       const [cx, cy] = [x.at(px), y.at(py)];
       const right = cx > 0.7 * x.range[1];  // no room for the label there
       group.append(page.makeSvg("circle", { class: kind, r: 5, cx: cx.toFixed(1), cy: cy.toFixed(1) }),
         page.makeSvg("text", { class: "point-label", "text-anchor": right ? "end" : "start", text: label,
-          x: (cx + (right ? -9 : 9)).toFixed(1), y: Math.max(cy + lower, y.range[1] + 12).toFixed(1) }));
+          x: (cx + (right ? -9 : 9)).toFixed(1), y: Math.max(cy - higher, y.range[1] + 12).toFixed(1) }));
     };
     plots.lcurve.draw({
       series: [{ kind: "line", name: "lcurve", x: residual_norm, y: solution_norm, look: look(decay) },
@@ -198,9 +198,12 @@
         return `weight ${page.number(weight[i])}: residual ${page.number(residual_norm[i], 4)}, distribution ${page.number(solution_norm[i], 4)}`;
       },
       marks: (group, x, y) => {
-        dot(group, x, y, residual_norm[curve.corner], solution_norm[curve.corner], "corner", "corner", -8);
+        const [kx, ky] = [residual_norm[curve.corner], solution_norm[curve.corner]];
+        dot(group, x, y, kx, ky, "corner", "corner", 8);
         const [px, py] = presentPoint(curve, inversion);
-        dot(group, x, y, px, py, "present", `weight ${page.number(inversion.weight)}`, py <= solution_norm[curve.corner] ? 18 : -24);
+        // The curve has room above it on the right; beside the corner that label is there already.
+        const isNear = Math.abs(x.at(px) - x.at(kx)) < 60 && Math.abs(y.at(py) - y.at(ky)) < 20;
+        dot(group, x, y, px, py, "present", `weight ${page.number(inversion.weight)}`, isNear ? 24 : 8);
       } });
   }
 

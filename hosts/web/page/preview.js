@@ -24,7 +24,8 @@
       "aria-pressed": String(page.session.selected === file.id), onclick: () => page.select(file.id) });
     return page.make("li", { class: "bad", "data-file": file.id }, [
       select, removal(file),
-      page.make("p", { class: "complaint", text: file.complaint || "being read" })]);
+      page.make("p", { class: "complaint", title: file.complaint,
+        text: file.complaint ? "can't be read" : "being read" })]);
   }
 
   function item(file, decay, first) {
@@ -67,7 +68,7 @@
     page.el("turn").closest(".field").hidden = !complex;
     const found = file.found;
     page.el("found").textContent = found
-      ? `${found.format}; columns ${found.columns}; unit ${found.unit} (${found.unit_origin})` : file.complaint;
+      ? `${found.format}; columns ${found.columns}; unit ${found.unit} (${found.unit_origin})` : "";
     page.el("reading-notes").replaceChildren(
       ...(found ? found.notes : []).map((text) => page.make("li", { text })));
     page.el("reading-part").querySelector("details").open ||= !found;

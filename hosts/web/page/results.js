@@ -92,6 +92,11 @@
 
   const columns = ["decay", "samples", "status", "noise", "weight", "standard error", "log mean", "mean", "total", "peaks"];
 
+  // In a word; the title has the sentence.
+  function statusWord(report) {
+    return report.success ? "success" : report.status === 0 ? "doubtful" : `failed (${report.status})`;
+  }
+
   function row(decay) {
     const { report } = decay;
     const name = page.make("th", { scope: "row" }, [page.make("button", { type: "button", class: "name",
@@ -102,7 +107,7 @@
       return page.make("tr", about, [name, page.make("td", { colspan: "9", class: "complaint", text: decay.complaint })]);
     }
     const grid = (value) => text.grid(value, report.kernel);
-    const status = page.cell(report.success ? "success" : `${report.status} !`, "status", report.status);
+    const status = page.cell(statusWord(report), "status", report.status);
     status.title = report.finding_text || report.status_text;
     const logMean = page.cell(grid(report.log_mean), "log_mean", report.log_mean);
     if (report.bootstrap) {
