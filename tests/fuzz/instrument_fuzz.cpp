@@ -8,6 +8,7 @@
 
 #include "bytes.hpp"
 #include "own_folder.hpp"
+#include "refusal.hpp"
 #include "toolkit/reading/decay_file.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -21,7 +22,7 @@ void write(const std::string& name, const std::string& content) {
 }
 
 void readOrRefuse(const std::string& path, const toolkit::DecayFormatText& text) {
-  try {
+  vorin::fuzz::doOrRefuse([&] {
     const auto decays =
         toolkit::readDecays(path, toolkit::readDecayFormat(text, toolkit::Quantity::time, "--"));
     for (const toolkit::FileDecay& decay : decays) {
@@ -31,11 +32,7 @@ void readOrRefuse(const std::string& path, const toolkit::DecayFormatText& text)
         require(std::isfinite(times[i]) && times[i - 1] < times[i]);
       }
     }
-  } catch (const toolkit::UserError& error) {
-    for (const char c : std::string(error.what())) {
-      require(static_cast<unsigned char>(c) >= ' ' && c != 0x7f);
-    }
-  }
+  });
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "bytes.hpp"
 #include "own_folder.hpp"
+#include "refusal.hpp"
 #include "toolkit/two_dimensional/map_inversion.hpp"
 #include "toolkit/two_dimensional/map_reading.hpp"
 #include "toolkit/user_error.hpp"
@@ -16,6 +17,7 @@
 namespace {
 
 namespace toolkit = vorin::toolkit;
+using vorin::fuzz::doOrRefuse;
 using vorin::fuzz::require;
 
 void write(const std::string& file, const std::string& content) {
@@ -25,17 +27,6 @@ void write(const std::string& file, const std::string& content) {
 void requireRising(const std::vector<double>& times) {
   for (std::size_t i = 0; i < times.size(); ++i) {
     require(std::isfinite(times[i]) && times[i] >= 0.0 && (i == 0 || times[i - 1] < times[i]));
-  }
-}
-
-template <class Work>
-void doOrRefuse(Work work) {
-  try {
-    work();
-  } catch (const toolkit::UserError& error) {
-    for (const char c : std::string(error.what())) {
-      require(static_cast<unsigned char>(c) >= ' ' && c != 0x7f);
-    }
   }
 }
 

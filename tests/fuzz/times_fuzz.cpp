@@ -8,6 +8,7 @@
 
 #include "bytes.hpp"
 #include "own_folder.hpp"
+#include "refusal.hpp"
 #include "toolkit/mapping/files/sample_times.hpp"
 #include "toolkit/user_error.hpp"
 
@@ -38,7 +39,7 @@ std::string image() {
 }
 
 void readOrRefuse(const toolkit::TimesText& text, toolkit::Quantity quantity) {
-  try {
+  vorin::fuzz::doOrRefuse([&] {
     toolkit::VolumeRequest request;
     request.file = "v.nii";
     request.scratch = ".";
@@ -48,11 +49,7 @@ void readOrRefuse(const toolkit::TimesText& text, toolkit::Quantity quantity) {
     for (std::size_t i = 0; i < times.size(); ++i) {
       require(std::isfinite(times[i]) && times[i] >= 0.0 && (i == 0 || times[i - 1] < times[i]));
     }
-  } catch (const toolkit::UserError& error) {
-    for (const char c : std::string(error.what())) {
-      require(static_cast<unsigned char>(c) >= ' ' && c != 0x7f);
-    }
-  }
+  });
 }
 
 }  // namespace

@@ -5,12 +5,12 @@
 
 #include "bytes.hpp"
 #include "own_folder.hpp"
+#include "refusal.hpp"
 #include "toolkit/mapping/files/volume.hpp"
 #include "toolkit/user_error.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   namespace toolkit = vorin::toolkit;
-  using vorin::fuzz::require;
   static const vorin::fuzz::OwnFolder folder;
   for (const char* name : {"v.nii", "v.img"}) {
     std::ofstream(name, std::ios::binary)
@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   for (const char* name : {"v.nii", "v.img"}) {
     for (const bool withSamples : {true, false}) {
-      try {
+      vorin::fuzz::doOrRefuse([&] {
         toolkit::VolumeRequest request;
         request.file = name;
         request.option = "--mask";
@@ -27,19 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto volume = toolkit::openVolume(request);
         constexpr std::size_t boxVoxels = 16;
         constexpr std::size_t mostBoxes = 50;
-        const toolkit::Tiling tiling(volume->voxels(), volume->tile(boxVoxels, boxVoxels));
-        volume->expect(tiling, 0, tiling.count());
-        toolkit::VolumeNumbers numbers;
-        for (std::size_t box = 0; box < tiling.count() && box < mostBoxes; ++box) {
-          volume->read(tiling.box(box), numbers);
-          require(numbers.real.size() == tiling.box(box).count() * volume->samples());
-          require(numbers.imaginary.size() == (volume->isComplex() ? numbers.real.size() : 0));
-        }
-      } catch (const toolkit::UserError& error) {
-        for (const char c : std::string(error.what())) {
-          require(static_cast<unsigned char>(c) >= ' ' && c != 0x7f);
-        }
-      }
+        vorin::fuzz::readBoxes<toolkit::Tiling, toolkit::VolumeNumbers>(*volume, boxVoxels,
+                                                                        mostBoxes);
+      });
     }
   }
   return 0;
