@@ -10,7 +10,8 @@
 
 namespace vorin::fuzz {
 
-/// Runs `work`, which may refuse its input with a sentence that holds nothing that a terminal obeys.
+/// Runs `work`, which may refuse its input with a sentence that holds nothing that a terminal
+/// obeys.
 template <class Work>
 void doOrRefuse(Work work) {
   try {
@@ -22,7 +23,8 @@ void doOrRefuse(Work work) {
   }
 }
 
-/// Reads the first boxes of a toolkit's volume. `Tiling` and `Numbers` are its types of these names.
+/// Reads the first boxes of a toolkit's volume. `Tiling` and `Numbers` are its types of these
+/// names.
 template <class Tiling, class Numbers, class Volume>
 void readBoxes(Volume& volume, std::size_t boxVoxels, std::size_t mostBoxes) {
   const Tiling tiling(volume.voxels(), volume.tile(boxVoxels, boxVoxels));
