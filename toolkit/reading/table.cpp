@@ -39,7 +39,7 @@ bool isBlank(char c) {
 std::vector<std::string> looseNames(std::string_view line, std::size_t columns) {
   std::vector<std::string> names;
   for (const std::string_view word : fieldsOf(line, ' ')) {
-    if (!names.empty() && (word.front() == '(' || word.front() == '[')) {
+    if (!names.empty() && (word.starts_with('(') || word.starts_with('['))) {
       names.back() += ' ';
       names.back() += word;
     } else {
