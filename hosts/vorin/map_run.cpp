@@ -5,24 +5,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <limits>
 #include <optional>
 #include <utility>
 
 #include "batch_journal.hpp"
 #include "jobs.hpp"
-#include "toolkit/inverting/preparation.hpp"
-#include "toolkit/inverting/settings_text.hpp"
+#include "map_blocks.hpp"
+#include "map_job.hpp"
 #include "toolkit/mapping/files/open_volume.hpp"
 #include "toolkit/mapping/files/own_file.hpp"
-#include "toolkit/mapping/files/volume.hpp"
 #include "toolkit/mapping/mean_decay.hpp"
 #include "toolkit/mapping/voxel_inverter.hpp"
-#include "toolkit/measures/cumulative.hpp"
 #include "toolkit/model/grid.hpp"
-#include "toolkit/model/phase.hpp"
 #include "toolkit/reading/numbers.hpp"
 #include "toolkit/reading/text.hpp"
 #include "toolkit/writing/progress.hpp"
@@ -51,29 +46,6 @@ Extents tileFor(const Volume& volume, std::size_t numbersAVoxel) {
   return volume.tile(std::min(about, most), std::min(mostOfChunk, most));
 }
 
-std::optional<double> thresholdFrom(const std::string& text) {
-  if (text.empty()) {
-    return std::nullopt;
-  }
-  const std::optional<double> value = parseNumber(text);
-  if (!value || !std::isfinite(*value) || !(*value > 0.0)) {
-    throw UserError(fmt::format("--threshold {}: a number above 0 is required", inQuotes(text)));
-  }
-  return value;
-}
-
-std::optional<int> axisFrom(const std::string& text) {
-  if (text.empty()) {
-    return std::nullopt;
-  }
-  constexpr long long mostAxes = 32;
-  const std::optional<long long> value = parseInteger(text);
-  if (!value || std::abs(*value) > mostAxes) {
-    throw UserError(fmt::format("--axis {}: a whole number is required", inQuotes(text)));
-  }
-  return static_cast<int>(*value);
-}
-
 /// One of several parts.
 struct PartText {
   std::size_t number = 1;
@@ -96,278 +68,6 @@ std::optional<PartText> partFrom(const std::string& text) {
   return PartText{static_cast<std::size_t>(*number), static_cast<std::size_t>(*of)};
 }
 
-/// What is inverted and how.
-struct Job {
-  std::unique_ptr<Volume> volume;
-  std::unique_ptr<Volume> mask;  ///< or none
-  std::unique_ptr<Volume> flip;  ///< refocusing angles, or none
-  std::size_t skip = 0;
-  std::vector<double> times;  ///< without the skipped ones
-  Kernel kernel = Kernel::t2;
-  InversionSettings settings;
-  VoxelSettings voxels;
-  bool sharedWeight = false;
-  bool quadrature = false;  ///< the noise is that of each voxel's imaginary channel
-};
-
-/// A file with a number for each voxel of `volume`, which an option names; null where it names
-/// none.
-std::unique_ptr<Volume> openMap(const std::string& file, const std::string& option,
-                                std::string_view what, const Volume& volume,
-                                const fs::path& scratch) {
-  if (file.empty()) {
-    return nullptr;
-  }
-  VolumeRequest request;
-  request.file = file;
-  request.option = option;
-  request.withSamples = false;
-  request.scratch = scratch;
-  std::unique_ptr<Volume> mask = openVolume(request);
-  const auto shapeText = [](const Extents& extents) {
-    std::string text;
-    for (const std::size_t extent : extents) {
-      text += (text.empty() ? "" : " x ") + std::to_string(extent);
-    }
-    return text;
-  };
-  if (mask->voxels() != volume.voxels() || mask->samples() != 1 || mask->isComplex()) {
-    throw UserError(fmt::format("{} {}: the {} has {} voxels{}, but {} has {}", option, file, what,
-                                shapeText(mask->voxels()),
-                                mask->samples() != 1 ? " with several numbers each" : "",
-                                volume.name(), shapeText(volume.voxels())));
-  }
-  return mask;
-}
-
-void prepareSettings(const MapOptions& options, const std::vector<double>& times, Job& job) {
-  MethodOptions method = options.method;
-  job.sharedWeight = method.weight == "shared";
-  if (job.sharedWeight) {
-    method.weight.clear();
-  }
-  job.settings = settingsFrom(method);
-  if (!options.flipMap.empty()) {
-    if (!method.flip.empty() && method.flip != "estimate") {
-      throw UserError(fmt::format("--flip-map with --flip {}: give one of them", method.flip));
-    }
-    job.settings.estimatesFlip = true;
-  }
-  const KernelChoice kernel = kernelChoice(options.kernel, options.grid);
-  job.kernel = kernel.kernel;
-  std::vector<double> grid;
-  if (!options.grid.empty()) {
-    grid = gridValues(options.grid, "--grid", gridQuantity(kernel.kernel));
-  }
-  job.skip = readSkip(options.skip, times.size());
-  MeasuredDecay ones;
-  ones.decay.time = times;
-  ones.decay.amplitude.assign(times.size(), 1.0);
-  Prepared prepared = prepare(std::move(ones), kernel, grid, options.skip, job.volume->name());
-  job.times = std::move(prepared.decay.time);
-  job.settings.kernel = kernel.kernel;
-  job.settings.grid = std::move(prepared.grid);
-  job.settings.matrix = std::move(prepared.matrix);
-  if (job.settings.noiseSource == NoiseSource::quadrature && job.volume->isComplex()) {
-    job.quadrature = true;
-    job.settings.noiseSource = NoiseSource::robust;
-  }
-  if (job.sharedWeight && job.quadrature) {
-    throw UserError("--weight shared: give the noise of one voxel as a number (--noise SIGMA)");
-  }
-}
-
-Job jobFrom(const MapOptions& options) {
-  Job job;
-  const fs::path scratch = folderAbove(unfinishedName(options.out));
-  const Kernel kernel = kernelChoice(options.kernel, options.grid).kernel;
-  const std::optional<double> threshold = thresholdFrom(options.threshold);
-  VolumeRequest request;
-  request.file = options.file;
-  request.axis = axisFrom(options.axis);
-  request.timesGiven = !options.times.times.empty() || !options.times.spacing.empty();
-  request.abscissa = abscissaQuantity(kernel);
-  request.scratch = scratch;
-  settingsFrom(options.method.weight == "shared" ? MethodOptions{} : options.method);
-  job.volume = openVolume(request);
-  prepareSettings(options, sampleTimes(options.times, *job.volume, request.abscissa), job);
-  job.mask = openMap(options.mask, "--mask", "mask", *job.volume, scratch);
-  job.flip = openMap(options.flipMap, "--flip-map", "map of angles", *job.volume, scratch);
-  job.voxels.threshold = threshold;
-  job.voxels.distribution = options.distribution;
-  job.voxels.threads = static_cast<int>(jobCount(options.jobs));
-  if (!options.cutoff.empty()) {
-    job.voxels.cutoffs = parseCutoffs(options.cutoff, "--cutoff", gridQuantity(kernel));
-  }
-  if (!options.calibrate.empty()) {
-    job.voxels.calibration = parseCalibration(options.calibrate, "--calibrate");
-  }
-  return job;
-}
-
-/// "share_below_0.04", "share_0.003_to_0.033", "share_above_0.033", as the tables of batches call
-/// them.
-std::string shareName(double from, double to) {
-  return std::isinf(to)  ? fmt::format("share_above_{:g}", from)
-         : !(from > 0.0) ? fmt::format("share_below_{:g}", to)
-                         : fmt::format("share_{:g}_to_{:g}", from, to);
-}
-
-std::vector<MapArray> arraysOf(const Job& job, const VoxelInverter& inverter) {
-  const std::string amplitude = job.voxels.calibration.unit;
-  const std::string grid(siUnit(gridQuantity(job.kernel)));
-  std::vector<MapArray> arrays{
-      {"total", amplitude, "sum of the distribution"},
-      {"log_mean", grid, "logarithmic mean of the distribution"},
-      {"weight", "", "weight of the smoothing"},
-      {"noise", amplitude, "standard deviation of the noise"},
-      {"signal_to_noise", "", "largest magnitude over the noise"},
-      {"standard_error", amplitude, "standard deviation of the fit's residual"},
-  };
-  if (inverter.keepsFlip()) {
-    arrays.push_back({"flip", "degree", "refocusing angle"});
-  }
-  const std::vector<double>& edges = inverter.rangeEdges();
-  for (std::size_t k = 0; k < inverter.ranges(); ++k) {
-    arrays.push_back(
-        {shareName(edges[k], edges[k + 1]), "",
-         fmt::format("part of the total from {:g} to {:g} {}", edges[k], edges[k + 1], grid)});
-  }
-  std::string statuses = "what became of the voxel:";
-  for (std::size_t k = 0; k < voxelStatusCount; ++k) {
-    statuses +=
-        fmt::format("{} {} {}", k > 0 ? "," : "", k, textOf(static_cast<VoxelStatus>(k)).word);
-  }
-  arrays.push_back({"status", "", statuses, 0, true});
-  if (job.voxels.distribution) {
-    arrays.push_back(
-        {"distribution", amplitude, "amplitude at each value of the grid", inverter.grid().size()});
-  }
-  return arrays;
-}
-
-/// The arrays of arraysOf() in their order.
-MapBlock blockOf(VoxelMaps maps, std::size_t ranges, bool distribution) {
-  MapBlock block;
-  for (std::vector<double>* const map : {&maps.total, &maps.logMean, &maps.weight, &maps.noise,
-                                         &maps.signalToNoise, &maps.standardError}) {
-    block.push_back(std::move(*map));
-  }
-  if (!maps.flip.empty()) {
-    block.push_back(std::move(maps.flip));
-  }
-  for (std::size_t k = 0; k < ranges; ++k) {
-    std::vector<double> share(maps.voxels);
-    for (std::size_t voxel = 0; voxel < maps.voxels; ++voxel) {
-      share[voxel] = maps.share[voxel * ranges + k];
-    }
-    block.push_back(std::move(share));
-  }
-  std::vector<double> status(maps.voxels);
-  std::transform(maps.status.begin(), maps.status.end(), status.begin(),
-                 [](VoxelStatus one) { return static_cast<double>(one); });
-  block.push_back(std::move(status));
-  if (distribution) {
-    block.push_back(std::move(maps.distribution));
-  }
-  return block;
-}
-
-/// Reads blocks as the inverter takes them.
-class BlockReader {
- public:
-  explicit BlockReader(const Job& job) : job_(job) {}
-
-  VoxelBlock read(const VoxelBox& box) {
-    job_.volume->read(box, numbers_);
-    const std::size_t voxels = box.count();
-    if (job_.mask) {
-      job_.mask->read(box, maskNumbers_);
-      mask_.resize(voxels);
-      std::transform(maskNumbers_.real.begin(), maskNumbers_.real.end(), mask_.begin(),
-                     [](double value) { return value != 0.0 && !std::isnan(value) ? 1 : 0; });
-    }
-    if (job_.flip) {
-      job_.flip->read(box, flipNumbers_);
-      // Maps of angles are 0 where nothing was measured.
-      for (double& angle : flipNumbers_.real) {
-        angle = angle > 0.0 && angle < 360.0 ? angle : std::numeric_limits<double>::quiet_NaN();
-      }
-    }
-    dropSkipped(voxels);
-    if (job_.volume->isComplex()) {
-      turn(voxels);
-    }
-    VoxelBlock block;
-    block.voxels = voxels;
-    block.samples = std::span<const double>(numbers_.real);
-    block.mask = mask_;
-    block.noise = noise_;
-    block.flip = flipNumbers_.real;
-    return block;
-  }
-
- private:
-  void dropSkipped(std::size_t voxels) {
-    const std::size_t all = job_.volume->samples();
-    const std::size_t kept = job_.times.size();
-    for (std::vector<double>* const channel : {&numbers_.real, &numbers_.imaginary}) {
-      if (channel->empty() || kept == all) {
-        continue;
-      }
-      for (std::size_t voxel = 0; voxel < voxels; ++voxel) {
-        const auto row = channel->begin() + static_cast<std::ptrdiff_t>(voxel * all);
-        std::copy(row + static_cast<std::ptrdiff_t>(all - kept),
-                  row + static_cast<std::ptrdiff_t>(all),
-                  channel->begin() + static_cast<std::ptrdiff_t>(voxel * kept));
-      }
-      channel->resize(voxels * kept);
-    }
-  }
-
-  /// Complex data are turned by one phase a voxel, and the real channel is taken.
-  void turn(std::size_t voxels) {
-    const std::size_t samples = job_.times.size();
-    noise_.assign(job_.quadrature ? voxels : 0, std::numeric_limits<double>::quiet_NaN());
-    MeasuredDecay decay;
-    decay.decay.time = job_.times;
-    for (std::size_t voxel = 0; voxel < voxels; ++voxel) {
-      if (job_.mask && mask_[voxel] == 0) {
-        continue;
-      }
-      const auto from = static_cast<std::ptrdiff_t>(voxel * samples);
-      const auto to = from + static_cast<std::ptrdiff_t>(samples);
-      decay.decay.amplitude.assign(numbers_.real.begin() + from, numbers_.real.begin() + to);
-      decay.imaginary.assign(numbers_.imaginary.begin() + from, numbers_.imaginary.begin() + to);
-      decay.decay.quadratureNoise.reset();
-      phaseCorrect(decay, job_.kernel);
-      std::copy(decay.decay.amplitude.begin(), decay.decay.amplitude.end(),
-                numbers_.real.begin() + from);
-      if (job_.quadrature && decay.decay.quadratureNoise && *decay.decay.quadratureNoise > 0.0) {
-        noise_[voxel] = *decay.decay.quadratureNoise;
-      }
-    }
-  }
-
-  const Job& job_;
-  VolumeNumbers numbers_;
-  VolumeNumbers maskNumbers_;
-  VolumeNumbers flipNumbers_;
-  std::vector<std::uint8_t> mask_;
-  std::vector<double> noise_;
-};
-
-/// Announces which boxes are read, to the volume and what comes with it.
-void expect(const Job& job, const Tiling& tiling, std::size_t first, std::size_t last) {
-  job.volume->expect(tiling, first, last);
-  if (job.mask) {
-    job.mask->expect(tiling, first, last);
-  }
-  if (job.flip) {
-    job.flip->expect(tiling, first, last);
-  }
-}
-
 void stopOnSignal() {
   if (StopOnSignal::received() != 0) {
     throw Cancelled();
@@ -382,7 +82,7 @@ int barShare(std::size_t done, std::size_t all) {
 }
 
 /// The weight of the mean decay of all voxels, those of other parts among them.
-double meanWeight(const Job& job, const Tiling& tiling) {
+double meanWeight(const MapJob& job, const Tiling& tiling) {
   const VoxelInverter inverter(job.times, job.settings, job.voxels);
   MeanDecay mean(job.times.size());
   BlockReader reader(job);
@@ -412,7 +112,7 @@ std::string stampsOf(const MapOptions& options) {
   return text;
 }
 
-MapHead headOf(const Job& job, const VoxelInverter& inverter, const MapOptions& options,
+MapHead headOf(const MapJob& job, const VoxelInverter& inverter, const MapOptions& options,
                const GivenOptions& given) {
   MapHead head;
   head.settings = given.resultText + stampsOf(options);
@@ -442,7 +142,7 @@ std::size_t voxelsOf(const Tiling& tiling, std::size_t first, std::size_t last) 
 }
 
 /// Inverts what the journal has not.
-void invertBlocks(const Job& job, const VoxelInverter& inverter, MapJournal& journal) {
+void invertBlocks(const MapJob& job, const VoxelInverter& inverter, MapJournal& journal) {
   const MapHead& head = journal.head();
   const Tiling tiling = head.tiling();
   const std::size_t all = voxelsOf(tiling, head.firstBlock, head.lastBlock);
@@ -466,9 +166,14 @@ void invertBlocks(const Job& job, const VoxelInverter& inverter, MapJournal& jou
   }
 }
 
-MapJournal journalFor(const fs::path& path, const MapHead& head, bool resume) {
+/// True where a run that was interrupted has left a journal to go on from.
+bool goesOn(const fs::path& path, bool resume) {
   std::error_code error;
-  if (resume && fs::exists(path, error) && !MapJournal::endsInItsHead(path)) {
+  return resume && fs::exists(path, error) && !MapJournal::endsInItsHead(path);
+}
+
+MapJournal journalFor(const fs::path& path, const MapHead& head, bool resume) {
+  if (goesOn(path, resume)) {
     MapJournal journal = MapJournal::open(path, false);
     if (!areOfOneMap(journal.head(), head) || journal.head().firstBlock != head.firstBlock ||
         journal.head().lastBlock != head.lastBlock) {
@@ -480,6 +185,7 @@ MapJournal journalFor(const fs::path& path, const MapHead& head, bool resume) {
     }
     return journal;
   }
+  std::error_code error;
   fs::create_directories(path.parent_path(), error);
   return MapJournal::begin(path, head);
 }
@@ -520,7 +226,7 @@ ExitStatus runMap(const MapOptions& options, const GivenOptions& given) {
                         : "map: the name of the maps is missing; give it by --out OUT");
   }
   const std::optional<PartText> part = partFrom(options.part);
-  Job job = jobFrom(options);
+  MapJob job = mapJobFrom(options);
   std::optional<VoxelInverter> inverter(std::in_place, job.times, job.settings, job.voxels);
   MapHead head = headOf(job, *inverter, options, given);
   const Tiling tiling = head.tiling();
@@ -546,8 +252,7 @@ ExitStatus runMap(const MapOptions& options, const GivenOptions& given) {
   const StopOnSignal stop;
   try {
     std::optional<MapJournal> journal;
-    std::error_code error;
-    if (job.sharedWeight && !(options.resume && fs::exists(unfinished, error))) {
+    if (job.sharedWeight && !goesOn(unfinished, options.resume)) {
       head.sharedWeight = meanWeight(job, tiling);
     }
     journal.emplace(journalFor(unfinished, head, options.resume));
@@ -564,6 +269,7 @@ ExitStatus runMap(const MapOptions& options, const GivenOptions& given) {
     all.emplace_back(unfinished.string(), std::move(*journal));
     const MapResults results(std::move(all));
     const ExitStatus status = finishMap(results, output, options.out);
+    std::error_code error;
     fs::remove(unfinished, error);
     return status;
   } catch (const Cancelled&) {

@@ -214,7 +214,7 @@ bool Search::touchedLimitTooOften() {
 }
 
 // Only the solve that is returned needs its distribution. Where a failure of the solve at hand ends
-// the search with the last good solve, nobody reads its numbers: no limit is touched, and there is
+// the search with the last good solve, its numbers are not used: no limit is touched, and there is
 // no log.
 brd::Reads Search::reads() const {
   const float risen = riseAfterFailure * w_;

@@ -210,6 +210,11 @@ def test_shared_weight_is_that_of_the_mean_decay(tmp_path):
     wanted = inverted(tmp_path, total / good.sum(), "--noise", "4")
     assert set(maps["weight"][good]) == {wanted["weight"]}
     compare(tmp_path, maps, data, [(0,), (7,)], "--noise", "4", "--weight", repr(wanted["weight"]))
+    # A run that was interrupted in its first write has left no weight behind.
+    (tmp_path / "b.npz.unfinished").write_bytes(b"")
+    run(tmp_path, "map", "a.npy", "--times", times_text(), "--grid", GRID, "--weight", "shared",
+        "--noise", "4", "--out", "b.npz", "--resume")
+    assert (tmp_path / "b.npz").read_bytes() == (tmp_path / "a.npz").read_bytes()
 
 
 def test_table_with_a_decay_a_row(tmp_path):

@@ -19,13 +19,6 @@ double sumOfSquares(const std::vector<double>& values) {
   return sum;
 }
 
-std::vector<float> toSingle(const std::vector<double>& values) {
-  std::vector<float> result(values.size());
-  std::transform(values.begin(), values.end(), result.begin(),
-                 [](double value) { return static_cast<float>(value); });
-  return result;
-}
-
 /// The trace of (L L')^-1 with L lower (n x n, column-major): the sum of the squares of L^-1.
 double traceOfInverse(const std::vector<double>& L, std::size_t n) {
   double trace = 0.0;
@@ -81,8 +74,8 @@ std::vector<double> residualOf(const ReducedProblem& problem, const std::vector<
 ClosestFit closestFit(const ReducedProblem& problem) {
   ClosestFit result;
   result.f.resize(static_cast<std::size_t>(problem.columns));
-  const std::vector<float> K = toSingle(problem.K);
-  const std::vector<float> d = toSingle(problem.d);
+  const std::vector<float> K(problem.K.begin(), problem.K.end());
+  const std::vector<float> d(problem.d.begin(), problem.d.end());
   std::vector<float> f(result.f.size());
   float norm = 0.0F;
   std::int32_t status = 0;
