@@ -1,8 +1,8 @@
 # The compile options every target of the project shares, as interface targets:
 #   vorin_warnings   the warnings we keep clean under g++ and clang
 #   vorin_arithmetic the floating-point rules of the numerical code
-#   vorin_sanitize   sanitizers, when VORIN_SANITIZE or VORIN_FUZZ is on, and the counting of
-#                    lines, when VORIN_COVERAGE is
+#   vorin_sanitize   sanitizers, when VORIN_SANITIZE is on, the counting of edges, when VORIN_FUZZ
+#                    is, and of lines, when VORIN_COVERAGE is
 
 # Microsoft's own compiler has not the vectors of GCC and clang in which the kernels are written.
 if(MSVC AND NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
@@ -34,7 +34,7 @@ else()
 endif()
 
 add_library(vorin_sanitize INTERFACE)
-if(VORIN_SANITIZE OR VORIN_FUZZ)
+if(VORIN_SANITIZE)
   target_compile_options(vorin_sanitize INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
     # An array without elements may be null, and loops over none of them form addresses in it.
@@ -44,6 +44,8 @@ endif()
 if(VORIN_FUZZ)
   # Counts edges for the fuzzer; its main program comes with the targets alone.
   target_compile_options(vorin_sanitize INTERFACE -fsanitize=fuzzer-no-link)
+  # The counters' functions for programs that are no targets; nothing is compiled to check by it.
+  target_link_options(vorin_sanitize INTERFACE -fsanitize=undefined)
 endif()
 if(VORIN_COVERAGE)
   target_compile_options(vorin_sanitize INTERFACE --coverage)
