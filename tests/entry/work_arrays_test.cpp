@@ -3,47 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <numeric>
 #include <vector>
 
+#include "support/counted_memory.hpp"
 #include "support/problems.hpp"
 #include "support/store.hpp"
 #include "vorin.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-void* allocate(std::size_t bytes) {
-  ++allocations;
-  if (void* const memory = std::malloc(bytes == 0 ? 1 : bytes)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t bytes) {
-  return allocate(bytes);
-}
-void* operator new[](std::size_t bytes) {
-  return allocate(bytes);
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*bytes*/) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t /*bytes*/) noexcept {
-  std::free(memory);
-}
 
 namespace {
 
@@ -53,17 +19,17 @@ using vorin::test::setText;
 using Entry = decltype(&VorinyC5_s);
 
 // The allocations of one call on `nf` points of a fixed grid of 40.
-std::size_t allocationsOf(Entry entry, std::int32_t nf) {
+long allocationsOf(Entry entry, std::int32_t nf) {
   const auto job = vorin::test::laplaceProblem<float>(nf, 40, 0.01, 1);
   const auto points = static_cast<std::size_t>(nf);
   std::vector<float> T(points), W(points), G(40, 1.0f), F(40), FIT(points);
   std::iota(T.begin(), T.end(), 1.0f);
   std::int32_t status = -1;
   const std::int32_t ng = 40;
-  const std::size_t before = allocations;
+  vorin::test::memory::asked = 0;
   entry(nf, ng, &nf, &ng, job.K.data(), T.data(), job.d.data(), W.data(), G.data(), F.data(),
         FIT.data(), &status);
-  return allocations - before;
+  return vorin::test::memory::asked;
 }
 
 class WorkArrays : public testing::Test {

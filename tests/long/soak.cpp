@@ -4,11 +4,14 @@
 // for bit, and neither memory, mappings, open files nor threads may grow once each case has been
 // met. Prints its figures, and ends with 1 where something is wrong.
 //
-//   soak COUNT [--threads N] [--no-memory]   the flag leaves the memory out, for sanitizers
+//   soak COUNT [--threads N] [--seconds S] [--no-memory]
+//
+// --seconds begins no job after that time; --no-memory leaves the memory out, for sanitizers.
 #include <unistd.h>
 #include <vorin.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -206,6 +209,8 @@ class Exports {
   std::size_t next_ = 0;
 };
 
+using Clock = std::chrono::steady_clock;
+
 struct Footprint {
   long kilobytes = 0;
   long mappings = 0;
@@ -234,16 +239,17 @@ struct Footprint {
 
 /// What all threads share.
 struct Soak {
-  explicit Soak(std::size_t count) : wanted(count), first(caseCount()) {}
+  explicit Soak(Clock::time_point at) : end(at), first(caseCount()) {}
 
-  std::size_t wanted;
+  Clock::time_point end;  ///< no job is begun after it
   std::vector<std::atomic<std::uint64_t>> first;
+  std::atomic<std::size_t> done = 0;
   std::atomic<std::size_t> next = 0;
   std::atomic<std::size_t> successes = 0;
   std::atomic<std::size_t> different = 0;
 
   void work(std::size_t until) {
-    for (std::size_t job = next++; job < until; job = next++) {
+    for (std::size_t job = next++; job < until && Clock::now() < end; job = next++) {
       // Every case once, in order, then by a multiplicative hash in an order that mixes them.
       const std::size_t cases = first.size();
       const std::size_t number = job < cases ? job : (job * 0x9e3779b97f4a7c15U >> 32U) % cases;
@@ -254,6 +260,7 @@ struct Soak {
         ++different;
       }
       successes += succeeded ? 1U : 0U;
+      ++done;
     }
   }
 
@@ -263,7 +270,7 @@ struct Soak {
     for (int i = 0; i < threads; ++i) {
       others.emplace_back([this, until] { work(until); });
     }
-    while (next < until) {
+    while (next < until && Clock::now() < end) {
       different += exports.invertOnce() ? 0U : 1U;
       ++exported;
       std::this_thread::yield();
@@ -280,44 +287,47 @@ struct Soak {
 int main(int count, char** arguments) {
   const long wanted = count > 1 ? std::strtol(arguments[1], nullptr, 10) : 0;
   int threads = 4;
+  Clock::time_point end = Clock::time_point::max();
   bool looksAtMemory = true;
   for (int i = 2; i < count; ++i) {
     if (std::strcmp(arguments[i], "--no-memory") == 0) {
       looksAtMemory = false;
     } else if (std::strcmp(arguments[i], "--threads") == 0 && i + 1 < count) {
       threads = static_cast<int>(std::strtol(arguments[++i], nullptr, 10));
+    } else if (std::strcmp(arguments[i], "--seconds") == 0 && i + 1 < count) {
+      end = Clock::now() + std::chrono::seconds(std::strtol(arguments[++i], nullptr, 10));
     }
   }
   if (wanted < 1 || threads < 1) {
-    std::fputs("usage: soak COUNT [--threads N] [--no-memory]\n", stderr);
+    std::fputs("usage: soak COUNT [--threads N] [--seconds S] [--no-memory]\n", stderr);
     return 2;
   }
   float nothing = 0.0F;
   std::int32_t ignored = 0;
   VorinSQR("S", "REPO", &nothing, &ignored);
   const auto all = static_cast<std::size_t>(wanted);
-  Soak soak(all);
+  Soak soak(end);
   Exports exports;
   // The first part meets each case; the allocator has what it needs by then.
   const std::size_t warm = std::min(all, std::max(2 * soak.first.size(), all / 10));
   soak.run(warm, threads, exports);
   const Footprint start = Footprint::now();
   soak.run(all, threads, exports);
-  const Footprint end = Footprint::now();
+  const Footprint after = Footprint::now();
   std::printf(
       "%zu jobs of %zu cases on %d threads, %zu with success, and %zu inversions by the exports:\n"
       "%zu answers differ from the first; resident memory %ld kB after %zu jobs and %+ld kB since,"
       " mappings %+ld, open files %+ld, threads %+ld\n",
-      all, soak.first.size(), threads, soak.successes.load(), soak.exported, soak.different.load(),
-      start.kilobytes, warm, end.kilobytes - start.kilobytes, end.mappings - start.mappings,
-      end.files - start.files, end.threads - start.threads);
+      soak.done.load(), soak.first.size(), threads, soak.successes.load(), soak.exported,
+      soak.different.load(), start.kilobytes, warm, after.kilobytes - start.kilobytes,
+      after.mappings - start.mappings, after.files - start.files, after.threads - start.threads);
   // Each thread has an arena of the allocator's, which may hold a little more at one moment.
   const long allowedGrowth = 2048 + 512L * threads;
   const long allowedMappings = 8 + 2L * threads;
-  const bool isFlat = !looksAtMemory || (end.kilobytes - start.kilobytes <= allowedGrowth &&
-                                         end.mappings - start.mappings <= allowedMappings);
-  return soak.different == 0 && soak.successes > 0 && isFlat && end.files == start.files &&
-                 end.threads == start.threads
+  const bool isFlat = !looksAtMemory || (after.kilobytes - start.kilobytes <= allowedGrowth &&
+                                         after.mappings - start.mappings <= allowedMappings);
+  return soak.different == 0 && soak.successes > 0 && isFlat && after.files == start.files &&
+                 after.threads == start.threads
              ? 0
              : 1;
 }

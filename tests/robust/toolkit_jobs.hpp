@@ -17,7 +17,7 @@ namespace vorin::test {
 /// The statuses of a job's calls up to the first that failed, and the bits of its results.
 struct JobAnswer {
   std::int32_t status = VORIN_TOOLKIT_OK;
-  std::string sentence;
+  char sentence[VORIN_TOOLKIT_MESSAGE_SIZE] = "";  ///< takes no memory, which may be refused
   std::vector<std::uint64_t> bits;
 
   bool operator==(const JobAnswer& other) const {
@@ -92,7 +92,7 @@ class JobCalls {
   bool good(std::int32_t status) {
     answer.status = status;
     if (status != VORIN_TOOLKIT_OK) {
-      answer.sentence = text;
+      std::memcpy(answer.sentence, text, sizeof text);
     }
     return status == VORIN_TOOLKIT_OK;
   }
@@ -173,6 +173,14 @@ inline const std::vector<Job>& jobs() {
        [] {
          return inverted({{"grid", "1ms:0.2s:12"}, {"weight", "0.01"}, {"compress", "8"}});
        }},
+      {"of all samples",
+       [] {
+         return inverted({{"grid", "1ms:0.2s:12"}, {"prune", "none"}, {"noise", "0.01"}});
+       }},
+      {"with keys of the library",
+       [] {
+         return inverted({{"grid", "1ms:0.2s:12"}, {"key.BRDA", "1"}, {"noise", "0.01"}});
+       }},
       {"by the corner",
        [] {
          return inverted({{"grid", "1ms:0.2s:12"}, {"weight", "corner"}});
@@ -214,6 +222,17 @@ inline const std::vector<Job>& jobs() {
          if (job.set({{"grid", "1ms:0.2s:8"}, {"weight", "corner"}}) && job.invert() &&
              job.good(vorin_lcurve(job.result, &job.second, job.text, sizeof job.text))) {
            job.take(job.second);
+         }
+         return job.answer;
+       }},
+      {"simulation",
+       [] {
+         JobCalls job;
+         const JobData& data = jobData();
+         if (job.set({{"noise", "0.01"}}) &&
+             job.good(vorin_simulate(job.settings, data.t.data(), data.count(), nullptr, 0,
+                                     &job.result, job.text, sizeof job.text))) {
+           job.take(job.result);
          }
          return job.answer;
        }},
