@@ -59,8 +59,8 @@ TEST_F(WorkArrays, ASecondCallOfOneShapeAllocatesNone) {
       // Brings what is allocated once for the life of the library, and another shape.
       allocationsOf(c.entry, 300);
       allocationsOf(c.entry, 200);
-      const std::size_t first = allocationsOf(c.entry, 300);
-      const std::size_t second = allocationsOf(c.entry, 300);
+      const long first = allocationsOf(c.entry, 300);
+      const long second = allocationsOf(c.entry, 300);
       EXPECT_GE(first, second + c.arrays);
       EXPECT_EQ(allocationsOf(c.entry, 300), second);
       EXPECT_EQ((allocationsOf(c.entry, 200), allocationsOf(c.entry, 300)), first);
@@ -73,11 +73,11 @@ TEST_F(WorkArrays, VariantCAllocatesItsOwnInEveryCall) {
   setNumber("SVDN", 0.0f);
   allocationsOf(VorinyC_s, 300);
   allocationsOf(VorinyC_s, 200);
-  const std::size_t first = allocationsOf(VorinyC_s, 300);
+  const long first = allocationsOf(VorinyC_s, 300);
   EXPECT_EQ(allocationsOf(VorinyC_s, 300), first);
   // Kernel and data, which C4 has from its first call on.
   allocationsOf(VorinyC4_s, 200);
-  const std::size_t fresh = allocationsOf(VorinyC4_s, 300);
+  const long fresh = allocationsOf(VorinyC4_s, 300);
   EXPECT_EQ(fresh, allocationsOf(VorinyC4_s, 300) + 2);
 }
 

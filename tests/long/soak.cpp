@@ -311,6 +311,7 @@ int main(int count, char** arguments) {
   // The first part meets each case; the allocator has what it needs by then.
   const std::size_t warm = std::min(all, std::max(2 * soak.first.size(), all / 10));
   soak.run(warm, threads, exports);
+  const std::size_t warmed = soak.done;
   const Footprint start = Footprint::now();
   soak.run(all, threads, exports);
   const Footprint after = Footprint::now();
@@ -319,7 +320,7 @@ int main(int count, char** arguments) {
       "%zu answers differ from the first; resident memory %ld kB after %zu jobs and %+ld kB since,"
       " mappings %+ld, open files %+ld, threads %+ld\n",
       soak.done.load(), soak.first.size(), threads, soak.successes.load(), soak.exported,
-      soak.different.load(), start.kilobytes, warm, after.kilobytes - start.kilobytes,
+      soak.different.load(), start.kilobytes, warmed, after.kilobytes - start.kilobytes,
       after.mappings - start.mappings, after.files - start.files, after.threads - start.threads);
   // Each thread has an arena of the allocator's, which may hold a little more at one moment.
   const long allowedGrowth = 2048 + 512L * threads;
