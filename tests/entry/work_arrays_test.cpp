@@ -49,7 +49,7 @@ TEST_F(WorkArrays, ASecondCallOfOneShapeAllocatesNone) {
   struct Case {
     const char* name;
     Entry entry;
-    std::size_t arrays;  // C2 and C3 have no scratch: their factors are arrays of another kind
+    long arrays;  // C2 and C3 have no scratch: their factors are arrays of another kind
   };
   for (const char* mode : {"NONE", "LOG"}) {
     setText("PRMO", mode);
