@@ -10,7 +10,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#if defined(__linux__)
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#endif
+
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -106,9 +115,11 @@ TEST_F(LogTrouble, ACompactSaveFileThatCannotBeMade) {
   EXPECT_EQ(invert(library, 200, 30, 1), expected);
 }
 
-/// Whether the answer in a child process that first calls `troubles` is `expected`.
+constexpr int noFilter = 2;  ///< how a child ends that can't set up its trouble
+
+/// How a child process ends that first calls `troubles`: 0 where its answer is `expected`.
 template <class Troubles>
-bool sameInChild(const Answer& expected, const std::string& log, Troubles troubles) {
+int endOfChild(const Answer& expected, const std::string& log, Troubles troubles) {
   const pid_t child = fork();
   if (child == 0) {
     const Loaded library(VORIN_LIBRARY);
@@ -120,7 +131,12 @@ bool sameInChild(const Answer& expected, const std::string& log, Troubles troubl
   }
   int state = -1;
   waitpid(child, &state, 0);
-  return WIFEXITED(state) && WEXITSTATUS(state) == 0;
+  return WIFEXITED(state) ? WEXITSTATUS(state) : -1;
+}
+
+template <class Troubles>
+bool sameInChild(const Answer& expected, const std::string& log, Troubles troubles) {
+  return endOfChild(expected, log, troubles) == 0;
 }
 
 TEST_F(LogTrouble, NoFileHandleLeft) {
@@ -141,5 +157,48 @@ TEST_F(LogTrouble, ALimitOnTheSizeOfFiles) {
   }));
   EXPECT_LE(fs::file_size("SHORT.log"), 100U);
 }
+
+#if defined(__linux__)
+/// From now on the system answers `call` with `error` for all files but the console's.
+void failCalls(long call, int error) {
+  constexpr auto whichCall = static_cast<std::uint32_t>(offsetof(seccomp_data, nr));
+  constexpr auto firstArgument = static_cast<std::uint32_t>(offsetof(seccomp_data, args));
+  sock_filter program[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, whichCall),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(call), 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, firstArgument),  // AT_FDCWD, for openat
+      BPF_JUMP(BPF_JMP | BPF_JGT | BPF_K, STDERR_FILENO, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+  const sock_fprog filter{std::size(program), program};
+  const bool isSet = prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                     prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+  if (!isSet) {
+    _exit(noFilter);
+  }
+}
+
+/// What the system answers to a call for a file on a drive that has gone away.
+TEST_F(LogTrouble, ANetworkDriveThatFails) {
+  const Answer expected = untroubled();
+  for (const long call : {SYS_openat, SYS_fcntl, SYS_fstat, SYS_newfstatat, SYS_ftruncate,
+                          SYS_lseek, SYS_write, SYS_close}) {
+    for (const int error : {EIO, ESTALE, ETIMEDOUT, EHOSTDOWN, ENOTCONN}) {
+      // Each writes over the log of the one before.
+      const int ending = endOfChild(expected, "DRIVE", [&] { failCalls(call, error); });
+      if (ending == noFilter) {
+        GTEST_SKIP() << "no filters of system calls here";
+      }
+      EXPECT_EQ(ending, 0) << call << ": " << error;
+    }
+  }
+  // The last ones only failed to close it.
+  EXPECT_GT(fs::file_size("DRIVE.log"), 10000U);
+  EXPECT_TRUE(sameInChild(expected, "NEVER", [] { failCalls(SYS_openat, EHOSTDOWN); }));
+  EXPECT_FALSE(fs::exists("NEVER.log"));
+  EXPECT_TRUE(sameInChild(expected, "EMPTY", [] { failCalls(SYS_write, ESTALE); }));
+  EXPECT_EQ(fs::file_size("EMPTY.log"), 0U);
+}
+#endif
 
 }  // namespace
