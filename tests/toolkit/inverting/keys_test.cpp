@@ -87,6 +87,8 @@ TEST(Keys, TheNearestComeFirst) {
   using Names = std::vector<std::string_view>;
   EXPECT_EQ(keysNear("MXAI").front(), "MAXI");  // two letters swapped
   EXPECT_EQ(keysNear("WITTE").front(), "WITE");
+  const Names twoLetters = keysNear("MYYI");  // two letters replaced
+  EXPECT_NE(std::find(twoLetters.begin(), twoLetters.end(), "MAXI"), twoLetters.end());
   EXPECT_EQ(keysNear("weight").front(), "WEIG");
   const Names noise = keysNear("noise");  // a word of the meaning
   EXPECT_NE(std::find(noise.begin(), noise.end(), "SIG"), noise.end());

@@ -27,6 +27,12 @@ TEST(Grid, IsReadFromItsText) {
   EXPECT_EQ(grid.points, 64);
 }
 
+TEST(Grid, ItsLimitsAreWithinIt) {
+  EXPECT_EQ(parseGrid("1e-30:10:2", "--grid").from, 1e-30);
+  EXPECT_EQ(parseGrid("1e-30:10:10000", "--grid").points, 10000);
+  EXPECT_THROW(parseGrid("9.9e-31:10:2", "--grid"), UserError);
+}
+
 TEST(Grid, TextThatIsNoGridIsRefused) {
   for (const char* text : {"",      "1",       "1:2",     "1:2:",    ":2:3",    "a:2:3",    "1:b:3",
                            "1:2:c", "1:2:3:4", "1:2:3.5", "0:2:3",   "-1:2:3",  "2:1:3",    "1:1:3",
