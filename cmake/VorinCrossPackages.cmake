@@ -20,10 +20,17 @@ vorin_header_package(fmt::fmt fmt)
 vorin_header_package(nlohmann_json::nlohmann_json nlohmann)
 vorin_header_package(CLI11::CLI11 CLI)
 
-# What is not asked of an emulated program, and why.
-set(VORIN_NOT_EMULATED
-  MemoryLimit.*)  # the emulator takes no limit of the address space from the program that it runs
+# What is not asked of a program that is emulated, or run by Wine, and why.
+if(WIN32)
+  set(VORIN_NOT_EMULATED
+    Completion.Bash*)  # asks a shell of POSIX
+else()
+  set(VORIN_NOT_EMULATED
+    MemoryLimit.*)  # the emulator takes no limit of the address space from the program that it runs
+endif()
 string(JOIN ":" VORIN_NOT_EMULATED ${VORIN_NOT_EMULATED})
+# For script/windows, which starts the programs itself.
+file(WRITE "${PROJECT_BINARY_DIR}/not_emulated.txt" "${VORIN_NOT_EMULATED}\n")
 
 # GoogleTest is compiled from the sources that its package brings. Its programs run on an emulator,
 # which takes longer to start than most tests run: a whole program is one test.

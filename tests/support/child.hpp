@@ -4,8 +4,9 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
+#ifndef _WIN32
 #include <sys/wait.h>
+#endif
 
 #include <algorithm>
 #include <cstdlib>
@@ -16,6 +17,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "toolkit/system/folders.hpp"
 
 namespace vorin::toolkit::test {
 
@@ -34,12 +37,7 @@ inline void writeFile(const fs::path& path, std::string_view content) {
 /// A folder that lives as long as the object.
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
-    std::string name = (fs::temp_directory_path() / "vorin-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) != nullptr) {
-      path_ = name;
-    }
-  }
+  TemporaryFolder() : path_(makePrivateFolder(fs::temp_directory_path())) {}
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder() {
@@ -84,24 +82,35 @@ struct Outcome {
   std::string err;
 };
 
+#ifdef _WIN32
+/// Runs VORIN_PROGRAM with `arguments` in `folder`, its three streams the files "in", "out" and
+/// "err" of `channels`; its exit status, -1 where it can't be run (child_windows.cpp).
+int runInWindows(const fs::path& folder, const std::string& program,
+                 const std::vector<std::string>& arguments, const fs::path& channels);
+#endif
+
 /// Runs `arguments` (words, quoted here for the shell) with `folder` as working directory
 /// and `input` as standard input.
 inline Outcome runProgram(const fs::path& folder, const std::vector<std::string>& arguments,
                           std::string_view input = {}) {
   const TemporaryFolder channels;
+  Outcome outcome;
+  writeFile(channels / "in", input);
+#ifdef _WIN32
+  outcome.status = runInWindows(folder, VORIN_PROGRAM, arguments, channels.path());
+#else
   std::string command =
       fmt::format("cd {} && {}", shellWord(folder.string()), shellWord(VORIN_PROGRAM));
   for (const std::string& argument : arguments) {
     command += ' ';
     command += shellWord(argument);
   }
-  writeFile(channels / "in", input);
   command +=
       fmt::format(" <{} >{} 2>{}", shellWord((channels / "in").string()),
                   shellWord((channels / "out").string()), shellWord((channels / "err").string()));
   const int raw = std::system(command.c_str());
-  Outcome outcome;
   outcome.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+#endif
   outcome.out = contentOf(channels / "out");
   outcome.err = contentOf(channels / "err");
   return outcome;

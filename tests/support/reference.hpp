@@ -2,8 +2,6 @@
 // the library. It has a parameter block of its own.
 #pragma once
 
-#include <dlfcn.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +9,7 @@
 #include <string>
 
 #include "params/store.hpp"
+#include "support/loaded_module.hpp"
 #include "support/reference/literal_calls.hpp"
 #include "support/store.hpp"
 #include "vorin.h"
@@ -28,9 +27,9 @@ class Reference {
   /// Its function `name`, of the type of the library's function of that name.
   template <class Function>
   Function* find(const char* name) const {
-    void* const address = dlsym(handle_, name);
+    void* const address = addressIn(module_, name);
     if (address == nullptr) {
-      std::fprintf(stderr, "%s\n", dlerror());
+      std::fprintf(stderr, "%s has no %s\n", VORIN_REFERENCE_LIBRARY, name);
       std::abort();
     }
     Function* function = nullptr;
@@ -74,14 +73,14 @@ class Reference {
                                             "WMAX", "WMIN", "WNMA", "WNMI", "WRAT", "WREF", "WTOL"};
   static constexpr const char* texts[] = {"FLOG", "NALG", "PRMO", "TARG"};
 
-  Reference() : handle_(dlopen(VORIN_REFERENCE_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
-    if (handle_ == nullptr) {
-      std::fprintf(stderr, "%s\n", dlerror());
+  Reference() : module_(loadModule(VORIN_REFERENCE_LIBRARY)) {
+    if (module_ == nullptr) {
+      std::fprintf(stderr, "%s can't be loaded\n", VORIN_REFERENCE_LIBRARY);
       std::abort();
     }
   }
 
-  void* handle_;
+  void* module_;
 };
 
 }  // namespace vorin::test

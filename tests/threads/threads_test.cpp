@@ -1,7 +1,9 @@
 // Jobs in threads give the bits of the same jobs one after the other, leave nothing behind, and
 // cost little memory each.
 #include <gtest/gtest.h>
+#ifdef __GLIBC__
 #include <malloc.h>
+#endif
 
 #include <atomic>
 #include <cmath>
@@ -185,7 +187,8 @@ TEST(Threads, AJobLeavesNoLog) {
   EXPECT_FALSE(std::filesystem::exists("Vorin.log"));
 }
 
-#if !VORIN_UNDER_THREAD_SANITIZER && !VORIN_UNDER_ADDRESS_SANITIZER
+// Only this C library says how much is allocated.
+#if defined(__GLIBC__) && !VORIN_UNDER_THREAD_SANITIZER && !VORIN_UNDER_ADDRESS_SANITIZER
 TEST(Threads, AnInstanceCostsLessThanTwoMegabytes) {
   const vorin::toolkit::Decay decay{theDecays().t, theDecays().y[0]};
   vorin::toolkit::InversionSettings settings;

@@ -6,6 +6,7 @@
 
 #include "toolbox/file_name.hpp"
 #include "toolkit/system/process.hpp"
+#include "toolkit/system/quoted_windows.hpp"
 
 namespace vorin::toolkit {
 
@@ -30,22 +31,6 @@ class Handle {
  private:
   HANDLE handle_;
 };
-
-/// `word` as the C run-time library of the program takes it out of a command line: in quotes, a
-/// quote behind a backslash, and the backslashes before a quote doubled.
-std::wstring quoted(const std::wstring& word) {
-  std::wstring text = L"\"";
-  std::size_t backslashes = 0;
-  for (const wchar_t c : word) {
-    if (c == L'"') {
-      text.append(backslashes + 1, L'\\');
-    }
-    backslashes = c == L'\\' ? backslashes + 1 : 0;
-    text += c;
-  }
-  text.append(backslashes, L'\\');
-  return text + L'"';
-}
 
 HANDLE opened(const wchar_t* name, DWORD access, DWORD disposition) {
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
@@ -93,9 +78,9 @@ std::string runProgram(const fs::path& program, const std::vector<std::string>& 
   if (!input || !output) {
     return lastError();
   }
-  std::wstring line = quoted(program.wstring());
+  std::wstring line = quotedWord(program.wstring());
   for (const std::string& word : arguments) {
-    line += L' ' + quoted(wideName(word));
+    line += L' ' + quotedWord(wideName(word));
   }
   STARTUPINFOW start{};
   start.cb = sizeof start;

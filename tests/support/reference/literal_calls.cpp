@@ -80,8 +80,8 @@ Pruned prune(int nf, int ng, const float* K, const float* Y, int mode) {
 
 }  // namespace
 
-void referenceVorin_s(std::int32_t nf, std::int32_t ng, const float* K, const float* Y, float* F,
-                      std::int32_t* status) noexcept {
+void VORIN_CALL referenceVorin_s(std::int32_t nf, std::int32_t ng, const float* K, const float* Y,
+                                 float* F, std::int32_t* status) noexcept {
   vorin::kernels::useLevel(vorin::kernels::Level::baseline);
   const std::string mode = pruningMode();
   if (mode == "NO") {
@@ -94,9 +94,10 @@ void referenceVorin_s(std::int32_t nf, std::int32_t ng, const float* K, const fl
                              *status);
 }
 
-void referenceQuadraticProgram(std::int32_t m, std::int32_t n, const double* K, const double* d,
-                               double* f, double* c, double weight, double* rss, double* rssSlope,
-                               std::int32_t* status) noexcept {
+void VORIN_CALL referenceQuadraticProgram(std::int32_t m, std::int32_t n, const double* K,
+                                          const double* d, double* f, double* c, double weight,
+                                          double* rss, double* rssSlope,
+                                          std::int32_t* status) noexcept {
   vorin::kernels::useLevel(vorin::kernels::Level::baseline);
   vorin::brd::Problem<double> problem(m, n, K, d);
   const auto solution = vorin::brd::vrBRD_qp_d(problem.quadraticProgram(), f, c, weight);
