@@ -12,7 +12,7 @@
 #include "toolkit/reading/text.hpp"
 #include "toolkit/user_error.hpp"
 
-#ifdef VORIN_READ_CONTAINERS
+#ifdef VORIN_READ_PACKED
 #include <zlib.h>
 #endif
 
@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::string_view utf8Mark = "\xEF\xBB\xBF";
 
-#ifdef VORIN_READ_CONTAINERS
+#ifdef VORIN_READ_PACKED
 
 /// Text of measured numbers packs to a third or a tenth; a computed constant to a hundredth.
 constexpr std::size_t plausibleRatio = 100;
@@ -153,7 +153,7 @@ bool isGzip(std::string_view content) {
   return content.starts_with("\x1F\x8B");
 }
 
-#ifdef VORIN_READ_CONTAINERS
+#ifdef VORIN_READ_PACKED
 
 std::string inflated(std::string_view content, std::size_t most, const std::string& name) {
   std::string result;

@@ -1,8 +1,11 @@
 // Boxes of voxels: the blocks in which a volume of any size is read, inverted and written.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <limits>
 #include <vector>
 
 namespace vorin::toolkit {
@@ -13,6 +16,13 @@ using Extents = std::vector<std::size_t>;
 /// The product of the lengths, or nothing sensible where it exceeds the range of the type: callers
 /// check volumes with fitsIn() first.
 std::size_t countOf(const Extents& extents);
+
+/// 2 to the power `bits`, or as many numbers of 16 bytes as the memory of this machine has
+/// addresses for, where that is less: on one of 32 bit.
+constexpr std::size_t countLimit(unsigned bits) {
+  constexpr std::uint64_t addressed = std::numeric_limits<std::size_t>::max() / 16;
+  return static_cast<std::size_t>(std::min(std::uint64_t{1} << bits, addressed));
+}
 
 /// True when the product of `extents` is `most` at most.
 bool fitsIn(const Extents& extents, std::size_t most);

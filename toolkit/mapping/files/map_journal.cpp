@@ -131,7 +131,7 @@ std::size_t numbersAVoxel(const MapHead& head) {
 /// False for a head that no run writes: sizes whose products no number holds, a kind of volume
 /// that there is not, blocks that the volume has not.
 bool isUsable(const MapHead& head) {
-  constexpr std::size_t most = std::size_t{1} << 48U;  // voxels, and numbers of a voxel
+  constexpr std::size_t most = countLimit(48);  // voxels, and numbers of a voxel
   constexpr auto lastKind = static_cast<int>(VolumeKind::table);
   const auto kind = static_cast<int>(head.kind);
   std::size_t numbers = 0;

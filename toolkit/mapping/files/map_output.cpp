@@ -202,6 +202,9 @@ MapOutput::MapOutput(const std::string& out, const MapHead& head,
     files_.protect(input);
   }
   requireKind(out, head.kind);
+  if (endsWith(out, ".npz")) {
+    requireNpz(out);
+  }
   const bool one =
       head.kind == VolumeKind::hdf5 || head.kind == VolumeKind::table || endsWith(out, ".npz");
   if (one) {

@@ -24,6 +24,9 @@ void writeDense(const MapResults& results, std::size_t array, const OwnFile& fil
 /// Grid, times, units and settings as JSON.
 std::string descriptionOf(const MapHead& head, std::size_t countOfVoxels);
 
+/// Throws UserError, which names --out, where this build writes no such archives.
+void requireNpz(const std::string& name);
+
 /// An archive of arrays as numpy.load() opens it: a zip file whose members are not packed.
 class NpzWriter {
  public:

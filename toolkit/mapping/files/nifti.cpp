@@ -1,14 +1,15 @@
 #include "toolkit/mapping/files/nifti.hpp"
 
 #include <fmt/format.h>
-#include <nifti2_io.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 
+#include "toolkit/mapping/files/nifti_byte_order.hpp"
 #include "toolkit/mapping/files/own_file.hpp"
 #include "toolkit/mapping/files/raw_volume.hpp"
 #include "toolkit/mapping/files/unpacked.hpp"
@@ -49,7 +50,9 @@ int headerSize(std::string_view start, bool& swapped) {
   std::memcpy(&size, start.data(), sizeof size);
   for (const bool turned : {false, true}) {
     if (turned) {
-      nifti_swap_4bytes(1, &size);
+      std::array<char, sizeof size> bytes = std::bit_cast<std::array<char, sizeof size>>(size);
+      std::reverse(bytes.begin(), bytes.end());
+      size = std::bit_cast<std::int32_t>(bytes);
     }
     if (size == static_cast<std::int32_t>(sizeof(nifti_1_header)) ||
         size == static_cast<std::int32_t>(sizeof(nifti_2_header))) {
@@ -143,7 +146,7 @@ NiftiHeader understood(const Header& header, bool swapped, bool isPair, std::siz
 
 /// The size of the content of a file with this header. Throws UserError where none can be so large.
 std::uint64_t contentSize(const NiftiHeader& header, const std::string& name) {
-  constexpr std::size_t mostBytes = std::size_t{1} << 53U;
+  constexpr std::size_t mostBytes = countLimit(53);
   if (!fitsIn(header.extents, mostBytes / header.type.bytes())) {
     requireSize(name, header.extents, header.type, 0);
   }
@@ -269,13 +272,13 @@ NiftiHeader parseNifti(std::string_view start, const std::string& name) {
   if (headerSize(start, swapped) == static_cast<int>(sizeof(nifti_1_header))) {
     auto header = headerIn<nifti_1_header>(start);
     if (swapped) {
-      nifti_swap_as_nifti1(&header);
+      swapBytes(header, name);
     }
     return understood(header, swapped, header.magic[1] == 'i', sizeof header, name);
   }
   auto header = headerIn<nifti_2_header>(start);
   if (swapped) {
-    nifti_swap_as_nifti2(&header);
+    swapBytes(header, name);
   }
   return understood(header, swapped, header.magic[1] == 'i', sizeof header, name);
 }

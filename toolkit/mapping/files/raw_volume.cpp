@@ -11,7 +11,7 @@ namespace vorin::toolkit {
 
 void requireSize(const std::string& name, const Extents& extents, const ElementType& type,
                  std::uint64_t bytes) {
-  constexpr std::size_t mostNumbers = std::size_t{1} << 50U;
+  constexpr std::size_t mostNumbers = countLimit(50);
   const std::string shape = fmt::format("{}", fmt::join(extents, " x "));
   if (std::count(extents.begin(), extents.end(), std::size_t{0}) > 0) {
     throw UserError(fmt::format("{}: its header says {} numbers, which is none", name, shape));

@@ -32,7 +32,11 @@ struct PackedReader::State {
 PackedReader::PackedReader(const std::filesystem::path& path) : state_(std::make_unique<State>()) {
   OwnFile::toRead(path);  // for its sentence
   state_->name = path.string();
+#ifdef _WIN32
+  state_->file = gzopen_w(path.c_str(), "rb");
+#else
   state_->file = gzopen(path.c_str(), "rbe");
+#endif
   if (state_->file == nullptr) {
     throw UserError(fmt::format("{}: the file can't be read", state_->name));
   }
