@@ -17,7 +17,8 @@ TEST(SettingNames, KeysAreSettingsOfTheirOwn) {
 }
 
 TEST(SettingNames, HyphensOfOtherTextStay) {
-  for (const char* text : {"", "-", "--", "a -- b", "a--b", "x1--skip", "ends with --"}) {
+  for (const char* text :
+       {"", "-", "--", "a -- b", "a--b", "x1--skip", "(a--skip)", "ends with --"}) {
     EXPECT_EQ(inSettingNames(text), text);
   }
 }

@@ -12,6 +12,7 @@
 #include "support/refusal.hpp"
 #include "support/sanitizers.hpp"
 #include "toolkit/reading/decay_file.hpp"
+#include "toolkit/reading/npy.hpp"
 #include "toolkit/user_error.hpp"
 
 namespace vorin::toolkit {
@@ -49,6 +50,7 @@ t = np.arange(1, 5) * 1e-3
 y = np.array([8, 4, 2, 1])
 np.savez("plain.npz", t=t, y=y)
 np.savez_compressed("packed.npz", time_ms=1e3 * t, signal=(y - 1j * y).astype("c8"), scans=16)
+np.savez("turned.npz", a=y, b=t)
 np.savez("several.npz", t=t, a=y, b=2 * y)
 np.savez("mixed.npz", t=t, y=y, cube=np.ones((2, 2, 2)), who=np.array(["me"]))
 np.save("columns.npy", np.c_[t, y].astype(">f8"))
@@ -58,8 +60,8 @@ np.save("objects.npy", np.array([{}], dtype=object))
 )py")) {
     GTEST_SKIP() << "numpy is not here";
   }
-  for (const char* name :
-       {"plain.npz", "packed.npz", "mixed.npz", "columns.npy", "fortran.npy", "lying.npy"}) {
+  for (const char* name : {"plain.npz", "turned.npz", "packed.npz", "mixed.npz", "columns.npy",
+                           "fortran.npy", "lying.npy"}) {
     expectDecay(readFileDecay(folder / name, {}));
   }
   EXPECT_EQ(readFileDecay(folder / "packed.npz", {}).measured.imaginary, (Numbers{-8, -4, -2, -1}));
@@ -70,6 +72,28 @@ np.save("objects.npy", np.array([{}], dtype=object))
   expectRefusal(folder / "several.npz", "say by --columns which hold time and amplitude");
   expectRefusal((folder / "mixed.npz").string() + ":cube", "the array has 3 dimensions");
   expectRefusal(folder / "objects.npy", "the array holds |O; numbers are needed");
+}
+
+// A header alone: what it announces is looked at before the numbers are.
+TEST(Npy, HoldsAHundredMillionNumbersAtMost) {
+  const auto refusal = [](const std::string& shape) {
+    const std::string header =
+        "{'descr': '<f8', 'fortran_order': False, 'shape': (" + shape + "), }\n";
+    const std::string start{'\x93', 'N', 'U', 'M', 'P', 'Y', 1, 0, static_cast<char>(header.size()),
+                            0};
+    try {
+      npyArray(start + header, "f.npy");
+    } catch (const UserError& error) {
+      return std::string(error.what());
+    }
+    return std::string();
+  };
+  for (const char* shape : {"100000000,", "1, 100000000", "50000000, 2"}) {
+    EXPECT_NE(refusal(shape).find("the file is cut"), std::string::npos) << shape;
+  }
+  for (const char* shape : {"100000001,", "50000001, 2", "2, 50000001"}) {
+    EXPECT_NE(refusal(shape).find("too large"), std::string::npos) << shape;
+  }
 }
 
 TEST(Workbook, WhatOpenpyxlWritesIsRead) {

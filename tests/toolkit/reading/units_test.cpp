@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "toolkit/reading/header_units.hpp"
+
 namespace vorin::toolkit {
 namespace {
 
@@ -19,6 +21,16 @@ TEST(Units, ANumberMayCarryAUnit) {
   EXPECT_EQ(parseQuantity("1 ms/um^2", Quantity::bValue), 1e9);
   EXPECT_EQ(parseQuantity("2.3um2/ms", Quantity::diffusion), 2.3e-9);
   EXPECT_EQ(parseQuantity("1e-5cm2/s", Quantity::diffusion), 1e-9);
+}
+
+TEST(Units, InAHeaderMayStandBehindIn) {
+  for (const char* text : {"ms", "in ms", "(in ms)", "In ms", "[ in  ms ]"}) {
+    const auto unit = unitFrom(text);
+    ASSERT_TRUE(unit) << text;
+    EXPECT_EQ(unit->size, 1e-3) << text;
+    EXPECT_EQ(unit->text, "ms") << text;
+  }
+  EXPECT_FALSE(unitFrom("inms"));
 }
 
 TEST(Units, AnythingElseIsNoQuantity) {

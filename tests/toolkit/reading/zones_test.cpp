@@ -89,6 +89,9 @@ TEST(Stelar, EachZoneIsADecayWithDelaysOfItsOwn) {
   EXPECT_THROW(readFileDecay(path, {}), UserError);
   expectRefusal(path.string() + ":3", "there is no zone \"3\"; the zones are numbered from 1 to 2");
 
+  test::writeFile(path, start + zone(1, "BGRD =\tLIN\r\nBINI =\t0\r\nBEND =\t0.2\r\n", {1, 2, 3}));
+  EXPECT_EQ(readFileDecay(path, {}).measured.decay.time, (Numbers{0.0, 0.1, 0.2}));
+
   const std::string whole = start + zone(1, logarithmic, {5, 3, 1});
   const auto changed = [&](const std::string& from, const std::string& to) {
     std::string text = whole;

@@ -43,6 +43,22 @@ TEST(Report, SignalToNoiseIsTheLargestMagnitudeOverTheNoise) {
   EXPECT_FALSE(example.summaryHolds("signal to noise"));
 }
 
+TEST(Report, TheSupportIsTheColumnsThatTheDataReach) {
+  Example example;
+  example.inversion.mode = WeightMode::automatic;
+  example.inversion.lastColumn = 2;
+  EXPECT_FALSE(example.summaryHolds("support"));
+  example.inversion.firstColumn = 1;
+  EXPECT_TRUE(example.summaryHolds("  support          30.0 ms to "));
+}
+
+TEST(Report, ATargetThatTookThePlaceOfTheNoiseIsTold) {
+  Example example;
+  EXPECT_FALSE(example.summaryHolds("no fit of the binned samples"));
+  example.inversion.relaxedTarget = 0.25;
+  EXPECT_TRUE(example.summaryHolds("no fit of the binned samples comes closer than 0.25"));
+}
+
 TEST(Report, PeaksHavePositionShareAndWidth) {
   const Example example;
   EXPECT_TRUE(example.summaryHolds("peaks            10.0 ms   25.0 %   0.00 decades wide"))
