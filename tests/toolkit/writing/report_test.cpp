@@ -49,7 +49,8 @@ TEST(Report, TheSupportIsTheColumnsThatTheDataReach) {
   example.inversion.lastColumn = 2;
   EXPECT_FALSE(example.summaryHolds("support"));
   example.inversion.firstColumn = 1;
-  EXPECT_TRUE(example.summaryHolds("  support          30.0 ms to "));
+  EXPECT_TRUE(example.summaryHolds("\n  support         30.0 ms to "))
+      << summary(example.inversion, example.context);
 }
 
 TEST(Report, ATargetThatTookThePlaceOfTheNoiseIsTold) {
