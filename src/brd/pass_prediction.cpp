@@ -19,13 +19,6 @@ namespace {
 constexpr double stepMargin = 4.0;
 constexpr double roundingShare = 1e-10;
 
-// Inverses are updated where a solve is as exact as this, while the ratio of the determinants says
-// that no update has cost more than this factor, and signs are taken from them where no element is
-// nearer to zero than this share of the largest of b.
-constexpr double updateRounding = 1e-9;
-constexpr double mostGrowth = 1e3;
-constexpr double certainShare = 1e-9;
-
 constexpr std::size_t wordBits = 64;
 
 std::size_t words(int columns) {
@@ -82,44 +75,65 @@ double largestMagnitude(int n, const double* values) {
 PassPrediction::PassPrediction(const RankFactor& factor, const double* b)
     : factor_(factor),
       b_(b),
-      largestDatum_(largestMagnitude(factor.columns, b)),
       mask_(words(factor.columns)),
       earlierMask_(mask_),
       nextMask_(mask_),
-      right_(length(factor.columns)),
+      chosen_(length(factor.columns)),
       y_(length(factor.padded)),
       earlierY_(length(factor.padded)),
       values_(length(factor.paddedColumns)),
       block_(factor.square.size()),
+      right_(length(factor.padded)),
+      allRight_(length(factor.padded)),
       factors_(factor.square.size()),
       pivots_(length(factor.padded)),
-      inverse_(factor.square.size()),
       work_(length(factor.padded)) {
   columns_.reserve(length(factor.columns));
+  projectData();
 }
 
 void PassPrediction::takeData(const double* b) {
   b_ = b;
-  largestDatum_ = largestMagnitude(factor_.columns, b);
   blockMask_.clear();
+  projectData();
+}
+
+// R b, the right side with all columns.
+void PassPrediction::projectData() {
+  columns_.resize(length(factor_.columns));
+  std::iota(columns_.begin(), columns_.end(), 0);
+  kernels::table<double>().combineColumns(factor_.padded, factor_.columns, columns_.data(),
+                                          factor_.byColumns.data(), b_, allRight_.data());
 }
 
 void PassPrediction::begin(const double* f) {
   takeSigns(length(factor_.columns), f, mask_);
   steps_.clear();
   masks_.clear();
-  hasInverse_ = false;
   repeats_ = false;
 }
 
-void PassPrediction::addToBlock(const std::vector<int>& columns, double sign) {
-  kernels::table<double>().addOuterProducts(factor_.padded, static_cast<int>(columns.size()),
-                                            columns.data(), factor_.byColumns.data(), sign,
-                                            block_.data());
+// Adds columns_ to the block and to its right side.
+void PassPrediction::addToBlock(double sign) {
+  if (columns_.empty()) {
+    return;
+  }
+  const auto& kernel = kernels::table<double>();
+  const int rows = factor_.padded;
+  const int count = static_cast<int>(columns_.size());
+  kernel.addOuterProducts(rows, count, columns_.data(), factor_.byColumns.data(), sign,
+                          block_.data());
+  std::transform(columns_.begin(), columns_.end(), chosen_.begin(),
+                 [this](int i) { return b_[length(i)]; });
+  kernel.combineColumns(rows, count, columns_.data(), factor_.byColumns.data(), chosen_.data(),
+                        work_.data());
+  for (std::size_t k = 0; k < work_.size(); ++k) {
+    right_[k] += sign * work_[k];
+  }
 }
 
-// Makes the block that of the present mask: from what it is, from nothing, or from R R', whichever
-// takes the fewest columns.
+// Makes the block and its right side those of the present mask: from what they are, from nothing,
+// or from those of all columns, whichever takes the fewest columns.
 void PassPrediction::bringBlock() {
   const std::size_t count = mask_.size();
   const int active = countColumns(count, [&](std::size_t w) { return mask_[w]; });
@@ -133,94 +147,48 @@ void PassPrediction::bringBlock() {
     blockMask_.assign(count, 0);
     if (fromAll) {
       block_ = factor_.square;
+      right_ = allRight_;
       blockMask_.assign(count, ~std::uint64_t{0});
       if (const std::size_t rest = length(factor_.columns) % wordBits; rest != 0) {
         blockMask_.back() = (std::uint64_t{1} << rest) - 1;
       }
     } else {
       std::fill(block_.begin(), block_.end(), 0.0);
+      std::fill(right_.begin(), right_.end(), 0.0);
     }
   }
   const auto leaving = [&](std::size_t w) { return blockMask_[w] & ~mask_[w]; };
   listColumns(count, leaving, columns_);
-  addToBlock(columns_, -1.0);
+  addToBlock(-1.0);
   const auto entering = [&](std::size_t w) { return mask_[w] & ~blockMask_[w]; };
   listColumns(count, entering, columns_);
-  addToBlock(columns_, 1.0);
+  addToBlock(1.0);
   blockMask_ = mask_;
 }
 
-void PassPrediction::factorPass() {
+// x = (R_A R_A' + w I)^-1 right for the block as it is.
+void PassPrediction::solveBlock(const double* right, double* x) {
   const auto& kernel = kernels::table<double>();
   const int rows = factor_.padded;
-  bringBlock();
-  listColumns(
-      mask_.size(), [&](std::size_t w) { return mask_[w]; }, columns_);
-  std::transform(columns_.begin(), columns_.end(), right_.begin(),
-                 [this](int i) { return b_[length(i)]; });
-  kernel.combineColumns(rows, static_cast<int>(columns_.size()), columns_.data(),
-                        factor_.byColumns.data(), right_.data(), y_.data());
+  if (kernel.solveShifted(rows, block_.data(), weight_, right, x)) {
+    return;
+  }
   factors_ = block_;
   for (int k = 0; k < rows; ++k) {
     factors_[area(rows, k) + length(k)] += weight_;
   }
   kernel.cholesky(rows, rows, factors_.data(), pivots_.data());
-  kernel.choleskySolve(rows, rows, factors_.data(), y_.data());
-  hasInverse_ = false;
-  formValues();
-}
-
-// Takes y from that of the pass before. False where it is not told well so.
-bool PassPrediction::updatePass() {
-  const auto& kernel = kernels::table<double>();
-  const int rows = factor_.padded;
-  if (!hasInverse_) {
-    // The block is that of the pass before, which was factored.
-    inverse_ = block_;
-    for (int j = 0; j < rows; ++j) {
-      double* column = inverse_.data() + area(rows, j);
-      column[j] += weight_;
-      for (int i = j + 1; i < rows; ++i) {
-        inverse_[area(rows, i) + length(j)] = column[i];
-      }
-    }
-    kernel.invert(factor_.rank, rows, inverse_.data());
-    hasInverse_ = true;
-    growth_ = 1.0;
-  }
-  const auto changed = [&](std::size_t w) { return mask_[w] ^ earlierMask_[w]; };
-  listColumns(mask_.size(), changed, columns_);
-  y_ = earlierY_;
-  for (const int i : columns_) {
-    const bool enters = (mask_[length(i) / wordBits] >> (length(i) % wordBits) & 1U) != 0;
-    const double share = kernel.updateInverse(
-        factor_.rank, rows, factor_.byColumns.data() + area(factor_.padded, i), enters ? 1.0 : -1.0,
-        b_[length(i)], growth_ / mostGrowth, y_.data(), inverse_.data(), work_.data());
-    if (!(share > growth_ / mostGrowth)) {
-      return false;
-    }
-    growth_ = share < 1.0 ? growth_ / share : growth_;
-  }
-  return formValues();
-}
-
-// Also takes their signs; false where one of them is not certain.
-bool PassPrediction::formValues() {
-  const auto& kernel = kernels::table<double>();
-  kernel.combineRows(factor_.rank, factor_.paddedColumns, factor_.byRows.data(), y_.data(),
-                     values_.data());
-  return kernel.subtractAndSign(factor_.columns, b_, certainShare * largestDatum_, values_.data(),
-                                nextMask_.data());
+  std::copy(right, right + rows, x);
+  kernel.choleskySolve(rows, rows, factors_.data(), x);
 }
 
 void PassPrediction::solvePass() {
-  const double trace = factor_.largest * factor_.columns;
-  const auto changed = [&](std::size_t w) { return mask_[w] ^ earlierMask_[w]; };
-  const bool updates = !steps_.empty() && relativeRounding(weight_, trace) < updateRounding &&
-                       2 * countColumns(mask_.size(), changed) <= factor_.rank;
-  if (!updates || !updatePass()) {
-    factorPass();
-  }
+  const auto& kernel = kernels::table<double>();
+  bringBlock();
+  solveBlock(right_.data(), y_.data());
+  kernel.combineRows(factor_.rank, factor_.paddedColumns, factor_.byRows.data(), y_.data(),
+                     values_.data());
+  kernel.subtractAndSign(factor_.columns, b_, values_.data(), nextMask_.data());
 }
 
 double PassPrediction::squaredStep() const {
@@ -319,18 +287,13 @@ std::optional<PassPrediction::Residual> PassPrediction::residual(double squaredD
   for (std::size_t k = 0; k < columns_.size(); ++k) {
     const std::size_t i = length(columns_[k]);
     const double z = values_[i] / weight_;
-    right_[k] = z;
+    chosen_[k] = z;
     dataShare += z * b_[i];
     square += z * z;
   }
   kernel.combineColumns(rows, static_cast<int>(columns_.size()), columns_.data(),
-                        factor_.byColumns.data(), right_.data(), work_.data());
-  if (hasInverse_) {
-    kernel.combineRows(factor_.rank, rows, inverse_.data(), work_.data(), earlierY_.data());
-  } else {
-    earlierY_ = work_;
-    kernel.choleskySolve(rows, rows, factors_.data(), earlierY_.data());
-  }
+                        factor_.byColumns.data(), chosen_.data(), work_.data());
+  solveBlock(work_.data(), earlierY_.data());
   double fitted = 0.0;
   double correction = 0.0;
   double shrunk = 0.0;

@@ -6,8 +6,6 @@
 //     K'c = (b - R'y) / w,   (R_A R_A' + w I) y = R_A b_A
 // by the Woodbury identity (Henderson and Searle, SIAM Rev. 23, 53, 1981), a system of as many
 // unknowns as R has rows. From pass to pass R_A R_A' changes by the columns that enter or leave.
-// Where these are few, y follows from the inverse of the pass before by Sherman and Morrison's
-// formula (Ann. Math. Statist. 21, 124, 1950), a column at a time; else the system is factored.
 // With the columns Q of K = Q R the step between two passes is c' - c = Q (y - y') / w.
 //
 // The solve then goes on, with the arithmetic of its own, from the first pass that these numbers
@@ -74,12 +72,11 @@ class PassPrediction {
   using Mask = std::vector<std::uint64_t>;  ///< a bit for each column, zeros behind them
 
   void begin(const double* f);
+  void projectData();
   void solvePass();
-  void factorPass();
-  bool updatePass();
-  bool formValues();
+  void solveBlock(const double* right, double* x);
   void bringBlock();
-  void addToBlock(const std::vector<int>& columns, double sign);
+  void addToBlock(double sign);
   double squaredStep() const;
   bool takeMask();
   int earlierTurn() const;
@@ -87,7 +84,6 @@ class PassPrediction {
 
   const RankFactor& factor_;
   const double* b_;
-  double largestDatum_;  ///< of b
   double weight_ = 0;
   bool repeats_ = false;  ///< the last run ended with a mask that repeats
   Mask masks_;            ///< of the passes so far, one after the other
@@ -95,7 +91,7 @@ class PassPrediction {
   Mask earlierMask_;      ///< of the pass before
   Mask nextMask_;         ///< of the positive values
   std::vector<int> columns_;
-  std::vector<double> right_;  ///< elements of b
+  std::vector<double> chosen_;  ///< of each of them a factor
   AlignedVector<double> y_;
   AlignedVector<double> earlierY_;
   AlignedVector<double> values_;  ///< w K'c
@@ -103,13 +99,11 @@ class PassPrediction {
   std::vector<double> steps_;
 
   Mask blockMask_;  ///< the columns A that block_ has; empty where it has none of a mask
-  AlignedVector<double> block_;    ///< R_A R_A', lower triangle
-  AlignedVector<double> factors_;  ///< of that with the weight
+  AlignedVector<double> block_;     ///< R_A R_A', lower triangle
+  AlignedVector<double> right_;     ///< R_A b_A
+  AlignedVector<double> allRight_;  ///< R b
+  AlignedVector<double> factors_;   ///< of that with the weight
   std::vector<double> pivots_;
-
-  bool hasInverse_ = false;
-  double growth_ = 1.0;            ///< bound of what the updates of the inverse make of its errors
-  AlignedVector<double> inverse_;  ///< of R_A R_A' + w I for the pass before
   AlignedVector<double> work_;
 };
 

@@ -100,25 +100,16 @@ struct Table {
   void (*addOuterProducts)(int n, int count, const int* columns, const Real* A, Real factor,
                            Real* S);
 
-  /// Replaces the matrix A (n x n, both triangles, column-major, leading dimension ld, a multiple
-  /// of rowPadding) by its inverse, without exchanges: for a positive definite one. Plain form, for
-  /// k = 0 .. n-1:
-  ///   p = 1 / A(k, k);  for (j != k) { s = A(k, j) * p;
-  ///                                    for (i != k) A(i, j) -= A(i, k) * s;  A(k, j) = s; }
-  ///   for (i != k) A(i, k) *= -p;  A(k, k) = p;
-  /// Rows from n to ld are changed alike.
-  void (*invert)(int n, int ld, Real* A);
-
-  /// From the inverse M (n x n, leading dimension ld, a multiple of rowPadding, zeros in the
-  /// padding) of a matrix S, and y = M g, those of S + sign u u' and g + sign datum u, by Sherman
-  /// and Morrison's formula. u, y and v (ld, zeros in the padding of u and y); sign is 1 or -1; v
-  /// is work space. Returns 1 + sign u'M u, the ratio of the determinants; nothing is changed
-  /// unless that is above `least`. Plain form, the sums of products being those of each fourth
-  /// element from four starts, added as (0 + 1) + (2 + 3):
-  ///   v = M u;  share = 1 + sign * u'v;  factor = sign / share;
-  ///   step = factor * (datum - u'y);  y[i] += v[i] * step;  M(i, j) -= v[i] * (factor * v[j]);
-  Real (*updateInverse)(int n, int ld, const Real* u, Real sign, Real datum, Real least, Real* y,
-                        Real* M, Real* v);
+  /// Solves (S + shift I) x = right for a symmetric positive definite system, S (n x n) by its lower
+  /// triangle, column-major; what is above the diagonal may be any finite number. False, and nothing
+  /// done, for other n than rowPadding times 1 to 4 (1 and 2 in single precision). x may be right.
+  /// Plain form, with S' = S + shift I and z = right, for k = 0 .. n-1:
+  ///   p = 1 / S'(k, k);  for (i > k) { L(i, k) = S'(i, k) * p;  z[i] -= L(i, k) * z[k]; }
+  ///   for (j > k) for (i >= j) S'(i, j) -= S'(i, k) * L(j, k);   x[k] = z[k] * p;
+  /// and for k = n-1 .. 0, with g the least multiple of 4 above k and t_r the sum over the rising
+  /// i >= g with i % 4 = r of L(i, k) * x[i]:
+  ///   x[k] -= (t_0 + t_1) + (t_2 + t_3);   for (i = g-1 .. k+1) x[k] -= L(i, k) * x[i];
+  bool (*solveShifted)(int n, const Real* S, Real shift, const Real* right, Real* x);
 
   /// out = A'x for A (rows x panelRows * panels) whose row j of panel k is at
   ///   packed[(k * rows + j) * panelRows], as gram takes A' . Plain form, for every i of panel k:
@@ -134,9 +125,8 @@ struct Table {
                            std::ptrdiff_t ldOut);
 
   /// values[i] = b[i] - values[i] for i below n, and bit i % 64 of positive[i / 64] tells whether
-  /// that is above 0; the bits from n on are 0. True where each magnitude is above `least`, which
-  /// is not negative. A NaN is neither positive nor above `least`.
-  bool (*subtractAndSign)(int n, const Real* b, Real least, Real* values, std::uint64_t* positive);
+  /// that is above 0; the bits from n on are 0. A NaN is not above.
+  void (*subtractAndSign)(int n, const Real* b, Real* values, std::uint64_t* positive);
 
   /// Adds to tile k, for k below `panels`, the product of panel k with panel 0 transposed: panels
   /// as gram takes them, of elements that single precision can hold, and tiles of panelRows x

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/kernels/levels.hpp"

@@ -1,6 +1,7 @@
 // The hot loops compiled for the instruction-set level `baseline`.
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "toolbox/kernels/kernels.hpp"
 #include "toolbox/kernels/levels.hpp"
