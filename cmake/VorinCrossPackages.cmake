@@ -32,8 +32,7 @@ string(JOIN ":" VORIN_NOT_EMULATED ${VORIN_NOT_EMULATED})
 # For script/windows, which starts the programs itself.
 file(WRITE "${PROJECT_BINARY_DIR}/not_emulated.txt" "${VORIN_NOT_EMULATED}\n")
 
-# GoogleTest is compiled from the sources that its package brings. Its programs run on an emulator,
-# which takes longer to start than most tests run: a whole program is one test.
+# GoogleTest is compiled from the sources that its package brings.
 macro(vorin_cross_googletest)
   add_library(vorin_gtest STATIC EXCLUDE_FROM_ALL
     /usr/src/googletest/googletest/src/gtest-all.cc
@@ -43,15 +42,4 @@ macro(vorin_cross_googletest)
     PRIVATE /usr/src/googletest/googletest)
   add_library(GTest::gtest ALIAS vorin_gtest)
   add_library(GTest::gtest_main ALIAS vorin_gtest)
-  function(gtest_discover_tests target)
-    cmake_parse_arguments(PARSE_ARGV 1 _of "" "WORKING_DIRECTORY;DISCOVERY_TIMEOUT" "PROPERTIES")
-    if(NOT _of_WORKING_DIRECTORY)
-      set(_of_WORKING_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}")
-    endif()
-    add_test(NAME ${target} COMMAND ${target} --gtest_brief=1 "--gtest_filter=-${VORIN_NOT_EMULATED}"
-      WORKING_DIRECTORY "${_of_WORKING_DIRECTORY}")
-    if(_of_PROPERTIES)
-      set_tests_properties(${target} PROPERTIES ${_of_PROPERTIES})
-    endif()
-  endfunction()
 endmacro()
