@@ -100,10 +100,10 @@ struct Table {
   void (*addOuterProducts)(int n, int count, const int* columns, const Real* A, Real factor,
                            Real* S);
 
-  /// Solves (S + shift I) x = right for a symmetric positive definite system, S (n x n) by its lower
-  /// triangle, column-major; what is above the diagonal may be any finite number. False, and nothing
-  /// done, for other n than rowPadding times 1 to 4 (1 and 2 in single precision). x may be right.
-  /// Plain form, with S' = S + shift I and z = right, for k = 0 .. n-1:
+  /// Solves (S + shift I) x = right for a symmetric positive definite system, S (n x n) by its
+  /// lower triangle, column-major; what is above the diagonal may be any finite number. False, and
+  /// nothing done, for other n than rowPadding times 1 to 4 (1 and 2 in single precision). x may be
+  /// right. Plain form, with S' = S + shift I and z = right, for k = 0 .. n-1:
   ///   p = 1 / S'(k, k);  for (i > k) { L(i, k) = S'(i, k) * p;  z[i] -= L(i, k) * z[k]; }
   ///   for (j > k) for (i >= j) S'(i, j) -= S'(i, k) * L(j, k);   x[k] = z[k] * p;
   /// and for k = n-1 .. 0, with g the least multiple of 4 above k and t_r the sum over the rising
