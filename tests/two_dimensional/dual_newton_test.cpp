@@ -14,6 +14,7 @@
 #include "support/child.hpp"
 #include "toolkit/two_dimensional/compressed_map.hpp"
 #include "toolkit/two_dimensional/map_report.hpp"
+#include "toolkit/two_dimensional/map_weight.hpp"
 #include "two_dimensional/experiments.hpp"
 
 namespace vorin::toolkit::test {
@@ -192,6 +193,15 @@ double wholeGap(const Experiment& e, const MapInversion& inversion, double& prim
   }
   primal = 0.5 * squares + 0.5 * inversion.weight * size;
   return primal - (product - 0.5 * squares - 0.5 * active / inversion.weight);
+}
+
+// Data without a signal leave no path whose curvature could tell a corner.
+TEST(SearchCorner, DataOfZerosHaveNoCorner) {
+  const KernelFactor one = factorKernel({3.0}, 1, 1, 1e-7);
+  const CompressedMap map(one, one, 1e-7);
+  const WeightSearch found = searchCorner(map, {0.0}, {});
+  EXPECT_FALSE(found.reached);
+  EXPECT_EQ(found.state.F, std::vector<double>{0.0});
 }
 
 TEST(InvertMap, IsOptimalForTheWholeProblem) {

@@ -21,6 +21,18 @@ TEST(MapMeasures, SumsOfASmallMap) {
   EXPECT_EQ(projection2(map), (std::vector<double>{5.0, 7.0, 9.0}));
 }
 
+// A share of 2 / 8, which is exact in binary.
+TEST(MapMeasures, APeakOfTheSmallestShareItselfIsTold) {
+  const std::vector<double> grid{1.0, 2.0, 4.0, 8.0, 16.0};
+  std::vector<double> amplitude(25, 0.0);
+  amplitude[6] = 6.0;   // row 1, column 1
+  amplitude[18] = 2.0;  // row 3, column 3
+  const std::vector<MapPeak> peaks = mapPeaks({grid, grid, amplitude}, 0.25);
+  ASSERT_EQ(peaks.size(), 2U);
+  EXPECT_EQ(peaks[1].share, 0.25);
+  EXPECT_EQ(mapPeaks({grid, grid, amplitude}, 0.3).size(), 1U);
+}
+
 TEST(MapMeasures, PeaksAreWhereTheyWerePut) {
   const std::vector<double> grid1 = LogGrid{1e-3, 10.0, 81}.times();
   const std::vector<double> grid2 = LogGrid{1e-3, 10.0, 61}.times();

@@ -75,6 +75,40 @@ np.save("objects.npy", np.array([{}], dtype=object))
 }
 
 // A header alone: what it announces is looked at before the numbers are.
+// One bit of a number, in an archive whose members are not packed: their checksum tells.
+TEST(Numpy, ADamagedNumberIsNoticed) {
+  const TemporaryFolder folder;
+  if (!runPython(folder, R"py(
+import numpy as np
+np.savez("f.npz", t=np.arange(1, 5) * 1e-3, y=np.array([8, 4, 2, 1.0]))
+whole = bytearray(open("f.npz", "rb").read())
+whole[whole.rindex(np.array([8, 4.0]).tobytes())] ^= 1
+open("damaged.npz", "wb").write(whole)
+)py")) {
+    GTEST_SKIP() << "numpy is not here";
+  }
+  expectDecay(readFileDecay(folder / "f.npz", {}));
+  expectRefusal(folder / "damaged.npz", "the archive is damaged or cut off");
+}
+
+TEST(Numpy, OfManyArraysTwentyAreListed) {
+  const TemporaryFolder folder;
+  if (!runPython(folder, R"py(
+import numpy as np
+np.savez("f.npz", **{"a%02d" % k: np.arange(5 + k) for k in range(25)})
+)py")) {
+    GTEST_SKIP() << "numpy is not here";
+  }
+  try {
+    readFileDecay(folder / "f.npz", {});
+    FAIL() << "25 arrays of different lengths are no decay";
+  } catch (const UserError& error) {
+    const std::string sentence = error.what();
+    EXPECT_NE(sentence.find("\"a19\" (24) ..."), std::string::npos) << sentence;
+    EXPECT_EQ(sentence.find("a20"), std::string::npos) << sentence;
+  }
+}
+
 TEST(Npy, HoldsAHundredMillionNumbersAtMost) {
   const auto refusal = [](const std::string& shape) {
     const std::string header =

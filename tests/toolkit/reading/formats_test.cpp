@@ -74,6 +74,21 @@ TEST(RealFiles, AreKnownByTheirContent) {
             5000U);
 }
 
+// Three columns of numbers are a minispec's where the first counts echoes that are evenly spaced.
+TEST(Minispec, IsKnownByEvenlySpacedEchoes) {
+  const TemporaryFolder folder;
+  const auto formatOf = [&](const std::string& lastTime) {
+    writeFile(folder / "f.txt", "0\t0.2\t8\n1\t0.4\t4\n2\t0.6\t2\n3\t" + lastTime + "\t1\n");
+    try {
+      return readFileDecay(folder / "f.txt", {}).found.format;
+    } catch (const UserError&) {
+      return std::string("refused");
+    }
+  };
+  EXPECT_EQ(formatOf("0.8"), "minispec text");
+  EXPECT_NE(formatOf("1.7"), "minispec text");
+}
+
 TEST(Prospa, EveryTypeOfNumbersIsRead) {
   const TemporaryFolder folder;
   const auto file = [](std::int32_t type, std::int32_t count) {

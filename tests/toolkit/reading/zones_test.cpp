@@ -48,6 +48,14 @@ TEST(Blocks, ConstantBlocksGiveTheirValue) {
   EXPECT_NEAR(found.imaginary[1], -3.0 * found.imaginary[0], 1e-12);
 }
 
+// The shape that the blocks share is that of the greatest ones, though the first has none of it.
+TEST(Blocks, ASmallBlockOfAnotherShapeDoesNotCount) {
+  const ColumnNumbers found = blockAmplitudes({1, 0, 0, 0, 3, 4, 0, -6, -8}, 3);
+  EXPECT_NEAR(std::hypot(found.real[0], found.imaginary[0]), 0.0, 1e-12);
+  EXPECT_NEAR(std::hypot(found.real[1], found.imaginary[1]), 25.0 / 7.0, 1e-12);
+  EXPECT_NEAR(found.real[2], -2.0 * found.real[1], 1e-12);
+}
+
 std::string zone(int number, const std::string& keys, const Numbers& amplitudes) {
   std::string text =
       fmt::format("ZONE=\t{}.1\r\nBRLX =\t0.{}\r\nBS =\t3\r\nNBLK =\t{}\r\n{}DATA=\r\n", number,
@@ -90,6 +98,8 @@ TEST(Stelar, EachZoneIsADecayWithDelaysOfItsOwn) {
   expectRefusal(path.string() + ":3", "there is no zone \"3\"; the zones are numbered from 1 to 2");
 
   test::writeFile(path, start + zone(1, "BGRD =\tLIN\r\nBINI =\t0\r\nBEND =\t0.2\r\n", {1, 2, 3}));
+  EXPECT_EQ(readFileDecay(path, {}).measured.decay.time, (Numbers{0.0, 0.1, 0.2}));
+  test::writeFile(path, start + zone(1, "BGRD =\tLIN\r\nBINI =\t0.2\r\nBEND =\t0\r\n", {1, 2, 3}));
   EXPECT_EQ(readFileDecay(path, {}).measured.decay.time, (Numbers{0.0, 0.1, 0.2}));
 
   const std::string whole = start + zone(1, logarithmic, {5, 3, 1});
