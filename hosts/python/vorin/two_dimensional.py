@@ -12,13 +12,14 @@ import numpy as np
 from . import checks, labelled
 from .arrays import FloatArray, equal_fields, fields_hash
 from .bootstrapping import _whole_seed
-from .data import _numbers, _shaped, real_array
+from .data import real_array
 from .display import map_html
-from .errors import InputTypeError, InputValueError
+from .errors import InputValueError
 from .grids import as_grid
 from .options import _text_or_number
 from .tables import map_dataset, map_frame
 from .toolkit import Fields, Settings, address, call, job, named, watched_job
+from .two_dimensional_input import RepeatableInversion2D, axes_of, pair_of, samples_of
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
@@ -167,10 +168,10 @@ class Result2D:
     log_mean1: float
     log_mean2: float
     _fields: Optional[Fields] = field(repr=False)  # none after a way through pickle
-    _again: "_Again" = field(repr=False)
+    _again: RepeatableInversion2D = field(repr=False)
 
     @classmethod
-    def _of(cls, fields: Fields, again: "_Again") -> "Result2D":
+    def _of(cls, fields: Fields, again: RepeatableInversion2D) -> "Result2D":
         values: Dict[str, Any] = dict(zip(_NUMBERS, fields.numbers(*_NUMBERS)))
         values.update({name: int(values[name]) for name in _COUNTS})
         values.update({name: fields.text(name) for name in _TEXTS})
@@ -449,75 +450,13 @@ def invert2d(
        Process. 50 (2002) 1017.
     """
     t1, t2, D = labelled.triple(t1, t2, D)
-    options = {"kernels": _pair(kernels), "grid1": None if grid1 is None else as_grid(grid1),
+    options = {"kernels": pair_of(kernels), "grid1": None if grid1 is None else as_grid(grid1),
                "grid2": None if grid2 is None else as_grid(grid2),
                "weight": _text_or_number("weight", weight, "\"noise\", \"corner\" or a number"),
                "noise": None if noise is None else _text_or_number(
                    "noise", noise, "a number, \"projection\" or \"quadrature\"")}
-    again = _Again(options, *_axes(t1, t2), *_matrix(t1, t2, D))
+    again = RepeatableInversion2D(options, *axes_of(t1, t2), *samples_of(t1, t2, D))
     return Result2D._of(again.run(progress), again)
-
-
-@dataclass(frozen=True)
-class _Again:
-    """An inversion that can be run once more, also after a way through pickle."""
-
-    options: Dict[str, Any]
-    t1: FloatArray
-    t2: FloatArray
-    real: FloatArray
-    imaginary: Optional[FloatArray]
-
-    def run(self, progress: Optional[Callable[[float], None]]) -> Fields:
-        """The toolkit's result."""
-        settings = Settings()
-        for name, value in self.options.items():
-            if name == "kernels":
-                set_kernels(settings, value)
-            else:
-                settings.set(name, value)
-        told = None if progress is None else lambda done, total: progress(done / total)
-        with named("kernel1", "kernels[0]"), named("kernel2", "kernels[1]"):
-            return watched_job(
-                "vorin_invert2d", told, settings.raw, address(self.t1), self.t1.size,
-                address(self.t2), self.t2.size, address(self.real),
-                None if self.imaginary is None else address(self.imaginary))
-
-
-def set_kernels(settings: Settings, kernels: Tuple[Any, Any]) -> None:
-    """Both kernels of a map, names or matrices."""
-    for index, kernel in enumerate(kernels):
-        where = f"kernels[{index}]"
-        if not isinstance(kernel, str):
-            if np.ndim(kernel) == 0:
-                raise InputTypeError(f"{where} is of type {type(kernel).__name__}; a name or a "
-                                     "numpy array of samples by grid values is needed")
-            kernel = real_array(where, kernel, dimensions=2)
-        with named(f"kernel{index + 1}", where):
-            settings.set(f"kernel{index + 1}", kernel)
-
-
-def _pair(kernels: Any) -> Tuple[Any, Any]:
-    given = [part.strip() for part in kernels.split(",")] if isinstance(kernels, str) else kernels
-    if not isinstance(given, (tuple, list)) or len(given) != 2:
-        raise InputTypeError(f"kernels {kernels!r}: two are needed, that of the rows first, such "
-                             "as (\"t1-inversion\", \"t2\")")
-    return given[0], given[1]
-
-
-def _axes(t1: Any, t2: Any) -> Tuple[FloatArray, FloatArray]:
-    return real_array("t1", t1), real_array("t2", t2)
-
-
-def _matrix(t1: Any, t2: Any, D: Any) -> Tuple[FloatArray, Optional[FloatArray]]:
-    numbers = _shaped("D", _numbers("D", D), 2)
-    if numbers.shape != (np.size(t1), np.size(t2)):
-        raise InputValueError(f"D has shape {numbers.shape}; t1 has {np.size(t1)} values, one for "
-                              f"each row, and t2 has {np.size(t2)}, one for each column")
-    real = np.ascontiguousarray(numbers.real, dtype=float)
-    if numbers.dtype.kind != "c":
-        return real, None
-    return real, np.ascontiguousarray(numbers.imag, dtype=float)
 
 
 def _region(name: str, interval: Optional[Interval]) -> Interval:

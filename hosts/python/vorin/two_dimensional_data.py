@@ -14,7 +14,7 @@ from .errors import InputTypeError, InputValueError
 from .grids import as_grid
 from .simulation import _sigma
 from .toolkit import Settings, address, job, named
-from .two_dimensional import _axes, _pair, set_kernels
+from .two_dimensional_input import axes_of, pair_of, set_kernels
 
 PathLike = Union[str, "os.PathLike[str]"]
 
@@ -83,7 +83,7 @@ def read2d(path: PathLike, *, kernels: Any = ("t1-inversion", "t2"),
         With file and line, for what can't be read.
     """
     settings = Settings(time_unit1=time_unit1, time_unit2=time_unit2)
-    set_kernels(settings, _pair(kernels))
+    set_kernels(settings, pair_of(kernels))
     for name, file in (("times1", times1), ("times2", times2), ("imaginary", imaginary)):
         if file is not None:
             settings.set(name, os.fsdecode(_file(name, file)))
@@ -122,11 +122,11 @@ def simulate2d(t1: Any, t2: Any, peaks: Sequence[Tuple[float, float, float, floa
     Simulation2D
     """
     settings = Settings(sigma=_sigma(noise), seed=str(checks.number("seed", seed, "i")))
-    set_kernels(settings, _pair(kernels))
+    set_kernels(settings, pair_of(kernels))
     for name, grid in (("grid1", grid1), ("grid2", grid2)):
         if grid is not None:
             settings.set(name, as_grid(grid))
-    first, second = _axes(t1, t2)
+    first, second = axes_of(t1, t2)
     rows = np.array([_peak(index, peak) for index, peak in enumerate(peaks)],
                     dtype=float).reshape(-1, 4)
     with named("sigma", "noise"):
