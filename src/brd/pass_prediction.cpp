@@ -7,7 +7,6 @@
 #include <limits>
 #include <numeric>
 
-#include "brd/weight_range.hpp"
 #include "toolbox/extent.hpp"
 #include "toolbox/kernels/kernels.hpp"
 

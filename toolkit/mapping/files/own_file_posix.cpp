@@ -1,6 +1,5 @@
 // Files by descriptor on POSIX systems.
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,7 +8,7 @@
 #include <cstring>
 
 #include "toolkit/mapping/files/own_file.hpp"
-#include "toolkit/user_error.hpp"
+#include "toolkit/mapping/files/own_file_failures.hpp"
 
 namespace vorin::toolkit {
 
@@ -25,14 +24,10 @@ OwnFile OwnFile::toRead(const fs::path& path) {
   OwnFile file(::open(path.c_str(), O_RDONLY | O_CLOEXEC), path.string());
   struct stat status {};
   if (file.descriptor_ < 0) {
-    throw UserError(
-        fmt::format("{}: the file can't be read ({})", path.string(), std::strerror(errno)));
+    throw cannotBe("read", path.string(), std::strerror(errno));
   }
   if (::fstat(file.descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw UserError(
-        fmt::format("{}: this is no file that can be read in parts; give a file on a "
-                    "disk",
-                    path.string()));
+    throw notOnADisk(path);
   }
   return file;
 }
@@ -42,8 +37,7 @@ OwnFile OwnFile::toWrite(const fs::path& path, bool emptied) {
   OwnFile file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | (emptied ? O_TRUNC : 0), rights),
                path.string());
   if (file.descriptor_ < 0) {
-    throw UserError(
-        fmt::format("{}: the file can't be written ({})", path.string(), std::strerror(errno)));
+    throw cannotBe("written", path.string(), std::strerror(errno));
   }
   return file;
 }
@@ -52,8 +46,7 @@ OwnFile OwnFile::unnamed(const fs::path& folder) {
   std::string name = (folder / ".vorin-XXXXXX").string();
   OwnFile file(::mkostemp(name.data(), O_CLOEXEC), "a temporary file in " + folder.string());
   if (file.descriptor_ < 0) {
-    throw UserError(fmt::format("{}: no temporary file can be made here ({})", folder.string(),
-                                std::strerror(errno)));
+    throw noTemporaryFile(folder, std::strerror(errno));
   }
   ::unlink(name.c_str());
   return file;
@@ -73,7 +66,7 @@ std::size_t OwnFile::readSome(std::uint64_t at, char* bytes, std::size_t count) 
       continue;
     }
     if (got < 0) {
-      throw UserError(fmt::format("{}: the file can't be read ({})", name_, std::strerror(errno)));
+      throw cannotBe("read", name_, std::strerror(errno));
     }
     if (got == 0) {
       break;
@@ -92,8 +85,7 @@ void OwnFile::write(std::uint64_t at, const char* bytes, std::size_t count) cons
       continue;
     }
     if (put <= 0) {
-      throw UserError(fmt::format("{}: the file can't be written ({})", name_,
-                                  std::strerror(put < 0 ? errno : ENOSPC)));
+      throw cannotBe("written", name_, std::strerror(put < 0 ? errno : ENOSPC));
     }
     done += static_cast<std::size_t>(put);
   }
@@ -101,13 +93,13 @@ void OwnFile::write(std::uint64_t at, const char* bytes, std::size_t count) cons
 
 void OwnFile::cut(std::uint64_t size) const {
   if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) {
-    throw UserError(fmt::format("{}: the file can't be written ({})", name_, std::strerror(errno)));
+    throw cannotBe("written", name_, std::strerror(errno));
   }
 }
 
 void OwnFile::flush() const {
   if (::fdatasync(descriptor_) != 0 && errno != EINVAL && errno != EROFS) {
-    throw UserError(fmt::format("{}: the file can't be written ({})", name_, std::strerror(errno)));
+    throw cannotBe("written", name_, std::strerror(errno));
   }
 }
 

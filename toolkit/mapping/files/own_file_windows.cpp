@@ -1,7 +1,6 @@
 // Files by descriptor on Windows. Others may read, rename and remove them meanwhile, as on POSIX
 // systems; one without a name is removed by the system at the end of its last handle.
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <io.h>
 #include <windows.h>
 
@@ -10,7 +9,7 @@
 #include <system_error>
 
 #include "toolkit/mapping/files/own_file.hpp"
-#include "toolkit/user_error.hpp"
+#include "toolkit/mapping/files/own_file_failures.hpp"
 
 namespace vorin::toolkit {
 
@@ -22,10 +21,6 @@ constexpr std::size_t mostAtOnce = std::size_t{1} << 30U;  // a count has 32 bit
 
 std::string lastError() {
   return std::error_code(static_cast<int>(GetLastError()), std::system_category()).message();
-}
-
-UserError failed(const std::string& name, std::string_view done) {
-  return UserError(fmt::format("{}: the file can't be {} ({})", name, done, lastError()));
 }
 
 HANDLE handleOf(int descriptor) {
@@ -61,13 +56,10 @@ OwnFile::~OwnFile() {
 OwnFile OwnFile::toRead(const fs::path& path) {
   OwnFile file(opened(path, GENERIC_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL), path.string());
   if (file.descriptor_ < 0) {
-    throw failed(path.string(), "read");
+    throw cannotBe("read", path.string(), lastError());
   }
   if (GetFileType(handleOf(file.descriptor_)) != FILE_TYPE_DISK) {
-    throw UserError(
-        fmt::format("{}: this is no file that can be read in parts; give a file on a "
-                    "disk",
-                    path.string()));
+    throw notOnADisk(path);
   }
   return file;
 }
@@ -77,7 +69,7 @@ OwnFile OwnFile::toWrite(const fs::path& path, bool emptied) {
                       FILE_ATTRIBUTE_NORMAL),
                path.string());
   if (file.descriptor_ < 0) {
-    throw failed(path.string(), "written");
+    throw cannotBe("written", path.string(), lastError());
   }
   return file;
 }
@@ -90,8 +82,7 @@ OwnFile OwnFile::unnamed(const fs::path& folder) {
                     : -1,
                "a temporary file in " + folder.string());
   if (file.descriptor_ < 0) {
-    throw UserError(
-        fmt::format("{}: no temporary file can be made here ({})", folder.string(), lastError()));
+    throw noTemporaryFile(folder, lastError());
   }
   return file;
 }
@@ -111,7 +102,7 @@ std::size_t OwnFile::readSome(std::uint64_t at, char* bytes, std::size_t count) 
     if (ReadFile(handleOf(descriptor_), bytes + done,
                  static_cast<DWORD>(std::min(count - done, mostAtOnce)), &got, &place) == 0 &&
         GetLastError() != ERROR_HANDLE_EOF) {
-      throw failed(name_, "read");
+      throw cannotBe("read", name_, lastError());
     }
     if (got == 0) {
       break;
@@ -129,7 +120,7 @@ void OwnFile::write(std::uint64_t at, const char* bytes, std::size_t count) cons
     if (WriteFile(handleOf(descriptor_), bytes + done,
                   static_cast<DWORD>(std::min(count - done, mostAtOnce)), &put, &place) == 0 ||
         put == 0) {
-      throw failed(name_, "written");
+      throw cannotBe("written", name_, lastError());
     }
     done += put;
   }
@@ -140,13 +131,13 @@ void OwnFile::cut(std::uint64_t size) const {
   end.QuadPart = static_cast<LONGLONG>(size);
   const HANDLE handle = handleOf(descriptor_);
   if (SetFilePointerEx(handle, end, nullptr, FILE_BEGIN) == 0 || SetEndOfFile(handle) == 0) {
-    throw failed(name_, "written");
+    throw cannotBe("written", name_, lastError());
   }
 }
 
 void OwnFile::flush() const {
   if (FlushFileBuffers(handleOf(descriptor_)) == 0) {
-    throw failed(name_, "written");
+    throw cannotBe("written", name_, lastError());
   }
 }
 
