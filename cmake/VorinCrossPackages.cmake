@@ -23,7 +23,14 @@ vorin_header_package(CLI11::CLI11 CLI)
 # What is not asked of a program that is emulated, or run by Wine, and why.
 if(WIN32)
   set(VORIN_NOT_EMULATED
-    Completion.Bash*)  # asks a shell of POSIX
+    Completion.Bash*          # asks a shell of POSIX
+    BadFile.EndlessDevice     # /dev/null is a device here
+    */*InNoFolder             # /dev/null is a file here
+    InvertJson.AFileNameNeedNotBeUtf8  # names of files are Unicode there
+    NoText/BadFiles.*/Workbook         # refused as a kind of file, not as a damaged one
+    # There is no gnuplot under Wine.
+    Picture.* ReportFile.* Show.*Draw* Show/*/NothingToDraw Invert.*Draw* MethodOptions.*Draw*
+    Manual.ItsExamplesRunOneAfterTheOther)
 else()
   set(VORIN_NOT_EMULATED
     MemoryLimit.*)  # the emulator takes no limit of the address space from the program that it runs

@@ -14,6 +14,7 @@ set(CMAKE_CXX_FLAGS_INIT "${VORIN_WINDOWS_FLAGS}")
 # Symbols of the compiler stay out (-s).
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -s")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static -s")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static -s")  # the reference implementation of the tests
 
 set(CMAKE_FIND_ROOT_PATH /usr/${_triplet})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

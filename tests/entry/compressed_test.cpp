@@ -28,11 +28,11 @@ using vorin::test::setNumber;
 using vorin::test::setText;
 using vorin::test::TestProblem;
 
-using LongEntry = void (*)(std::int32_t, std::int32_t, const std::int32_t*, const std::int32_t*,
-                           const float*, const float*, const float*, float*, const float*, float*,
-                           float*, std::int32_t*);
-using ShortEntry = void (*)(std::int32_t, std::int32_t, const float*, const float*, float*,
-                            std::int32_t*);
+using LongEntry = void(VORIN_CALL*)(std::int32_t, std::int32_t, const std::int32_t*,
+                                    const std::int32_t*, const float*, const float*, const float*,
+                                    float*, const float*, float*, float*, std::int32_t*);
+using ShortEntry = void(VORIN_CALL*)(std::int32_t, std::int32_t, const float*, const float*, float*,
+                                     std::int32_t*);
 
 // What the five do differently, as a host sees it.
 struct Member {

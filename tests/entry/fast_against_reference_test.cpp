@@ -30,8 +30,8 @@ using vorin::test::setNumber;
 using vorin::test::setText;
 using vorin::test::TestProblem;
 
-using Entry = void (*)(std::int32_t, std::int32_t, const float*, const float*, float*,
-                       std::int32_t*);
+using Entry = void(VORIN_CALL*)(std::int32_t, std::int32_t, const float*, const float*, float*,
+                                std::int32_t*);
 
 /// A way through the library: an entry and the settings that choose the rest.
 struct Path {

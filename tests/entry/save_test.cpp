@@ -188,9 +188,7 @@ TEST_F(Save, OneHundredPointsOnThirtyGridPointsReadBackToThePrecisionOfTheirFiel
 
 TEST_F(Save, ShortEntriesSaveTheFitThatTheyThrowAway) {
   // Without a section it is not read and not formed.
-  using Entry =
-      void (*)(std::int32_t, std::int32_t, const float*, const float*, float*, std::int32_t*);
-  for (const Entry entry : {Entry(Vorin_s), Entry(VorinC5_s)}) {
+  for (const auto entry : {Vorin_s, VorinC5_s}) {
     setNumber("REPO", 4.0F);
     Call call(60, 12);
     entry(call.job.m, call.job.n, call.job.K.data(), call.job.d.data(), call.F.data(),

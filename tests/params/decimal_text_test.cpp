@@ -83,7 +83,7 @@ TEST(DecimalText, NumbersAreReadBackToTheBit) {
 
 TEST(DecimalText, ShortNumbersAreReadAsByCharconv) {
   std::mt19937_64 engine(12);
-  const auto below = [&](std::uint64_t end) { return engine() % end; };
+  const auto below = [&](std::uint64_t end) { return static_cast<std::size_t>(engine() % end); };
   for (int i = 0; i < 20000; ++i) {
     std::string text = std::to_string(engine() >> below(60));
     text = text.substr(0, 1 + below(17));

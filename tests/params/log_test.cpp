@@ -160,7 +160,11 @@ TEST_F(Log, ANameIsCutAtEightyCharactersAndItsExtensionToo) {
   EXPECT_EQ(nameFor(letters(76)), letters(76) + ".log");
   EXPECT_EQ(nameFor(letters(77)), letters(77) + ".lo");
   EXPECT_EQ(nameFor(letters(78)), letters(78) + ".l");
+#ifdef _WIN32  // which drops a dot at the end of a name
+  EXPECT_EQ(nameFor(letters(79)), letters(79));
+#else
   EXPECT_EQ(nameFor(letters(79)), letters(79) + ".");
+#endif
   EXPECT_EQ(nameFor(letters(80)), letters(80));
   EXPECT_EQ(nameFor(letters(200)), letters(80));
   // The extension stands beyond the characters that are read.
@@ -338,7 +342,7 @@ TEST_F(Log, FopenOldAndBlankNeedAnExistingFile) {
     EXPECT_NE(openAs("file", word), 0) << word;
     EXPECT_FALSE(logIsOpen());
   }
-  std::ofstream("file") << "first line\nsecond line\n";
+  std::ofstream("file", std::ios::binary) << "first line\nsecond line\n";
   for (const char* word : {"OLD", "old  ", "", "   "}) {
     EXPECT_EQ(openAs("file", word), 0) << word;
     EXPECT_TRUE(logIsOpen());

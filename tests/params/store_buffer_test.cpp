@@ -52,8 +52,10 @@ class StoreBuffer : public StoreTest {
       std::int32_t status = -9;
       if (entry == 0) {
         vorinSQC99(mode, key.data(), text, &length, &value, &status);
+      } else if (entry == 1) {
+        VorinSQC(mode, key.data(), text, &length, &status);
       } else {
-        (entry == 1 ? VorinSQC : vorin_sqc_cdecl)(mode, key.data(), text, &length, &status);
+        vorin_sqc_cdecl(mode, key.data(), text, &length, &status);
       }
       ASSERT_EQ(memory.substr(0, guard), border) << mode << key << length;
       ASSERT_EQ(memory.substr(guard + size), border) << mode << key << length;

@@ -179,8 +179,8 @@ TEST_F(Store, ReadOnlyKeysCannotBeSet) {
 TEST_F(Store, TheNumberEntriesAllReachTheSameSlot) {
   float value = 7.5F;
   std::int32_t status = -9;
-  const auto entries = {VorinSQR, VorinSQR_s, VorinSQR_d, vorin_sqr_cdecl};
-  for (const auto entry : entries) {
+  // Of two types on Windows of 32 bit, where cdecl is another convention of calling.
+  const auto expectOneSlot = [&](auto entry) {
     value += 1.0F;
     entry("S", "WRAT", &value, &status);
     EXPECT_EQ(status, 0);
@@ -190,7 +190,11 @@ TEST_F(Store, TheNumberEntriesAllReachTheSameSlot) {
     entry("Q", "WRAT", &back, &status);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(back, value);
-  }
+  };
+  expectOneSlot(VorinSQR);
+  expectOneSlot(VorinSQR_s);
+  expectOneSlot(VorinSQR_d);
+  expectOneSlot(vorin_sqr_cdecl);
 }
 
 TEST_F(Store, SqrDQueriesForAnythingButAnUpperCaseS) {
@@ -299,10 +303,11 @@ TEST_F(Store, TheTextEntriesAllReachTheSameSlot) {
   VorinSQC("Q", "PRAV", text.data(), &length, &status);
   EXPECT_EQ(text, padded("THREE", 32));
   EXPECT_EQ(status, 0);
-  for (const auto entry : {VorinSQC, vorin_sqc_cdecl}) {
-    entry("X", "PRAV", text.data(), &length, &status);
-    EXPECT_EQ(status, 1);
-  }
+  VorinSQC("X", "PRAV", text.data(), &length, &status);
+  EXPECT_EQ(status, 1);
+  status = -9;
+  vorin_sqc_cdecl("X", "PRAV", text.data(), &length, &status);
+  EXPECT_EQ(status, 1);
 }
 
 TEST_F(Store, ATextEntryAnswersANumberAsText) {

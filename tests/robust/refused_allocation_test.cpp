@@ -17,7 +17,6 @@
 
 namespace {
 
-namespace memory = vorin::test::memory;
 using vorin::test::Job;
 using vorin::test::JobAnswer;
 using vorin::test::jobs;

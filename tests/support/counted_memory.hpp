@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#ifdef _WIN32
+#include <malloc.h>
+#endif
 
 namespace vorin::test::memory {
 
@@ -18,31 +21,53 @@ inline std::atomic<long> held = 0;                   ///< allocations that are n
 inline std::atomic<Refusal> refusal{Refusal::none};  ///< what is refused after `granted` ones
 inline std::atomic<long> granted = 0;
 
-inline void* taken(std::size_t size, std::size_t alignment) noexcept {
+inline bool isRefused() {
   const long before = asked++;
   const Refusal now = refusal;
-  if ((now == Refusal::one && before == granted) || (now == Refusal::rest && before >= granted)) {
-    return nullptr;
-  }
-  // The C library asks for a multiple of the alignment.
-  const std::size_t rounded = (size + alignment) / alignment * alignment;
-  void* const memory = alignment > alignof(std::max_align_t)
-                           ? std::aligned_alloc(alignment, rounded)
-                           : std::malloc(std::max<std::size_t>(size, 1));
+  return (now == Refusal::one && before == granted) || (now == Refusal::rest && before >= granted);
+}
+
+inline void* counted(void* memory) noexcept {
   held += memory != nullptr ? 1 : 0;
   return memory;
 }
 
-inline void* takenOrThrown(std::size_t size, std::size_t alignment) {
-  if (void* const memory = taken(size, alignment)) {
-    return memory;
+inline void* taken(std::size_t size) noexcept {
+  return isRefused() ? nullptr : counted(std::malloc(std::max<std::size_t>(size, 1)));
+}
+
+inline void* takenAligned(std::size_t size, std::align_val_t wanted) noexcept {
+  if (isRefused()) {
+    return nullptr;
   }
-  throw std::bad_alloc();
+  const auto alignment = static_cast<std::size_t>(wanted);
+  const std::size_t rounded = (size + alignment) / alignment * alignment;
+#ifdef _WIN32
+  return counted(_aligned_malloc(rounded, alignment));
+#else
+  return counted(std::aligned_alloc(alignment, rounded));  // asks for a multiple of the alignment
+#endif
+}
+
+inline void* orThrown(void* memory) {
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  return memory;
 }
 
 inline void freed(void* memory) noexcept {
   held -= memory != nullptr ? 1 : 0;
   std::free(memory);
+}
+
+inline void freedAligned(void* memory) noexcept {
+  held -= memory != nullptr ? 1 : 0;
+#ifdef _WIN32
+  _aligned_free(memory);
+#else
+  std::free(memory);
+#endif
 }
 
 /// Refuses memory while it lives: that of the allocation after `count` ones, or of all from there.
@@ -61,30 +86,27 @@ class Refused {
 }  // namespace vorin::test::memory
 
 // clang-format off
-void* operator new(std::size_t size) { return vorin::test::memory::takenOrThrown(size, 1); }
-void* operator new[](std::size_t size) { return vorin::test::memory::takenOrThrown(size, 1); }
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return vorin::test::memory::taken(size, 1);
-}
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return vorin::test::memory::taken(size, 1);
-}
+namespace memory = vorin::test::memory;
+void* operator new(std::size_t size) { return memory::orThrown(memory::taken(size)); }
+void* operator new[](std::size_t size) { return memory::orThrown(memory::taken(size)); }
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return memory::taken(size); }
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return memory::taken(size); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-  return vorin::test::memory::takenOrThrown(size, static_cast<std::size_t>(alignment));
+  return memory::orThrown(memory::takenAligned(size, alignment));
 }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*tag*/) noexcept {
-  return vorin::test::memory::taken(size, static_cast<std::size_t>(alignment));
+  return memory::takenAligned(size, alignment);
 }
-void operator delete(void* memory) noexcept { vorin::test::memory::freed(memory); }
-void operator delete[](void* memory) noexcept { vorin::test::memory::freed(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { vorin::test::memory::freed(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { vorin::test::memory::freed(memory); }
-void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { vorin::test::memory::freed(memory); }
-void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-  vorin::test::memory::freed(memory);
+void operator delete(void* block) noexcept { memory::freed(block); }
+void operator delete[](void* block) noexcept { memory::freed(block); }
+void operator delete(void* block, std::size_t /*size*/) noexcept { memory::freed(block); }
+void operator delete[](void* block, std::size_t /*size*/) noexcept { memory::freed(block); }
+void operator delete(void* block, std::align_val_t /*alignment*/) noexcept { memory::freedAligned(block); }
+void operator delete(void* block, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+  memory::freedAligned(block);
 }
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept { vorin::test::memory::freed(memory); }
-void operator delete(void* memory, std::align_val_t /*alignment*/, const std::nothrow_t& /*tag*/) noexcept {
-  vorin::test::memory::freed(memory);
+void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept { memory::freed(block); }
+void operator delete(void* block, std::align_val_t /*alignment*/, const std::nothrow_t& /*tag*/) noexcept {
+  memory::freedAligned(block);
 }
 // clang-format on

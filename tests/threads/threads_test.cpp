@@ -1,5 +1,6 @@
 // Jobs in threads give the bits of the same jobs one after the other, leave nothing behind, and
 // cost little memory each.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -63,7 +64,7 @@ const Decays& theDecays() {
 vorin_settings* settingsOf(int which) {
   vorin_settings* settings = nullptr;
   EXPECT_EQ(vorin_settings_create(&settings, nullptr, 0), VORIN_TOOLKIT_OK);
-  const std::string grid = "1ms:0.2s:" + std::to_string(pointCount);
+  const std::string grid = fmt::format("1ms:0.2s:{}", pointCount);
   EXPECT_EQ(vorin_settings_set_text(settings, "grid", grid.c_str(), nullptr, 0), 0);
   if (which == 0) {
     EXPECT_EQ(vorin_settings_set_number(settings, "noise", 0.01, nullptr, 0), 0);

@@ -205,7 +205,7 @@ Counts overSeeds(float thresh, double spike) {
     Call call = callOf(laplaceProblem<float>(200, 30, sigma, 7000 + seed));
     call.thresh = thresh;
     // The first points have a fit of their own; spikes stand among the other ones.
-    const std::size_t place = 40 + (seed * 37) % 150;
+    const auto place = static_cast<std::size_t>(40 + (seed * 37) % 150);
     call.y[place] += static_cast<float>((seed % 2 == 0 ? spike : -spike) * sigma);
     const Outcome out = run(call);
     // The fit takes the first column that helps, and a tenth of these problems is not

@@ -190,7 +190,7 @@ std::string npyVector(const std::vector<double>& values) {
 
 fs::path unfinishedName(const std::string& out) {
   std::string name = out;
-  while (name.size() > 1 && name.ends_with('/')) {
+  while (name.size() > 1 && !fs::path(name).has_filename()) {
     name.pop_back();
   }
   return fs::absolute(name + ".unfinished");
