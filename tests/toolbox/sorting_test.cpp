@@ -127,6 +127,61 @@ TEST(Sorting, FifteenAndSixteenEitherSideOfPartitioning) {
   EXPECT_EQ(sixteen, (Index{1, 10, 15, 14, 13, 12, 11, 8, 9, 2, 7, 6, 5, 4, 3, 16}));
 }
 
+// The steps of the sort by recursion, in place of a stack of postponed parts: entries first to last
+// of `index`.
+void sortPlainly(const std::vector<std::int32_t>& arr, Index& index, std::size_t first,
+                 std::size_t last) {
+  const auto value = [&](std::size_t place) {
+    return arr[static_cast<std::size_t>(index[place] - 1)];
+  };
+  const auto begin = index.begin() + static_cast<std::ptrdiff_t>(first);
+  const std::size_t size = last - first + 1;
+  if (size < 16) {
+    std::stable_sort(begin, begin + static_cast<std::ptrdiff_t>(size),
+                     [&](std::int32_t one, std::int32_t other) {
+                       return arr[static_cast<std::size_t>(one - 1)] <
+                              arr[static_cast<std::size_t>(other - 1)];
+                     });
+    return;
+  }
+  const std::size_t second = first + 1;
+  const std::size_t middleFromOne = (first + 1 + last + 1) / 2;
+  std::swap(index[second], index[middleFromOne - 1]);
+  for (const auto& [low, high] : {std::pair(first, last), {second, last}, {first, second}}) {
+    if (value(low) > value(high)) {
+      std::swap(index[low], index[high]);
+    }
+  }
+  std::size_t up = second + 1;
+  std::size_t down = last - 1;
+  for (;; ++up, --down) {
+    while (value(up) < value(second)) {
+      ++up;
+    }
+    while (value(down) > value(second)) {
+      --down;
+    }
+    if (down < up) {
+      break;
+    }
+    std::swap(index[up], index[down]);
+  }
+  std::swap(index[second], index[down]);
+  sortPlainly(arr, index, up, last);
+  sortPlainly(arr, index, first, down - 1);
+}
+
+TEST(Sorting, EqualValuesComeInTheOrderOfItsSteps) {
+  for (std::size_t n = 1; n <= 200; ++n) {
+    for (const auto& values : inputs(n)) {
+      Index expected(n);
+      std::iota(expected.begin(), expected.end(), 1);
+      sortPlainly(values, expected, 0, n - 1);
+      EXPECT_EQ(indexOf(values), expected) << n;
+    }
+  }
+}
+
 // Counts its comparisons.
 struct Counted {
   int value;

@@ -10,6 +10,7 @@
 #include <limits>
 #include <mutex>
 #include <new>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -354,14 +355,14 @@ VoxelStatus VoxelInverter::look(const VoxelBlock& block, std::size_t voxel,
       block.samples);
   double largest = 0.0;
   const bool magnitude = state_->plan.settings().magnitude;
-  for (std::size_t i = state_->own.skip; i < count; ++i) {
-    if (!std::isfinite(samples[i])) {
+  for (const double sample : std::span(samples).subspan(state_->own.skip)) {
+    if (!std::isfinite(sample)) {
       return VoxelStatus::notFinite;
     }
-    if (magnitude && samples[i] < 0.0) {
+    if (magnitude && sample < 0.0) {
       return VoxelStatus::negative;
     }
-    largest = std::max(largest, std::fabs(samples[i]));
+    largest = std::max(largest, std::fabs(sample));
   }
   if (!(largest > 0.0)) {
     return VoxelStatus::allZero;

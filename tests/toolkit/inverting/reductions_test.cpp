@@ -1,5 +1,5 @@
-// The reductions of an inversion (none, pruned to bins, compressed), the noise estimates, the
-// outliers and the L-curve: where mathematics says that two of them agree, they do.
+// The reductions of an inversion (none, pruned to bins, compressed), the noise estimates and the
+// L-curve: where mathematics says that two of them agree, they do.
 #include <gtest/gtest.h>
 #include <vorin.h>
 
@@ -7,7 +7,6 @@
 #include <cmath>
 #include <memory>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,8 +15,8 @@
 #include "toolkit/inverting/lcurve.hpp"
 #include "toolkit/inverting/library.hpp"
 #include "toolkit/inverting/library_job.hpp"
-#include "toolkit/inverting/outliers.hpp"
 #include "toolkit/inverting/problem.hpp"
+#include "toolkit/inverting/reduced_decays.hpp"
 #include "toolkit/measures/measures.hpp"
 #include "toolkit/model/decay.hpp"
 #include "toolkit/model/distribution.hpp"
@@ -28,33 +27,6 @@
 
 namespace vorin::toolkit {
 namespace {
-
-const Distribution trueDistribution =
-    distributionOf({{0.008, 0.15, 30.0}, {0.09, 0.15, 70.0}}, LogGrid{1e-4, 10.0, 200}.times());
-constexpr double noiseLevel = 0.5;
-
-Decay train(std::uint64_t seed = 1, double noise = noiseLevel) {
-  std::vector<double> times;
-  for (int i = 1; i <= 1200; ++i) {
-    times.push_back(4e-4 * i);
-  }
-  return simulatedDecay(Kernel::t2, trueDistribution, times, noise, seed);
-}
-
-/// The library's own search: it is what depends on the reduction.
-InversionSettings settingsFor(const Decay& decay) {
-  InversionSettings settings;
-  settings.method = Method::classic;
-  LogGrid grid = gridFor(decay.time);
-  grid.points = 60;
-  settings.grid = grid.times();
-  return settings;
-}
-
-Inversion invertQuietly(const Decay& decay, const InversionSettings& settings) {
-  const ScratchFolder scratch;
-  return invert(decay, settings);
-}
 
 /// The problem that invert(decay, settings) solves.
 ReducedProblem reducedProblem(const Decay& decay, const InversionSettings& settings) {
@@ -85,20 +57,6 @@ double squares(const ReducedProblem& problem, const std::vector<double>& f) {
   }
   return sum;
 }
-
-struct Reduction {
-  const char* name;
-  const char* pruning;
-  bool compressed;
-};
-// The name of a test shows it; without this its bytes, addresses among them.
-void PrintTo(const Reduction& reduction, std::ostream* out) {
-  *out << reduction.name;
-}
-const std::vector<Reduction> reductions{
-    {"Whole", "NONE", false},           {"LogBins", "LOG", false},
-    {"LinearBins", "LIN", false},       {"CompressedWhole", "NONE", true},
-    {"CompressedLogBins", "LOG", true}, {"CompressedLinearBins", "LIN", true}};
 
 class Reductions : public testing::TestWithParam<Reduction> {
  protected:
@@ -368,95 +326,6 @@ TEST(NoiseSources, AnEstimateDoesNotStayForTheNextInversion) {
   EXPECT_EQ(after.distribution.amplitude, before.distribution.amplitude);
 }
 
-TEST(Outliers, AreFoundAndLeftOutWithEveryReduction) {
-  const std::vector<std::size_t> spikes{100, 101, 555, 1199};
-  Decay decay = train();
-  for (std::size_t i : spikes) {
-    decay.amplitude[i] += i == 555 ? -200.0 : 12.0;  // -400 and 24 standard deviations
-  }
-  for (const Reduction& reduction : reductions) {
-    InversionSettings settings = settingsFor(decay);
-    settings.pruning = reduction.pruning;
-    if (reduction.compressed) {
-      settings.compression = Compression{};
-    }
-    settings.noise = noiseLevel;
-    settings.rejectBeyond = 6.0;
-    settings.rejection = Rejection::robust;
-    const Inversion inversion = invertQuietly(decay, settings);
-    EXPECT_EQ(inversion.rejected, spikes) << reduction.name;
-    EXPECT_EQ(inversion.fit.size(), decay.time.size());
-    EXPECT_NEAR(inversion.fitError / noiseLevel, 1.0, 0.1) << reduction.name;
-
-    Decay rest;
-    for (std::size_t i = 0; i < decay.time.size(); ++i) {
-      if (std::find(spikes.begin(), spikes.end(), i) == spikes.end()) {
-        rest.time.push_back(decay.time[i]);
-        rest.amplitude.push_back(decay.amplitude[i]);
-      }
-    }
-    settings.rejectBeyond.reset();
-    const Inversion without = invertQuietly(rest, settings);
-    EXPECT_TRUE(without.rejected.empty());
-    EXPECT_EQ(inversion.weight, without.weight) << reduction.name;
-    EXPECT_EQ(inversion.distribution.amplitude, without.distribution.amplitude) << reduction.name;
-    // K f at a sample that was kept and has moved by two places, summed in double and single.
-    EXPECT_NEAR(inversion.fit[300], without.fit[298], 1e-3);
-  }
-}
-
-// Against fits of all samples that are left, in place of K'K with the others taken away: each round
-// leaves out those at least half as far off as the farthest, and the last finds none.
-TEST(Outliers, AreThoseOfFitsOfAllSamplesThatAreLeft) {
-  Decay decay = train(3);
-  for (std::size_t i = 0; i < decay.amplitude.size(); i += 23) {
-    decay.amplitude[i] += (i % 2 == 0 ? 1.0 : -1.0) * 0.2 * static_cast<double>(i % 31);
-  }
-  const LibraryJob job;
-  const InversionSettings settings = settingsFor(decay);
-  setKeys(settings);
-  const Problem whole(decay, settings);
-  constexpr double threshold = 4.0;
-  const std::size_t columns = settings.grid.size();
-  std::vector<std::size_t> expected;
-  for (bool more = true; more;) {
-    const Problem rest = whole.without(expected);
-    const std::vector<float>& matrix = *rest.kernel().matrix();
-    const std::vector<double> K(matrix.begin(), matrix.end());
-    const std::vector<double> d(rest.data().begin(), rest.data().end());
-    std::vector<double> f(columns);
-    std::int32_t status = 0;
-    plsN_dll(K.data(), static_cast<std::int32_t>(d.size()), static_cast<std::int32_t>(columns),
-             d.data(), f.data(), &status);
-    const std::vector<double> fit = rest.fitOf(f);
-    std::vector<double> off(d.size());
-    for (std::size_t i = 0; i < d.size(); ++i) {
-      off[i] = std::fabs(d[i] - fit[i]);
-    }
-    std::vector<double> rising = off;
-    std::sort(rising.begin(), rising.end());
-    constexpr double medianOfNormal = 0.6744897501960817;
-    const double noise = rising[rising.size() / 2] / medianOfNormal;
-    const double limit = std::max(threshold * noise, 0.5 * rising.back());
-    std::vector<std::size_t> next = expected;
-    std::size_t number = 0;
-    for (std::size_t i = 0; i < whole.data().size(); ++i) {
-      if (std::binary_search(expected.begin(), expected.end(), i)) {
-        continue;
-      }
-      if (off[number] >= limit) {
-        next.push_back(i);
-      }
-      ++number;
-    }
-    std::sort(next.begin(), next.end());
-    more = next.size() > expected.size();
-    expected = next;
-  }
-  EXPECT_GT(expected.size(), 20U);
-  EXPECT_EQ(outliers(whole, threshold), expected);
-}
-
 // A kernel of more elements than are kept is computed a column at a time; given as a matrix, the
 // same kernel takes the way of every other.
 TEST(LargeKernels, GiveTheBitsOfTheirMatrix) {
@@ -492,52 +361,6 @@ TEST(LargeKernels, GiveTheBitsOfTheirMatrix) {
     EXPECT_LT(relativeDistance(computed.fit, kept.fit), 1e-6);
     EXPECT_NEAR(computed.fitError / kept.fitError, 1.0, 1e-6);
   }
-}
-
-// The library's way: VorinyC5_s with L2MO at 1 and L2NS at the limit.
-TEST(Outliers, OfTheLibraryAreThoseItMarks) {
-  Decay decay = train();
-  const std::vector<std::size_t> spikes{100, 101, 1199};
-  for (std::size_t i : spikes) {
-    decay.amplitude[i] += 12.0;  // 24 standard deviations
-  }
-  InversionSettings settings = settingsFor(decay);
-  settings.noise = noiseLevel;
-  settings.rejectBeyond = 8.0;
-  const Inversion inversion = invertQuietly(decay, settings);
-  EXPECT_EQ(inversion.rejected, spikes);
-  EXPECT_EQ(inversion.fit.size(), decay.time.size());
-  EXPECT_NEAR(inversion.fitError / noiseLevel, 1.0, 0.1);
-
-  // It is the fifth compressed driver, with nothing to compress: to the keys it is the same
-  // whether they are set here or there.
-  InversionSettings byKeys = settingsFor(decay);
-  byKeys.noise = noiseLevel;
-  byKeys.compression = Compression{};
-  byKeys.assignments = {"L2MO=1", "L2NS=8", "SVDN=0"};
-  EXPECT_EQ(invertQuietly(decay, byKeys).distribution.amplitude, inversion.distribution.amplitude);
-  settings.rejectBeyond.reset();
-  EXPECT_NE(invertQuietly(decay, settings).distribution.amplitude,
-            inversion.distribution.amplitude);
-}
-
-TEST(Outliers, FewGoodSamplesAreTakenForThem) {
-  std::size_t beyond3 = 0;
-  std::size_t beyond4 = 0;
-  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
-    const Decay decay = train(seed);
-    InversionSettings settings = settingsFor(decay);
-    settings.weight = 1.0;
-    settings.rejection = Rejection::robust;
-    settings.rejectBeyond = 3.0;
-    beyond3 += invertQuietly(decay, settings).rejected.size();
-    settings.rejectBeyond = 4.0;
-    beyond4 += invertQuietly(decay, settings).rejected.size();
-  }
-  // Of 12000 normal variates 32.4 lie beyond 3 standard deviations and 0.76 beyond 4. Leaving
-  // some out lowers the estimate of the noise and so the limit, by a per cent or two.
-  EXPECT_NEAR(static_cast<double>(beyond3), 36.0, 3.0 * 6.0);
-  EXPECT_LE(beyond4, 5U);
 }
 
 }  // namespace

@@ -52,6 +52,8 @@ np.savez("plain.npz", t=t, y=y)
 np.savez_compressed("packed.npz", time_ms=1e3 * t, signal=(y - 1j * y).astype("c8"), scans=16)
 np.savez("turned.npz", a=y, b=t)
 np.savez("several.npz", t=t, a=y, b=2 * y)
+np.savez("two.npz", first=y, second=y)
+np.save("unnamed.npy", np.c_[y, y, y])
 np.savez("mixed.npz", t=t, y=y, cube=np.ones((2, 2, 2)), who=np.array(["me"]))
 np.save("columns.npy", np.c_[t, y].astype(">f8"))
 np.save("fortran.npy", np.asfortranarray(np.c_[t, y]))
@@ -69,12 +71,17 @@ np.save("objects.npy", np.array([{}], dtype=object))
   format.columns = parseColumns("t,a", "--columns");
   expectDecay(readFileDecay(folder / "several.npz", format));
   expectDecay(readFileDecay((folder / "several.npz").string() + ":a", {}));
-  expectRefusal(folder / "several.npz", "say by --columns which hold time and amplitude");
+  expectRefusal(folder / "several.npz",
+                "say by --columns which hold time and amplitude, for instance --columns t,a");
+  expectRefusal(folder / "two.npz",
+                "say by --columns which hold time and amplitude, for instance --columns "
+                "first,second");
+  expectRefusal(folder / "unnamed.npy",
+                "say by --columns which hold time and amplitude, for instance --columns 1,2");
   expectRefusal((folder / "mixed.npz").string() + ":cube", "the array has 3 dimensions");
   expectRefusal(folder / "objects.npy", "the array holds |O; numbers are needed");
 }
 
-// A header alone: what it announces is looked at before the numbers are.
 // One bit of a number, in an archive whose members are not packed: their checksum tells.
 TEST(Numpy, ADamagedNumberIsNoticed) {
   const TemporaryFolder folder;
@@ -109,6 +116,7 @@ np.savez("f.npz", **{"a%02d" % k: np.arange(5 + k) for k in range(25)})
   }
 }
 
+// A header alone: what it announces is looked at before the numbers are.
 TEST(Npy, HoldsAHundredMillionNumbersAtMost) {
   const auto refusal = [](const std::string& shape) {
     const std::string header =
