@@ -220,6 +220,17 @@ TEST(VorinPruneZ, EqualsTheDenseDefinitionOnTimesThatDoNotRise) {
   }
 }
 
+// Linear edges over 0.5 .. 3.5, of which 2 is one: five for a target of 4.
+TEST(VorinPruneZ, APointOnAnEdgeCountsInBothBinsOfTimesThatDoNotRiseToo) {
+  Request request{{1.0f, 2.0f, 1.0f, 2.0f, 3.0f}};
+  request.mode = VORIN_PRUNE_LINEAR;
+  for (int target = 1; target <= 6; ++target) {
+    request.maxBins = 12;
+    request.target = target;
+    expectLiteral(request);
+  }
+}
+
 TEST(VorinPruneZ, ScaleEntersTheNorm) {
   Request request{evenTimes(40)};
   vorin::test::Uniform uniform(3);

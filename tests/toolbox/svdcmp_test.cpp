@@ -297,6 +297,26 @@ TYPED_TEST(Svdcmp, ConvergenceIsSilent) {
   EXPECT_EQ(log.written(), Lines{});
 }
 
+// Without a shift near a singular value an element above the diagonal falls by the square of the
+// ratio of two neighbours a pass, here by some per cent.
+TYPED_TEST(Svdcmp, CloseSingularValuesConvergeToo) {
+  using Real = TypeParam;
+  OpenLog log("SVDCLOSE");
+  auto a = random<Real>("close values", 30, 30, 35);
+  for (std::size_t i = 0; i < 30; ++i) {
+    a.values[31 * i] += Real(100);
+  }
+  const auto f = decomposed(a);
+  EXPECT_EQ(log.written(), Lines{});
+  std::vector<double> values(f.w.begin(), f.w.end());
+  std::sort(values.begin(), values.end());
+  std::vector<double> expected = reference(a);
+  std::sort(expected.begin(), expected.end());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    EXPECT_NEAR(values[i], expected[i], tolerance(a) * expected.back()) << i;
+  }
+}
+
 TYPED_TEST(Svdcmp, EmptyMatrices) {
   decomposed(Matrix<TypeParam>{"no columns", 3, 0, {}});
   const auto f = decomposed(Matrix<TypeParam>{"no rows", 0, 2, {}});

@@ -146,6 +146,34 @@ TEST_F(MapFiles, AKernelInAFileIsTheKernelByName) {
   EXPECT_NE(outcome.err.find("short.txt"), std::string::npos) << outcome.err;
 }
 
+// The first value of each row of a Spinsolve's set is at the shortest delay, the last at the
+// longest.
+TEST(Spinsolve, DelaysSpreadFromTheShortestToTheLongest) {
+  const TemporaryFolder folder;
+  writeFile(folder / "acqu.par",
+            "minTau = 10\nmaxTau = 1000\ntauSteps = 3\nnrEchoes = 2\nechoTime = 500\n");
+  writeFile(folder / "T1IRT2.dat", "-4 0 -2 0\n1 0 0.5 0\n4 0 2 0\n");
+  const MapData data = readMap(folder.path(), {}).data;
+  ASSERT_EQ(data.times1.size(), 3U);
+  EXPECT_DOUBLE_EQ(data.times1[0], 0.01);
+  EXPECT_DOUBLE_EQ(data.times1[1], 0.1);
+  EXPECT_DOUBLE_EQ(data.times1[2], 1.0);
+  EXPECT_EQ(data.times2, (std::vector<double>{1.0 * 500e-6, 2.0 * 500e-6}));
+}
+
+TEST_F(MapFiles, AFileMayHaveANameOfAnyLetters) {
+  fs::copy_file(folder / "data.csv", folder /
+                                         "donn\xC3\xA9"
+                                         "es.csv");
+  const Outcome outcome =
+      run({"donn\xC3\xA9"
+           "es.csv"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("donn\xC3\xA9"
+                             "es.csv"),
+            std::string::npos);
+}
+
 TEST_F(MapFiles, AMapOfNothingEndsWithOne) {
   for (double& sample : e.data.samples) {
     sample = -std::fabs(sample) - 1.0;

@@ -132,6 +132,19 @@ TEST(InvertMap, TellsWhatIsEmptyOrCancelled) {
   EXPECT_EQ(invertMap(e.data, e.settings).status, MapStatus::cancelled);
 }
 
+// The first weight of many is as far as it gets.
+TEST(InvertMap, DoesNoMoreWorkWhenItIsCancelled) {
+  Experiment e = experiment(Kernel::t2, 20, 100.0, 2);
+  const int all = invertMap(e.data, e.settings).steps;
+  int told = 0;
+  e.settings.progress = [&told](double) { return ++told < 3; };
+  const MapInversion cancelled = invertMap(e.data, e.settings);
+  EXPECT_EQ(cancelled.status, MapStatus::cancelled);
+  EXPECT_EQ(told, 3);
+  EXPECT_GT(all, 0);
+  EXPECT_LE(4 * cancelled.steps, 3 * all);
+}
+
 std::string complaint(const Experiment& e) {
   try {
     invertMap(e.data, e.settings);

@@ -101,5 +101,12 @@ TEST(DefaultGrids, AGivenGridStays) {
   EXPECT_GT(prepared.settings.grid1.front(), e.data.times1.front());
 }
 
+TEST(MapGrid, BeginsAtTheFirstTimeAboveZero) {
+  const std::vector<double> times{0.0, 1e-3, 2e-3, 3e-3};
+  const std::vector<double> grid = mapGridFor(times, Kernel::t2);
+  EXPECT_DOUBLE_EQ(grid.front(), 1e-3);
+  EXPECT_DOUBLE_EQ(grid.back(), 9e-3);
+}
+
 }  // namespace
 }  // namespace vorin::toolkit::test

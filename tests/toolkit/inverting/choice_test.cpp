@@ -179,6 +179,30 @@ TEST(Choice, FitsABaseline) {
   EXPECT_NEAR(inversion.fit.back(), 3.0, 0.15);
 }
 
+// Diffusion: what hardly falls up to the last b value is no part of the constant's rivals.
+TEST(Choice, FitsABaselineBesideDiffusion) {
+  std::vector<double> b;
+  for (int i = 0; i < 200; ++i) {
+    b.push_back(5e7 * i);
+  }
+  const Decay decay = lineDecay(b, 3.0, 100.0, 1e9, 0.2);
+  InversionSettings settings = settingsOf(decay, Kernel::diffusion);
+  settings.baseline = FittedOrGiven{};
+  const Inversion inversion = invert(decay, settings);
+  EXPECT_NEAR(inversion.offset.value_or(0.0), 3.0, 0.15);
+  EXPECT_NEAR(logMean(inversion.distribution), 1e-9, 2e-11);
+}
+
+// An inversion recovery that ends before it passes zero: its least sample is its last.
+TEST(Choice, ARecoveryThatEndsBelowZeroHasLostNoSign) {
+  for (const int count : {18, 20, 22}) {
+    const std::vector<double> early = LogGrid{0.01, 0.2, count}.times();
+    const Decay decay = lineDecay(early, 100.0, -200.0, 0.4, 0.5);
+    EXPECT_LT(*std::max_element(decay.amplitude.begin(), decay.amplitude.end()), 0.0);
+    EXPECT_NE(inverted(decay, Kernel::t1Inversion).finding.kind, FindingKind::magnitude);
+  }
+}
+
 TEST(Choice, ACornerIsRightOrTold) {
   int told = 0;
   for (unsigned seed = 1; seed <= 20; ++seed) {

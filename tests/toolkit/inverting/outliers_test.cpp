@@ -69,8 +69,7 @@ TEST(Outliers, AreThoseOfFitsOfAllSamplesThatAreLeft) {
   setKeys(settings);
   const Problem whole(decay, settings);
   constexpr double threshold = 4.0;
-  const std::vector<std::size_t> expected =
-      outliersByFits(whole, settings.grid.size(), threshold);
+  const std::vector<std::size_t> expected = outliersByFits(whole, settings.grid.size(), threshold);
   EXPECT_GT(expected.size(), 20U);
   EXPECT_EQ(outliers(whole, threshold), expected);
 }

@@ -1,4 +1,5 @@
-// Decays of two components and the inversions that the tests of reductions and outliers make of them.
+// Decays of two components and the inversions that the tests of reductions and outliers make of
+// them.
 #pragma once
 
 #include <cstdint>

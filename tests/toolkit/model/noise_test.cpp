@@ -75,6 +75,10 @@ TEST(Noise, DoesNotDependOnTheUnitOrOnASampleAtZero) {
   Decay decay = simulatedDecay(Kernel::t2, trueDistribution, evenTimes(0.0, 4e-4, 1500), 0.5, 3);
   const double noise = *differenceNoise(decay);
   EXPECT_NEAR(noise / 0.5, 1.0, 4.0 * relativeSpread(1310));
+  Decay behind = decay;
+  behind.time.erase(behind.time.begin());
+  behind.amplitude.erase(behind.amplitude.begin());
+  EXPECT_EQ(*differenceNoise(behind), noise);
   for (double& amplitude : decay.amplitude) {
     amplitude *= 1024.0;
   }

@@ -179,7 +179,9 @@ TEST(Hdf5, WhatIsAmbiguousIsListed) {
     }
     file.put("cube", Numbers(8, 1.0), {2, 2, 2});
     file.put("only", signal, {4});
+    file.put("scans", {16}, {});
   }
+  EXPECT_EQ(refusal(within(path, "/c")).find("damaged"), std::string::npos);
   expectRefusal(path, "there are several arrays with times, \"/a/y\" (4), \"/b/y\" (4); name one");
   expectDecay(within(path, "/b/y"));
   expectRefusal(within(path, "/c"),
@@ -324,6 +326,27 @@ TEST(Matlab, EveryVersionIsRead) {
       file.put("A", {0.001, 0.002, 0.003, 0.004, 8, 4, 2, 1}, 4);
     }
     expectDecay(path);
+  }
+}
+
+// Its files have no mark: a name of letters, digits and '_' is what they are known by.
+TEST(Matlab, Version4IsKnownByItsName) {
+  const TemporaryFolder folder;
+  for (const std::string name : {"azAZ09_", "a[", "a`", "a{", "a@", "a/", "a:"}) {
+    std::string bytes;
+    for (const std::int32_t number : {0, 4, 2, 0, static_cast<std::int32_t>(name.size() + 1)}) {
+      bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
+    }
+    bytes.append(name.c_str(), name.size() + 1);
+    for (const Numbers& column : {times, signal}) {
+      bytes.append(reinterpret_cast<const char*>(column.data()), sizeof(double) * column.size());
+    }
+    test::writeFile(folder / "f.mat", bytes);
+    if (name == "azAZ09_") {
+      expectDecay(folder / "f.mat");
+    } else {
+      EXPECT_EQ(refusal(folder / "f.mat").find("MATLAB"), std::string::npos) << name;
+    }
   }
 }
 

@@ -156,29 +156,32 @@ TEST(Prospa, RowsOfAMatrixAreDecaysWhereTheyAreChosen) {
 TEST(Topspin, ASeriesIsReadInBothByteOrdersAndWithPaddedRows) {
   const TemporaryFolder folder;
   for (const bool big : {false, true}) {
-    writeFile(folder / "acqus", fmt::format("##TITLE= x\n##$TD= 16\n##$AQ_mod= 3\n##$DTYPA= 0\n"
-                                            "##$BYTORDA= {}\n##$GRPDLY= 1.5\n",
-                                            big ? 1 : 0));
-    writeFile(folder / "acqu2s", "##TITLE= x\n##$TD= 2\n");
-    writeFile(folder / "vdlist", "20.000m \n1.5");
-    std::string ser;
-    for (const std::int32_t signal : {-100, 300}) {
-      std::string row;
-      for (int k = 0; k < 16; ++k) {  // complex points 0 and 1 are before the signal
-        const std::int32_t number = k < 4 ? 7 : k % 2 == 0 ? signal : 10;
-        std::string own;
-        put(own, number);
-        row += big ? std::string(own.rbegin(), own.rend()) : own;
+    for (const int points : {16, 256}) {  // padded, and a block of 1024 bytes as they are
+      writeFile(folder / "acqus", fmt::format("##TITLE= x\n##$TD= {}\n##$AQ_mod= 3\n##$DTYPA= 0\n"
+                                              "##$BYTORDA= {}\n##$GRPDLY= 1.5\n",
+                                              points, big ? 1 : 0));
+      writeFile(folder / "acqu2s", "##TITLE= x\n##$TD= 2\n");
+      writeFile(folder / "vdlist", "20.000m \n1.5");
+      std::string ser;
+      for (const std::int32_t signal : {-100, 300}) {
+        std::string row;
+        for (int k = 0; k < points; ++k) {  // complex points 0 and 1 are before the signal
+          // and those behind the sixth have decayed
+          const std::int32_t number = k < 4 ? 7 : k >= 12 ? 1 : k % 2 == 0 ? signal : 10;
+          std::string own;
+          put(own, number);
+          row += big ? std::string(own.rbegin(), own.rend()) : own;
+        }
+        row.resize(1024);
+        ser += row;
       }
-      row.resize(1024);
-      ser += row;
-    }
-    writeFile(folder / "ser", ser);
-    for (const fs::path& path : {folder.path(), folder / "ser"}) {
-      const MeasuredDecay decay = readMeasuredDecay(path, {});
-      EXPECT_EQ(decay.decay.time, (Numbers{20.0 / 1e3, 1.5}));
-      EXPECT_EQ(decay.decay.amplitude, (Numbers{-100, 300}));
-      EXPECT_EQ(decay.imaginary, (Numbers{10, 10}));
+      writeFile(folder / "ser", ser);
+      for (const fs::path& path : {folder.path(), folder / "ser"}) {
+        const MeasuredDecay decay = readMeasuredDecay(path, {});
+        EXPECT_EQ(decay.decay.time, (Numbers{20.0 / 1e3, 1.5}));
+        EXPECT_EQ(decay.decay.amplitude, (Numbers{-100, 300}));
+        EXPECT_EQ(decay.imaginary, (Numbers{10, 10}));
+      }
     }
   }
   writeFile(folder / "vdlist", "20m\n");
@@ -202,6 +205,47 @@ TEST(Topspin, TablesOfPeaksAreColumns) {
   EXPECT_EQ(peaks[1].column, "1.2 ppm");
   EXPECT_EQ(peaks[1].measured.decay.time, (Numbers{0.5, 1.0}));
   EXPECT_EQ(peaks[1].measured.decay.amplitude, (Numbers{6, 7}));
+}
+
+/// Two rows of two complex samples, in acquisitions of `window` samples, with a table of their
+/// delays under a name of `letters` letters.
+std::string tecmagFile(std::size_t letters, std::int32_t window = 2) {
+  std::string bytes = "TNT1.008";
+  bytes.resize(20 + 16);
+  for (const std::int32_t count : {2, 2, 1, 1, window}) {  // of each dimension, and of the window
+    put(bytes, count);
+  }
+  bytes.resize(20 + 272);
+  put(bytes, 1e-6);
+  bytes.resize(20 + 1024);
+  bytes += "DATA";
+  bytes.resize(bytes.size() + 8);
+  for (const float number : {4.F, 1.F, 4.F, 1.F, 2.F, -1.F, 2.F, -1.F}) {
+    put(bytes, number);
+  }
+  const std::string table = std::string(letters, 'd') + ":2";
+  const std::string delays = "1m\r\n20m\r\n";
+  bytes += table + std::string(8, '\0');
+  put(bytes, static_cast<std::int32_t>(table.size()));
+  bytes += table;
+  put(bytes, static_cast<std::int32_t>(delays.size()));
+  return bytes + delays;
+}
+
+TEST(Tecmag, TheDelaysHaveANameOfSixteenLettersAtMost) {
+  const TemporaryFolder folder;
+  for (const std::size_t letters : {1U, 16U}) {
+    writeFile(folder / "d.tnt", tecmagFile(letters));
+    const MeasuredDecay decay = readMeasuredDecay(folder / "d.tnt", {});
+    EXPECT_EQ(decay.decay.time, (Numbers{1.0 / 1e3, 20.0 / 1e3}));
+    EXPECT_EQ(decay.decay.amplitude, (Numbers{8, 4}));
+    EXPECT_EQ(decay.imaginary, (Numbers{2, -2}));
+  }
+  writeFile(folder / "d.tnt", tecmagFile(17));
+  EXPECT_NE(refusal(folder / "d.tnt").find("0 tables of delays"), std::string::npos);
+  writeFile(folder / "d.tnt", tecmagFile(16, 1));
+  EXPECT_NE(refusal(folder / "d.tnt").find("2 rows of 2 acquisitions, a map over two axes"),
+            std::string::npos);
 }
 
 TEST(GeoSpec, MapsAndDiffusionAreAskedFor) {

@@ -17,6 +17,8 @@ TEST(Numbers, ReadsWhatPeopleAndProgramsWrite) {
   EXPECT_EQ(parseNumber("-.5E+1"), -5.0);
   EXPECT_EQ(parseNumber("1e-999"), 0.0);
   EXPECT_EQ(parseNumber("-1e999"), -HUGE_VAL);
+  EXPECT_EQ(parseNumber("0." + std::string(400, '0') + "1e+10"), 0.0);
+  EXPECT_EQ(parseNumber("1" + std::string(400, '0') + "e-10"), HUGE_VAL);
   EXPECT_TRUE(std::isnan(*parseNumber("nan")));
 }
 

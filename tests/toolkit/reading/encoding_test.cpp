@@ -1,0 +1,41 @@
+// Text in UTF-16, by the definition of its surrogates (The Unicode Standard, section 3.9).
+#include "toolkit/reading/encoding.hpp"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+
+namespace vorin::toolkit {
+namespace {
+
+/// Little-endian with its mark, decoded.
+std::string decoded(std::initializer_list<unsigned> units) {
+  std::string text = "\xFF\xFE";
+  for (const unsigned unit : units) {
+    text += static_cast<char>(unit & 0xFFU);
+    text += static_cast<char>(unit >> 8U);
+  }
+  EXPECT_EQ(decode(text), "UTF-16");
+  return text;
+}
+
+TEST(Encoding, PairsOfSurrogatesAreOneCharacter) {
+  EXPECT_EQ(decoded({'t', 0xD835, 0xDF0F, 's'}), "t\xF0\x9D\x9C\x8Fs");  // U+1D70F
+  EXPECT_EQ(decoded({0xD800, 0xDC00}), "\xF0\x90\x80\x80");              // U+10000
+  EXPECT_EQ(decoded({0xDBFF, 0xDFFF}), "\xF4\x8F\xBF\xBF");              // U+10FFFF
+}
+
+TEST(Encoding, ASurrogateAloneIsReplaced) {
+  const std::string replacement = "\xEF\xBF\xBD";
+  EXPECT_EQ(decoded({0xD800, 0xE000}), replacement + "\xEE\x80\x80");
+  EXPECT_EQ(decoded({0xD800, 0xDBFF, 'a'}), replacement + replacement + "a");
+  EXPECT_EQ(decoded({0xDC00, 'a'}), replacement + "a");
+  EXPECT_EQ(decoded({'a', 0xD800}), "a" + replacement);
+  EXPECT_EQ(decoded({0xD7FF, 'a'}),
+            "\xED\x9F\xBF"
+            "a");
+}
+
+}  // namespace
+}  // namespace vorin::toolkit

@@ -1,0 +1,136 @@
+// What gnuplot is told to draw, read off the scripts: all points within their axes, all lines on
+// the page, and of many samples those that can be seen.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "toolkit/writing/lcurve_picture.hpp"
+#include "toolkit/writing/pdf_report.hpp"
+#include "toolkit/writing/picture_parts.hpp"
+#include "toolkit/writing/report_content.hpp"
+#include "toolkit/writing/together_picture.hpp"
+
+namespace vorin::toolkit {
+namespace {
+
+/// The last script that was run in `scratch`.
+std::string scriptIn(const PrivateFolder& scratch) {
+  const std::ifstream file(scratch.path() / "picture.gp");
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+/// What the groups of `pattern` hold, wherever it is found.
+std::vector<std::vector<double>> numbersIn(const std::string& text, const char* pattern) {
+  const std::regex expression(pattern);
+  std::vector<std::vector<double>> found;
+  for (auto at = std::sregex_iterator(text.begin(), text.end(), expression);
+       at != std::sregex_iterator(); ++at) {
+    found.emplace_back();
+    for (std::size_t group = 1; group < at->size(); ++group) {
+      found.back().push_back(std::stod((*at)[group].str()));
+    }
+  }
+  return found;
+}
+
+/// Of a line that falls and its fit, a column of the picture holds the ends; and where the fit is
+/// farthest off on either side.
+TEST(SeenSamples, AreTheExtremesOfAmplitudeAndResidual) {
+  constexpr std::size_t count = 40000;  // twenty in each of 2000 columns
+  std::vector<double> time(count);
+  std::vector<double> amplitude(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    time[i] = 1000.0 + static_cast<double>(i);
+    amplitude[i] = 1e6 - static_cast<double>(i);
+  }
+  std::vector<double> fit = amplitude;
+  fit[20007] -= 0.5;
+  fit[20011] += 0.5;
+  const std::vector<std::size_t> seen = seenSamples(time, amplitude, fit);
+  EXPECT_TRUE(std::binary_search(seen.begin(), seen.end(), 20007U));
+  EXPECT_TRUE(std::binary_search(seen.begin(), seen.end(), 20011U));
+  EXPECT_FALSE(std::binary_search(seen.begin(), seen.end(), 20009U));
+  EXPECT_LE(seen.size(), 8004U);
+  EXPECT_EQ(seen.front(), 0U);
+  EXPECT_EQ(seen.back(), count - 1);
+}
+
+TEST(LCurvePicture, AllPointsLieWithinTheAxes) {
+  LCurve curve;
+  for (int i = 0; i < 17; ++i) {
+    const double weight = std::pow(10.0, -2.0 + 0.25 * i);
+    curve.points.push_back({weight, 1.0 + weight, 20.0 / (1.0 + weight)});
+  }
+  curve.corner = 8;
+  curve.used = curve.points[5];
+  const Decay decay{{1.0, 2.0}, {2.0, 1.0}};
+  const PrivateFolder scratch;
+  drawLCurve("l.svg", scratch, curve, {"a.csv", decay, Kernel::t2});
+  const auto x = numbersIn(scriptIn(scratch), "set xrange \\[([^:\\]]+):([^\\]]+)\\]");
+  const auto y = numbersIn(scriptIn(scratch), "set yrange \\[([^:\\]]+):([^\\]]+)\\]");
+  ASSERT_EQ(x.size(), 1U);
+  ASSERT_EQ(y.size(), 1U);
+  for (const LCurvePoint& point : curve.points) {
+    EXPECT_LT(x[0][0], point.residualNorm);
+    EXPECT_GT(x[0][1], point.residualNorm);
+    EXPECT_LT(y[0][0], point.solutionNorm);
+    EXPECT_GT(y[0][1], point.solutionNorm);
+  }
+}
+
+TEST(TogetherPicture, LinesAreDashedWhereTheColoursComeAgain) {
+  const Decay decay{{0.001, 0.002}, {2.0, 1.0}};
+  const TogetherCurve curve{
+      "a", decay.time, decay.amplitude, decay.amplitude, {{0.01, 0.1}, {1.0, 2.0}}};
+  const PrivateFolder scratch;
+  drawTogether("p.svg", scratch, std::vector<TogetherCurve>(mostTogether, curve),
+               Arrangement::overlay, {"a.csv", decay, Kernel::t2});
+  std::vector<std::string> styles;
+  const std::string script = scriptIn(scratch);
+  const std::regex expression("lc rgb '(#[0-9a-f]+)' dt ([0-9])");
+  for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
+       at != std::sregex_iterator(); ++at) {
+    const std::string style = (*at)[1].str() + " " + (*at)[2].str();
+    if (std::find(styles.begin(), styles.end(), style) == styles.end()) {
+      styles.push_back(style);
+    }
+  }
+  ASSERT_EQ(styles.size(), mostTogether);
+  for (std::size_t i = 0; i < 8; ++i) {
+    EXPECT_EQ(styles[i].back(), '1') << i;  // solid
+    EXPECT_NE(styles[i + 8].back(), '1') << i;
+    EXPECT_EQ(styles[i].substr(0, 7), styles[i + 8].substr(0, 7)) << i;
+  }
+}
+
+TEST(PdfReport, LinesLieOnThePage) {
+  Inversion inversion;
+  inversion.distribution = {{0.01, 0.03, 0.1}, {1.0, 0.0, 3.0}};
+  inversion.fit = {7.0, 5.0, 1.0};
+  inversion.noise = 1.0;
+  inversion.lastColumn = 2;
+  const Decay decay{{0.001, 0.002, 0.003}, {8.0, 4.0, 2.0}};
+  const PrivateFolder scratch;
+  pdfReport("r.pdf", scratch, reportContent(inversion, {"a.csv", decay, Kernel::t2}));
+  const auto lines = numbersIn(scriptIn(scratch),
+                               "set arrow from screen ([^,]+),([^ ]+) to screen ([^,]+),([^ ]+) ");
+  EXPECT_FALSE(lines.empty());
+  for (const std::vector<double>& line : lines) {
+    for (const double place : line) {
+      EXPECT_GE(place, 0.0);
+      EXPECT_LE(place, 1.0);
+    }
+    EXPECT_TRUE(line[0] < line[2] || line[1] != line[3]);
+  }
+}
+
+}  // namespace
+}  // namespace vorin::toolkit
