@@ -12,6 +12,7 @@
 #include "support/child.hpp"
 #include "toolkit/model/grid.hpp"
 #include "toolkit/reading/npy.hpp"
+#include "toolkit/two_dimensional/map_reading.hpp"
 #include "toolkit/two_dimensional/map_report.hpp"
 #include "toolkit/user_error.hpp"
 #include "two_dimensional/experiments.hpp"
