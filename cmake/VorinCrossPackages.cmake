@@ -33,7 +33,10 @@ if(WIN32)
     Manual.ItsExamplesRunOneAfterTheOther)
 else()
   set(VORIN_NOT_EMULATED
-    MemoryLimit.*)  # the emulator takes no limit of the address space from the program that it runs
+    MemoryLimit.*  # the emulator takes no limit of the address space from the program that it runs
+    # Without packed files and maps: refused as kinds of files, and the manual page tells of maps.
+    NoText/BadFiles.*/GzipCutOff NoText/BadFiles.*/Workbook
+    Manual.IsThatOfTheProgram Manual.IsWrittenWholeOrNotAtAll)
 endif()
 string(JOIN ":" VORIN_NOT_EMULATED ${VORIN_NOT_EMULATED})
 # For script/windows, which starts the programs itself.

@@ -67,6 +67,7 @@ int main(int argc, char** argv) {
   int32_t status = -1;
   double a = 1.5, b = 2.25, c = 0.0;
   int i, j;
+  const int threadsBefore = threads(); /* an emulator has one of its own */
   char text[] = "WEIG";
 
   expect(argc == 2, "one argument, the library");
@@ -106,7 +107,7 @@ int main(int argc, char** argv) {
   for (j = 0; j < NG; ++j) {
     expect(F[j] >= 0.0f, "a distribution without negative values");
   }
-  expect(threads() == 1, "no thread was started");
+  expect(threads() == threadsBefore, "no thread was started");
   dlclose(library);
   return 0;
 }
