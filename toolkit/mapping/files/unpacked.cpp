@@ -103,6 +103,11 @@ void packInto(const OwnFile& source, std::uint64_t count, const OwnFile& target)
                    Z_DEFAULT_STRATEGY) != Z_OK) {
     throw UserError(fmt::format("{}: there is not enough memory to pack it", target.name()));
   }
+  // The header names a system. With one and the same, a map has the same bytes on all of them.
+  gz_header header{};
+  constexpr int posix = 3;
+  header.os = posix;
+  deflateSetHeader(&stream, &header);
   std::vector<char> in(blockSize);
   std::vector<char> out(blockSize);
   std::uint64_t from = 0;
