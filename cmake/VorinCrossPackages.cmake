@@ -29,7 +29,8 @@ if(WIN32)
     InvertJson.AFileNameNeedNotBeUtf8  # names of files are Unicode there
     NoText/BadFiles.*/Workbook         # refused as a kind of file, not as a damaged one
     # There is no gnuplot under Wine.
-    Picture.* ReportFile.* Show.*Draw* Show/*/NothingToDraw Invert.*Draw* MethodOptions.*Draw*
+    Picture.* TogetherPicture.* LCurvePicture.* PdfReport.* ReportFile.* Show.*Draw*
+    Show/*/NothingToDraw Invert.*Draw* MethodOptions.*Draw*
     Manual.ItsExamplesRunOneAfterTheOther)
 else()
   set(VORIN_NOT_EMULATED
