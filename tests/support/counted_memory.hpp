@@ -21,7 +21,8 @@ inline std::atomic<long> held = 0;                   ///< allocations that are n
 inline std::atomic<Refusal> refusal{Refusal::none};  ///< what is refused after `granted` ones
 inline std::atomic<long> granted = 0;
 
-inline bool isRefused() {
+/// Counts a request, and says whether it is refused.
+inline bool askedAndRefused() {
   const long before = asked++;
   const Refusal now = refusal;
   return (now == Refusal::one && before == granted) || (now == Refusal::rest && before >= granted);
@@ -33,11 +34,11 @@ inline void* counted(void* memory) noexcept {
 }
 
 inline void* taken(std::size_t size) noexcept {
-  return isRefused() ? nullptr : counted(std::malloc(std::max<std::size_t>(size, 1)));
+  return askedAndRefused() ? nullptr : counted(std::malloc(std::max<std::size_t>(size, 1)));
 }
 
 inline void* takenAligned(std::size_t size, std::align_val_t wanted) noexcept {
-  if (isRefused()) {
+  if (askedAndRefused()) {
     return nullptr;
   }
   const auto alignment = static_cast<std::size_t>(wanted);
