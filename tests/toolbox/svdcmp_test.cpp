@@ -317,6 +317,64 @@ TYPED_TEST(Svdcmp, CloseSingularValuesConvergeToo) {
   }
 }
 
+template <class Real>
+Matrix<Real> bidiagonal(int n, const std::function<double()>& diagonal,
+                        const std::function<double()>& above) {
+  Matrix<Real> a{"bidiagonal", n, n, std::vector<Real>(area(n, n))};
+  const auto size = static_cast<std::size_t>(n);
+  for (std::size_t i = 0; i < size; ++i) {
+    a.values[i * (size + 1)] = static_cast<Real>(diagonal());
+    if (i + 1 < size) {
+      a.values[i * (size + 1) + size] = static_cast<Real>(above());
+    }
+  }
+  return a;
+}
+
+// Equal elements on the diagonal, with a coupling from strong to none, need the shift that lies
+// nearer to the corner: any other is as far from both values.
+TYPED_TEST(Svdcmp, EqualDiagonalsConvergeWhateverTheirCoupling) {
+  using Real = TypeParam;
+  OpenLog log("SVDEQUAL");
+  for (int step = 0; step < 20; ++step) {
+    const double h = std::pow(10.0, -0.8 * step);
+    const auto one = [] { return 1.0; };
+    const auto coupling = [h] { return h; };
+    for (const int n : {6, 60}) {
+      decomposed(bidiagonal<Real>(n, one, coupling));
+      decomposed(bidiagonal<Real>(n, coupling, one));
+    }
+    // Of (1 h; 0 1): the product of the values is 1, and the sum of their squares 2 + h h.
+    auto w = decomposed(bidiagonal<Real>(2, one, coupling)).w;
+    std::sort(w.begin(), w.end());
+    const double middle = std::sqrt(1.0 + h * h / 4.0);
+    const double unit = static_cast<double>(std::numeric_limits<Real>::epsilon());
+    EXPECT_NEAR(w[0], middle - h / 2.0, 8.0 * unit) << h;
+    EXPECT_NEAR(w[1], middle + h / 2.0, 8.0 * unit) << h;
+  }
+  EXPECT_EQ(log.written(), Lines{});
+}
+
+TYPED_TEST(Svdcmp, BidiagonalsOfManyMagnitudesConverge) {
+  OpenLog log("SVDGRADE");
+  vorin::test::Uniform uniform(36);
+  const auto magnitude = [&uniform] { return std::pow(10.0, 3.0 * uniform()); };
+  for (int trial = 0; trial < 100; ++trial) {
+    decomposed(bidiagonal<TypeParam>(20, magnitude, magnitude));
+  }
+  EXPECT_EQ(log.written(), Lines{});
+}
+
+// What lies beside a value that dwarfs the others is negligible at once. A shift would have to
+// square that value, beyond the range.
+TYPED_TEST(Svdcmp, AValueWhoseSquareOverflowsSplitsOff) {
+  using Real = TypeParam;
+  const Real huge = std::sqrt(std::numeric_limits<Real>::max()) * 1024;
+  const auto f = decomposed(Matrix<Real>{"huge", 2, 2, {huge, 0, 1, 1}});
+  EXPECT_FLOAT_EQ(static_cast<float>(f.w[0] / huge), 1.0f);
+  EXPECT_FLOAT_EQ(static_cast<float>(f.w[1]), 1.0f);  // their product is that of the diagonal
+}
+
 TYPED_TEST(Svdcmp, EmptyMatrices) {
   decomposed(Matrix<TypeParam>{"no columns", 3, 0, {}});
   const auto f = decomposed(Matrix<TypeParam>{"no rows", 0, 2, {}});
