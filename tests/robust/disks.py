@@ -1,6 +1,8 @@
-"""Disks that are full and folders that vanish while a batch or a map is written: disks.py PROGRAM.
+"""Disks that are full, and folders that vanish or may not be written to, while a batch or a map is
+written: disks.py PROGRAM.
 Each run ends with one sentence and without success, leaves no half-written file under its name,
 and goes on with --resume to the bytes of an untroubled run."""
+import ctypes
 import os
 import resource
 import shutil
@@ -12,6 +14,8 @@ import tempfile
 import kills
 
 PROGRAM = kills.PROGRAM
+LIBC = ctypes.CDLL(None)
+PR_CAPBSET_DROP, CAP_DAC_OVERRIDE = 24, 1
 
 
 def limited(words, folder, most):
@@ -70,10 +74,47 @@ def vanished_folder(what, words_into, folder):
     print(f"{what}: a folder that vanishes: exit status {child.returncode}, {err.strip()!r}")
 
 
+def obeying_permissions(words, folder):
+    """Runs the program as one that permissions hold for: root's right to pass over them is dropped,
+    and of other users the call is refused, who do not have it."""
+    return subprocess.run([PROGRAM, *words], cwd=folder, text=True, capture_output=True, timeout=300,
+                          preexec_fn=lambda: LIBC.prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0),
+                          check=False)
+
+
+def read_only_folder(what, words_into, folder):
+    """The folder of the output, or the one around it, may be read and not written to."""
+    whole = kills.content_of(os.path.join(folder, f"{what}_whole"))
+    around = os.path.join(folder, f"{what}_locked")
+    os.mkdir(around, 0o555)
+    words = [*words_into(f"{what}_locked/out"), "--resume"]
+    done = obeying_permissions(words, folder)
+    require_sentence(done, (what, "read-only around the output"))
+    assert os.listdir(around) == [], (what, os.listdir(around))
+    os.chmod(around, 0o755)
+    out = os.path.join(around, "out")
+    os.mkdir(out, 0o555)
+    done = obeying_permissions(words, folder)
+    require_sentence(done, (what, "read-only output"))
+    assert os.listdir(out) == [], (what, os.listdir(out))
+    # And one that was begun, which the disk was too full to finish.
+    os.chmod(out, 0o755)
+    require_sentence(limited(words, folder, max(map(len, whole.values())) // 2), (what, "full"))
+    begun = kills.content_of(out)
+    os.chmod(out, 0o555)
+    require_sentence(obeying_permissions(words, folder), (what, "read-only when begun"))
+    assert kills.content_of(out).keys() == begun.keys(), what
+    os.chmod(out, 0o755)
+    kills.run(words, folder)
+    assert kills.content_of(out) == whole, what
+    print(f"{what}: refused three times by a folder that is read-only, the same bytes afterwards")
+
+
 def main():
     with tempfile.TemporaryDirectory() as folder:
         for what, words_into in kills.jobs(folder, 6):
             full_disk(what, words_into, folder)
+            read_only_folder(what, words_into, folder)
             vanished_folder(what, words_into, folder)
 
 
