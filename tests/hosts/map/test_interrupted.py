@@ -91,7 +91,8 @@ def test_a_disk_that_is_full_loses_nothing(tmp_path):
 
     def limited():
         signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-        resource.setrlimit(resource.RLIMIT_FSIZE, (200_000, resource.RLIM_INFINITY))
+        hard = resource.getrlimit(resource.RLIMIT_FSIZE)[1]
+        resource.setrlimit(resource.RLIMIT_FSIZE, (200_000, hard))
 
     done = subprocess.run([PROGRAM, "map", "a.npy", *options, "--out", "b.npz"], cwd=tmp_path,
                           capture_output=True, text=True, preexec_fn=limited)
