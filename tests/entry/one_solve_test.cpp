@@ -87,7 +87,8 @@ TYPED_TEST(OneSolve, WithoutAPassTheSingleIterationGivesTheColumnSumsOfTheKernel
   }
   // A dual vector of ones, times the weight, is the residual.
   const double square = double{weight} * double{weight};
-  EXPECT_NEAR(double{out.rss}, 50 * square, 200 * square * double{std::numeric_limits<float>::epsilon()});
+  EXPECT_NEAR(double{out.rss}, 50 * square,
+              200 * square * double{std::numeric_limits<float>::epsilon()});
 }
 
 TYPED_TEST(OneSolve, WithoutColumnsTheResidualIsTheData) {

@@ -1,4 +1,5 @@
 """`vorin map` on volumes that other programs have written: nibabel, h5py and numpy."""
+import gzip
 import json
 import os
 import struct
@@ -149,10 +150,11 @@ def test_nifti_pair_and_complex(tmp_path):
     for name in os.listdir(tmp_path / "a"):
         if name != "maps.json":
             assert (tmp_path / "a" / name).read_bytes() == (tmp_path / "b" / name).read_bytes()
-    nibabel.Nifti1Image(data.astype(np.complex64) * 1j, np.eye(4)).to_filename(tmp_path / "z.nii")
-    run(tmp_path, "map", "z.nii", "--times", times_text(), "--grid", GRID, "--out", "z")
-    found = np.asanyarray(nibabel.load(tmp_path / "z" / "total.nii").dataobj)
-    np.testing.assert_allclose(found[0, 0, 0], total[0, 0, 0], rtol=1e-3)
+    for dtype in (np.complex64, np.complex128):
+        nibabel.Nifti1Image(data.astype(dtype) * 1j, np.eye(4)).to_filename(tmp_path / "z.nii")
+        run(tmp_path, "map", "z.nii", "--times", times_text(), "--grid", GRID, "--out", "z")
+        found = np.asanyarray(nibabel.load(tmp_path / "z" / "total.nii").dataobj)
+        np.testing.assert_allclose(found[0, 0, 0], total[0, 0, 0], rtol=1e-3)
 
 
 def raw_nifti(folder, name="raw.nii", **changes):
@@ -187,6 +189,16 @@ def test_nifti_header_that_lies(tmp_path, changes, words):
     assert words in refusal(tmp_path, "map", "raw.nii", "--times", times_text(), "--out", "maps")
 
 
+def test_packed_nifti_header_that_lies(tmp_path):
+    """Nothing is unpacked for numbers that no file can hold: here 2 to the power of 54."""
+    raw_nifti(tmp_path, dim=(4, 32767, 32767, 32767, 512, 1, 1, 1))
+    packed = gzip.compress((tmp_path / "raw.nii").read_bytes())
+    (tmp_path / "raw.nii").unlink()
+    (tmp_path / "raw.nii.gz").write_bytes(packed)
+    assert "cut off or its header is wrong: 32767 x 32767 x 32767 x 512 numbers" in refusal(
+        tmp_path, "map", "raw.nii.gz", "--times", times_text(), "--out", "maps")
+
+
 def test_hand_written_nifti_header(tmp_path):
     raw_nifti(tmp_path)
     done = run(tmp_path, "map", "raw.nii", "--times", times_text(), "--weight", "1", "--out", "maps")
@@ -214,6 +226,8 @@ def test_times_and_masks_that_do_not_fit(tmp_path):
     assert "times of its 12 samples are not known" in refusal(tmp_path, "map", "a.npy", *out)
     assert "3 times, but a.npy has 12" in refusal(tmp_path, "map", "a.npy", "--times",
                                                   "1ms,2ms,3ms", *out)
+    assert "time 1 is -0.01; times must rise, and none may be negative" in refusal(
+        tmp_path, "map", "a.npy", "--times=-" + times_text(), *out)
     backwards = ",".join(repr(float(x)) for x in TIMES[::-1])
     assert "times must rise" in refusal(tmp_path, "map", "a.npy", "--times", backwards, *out)
     assert "--mask m.npy: the mask has 3 x 2 voxels, but a.npy has 2 x 3" in refusal(
@@ -282,6 +296,23 @@ def test_hdf5_axis_mask_scales_and_xarray(tmp_path):
     with found:
         assert found["total"].dims == ("depth", "axis_1")
         assert float(found["total"].sel(depth=1.5)[2]) == maps["total"][3, 2]
+
+
+@pytest.mark.containers
+@pytest.mark.parametrize("axis", [0, 2])
+def test_complex_hdf5_data_set(tmp_path, axis):
+    """Pairs of real and imaginary parts give the maps of the same numbers in an array."""
+    h5py = pytest.importorskip("h5py")
+    data = np.moveaxis(decays(4, 3) * np.exp(0.7j), 2, axis)
+    np.save(tmp_path / "a.npy", data)
+    with h5py.File(tmp_path / "a.h5", "w") as file:
+        file["z"] = data
+    options = ["--axis", str(axis), "--times", times_text(), "--grid", GRID, "--distribution"]
+    run(tmp_path, "map", "a.npy", *options, "--out", "a")
+    run(tmp_path, "map", "a.h5", *options, "--out", "a_h5.h5")
+    with h5py.File(tmp_path / "a_h5.h5") as file:
+        for name, values in maps_in(tmp_path / "a").items():
+            np.testing.assert_array_equal(file[name][...], values)
 
 
 @pytest.mark.containers

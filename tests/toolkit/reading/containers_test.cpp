@@ -268,6 +268,22 @@ TEST(Hdf5, AHeaderMayAskForNoMoreThanTheFileAllows) {
   }
 }
 
+// Other programs may keep a block of their own before the file's: 512 bytes, or twice as many as
+// often as they like.
+TEST(Hdf5, BlocksOfOtherProgramsArePassedOver) {
+  const TemporaryFolder folder;
+  const fs::path path = folder / "f.h5";
+  {
+    const H5 file(path);
+    file.pairs("s", "t", "y", {0.001, 8, 0.002, 4, 0.003, 2, 0.004, 1});
+  }
+  const std::string whole = test::contentOf(path);
+  for (const std::size_t block : {512, 1024, 2048, 4096, 8192}) {
+    test::writeFile(path, std::string(block, 'x') + whole);
+    expectDecay(path);
+  }
+}
+
 /// Every truncation and many changed bytes: read, or refused by a sentence.
 void expectSurvival(const fs::path& path, const std::string& whole) {
   DecayFormat format;

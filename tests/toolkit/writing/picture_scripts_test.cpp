@@ -111,15 +111,82 @@ TEST(TogetherPicture, LinesAreDashedWhereTheColoursComeAgain) {
   }
 }
 
-TEST(PdfReport, LinesLieOnThePage) {
+// The amplitudes of three bins, added up, at the four edges of the bins.
+TEST(Picture, TheCumulativeCurveGoesFromEdgeToEdge) {
+  PictureContent content;
+  content.time = {0.001, 0.002};
+  content.amplitude = {2.0, 1.0};
+  content.distribution = {{0.01, 0.1, 1.0}, {1.0, 2.0, 1.0}};
+  const PrivateFolder scratch;
+  picturePanels(scratch.path(), content, {});
+  std::ifstream file(scratch.path() / "cumulative.dat");
+  std::vector<double> times;
+  std::vector<double> shares;
+  for (double time = 0.0, share = 0.0; file >> time >> share;) {
+    times.push_back(time);
+    shares.push_back(share);
+  }
+  EXPECT_TRUE(file.eof());
+  EXPECT_EQ(shares, (std::vector<double>{0.0, 25.0, 75.0, 100.0}));
+  ASSERT_EQ(times.size(), 4U);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_LT(times[i], content.distribution.time[i]);
+    EXPECT_GT(times[i + 1], content.distribution.time[i]);
+  }
+}
+
+ReportContent smallReport() {
   Inversion inversion;
   inversion.distribution = {{0.01, 0.03, 0.1}, {1.0, 0.0, 3.0}};
   inversion.fit = {7.0, 5.0, 1.0};
   inversion.noise = 1.0;
   inversion.lastColumn = 2;
   const Decay decay{{0.001, 0.002, 0.003}, {8.0, 4.0, 2.0}};
+  return reportContent(inversion, {"a.csv", decay, Kernel::t2});
+}
+
+TEST(PdfReport, HasAllPagesWithTheirNumbers) {
   const PrivateFolder scratch;
-  pdfReport("r.pdf", scratch, reportContent(inversion, {"a.csv", decay, Kernel::t2}));
+  ReportContent content = smallReport();
+  content.notes.assign(150, "a remark");  // 841.9 points have room for some 60 lines of 9 points
+  pdfReport("r.pdf", scratch, content);
+  const auto feet = numbersIn(scriptIn(scratch), "   ([0-9]+) / ([0-9]+)'");
+  ASSERT_GE(feet.size(), 3U);
+  for (std::size_t i = 0; i < feet.size(); ++i) {
+    EXPECT_EQ(feet[i][0], static_cast<double>(i + 1));
+    EXPECT_EQ(feet[i][1], static_cast<double>(feet.size()));
+  }
+}
+
+// An m of DejaVu Sans is 0.974 times as wide as the font is high.
+TEST(PdfReport, TextsAreBrokenWithinThePage) {
+  const PrivateFolder scratch;
+  ReportContent content = smallReport();
+  std::string note;
+  for (int i = 0; i < 100; ++i) {
+    note += "mm ";
+  }
+  content.notes = {note};
+  pdfReport("r.pdf", scratch, content);
+  constexpr double width = 595.3;
+  constexpr double margin = 51.0;
+  const std::string script = scriptIn(scratch);
+  const std::regex expression("label '([m ]+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
+  double longest = 0.0;
+  for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
+       at != std::sregex_iterator(); ++at) {
+    const std::string text = (*at)[1].str();
+    const auto letters = static_cast<double>(std::count(text.begin(), text.end(), 'm'));
+    const double end = width * std::stod((*at)[2].str()) + 0.974 * letters * std::stod((*at)[3]);
+    EXPECT_LE(end, width - margin) << text;
+    longest = std::max(longest, end);
+  }
+  EXPECT_GE(longest, 0.5 * width);
+}
+
+TEST(PdfReport, LinesLieOnThePage) {
+  const PrivateFolder scratch;
+  pdfReport("r.pdf", scratch, smallReport());
   const auto lines = numbersIn(scriptIn(scratch),
                                "set arrow from screen ([^,]+),([^ ]+) to screen ([^,]+),([^ ]+) ");
   EXPECT_FALSE(lines.empty());
