@@ -179,6 +179,38 @@ TEST(Threads, AMapDoesNotDependOnTheCountOfThreads) {
   EXPECT_EQ(mapOf(samples, voxels, 8.0), alone);
 }
 
+#ifdef __linux__
+std::ptrdiff_t threadsOfTheProcess() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+TEST(Threads, AJobStartsNoneUnlessItIsToldTo) {
+  vorin_settings* const settings = settingsOf(0);
+  vorin_result* inversion = nullptr;
+  ASSERT_EQ(vorin_invert(settings, theDecays().t.data(), theDecays().y[0].data(), nullptr,
+                         sampleCount, &inversion, nullptr, 0),
+            VORIN_TOOLKIT_OK);
+  const std::ptrdiff_t before = threadsOfTheProcess();
+  const auto seenIn = [&] {
+    std::ptrdiff_t most = 0;
+    const auto look = [](void* user, int64_t, int64_t) {
+      auto& seen = *static_cast<std::ptrdiff_t*>(user);
+      seen = std::max(seen, threadsOfTheProcess());
+      return int32_t{0};
+    };
+    vorin_result* band = nullptr;
+    EXPECT_EQ(vorin_bootstrap(inversion, settings, look, &most, &band, nullptr, 0), 0);
+    vorin_result_free(band);
+    return most;
+  };
+  EXPECT_EQ(seenIn(), before);
+  EXPECT_EQ(vorin_settings_set_number(settings, "threads", 2.0, nullptr, 0), VORIN_TOOLKIT_OK);
+  EXPECT_GT(seenIn(), before);
+  vorin_result_free(inversion);
+  vorin_settings_free(settings);
+}
+#endif
+
 TEST(Threads, AJobLeavesNoLog) {
   const auto before = std::filesystem::exists("Vorin.log");
   ASSERT_FALSE(before) << "left by something else";

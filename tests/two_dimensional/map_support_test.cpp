@@ -17,12 +17,12 @@ namespace vorin::toolkit::test {
 namespace {
 
 /// The experiment of `e` without grids, as one who gives none inverts it.
-PreparedMap withDefaultGrids(const Experiment& e) {
+PreparedMap withDefaultGrids(const Experiment& e, const MapSettings& settings = {}) {
   MapAxis first;
   MapAxis second;
   first.kernel.kernel = e.settings.kernel1;
   second.kernel.kernel = e.settings.kernel2;
-  return prepareMap({e.data, {}}, first, second, MapSettings{});
+  return prepareMap({e.data, {}}, first, second, settings);
 }
 
 struct LogMeans {
@@ -76,6 +76,22 @@ TEST(DefaultGrids, ReachToTheFirstTimeWhereThereIsSignal) {
   EXPECT_DOUBLE_EQ(prepared.settings.grid2.front(), e.data.times2.front());
   // The long end, where there is none, is cut from three times the last sample.
   EXPECT_LT(prepared.settings.grid2.back(), 2.5 * e.data.times2.back());
+}
+
+// With a noise far above all signal no end is worth keeping: of the coarse grid of 32 values the
+// two last steps stay, which 0.3 decades widen.
+TEST(DefaultGrids, KeepARangeWhereNothingIsSignificant) {
+  const Experiment e = experiment(Kernel::t1Inversion, 64, 100.0, 1);
+  MapSettings settings;
+  settings.noise = 1e6;
+  const PreparedMap prepared = withDefaultGrids(e, settings);
+  const auto expectEnd = [](const std::vector<double>& grid, const std::vector<double>& whole) {
+    EXPECT_DOUBLE_EQ(grid.back(), whole.back());
+    EXPECT_NEAR(std::log10(grid.back() / grid.front()),
+                0.3 + 2.0 * std::log10(whole.back() / whole.front()) / 31.0, 1e-9);
+  };
+  expectEnd(prepared.settings.grid1, mapGridFor(e.data.times1, Kernel::t1Inversion));
+  expectEnd(prepared.settings.grid2, mapGridFor(e.data.times2, Kernel::t2));
 }
 
 TEST(DefaultGrids, AreWholeWhereTheNoiseCannotBeTold) {

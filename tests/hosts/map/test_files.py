@@ -316,6 +316,37 @@ def test_complex_hdf5_data_set(tmp_path, axis):
 
 
 @pytest.mark.containers
+def test_hdf5_chunks_of_axes_of_one(tmp_path):
+    h5py = pytest.importorskip("h5py")
+    data = decays(5, 1, 3)
+    np.save(tmp_path / "a.npy", data)
+    run(tmp_path, "map", "a.npy", "--times", times_text(), "--grid", GRID, "--out", "a")
+    for chunks in ((1, 1, 1, 12), (2, 1, 2, 5), (5, 1, 3, 12)):
+        hdf5(tmp_path, "a.h5", data, chunks=chunks)
+        run(tmp_path, "map", "a.h5:/scan/data", "--times", times_text(), "--grid", GRID, "--out",
+            "m.h5")
+        with h5py.File(tmp_path / "m.h5") as file:
+            for name, values in maps_in(tmp_path / "a").items():
+                np.testing.assert_array_equal(file[name][...], values)
+        (tmp_path / "m.h5").unlink()
+
+
+@pytest.mark.containers
+@pytest.mark.parametrize("rights, words", [(None, "is not installed"), (0o644, "can't be run"),
+                                           (0o755, "can't be run")])
+def test_hdf5_without_its_reader(tmp_path, monkeypatch, rights, words):
+    """It is missing, may not be run, or ends as the loader does where a library is missing."""
+    hdf5(tmp_path, "a.h5", decays(2, 2))
+    reader = tmp_path / "reader"
+    if rights is not None:
+        reader.write_text("#!/bin/sh\nexit 127\n")
+        reader.chmod(rights)
+    monkeypatch.setenv("VORIN_CONTAINERS", str(reader))
+    assert f"the program of Vorin that reads it, {words}; install it, with the Debian packages" \
+        in refusal(tmp_path, "map", "a.h5:/scan/data", "--out", "m.h5")
+
+
+@pytest.mark.containers
 def test_hdf5_that_is_damaged(tmp_path):
     h5py = pytest.importorskip("h5py")
     hdf5(tmp_path, "a.h5", decays(50, 4))

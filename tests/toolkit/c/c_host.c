@@ -409,6 +409,16 @@ static void maps(void) {
   OK(p_vorin_settings_create(&settings, TELL));
   OK(p_vorin_settings_set_number(settings, "sigma", 0.05, TELL));
   OK(p_vorin_settings_set_number(settings, "phase", 0.4, TELL));
+  for (i = 0; i < 4; ++i) {
+    double bad[8] = {0.3, 0.1, 0.1, 10.0, 0.3, 0.1, 0.1, 10.0};
+    bad[4 + i] = 0.0;
+    EXPECT(p_vorin_simulate2d(settings, t1, ROWS, t2, COLUMNS, bad, 2, &result, TELL) ==
+           VORIN_TOOLKIT_BAD_INPUT);
+    EXPECT(strstr(message, "peaks[1] is (") != NULL);
+    bad[4 + i] = HUGE_VAL;
+    EXPECT(p_vorin_simulate2d(settings, t1, ROWS, t2, COLUMNS, bad, 2, &result, TELL) ==
+           VORIN_TOOLKIT_BAD_INPUT);
+  }
   OK(p_vorin_simulate2d(settings, t1, ROWS, t2, COLUMNS, peak, 1, &result, TELL));
   memcpy(samples, array(result, "samples", ROWS * (int64_t)COLUMNS), sizeof samples);
   memcpy(imaginary, array(result, "imaginary", ROWS * (int64_t)COLUMNS), sizeof imaginary);

@@ -3,6 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <string>
+
+#include "toolkit/user_error.hpp"
+
 namespace vorin::toolkit {
 namespace {
 
@@ -21,6 +26,17 @@ TEST(SettingNames, HyphensOfOtherTextStay) {
        {"", "-", "--", "a -- b", "a--b", "x1--skip", "(a--skip)", "ends with --"}) {
     EXPECT_EQ(inSettingNames(text), text);
   }
+}
+
+// Weights are numbers of the library's single precision: normal ones, bounds included.
+TEST(SettingNumbers, ReachFromTheLeastNormalNumberToTheLargest) {
+  InversionSettings settings;
+  readSetting("weight", "1.1754943508222875e-38", settings);
+  EXPECT_EQ(settings.weight, double{std::numeric_limits<float>::min()});
+  readSetting("weight", "3.4028234663852886e38", settings);
+  EXPECT_EQ(settings.weight, double{std::numeric_limits<float>::max()});
+  EXPECT_THROW(readSetting("weight", "1.17549e-38", settings), UserError);
+  EXPECT_THROW(readSetting("weight", "3.40283e38", settings), UserError);
 }
 
 }  // namespace

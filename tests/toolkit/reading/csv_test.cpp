@@ -92,6 +92,13 @@ TEST(Csv, ACommentBeforeTheRowsMayNameTheColumns) {
             (std::vector<double>{5.0, 4.0}));
 }
 
+TEST(Csv, NamesOfSeveralWordsMayStandAboveARowOfUnits) {
+  const MeasuredDecay measured =
+      columnsFrom("Echo time   First signal\nms mV\n1 5\n3 4\n", "Echo time,First signal");
+  EXPECT_EQ(measured.decay.time, (std::vector<double>{0.001, 0.003}));
+  EXPECT_EQ(measured.decay.amplitude, (std::vector<double>{5.0, 4.0}));
+}
+
 TEST(Csv, WholeNumbersInThreeColumnsAreColumnsWhereTheUserSaysSo) {
   EXPECT_EQ(columnsFrom("0,5,3\n1,4,2\n", "1,3").decay.amplitude, (std::vector<double>{3.0, 2.0}));
 }

@@ -6,6 +6,8 @@
 #include <initializer_list>
 #include <string>
 
+#include "toolkit/reading/text.hpp"
+
 namespace vorin::toolkit {
 namespace {
 
@@ -35,6 +37,24 @@ TEST(Encoding, ASurrogateAloneIsReplaced) {
   EXPECT_EQ(decoded({0xD7FF, 'a'}),
             "\xED\x9F\xBF"
             "a");
+}
+
+// Controls of ASCII and of Latin-1, the marks of direction and width, invisible operators, and the
+// byte order mark.
+TEST(Escapes, CoverWhatATerminalMayObeyAndNothingBeside) {
+  const auto isEscaped = [](const std::string& character) {
+    return withEscapes("a" + character + "b") != "a" + character + "b";
+  };
+  for (const char* character :
+       {"\x01", "\x1F", "\x7F", "\xC2\x80", "\xC2\x9F", "\xE2\x80\x8B", "\xE2\x80\x8F",
+        "\xE2\x80\xA8", "\xE2\x80\xAE", "\xE2\x81\xA0", "\xE2\x81\xAF", "\xEF\xBB\xBF"}) {
+    EXPECT_TRUE(isEscaped(character)) << testing::PrintToString(std::string(character));
+  }
+  for (const char* character :
+       {" ", "~", "\xC2\xA0", "\xE2\x80\x8A", "\xE2\x80\x90", "\xE2\x80\xA7", "\xE2\x80\xAF",
+        "\xE2\x81\x9F", "\xE2\x81\xB0", "\xEF\xBB\xBE", "\xEF\xBC\x81"}) {
+    EXPECT_FALSE(isEscaped(character)) << testing::PrintToString(std::string(character));
+  }
 }
 
 }  // namespace

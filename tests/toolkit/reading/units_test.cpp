@@ -33,6 +33,17 @@ TEST(Units, InAHeaderMayStandBehindIn) {
   EXPECT_FALSE(unitFrom("inms"));
 }
 
+TEST(Units, BracketsComeInPairs) {
+  for (const char* text : {"(s)", "[s]", "<s>", "{s}", "[(s)]"}) {
+    const auto unit = unitFrom(text);
+    ASSERT_TRUE(unit) << text;
+    EXPECT_EQ(unit->text, "s");
+  }
+  for (const char* text : {"(sx", "[sx", "<sx", "{sx", "xs)", "xs]", "xs>", "xs}", "(s]", "<s}"}) {
+    EXPECT_FALSE(unitFrom(text)) << text;
+  }
+}
+
 TEST(Units, AnythingElseIsNoQuantity) {
   for (const char* text : {"", "ms", "1m", "1 hour", "1 m s", "one s", "1e", "--1s", "1ms2"}) {
     EXPECT_FALSE(parseQuantity(text, Quantity::time)) << text;

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <numeric>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "toolkit/two_dimensional/map_picture.hpp"
 #include "toolkit/writing/lcurve_picture.hpp"
 #include "toolkit/writing/pdf_report.hpp"
 #include "toolkit/writing/picture_parts.hpp"
@@ -63,6 +65,14 @@ TEST(SeenSamples, AreTheExtremesOfAmplitudeAndResidual) {
   EXPECT_EQ(seen.back(), count - 1);
 }
 
+TEST(SeenSamples, OfEqualOnesIsOneInAColumn) {
+  constexpr std::size_t count = 40000;
+  std::vector<double> time(count);
+  std::iota(time.begin(), time.end(), 1000.0);
+  const std::vector<double> flat(count, 3.0);
+  EXPECT_EQ(seenSamples(time, flat, flat).size(), 2000U);
+}
+
 TEST(LCurvePicture, AllPointsLieWithinTheAxes) {
   LCurve curve;
   for (int i = 0; i < 17; ++i) {
@@ -86,6 +96,56 @@ TEST(LCurvePicture, AllPointsLieWithinTheAxes) {
   }
 }
 
+// Along the axes, which are logarithms, a tenth beside or a twenty-second part above each other.
+TEST(LCurvePicture, LabelsLeaveEachOtherRoom) {
+  LCurve curve;
+  for (int i = 0; i < 120; ++i) {
+    const double weight = std::pow(10.0, -2.0 + 0.03 * i);
+    curve.points.push_back({weight, 1.0 + weight, 20.0 / (1.0 + weight)});
+  }
+  curve.corner = 60;
+  curve.used = curve.points[50];
+  const Decay decay{{1.0, 2.0}, {2.0, 1.0}};
+  const PrivateFolder scratch;
+  drawLCurve("l.svg", scratch, curve, {"a.csv", decay, Kernel::t2});
+  const std::string script = scriptIn(scratch);
+  const auto x = numbersIn(script, "set xrange \\[([^:\\]]+):([^\\]]+)\\]").at(0);
+  const auto y = numbersIn(script, "set yrange \\[([^:\\]]+):([^\\]]+)\\]").at(0);
+  auto labels = numbersIn(script, "set label '[0-9.e+-]+' at ([^,]+),([^ ]+) left");
+  ASSERT_GE(labels.size(), 5U);
+  labels.push_back({curve.used.residualNorm, curve.used.solutionNorm});
+  for (std::size_t i = 0; i < labels.size(); ++i) {
+    for (std::size_t k = 0; k < i; ++k) {
+      const double across = std::log(labels[i][0] / labels[k][0]) / std::log(x[1] / x[0]);
+      const double up = std::log(labels[i][1] / labels[k][1]) / std::log(y[1] / y[0]);
+      EXPECT_TRUE(std::fabs(across) > 0.0999 || std::fabs(up) > 0.0449) << i << ' ' << k;
+    }
+  }
+}
+
+TEST(MapPicture, TheLineOfEqualTimesIsSolidAndTheStrongest) {
+  MapInversion inversion;
+  inversion.grid1 = {0.01, 0.1, 1.0};
+  inversion.grid2 = {0.001, 0.03, 1.0};
+  inversion.distribution.assign(9, 1.0);
+  inversion.status = MapStatus::success;
+  const ScratchFolder scratch;
+  MapContext context;
+  context.name = "m.csv";
+  drawMap("m.svg", scratch, inversion, context);
+  // From (log T2, log T1) to the same ratio at the end of the axes.
+  const auto lines = numbersIn(scriptIn(scratch),
+                               "set arrow [0-9]+ from ([^,]+),([^ ]+) to ([^,]+),([^ ]+) nohead lw "
+                               "([0-9.]+) dt ([0-9])");
+  ASSERT_EQ(lines.size(), 3U);
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_NEAR(lines[i][1] - lines[i][0], static_cast<double>(i), 1e-6);
+    EXPECT_NEAR(lines[i][3] - lines[i][2], static_cast<double>(i), 1e-6);
+    EXPECT_EQ(lines[i][5] == 1.0, i == 0);
+    EXPECT_TRUE(i == 0 || lines[i][4] < lines[0][4]);
+  }
+}
+
 TEST(TogetherPicture, LinesAreDashedWhereTheColoursComeAgain) {
   const Decay decay{{0.001, 0.002}, {2.0, 1.0}};
   const TogetherCurve curve{
@@ -104,6 +164,8 @@ TEST(TogetherPicture, LinesAreDashedWhereTheColoursComeAgain) {
     }
   }
   ASSERT_EQ(styles.size(), mostTogether);
+  EXPECT_EQ(numbersIn(script, "'decay([0-9]+).dat' using 1:2 with points").size(), mostTogether);
+  EXPECT_EQ(numbersIn(script, "'decay([0-9]+).dat' using 1:3 with lines").size(), mostTogether);
   for (std::size_t i = 0; i < 8; ++i) {
     EXPECT_EQ(styles[i].back(), '1') << i;  // solid
     EXPECT_NE(styles[i + 8].back(), '1') << i;

@@ -92,13 +92,17 @@ class Hdf5Volume : public Volume {
         facts().name));
   }
 
+  UserError withoutReader(std::string_view why) const {
+    return UserError(fmt::format(
+        "{}: this is an HDF5 file; vorin-containers, the program of Vorin that reads it, {}; "
+        "install it, with the Debian packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
+        facts().name, why));
+  }
+
   std::string described() {
     HelperProcess helper({"describe", file_.inner, axisText_}, input_.descriptor());
     if (!helper.found() || !helper.running()) {
-      throw UserError(fmt::format(
-          "{}: this is an HDF5 file; vorin-containers, the program of Vorin that reads it, {}; "
-          "install it, with the Debian packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
-          facts().name, helper.found() ? "can't be run" : "is not installed"));
+      throw withoutReader(helper.found() ? "can't be run" : "is not installed");
     }
     constexpr std::size_t mostBytes = 300'000'000;
     std::string answer;
@@ -108,6 +112,9 @@ class Hdf5Volume : public Volume {
       if (answer.size() > mostBytes) {
         throw damaged();
       }
+    }
+    if (answer.empty() && !helper.wasBegun()) {
+      throw withoutReader("can't be run");
     }
     return answer;
   }

@@ -158,6 +158,14 @@ std::string readAll(int input) {
   return all;
 }
 
+/// Waits for `child` and returns what waitpid tells of it.
+int statusAtEnd(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
 }  // namespace
 
 HelperAnswer askHelper(std::string_view content, const std::string& kind,
@@ -182,9 +190,7 @@ HelperAnswer askHelper(std::string_view content, const std::string& kind,
   to.close();
   answer.output = readAll(*from);
   from.close();
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
+  statusAtEnd(child);
   // The program begins its answer before it opens the file; the loader ends with 127 without one.
   answer.loaded = !answer.output.empty();
   return answer;
@@ -212,15 +218,19 @@ HelperProcess::HelperProcess(std::vector<std::string> arguments, int input) {
 HelperProcess::~HelperProcess() {
   if (child_ > 0) {
     ::kill(child_, SIGKILL);
-    int status = 0;
-    while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {
-    }
+    statusAtEnd(child_);
   }
   for (const int number : {input_, output_}) {
     if (number >= 0) {
       ::close(number);
     }
   }
+}
+
+bool HelperProcess::wasBegun() {
+  constexpr int loaderFailed = 127;
+  const int status = statusAtEnd(std::exchange(child_, 0));
+  return !(WIFEXITED(status) && WEXITSTATUS(status) == loaderFailed);
 }
 
 bool HelperProcess::send(const char* bytes, std::size_t count) {

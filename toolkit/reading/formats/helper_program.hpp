@@ -44,6 +44,10 @@ class HelperProcess {
   /// The next bytes, fewer than `count` at the end of its output only.
   std::size_t receive(char* bytes, std::size_t count);
 
+  /// Waits for the end of a program that answers no more. False where it was never begun, since a
+  /// library of its own is missing.
+  bool wasBegun();
+
  private:
   bool found_ = false;
   int child_ = 0;
