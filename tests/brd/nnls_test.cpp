@@ -209,6 +209,17 @@ TEST_F(NnlsDouble, ReachingTheLimitOf3nIsMode3WithTheMessageWrittenOnce) {
               "NNLS_d::E::NNLS quitting on iteration count");
 }
 
+// Of these, rounding lets the search end with its 12th solve, the last that 4 columns may have:
+// column 3 is -2 times column 2 less column 1. In fractions x is (0, 24/13, 7/5, 129/65), and the
+// residual 23/65 (3, -4, 2, 6), at right angles to all columns.
+TEST_F(NnlsDouble, OfExactly3nSolvesAllAreMade) {
+  const auto p = problem<double>(4, 4, {0, -1, 4, -2, -2, 1, -1, 2, 4, -1, -2, -2, -2, 2, 4, 1},
+                                 {-1, 3, 4, 5});
+  const auto run = runNnls(p);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NEAR(run.rnorm, 23.0 / std::sqrt(65.0), 1e-13);
+}
+
 // Q is orthogonal, so inner products of the columns with each other and with b stay.
 TYPED_TEST(Nnls, OverwritesAAndBWithAnOrthogonalTransformOfThem) {
   Random random(5101);

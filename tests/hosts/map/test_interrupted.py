@@ -101,3 +101,17 @@ def test_a_disk_that_is_full_loses_nothing(tmp_path):
     assert not (tmp_path / "b.npz").exists()
     run(tmp_path, "map", "a.npy", *options, "--out", "b.npz", "--resume")
     assert (tmp_path / "b.npz").read_bytes() == (tmp_path / "whole.npz").read_bytes()
+
+
+@pytest.mark.signals
+def test_parts_of_a_dead_process_with_the_same_number(tmp_path):
+    """A shell leaves longer files where the program that takes its place will write."""
+    np.save(tmp_path / "a.npy", decays(4, 5))
+    options = ["a.npy", "--times", times_text(), "--grid", GRID, "--weight", "0.3"]
+    run(tmp_path, "map", *options, "--out", "whole")
+    names = sorted(os.listdir(tmp_path / "whole"))
+    (tmp_path / "maps").mkdir()
+    leave = 'for n in "$@"; do head -c 99999 /dev/zero >maps/.$n.$$.part; done; '
+    subprocess.run(["sh", "-c", leave + f'exec "{PROGRAM}" map {" ".join(options)} --out maps', "sh",
+                    *names], cwd=tmp_path, check=True, stdout=subprocess.DEVNULL)
+    assert contents(tmp_path / "maps") == contents(tmp_path / "whole")
