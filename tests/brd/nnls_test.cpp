@@ -209,15 +209,14 @@ TEST_F(NnlsDouble, ReachingTheLimitOf3nIsMode3WithTheMessageWrittenOnce) {
               "NNLS_d::E::NNLS quitting on iteration count");
 }
 
-// Of these, rounding lets the search end with its 12th solve, the last that 4 columns may have:
-// column 3 is -2 times column 2 less column 1. In fractions x is (0, 24/13, 7/5, 129/65), and the
-// residual 23/65 (3, -4, 2, 6), at right angles to all columns.
+// Of these, rounding lets the search end with its 9th solve, the last that 3 columns may have.
+// Column 3 is column 2 less half of column 1, and b is 4 times column 3.
 TEST_F(NnlsDouble, OfExactly3nSolvesAllAreMade) {
-  const auto p = problem<double>(4, 4, {0, -1, 4, -2, -2, 1, -1, 2, 4, -1, -2, -2, -2, 2, 4, 1},
-                                 {-1, 3, 4, 5});
-  const auto run = runNnls(p);
+  const auto run = runNnls(problem<double>(3, 3, {2, 2, 2, 2, 1, 1, 1, 0, 0}, {4, 0, 0}));
   EXPECT_EQ(run.status, 1);
-  EXPECT_NEAR(run.rnorm, 23.0 / std::sqrt(65.0), 1e-13);
+  EXPECT_NEAR(run.rnorm, 0.0, 1e-14);
+  EXPECT_NEAR(2.0 * run.x[0] + 2.0 * run.x[1] + run.x[2], 4.0, 1e-14);
+  EXPECT_NEAR(2.0 * run.x[0] + run.x[1], 0.0, 1e-14);
 }
 
 // Q is orthogonal, so inner products of the columns with each other and with b stay.
