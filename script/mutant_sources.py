@@ -107,24 +107,24 @@ class Extents:
         with open(os.path.join(build, "compile_commands.json"), encoding="utf-8") as file:
             self.commands = {os.path.relpath(one["file"], tree): one["command"].split()
                              for one in json.load(file)}
-        self.units = {}
+        self.path = self.unit = None  # the last file that was parsed: a tree takes 40 MB
         self.index = clang.cindex.Index.create(excludeDecls=True)
         self.headers = self.precompile()
 
     def parsed(self, path, fresh):
         """The compiler's tree of the source that a file is, or that first includes it."""
-        if path not in self.units:
+        if path != self.path:
             unit = path
             if not path.endswith(".cpp"):
                 unit = next((one for one in sorted(self.contents) if one in self.commands and
                              f'"{included_as(path)}"' in self.contents[one]), None)
-            self.units[path] = None
+            self.path, self.unit = path, None
             if unit in self.commands:
                 main, flags = os.path.join(fresh, unit), self.flags(unit, fresh)
                 if not any(flag.startswith("-m") for flag in flags):
                     flags += ["-include-pch", self.headers]
-                self.units[path] = main, self.index.parse(main, flags)
-        return self.units[path]
+                self.unit = main, self.index.parse(main, flags)
+        return self.unit
 
     def precompile(self):
         """What most files include, since reading it is most of the time."""

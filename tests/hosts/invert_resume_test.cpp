@@ -61,6 +61,7 @@ int interrupted(const TemporaryFolder& folder, const Words& words, const fs::pat
                 int signal) {
   const pid_t child = ::fork();
   if (child == 0) {
+    ::signal(signal, SIG_DFL);  // ignored where the tests run in the background, and inherited
     std::vector<char*> arguments;
     Words all{VORIN_PROGRAM};
     all.insert(all.end(), words.begin(), words.end());

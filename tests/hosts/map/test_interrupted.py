@@ -63,7 +63,9 @@ def test_interrupted_map_goes_on_to_the_same_bytes(tmp_path, how):
     run(tmp_path, *words)
     whole = (tmp_path / "maps.npz").read_bytes()
     os.remove(tmp_path / "maps.npz")
-    child = subprocess.Popen([PROGRAM, *words], cwd=tmp_path, stderr=subprocess.PIPE)
+    # Where the tests run in the background SIGINT is ignored, which programs inherit.
+    child = subprocess.Popen([PROGRAM, *words], cwd=tmp_path, stderr=subprocess.PIPE,
+                             preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
     journal = tmp_path / "maps.npz.unfinished"
     while child.poll() is None and not (journal.exists() and journal.stat().st_size > 100_000):
         time.sleep(0.001)
