@@ -321,7 +321,7 @@ def test_hdf5_chunks_of_axes_of_one(tmp_path):
     data = decays(5, 1, 3)
     np.save(tmp_path / "a.npy", data)
     run(tmp_path, "map", "a.npy", "--times", times_text(), "--grid", GRID, "--out", "a")
-    for chunks in ((1, 1, 1, 12), (2, 1, 2, 5), (5, 1, 3, 12)):
+    for chunks in ((1, 1, 1, 12), (2, 1, 2, 5), (1, 1, 3, 12), (5, 1, 3, 12)):
         hdf5(tmp_path, "a.h5", data, chunks=chunks)
         run(tmp_path, "map", "a.h5:/scan/data", "--times", times_text(), "--grid", GRID, "--out",
             "m.h5")
