@@ -332,8 +332,9 @@ def test_hdf5_chunks_of_axes_of_one(tmp_path):
 
 
 @pytest.mark.containers
-@pytest.mark.parametrize("rights, words", [(None, "is not installed"), (0o644, "can't be run"),
-                                           (0o755, "can't be run")])
+@pytest.mark.parametrize("rights, words", [
+    (None, "is not installed; install it, with"), (0o644, "can't be run; install"),
+    (0o755, "can't be run; install")])
 def test_hdf5_without_its_reader(tmp_path, monkeypatch, rights, words):
     """It is missing, may not be run, or ends as the loader does where a library is missing."""
     hdf5(tmp_path, "a.h5", decays(2, 2))
@@ -342,8 +343,8 @@ def test_hdf5_without_its_reader(tmp_path, monkeypatch, rights, words):
         reader.write_text("#!/bin/sh\nexit 127\n")
         reader.chmod(rights)
     monkeypatch.setenv("VORIN_CONTAINERS", str(reader))
-    assert f"the program of Vorin that reads it, {words}; install it, with the Debian packages" \
-        in refusal(tmp_path, "map", "a.h5:/scan/data", "--out", "m.h5")
+    assert f"the program of Vorin that reads it, {words} the Debian packages" in refusal(
+        tmp_path, "map", "a.h5:/scan/data", "--out", "m.h5")
 
 
 @pytest.mark.containers

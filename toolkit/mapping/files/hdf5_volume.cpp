@@ -92,17 +92,10 @@ class Hdf5Volume : public Volume {
         facts().name));
   }
 
-  UserError withoutReader(std::string_view why) const {
-    return UserError(fmt::format(
-        "{}: this is an HDF5 file; vorin-containers, the program of Vorin that reads it, {}; "
-        "install it, with the Debian packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
-        facts().name, why));
-  }
-
   std::string described() {
     HelperProcess helper({"describe", file_.inner, axisText_}, input_.descriptor());
     if (!helper.found() || !helper.running()) {
-      throw withoutReader(helper.found() ? "can't be run" : "is not installed");
+      throw withoutHelper(facts().name, "an HDF5 file", helper.found());
     }
     constexpr std::size_t mostBytes = 300'000'000;
     std::string answer;
@@ -114,7 +107,7 @@ class Hdf5Volume : public Volume {
       }
     }
     if (answer.empty() && !helper.wasBegun()) {
-      throw withoutReader("can't be run");
+      throw withoutHelper(facts().name, "an HDF5 file", true);
     }
     return answer;
   }

@@ -111,17 +111,8 @@ ColumnsFound readContainer(const FormatInput& input, const std::string& inner) {
   }
   const std::string& name = input.file.name;
   const HelperAnswer answer = askHelper(input.file.content, std::string(kind->argument), inner);
-  if (!answer.found) {
-    throw UserError(fmt::format(
-        "{}: this is {}; vorin-containers, the program of Vorin that reads it, is not installed; "
-        "install it, with the Debian packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
-        name, kind->name));
-  }
-  if (!answer.loaded) {
-    throw UserError(fmt::format(
-        "{}: this is {}; vorin-containers, the program of Vorin that reads it, can't be run; "
-        "install the Debian packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
-        name, kind->name));
+  if (!answer.found || !answer.loaded) {
+    throw withoutHelper(name, kind->name, answer.found);
   }
   containers::Content content;
   const bool whole = containers::decode(answer.output, content);

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <link.h>
 #include <spawn.h>
 #include <sys/mman.h>
@@ -194,6 +195,14 @@ HelperAnswer askHelper(std::string_view content, const std::string& kind,
   // The program begins its answer before it opens the file; the loader ends with 127 without one.
   answer.loaded = !answer.output.empty();
   return answer;
+}
+
+UserError withoutHelper(std::string_view name, std::string_view what, bool found) {
+  return UserError(fmt::format(
+      "{}: this is {}; vorin-containers, the program of Vorin that reads it, {} the Debian "
+      "packages "
+      "libhdf5-103-1, libhdf5-hl-100 and libmatio11",
+      name, what, found ? "can't be run; install" : "is not installed; install it, with"));
 }
 
 HelperProcess::HelperProcess(std::vector<std::string> arguments, int input) {

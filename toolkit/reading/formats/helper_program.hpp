@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/user_error.hpp"
+
 namespace vorin::toolkit {
 
 /// What the program answered.
@@ -22,6 +24,10 @@ struct HelperAnswer {
 /// VORIN_CONTAINERS in the environment names.
 HelperAnswer askHelper(std::string_view content, const std::string& kind,
                        const std::string& wanted);
+
+/// The sentence about the file `name`, which is `what` ("an HDF5 file"), where the program is not
+/// found, or is and can't be run.
+UserError withoutHelper(std::string_view name, std::string_view what, bool found);
 
 /// The program while it works: bytes to its standard input and from its standard output.
 class HelperProcess {
