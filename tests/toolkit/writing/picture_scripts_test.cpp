@@ -73,44 +73,44 @@ TEST(SeenSamples, OfEqualOnesIsOneInAColumn) {
   EXPECT_EQ(seenSamples(time, flat, flat).size(), 2000U);
 }
 
-TEST(LCurvePicture, AllPointsLieWithinTheAxes) {
+/// An L-curve of `count` weights over four decades, what is drawn of it, and the ends of its axes.
+struct DrawnLCurve {
   LCurve curve;
-  for (int i = 0; i < 17; ++i) {
-    const double weight = std::pow(10.0, -2.0 + 0.25 * i);
-    curve.points.push_back({weight, 1.0 + weight, 20.0 / (1.0 + weight)});
+  std::string script;
+  std::vector<double> x;
+  std::vector<double> y;
+};
+
+DrawnLCurve drawnLCurve(int count) {
+  DrawnLCurve drawn;
+  for (int i = 0; i < count; ++i) {
+    const double weight = std::pow(10.0, -2.0 + 4.0 * i / (count - 1));
+    drawn.curve.points.push_back({weight, 1.0 + weight, 20.0 / (1.0 + weight)});
   }
-  curve.corner = 8;
-  curve.used = curve.points[5];
+  drawn.curve.corner = drawn.curve.points.size() / 2;
+  drawn.curve.used = drawn.curve.points[drawn.curve.points.size() / 3];
   const Decay decay{{1.0, 2.0}, {2.0, 1.0}};
   const PrivateFolder scratch;
-  drawLCurve("l.svg", scratch, curve, {"a.csv", decay, Kernel::t2});
-  const auto x = numbersIn(scriptIn(scratch), "set xrange \\[([^:\\]]+):([^\\]]+)\\]");
-  const auto y = numbersIn(scriptIn(scratch), "set yrange \\[([^:\\]]+):([^\\]]+)\\]");
-  ASSERT_EQ(x.size(), 1U);
-  ASSERT_EQ(y.size(), 1U);
-  for (const LCurvePoint& point : curve.points) {
-    EXPECT_LT(x[0][0], point.residualNorm);
-    EXPECT_GT(x[0][1], point.residualNorm);
-    EXPECT_LT(y[0][0], point.solutionNorm);
-    EXPECT_GT(y[0][1], point.solutionNorm);
+  drawLCurve("l.svg", scratch, drawn.curve, {"a.csv", decay, Kernel::t2});
+  drawn.script = scriptIn(scratch);
+  drawn.x = numbersIn(drawn.script, "set xrange \\[([^:\\]]+):([^\\]]+)\\]").at(0);
+  drawn.y = numbersIn(drawn.script, "set yrange \\[([^:\\]]+):([^\\]]+)\\]").at(0);
+  return drawn;
+}
+
+TEST(LCurvePicture, AllPointsLieWithinTheAxes) {
+  const DrawnLCurve drawn = drawnLCurve(17);
+  for (const LCurvePoint& point : drawn.curve.points) {
+    EXPECT_LT(drawn.x[0], point.residualNorm);
+    EXPECT_GT(drawn.x[1], point.residualNorm);
+    EXPECT_LT(drawn.y[0], point.solutionNorm);
+    EXPECT_GT(drawn.y[1], point.solutionNorm);
   }
 }
 
 // Along the axes, which are logarithms, a tenth beside or a twenty-second part above each other.
 TEST(LCurvePicture, LabelsLeaveEachOtherRoom) {
-  LCurve curve;
-  for (int i = 0; i < 120; ++i) {
-    const double weight = std::pow(10.0, -2.0 + 0.03 * i);
-    curve.points.push_back({weight, 1.0 + weight, 20.0 / (1.0 + weight)});
-  }
-  curve.corner = 60;
-  curve.used = curve.points[50];
-  const Decay decay{{1.0, 2.0}, {2.0, 1.0}};
-  const PrivateFolder scratch;
-  drawLCurve("l.svg", scratch, curve, {"a.csv", decay, Kernel::t2});
-  const std::string script = scriptIn(scratch);
-  const auto x = numbersIn(script, "set xrange \\[([^:\\]]+):([^\\]]+)\\]").at(0);
-  const auto y = numbersIn(script, "set yrange \\[([^:\\]]+):([^\\]]+)\\]").at(0);
+  const auto [curve, script, x, y] = drawnLCurve(120);
   auto labels = numbersIn(script, "set label '[0-9.e+-]+' at ([^,]+),([^ ]+) left");
   ASSERT_GE(labels.size(), 5U);
   labels.push_back({curve.used.residualNorm, curve.used.solutionNorm});
