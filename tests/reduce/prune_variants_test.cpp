@@ -68,6 +68,21 @@ TEST(VorinPrune, TargetAboveThePointsLeavesBinsEmptyWithoutASecondTry) {
   }
 }
 
+// From 1.5 to 4.5: the edges are 1.5, 2.5, 3.5 and 4.5, or 1.5, 2.16, 3.12 and 4.5.
+TEST(VorinPrune, OneFilledBinCountsOne) {
+  PruneCall request{{3.0f}, {7.0f}};
+  request.target = 4;
+  for (const int mode : {VORIN_PRUNE_LOG, VORIN_PRUNE_LINEAR}) {
+    request.mode = mode;
+    const Pruned out = prune(VorinPrune, request);
+    EXPECT_EQ(out.count, 1);
+    EXPECT_EQ(out.t[0], 3.0f);
+    EXPECT_EQ(out.y[0], 7.0f);
+    EXPECT_EQ(out.norm[0], 1.0f);
+    EXPECT_EQ(out.norm[1], leastNorm);
+  }
+}
+
 TEST(VorinPrune, WithoutAPointInAnyBinTheCountIsThatOfTheEdges) {
   PruneCall request{std::vector<float>(20, 0.0f)};
   for (const int target : {15, 60, 500}) {

@@ -64,6 +64,23 @@ TEST(Npy, ReadsEveryKindOfNumberInEitherOrder) {
   EXPECT_EQ(both.shape, (std::vector<std::size_t>{1, 2}));
 }
 
+// Text with the axes: the first row and column, with 0 in the corner.
+TEST(ImaginaryChannel, HasBothAxesOfTheRealOne) {
+  const TemporaryFolder folder;
+  writeFile(folder / "real.csv", "0,1,2\n1,5,4\n2,3,2\n");
+  const auto read = [&](const std::string& content) {
+    writeFile(folder / "imaginary.csv", content);
+    MapFormat format;
+    format.imaginary = (folder / "imaginary.csv").string();
+    return readMap(folder / "real.csv", format);
+  };
+  EXPECT_EQ(read("0,1,2\n1,-1,-2\n2,-3,-4\n").imaginary,
+            (std::vector<double>{-1.0, -2.0, -3.0, -4.0}));
+  for (const char* content : {"0,1,2\n1,5,4\n3,3,2\n", "0,1,3\n1,5,4\n2,3,2\n"}) {
+    EXPECT_THROW(read(content), UserError) << content;
+  }
+}
+
 TEST(Npy, TellsWhatItCannotRead) {
   const TemporaryFolder folder;
   const std::string numbers = bytesOf<double>({1, 2, 3, 4});

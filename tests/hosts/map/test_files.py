@@ -7,7 +7,7 @@ import struct
 import numpy as np
 import pytest
 
-from volumes import (GRID, MAPS, TIMES, compare, decays, hdf5, inverted, maps_in, nifti,
+from volumes import (GRID, MAPS, PROGRAM, TIMES, compare, decays, hdf5, inverted, maps_in, nifti,
                      refusal, run, times_text)
 
 
@@ -345,6 +345,31 @@ def test_hdf5_without_its_reader(tmp_path, monkeypatch, rights, words):
     monkeypatch.setenv("VORIN_CONTAINERS", str(reader))
     assert f"the program of Vorin that reads it, {words} the Debian packages" in refusal(
         tmp_path, "map", "a.h5:/scan/data", "--out", "m.h5")
+
+
+@pytest.mark.containers
+def test_hdf5_maps_that_arrive_byte_by_byte(tmp_path, monkeypatch):
+    """The writer of HDF5 gets its numbers from a socket, in whatever pieces."""
+    data = decays(2, 2)
+    hdf5(tmp_path, "a.h5", data)
+    words = ["map", "a.h5:/scan/data", "--grid", GRID, "--out"]
+    run(tmp_path, *words, "whole.h5")
+    writer = os.path.join(os.path.dirname(PROGRAM), "vorin-containers")
+    slow = tmp_path / "slow"
+    slow.write_text(f"""#!/usr/bin/python3
+import os, subprocess, sys
+if sys.argv[1] != "maps":
+    os.execv({writer!r}, [{writer!r}, *sys.argv[1:]])
+child = subprocess.Popen([{writer!r}, *sys.argv[1:]], stdin=subprocess.PIPE, bufsize=0)
+for byte in sys.stdin.buffer.read():
+    child.stdin.write(bytes([byte]))
+child.stdin.close()
+sys.exit(child.wait())
+""")
+    slow.chmod(0o755)
+    monkeypatch.setenv("VORIN_CONTAINERS", str(slow))
+    run(tmp_path, *words, "slow.h5")
+    assert (tmp_path / "slow.h5").read_bytes() == (tmp_path / "whole.h5").read_bytes()
 
 
 @pytest.mark.containers

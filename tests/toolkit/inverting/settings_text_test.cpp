@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <string>
+#include <string_view>
 
 #include "toolkit/user_error.hpp"
 
@@ -15,6 +16,11 @@ TEST(SettingNames, HaveNoHyphens) {
   EXPECT_EQ(inSettingNames("--prune-points 9 is too few"), "prune_points 9 is too few");
   EXPECT_EQ(inSettingNames("give --noise SIGMA (or --grid)"), "give noise=SIGMA (or grid)");
   EXPECT_EQ(inSettingNames("--skip"), "skip");
+}
+
+TEST(SettingNames, NothingBehindTheTextIsLookedAt) {
+  const std::string_view longer = "leave out --skip N";
+  EXPECT_EQ(inSettingNames(longer.substr(0, longer.size() - 1)), "leave out skip ");
 }
 
 TEST(SettingNames, KeysAreSettingsOfTheirOwn) {

@@ -192,6 +192,42 @@ book.save("f.xlsx")
   expectRefusal(path + ":none", "there is no sheet \"none\"; there are \"Run 1\"");
 }
 
+// Most programs keep texts in a list of their own, some in pieces of several fonts. A damaged
+// workbook may point behind it.
+TEST(Workbook, TextsMayStandInAList) {
+  const TemporaryFolder folder;
+  if (!runPython(folder, R"py(
+import openpyxl, zipfile
+book = openpyxl.Workbook()
+book.active.append(["time (ms)", "signal"])
+for i, y in enumerate([8, 4, 2, 1]):
+    book.active.append([i + 1, y])
+book.save("f.xlsx")
+for name, last in (("listed", b"1"), ("behind", b"2"), ("no_number", b"x")):
+    with zipfile.ZipFile("f.xlsx") as old, zipfile.ZipFile(name + ".xlsx", "w") as new:
+        for member in old.namelist():
+            content = old.read(member)
+            if member.endswith("sheet1.xml"):
+                first, _, rest = content.partition(b'<row r="1">')
+                rest = rest.partition(b"</row>")[2]
+                content = (first + b'<row r="1"><c r="A1" t="s"><v>0</v></c><c r="B1" t="s"><v>' +
+                           last + b"</v></c></row>" + rest)
+            if "haredStrings" not in member:
+                new.writestr(member, content)
+        new.writestr("xl/sharedStrings.xml", "<sst><si><t>time (ms)</t></si><si><r><t>sig</t></r>"
+                     "<r><t>nal</t></r></si></sst>")
+)py")) {
+    GTEST_SKIP() << "openpyxl is not here";
+  }
+  DecayFormat format;
+  format.columns = parseColumns("time (ms),signal", "--columns");
+  expectDecay(readFileDecay(folder / "listed.xlsx", format));
+  for (const char* name : {"behind.xlsx", "no_number.xlsx"}) {
+    expectDecay(readFileDecay(folder / name, {}));
+    EXPECT_THROW(readFileDecay(folder / name, format), UserError);
+  }
+}
+
 TEST(Workbook, WhatExcelWroteIsRead) {
   const fs::path folder = "/usr/lib/R/site-library/readxl/extdata";
   if (!fs::exists(folder / "datasets.xlsx")) {

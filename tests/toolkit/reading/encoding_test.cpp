@@ -39,6 +39,21 @@ TEST(Encoding, ASurrogateAloneIsReplaced) {
             "a");
 }
 
+// Every second byte of what is ASCII inside is zero, and says the order where no mark does.
+TEST(Encoding, Utf16WithoutAMarkIsKnownByItsZeros) {
+  for (const bool bigEndianFirst : {false, true}) {
+    std::string text;
+    for (const char c : std::string("t,a\n1,2\n")) {
+      text += bigEndianFirst ? std::string{'\0', c} : std::string{c, '\0'};
+    }
+    EXPECT_EQ(decode(text), "UTF-16");
+    EXPECT_EQ(text, "t,a\n1,2\n");
+  }
+  std::string both("t\0,\0a\0\0\n1\0,\0", 14);  // zeros on both sides: neither
+  const std::string before = both;
+  EXPECT_NE(decode(both), "UTF-16");
+}
+
 // Controls of ASCII and of Latin-1, the marks of direction and width, invisible operators, and the
 // byte order mark.
 TEST(Escapes, CoverWhatATerminalMayObeyAndNothingBeside) {

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <complex>
+#include <utility>
 
 #include "support/child.hpp"
 #include "support/refusal.hpp"
@@ -114,6 +115,19 @@ TEST(Stelar, EachZoneIsADecayWithDelaysOfItsOwn) {
   expectRefusal(path, "zone 1: BINI is \"(4*T2MX)\"; a number is needed, or one times T1MX");
   changed("NBLK =\t3", "NBLK =\t4000000");
   expectRefusal(path, "zone 1: there are 9 samples; NBLK x BS are 4e+06 x 3");
+  for (const auto& [begin, end] : {std::pair("0", "0.4"), std::pair("0.4", "0"),
+                                   std::pair("-0.1", "0.4"), std::pair("0.4", "-0.1")}) {
+    changed("BINI =\t(4*T1MX)\r\nBEND =\t(0.04*T1MX)",
+            fmt::format("BINI =\t{}\r\nBEND =\t{}", begin, end));
+    expectRefusal(path, "zone 1: the delays go from");
+  }
+  for (const auto& [begin, end] : {std::pair("-0.1", "0.4"), std::pair("0.4", "-0.1")}) {
+    test::writeFile(
+        path,
+        start + zone(1, fmt::format("BGRD =\tLIN\r\nBINI =\t{}\r\nBEND =\t{}\r\n", begin, end),
+                     {1, 2, 3}));
+    expectRefusal(path, "s; none is below 0");
+  }
   changed("5\t0\r\n", "5\r\n");
   expectRefusal(path, "line 12: \"5\" is no pair of numbers");
   changed("NBLK =\t3", "NBLK =\t1");

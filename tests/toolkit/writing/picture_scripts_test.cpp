@@ -100,11 +100,17 @@ DrawnLCurve drawnLCurve(int count) {
 
 TEST(LCurvePicture, AllPointsLieWithinTheAxes) {
   const DrawnLCurve drawn = drawnLCurve(17);
+  std::vector<double> across;
+  std::vector<double> up;
   for (const LCurvePoint& point : drawn.curve.points) {
-    EXPECT_LT(drawn.x[0], point.residualNorm);
-    EXPECT_GT(drawn.x[1], point.residualNorm);
-    EXPECT_LT(drawn.y[0], point.solutionNorm);
-    EXPECT_GT(drawn.y[1], point.solutionNorm);
+    across.push_back(std::log(point.residualNorm / drawn.x[0]) / std::log(drawn.x[1] / drawn.x[0]));
+    up.push_back(std::log(point.solutionNorm / drawn.y[0]) / std::log(drawn.y[1] / drawn.y[0]));
+  }
+  // Over the whole width and height, with room at the ends, more of it where the labels are.
+  for (const std::vector<double>& places : {across, up}) {
+    const auto [least, most] = std::minmax_element(places.begin(), places.end());
+    EXPECT_NEAR(*least, 0.05, 0.015);
+    EXPECT_NEAR(*most, 0.90, 0.02);
   }
 }
 
@@ -220,30 +226,38 @@ TEST(PdfReport, HasAllPagesWithTheirNumbers) {
   }
 }
 
-// An m of DejaVu Sans is 0.974 times as wide as the font is high.
+// An m of DejaVu Sans is 0.974 times as wide as the font is high, and the longest dash as wide as
+// high.
 TEST(PdfReport, TextsAreBrokenWithinThePage) {
-  const PrivateFolder scratch;
-  ReportContent content = smallReport();
-  std::string note;
-  for (int i = 0; i < 100; ++i) {
-    note += "mm ";
-  }
-  content.notes = {note};
-  pdfReport("r.pdf", scratch, content);
-  constexpr double width = 595.3;
+  constexpr double pageWidth = 595.3;
   constexpr double margin = 51.0;
-  const std::string script = scriptIn(scratch);
-  const std::regex expression("label '([m ]+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
-  double longest = 0.0;
-  for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
-       at != std::sregex_iterator(); ++at) {
-    const std::string text = (*at)[1].str();
-    const auto letters = static_cast<double>(std::count(text.begin(), text.end(), 'm'));
-    const double end = width * std::stod((*at)[2].str()) + 0.974 * letters * std::stod((*at)[3]);
-    EXPECT_LE(end, width - margin) << text;
-    longest = std::max(longest, end);
+  for (const auto& [letter, width] :
+       {std::pair(std::string("m"), 0.974), std::pair(std::string("\xE2\x80\x94"), 1.0)}) {
+    const PrivateFolder scratch;
+    ReportContent content = smallReport();
+    std::string note;
+    for (int i = 0; i < 100; ++i) {
+      note += letter;
+      note += letter;
+      note += ' ';
+    }
+    content.notes = {note};
+    pdfReport("r.pdf", scratch, content);
+    const std::string script = scriptIn(scratch);
+    const std::regex expression("label '((?:" + letter +
+                                "| )+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
+    double longest = 0.0;
+    for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
+         at != std::sregex_iterator(); ++at) {
+      const std::string text = (*at)[1].str();
+      const auto letters = static_cast<double>(std::count(text.begin(), text.end(), letter.back()));
+      const double end =
+          pageWidth * std::stod((*at)[2].str()) + width * letters * std::stod((*at)[3].str());
+      EXPECT_LE(end, pageWidth - margin) << text;
+      longest = std::max(longest, end);
+    }
+    EXPECT_GE(longest, 0.5 * pageWidth);
   }
-  EXPECT_GE(longest, 0.5 * width);
 }
 
 TEST(PdfReport, LinesLieOnThePage) {
