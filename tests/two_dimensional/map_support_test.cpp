@@ -117,6 +117,33 @@ TEST(DefaultGrids, AGivenGridStays) {
   EXPECT_GT(prepared.settings.grid1.front(), e.data.times1.front());
 }
 
+// A signal in both channels is turned to where the recovered end is positive, although most of it,
+// and with it the sum, is negative; other kernels have a positive sum.
+TEST(TurnMapToReal, TheRecoveredEndIsPositive) {
+  constexpr double phase = 0.6;
+  const std::vector<double> recovery{-0.8, -0.6, -0.4, 0.9};
+  const std::vector<double> decay{1.0, 0.5, 0.25, 0.125};
+  for (const bool firstRecovers : {true, false}) {
+    MapData data;
+    std::vector<double> wanted;
+    std::vector<double> imaginary;
+    data.times1 = data.times2 = {0.1, 0.2, 0.3, 3.0};
+    for (std::size_t i = 0; i < 4; ++i) {
+      for (std::size_t k = 0; k < 4; ++k) {
+        wanted.push_back(firstRecovers ? recovery[i] * decay[k] : decay[i] * recovery[k]);
+        data.samples.push_back(wanted.back() * std::cos(phase));
+        imaginary.push_back(wanted.back() * std::sin(phase));
+      }
+    }
+    turnMapToReal(data, imaginary, firstRecovers ? Kernel::t1Inversion : Kernel::t2,
+                  firstRecovers ? Kernel::t2 : Kernel::t1Inversion);
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+      EXPECT_NEAR(data.samples[i], wanted[i], 1e-12);
+      EXPECT_NEAR(imaginary[i], 0.0, 1e-12);
+    }
+  }
+}
+
 TEST(MapGrid, BeginsAtTheFirstTimeAboveZero) {
   const std::vector<double> times{0.0, 1e-3, 2e-3, 3e-3};
   const std::vector<double> grid = mapGridFor(times, Kernel::t2);

@@ -185,6 +185,8 @@ static void model(double* t, double* grid) {
   EXPECT(array(result, "time", 3000)[2999] == 3000 * 2e-4);
   EXPECT(fabs(array(result, "amplitude", 3000)[0] - 99.1) < 1.5 && number(result, "noise") == 0.2);
   p_vorin_result_free(result);
+  EXPECT(p_vorin_simulate(NULL, t, SAMPLES, NULL, 1, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
+  EXPECT(p_vorin_simulate(NULL, NULL, SAMPLES, peak, 1, &result, TELL) == VORIN_TOOLKIT_BAD_INPUT);
   /* Noise is drawn for both channels; after the phase correction, the real one is the decay. */
   OK(p_vorin_settings_create(&settings, TELL));
   OK(p_vorin_settings_set_number(settings, "sigma", 0.1, TELL));

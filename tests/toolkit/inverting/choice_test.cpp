@@ -159,6 +159,7 @@ TEST(Choice, TellsAnIncompleteInversionAndFitsIt) {
   const Inversion inversion = inverted(decay, Kernel::t1Inversion);
   EXPECT_FALSE(succeeded(inversion));
   EXPECT_EQ(inversion.finding.kind, FindingKind::efficiency);
+  EXPECT_NEAR(inversion.finding.amount, 0.9, 0.01);
   InversionSettings settings = settingsOf(decay, Kernel::t1Inversion);
   settings.efficiency = FittedOrGiven{};
   const Inversion fitted = invert(decay, settings);

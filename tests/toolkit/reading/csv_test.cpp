@@ -92,6 +92,18 @@ TEST(Csv, ACommentBeforeTheRowsMayNameTheColumns) {
             (std::vector<double>{5.0, 4.0}));
 }
 
+TEST(Csv, ASeparatorBehindAmplitudesAloneIsNoColumn) {
+  DecayFormat format;
+  format.spacing = Spacing{"1ms", 1e-3, {}};
+  const TemporaryFolder folder;
+  for (const char* content : {"5\n4\n3\n", "5,\n4,\n3,\n", "signal,\n5,\n4,\n3,\n"}) {
+    writeFile(folder / "decay.csv", content);
+    EXPECT_EQ(readMeasuredDecay(folder / "decay.csv", format).decay.amplitude,
+              (std::vector<double>{5.0, 4.0, 3.0}))
+        << content;
+  }
+}
+
 TEST(Csv, NamesOfSeveralWordsMayStandAboveARowOfUnits) {
   const MeasuredDecay measured =
       columnsFrom("Echo time   First signal\nms mV\n1 5\n3 4\n", "Echo time,First signal");

@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <map>
 #include <numeric>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "toolkit/two_dimensional/map_picture.hpp"
@@ -63,6 +65,12 @@ TEST(SeenSamples, AreTheExtremesOfAmplitudeAndResidual) {
   EXPECT_LE(seen.size(), 8004U);
   EXPECT_EQ(seen.front(), 0U);
   EXPECT_EQ(seen.back(), count - 1);
+}
+
+TEST(SeenSamples, AreAllOfThemWhereTheyAreFew) {
+  std::vector<double> time(8000);
+  std::iota(time.begin(), time.end(), 0.0);
+  EXPECT_EQ(seenSamples(time, time, {}).size(), 8000U);
 }
 
 TEST(SeenSamples, OfEqualOnesIsOneInAColumn) {
@@ -149,6 +157,24 @@ TEST(MapPicture, TheLineOfEqualTimesIsSolidAndTheStrongest) {
     EXPECT_NEAR(lines[i][3] - lines[i][2], static_cast<double>(i), 1e-6);
     EXPECT_EQ(lines[i][5] == 1.0, i == 0);
     EXPECT_TRUE(i == 0 || lines[i][4] < lines[0][4]);
+  }
+}
+
+// Two decades of times that are above zero.
+TEST(TogetherPicture, TimesOfTwoDecadesAreOnALogarithmicAxis) {
+  for (const auto& [first, last, isLogarithmic] :
+       {std::tuple(0.01, 1.0, true), std::tuple(0.01, 0.9, false), std::tuple(0.0, 1.0, false)}) {
+    const Decay decay{{first, last}, {2.0, 1.0}};
+    const TogetherCurve curve{
+        "a", decay.time, decay.amplitude, decay.amplitude, {{0.01, 0.1}, {1.0, 2.0}}};
+    const PrivateFolder scratch;
+    drawTogether("p.svg", scratch, {curve, curve}, Arrangement::overlay,
+                 {"a.csv", decay, Kernel::t2});
+    const std::string script = scriptIn(scratch);
+    const std::string decays = script.substr(0, script.find("using 1:2 with points"));
+    const std::size_t said = decays.rfind("set logscale x\nset xrange");
+    EXPECT_EQ(said != std::string::npos && decays[said - 1] == '\n', isLogarithmic)
+        << first << ' ' << last;
   }
 }
 
@@ -258,6 +284,29 @@ TEST(PdfReport, TextsAreBrokenWithinThePage) {
     }
     EXPECT_GE(longest, 0.5 * pageWidth);
   }
+}
+
+TEST(PdfReport, CellsEndBeforeTheNextColumn) {
+  constexpr double pageWidth = 595.3;
+  const PrivateFolder scratch;
+  ReportContent content = smallReport();
+  const std::string text =
+      "mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm";
+  content.tables = {{"two columns", {"a", "b"}, {{{text}, {text}}}}};
+  pdfReport("r.pdf", scratch, content);
+  std::map<double, double> ends;  // of the longest line, by the left end of its column
+  const std::string script = scriptIn(scratch);
+  const std::regex expression("label '([m ]+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
+  for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
+       at != std::sregex_iterator(); ++at) {
+    const std::string line = (*at)[1].str();
+    const double left = pageWidth * std::stod((*at)[2].str());
+    const auto letters = static_cast<double>(std::count(line.begin(), line.end(), 'm'));
+    ends[left] = std::max(ends[left], left + 0.974 * letters * std::stod((*at)[3].str()));
+  }
+  ASSERT_EQ(ends.size(), 2U);
+  EXPECT_LT(ends.begin()->second, ends.rbegin()->first);
+  EXPECT_LT(ends.rbegin()->second, pageWidth - 51.0);
 }
 
 TEST(PdfReport, LinesLieOnThePage) {

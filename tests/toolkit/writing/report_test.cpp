@@ -53,6 +53,14 @@ TEST(Report, TheSupportIsTheColumnsThatTheDataReach) {
       << summary(example.inversion, example.context);
 }
 
+TEST(Report, ANoiseOfFewSamplesIsTold) {
+  Example example;
+  example.inversion.noiseSpread = 0.15;
+  EXPECT_FALSE(example.summaryHolds("so few samples"));
+  example.inversion.noiseSpread = 0.27;
+  EXPECT_TRUE(example.summaryHolds("so few samples tell their noise to 27 % only"));
+}
+
 TEST(Report, ATargetThatTookThePlaceOfTheNoiseIsTold) {
   Example example;
   EXPECT_FALSE(example.summaryHolds("no fit of the binned samples"));
