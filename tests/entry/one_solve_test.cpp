@@ -86,9 +86,9 @@ TYPED_TEST(OneSolve, WithoutAPassTheSingleIterationGivesTheColumnSumsOfTheKernel
     EXPECT_EQ(out.f[i], std::max(std::accumulate(column, column + 50, 0.0f), 0.0f)) << i;
   }
   // A dual vector of ones, times the weight, is the residual.
-  const double square = double{weight} * double{weight};
-  EXPECT_NEAR(double{out.rss}, 50 * square,
-              200 * square * double{std::numeric_limits<float>::epsilon()});
+  const double square = static_cast<double>(weight) * static_cast<double>(weight);
+  EXPECT_NEAR(static_cast<double>(out.rss), 50 * square,
+              200 * square * static_cast<double>(std::numeric_limits<float>::epsilon()));
 }
 
 TYPED_TEST(OneSolve, WithoutColumnsTheResidualIsTheData) {
@@ -135,8 +135,8 @@ TEST(OneSolveOfBothPrecisions, RoundTheSameSolution) {
   const Outcome<float> single = solved(0.1f);
   const Outcome<double> wide = solved(0.1);
   EXPECT_EQ(wide.f, std::vector<double>(single.f.begin(), single.f.end()));
-  EXPECT_EQ(wide.rss, double{single.rss});
-  EXPECT_EQ(wide.rssSlope, double{single.rssSlope});
+  EXPECT_EQ(wide.rss, static_cast<double>(single.rss));
+  EXPECT_EQ(wide.rssSlope, static_cast<double>(single.rssSlope));
   vorin::test::loadSettings();
 }
 

@@ -38,9 +38,9 @@ TEST(SettingNames, HyphensOfOtherTextStay) {
 TEST(SettingNumbers, ReachFromTheLeastNormalNumberToTheLargest) {
   InversionSettings settings;
   readSetting("weight", "1.1754943508222875e-38", settings);
-  EXPECT_EQ(settings.weight, double{std::numeric_limits<float>::min()});
+  EXPECT_EQ(settings.weight, static_cast<double>(std::numeric_limits<float>::min()));
   readSetting("weight", "3.4028234663852886e38", settings);
-  EXPECT_EQ(settings.weight, double{std::numeric_limits<float>::max()});
+  EXPECT_EQ(settings.weight, static_cast<double>(std::numeric_limits<float>::max()));
   EXPECT_THROW(readSetting("weight", "1.17549e-38", settings), UserError);
   EXPECT_THROW(readSetting("weight", "3.40283e38", settings), UserError);
 }

@@ -278,7 +278,7 @@ TEST(Hdf5, BlocksOfOtherProgramsArePassedOver) {
     file.pairs("s", "t", "y", {0.001, 8, 0.002, 4, 0.003, 2, 0.004, 1});
   }
   const std::string whole = test::contentOf(path);
-  for (const std::size_t block : {512, 1024, 2048, 4096, 8192}) {
+  for (const std::size_t block : {512U, 1024U, 2048U, 4096U, 8192U}) {
     test::writeFile(path, std::string(block, 'x') + whole);
     expectDecay(path);
   }

@@ -11,6 +11,8 @@
 namespace vorin::toolkit {
 namespace {
 
+using namespace std::string_literals;
+
 /// Little-endian with its mark, decoded.
 std::string decoded(std::initializer_list<unsigned> units) {
   std::string text = "\xFF\xFE";
@@ -49,7 +51,7 @@ TEST(Encoding, Utf16WithoutAMarkIsKnownByItsZeros) {
     EXPECT_EQ(decode(text), "UTF-16");
     EXPECT_EQ(text, "t,a\n1,2\n");
   }
-  std::string both("t\0,\0a\0\0\n1\0,\0", 14);  // zeros on both sides: neither
+  std::string both("t\0,\0a\0\0\n1\0,\0"s);  // zeros on both sides: neither
   const std::string before = both;
   EXPECT_NE(decode(both), "UTF-16");
 }
