@@ -357,12 +357,15 @@ def test_hdf5_maps_that_arrive_byte_by_byte(tmp_path, monkeypatch):
     writer = os.path.join(os.path.dirname(PROGRAM), "vorin-containers")
     slow = tmp_path / "slow"
     slow.write_text(f"""#!/usr/bin/python3
-import os, subprocess, sys
+import array, fcntl, os, subprocess, sys, termios
 if sys.argv[1] != "maps":
     os.execv({writer!r}, [{writer!r}, *sys.argv[1:]])
 child = subprocess.Popen([{writer!r}, *sys.argv[1:]], stdin=subprocess.PIPE, bufsize=0)
+waiting = array.array("i", [0])
 for byte in sys.stdin.buffer.read():
     child.stdin.write(bytes([byte]))
+    while fcntl.ioctl(child.stdin, termios.FIONREAD, waiting) == 0 and waiting[0]:
+        pass
 child.stdin.close()
 sys.exit(child.wait())
 """)
