@@ -154,6 +154,16 @@ TEST(Choice, TellsMagnitudesOfAnInversionRecovery) {
   EXPECT_EQ(inversion.finding.samples, negative);
 }
 
+// Also where the samples end before the magnetisation has recovered.
+TEST(Choice, TellsHowIncompleteAnInversionWas) {
+  for (const double last : {10.0, 1.2}) {
+    const Decay decay = lineDecay(LogGrid{0.01, last, 60}.times(), 100.0, -190.0, 0.4, 0.1);
+    const Inversion inversion = inverted(decay, Kernel::t1Inversion);
+    EXPECT_EQ(inversion.finding.kind, FindingKind::efficiency) << last;
+    EXPECT_NEAR(inversion.finding.amount, 0.9, 0.01) << last;
+  }
+}
+
 TEST(Choice, TellsAnIncompleteInversionAndFitsIt) {
   const Decay decay = lineDecay(recoveryTimes, 100.0, -190.0, 0.4, 0.5);
   const Inversion inversion = inverted(decay, Kernel::t1Inversion);

@@ -362,7 +362,7 @@ TEST(Matlab, Version4IsKnownByItsName) {
       expectDecay(folder / "f.mat");
     } else {
       const std::string sentence = refusal(folder / "f.mat");
-      EXPECT_FALSE(sentence.empty()) << name;
+      EXPECT_NE(sentence, "read") << name;
       EXPECT_EQ(sentence.find("MATLAB"), std::string::npos) << name;
     }
   }

@@ -190,6 +190,23 @@ TEST(Topspin, ASeriesIsReadInBothByteOrdersAndWithPaddedRows) {
   EXPECT_NE(refusal(folder.path()).find("there is no vdlist"), std::string::npos);
 }
 
+TEST(Topspin, PointsArePairsOfNumbers) {
+  const TemporaryFolder folder;
+  const auto told = [&](const std::string& pair) {
+    writeFile(folder / "t1.dx",
+              "##TITLE= x\n##DATA TYPE= Relaxation Data\n"
+              "##XYPOINTS= (XY..XY)\n2e-3, 4\n" +
+                  pair + "\n##END=\n");
+    return refusal(folder / "t1.dx");
+  };
+  EXPECT_EQ(told("1e-3, 5"), "read");
+  for (const char* pair : {"1e-3, x", "x, 5", "1e-3", "1e-3, 5, 6", "x, y"}) {
+    EXPECT_NE(told(pair).find("line 5: \"" + std::string(pair) + "\" is no pair of numbers"),
+              std::string::npos)
+        << pair;
+  }
+}
+
 TEST(Topspin, TablesOfPeaksAreColumns) {
   const TemporaryFolder folder;
   writeFile(folder / "ct1t2.txt",

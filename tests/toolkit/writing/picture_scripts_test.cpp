@@ -290,19 +290,21 @@ TEST(PdfReport, CellsEndBeforeTheNextColumn) {
   constexpr double pageWidth = 595.3;
   const PrivateFolder scratch;
   ReportContent content = smallReport();
-  const std::string text =
-      "mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm mm";
+  std::string text;  // a word of dashes that are as wide as high
+  for (int i = 0; i < 100; ++i) {
+    text += "\xE2\x80\x94";
+  }
   content.tables = {{"two columns", {"a", "b"}, {{{text}, {text}}}}};
   pdfReport("r.pdf", scratch, content);
   std::map<double, double> ends;  // of the longest line, by the left end of its column
   const std::string script = scriptIn(scratch);
-  const std::regex expression("label '([m ]+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
+  const std::regex expression(
+      "label '((?:\xE2\x80\x94)+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
   for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
        at != std::sregex_iterator(); ++at) {
-    const std::string line = (*at)[1].str();
     const double left = pageWidth * std::stod((*at)[2].str());
-    const auto letters = static_cast<double>(std::count(line.begin(), line.end(), 'm'));
-    ends[left] = std::max(ends[left], left + 0.974 * letters * std::stod((*at)[3].str()));
+    const double letters = static_cast<double>((*at)[1].length()) / 3.0;  // of three bytes each
+    ends[left] = std::max(ends[left], left + letters * std::stod((*at)[3].str()));
   }
   ASSERT_EQ(ends.size(), 2U);
   EXPECT_LT(ends.begin()->second, ends.rbegin()->first);
