@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
 #include <vector>
 
 #include "brd/iteration.hpp"
 #include "brd/system.hpp"
+#include "support/one_solve.hpp"
 #include "support/problems.hpp"
 #include "support/reference.hpp"
 #include "support/store.hpp"
@@ -17,36 +19,21 @@ namespace {
 
 using vorin::brd::System;
 using vorin::test::getNumber;
+using vorin::test::oneSolveOf;
 using vorin::test::Reference;
 using vorin::test::setNumber;
+using vorin::test::Solved;
+using vorin::test::solvedBy;
 using vorin::test::TestProblem;
 
 template <class Real>
-struct Outcome {
-  std::vector<Real> f;
-  Real rss = 0;
-  Real rssSlope = 0;
-  std::int32_t status = -1;
+struct Outcome : Solved<Real> {
   float passes = -1;
 };
 
-template <class Real, class Export>
-Outcome<Real> solve(Export solveOnce, const TestProblem<Real>& data, Real weight) {
-  Outcome<Real> out;
-  out.f.resize(static_cast<std::size_t>(data.n));
-  solveOnce(data.m, data.n, data.K.data(), data.d.data(), out.f.data(), &weight, &out.rss,
-            &out.rssSlope, &out.status);
-  return out;
-}
-
 template <class Real>
 Outcome<Real> fastSolve(const TestProblem<Real>& data, Real weight) {
-  Outcome<Real> out;
-  if constexpr (std::is_same_v<Real, double>) {
-    out = solve(vrBRDw_dp_dll, data, weight);
-  } else {
-    out = solve(vrBRDw_sp_dll, data, weight);
-  }
+  Outcome<Real> out{solvedBy(oneSolveOf<Real>(), data.m, data.n, data.K, data.d, weight)};
   out.passes = getNumber("CITE");
   return out;
 }
@@ -55,12 +42,9 @@ template <class Real>
 Outcome<Real> referenceSolve(const TestProblem<Real>& data, Real weight) {
   const Reference& reference = Reference::instance();
   reference.takeSettings();
-  Outcome<Real> out;
-  if constexpr (std::is_same_v<Real, double>) {
-    out = solve(reference.find<decltype(vrBRDw_dp_dll)>("vrBRDw_dp_dll"), data, weight);
-  } else {
-    out = solve(reference.find<decltype(vrBRDw_sp_dll)>("vrBRDw_sp_dll"), data, weight);
-  }
+  const auto solveOnce = reference.find<std::remove_pointer_t<decltype(oneSolveOf<Real>())>>(
+      std::is_same_v<Real, double> ? "vrBRDw_dp_dll" : "vrBRDw_sp_dll");
+  Outcome<Real> out{solvedBy(solveOnce, data.m, data.n, data.K, data.d, weight)};
   out.passes = reference.getNumber("CITE");
   return out;
 }

@@ -7,40 +7,23 @@
 #include <cstring>
 #include <vector>
 
+#include "support/one_solve.hpp"
 #include "support/problems.hpp"
 #include "support/store.hpp"
 #include "toolbox/kernels/kernels.hpp"
-#include "vorin.h"
 
 namespace {
 
 using vorin::test::area;
+using vorin::test::oneSolveOf;
+using vorin::test::Solved;
+using vorin::test::solvedBy;
 using vorin::test::TestProblem;
 
 template <class Real>
-struct Solved {
-  std::vector<Real> f;
-  Real rss = -1;
-  Real rssSlope = -1;
-  std::int32_t status = -1;
-};
-
-void callSolve(int m, int n, const float* K, const float* d, float* f, float w, float* rss,
-               float* slope, std::int32_t* status) {
-  vrBRDw_sp_dll(m, n, K, d, f, &w, rss, slope, status);
-}
-void callSolve(int m, int n, const double* K, const double* d, double* f, double w, double* rss,
-               double* slope, std::int32_t* status) {
-  vrBRDw_dp_dll(m, n, K, d, f, &w, rss, slope, status);
-}
-
-template <class Real>
 Solved<Real> solve(const TestProblem<Real>& problem, double w) {
-  Solved<Real> out;
-  out.f.assign(static_cast<std::size_t>(problem.n), Real(-5));
-  callSolve(problem.m, problem.n, problem.K.data(), problem.d.data(), out.f.data(),
-            static_cast<Real>(w), &out.rss, &out.rssSlope, &out.status);
-  return out;
+  return solvedBy(oneSolveOf<Real>(), problem.m, problem.n, problem.K, problem.d,
+                  static_cast<Real>(w));
 }
 
 struct Conditions {

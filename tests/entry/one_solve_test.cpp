@@ -1,5 +1,7 @@
 // One solve at one weight through its exports: where each begins, and what it passes on between the
 // precisions.
+#include "support/one_solve.hpp"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,45 +9,19 @@
 #include <cstddef>
 #include <limits>
 #include <numeric>
-#include <type_traits>
 #include <vector>
 
 #include "support/problems.hpp"
 #include "support/store.hpp"
-#include "vorin.h"
 
 namespace {
 
 using vorin::test::getNumber;
+using vorin::test::oneSolveOf;
 using vorin::test::setNumber;
+using vorin::test::Solved;
+using vorin::test::solvedBy;
 using vorin::test::TestProblem;
-
-template <class Real>
-struct Outcome {
-  std::vector<Real> f;
-  Real rss = -1;
-  Real rssSlope = -1;
-  std::int32_t status = -1;
-};
-
-// One element more than the distribution has stays as it was.
-template <class Real>
-Outcome<Real> solve(int m, int n, const std::vector<Real>& K, const std::vector<Real>& d,
-                    Real weight) {
-  const auto size = static_cast<std::size_t>(std::max(n, 0));
-  Outcome<Real> out;
-  out.f.assign(size + 1, Real(7));
-  if constexpr (std::is_same_v<Real, double>) {
-    vrBRDw_dp_dll(m, n, K.data(), d.data(), out.f.data(), &weight, &out.rss, &out.rssSlope,
-                  &out.status);
-  } else {
-    vrBRDw_sp_dll(m, n, K.data(), d.data(), out.f.data(), &weight, &out.rss, &out.rssSlope,
-                  &out.status);
-  }
-  EXPECT_EQ(out.f.back(), Real(7));
-  out.f.pop_back();
-  return out;
-}
 
 template <class Real>
 class OneSolve : public ::testing::Test {
@@ -59,9 +35,10 @@ TYPED_TEST_SUITE(OneSolve, Precisions);
 const TestProblem<float> problem = vorin::test::laplaceProblem<float>(50, 30, 0.01, 4);
 
 template <class Real>
-Outcome<Real> solved(Real weight) {
-  return solve<Real>(problem.m, problem.n, {problem.K.begin(), problem.K.end()},
-                     {problem.d.begin(), problem.d.end()}, weight);
+Solved<Real> solved(Real weight) {
+  return solvedBy<Real>(oneSolveOf<Real>(), problem.m, problem.n,
+                        {problem.K.begin(), problem.K.end()}, {problem.d.begin(), problem.d.end()},
+                        weight);
 }
 
 TYPED_TEST(OneSolve, WithoutAPassTheDoubleIterationLeavesItsOnes) {
@@ -96,7 +73,7 @@ TYPED_TEST(OneSolve, WithoutColumnsTheResidualIsTheData) {
   for (const int n : {0, -1}) {
     for (const float route : {1.0f, 2.0f}) {
       setNumber("BRDA", route);
-      const auto out = solve<TypeParam>(3, n, {1}, d, TypeParam(0.5));
+      const auto out = solvedBy<TypeParam>(oneSolveOf<TypeParam>(), 3, n, {1}, d, TypeParam(0.5));
       EXPECT_EQ(out.status, 0);
       EXPECT_EQ(out.rss, TypeParam(169));
       // The residual does not depend on the weight.
@@ -109,7 +86,8 @@ TYPED_TEST(OneSolve, WithoutRowsAllIsZero) {
   for (const int m : {0, -1}) {
     for (const float route : {1.0f, 2.0f}) {
       setNumber("BRDA", route);
-      const auto out = solve<TypeParam>(m, 2, {1, 1}, {1}, TypeParam(0.5));
+      const auto out =
+          solvedBy<TypeParam>(oneSolveOf<TypeParam>(), m, 2, {1, 1}, {1}, TypeParam(0.5));
       EXPECT_EQ(out.status, 0);
       EXPECT_EQ(out.f, std::vector<TypeParam>(2));
       EXPECT_EQ(out.rss, TypeParam(0));
@@ -123,8 +101,8 @@ TEST(OneSolveOfBothPrecisions, RoundTheSameSolution) {
   vorin::test::loadSettings();
   for (const float route : {2.0f, 3.0f}) {
     setNumber("BRDA", route);
-    const Outcome<float> single = solved(0.25f);
-    const Outcome<double> wide = solved(0.25);
+    const Solved<float> single = solved(0.25f);
+    const Solved<double> wide = solved(0.25);
     EXPECT_EQ(single.status, wide.status);
     EXPECT_EQ(single.f, std::vector<float>(wide.f.begin(), wide.f.end()));
     EXPECT_EQ(single.rss, static_cast<float>(wide.rss));
@@ -132,8 +110,8 @@ TEST(OneSolveOfBothPrecisions, RoundTheSameSolution) {
   }
   // The single iteration solves for the weight that a float holds.
   setNumber("BRDA", 1.0f);
-  const Outcome<float> single = solved(0.1f);
-  const Outcome<double> wide = solved(0.1);
+  const Solved<float> single = solved(0.1f);
+  const Solved<double> wide = solved(0.1);
   EXPECT_EQ(wide.f, std::vector<double>(single.f.begin(), single.f.end()));
   EXPECT_EQ(wide.rss, static_cast<double>(single.rss));
   EXPECT_EQ(wide.rssSlope, static_cast<double>(single.rssSlope));

@@ -52,7 +52,6 @@ TEST(Encoding, Utf16WithoutAMarkIsKnownByItsZeros) {
     EXPECT_EQ(text, "t,a\n1,2\n");
   }
   std::string both("t\0,\0a\0\0\n1\0,\0"s);  // zeros on both sides: neither
-  const std::string before = both;
   EXPECT_NE(decode(both), "UTF-16");
 }
 

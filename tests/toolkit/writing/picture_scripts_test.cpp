@@ -11,6 +11,7 @@
 #include <sstream>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "toolkit/two_dimensional/map_picture.hpp"
@@ -252,34 +253,50 @@ TEST(PdfReport, HasAllPagesWithTheirNumbers) {
   }
 }
 
-// An m of DejaVu Sans is 0.974 times as wide as the font is high, and the longest dash as wide as
-// high.
+constexpr double pageWidth = 595.3;  // of A4, in points
+constexpr double margin = 51.0;
+
+/// A letter of DejaVu Sans, and how much wider it is than the font is high.
+struct Letter {
+  std::string bytes;
+  double width;
+};
+const Letter wideLetter{"m", 0.974};
+const Letter longDash{"\xE2\x80\x94", 1.0};
+
+/// Where the lines of a report that are made of `letter` and blanks begin and end, in points.
+std::vector<std::pair<double, double>> linesOf(const std::string& script, const Letter& letter) {
+  const std::regex expression("label '((?:" + letter.bytes +
+                              "| )+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
+  std::vector<std::pair<double, double>> lines;
+  for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
+       at != std::sregex_iterator(); ++at) {
+    const std::string text = (*at)[1].str();
+    const auto count = std::count(text.begin(), text.end(), letter.bytes.back());
+    const double begin = pageWidth * std::stod((*at)[2].str());
+    lines.emplace_back(
+        begin, begin + letter.width * static_cast<double>(count) * std::stod((*at)[3].str()));
+  }
+  return lines;
+}
+
+std::string repeated(const std::string& text, int count) {
+  std::string all;
+  for (int i = 0; i < count; ++i) {
+    all += text;
+  }
+  return all;
+}
+
 TEST(PdfReport, TextsAreBrokenWithinThePage) {
-  constexpr double pageWidth = 595.3;
-  constexpr double margin = 51.0;
-  for (const auto& [letter, width] :
-       {std::pair(std::string("m"), 0.974), std::pair(std::string("\xE2\x80\x94"), 1.0)}) {
+  for (const Letter& letter : {wideLetter, longDash}) {
     const PrivateFolder scratch;
     ReportContent content = smallReport();
-    std::string note;
-    for (int i = 0; i < 100; ++i) {
-      note += letter;
-      note += letter;
-      note += ' ';
-    }
-    content.notes = {note};
+    content.notes = {repeated(letter.bytes + letter.bytes + ' ', 100)};
     pdfReport("r.pdf", scratch, content);
-    const std::string script = scriptIn(scratch);
-    const std::regex expression("label '((?:" + letter +
-                                "| )+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
     double longest = 0.0;
-    for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
-         at != std::sregex_iterator(); ++at) {
-      const std::string text = (*at)[1].str();
-      const auto letters = static_cast<double>(std::count(text.begin(), text.end(), letter.back()));
-      const double end =
-          pageWidth * std::stod((*at)[2].str()) + width * letters * std::stod((*at)[3].str());
-      EXPECT_LE(end, pageWidth - margin) << text;
+    for (const auto& [begin, end] : linesOf(scriptIn(scratch), letter)) {
+      EXPECT_LE(end, pageWidth - margin);
       longest = std::max(longest, end);
     }
     EXPECT_GE(longest, 0.5 * pageWidth);
@@ -287,28 +304,18 @@ TEST(PdfReport, TextsAreBrokenWithinThePage) {
 }
 
 TEST(PdfReport, CellsEndBeforeTheNextColumn) {
-  constexpr double pageWidth = 595.3;
   const PrivateFolder scratch;
   ReportContent content = smallReport();
-  std::string text;  // a word of dashes that are as wide as high
-  for (int i = 0; i < 100; ++i) {
-    text += "\xE2\x80\x94";
-  }
-  content.tables = {{"two columns", {"a", "b"}, {{{text}, {text}}}}};
+  const std::string word = repeated(longDash.bytes, 100);
+  content.tables = {{"two columns", {"a", "b"}, {{{word}, {word}}}}};
   pdfReport("r.pdf", scratch, content);
   std::map<double, double> ends;  // of the longest line, by the left end of its column
-  const std::string script = scriptIn(scratch);
-  const std::regex expression(
-      "label '((?:\xE2\x80\x94)+)' at screen ([^,]+),.* font '[^,]*,([0-9.]+)'");
-  for (auto at = std::sregex_iterator(script.begin(), script.end(), expression);
-       at != std::sregex_iterator(); ++at) {
-    const double left = pageWidth * std::stod((*at)[2].str());
-    const double letters = static_cast<double>((*at)[1].length()) / 3.0;  // of three bytes each
-    ends[left] = std::max(ends[left], left + letters * std::stod((*at)[3].str()));
+  for (const auto& [begin, end] : linesOf(scriptIn(scratch), longDash)) {
+    ends[begin] = std::max(ends[begin], end);
   }
   ASSERT_EQ(ends.size(), 2U);
   EXPECT_LT(ends.begin()->second, ends.rbegin()->first);
-  EXPECT_LT(ends.rbegin()->second, pageWidth - 51.0);
+  EXPECT_LT(ends.rbegin()->second, pageWidth - margin);
 }
 
 TEST(PdfReport, LinesLieOnThePage) {

@@ -200,8 +200,7 @@ HelperAnswer askHelper(std::string_view content, const std::string& kind,
 UserError withoutHelper(std::string_view name, std::string_view what, bool found) {
   return UserError(fmt::format(
       "{}: this is {}; vorin-containers, the program of Vorin that reads it, {} the Debian "
-      "packages "
-      "libhdf5-103-1, libhdf5-hl-100 and libmatio11",
+      "packages libhdf5-103-1, libhdf5-hl-100 and libmatio11",
       name, what, found ? "can't be run; install" : "is not installed; install it, with"));
 }
 
